@@ -1,0 +1,27 @@
+# own_code carries what every target of this project, and nobody else's, is compiled with.
+add_library(own_code INTERFACE)
+
+target_compile_features(own_code INTERFACE cxx_std_20)
+set(CMAKE_CXX_EXTENSIONS OFF)
+target_include_directories(own_code INTERFACE ${PROJECT_SOURCE_DIR})
+# Sizes and offsets have 64 bits on every platform.
+target_compile_definitions(own_code INTERFACE _FILE_OFFSET_BITS=64)
+
+target_compile_options(own_code INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
+  -Wold-style-cast -Woverloaded-virtual -Wnull-dereference -Wformat=2 -Wcast-qual -Wundef)
+if(KVL_STRICT)
+  target_compile_options(own_code INTERFACE -Werror)
+endif()
+
+if(KVL_SANITIZE)
+  target_compile_options(own_code INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(own_code INTERFACE -fsanitize=address,undefined)
+endif()
+
+# kvl_library(<name> <source>...): the one library of a folder.
+function(kvl_library name)
+  add_library(${name} STATIC ${ARGN})
+  target_link_libraries(${name} PUBLIC $<BUILD_INTERFACE:own_code>)
+endfunction()
