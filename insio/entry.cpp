@@ -1,0 +1,41 @@
+#include "insio/entry.h"
+
+#include <errno.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "insio/exceptions.h"
+
+namespace KVLInsIO {
+
+bool Exists(const std::string& path) {
+  return !path.empty() && ::access(path.c_str(), F_OK) == 0;
+}
+
+bool IsRegularFile(const std::string& path) {
+  struct stat status;
+  return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+EntryType GetType(const std::string& path) {
+  if (path.empty()) throw KVLInsException("GetType - empty path");
+  struct stat status;
+  if (::lstat(path.c_str(), &status) != 0) {
+    const int error = errno;
+    throw KVLInsException("lstat - " + path, error);
+  }
+  if (S_ISDIR(status.st_mode)) return kDirectory;
+  if (!S_ISLNK(status.st_mode)) return kFile;
+  const bool leads_to_directory = ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+  return leads_to_directory ? kLinkToDirectory : kLinkToFile;
+}
+
+bool IsFile(const std::string& path) {
+  return (GetType(path) & kFile) != 0;
+}
+
+bool IsDirectory(const std::string& path) {
+  return (GetType(path) & kDirectory) != 0;
+}
+
+}  // namespace KVLInsIO

@@ -1,0 +1,87 @@
+#include "insio/file_attributes.h"
+
+#include <errno.h>
+#include <sys/stat.h>
+#include <sys/vfs.h>
+#include <utime.h>
+
+#include "insio/entry.h"
+#include "insio/exceptions.h"
+#include "insio/path.h"
+
+namespace KVLInsIO {
+namespace {
+
+constexpr mode_t kPermissionBits = 0777;
+
+mode_t FromDecimalCodedOctal(unsigned mode) {
+  mode_t bits = 0;
+  for (mode_t weight = 1; mode != 0; mode /= 10, weight *= 8) bits += (mode % 10) * weight;
+  return bits;
+}
+
+unsigned ToDecimalCodedOctal(mode_t bits) {
+  unsigned mode = 0;
+  for (unsigned weight = 1; bits != 0; bits /= 8, weight *= 10) mode += (bits % 8) * weight;
+  return mode;
+}
+
+}  // namespace
+
+FileTimes GetTime(const std::string& path) {
+  struct stat status;
+  if (::stat(path.c_str(), &status) != 0) {
+    const int error = errno;
+    throw KVLInsExceptionErrno("GetTime - " + path, error);
+  }
+  return {status.st_atime, status.st_mtime, status.st_ctime};
+}
+
+void SetTime(const std::string& path, std::int64_t access, std::int64_t modification) {
+  const utimbuf times = {access, modification};
+  if (::utime(path.c_str(), &times) != 0) {
+    const int error = errno;
+    throw KVLInsExceptionErrno("SetTime - " + path, error);
+  }
+}
+
+void Chmod(const std::string& path, unsigned mode) {
+  if (::chmod(path.c_str(), FromDecimalCodedOctal(mode)) != 0) {
+    const int error = errno;
+    throw KVLInsExceptionErrno("Chmod - " + path, error);
+  }
+}
+
+bool SetReadOnly(const std::string& path, bool read_only) {
+  struct stat status;
+  if (::stat(path.c_str(), &status) != 0) return false;
+  const mode_t permissions = status.st_mode & kPermissionBits;
+  const bool is_read_only = (permissions & S_IWUSR) == 0;
+  if (is_read_only == read_only) return false;
+  Chmod(path, ToDecimalCodedOctal(permissions ^ S_IWUSR));
+  return true;
+}
+
+std::int64_t GetFileSize(const std::string& path) {
+  if (!Exists(path)) throw KVLInsException("GetFileSize - " + path + " does not exist.");
+  if (!IsFile(path)) throw KVLInsException("GetFileSize - " + path + " is not a file.");
+  const InsPath normalised(path);
+  struct stat status;
+  if (::stat(normalised.Str().c_str(), &status) != 0) {
+    const int error = errno;
+    throw KVLInsExceptionErrno("GetFileSize - Cannot stat " + normalised.Str(), error);
+  }
+  return status.st_size;
+}
+
+std::int64_t GetFreeSpace(const std::string& path) {
+  for (InsPath place(path); !place.IsEmpty(); place = place.Parent()) {
+    struct statfs status;
+    if (::statfs(place.Str().c_str(), &status) == 0) {
+      return static_cast<std::int64_t>(status.f_bavail) * status.f_bsize;
+    }
+  }
+  return 0;
+}
+
+}  // namespace KVLInsIO

@@ -1,0 +1,21 @@
+#include "insio/file_descriptor.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <utility>
+
+namespace KVLInsIO {
+
+FileDescriptor::FileDescriptor(const std::string& path, int flags, mode_t creation_mode)
+    : number_(::open(path.c_str(), flags | O_CLOEXEC, creation_mode)) {}
+
+FileDescriptor::~FileDescriptor() {
+  if (IsOpen()) Close();
+}
+
+bool FileDescriptor::Close() {
+  return ::close(std::exchange(number_, -1)) == 0;
+}
+
+}  // namespace KVLInsIO

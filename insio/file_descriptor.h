@@ -1,0 +1,35 @@
+// FileDescriptor: the one owner of an open file. Internal to the program, not part of the library's
+// installed interface.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace KVLInsIO {
+
+class FileDescriptor {
+ public:
+  /// Opens `path` as open(2) does, close-on-exec in any case; `creation_mode` counts only with
+  /// O_CREAT. Ask IsOpen(): after a failure it is false and errno holds the reason.
+  FileDescriptor(const std::string& path, int flags, mode_t creation_mode = 0);
+
+  /// Closes the file if Close() has not done so; an error of that is lost.
+  ~FileDescriptor();
+
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+
+  bool IsOpen() const { return number_ >= 0; }
+  int Number() const { return number_; }
+
+  /// Closes the file. False, with the reason in errno, when the system reports an error, such as
+  /// data that a network file system could not store; the file is closed all the same.
+  /// A second call closes nothing and is false.
+  bool Close();
+
+ private:
+  int number_;
+};
+
+}  // namespace KVLInsIO

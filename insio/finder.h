@@ -1,0 +1,70 @@
+// InsFileFinder: one pass over the entries of a directory.
+//
+//   InsFileFinder finder = FindFirstFile("/media", kFile);
+//   for (; !finder.AtEnd(); FindNextFile(finder)) Use(finder.FullPath());
+//
+// The entries come in the order in which the system delivers them, unsorted; "." and ".." are left
+// out. A finder belongs to one caller. It closes its directory when it goes out of scope.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "entry.h"
+
+namespace KVLInsIO {
+
+class InsFileFinder {
+ public:
+  InsFileFinder(InsFileFinder&&) noexcept;
+  InsFileFinder& operator=(InsFileFinder&&) noexcept;
+  ~InsFileFinder();
+
+  /// True when there is no further entry; then the four questions below have no answer.
+  bool AtEnd() const;
+
+  /// The current entry's name, as the system gives it.
+  const std::string& Name() const;
+
+  /// The directory's normalised path, "/" and the name. In the root directory this begins with
+  /// "//", on purpose.
+  const std::string& FullPath() const;
+
+  EntryType Type() const;
+  bool IsFile() const;       ///< the file bit of Type(): also a link to a file, a dangling link
+  bool IsDirectory() const;  ///< the directory bit of Type(): also a link to a directory
+
+  /// Closes the directory; after that the finder can only be destroyed, or closed again. Never
+  /// throws.
+  void Close() noexcept;
+
+ private:
+  struct State;
+  explicit InsFileFinder(std::unique_ptr<State> state);
+
+  friend InsFileFinder FindFirstFile(const std::string& path, int type_mask);
+  friend void FindNextFile(InsFileFinder& finder);
+
+  std::unique_ptr<State> state_;
+};
+
+/// Opens the directory and stands on its first entry that has one of the bits of `type_mask`
+/// (kDirectory, kFile or kDirectoryOrFile): with kDirectory also links to directories, with kFile
+/// also links to anything else. A directory that is missing or cannot be opened has no entries, on
+/// purpose without an error. The directory is opened by the path as given, and named by the
+/// normalised one.
+/// Throws KVLInsException "FindFirstFile - Path is empty" (also when only quotes were given);
+/// "readdir - " + normalised directory when the system fails in the middle, so that half a list is not taken
+/// for the whole; and what GetType throws for any entry, as it does for one that has just been
+/// removed.
+InsFileFinder FindFirstFile(const std::string& path, int type_mask);
+
+/// Goes on to the next matching entry, or to the end. Must not be called at the end. Throws as
+/// FindFirstFile does; the finder can then only be closed.
+void FindNextFile(InsFileFinder& finder);
+
+/// True when the directory has no entry, also when it is missing or cannot be opened. Throws as
+/// FindFirstFile does.
+bool IsEmptyDir(const std::string& path);
+
+}  // namespace KVLInsIO

@@ -1,0 +1,95 @@
+// InsPath: a normalised path as a value. Nothing here asks the file system, and nothing here fails
+// but for lack of memory.
+//
+// Always true: no backslash, no "//", no "/" at the end unless the whole text is "/".
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace KVLInsIO {
+
+class InsPath {
+ public:
+  /// The empty path, which is relative.
+  InsPath() = default;
+
+  /// Takes a path as a user may have typed it, and normalises it (see NormalizeString).
+  explicit InsPath(std::string text);
+
+  InsPath(const InsPath&) = default;
+  InsPath& operator=(const InsPath&) = default;
+  InsPath(InsPath&& other) noexcept;
+  InsPath& operator=(InsPath&& other) noexcept;
+  ~InsPath() = default;
+
+  void Clear();
+  bool IsEmpty() const { return text_.empty(); }
+  bool IsAbsolute() const { return root_ >= 0; }
+  const std::string& Str() const { return text_; }
+
+  /// "/" when the path is absolute, otherwise the empty text.
+  std::string Root() const;
+
+  /// What follows the root; of a relative path, all of it.
+  ///   a/b  =>  a/b     /usr/lib  =>  sr/lib     /m/x  =>  /x     /a  =>  (empty)     /  => (empty)
+  /// On purpose two characters are skipped, not one, so the first name of an absolute path loses
+  /// its first character.
+  std::string RelativePart() const;
+
+  /// The part of RelativePart() behind its last "/".
+  ///   a/b  =>  b     a  =>  a     /usr/lib  =>  lib     /abc  =>  bc     /a  =>  (empty)
+  /// Used only to recognise ".", where the missing character makes no difference.
+  std::string FileName() const;
+
+  /// The path without its last component.
+  ///   a/b/x  =>  a/b     /a  =>  /     /  =>  (empty)     a  =>  (empty)     (empty)  =>  (empty)
+  InsPath Parent() const;
+
+  /// Appends "/" and `text`, and normalises the whole again.
+  ///   a /= b  =>  a/b     (empty) /= b  =>  /b     /m /= /x  =>  /m/x
+  InsPath& operator/=(std::string_view text);
+
+  /// The same as "/=": on purpose it changes and returns the left operand.
+  InsPath& operator/(std::string_view text) { return *this /= text; }
+
+  /// Compares the texts, byte by byte.
+  friend bool operator==(const InsPath& left, const InsPath& right) {
+    return left.text_ == right.text_;
+  }
+
+ private:
+  static constexpr std::int64_t kNoRoot = -1;
+  static constexpr std::int64_t kMovedFrom = -2;
+
+  std::string text_;
+  std::int64_t root_ = kNoRoot;  // index of the root separator, or one of the two values above
+};
+
+/// InsPath(a + "/" + b).
+///   a/, /b  =>  a/b     /m, (empty)  =>  /m     (empty), x  =>  /x     (empty), (empty)  =>  /
+InsPath Join(std::string_view a, std::string_view b);
+
+/// `path` as seen from `base`.
+///   /base, /abs  =>  /abs     /base, rel  =>  /base/rel     /base, (empty)  =>  /base
+InsPath Combine(const InsPath& base, const InsPath& path);
+
+/// The path that leads from the directory `from` to `to`. Empty when `to` is empty, when only one
+/// of the two is absolute, and when both are the same absolute path.
+///
+/// Absolute paths are compared component by component, the first one without its first character,
+/// as in RelativePart(), so the first names of /usr and /asr count as equal:
+///   /usr/lib, /usr/share/x  =>  ../share/x     /usr/lib/x, /usr  =>  ../..
+///   /usr, /usr/lib          =>  lib            /usr/lib, /opt/x  =>  ../../pt/x
+///   /, /usr/lib             =>  sr/lib         /usr, /asr/lib    =>  lib
+/// A first name of one letter counts as a component with nothing left in it, so one ".." leads out
+/// of it, and the result never begins with "/":
+///   /m, /m/1/x  =>  1/x     /m/1, /m/2  =>  ../2
+///
+/// Relative paths are not searched for a common beginning, on purpose: one ".." for `from` and one
+/// for each "/" in it.
+///   a/b, x/y  =>  ../../x/y     a, x  =>  ../x     (empty), x  =>  ../x
+InsPath MakeRelative(const InsPath& from, const InsPath& to);
+
+}  // namespace KVLInsIO

@@ -1,0 +1,47 @@
+#include "insio/path_text.h"
+
+#include <algorithm>
+
+namespace KVLInsIO {
+namespace {
+
+constexpr char kSlash = '/';
+
+void DropOnePairOfQuotes(std::string& text) {
+  if (text.empty()) return;
+  if (text.size() > 1 && text.front() == '"' && text.back() == '"') {
+    text.pop_back();
+    text.erase(0, 1);
+  } else if (text.front() == '\'' && text.back() == '\'') {
+    text.pop_back();
+    text.erase(0, 1);  // nothing, if a lone quote was both the first and the last
+  }
+}
+
+void CollapseSlashes(std::string& text) {
+  const auto both_slashes = [](char left, char right) { return left == kSlash && right == kSlash; };
+  text.erase(std::unique(text.begin(), text.end(), both_slashes), text.end());
+}
+
+}  // namespace
+
+std::string NormalizeString(std::string text) {
+  DropOnePairOfQuotes(text);
+  std::replace(text.begin(), text.end(), kForeignPathSeparator.front(), kSlash);
+  CollapseSlashes(text);
+  if (text.size() > 1 && text.back() == kSlash) text.pop_back();
+  return text;
+}
+
+std::string ToSlashes(std::string text) {
+  std::replace(text.begin(), text.end(), kForeignPathSeparator.front(), kPathSeparator.front());
+  return text;
+}
+
+std::string ToColons(std::string text) {
+  std::replace(text.begin(), text.end(), kForeignPathListSeparator.front(),
+               kPathListSeparator.front());
+  return text;
+}
+
+}  // namespace KVLInsIO

@@ -1,0 +1,315 @@
+#include "insio/finder.h"
+
+#include <dirent.h>
+#include <errno.h>
+#include <fcntl.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/insio/every_kind.h"
+#include "tests/insio/failure.h"
+#include "tests/insio/odd_paths.h"
+#include "tests/insio/surroundings.h"
+#include "tests/support/outcome.h"
+#include "tests/support/system_faults.h"
+
+namespace kvl::test {
+namespace {
+
+using KVLInsIO::FindFirstFile;
+using KVLInsIO::FindNextFile;
+using KVLInsIO::InsFileFinder;
+using KVLInsIO::IsEmptyDir;
+using KVLInsIO::kDirectory;
+using KVLInsIO::kDirectoryOrFile;
+using KVLInsIO::kFile;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// Everything the finder says of each entry, sorted: "name type full-path", and "file" or
+/// "directory".
+std::vector<std::string> Found(const std::string& path, int mask) {
+  std::vector<std::string> lines;
+  InsFileFinder finder = FindFirstFile(path, mask);
+  for (; !finder.AtEnd(); FindNextFile(finder)) {
+    lines.push_back(finder.Name() + " " + std::to_string(finder.Type()) + " " + finder.FullPath() +
+                    (finder.IsFile() ? " file" : "") + (finder.IsDirectory() ? " directory" : ""));
+  }
+  finder.Close();
+  std::sort(lines.begin(), lines.end());
+  return lines;
+}
+
+std::vector<std::string> ExpectedOfEveryKind(const EveryKind& world, int mask) {
+  std::vector<std::string> lines;
+  for (const Kind& kind : kEveryKind) {
+    if ((kind.type & mask) == 0) continue;
+    lines.push_back(kind.name + " " + std::to_string(kind.type) + " " + world.Path(kind.name) +
+                    ((kind.type & 2) != 0 ? " file" : " directory"));
+  }
+  return lines;
+}
+
+/// The names alone, in the finder's order.
+std::vector<std::string> NamesInOrder(const std::string& path) {
+  std::vector<std::string> names;
+  InsFileFinder finder = FindFirstFile(path, kDirectoryOrFile);
+  for (; !finder.AtEnd(); FindNextFile(finder)) names.push_back(finder.Name());
+  return names;
+}
+
+std::vector<std::string> NamesInTheSystemsOrder(const std::string& path) {
+  std::vector<std::string> names;
+  DIR* stream = ::opendir(path.c_str());
+  while (const dirent* entry = ::readdir(stream)) {
+    const std::string name = entry->d_name;
+    if (name != "." && name != "..") names.push_back(name);
+  }
+  ::closedir(stream);
+  return names;
+}
+
+TEST(Finder, GivesEntriesOfEveryKind) {
+  const EveryKind world;
+  EXPECT_EQ(Found(world.Path(), kDirectoryOrFile), ExpectedOfEveryKind(world, 3));
+}
+
+TEST(Finder, WithTheMaskOfDirectoriesSkipsFilesAndGivesLinksToDirectories) {
+  const EveryKind world;
+  EXPECT_EQ(Found(world.Path(), kDirectory), ExpectedOfEveryKind(world, 1));
+  EXPECT_THAT(Found(world.Path(), kDirectory),
+              ElementsAre("directory 1 " + world.Path("directory") + " directory",
+                          "link_to_directory 5 " + world.Path("link_to_directory") + " directory",
+                          "link_to_link 5 " + world.Path("link_to_link") + " directory"));
+}
+
+TEST(Finder, WithTheMaskOfFilesSkipsDirectoriesAndGivesEveryOtherLink) {
+  const EveryKind world;
+  EXPECT_EQ(Found(world.Path(), kFile), ExpectedOfEveryKind(world, 2));
+  EXPECT_EQ(Found(world.Path(), kFile).size(), 7U);
+}
+
+TEST(Finder, GivesNothingBelowItsOwnDirectory) {
+  const TestDirectory directory;
+  directory.Write("a/b/c", "");
+  EXPECT_THAT(NamesInOrder(directory.Path()), ElementsAre("a"));
+}
+
+TEST(Finder, KeepsTheOrderOfTheSystem) {
+  const TestDirectory directory;
+  for (const std::string name : {"z", "a", "m", "B", "1", "10", "2"}) directory.Write(name, "");
+  EXPECT_EQ(NamesInOrder(directory.Path()), NamesInTheSystemsOrder(directory.Path()));
+}
+
+TEST(Finder, GivesNamesAsTheSystemDoes) {
+  const TestDirectory directory;
+  for (const std::string& name : kOddNames) directory.Write(name, "");
+  std::vector<std::string> names = NamesInOrder(directory.Path()), expected = kOddNames;
+  std::sort(names.begin(), names.end());
+  std::sort(expected.begin(), expected.end());
+  EXPECT_EQ(names, expected);
+}
+
+TEST(Finder, GivesMoreThanAThousandEntriesOnceEach) {
+  const TestDirectory directory;
+  std::vector<std::string> expected;
+  for (int i = 1000; i < 2500; ++i) {
+    expected.push_back("file" + std::to_string(i));
+    directory.Write(expected.back(), "");
+  }
+  std::vector<std::string> names = NamesInOrder(directory.Path());
+  std::sort(names.begin(), names.end());
+  EXPECT_EQ(names, expected);
+}
+
+TEST(Finder, BeginsFullPathsInTheRootDirectoryWithTwoSlashes) {
+  int entries = 0;
+  InsFileFinder finder = FindFirstFile("/", kDirectoryOrFile);
+  for (; !finder.AtEnd(); FindNextFile(finder)) {
+    EXPECT_EQ(finder.FullPath(), "//" + finder.Name());
+    ++entries;
+  }
+  EXPECT_GT(entries, 0);
+}
+
+TEST(Finder, NamesEntriesByTheNormalisedDirectory) {
+  const TestDirectory directory;
+  directory.Write("sub/file", "");
+  EXPECT_THAT(Found(directory.Path("./sub//"), kFile),
+              ElementsAre("file 2 " + directory.Path("./sub/file") + " file"));
+}
+
+TEST(Finder, OpensThePathAsGivenAndAsksForTypesByTheNormalisedOne) {
+  const TestDirectory directory;
+  directory.Write("a\\b/entry", "");
+  directory.MakeDir("a/b/entry");
+  EXPECT_THAT(Found(directory.Path("a\\b"), kDirectoryOrFile),
+              ElementsAre("entry 1 " + directory.Path("a/b/entry") + " directory"));
+}
+
+TEST(Finder, FindsNothingWhereTheQuotedPathIsNoDirectory) {
+  const TestDirectory directory;
+  directory.Write("file", "");
+  EXPECT_TRUE(FindFirstFile("\"" + directory.Path() + "\"", kDirectoryOrFile).AtEnd());
+}
+
+TEST(Finder, IsAtTheEndAtOnceWhereNothingCanBeOpened) {
+  const EveryKind world;
+  world.Directory().MakeDir("empty");
+  for (const std::string name : {"missing", "file", "pipe", "dangling_link", "link_to_self",
+                                 "link_to_file", "file/x", "empty"}) {
+    EXPECT_TRUE(FindFirstFile(world.Path(name), kDirectoryOrFile).AtEnd()) << name;
+  }
+  EXPECT_TRUE(FindFirstFile(world.Path(TooLongName()), kDirectoryOrFile).AtEnd());
+}
+
+TEST(Finder, IsAtTheEndAtOnceInADirectoryWithoutAMatch) {
+  const TestDirectory directory;
+  directory.Write("file", "");
+  EXPECT_TRUE(FindFirstFile(directory.Path(), kDirectory).AtEnd());
+}
+
+TEST(Finder, IsAtTheEndAtOnceInADirectoryThatTheUserCannotRead) {
+  const TestDirectory directory;
+  directory.Write("closed/file", "");
+  SetMode(directory.Path("closed"), 0);
+  EXPECT_EQ(RunIsolated([&directory] {
+              EnterAsOrdinaryUser(directory);
+              return FindFirstFile("closed", kDirectoryOrFile).AtEnd() ? 0 : 1;
+            }).status,
+            0);
+}
+
+TEST(Finder, RefusesAPathThatNormalisesToNothing) {
+  for (const std::string path : {"", "''", "\"\"", "'"}) {
+    const Failure expected = Exception("FindFirstFile - Path is empty");
+    EXPECT_EQ(FailureOf([&] { FindFirstFile(path, kDirectoryOrFile); }), expected) << path;
+    EXPECT_EQ(FailureOf([&] { IsEmptyDir(path); }), expected) << path;
+  }
+}
+
+TEST(Finder, FailsOnAnEntryRemovedMeanwhile) {
+  const TestDirectory directory;
+  directory.Write("a", "");
+  directory.Write("b", "");
+  InsFileFinder finder = FindFirstFile(directory.Path(), kDirectoryOrFile);
+  const std::string other = directory.Path(finder.Name() == "a" ? "b" : "a");
+  std::filesystem::remove(other);
+  EXPECT_EQ(FailureOf([&] { FindNextFile(finder); }), Exception("lstat - " + other, ENOENT));
+}
+
+TEST(Finder, FailsWhenADirectoryCannotBeReadToItsEnd) {
+  const TestDirectory directory;
+  for (const std::string name : {"a", "b", "c"}) directory.Write(name, "");
+  const FailingCall broken(FailingCall::kReadDir, EIO, /*after=*/5);  // "." and ".." included
+  std::vector<std::string> names;
+  EXPECT_EQ(FailureOf([&] {
+              InsFileFinder finder = FindFirstFile(directory.Path(), kFile);
+              for (; !finder.AtEnd(); FindNextFile(finder)) names.push_back(finder.Name());
+            }),
+            Exception("readdir - " + directory.Path(), EIO));
+  EXPECT_EQ(names.size(), 3U);
+}
+
+TEST(Finder, FailsWhenADirectoryCannotBeReadAtAll) {
+  const TestDirectory directory;
+  const FailingCall broken(FailingCall::kReadDir, EIO);
+  const Failure expected = Exception("readdir - " + directory.Path(), EIO);
+  EXPECT_EQ(FailureOf([&] { FindFirstFile(directory.Path() + "/", kFile); }), expected);
+  EXPECT_EQ(FailureOf([&] { IsEmptyDir(directory.Path()); }), expected);
+}
+
+TEST(Finder, DoesNotTakeAnOlderErrorForAFailure) {
+  const TestDirectory directory;
+  directory.Write("file", "");
+  InsFileFinder finder = FindFirstFile(directory.Path(), kDirectoryOrFile);
+  errno = EIO;
+  EXPECT_EQ(FailureOf([&] { FindNextFile(finder); }), kNoFailure);
+  EXPECT_TRUE(finder.AtEnd());
+}
+
+TEST(Finder, GoesOnAfterBeingMoved) {
+  const TestDirectory directory;
+  directory.Write("a", "");
+  directory.Write("b", "");
+  InsFileFinder first = FindFirstFile(directory.Path(), kDirectoryOrFile);
+  std::vector<std::string> names = {first.Name()};
+  InsFileFinder second = std::move(first);
+  FindNextFile(second);
+  names.push_back(second.Name());
+  FindNextFile(second);
+  EXPECT_TRUE(second.AtEnd());
+  EXPECT_THAT(names, testing::UnorderedElementsAre("a", "b"));
+}
+
+TEST(Finder, KeepsItsDirectoryOpenOnlyUntilItIsClosed) {
+  const EveryKind world;
+  const auto before = OpenDescriptors();
+  InsFileFinder finder = FindFirstFile(world.Path(), kDirectoryOrFile);
+  EXPECT_EQ(OpenDescriptors().size(), before.size() + 1);
+  finder.Close();
+  EXPECT_EQ(OpenDescriptors(), before);
+  finder.Close();
+  EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TEST(Finder, ClosesItsDirectoryWhenItIsDestroyedReplacedOrFails) {
+  const EveryKind world;
+  world.Directory().MakeDir("a\\b");
+  const auto before = OpenDescriptors();
+  {
+    InsFileFinder finder = FindFirstFile(world.Path(), kDirectoryOrFile);
+    finder = FindFirstFile(world.Path("directory"), kDirectoryOrFile);
+    EXPECT_EQ(OpenDescriptors().size(), before.size() + 1);
+  }
+  EXPECT_EQ(OpenDescriptors(), before);
+  // Opened, but no type can be found out below the normalised path.
+  EXPECT_EQ(FailureOf([&] { FindFirstFile(world.Path("a\\b"), kFile); }).type, "KVLInsException");
+  EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TEST(Finder, HandsItsDirectoryToNoOtherProgram) {
+  const TestDirectory directory;
+  directory.Write("file", "");
+  const InsFileFinder finder = FindFirstFile(directory.Path(), kDirectoryOrFile);
+  int found = 0;
+  for (const std::string& descriptor : OpenDescriptors()) {
+    if (!descriptor.ends_with(" -> " + directory.Path())) continue;
+    EXPECT_EQ(::fcntl(std::stoi(descriptor), F_GETFD), FD_CLOEXEC);
+    ++found;
+  }
+  EXPECT_EQ(found, 1);
+}
+
+TEST(IsEmptyDir, IsTrueWithoutAnEntry) {
+  const EveryKind world;
+  world.Directory().MakeDir("empty");
+  world.Directory().Link("link_to_empty", "empty");
+  for (const std::string name : {"empty", "link_to_empty", "missing", "file", "dangling_link"}) {
+    EXPECT_TRUE(IsEmptyDir(world.Path(name))) << name;
+  }
+}
+
+TEST(IsEmptyDir, IsFalseWithAnEntryOfAnyKind) {
+  const EveryKind world;
+  for (const Kind& kind : kEveryKind) {
+    const TestDirectory directory;
+    std::filesystem::rename(world.Path(kind.name), directory.Path(kind.name));
+    EXPECT_FALSE(IsEmptyDir(directory.Path())) << kind.name;
+  }
+}
+
+TEST(IsEmptyDir, ClosesTheDirectory) {
+  const EveryKind world;
+  const auto before = OpenDescriptors();
+  EXPECT_FALSE(IsEmptyDir(world.Path()));
+  EXPECT_EQ(OpenDescriptors(), before);
+}
+
+}  // namespace
+}  // namespace kvl::test

@@ -1,0 +1,48 @@
+// What lies around an operation: working directory, user, limits and descriptors of the process,
+// and what the system itself says of a file.
+//
+// Enter, EnterAsOrdinaryUser and LimitFileSize last as long as the process: call them only inside
+// RunIsolated or IsolatedFailureOf.
+#pragma once
+
+#include <sys/stat.h>
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tests/support/test_directory.h"
+
+namespace kvl::test {
+
+/// Makes the directory the working directory.
+void Enter(const TestDirectory& directory);
+
+/// As Enter, and gives the rights of root up for those of nobody in particular; any other user
+/// stays. Everybody may look into the directory afterwards. Use relative paths: the way to the
+/// directory itself may be closed.
+void EnterAsOrdinaryUser(const TestDirectory& directory);
+
+/// No file can grow beyond this size: a write up to it is cut short, one behind it fails.
+void LimitFileSize(unsigned bytes);
+
+/// The numbers of all open descriptors, and what they lead to.
+std::vector<std::string> OpenDescriptors();
+
+/// What stat says, links followed.
+struct stat StatusOf(const std::string& path);
+
+/// A time of struct stat in one number.
+inline constexpr std::int64_t kSecond = 1'000'000'000;
+inline std::int64_t Nanoseconds(const timespec& time) {
+  return time.tv_sec * kSecond + time.tv_nsec;
+}
+
+/// A socket without anybody listening: nobody, not even root, can open it as a file.
+std::string MakeSocket(const TestDirectory& directory, const std::string& name);
+
+/// A name of 300 bytes, more than any entry can have.
+std::string TooLongName();
+
+}  // namespace kvl::test

@@ -1,0 +1,148 @@
+#include "tests/support/outcome.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <stdexcept>
+
+namespace kvl::test {
+namespace {
+
+/// A file without a name that a stream is sent to.
+class CaughtStream {
+ public:
+  CaughtStream() : file_(::memfd_create("caught", MFD_CLOEXEC)) {
+    if (file_ < 0) throw std::runtime_error("memfd_create failed");
+  }
+  ~CaughtStream() { ::close(file_); }
+  CaughtStream(const CaughtStream&) = delete;
+  CaughtStream& operator=(const CaughtStream&) = delete;
+
+  void TakeOver(int stream) const { ::dup2(file_, stream); }
+
+  void Fill(const std::string& contents) const {
+    if (::write(file_, contents.data(), contents.size()) != ssize_t(contents.size())) {
+      throw std::runtime_error("cannot fill a stream");
+    }
+    ::lseek(file_, 0, SEEK_SET);
+  }
+
+  std::string Contents() const {
+    std::string contents;
+    std::array<char, 65536> buffer;
+    ::lseek(file_, 0, SEEK_SET);
+    for (ssize_t n; (n = ::read(file_, buffer.data(), buffer.size())) > 0;) {
+      contents.append(buffer.data(), static_cast<std::size_t>(n));
+    }
+    return contents;
+  }
+
+ private:
+  int file_;
+};
+
+void FlushOwnStreams() {
+  std::cout.flush();
+  std::cerr.flush();
+  std::fflush(nullptr);
+}
+
+int WaitFor(pid_t child) {
+  int status = 0;
+  if (::waitpid(child, &status, 0) != child) throw std::runtime_error("waitpid failed");
+  return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+[[noreturn]] void Become(const ProgramStart& start) {
+  constexpr int kCannotStart = 127;
+  std::vector<char*> arguments, env;
+  std::vector<std::string> pairs;
+  for (const std::string& argument : start.command) {
+    arguments.push_back(const_cast<char*>(argument.c_str()));
+  }
+  for (const auto& [name, value] : start.env) pairs.push_back(name + "=" + value);
+  for (std::string& pair : pairs) env.push_back(pair.data());
+  arguments.push_back(nullptr);
+  env.push_back(nullptr);
+  if (!start.directory.empty() && ::chdir(start.directory.c_str()) != 0) ::_exit(kCannotStart);
+  if (start.before) start.before();
+  ::execve(arguments[0], arguments.data(), env.data());
+  ::_exit(kCannotStart);
+}
+
+}  // namespace
+
+Outcome Catch(const std::function<void()>& action) {
+  const CaughtStream out, err;
+  FlushOwnStreams();
+  const int old_out = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
+  const int old_err = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
+  const auto restore = [&] {
+    FlushOwnStreams();
+    ::dup2(old_out, STDOUT_FILENO);
+    ::dup2(old_err, STDERR_FILENO);
+    ::close(old_out);
+    ::close(old_err);
+  };
+  out.TakeOver(STDOUT_FILENO);
+  err.TakeOver(STDERR_FILENO);
+  try {
+    action();
+  } catch (...) {
+    restore();
+    throw;
+  }
+  restore();
+  return {0, out.Contents(), err.Contents()};
+}
+
+Outcome RunIsolated(const std::function<int()>& action) {
+  const CaughtStream out, err;
+  FlushOwnStreams();
+  const pid_t child = ::fork();
+  if (child < 0) throw std::runtime_error("fork failed");
+  if (child == 0) {
+    out.TakeOver(STDOUT_FILENO);
+    err.TakeOver(STDERR_FILENO);
+    // An exception ends the child; it must not get back into the rest of the tests.
+    const int status = [&]() noexcept { return action(); }();
+    FlushOwnStreams();
+    ::_exit(status);
+  }
+  const int status = WaitFor(child);
+  return {status, out.Contents(), err.Contents()};
+}
+
+Outcome RunProgram(const ProgramStart& start) {
+  const CaughtStream in, out, err;
+  in.Fill(start.input);
+  FlushOwnStreams();
+  const pid_t child = ::fork();
+  if (child < 0) throw std::runtime_error("fork failed");
+  if (child == 0) {
+    in.TakeOver(STDIN_FILENO);
+    out.TakeOver(STDOUT_FILENO);
+    err.TakeOver(STDERR_FILENO);
+    Become(start);
+  }
+  const int status = WaitFor(child);
+  return {status, out.Contents(), err.Contents()};
+}
+
+std::string BuiltProgram(const std::string& name) {
+  return std::filesystem::read_symlink("/proc/self/exe").parent_path() / name;
+}
+
+std::string SourceFile(const std::string& relative) {
+  const char* source = std::getenv("KVL_SOURCE_DIR");
+  return std::string(source != nullptr ? source : KVL_SOURCE_DIR) + "/" + relative;
+}
+
+}  // namespace kvl::test

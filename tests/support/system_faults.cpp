@@ -1,0 +1,112 @@
+#include "tests/support/system_faults.h"
+
+#include <dirent.h>
+#include <errno.h>
+#include <sys/types.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <optional>
+
+namespace kvl::test {
+namespace {
+
+struct Fault {
+  bool armed = false;
+  int error = 0;
+  int after = 0;
+  int times = 0;
+  int failed = 0;
+};
+
+constexpr std::size_t kCalls = 7;
+std::array<Fault, kCalls> faults;
+std::optional<uid_t> fake_user;
+
+/// True, with errno set, when this call is to fail.
+bool Fails(FailingCall::Call call) {
+  Fault& fault = faults[call];
+  if (!fault.armed || fault.after-- > 0) return false;
+  if (fault.times != 0 && fault.failed++ >= fault.times) return false;
+  errno = fault.error;
+  return true;
+}
+
+}  // namespace
+
+FailingCall::FailingCall(Call call, int error, int after, int times) : call_(call) {
+  faults[call] = {true, error, after, times, 0};
+}
+
+FailingCall::~FailingCall() {
+  faults[call_] = {};
+}
+
+FakeUser::FakeUser(unsigned real_user_id) {
+  fake_user = real_user_id;
+}
+
+FakeUser::~FakeUser() {
+  fake_user.reset();
+}
+
+}  // namespace kvl::test
+
+using kvl::test::FailingCall;
+using kvl::test::Fails;
+using kvl::test::fake_user;
+
+// The names are the linker's: see --wrap in its manual.
+extern "C" {
+
+pid_t __real_fork();
+pid_t __wrap_fork() {
+  return Fails(FailingCall::kFork) ? -1 : __real_fork();
+}
+
+int __real_gethostname(char* name, std::size_t size);
+int __wrap_gethostname(char* name, std::size_t size) {
+  if (!Fails(FailingCall::kGetHostName)) return __real_gethostname(name, size);
+  std::fill_n(name, size, 'x');  // as a name that is too long leaves its beginning behind
+  return -1;
+}
+
+int __real_close_range(unsigned first, unsigned last, int flags);
+int __wrap_close_range(unsigned first, unsigned last, int flags) {
+  return Fails(FailingCall::kCloseRange) ? -1 : __real_close_range(first, last, flags);
+}
+
+dirent* __real_readdir(DIR* stream);
+dirent* __wrap_readdir(DIR* stream) {
+  return Fails(FailingCall::kReadDir) ? nullptr : __real_readdir(stream);
+}
+// The name behind readdir where offsets have 64 bits.
+dirent* __real_readdir64(DIR* stream);
+dirent* __wrap_readdir64(DIR* stream) {
+  return Fails(FailingCall::kReadDir) ? nullptr : __real_readdir64(stream);
+}
+
+int __real_close(int number);
+int __wrap_close(int number) {
+  // The descriptor is closed in any case, as it is when the system reports a late write error.
+  const int result = __real_close(number);
+  return Fails(FailingCall::kClose) ? -1 : result;
+}
+
+pid_t __real_waitpid(pid_t child, int* status, int options);
+pid_t __wrap_waitpid(pid_t child, int* status, int options) {
+  return Fails(FailingCall::kWaitPid) ? -1 : __real_waitpid(child, status, options);
+}
+
+int __real_execvp(const char* file, char* const* arguments);
+int __wrap_execvp(const char* file, char* const* arguments) {
+  return Fails(FailingCall::kExecVp) ? -1 : __real_execvp(file, arguments);
+}
+
+uid_t __real_getuid();
+uid_t __wrap_getuid() {
+  return fake_user ? *fake_user : __real_getuid();
+}
+
+}  // extern "C"

@@ -1,0 +1,31 @@
+// Failures of system calls that no test can provoke for real. The test program is linked so that
+// these calls go through here first; the product is the same as ever.
+#pragma once
+
+namespace kvl::test {
+
+/// While it lives, the call fails with this errno, or answers as told.
+class FailingCall {
+ public:
+  enum Call { kFork, kGetHostName, kCloseRange, kReadDir, kClose, kWaitPid, kExecVp };
+
+  /// The first `after` calls go through, the next `times` ones fail; 0 stands for all.
+  FailingCall(Call call, int error, int after = 0, int times = 0);
+  ~FailingCall();
+  FailingCall(const FailingCall&) = delete;
+  FailingCall& operator=(const FailingCall&) = delete;
+
+ private:
+  Call call_;
+};
+
+/// While it lives, getuid answers this.
+class FakeUser {
+ public:
+  explicit FakeUser(unsigned real_user_id);
+  ~FakeUser();
+  FakeUser(const FakeUser&) = delete;
+  FakeUser& operator=(const FakeUser&) = delete;
+};
+
+}  // namespace kvl::test

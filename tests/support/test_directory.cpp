@@ -1,0 +1,178 @@
+#include "tests/support/test_directory.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utime.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+namespace kvl::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kLongContents = 200;
+
+struct stat StatusOf(const std::string& path, bool follow) {
+  struct stat status;
+  if ((follow ? ::stat(path.c_str(), &status) : ::lstat(path.c_str(), &status)) != 0) {
+    throw std::runtime_error("cannot stat " + path);
+  }
+  return status;
+}
+
+std::string Contents(const std::string& path) {
+  std::ostringstream all;
+  all << std::ifstream(path, std::ios::binary).rdbuf();  // much faster than byte by byte
+  const std::string contents = all.str();
+  if (contents.size() <= kLongContents) return contents;
+  return std::to_string(contents.size()) + " bytes, hash " +
+         std::to_string(std::hash<std::string>()(contents));
+}
+
+std::string Describe(const fs::directory_entry& entry, const std::string& name, bool exactly) {
+  const struct stat status = StatusOf(entry.path().string(), /*follow=*/false);
+  std::ostringstream line;
+  const auto mode = [&] {
+    std::ostringstream text;
+    text << std::oct << (status.st_mode & 07777) << " ";
+    return text.str();
+  };
+  if (S_ISLNK(status.st_mode)) {
+    line << "l " << name << " -> " << fs::read_symlink(entry.path()).string();
+  } else if (S_ISDIR(status.st_mode)) {
+    line << "d " << mode() << name;
+  } else if (S_ISREG(status.st_mode)) {
+    line << "f " << mode() << name << " = " << Contents(entry.path().string());
+  } else {
+    line << "p " << mode() << name;
+  }
+  if (exactly) {
+    line << " [inode " << status.st_ino << ", owner " << status.st_uid << ":" << status.st_gid
+         << ", modified " << status.st_mtim.tv_sec << "." << status.st_mtim.tv_nsec << ", changed "
+         << status.st_ctim.tv_sec << "." << status.st_ctim.tv_nsec << "]";
+  }
+  return line.str();
+}
+
+std::vector<std::string> DescribeAll(const std::string& directory, bool exactly) {
+  std::vector<std::string> lines;
+  if (!fs::is_directory(directory)) return lines;
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(directory)) {
+    lines.push_back(Describe(entry,
+                             entry.path().parent_path().lexically_relative(directory).string() + "/" +
+                                 entry.path().filename().string(),
+                             exactly));
+  }
+  for (std::string& line : lines) {
+    if (const std::size_t at = line.find(" ./"); at != std::string::npos) line.erase(at + 1, 2);
+  }
+  std::sort(lines.begin(), lines.end());
+  return lines;
+}
+
+/// A directory without permissions cannot be emptied by an ordinary user.
+void OpenUpForRemoval(const fs::path& directory) {
+  std::error_code ignored;
+  fs::permissions(directory, fs::perms::owner_all, fs::perm_options::add, ignored);
+  for (const fs::directory_entry& entry : fs::directory_iterator(directory, ignored)) {
+    if (entry.is_directory(ignored) && !entry.is_symlink(ignored)) OpenUpForRemoval(entry.path());
+  }
+}
+
+}  // namespace
+
+TestDirectory::TestDirectory() {
+  const char* base = std::getenv("TMPDIR");
+  std::string name = fs::canonical(base != nullptr && *base != '\0' ? base : "/tmp").string();
+  name += "/kvl-test-XXXXXX";
+  if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make " + name);
+  path_ = name;
+}
+
+TestDirectory::~TestDirectory() {
+  if (testing::Test::HasFailure()) {
+    std::cout << "The directory of this test is kept: " << path_ << std::endl;
+    return;
+  }
+  std::error_code ignored;
+  OpenUpForRemoval(path_);
+  fs::remove_all(path_, ignored);
+}
+
+std::string TestDirectory::Path(std::string_view relative) const {
+  return path_ + "/" + std::string(relative);
+}
+
+std::string TestDirectory::MakeDir(std::string_view relative) const {
+  const std::string path = Path(relative);
+  fs::create_directories(path);
+  return path;
+}
+
+std::string TestDirectory::Write(std::string_view relative, std::string_view contents) const {
+  const std::string path = Path(relative);
+  fs::create_directories(fs::path(path).parent_path());
+  std::ofstream file(path, std::ios::binary);
+  file << contents;
+  if (!file.flush()) throw std::runtime_error("cannot write " + path);
+  return path;
+}
+
+std::string TestDirectory::Link(std::string_view relative, const std::string& target) const {
+  const std::string path = Path(relative);
+  fs::create_directories(fs::path(path).parent_path());
+  fs::create_symlink(target, path);
+  return path;
+}
+
+std::string TestDirectory::HardLink(std::string_view relative, const std::string& existing) const {
+  const std::string path = Path(relative);
+  fs::create_directories(fs::path(path).parent_path());
+  fs::create_hard_link(existing, path);
+  return path;
+}
+
+std::string TestDirectory::Pipe(std::string_view relative) const {
+  const std::string path = Path(relative);
+  fs::create_directories(fs::path(path).parent_path());
+  if (::mkfifo(path.c_str(), 0600) != 0) throw std::runtime_error("cannot make " + path);
+  return path;
+}
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_TRUE(file.is_open()) << "cannot read " << path;
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+std::vector<std::string> DescribeTree(const std::string& directory) {
+  return DescribeAll(directory, /*exactly=*/false);
+}
+
+std::vector<std::string> DescribeTreeExactly(const std::string& directory) {
+  return DescribeAll(directory, /*exactly=*/true);
+}
+
+unsigned ModeOf(const std::string& path) {
+  return StatusOf(path, /*follow=*/true).st_mode & 07777;
+}
+
+void SetMode(const std::string& path, unsigned mode) {
+  if (::chmod(path.c_str(), mode) != 0) throw std::runtime_error("cannot chmod " + path);
+}
+
+void SetTimes(const std::string& path, long access, long modification) {
+  const utimbuf times = {access, modification};
+  if (::utime(path.c_str(), &times) != 0) throw std::runtime_error("cannot set times of " + path);
+}
+
+}  // namespace kvl::test
