@@ -1,0 +1,61 @@
+#include "console/logger.h"
+
+#include <errno.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "console/text.h"
+
+namespace kvl {
+namespace {
+
+constexpr std::string_view kIndentedLineFeed = "\n       ";
+
+std::string_view Prefix(int level) {
+  switch (level) {
+    case kError:
+      return "ERROR: ";
+    case kWarning:
+      return " WARN: ";
+    case kInformation:
+      return " INFO: ";
+    default:
+      return "       ";
+  }
+}
+
+/// Waits for a stream that was opened non-blocking and is full for the moment.
+bool WaitUntilWritable(int stream) {
+  pollfd wanted = {stream, POLLOUT, 0};
+  return ::poll(&wanted, 1, /*timeout=*/-1) == 1 || errno == EINTR;
+}
+
+void WriteWhole(int stream, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = ::write(stream, text.data(), text.size());
+    if (written > 0) {
+      text.remove_prefix(static_cast<std::size_t>(written));
+      continue;
+    }
+    const bool is_worth_another_try =
+        written < 0 && (errno == EINTR || (errno == EAGAIN && WaitUntilWritable(stream)));
+    if (!is_worth_another_try) return;
+  }
+}
+
+}  // namespace
+
+void Logger::Message(std::string_view text, int level, bool /*marked*/) {
+  if (level == kError || level == kWarning) log_to_error_stream_ = true;
+  if (level == kInformation) log_to_error_stream_ = false;
+
+  std::string line(Prefix(level));
+  line.append(text);
+  ReplaceAll(line, "\n", kIndentedLineFeed, 0);
+  line.push_back('\n');
+  WriteWhole(log_to_error_stream_ ? STDERR_FILENO : STDOUT_FILENO, line);
+}
+
+}  // namespace kvl

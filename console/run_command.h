@@ -1,0 +1,21 @@
+// Running a command given as text, with its messages.
+#pragma once
+
+#include <string>
+
+namespace kvl {
+
+class Logger;
+class SignalScope;
+
+/// Starts `command`, split by the rules of SplitCommand, and waits for it unless `wait` is false.
+/// Sets PANELV2ODOTOP to the empty text before. Returns the child's exit code, 0 to 250; -1 when it
+/// could not be started or waited for, was killed by a signal or ended with a code above 250; 0 at
+/// once when it does not wait. Without a child of its own it waits for any other that the process may
+/// have, and its exit code is then the result.
+/// Errors are messages: "Cannot create process " + command when no child could be made, and "Cannot
+/// wait for process " + command whenever the result of a wait is negative. On purpose the first does
+/// not spare the second, and a killed child or one whose program is missing gets the second.
+int RunCommand(const std::string& command, bool wait, Logger& logger, const SignalScope& signals);
+
+}  // namespace kvl

@@ -1,0 +1,24 @@
+// What the fake installer wrote down about its start.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tests/support/scoped_env.h"
+
+namespace kvl::test {
+
+struct ChildReport {
+  bool started = false;                ///< false when there is no report: the child never ran
+  std::vector<std::string> arguments;  ///< its own name first
+  std::string directory;               ///< its working directory
+  Environment env;                     ///< its whole environment
+  /// The rest by name: umask, process, parent, group, session, user, descriptors, SIGPIPE, SIGXFSZ,
+  /// SIGCHLD, SIGINT, blocked (see fake_installer.cpp).
+  std::map<std::string, std::string> facts;
+};
+
+ChildReport ReadReport(const std::string& path);
+
+}  // namespace kvl::test
