@@ -1,0 +1,242 @@
+#include "media/volume_scan.h"
+
+#include <cstdint>
+#include <optional>
+
+#include "console/logger.h"
+#include "console/text.h"
+#include "environment/environment.h"
+#include "environment/variables.h"
+#include "insio/entry.h"
+#include "insio/finder.h"
+#include "media/marker.h"
+
+namespace kvl {
+namespace {
+
+using KVLInsIO::InsPath;
+using KVLInsIO::Join;
+
+/// A layout's answer; without a value the next layout is to be tried.
+using LayoutAnswer = std::optional<ScanOutcome>;
+
+/// Volume numbers have 64 bits: "volumes.txt" may hold the greatest int, and the numbers of AM
+/// volumes go beyond that.
+using VolumeNumber = std::int64_t;
+
+struct MediaSet {
+  InsPath dir;
+  int count;
+  std::string tag;
+};
+
+struct AmVolume {
+  InsPath dir;
+  VolumeNumber number;
+  std::string tag;
+};
+
+class Report {
+ public:
+  explicit Report(Logger& logger) : logger_(logger) {}
+  void Information(const std::string& text) { logger_.Message(text, kInformation, kMarked); }
+  void Warning(const std::string& text) { logger_.Message(text, kWarning, kMarked); }
+  void More(const std::string& text) { logger_.Message(text, kContinuation, kMarked); }
+
+  void WrongVolume(const std::string& volume, const std::string& tag, const std::string& place,
+                   const std::string& wanted_tag) {
+    Warning(volume + " of " + tag + " found in " + place + " instead of " + wanted_tag);
+  }
+
+ private:
+  Logger& logger_;
+};
+
+ScanOutcome Failed(std::vector<std::string> volumes = {}) {
+  return {kScanFailed, /*complete=*/false, std::move(volumes)};
+}
+
+ScanOutcome Complete(int code, std::vector<std::string> volumes = {}) {
+  return {code, /*complete=*/true, std::move(volumes)};
+}
+
+std::string VolumeName(VolumeNumber number) {
+  return "Volume " + std::to_string(number);
+}
+
+std::string AmVolumeName(VolumeNumber number) {
+  return "AM volume " + std::to_string(number);
+}
+
+std::string TagIn(const InsPath& dir, VolumeNumber volume) {
+  return ReadMtbDir(Join(dir.Str(), MarkerName(volume)).Str());
+}
+
+/// The directory named by the volume's number in `dir`.
+InsPath Numbered(const InsPath& dir, VolumeNumber volume) {
+  return Join(dir.Str(), std::to_string(volume));
+}
+
+/// What a layout has found so far, volume 1 included.
+struct Tally {
+  VolumeNumber found = 1;
+  bool mismatch = false;
+  std::vector<std::string> volumes;  // the directories of those outside the media directory
+};
+
+/// What follows from a layout whose volumes have all been looked for.
+LayoutAnswer Judge(Tally tally, const MediaSet& media, Report& report) {
+  if (tally.mismatch) return Failed(std::move(tally.volumes));
+  if (tally.found == media.count) return Complete(media.count, std::move(tally.volumes));
+  if (tally.found == 1) return std::nullopt;
+  report.Warning("Missing volumes. Please make sure you copied everything correctly.");
+  return Failed(std::move(tally.volumes));
+}
+
+/// Looks for the volume in `dir`. One of another media set is reported.
+void LookFor(VolumeNumber volume, const InsPath& dir, const MediaSet& media, Report& report,
+             Tally& tally) {
+  const std::string tag = TagIn(dir, volume);
+  if (tag.empty()) return;
+  if (tag != media.tag) {
+    report.WrongVolume(VolumeName(volume), tag, dir.Str(), media.tag);
+    tally.mismatch = true;
+    return;
+  }
+  ++tally.found;
+  report.More(VolumeName(volume) + " found in: " + dir.Str());
+  tally.volumes.push_back(dir.Str());
+}
+
+LayoutAnswer ScanFlatLayout(const MediaSet& media, Report& report) {
+  Tally tally;
+  for (VolumeNumber i = 2; i <= media.count; ++i) {
+    const std::string tag = TagIn(media.dir, i);
+    if (tag.empty()) continue;
+    if (tag == media.tag) {
+      ++tally.found;
+    } else {
+      report.Warning(VolumeName(i) + " of " + tag + " found in the directory of " + media.tag);
+      tally.mismatch = true;
+    }
+  }
+  LayoutAnswer answer = Judge(std::move(tally), media, report);
+  if (answer && answer->complete) {
+    report.More("All volumes found in: " + media.dir.Str());
+    SetEnv(variables::kVolumesCount, "");  // the installer is to see a single-volume media
+    answer->code = kNothingMoreNeeded;
+  }
+  return answer;
+}
+
+LayoutAnswer ScanSiblingLayout(const MediaSet& media, Report& report) {
+  report.More(VolumeName(1) + " found in: " + media.dir.Str());
+  const InsPath parent = media.dir.Parent();
+  Tally tally;
+  for (VolumeNumber i = 2; i <= media.count; ++i) {
+    LookFor(i, Numbered(parent, i), media, report, tally);
+  }
+  return Judge(std::move(tally), media, report);
+}
+
+/// The first file in `dir`, in the order of the system, that is an AM volume's marker by its name.
+/// Without a tag in it, a warning is given and the result's tag is empty.
+std::optional<AmVolume> FindAmVolumeIn(const InsPath& dir, Report& report) {
+  KVLInsIO::InsFileFinder finder = KVLInsIO::FindFirstFile(dir.Str(), KVLInsIO::kFile);
+  for (; !finder.AtEnd(); FindNextFile(finder)) {
+    const std::string& name = finder.Name();
+    const int number = VolumeOfMarkerName(name);
+    if (number < 1) continue;
+    const std::string tag = ReadMtbDir(Join(dir.Str(), name).Str());
+    if (tag.empty()) {
+      report.Warning("Cannot open " + name + " in " + dir.Str());
+      report.More("Please make sure you copied and/or extracted everything properly.");
+    }
+    return AmVolume{dir, number, tag};
+  }
+  return std::nullopt;
+}
+
+/// The AM volume that holds the media: looked for in every ancestor of the media directory, the
+/// nearest first. Nothing when there is none, or one whose marker has no tag.
+std::optional<AmVolume> FindFirstAmVolume(const InsPath& media_dir, Report& report) {
+  for (InsPath dir = media_dir.Parent(); !dir.IsEmpty(); dir = dir.Parent()) {
+    const std::optional<AmVolume> volume = FindAmVolumeIn(dir, report);
+    if (volume) return volume->tag.empty() ? std::nullopt : volume;
+  }
+  return std::nullopt;
+}
+
+void PublishFirstAmVolume(const AmVolume& first, const InsPath& relative) {
+  SetEnv(variables::kMtbDir, first.tag);
+  SetEnv(variables::kFirstAmVolume, std::to_string(first.number));
+  SetEnv(variables::kFirstAmPath, first.dir.Str());
+  SetEnv(variables::kAmRelativePath, relative.Str());
+}
+
+ScanOutcome ScanAmLayout(const MediaSet& media, Report& report) {
+  const std::optional<AmVolume> first = FindFirstAmVolume(media.dir, report);
+  if (!first) return Failed();
+  report.More(AmVolumeName(first->number) + " found in: " + first->dir.Str());
+  const InsPath relative = MakeRelative(first->dir, media.dir.Parent());
+  PublishFirstAmVolume(*first, relative);
+
+  const InsPath outer = first->dir.Parent();
+  Tally tally;
+  for (VolumeNumber i = 2; i <= media.count; ++i) {
+    const VolumeNumber am_number = first->number + i - 1;
+    const InsPath am_dir = Numbered(outer, am_number);
+    const std::string am_tag = TagIn(am_dir, am_number);
+    if (am_tag.empty()) continue;
+    if (am_tag != first->tag) {
+      report.WrongVolume(AmVolumeName(am_number), am_tag, am_dir.Str(), first->tag);
+      tally.mismatch = true;
+      continue;
+    }
+    report.More(AmVolumeName(am_number) + " found in: " + am_dir.Str());
+    LookFor(i, Numbered(Join(am_dir.Str(), relative.Str()), i), media, report, tally);
+  }
+  // On purpose nothing is said when no volume at all was found here.
+  return Judge(std::move(tally), media, report).value_or(Failed());
+}
+
+void EmptyScanVariables() {
+  SetEnv(variables::kVolumesCount, "");
+  SetEnv(variables::kMtbDir, "");
+  SetEnv(variables::kFirstAmVolume, "");
+  SetEnv(variables::kFirstAmPath, "");
+  SetEnv(variables::kAmRelativePath, "");
+}
+
+}  // namespace
+
+ScanOutcome ScanMediaVolumes(const InsPath& media_dir, bool software_management, Logger& logger) {
+  EmptyScanVariables();
+  const InsPath volumes_file = Join(Join(media_dir.Str(), "inst").Str(), "volumes.txt");
+  if (!KVLInsIO::Exists(volumes_file.Str())) return Complete(kNothingMoreNeeded);
+  if (software_management || !GetEnv(variables::kOnlineRepository).empty()) {
+    return Complete(kNothingMoreNeeded);
+  }
+
+  const std::optional<std::string> line = ReadFirstLine(volumes_file.Str());
+  if (!line) return Failed();
+  const int count = std::stoi(*line);
+  if (count <= 1) return Complete(kNothingMoreNeeded);
+
+  Report report(logger);
+  report.Information("This media is composed of " + *line + " volumes.");
+  SetEnv(variables::kVolumesCount, *line);
+  const MediaSet media = {media_dir, count, TagIn(media_dir, 1)};
+  if (media.tag.empty()) {
+    report.Warning("1.txt not found or not accessible in: " + media_dir.Str());
+    report.More("Please make sure you copied the whole volume.");
+    return Failed();
+  }
+  SetEnv(variables::kMtbDir, media.tag);
+
+  if (const LayoutAnswer flat = ScanFlatLayout(media, report)) return *flat;
+  if (const LayoutAnswer sibling = ScanSiblingLayout(media, report)) return *sibling;
+  return ScanAmLayout(media, report);
+}
+
+}  // namespace kvl
