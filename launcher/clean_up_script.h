@@ -1,0 +1,13 @@
+// "remove.bat", the script beside a staged installer that removes it. The launcher never runs it.
+#pragma once
+
+#include <string>
+
+namespace kvl {
+
+/// Writes the script into the staging directory (`staging_dir_slash` ends in "/"), replacing an
+/// existing one. On purpose it has the same text, for a command interpreter of another system, on
+/// every platform. When it cannot be written nothing is reported.
+void WriteCleanUpScript(const std::string& staging_dir_slash);
+
+}  // namespace kvl

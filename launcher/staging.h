@@ -1,0 +1,39 @@
+// Staging: copying the installer with the media's description files into a fresh directory, so that
+// the media may be changed while the installer runs.
+#pragma once
+
+#include <string>
+
+#include "insio/path.h"
+
+namespace kvl {
+
+/// Where the installer lies in a media: inst/<os_name>/code/bin/<executable> below `media_dir`,
+/// joined with single slashes; empty parts are joined like any other. With an empty `executable`
+/// this is the "bin" directory itself.
+///   /m, linux, x  =>  /m/inst/linux/code/bin/x     (empty), (empty), x  =>  /inst/code/bin/x
+std::string InstallerIn(const KVLInsIO::InsPath& media_dir, const std::string& os_name,
+                        const std::string& executable);
+
+/// The name of a directory that does not exist yet: the temporary directory's text as it stands,
+/// "/", a new identifier, "/". Nothing is created.
+std::string NewStagingDirectory();
+
+struct StagingRequest {
+  KVLInsIO::InsPath media_dir;
+  /// The "inst" directory of the external installer media, ending in "/"; empty when the installer
+  /// is in the media itself.
+  std::string external_inst_slash;
+  std::string os_name;
+  std::string staging_dir_slash;  ///< where to, ending in "/"; made when missing
+};
+
+/// Copies into the staging directory, in this order: the media's "inst" tree, its description files
+/// and start scripts, and then, from an external installer media, "common" and the operating-system
+/// directory over those of "inst". Links are followed. All of them must exist.
+/// A file that lies in both keeps the mode it has in the media, so an installer of the media's own
+/// without its execute permission takes that of the external one along.
+/// Throws what KVLInsIO::Copy throws, at the first failure; what has been copied by then stays.
+void StageInstaller(const StagingRequest& request);
+
+}  // namespace kvl

@@ -1,0 +1,29 @@
+// The environment that an installer is to get, worked out step by step from the environment that
+// the launcher was given. Nothing of the product is used for it.
+#pragma once
+
+#include <string>
+
+#include "tests/support/media_world.h"
+#include "tests/support/scoped_env.h"
+
+namespace kvl::test {
+
+/// What the environment is made from. All texts as in MediaWorld.
+struct Prepared {
+  std::string media = "{1}";  ///< the staging directory when staged
+  std::string external = {};  ///< "inst" of an external installer media, ending in "/"
+  std::string os = "linux";   ///< the operating-system directory
+  std::string original = {};  ///< the media before staging; empty when run in place
+  Environment options = {};   ///< set by "-env"
+  Environment found = {};     ///< set, and not to the empty text, by the scan of the media
+  bool software_management = false;
+};
+
+/// `env` after the setup of the installer's environment alone.
+Environment AfterSetup(Environment env, const Prepared& from);
+
+/// The installer's whole environment.
+Environment InstallerEnvironment(const MediaWorld& world, const Environment& given, Prepared from);
+
+}  // namespace kvl::test

@@ -1,0 +1,241 @@
+#include "launcher/launcher.h"
+
+#include <errno.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/launcher/expected_environment.h"
+#include "tests/launcher/launch_world.h"
+#include "tests/support/outcome.h"
+#include "tests/support/scoped_env.h"
+#include "tests/support/system_faults.h"
+
+namespace kvl::test {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr bool kWithoutWaiting = false;
+
+/// A Launcher without arguments; its fields are set by the test.
+class PlainLauncher : public Launcher {
+ public:
+  explicit PlainLauncher(bool wait = kWaitForInstaller)
+      : Launcher(0, nullptr, "installer", kWithoutUI, wait) {}
+};
+
+void InMedia(Launcher& launcher, const std::string& media) {
+  launcher.MediaDir = KVLInsIO::InsPath(media);
+  launcher.OsName = "linux";
+}
+
+TEST(Launcher, SendsAContinuationWhereTheLastLevelledMessageWent) {
+  const Outcome said = Catch([] {
+    PlainLauncher launcher;
+    launcher.Message("first", 0, true);
+    launcher.Message("error", 3, true);
+    launcher.Message("after the error", 0, true);
+    launcher.Message("information", 1, false);
+    launcher.Message("after the information", 0, false);
+    launcher.Message("warning", 2, true);
+    launcher.Message("after the warning", 0, true);
+  });
+  EXPECT_EQ(said.out,
+            "       first\n INFO: information\n"
+            "       after the information\n");
+  EXPECT_EQ(said.err,
+            "ERROR: error\n       after the error\n"
+            " WARN: warning\n       after the warning\n");
+}
+
+TEST(Launcher, RemembersTheStreamForItselfAlone) {
+  const Outcome said = Catch([] {
+    PlainLauncher one, other;
+    one.Message("error", 3, true);
+    other.Message("first", 0, true);
+  });
+  EXPECT_EQ(said.out, "       first\n");
+  EXPECT_EQ(said.err, "ERROR: error\n");
+}
+
+TEST(Launcher, PutsTheCallersSignalSettingsBackInTheEnd) {
+  const auto handlers = [] {
+    std::vector<sighandler_t> all;
+    for (const int number : {SIGPIPE, SIGXFSZ, SIGCHLD, SIGINT}) {
+      struct sigaction action;
+      ::sigaction(number, nullptr, &action);
+      all.push_back(action.sa_handler);
+    }
+    return all;
+  };
+  const auto before = handlers();
+  { const PlainLauncher launcher; }
+  EXPECT_EQ(handlers(), before);
+}
+
+TEST(Launcher, AScanAppendsTheVolumesAndNotesThatTheMediaIsComplete) {
+  MediaWorld world;
+  world.Volume("1").Announces("2").Marker(1, "SET-A");
+  world.Volume("2").Marker(2, "SET-A");
+  const ScopedEnv env;
+  PlainLauncher launcher;
+  InMedia(launcher, world.Path("1"));
+  std::vector<std::string> volumes = {"already there"};
+  int code = 0;
+  Catch([&] { code = launcher.ScanMediaVolumes(volumes); });
+  EXPECT_EQ(code, 2);
+  EXPECT_THAT(volumes, ElementsAre("already there", world.Path("2")));
+  EXPECT_TRUE(launcher.ManagementMode);
+}
+
+TEST(Launcher, AFailedScanLeavesManagementModeAsItWas) {
+  for (const bool mode : {false, true}) {
+    MediaWorld world;
+    world.Volume("1").Announces("2");
+    const ScopedEnv env;
+    PlainLauncher launcher;
+    InMedia(launcher, world.Path("1"));
+    launcher.ManagementMode = mode;
+    std::vector<std::string> volumes;
+    int code = -1;
+    Catch([&] { code = launcher.ScanMediaVolumes(volumes); });
+    EXPECT_EQ(code, 0);
+    EXPECT_EQ(launcher.ManagementMode, mode);
+  }
+}
+
+TEST(Launcher, InSoftwareManagementTheScanLooksForNoVolumes) {
+  MediaWorld world;
+  world.Volume("1").Announces("2");
+  const ScopedEnv env;
+  PlainLauncher launcher;
+  InMedia(launcher, world.Path("1"));
+  launcher.SoftMgt = true;
+  std::vector<std::string> volumes;
+  EXPECT_EQ(launcher.ScanMediaVolumes(volumes), 1);
+  EXPECT_TRUE(launcher.ManagementMode);
+}
+
+TEST(Launcher, RemembersTheInstallerOfAUsableMedia) {
+  MediaWorld world;
+  world.Volume("ext").Installer();
+  PlainLauncher launcher;
+  launcher.OsName = "linux";
+  bool usable = false;
+  Catch([&] { usable = launcher.ValidateInstallerMedia(world.Path("ext"), /*quiet=*/false); });
+  EXPECT_TRUE(usable);
+  EXPECT_EQ(launcher.CommonDirPrefix, world.Path("ext/inst/"));
+  EXPECT_EQ(launcher.InstallerPath, world.Path("ext/inst/linux/code/bin/installer"));
+}
+
+TEST(Launcher, IsUnchangedByAMediaThatIsNotUsable) {
+  MediaWorld world;
+  world.Volume("ext");
+  PlainLauncher launcher;
+  launcher.CommonDirPrefix = "before/";
+  launcher.InstallerPath = "before";
+  for (const std::string& media : {world.Path("ext"), std::string()}) {
+    bool usable = true;
+    Catch([&] { usable = launcher.ValidateInstallerMedia(media, /*quiet=*/true); });
+    EXPECT_FALSE(usable);
+    EXPECT_EQ(launcher.CommonDirPrefix, "before/");
+    EXPECT_EQ(launcher.InstallerPath, "before");
+  }
+}
+
+TEST(Launcher, ABlankInAnInstallerMediaEndsTheProcessWithStatus12) {
+  MediaWorld world;
+  world.Volume("an ext").Installer();
+  const Outcome outcome = RunIsolated([&] {
+    PlainLauncher launcher;
+    launcher.OsName = "linux";
+    launcher.ValidateInstallerMedia(world.Path("an ext"), /*quiet=*/true);
+    return 0;
+  });
+  EXPECT_EQ(outcome.status, 12);
+  EXPECT_EQ(outcome.err,
+            "ERROR: The directory of the installer contains space characters.\n"
+            "       Please copy the Installer media into a directory that does not contain space "
+            "characters\n"
+            "       and run the installer again.\n");
+}
+
+TEST(Launcher, MakesTheInstallersEnvironmentFromItsFields) {
+  const Environment before = {{"PATH", "/bin"}};
+  const ScopedEnv env(before);
+  PlainLauncher launcher;
+  InMedia(launcher, "/m");
+  launcher.CommonDirPrefix = "/e/inst/";
+  launcher.SetInstallerEnvironment();
+  const Prepared from = {.media = "/m", .external = "/e/inst/"};
+  EXPECT_EQ(EnvChanges(before, CurrentEnvironment()), EnvChanges(before, AfterSetup(before, from)));
+}
+
+TEST(Launcher, TellsTheInstallerOfASessionThatIsNotInteractive) {
+  const ScopedEnv env;
+  PlainLauncher launcher;
+  launcher.InteractiveSession = false;
+  launcher.SetInstallerEnvironment();
+  EXPECT_EQ(CurrentEnvironment().at("KVLIns_IsInteractiveSession"), "0");
+}
+
+TEST(Launcher, RunsACommandToItsEnd) {
+  const ScopedEnv env(Environment{{"PATH", "/usr/bin:/bin"}});
+  PlainLauncher launcher;
+  EXPECT_EQ(launcher.RunCommand("sh -c 'exit 7'"), 7);
+}
+
+/// A whole run on the media in "1" in a process of its own.
+Outcome RunOn(const LaunchWorld& world, bool wait, int (*run)(Launcher&)) {
+  return RunIsolated([&] {
+    const ScopedEnv env(world.Text(Environment{{"KVL_OS", "linux"},
+                                               {"TMPDIR", "{tmp}"},
+                                               {"FAKE_REPORT", "{report}"},
+                                               {"FAKE_EXIT", "7"}}));
+    PlainLauncher launcher(wait);
+    launcher.MediaDir = KVLInsIO::InsPath(world.Path("1"));
+    return run(launcher);
+  });
+}
+
+TEST(Launcher, WithoutAProcessForTheInstallerThereAreTwoErrorsAndNoExitCode) {
+  LaunchWorld world;
+  world.OneVolume();
+  const Outcome outcome = RunOn(world, kWaitForInstaller, [](Launcher& launcher) {
+    const FailingCall fork(FailingCall::kFork, EAGAIN);
+    return launcher.Run() == -1 ? 0 : 1;
+  });
+  const std::string command = "\"{1}/inst/linux/code/bin/installer\" \"-CDpath\" \"{1}\"\n";
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, world.Text("ERROR: Cannot create process " + command +
+                                    "ERROR: Cannot wait for process " + command));
+  EXPECT_FALSE(ReadReport(world.Path("report")).started);
+}
+
+/// Runs `launcher`, which does not wait, and then waits until its installer has ended.
+int RunWithoutWaiting(Launcher& launcher) {
+  int ends[2];
+  if (::pipe(ends) != 0) return -1;
+  const int status = launcher.Run();  // the installer inherits the end to write to
+  ::close(ends[1]);
+  char nothing;
+  while (::read(ends[0], &nothing, 1) > 0) {
+  }
+  return status;
+}
+
+TEST(Launcher, WithoutWaitingReturnsZeroAndWarnsOfNothing) {
+  LaunchWorld world;
+  world.VolumeMissing();
+  const Outcome outcome = RunOn(world, kWithoutWaiting, RunWithoutWaiting);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, kMissingVolumes);
+  EXPECT_TRUE(ReadReport(world.Path("report")).started);
+  EXPECT_THAT(DescribeTree(world.Path("tmp")), testing::Contains(testing::HasSubstr("remove.bat")));
+}
+
+}  // namespace
+}  // namespace kvl::test
