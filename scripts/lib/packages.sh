@@ -1,0 +1,40 @@
+# shellcheck shell=sh
+# Sourced by the scripts beside it: installs the Debian packages that they need.
+
+# install_missing_packages PACKAGE...: leaves the package manager alone when nothing is missing.
+# Ends with status 1 and one line on standard error when a missing package cannot be installed.
+install_missing_packages() {
+  if ! command -v dpkg-query >/dev/null; then
+    echo "This is no Debian system; please install by hand what these packages hold: $*" >&2
+    return 1
+  fi
+  packages_missing=$(missing_packages "$@")
+  if [ -z "$packages_missing" ]; then return 0; fi
+
+  packages_root=''
+  if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+      echo "Neither root nor sudo: please have these packages installed: $packages_missing" >&2
+      return 1
+    fi
+    packages_root=sudo
+  fi
+  echo "Installing: $packages_missing"
+  # shellcheck disable=SC2086  # a list of names, and an optional word before the command
+  if ! $packages_root apt-get update -qq ||
+    ! $packages_root env DEBIAN_FRONTEND=noninteractive \
+      apt-get install -qq --no-install-recommends $packages_missing >/dev/null; then
+    echo "These packages could not be installed: $packages_missing" >&2
+    return 1
+  fi
+}
+
+# The packages among those named that are not installed, separated by blanks.
+missing_packages() {
+  for package; do
+    case $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) in
+      installed) ;;
+      *) printf '%s%s' "${separator-}" "$package" && separator=' ' ;;
+    esac
+  done
+}
