@@ -5,6 +5,8 @@
 #include <sys/vfs.h>
 #include <utime.h>
 
+#include <limits>
+
 #include "insio/entry.h"
 #include "insio/exceptions.h"
 #include "insio/path.h"
@@ -24,6 +26,13 @@ unsigned ToDecimalCodedOctal(mode_t bits) {
   unsigned mode = 0;
   for (unsigned weight = 1; bits != 0; bits /= 8, weight *= 10) mode += (bits % 8) * weight;
   return mode;
+}
+
+/// The product, or the greatest number there is: some virtual file systems claim to be endless.
+std::int64_t Product(std::uint64_t blocks, std::uint64_t block_size) {
+  constexpr std::uint64_t kGreatest = std::numeric_limits<std::int64_t>::max();
+  const bool fits = block_size == 0 || blocks <= kGreatest / block_size;
+  return static_cast<std::int64_t>(fits ? blocks * block_size : kGreatest);
 }
 
 }  // namespace
@@ -78,7 +87,7 @@ std::int64_t GetFreeSpace(const std::string& path) {
   for (InsPath place(path); !place.IsEmpty(); place = place.Parent()) {
     struct statfs status;
     if (::statfs(place.Str().c_str(), &status) == 0) {
-      return static_cast<std::int64_t>(status.f_bavail) * status.f_bsize;
+      return Product(status.f_bavail, static_cast<std::uint64_t>(status.f_bsize));
     }
   }
   return 0;

@@ -34,9 +34,9 @@ InsPath RelativeBetweenAbsolute(const InsPath& from, const InsPath& to) {
 
   std::string text;
   for (; from_rest != from_parts.end(); ++from_rest) text.append("../");
-  for (; to_rest != to_parts.end(); ++to_rest) {
-    if (!to_rest->empty()) text.append(*to_rest).append(kPathSeparator);
-  }
+  // An empty first component has a "/" behind it, which would make the result absolute.
+  if (to_rest != to_parts.end() && to_rest->empty()) ++to_rest;
+  if (to_rest != to_parts.end()) text.append(to_rest->data(), to_parts.back().end());
   return InsPath(std::move(text));
 }
 

@@ -76,13 +76,16 @@ InsPath Join(std::string_view a, std::string_view b);
 InsPath Combine(const InsPath& base, const InsPath& path);
 
 /// The path that leads from the directory `from` to `to`. Empty when `to` is empty, when only one
-/// of the two is absolute, and when both are the same absolute path.
+/// of the two is absolute, and when both are the same absolute path or differ only in what is left
+/// out of the comparison (/, /m and /m, /n).
 ///
 /// Absolute paths are compared component by component, the first one without its first character,
 /// as in RelativePart(), so the first names of /usr and /asr count as equal:
 ///   /usr/lib, /usr/share/x  =>  ../share/x     /usr/lib/x, /usr  =>  ../..
 ///   /usr, /usr/lib          =>  lib            /usr/lib, /opt/x  =>  ../../pt/x
 ///   /, /usr/lib             =>  sr/lib         /usr, /asr/lib    =>  lib
+/// The result is normalised as a whole, so a rest in quotes loses them:
+///   /am/1, /am/1/'x'        =>  x              /am/1, /am/2/'x'  =>  ../2/'x'
 /// A first name of one letter counts as a component with nothing left in it, so one ".." leads out
 /// of it, and the result never begins with "/":
 ///   /m, /m/1/x  =>  1/x     /m/1, /m/2  =>  ../2
