@@ -101,6 +101,7 @@ void CopyDir(const std::string& source, const std::string& destination) {
       CopyFile(finder.FullPath(), target);
     }
   }
+  finder.ThrowIfCutShort();
   finder.Close();
   if (is_empty) CreateDir(destination);
 }

@@ -6,7 +6,8 @@
 namespace KVLInsIO {
 
 /// Makes sure that the directory exists, its ancestors included, each made with mode 755 less the
-/// umask. The path is normalised first (see NormalizeString). An existing directory, or a link to
+/// umask. The path is normalised first (see NormalizeString), once: quotes around the name of an
+/// ancestor stay. An existing directory, or a link to
 /// one, is no error and stays as it is; so, on purpose, does a dangling link, which mkdir takes for
 /// something that exists. A path whose last component is "." by InsPath::FileName()
 /// creates its ancestors and nothing else; on purpose that includes "/k.", and a dot

@@ -31,6 +31,7 @@ bool DeleteEmptyBranches(const std::string& path) {
   for (; !finder.AtEnd(); FindNextFile(finder)) {
     if (finder.IsFile() || !DeleteEmptyTree(finder.FullPath())) only_directories = false;
   }
+  finder.ThrowIfCutShort();
   return only_directories;
 }
 
@@ -50,6 +51,7 @@ void Delete(const std::string& path) {
 void DeleteContents(const std::string& directory) {
   InsFileFinder finder = FindFirstFile(directory, kDirectoryOrFile);
   for (; !finder.AtEnd(); FindNextFile(finder)) DeleteEntry(finder.FullPath(), finder.Type());
+  finder.ThrowIfCutShort();
 }
 
 bool DeleteEmptyTree(const std::string& path) {

@@ -22,6 +22,17 @@ bool IsSelfOrParent(std::string_view name) {
   return name == "." || name == "..";
 }
 
+/// Why a list is not whole; no error when it is.
+struct Failure {
+  std::string operation;
+  int error = 0;
+};
+
+/// Out of descriptors or memory: this says nothing about the directory.
+bool IsShortage(int error) {
+  return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
 }  // namespace
 
 struct InsFileFinder::State {
@@ -33,13 +44,13 @@ struct InsFileFinder::State {
   EntryType type = kNoEntry;
   DirectoryStream stream;
   const dirent* last_read = nullptr;
+  Failure cut_short;
 
   /// Reads one entry of any kind. False at the end.
   bool ReadEntry() {
     errno = 0;
     last_read = ::readdir(stream.get());
-    const int error = errno;
-    if (last_read == nullptr && error != 0) throw KVLInsException("readdir - " + directory, error);
+    if (last_read == nullptr && errno != 0) cut_short = {"readdir - ", errno};
     return last_read != nullptr;
   }
 
@@ -86,6 +97,12 @@ void InsFileFinder::Close() noexcept {
   state_.reset();
 }
 
+void InsFileFinder::ThrowIfCutShort() const {
+  const Failure& failure = state_->cut_short;
+  if (failure.error == 0) return;
+  throw KVLInsException(failure.operation + state_->directory, failure.error);
+}
+
 InsFileFinder FindFirstFile(const std::string& path, int type_mask) {
   auto state = std::make_unique<InsFileFinder::State>();
   state->directory = InsPath(path).Str();
@@ -96,6 +113,7 @@ InsFileFinder FindFirstFile(const std::string& path, int type_mask) {
   if (state->stream != nullptr) {
     state->GoToNextMatch();
   } else {
+    if (IsShortage(errno)) state->cut_short = {"opendir - ", errno};
     state->at_end = true;
   }
   return InsFileFinder(std::move(state));

@@ -34,6 +34,12 @@ class InsFileFinder {
   bool IsFile() const;       ///< the file bit of Type(): also a link to a file, a dangling link
   bool IsDirectory() const;  ///< the directory bit of Type(): also a link to a directory
 
+  /// For those who must not take half a list for the whole: throws KVLInsException "readdir - " +
+  /// normalised directory when the system broke the list off, and "opendir - " + normalised directory
+  /// when there was no descriptor or memory left to open it, with the error's text. Nothing happens
+  /// when the directory has been listed, is missing, or is closed to the user.
+  void ThrowIfCutShort() const;
+
   /// Closes the directory; after that the finder can only be destroyed, or closed again. Never
   /// throws.
   void Close() noexcept;
@@ -53,10 +59,9 @@ class InsFileFinder {
 /// also links to anything else. A directory that is missing or cannot be opened has no entries, on
 /// purpose without an error. The directory is opened by the path as given, and named by the
 /// normalised one.
-/// Throws KVLInsException "FindFirstFile - Path is empty" (also when only quotes were given);
-/// "readdir - " + normalised directory when the system fails in the middle, so that half a list is not taken
-/// for the whole; and what GetType throws for any entry, as it does for one that has just been
-/// removed.
+/// A list that the system breaks off ends early, likewise; ThrowIfCutShort tells.
+/// Throws KVLInsException "FindFirstFile - Path is empty" (also when only quotes were given); and what
+/// GetType throws for any entry, as it does for one that has just been removed.
 InsFileFinder FindFirstFile(const std::string& path, int type_mask);
 
 /// Goes on to the next matching entry, or to the end. Must not be called at the end. Throws as
@@ -64,7 +69,7 @@ InsFileFinder FindFirstFile(const std::string& path, int type_mask);
 void FindNextFile(InsFileFinder& finder);
 
 /// True when the directory has no entry, also when it is missing or cannot be opened. Throws as
-/// FindFirstFile does.
+/// FindFirstFile does, on purpose also for an empty path.
 bool IsEmptyDir(const std::string& path);
 
 }  // namespace KVLInsIO

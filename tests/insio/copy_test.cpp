@@ -232,5 +232,15 @@ TEST_F(CopyDirTest, EndsWithAnErrorOnALinkToItsOwnDirectory) {
   EXPECT_THAT(failure.text, testing::EndsWith(std::string(" - ") + std::strerror(ELOOP) + "\n"));
 }
 
+TEST_F(CopyDirTest, EndsWhenNoDescriptorIsLeftForADirectory) {
+  const std::string source = directory_.Path("from");
+  directory_.Write("from/inner/file", "contents");
+  EXPECT_EQ(IsolatedFailureOf([&] {
+              LimitDescriptors(1);
+              CopyDir(source, directory_.Path("to"));
+            }),
+            Exception("opendir - " + source + "/inner", EMFILE));
+}
+
 }  // namespace
 }  // namespace kvl::test

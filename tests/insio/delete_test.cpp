@@ -173,8 +173,8 @@ TEST_F(DeleteTest, ReportsADirectoryThatIsNamedInAWayThatCannotBeRemoved) {
       {directory_.MakeDir("directory") + "/.", EINVAL},
       {directory_.Link("link", "directory") + "/", ENOTDIR},
   };
-  for (const auto& [path, error] : rows) {
-    EXPECT_EQ(FailureOf([&] { Delete(path); }), Exception("rmdir - " + path, error));
+  for (const auto& row : rows) {
+    EXPECT_EQ(FailureOf([&] { Delete(row.first); }), Exception("rmdir - " + row.first, row.second));
   }
   EXPECT_THAT(Tree(), ElementsAre("d 755 directory", "l link -> directory"));
 }

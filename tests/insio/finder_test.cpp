@@ -203,25 +203,40 @@ TEST(Finder, FailsOnAnEntryRemovedMeanwhile) {
   EXPECT_EQ(FailureOf([&] { FindNextFile(finder); }), Exception("lstat - " + other, ENOENT));
 }
 
-TEST(Finder, FailsWhenADirectoryCannotBeReadToItsEnd) {
+TEST(Finder, EndsEarlyWhenAListIsBrokenOffAndTellsWhenAsked) {
   const TestDirectory directory;
   for (const std::string name : {"a", "b", "c"}) directory.Write(name, "");
-  const FailingCall broken(FailingCall::kReadDir, EIO, /*after=*/5);  // "." and ".." included
-  std::vector<std::string> names;
-  EXPECT_EQ(FailureOf([&] {
-              InsFileFinder finder = FindFirstFile(directory.Path(), kFile);
-              for (; !finder.AtEnd(); FindNextFile(finder)) names.push_back(finder.Name());
-            }),
+  const FailingCall broken(FailingCall::kReadDir, EIO, /*after=*/4);  // "." and ".." included
+  InsFileFinder finder = FindFirstFile(directory.Path() + "/", kFile);
+  int entries = 0;
+  for (; !finder.AtEnd(); FindNextFile(finder)) ++entries;
+  EXPECT_EQ(entries, 2);
+  EXPECT_EQ(FailureOf([&] { finder.ThrowIfCutShort(); }),
             Exception("readdir - " + directory.Path(), EIO));
-  EXPECT_EQ(names.size(), 3U);
 }
 
-TEST(Finder, FailsWhenADirectoryCannotBeReadAtAll) {
+TEST(Finder, WhoseListIsBrokenOffAtOnceHasNoEntry) {
   const TestDirectory directory;
+  directory.Write("a", "");
   const FailingCall broken(FailingCall::kReadDir, EIO);
-  const Failure expected = Exception("readdir - " + directory.Path(), EIO);
-  EXPECT_EQ(FailureOf([&] { FindFirstFile(directory.Path() + "/", kFile); }), expected);
-  EXPECT_EQ(FailureOf([&] { IsEmptyDir(directory.Path()); }), expected);
+  EXPECT_TRUE(IsEmptyDir(directory.Path()));
+}
+
+TEST(Finder, TellsThatThereWasNoDescriptorLeftToOpenTheDirectory) {
+  const TestDirectory directory;
+  EXPECT_EQ(IsolatedFailureOf([&] {
+              LimitDescriptors(0);
+              FindFirstFile(directory.Path(), kFile).ThrowIfCutShort();
+            }),
+            Exception("opendir - " + directory.Path(), EMFILE));
+}
+
+TEST(Finder, IsNotCutShortByAWholeListOrADirectoryThatCannotBeOpened) {
+  const TestDirectory directory;
+  for (const std::string& path :
+       {directory.MakeDir("empty"), directory.Path("missing"), directory.Write("file", "")}) {
+    EXPECT_EQ(FailureOf([&] { FindFirstFile(path, kFile).ThrowIfCutShort(); }), kNoFailure) << path;
+  }
 }
 
 TEST(Finder, DoesNotTakeAnOlderErrorForAFailure) {

@@ -1,5 +1,6 @@
 #include "tests/insio/surroundings.h"
 
+#include <fcntl.h>
 #include <grp.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -33,6 +34,16 @@ void EnterAsOrdinaryUser(const TestDirectory& directory) {
   Require(::setgroups(0, nullptr) == 0, "leave the groups");
   Require(::setresgid(kNobody, kNobody, kNobody) == 0, "change the group");
   Require(::setresuid(kNobody, kNobody, kNobody) == 0, "change the user");
+}
+
+void LimitDescriptors(unsigned further) {
+  // The limit is the first number that cannot be had; the lower ones that are free are used up.
+  const int lowest_free = ::fcntl(STDERR_FILENO, F_DUPFD, 0);
+  if (lowest_free < 0 || ::close(lowest_free) != 0)
+    throw std::runtime_error("no descriptor is free");
+  const rlim_t limit = static_cast<rlim_t>(lowest_free) + further;
+  const rlimit limits = {limit, limit};
+  if (::setrlimit(RLIMIT_NOFILE, &limits) != 0) throw std::runtime_error("setrlimit failed");
 }
 
 void LimitFileSize(unsigned bytes) {

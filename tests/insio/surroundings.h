@@ -1,7 +1,7 @@
 // What lies around an operation: working directory, user, limits and descriptors of the process,
 // and what the system itself says of a file.
 //
-// Enter, EnterAsOrdinaryUser and LimitFileSize last as long as the process: call them only inside
+// Enter, EnterAsOrdinaryUser, LimitFileSize and LimitDescriptors last as long as the process: call them only inside
 // RunIsolated or IsolatedFailureOf.
 #pragma once
 
@@ -26,6 +26,9 @@ void EnterAsOrdinaryUser(const TestDirectory& directory);
 
 /// No file can grow beyond this size: a write up to it is cut short, one behind it fails.
 void LimitFileSize(unsigned bytes);
+
+/// So many descriptors can be opened beside those that are open now.
+void LimitDescriptors(unsigned further);
 
 /// The numbers of all open descriptors, and what they lead to.
 std::vector<std::string> OpenDescriptors();
