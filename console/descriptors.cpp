@@ -14,6 +14,7 @@ namespace kvl {
 namespace {
 
 constexpr int kFirstBehindStreams = STDERR_FILENO + 1;
+constexpr int kUsualLimit = 1024;
 
 void OccupyClosedStreams() {
   std::array<pollfd, kFirstBehindStreams> streams = {
@@ -26,16 +27,24 @@ void OccupyClosedStreams() {
   }
 }
 
+void Mark(int number) {
+  ::fcntl(number, F_SETFD, FD_CLOEXEC);
+}
+
 /// For systems older than close_range.
 void MarkOneByOne() {
   struct Closer {
     void operator()(DIR* stream) const { ::closedir(stream); }
   };
   const std::unique_ptr<DIR, Closer> open_ones(::opendir("/proc/self/fd"));
-  if (open_ones == nullptr) return;
+  if (open_ones == nullptr) {
+    // No list either: the numbers that a process has by default.
+    for (int number = kFirstBehindStreams; number < kUsualLimit; ++number) Mark(number);
+    return;
+  }
   while (const dirent* entry = ::readdir(open_ones.get())) {
     const int number = std::atoi(entry->d_name);
-    if (number >= kFirstBehindStreams) ::fcntl(number, F_SETFD, FD_CLOEXEC);
+    if (number >= kFirstBehindStreams) Mark(number);
   }
 }
 

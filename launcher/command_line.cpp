@@ -11,8 +11,12 @@ using KVLInsIO::InsPath;
 /// Hands out the arguments one by one. A null pointer among them counts as the end.
 class ArgumentReader {
  public:
-  ArgumentReader(int argc, const char* const* argv)
-      : rest_(argv), left_(argv == nullptr ? 0 : argc) {}
+  /// Begins behind the first argument, the launcher's own name.
+  ArgumentReader(int argc, const char* const* argv) {
+    if (argv == nullptr || argc < 1) return;
+    rest_ = argv + 1;
+    left_ = argc - 1;
+  }
 
   bool AtEnd() const { return left_ <= 0 || *rest_ == nullptr; }
 
@@ -23,8 +27,8 @@ class ArgumentReader {
   }
 
  private:
-  const char* const* rest_;
-  int left_;
+  const char* const* rest_ = nullptr;
+  int left_ = 0;
 };
 
 namespace {
@@ -61,7 +65,6 @@ Launcher::Launcher(int argc, const char* const* argv, const std::string& install
 }
 
 void Launcher::ParseCommandLine(ArgumentReader arguments) {
-  if (!arguments.AtEnd()) arguments.Take();  // the launcher's own name
   while (!arguments.AtEnd()) ApplyArgument(arguments);
   CheckSoftwareManagement();
 }

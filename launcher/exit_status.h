@@ -1,6 +1,7 @@
 // Every status that the launcher ends with on its own account, and the one place that ends it
 // early.
 //
+// An uncaught exception (see media/volume_scan.h) ends it by SIGABRT.
 // Otherwise the launcher ends with what the installer's exit code became (see RunCommand): the
 // codes 0 to 250 as they are; everything else (251 to 255, a death by a signal, an installer that
 // could not be started) is -1, of which the system makes 255. A status of 1 or 12 may thus be the

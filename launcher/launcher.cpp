@@ -69,7 +69,7 @@ void Launcher::FindInstallerInMedia() {
     Message("No installer in the current media.", kInformation, kMarked);
   } else if (!GetEnv(variables::kUseExternalInstaller).empty()) {
     Message("Installer found in the current media, \"" + candidate +
-                "\" but do not use it because of KVL_UseExternalInstaller env var.",
+                "\" but do not use it because of " + variables::kUseExternalInstaller + " env var.",
             kInformation, kMarked);
   } else {
     InstallerPath = candidate;
@@ -85,9 +85,9 @@ bool Launcher::FindExternalInstaller() {
   }
   const std::string media = GetEnv(variables::kExternalInstallerMedia);
   if (media.empty()) return false;
-  Message(
-      "Environment variable KVL_ZOLVEN_Installer is defined and its value is \"" + media + "\".",
-      kInformation, kMarked);
+  Message("Environment variable " + std::string(variables::kExternalInstallerMedia) +
+              " is defined and its value is \"" + media + "\".",
+          kInformation, kMarked);
   return ValidateInstallerMedia(media, kWithVerdict);
 }
 
