@@ -8,14 +8,12 @@ namespace {
 constexpr char kSlash = '/';
 
 void DropOnePairOfQuotes(std::string& text) {
-  if (text.empty()) return;
-  if (text.size() > 1 && text.front() == '"' && text.back() == '"') {
-    text.pop_back();
-    text.erase(0, 1);
-  } else if (text.front() == '\'' && text.back() == '\'') {
-    text.pop_back();
-    text.erase(0, 1);  // nothing, if a lone quote was both the first and the last
-  }
+  if (text.empty() || text.front() != text.back()) return;
+  const bool in_double_quotes = text.front() == '"' && text.size() > 1;
+  const bool in_single_quotes = text.front() == '\'';
+  if (!in_double_quotes && !in_single_quotes) return;
+  text.pop_back();
+  text.erase(0, 1);  // nothing, if a lone quote was both the first and the last
 }
 
 void CollapseSlashes(std::string& text) {

@@ -58,8 +58,9 @@ TEST(GetType, FailsWithLstatsMessage) {
       {world.Path(TooLongName()), ENAMETOOLONG}, {std::string(100'000, 'x'), ENAMETOOLONG},
       {world.Path("missing//"), ENOENT},
   };
-  for (const auto& [path, error] : rows) {
-    const Failure expected = Exception("lstat - " + path, error);
+  for (const auto& row : rows) {
+    const std::string& path = row.first;
+    const Failure expected = Exception("lstat - " + path, row.second);
     EXPECT_EQ(FailureOf([&] { GetType(path); }), expected);
     EXPECT_EQ(FailureOf([&] { IsFile(path); }), expected);
     EXPECT_EQ(FailureOf([&] { IsDirectory(path); }), expected);

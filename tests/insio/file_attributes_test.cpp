@@ -62,8 +62,9 @@ TEST(GetTime, FollowsLinks) {
 
 TEST(GetTime, FailsWithItsMessage) {
   const EveryKind world;
-  for (const auto& [path, error] : Unreachable(world)) {
-    EXPECT_EQ(FailureOf([&] { GetTime(path); }), ExceptionErrno("GetTime - " + path, error));
+  for (const auto& row : Unreachable(world)) {
+    const auto& path = row.first;
+    EXPECT_EQ(FailureOf([&] { GetTime(path); }), ExceptionErrno("GetTime - " + path, row.second));
   }
 }
 
@@ -86,8 +87,10 @@ TEST(SetTime, FollowsLinksAndTakesDirectories) {
 
 TEST(SetTime, FailsWithItsMessage) {
   const EveryKind world;
-  for (const auto& [path, error] : Unreachable(world)) {
-    EXPECT_EQ(FailureOf([&] { SetTime(path, 1, 2); }), ExceptionErrno("SetTime - " + path, error));
+  for (const auto& row : Unreachable(world)) {
+    const auto& path = row.first;
+    EXPECT_EQ(FailureOf([&] { SetTime(path, 1, 2); }),
+              ExceptionErrno("SetTime - " + path, row.second));
   }
 }
 
@@ -115,8 +118,9 @@ TEST(Chmod, FollowsLinksAndTakesDirectories) {
 
 TEST(Chmod, FailsWithItsMessage) {
   const EveryKind world;
-  for (const auto& [path, error] : Unreachable(world)) {
-    EXPECT_EQ(FailureOf([&] { Chmod(path, 644); }), ExceptionErrno("Chmod - " + path, error));
+  for (const auto& row : Unreachable(world)) {
+    const auto& path = row.first;
+    EXPECT_EQ(FailureOf([&] { Chmod(path, 644); }), ExceptionErrno("Chmod - " + path, row.second));
   }
 }
 
@@ -162,7 +166,8 @@ TEST(SetReadOnly, FollowsLinksAndTakesDirectories) {
 
 TEST(SetReadOnly, OfWhatCannotBeStatedIsFalse) {
   const EveryKind world;
-  for (const auto& [path, error] : Unreachable(world)) {
+  for (const auto& row : Unreachable(world)) {
+    const auto& path = row.first;
     EXPECT_FALSE(SetReadOnly(path, kReadOnly)) << path;
     EXPECT_FALSE(SetReadOnly(path, kWritable)) << path;
   }
@@ -193,7 +198,8 @@ TEST(GetFileSize, CountsBeyondFourGigabytes) {
 
 TEST(GetFileSize, OfWhatDoesNotExistFails) {
   const EveryKind world;
-  for (const auto& [path, error] : Unreachable(world)) {
+  for (const auto& row : Unreachable(world)) {
+    const auto& path = row.first;
     EXPECT_EQ(FailureOf([&] { GetFileSize(path); }),
               Exception("GetFileSize - " + path + " does not exist."));
   }

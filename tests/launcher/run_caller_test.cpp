@@ -96,15 +96,15 @@ TEST(RunCaller, SignalSettingsReachTheInstallerAndDoNotChangeTheRun) {
       {"SIGPIPE", SIGPIPE}, {"SIGXFSZ", SIGXFSZ}, {"SIGCHLD", SIGCHLD}, {"SIGINT", SIGINT}};
   LaunchWorld world;
   world.OneVolume();
-  for (const auto& [ignored, ignored_number] : signals) {
-    SCOPED_TRACE(ignored);
+  for (const auto& ignored : signals) {
+    SCOPED_TRACE(ignored.first);
     const LaunchSeen seen = world.Run(Plan([&] {
       for (const auto& each : signals) ::signal(each.second, SIG_DFL);
-      ::signal(ignored_number, SIG_IGN);
+      ::signal(ignored.second, SIG_IGN);
     }));
     ExpectRun(world, seen, EndedWith7(InPlace()));
     for (const auto& [name, number] : signals) {
-      EXPECT_EQ(seen.child.facts.at(name), number == ignored_number ? "ignored" : "default")
+      EXPECT_EQ(seen.child.facts.at(name), number == ignored.second ? "ignored" : "default")
           << name;
     }
   }
