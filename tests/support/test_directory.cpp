@@ -67,13 +67,7 @@ std::vector<std::string> DescribeAll(const std::string& directory, bool exactly)
   std::vector<std::string> lines;
   if (!fs::is_directory(directory)) return lines;
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(directory)) {
-    lines.push_back(Describe(entry,
-                             entry.path().parent_path().lexically_relative(directory).string() + "/" +
-                                 entry.path().filename().string(),
-                             exactly));
-  }
-  for (std::string& line : lines) {
-    if (const std::size_t at = line.find(" ./"); at != std::string::npos) line.erase(at + 1, 2);
+    lines.push_back(Describe(entry, entry.path().lexically_relative(directory).string(), exactly));
   }
   std::sort(lines.begin(), lines.end());
   return lines;
