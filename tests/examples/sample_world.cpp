@@ -1,0 +1,113 @@
+#include "tests/examples/sample_world.h"
+
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <linux/capability.h>
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+namespace kvl::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kPath[] = "/usr/bin:/bin";
+
+}  // namespace
+
+const char kWarnsOfMissingVolumes[] =
+    " WARN: Missing volumes. Please make sure you copied everything correctly.\n";
+const char kWarnsOfStaging[] =
+    " WARN: This media is composed of multiple volumes.\n"
+    " WARN: If it is not done already, please copy each volume on a local hard drive before "
+    "starting the installation.\n"
+    " WARN: Not doing so might result in the installation leaving temporary files behind.\n";
+
+Outcome SampleWorld::MakeMedia(const std::vector<std::string>& arguments,
+                               const Environment& env) const {
+  std::vector<std::string> command = {SourceFile("examples/make-media")};
+  for (const std::string& argument : arguments) command.push_back(Text(argument));
+  Environment all = Text(env);
+  all.emplace("PATH", kPath);
+  return RunProgram({command, all, Path(".")});
+}
+
+void SampleWorld::Media(const MediaPlan& plan) const {
+  std::vector<std::string> arguments = plan.options;
+  arguments.insert(arguments.end(), {"--launcher", plan.launcher, "--", plan.directory});
+  const Outcome outcome = MakeMedia(arguments);
+  if (outcome.status != 0 || !outcome.err.empty()) {
+    throw std::runtime_error("cannot make a media: " + outcome.err);
+  }
+}
+
+void SampleWorld::MediaWithFakeLauncher(const std::string& directory) const {
+  Media({.directory = directory, .launcher = BuiltProgram("fake_installer")});
+}
+
+Outcome SampleWorld::Start(const std::string& first_volume,
+                           const std::vector<std::string>& arguments, const StartPlan& plan) const {
+  std::vector<std::string> command = {Path(first_volume) + "/StartTUI.sh"};
+  for (const std::string& argument : arguments) command.push_back(Text(argument));
+  Environment env = Text(plan.env);
+  env.emplace("TMPDIR", Path("tmp"));
+  env.emplace("PATH", kPath);
+  return RunProgram({command, env, Path("."), plan.input, plan.before});
+}
+
+std::vector<std::string> SampleWorld::TreeOf(const Installation& installation) const {
+  const TestDirectory model;
+  std::string files;
+  std::string directories = installation.volumes.empty() ? "" : "bin\nshare\nshare/sample suite\n";
+  int number = 0;
+  for (const std::string& volume : installation.volumes) {
+    const std::string payload = Path(volume) + "/payload/" + std::to_string(++number);
+    fs::copy(payload, model.Path(), fs::copy_options::recursive);
+    files += ReadFile(payload + ".cksum");
+    directories += "share/sample suite/volume " + std::to_string(number) + "\n";
+  }
+  model.Write(".sample-suite/media", installation.media + "\n");
+  model.Write(".sample-suite/state", installation.state + "\n");
+  model.Write(".sample-suite/files", files);
+  model.Write(".sample-suite/directories", directories);
+  return DescribeTree(model.Path());
+}
+
+std::string SampleWorld::WithoutStaging(std::string text) const {
+  for (const fs::directory_entry& entry : fs::directory_iterator(Path("tmp"))) {
+    const std::string name = entry.path().string();
+    for (std::size_t at; (at = text.find(name)) != std::string::npos;) {
+      text.replace(at, name.size(), "<staging>");
+    }
+  }
+  return text;
+}
+
+void ExpectOutcome(const SampleWorld& world, const Outcome& seen, const Outcome& expected) {
+  EXPECT_EQ(seen.status, expected.status);
+  EXPECT_EQ(seen.out, world.Text(expected.out));
+  EXPECT_EQ(seen.err, world.Text(expected.err));
+}
+
+std::string FindsInstallerIn(const std::string& first_volume) {
+  const std::string installer = "{" + first_volume + "/inst/linux/code/bin/sample-installer}";
+  return " INFO: " + installer + "\n INFO: Installer found in current media: \"" + installer +
+         "\".\n";
+}
+
+void GiveUpSuperpowers() {
+  for (const int power : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH}) {
+    if (::prctl(PR_CAPBSET_DROP, power, 0, 0, 0) != 0 && ::geteuid() == 0) ::_exit(kStillSuper);
+  }
+}
+
+std::string LastLineOf(const std::string& text) {
+  if (!text.ends_with('\n')) return "(no line feed at the end of: " + text + ")";
+  const std::string lines = text.substr(0, text.size() - 1);
+  return lines.substr(lines.rfind('\n') + 1);
+}
+
+}  // namespace kvl::test

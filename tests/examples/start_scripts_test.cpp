@@ -1,0 +1,198 @@
+// The start scripts of a sample media: what they give to the launcher, however they are called.
+#include <unistd.h>
+
+#include <filesystem>
+#include <utility>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/examples/sample_world.h"
+
+namespace kvl::test {
+namespace {
+
+using testing::ElementsAre;
+
+namespace fs = std::filesystem;
+
+/// One call of a start script, by its words, from a directory. All texts as in MediaWorld.
+struct Call {
+  std::vector<std::string> command;
+  std::string directory = "{}";
+  Environment env = {};
+};
+
+/// What the launcher is given by that call.
+ChildReport ReportOf(const SampleWorld& world, const Call& call) {
+  fs::remove(world.Path("report"));
+  std::vector<std::string> command;
+  for (const std::string& word : call.command) command.push_back(world.Text(word));
+  Environment env = world.Text(call.env);
+  env.emplace("PATH", "/usr/bin:/bin");
+  env.emplace("FAKE_REPORT", world.Path("report"));
+  const Outcome outcome = RunProgram({command, env, world.Text(call.directory)});
+  ExpectOutcome(world, outcome, {0, "", ""});
+  return ReadReport(world.Path("report"));
+}
+
+/// Every row calls a start script in its own way and names the media directory to be found.
+void ExpectMediaDirectories(const SampleWorld& world,
+                            const std::vector<std::pair<Call, std::string>>& rows) {
+  for (const auto& [call, media] : rows) {
+    SCOPED_TRACE(testing::PrintToString(call.command) + " in " + call.directory);
+    ChildReport report = ReportOf(world, call);
+    EXPECT_EQ(report.env["CurrentMediaDir"], world.Text(media));
+    EXPECT_EQ(report.directory, world.Text(call.directory));
+  }
+}
+
+TEST(StartScript, SetsFourVariablesAndChangesNoOther) {
+  SampleWorld world;
+  world.MediaWithFakeLauncher();
+  const Environment given = {{"PATH", "/usr/bin:/bin"},
+                             {"FAKE_REPORT", world.Path("report")},
+                             {"KVL_OS", "another"},
+                             {"CurrentMediaDir", "/another"}};
+  for (const char* script : {"StartTUI.sh", "StartGUI.sh"}) {
+    ChildReport report =
+        ReportOf(world, {{std::string("{media}/") + script}, world.Path("tmp"), given});
+    // These belong to the shell; not every shell sets them.
+    for (const char* of_shell : {"PWD", "OLDPWD", "SHLVL", "_"}) report.env.erase(of_shell);
+    EXPECT_EQ(EnvChanges(given, report.env),
+              (Environment{{"CurrentMediaDir", world.Path("media")},
+                           {"KVL_OS", "linux"},
+                           {"KVL_Installer_EXE", "sample-installer"},
+                           {"KVL_LIBPATH_VARNAME", "LD_LIBRARY_PATH"}}))
+        << script;
+  }
+}
+
+TEST(StartScript, FindsItsMediaHoweverItIsCalled) {
+  SampleWorld world;
+  world.MediaWithFakeLauncher("a blank/media");
+  world.Directory().MakeDir("else where/a blank/media");
+  const std::string media = "{a blank/media}";
+  const Environment path = {{"PATH", media + ":/usr/bin:/bin"}};
+  ExpectMediaDirectories(world,
+                         {
+                             {{{media + "/StartTUI.sh"}}, media},
+                             {{{"a blank/media/StartTUI.sh"}}, media},
+                             {{{"/bin/sh", "StartTUI.sh"}, media}, media},
+                             {{{"/bin/sh", "a blank/media/StartTUI.sh"}}, media},
+                             {{{"/usr/bin/env", "StartTUI.sh"}, "{tmp}", path}, media},
+                             {{{"./a blank//media/./StartTUI.sh"}}, media},
+                             {{{"./StartTUI.sh"}, media}, media},
+                             {{{"media/StartTUI.sh"}, "{a blank}"}, media},
+                             {{{"../../a blank/media/StartTUI.sh"}, "{else where/a blank}"}, media},
+                         });
+}
+
+TEST(StartScript, FindsItsMediaThroughSymbolicLinksToIt) {
+  SampleWorld world;
+  world.MediaWithFakeLauncher("a blank/media");
+  world.MediaWithFakeLauncher("line feed\n");
+  world.Directory().Link("links/absolute", world.Path("a blank/media/StartTUI.sh"));
+  world.Directory().Link("links/relative", "../a blank/media/StartTUI.sh");
+  world.Directory().Link("links/chain", "relative");
+  world.Directory().Link("links/-dash", "absolute");
+  world.Directory().Link("links/odd", "../line feed\n/StartTUI.sh");
+  world.Directory().Link("hop\n", "a blank/media/StartTUI.sh");
+  world.Directory().Link("links/odd chain", "../hop\n");
+  const std::string media = "{a blank/media}";
+  ExpectMediaDirectories(world, {
+                                    {{{"{links/absolute}"}}, media},
+                                    {{{"links/relative"}}, media},
+                                    {{{"./chain"}, "{links}"}, media},
+                                    {{{"/bin/sh", "chain"}, "{links}"}, media},
+                                    {{{"-dash"}, "{links}"}, media},
+                                    {{{"links/odd"}}, "{}/line feed\n"},
+                                    {{{"links/odd chain"}}, media},
+                                });
+}
+
+TEST(StartScript, ALinkedDirectoryKeepsItsNameButForDotDot) {
+  SampleWorld world;
+  world.MediaWithFakeLauncher("store/first");
+  world.MediaWithFakeLauncher("store/media");
+  world.Directory().Link("set/1", "../store/first");
+  ExpectMediaDirectories(world, {
+                                    {{{"{set/1}/StartTUI.sh"}}, "{set/1}"},
+                                    {{{"1/StartTUI.sh"}, "{set}"}, "{set/1}"},
+                                    {{{"set/1/../media/StartTUI.sh"}}, "{store/media}"},
+                                });
+}
+
+TEST(StartScript, FindsItsMediaWhateverTheNamesAndCdpathAre) {
+  SampleWorld world;
+  world.MediaWithFakeLauncher();
+  std::string place = "media";
+  for (const std::string name : {"-", "-L", "it's", "two\nlines", "$(touch x)*", "~"}) {
+    SCOPED_TRACE(name);
+    fs::rename(world.Path(std::exchange(place, name)), world.Path(name));
+    world.Directory().MakeDir("elsewhere/" + name);
+    const Environment cdpath = {{"CDPATH", "{elsewhere}"}};
+    ExpectMediaDirectories(world, {
+                                      {{{"{}/" + name + "/StartTUI.sh"}}, "{}/" + name},
+                                      {{{name + "/StartTUI.sh"}, "{}", cdpath}, "{}/" + name},
+                                  });
+  }
+  EXPECT_FALSE(fs::exists(world.Path("x")));
+}
+
+TEST(StartScript, HandsEveryArgumentOnAsItIs) {
+  SampleWorld world;
+  world.MediaWithFakeLauncher();
+  const std::string launcher = world.Path("media/inst/linux/code/bin/kvl-launcher");
+  const std::vector<std::string> odd = {"a b", "", "*", "\"", "'", "\\", "two\nlines\n", "-UI"};
+  std::vector<std::string> tui = {"{media}/StartTUI.sh"}, gui = {"{media}/StartGUI.sh"};
+  tui.insert(tui.end(), odd.begin(), odd.end());
+  gui.insert(gui.end(), odd.begin(), odd.end());
+  EXPECT_THAT(ReportOf(world, {tui}).arguments,
+              ElementsAre(launcher, "a b", "", "*", "\"", "'", "\\", "two\nlines\n", "-UI"));
+  EXPECT_THAT(ReportOf(world, {gui}).arguments,
+              ElementsAre(launcher, "-UI", "a b", "", "*", "\"", "'", "\\", "two\nlines\n", "-UI"));
+  EXPECT_THAT(ReportOf(world, {{"{media}/StartTUI.sh"}}).arguments, ElementsAre(launcher));
+  EXPECT_THAT(ReportOf(world, {{"{media}/StartGUI.sh"}}).arguments, ElementsAre(launcher, "-UI"));
+}
+
+TEST(StartScript, TheLauncherTakesItsPlaceAndEndsWithItsOwnStatus) {
+  SampleWorld world;
+  world.MediaWithFakeLauncher();
+  const Outcome outcome = RunProgram({{world.Path("media/StartTUI.sh")},
+                                      {{"PATH", "/usr/bin:/bin"},
+                                       {"FAKE_REPORT", world.Path("report")},
+                                       {"FAKE_PRINT", "said\n"},
+                                       {"FAKE_EXIT", "9"}}});
+  ExpectOutcome(world, outcome, {9, "said\n", ""});
+  ChildReport report = ReadReport(world.Path("report"));
+  EXPECT_EQ(report.facts["parent"], std::to_string(::getpid()));
+}
+
+TEST(StartScript, WithoutALauncherSaysSoAndEndsWithStatusOne) {
+  SampleWorld world;
+  world.MediaWithFakeLauncher("a media");
+  const fs::path launcher = world.Path("a media/inst/linux/code/bin/kvl-launcher");
+  const std::vector<std::function<void()>> damages = {
+      [&] { SetMode(launcher, 0644); },
+      [&] { fs::remove(launcher); },
+      [&] { fs::create_directory(launcher); },
+      [&] { fs::remove_all(launcher.parent_path()); },
+  };
+  for (const auto& damage : damages) {
+    damage();
+    for (const std::string script : {"StartTUI.sh", "StartGUI.sh"}) {
+      const Outcome outcome = RunProgram({{world.Path("a media/") + script, "--target", "x"},
+                                          {{"PATH", "/usr/bin:/bin"}},
+                                          world.Path(".")});
+      ExpectOutcome(world, outcome,
+                    {1, "",
+                     script + ": the launcher is missing or cannot be executed: "
+                              "{a media/inst/linux/code/bin/kvl-launcher}\n"});
+    }
+  }
+  EXPECT_FALSE(fs::exists(world.Path("x")));
+}
+
+}  // namespace
+}  // namespace kvl::test
