@@ -52,6 +52,8 @@ Failure FailureOf(const std::function<void()>& action) {
 
 Failure IsolatedFailureOf(const std::function<void()>& action) {
   const Outcome outcome = RunIsolated([&action] {
+    // A sanitizer that meets a class for the first time opens descriptors; `action` may leave none.
+    FailureOf([] { throw KVLInsIO::KVLInsException("seen"); });
     const Failure failure = FailureOf(action);
     std::cout << failure.type << '\0' << failure.text;
     return 0;
