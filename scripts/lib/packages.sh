@@ -2,11 +2,12 @@
 # Sourced by the scripts beside it: installs the Debian packages that they need.
 
 # install_missing_packages PACKAGE...: leaves the package manager alone when nothing is missing.
-# Ends with status 1 and one line on standard error when a missing package cannot be installed.
+# Ends with status 1 and one line on standard error when a missing package cannot be installed; where
+# there are no Debian packages it names them and goes on.
 install_missing_packages() {
   if ! command -v dpkg-query >/dev/null; then
-    echo "This is no Debian system; please install by hand what these packages hold: $*" >&2
-    return 1
+    echo "This is no Debian system; if something is missing, install what these packages hold: $*" >&2
+    return 0
   fi
   packages_missing=$(missing_packages "$@")
   if [ -z "$packages_missing" ]; then return 0; fi
