@@ -236,7 +236,7 @@ TEST_F(CopyDirTest, EndsWhenNoDescriptorIsLeftForADirectory) {
   const std::string source = directory_.Path("from");
   directory_.Write("from/inner/file", "contents");
   EXPECT_EQ(IsolatedFailureOf([&] {
-              LimitDescriptors(1);
+              LimitFurtherDescriptors(1);
               CopyDir(source, directory_.Path("to"));
             }),
             Exception("opendir - " + source + "/inner", EMFILE));

@@ -225,7 +225,7 @@ TEST(Finder, WhoseListIsBrokenOffAtOnceHasNoEntry) {
 TEST(Finder, TellsThatThereWasNoDescriptorLeftToOpenTheDirectory) {
   const TestDirectory directory;
   EXPECT_EQ(IsolatedFailureOf([&] {
-              LimitDescriptors(0);
+              LimitFurtherDescriptors(0);
               FindFirstFile(directory.Path(), kFile).ThrowIfCutShort();
             }),
             Exception("opendir - " + directory.Path(), EMFILE));

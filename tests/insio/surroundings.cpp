@@ -36,20 +36,26 @@ void EnterAsOrdinaryUser(const TestDirectory& directory) {
   Require(::setresuid(kNobody, kNobody, kNobody) == 0, "change the user");
 }
 
-void LimitDescriptors(unsigned further) {
-  // The limit is the first number that cannot be had; the lower ones that are free are used up.
-  const int lowest_free = ::fcntl(STDERR_FILENO, F_DUPFD, 0);
-  if (lowest_free < 0 || ::close(lowest_free) != 0)
-    throw std::runtime_error("no descriptor is free");
-  const rlim_t limit = static_cast<rlim_t>(lowest_free) + further;
-  const rlimit limits = {limit, limit};
-  if (::setrlimit(RLIMIT_NOFILE, &limits) != 0) throw std::runtime_error("setrlimit failed");
+void GiveToOrdinaryUser(const std::string& path) {
+  if (::geteuid() != 0) return;
+  Require(::chown(path.c_str(), kNobody, kNobody) == 0, "give away " + path);
 }
 
 void LimitFileSize(unsigned bytes) {
   const rlimit limit = {bytes, bytes};
   Require(::setrlimit(RLIMIT_FSIZE, &limit) == 0, "limit the size of files");
   Require(::signal(SIGXFSZ, SIG_IGN) != SIG_ERR, "ignore a signal");
+}
+
+void LimitDescriptors(unsigned count) {
+  const rlimit limit = {count, count};
+  Require(::setrlimit(RLIMIT_NOFILE, &limit) == 0, "limit the descriptors");
+}
+
+void LimitFurtherDescriptors(unsigned further) {
+  const int lowest_free = ::fcntl(STDERR_FILENO, F_DUPFD, 0);
+  Require(lowest_free >= 0 && ::close(lowest_free) == 0, "find a free descriptor");
+  LimitDescriptors(static_cast<unsigned>(lowest_free) + further);
 }
 
 std::vector<std::string> OpenDescriptors() {
@@ -76,6 +82,17 @@ std::string MakeSocket(const TestDirectory& directory, const std::string& name) 
   const std::string path = directory.Path(name);
   Require(::mknod(path.c_str(), S_IFSOCK | 0600, 0) == 0, "make " + path);
   return path;
+}
+
+std::string PathOfLength(std::string beginning, std::size_t length) {
+  constexpr std::size_t kMostLetters = 200;
+  while (beginning.size() < length) {
+    std::size_t letters = std::min(length - beginning.size() - 1, kMostLetters);
+    // A single byte would be left over, too little for a slash and a letter.
+    if (length - beginning.size() - 1 - letters == 1) --letters;
+    beginning += "/" + std::string(letters, 'd');
+  }
+  return beginning;
 }
 
 std::string TooLongName() {

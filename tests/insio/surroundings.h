@@ -1,13 +1,14 @@
 // What lies around an operation: working directory, user, limits and descriptors of the process,
 // and what the system itself says of a file.
 //
-// Enter, EnterAsOrdinaryUser, LimitFileSize and LimitDescriptors last as long as the process: call them only inside
-// RunIsolated or IsolatedFailureOf.
+// Enter, EnterAsOrdinaryUser, LimitFileSize and LimitDescriptors last as long as the process: call
+// them only in a process of its own, as in RunIsolated or IsolatedFailureOf.
 #pragma once
 
 #include <sys/stat.h>
 #include <sys/types.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -24,14 +25,20 @@ void Enter(const TestDirectory& directory);
 /// directory itself may be closed.
 void EnterAsOrdinaryUser(const TestDirectory& directory);
 
+/// Makes an entry the property of the user that EnterAsOrdinaryUser turns into.
+void GiveToOrdinaryUser(const std::string& path);
+
 /// No file can grow beyond this size: a write up to it is cut short, one behind it fails.
 void LimitFileSize(unsigned bytes);
 
-/// So many descriptors can be opened beside those that are open now.
-void LimitDescriptors(unsigned further);
-
 /// The numbers of all open descriptors, and what they lead to.
 std::vector<std::string> OpenDescriptors();
+
+/// No descriptor can have this number or a higher one.
+void LimitDescriptors(unsigned count);
+
+/// The same, counted from the descriptors that are open now.
+void LimitFurtherDescriptors(unsigned further);
 
 /// What stat says, links followed.
 struct stat StatusOf(const std::string& path);
@@ -44,6 +51,9 @@ inline std::int64_t Nanoseconds(const timespec& time) {
 
 /// A socket without anybody listening: nobody, not even root, can open it as a file.
 std::string MakeSocket(const TestDirectory& directory, const std::string& name);
+
+/// `beginning` and names of letters below it, such that the whole path has `length` bytes.
+std::string PathOfLength(std::string beginning, std::size_t length);
 
 /// A name of 300 bytes, more than any entry can have.
 std::string TooLongName();

@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
@@ -29,10 +28,14 @@ struct stat StatusOf(const std::string& path, bool follow) {
   return status;
 }
 
-std::string Contents(const std::string& path) {
+std::string AllOf(const std::ifstream& file) {
   std::ostringstream all;
-  all << std::ifstream(path, std::ios::binary).rdbuf();  // much faster than byte by byte
-  const std::string contents = all.str();
+  all << file.rdbuf();  // much faster than byte by byte
+  return all.str();
+}
+
+std::string Contents(const std::string& path) {
+  const std::string contents = AllOf(std::ifstream(path, std::ios::binary));
   if (contents.size() <= kLongContents) return contents;
   return std::to_string(contents.size()) + " bytes, hash " +
          std::to_string(std::hash<std::string>()(contents));
@@ -143,9 +146,9 @@ std::string TestDirectory::Pipe(std::string_view relative) const {
 }
 
 std::string ReadFile(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
+  const std::ifstream file(path, std::ios::binary);
   EXPECT_TRUE(file.is_open()) << "cannot read " << path;
-  return std::string(std::istreambuf_iterator<char>(file), {});
+  return AllOf(file);
 }
 
 std::vector<std::string> DescribeTree(const std::string& directory) {

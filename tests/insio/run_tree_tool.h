@@ -1,0 +1,34 @@
+// The library at work in a small program of its own, where its use of memory can be seen.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace kvl::test {
+
+struct ToolSeen {
+  int status = 0;
+  int result = 0;   ///< what the operation gave back
+  long memory = 0;  ///< the most that was resident at any time, in KiB
+  std::string err;  ///< the message of a failure
+};
+
+/// Runs tree_tool with these words, see tree_tool.cpp. `before` is called in the new process first.
+ToolSeen RunTreeTool(const std::vector<std::string>& words,
+                     const std::function<void()>& before = {});
+
+/// True when the library is built with sanitizers, whose own memory hides what it takes.
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr bool kSanitized = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+inline constexpr bool kSanitized = true;
+#else
+inline constexpr bool kSanitized = false;
+#endif
+#else
+inline constexpr bool kSanitized = false;
+#endif
+
+}  // namespace kvl::test
