@@ -6,6 +6,10 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstdlib>
+#include <memory>
+#include <sstream>
+#include <utility>
 
 #include "insio/create_dir.h"
 #include "insio/exceptions.h"
@@ -14,6 +18,7 @@
 #include "insio/finder.h"
 #include "insio/path.h"
 #include "insio/path_text.h"
+#include "insio/tree_level.h"
 
 namespace KVLInsIO {
 namespace {
@@ -24,6 +29,15 @@ constexpr mode_t kPermissionBits = 0777;
 bool IsSameFile(const struct stat& left, const struct stat& right) {
   return left.st_dev == right.st_dev && left.st_ino == right.st_ino &&
          left.st_size == right.st_size && left.st_mtime == right.st_mtime;
+}
+
+[[noreturn]] void RefuseToCopy(const std::string& source) {
+  throw KVLInsException("Cannot copy " + source + " to itself.");
+}
+
+/// Pipes and devices: reading them may wait for ever, or never come to an end.
+bool MayNeverEnd(mode_t mode) {
+  return S_ISFIFO(mode) || S_ISCHR(mode) || S_ISBLK(mode);
 }
 
 /// Copies all bytes. Returns 0, or the error's number; a write that took only a part counts as a
@@ -57,6 +71,97 @@ void CopyContents(const std::string& source, const std::string& destination, mod
   if (error != 0) throw KVLInsExceptionErrno("Cannot write into " + destination, error);
 }
 
+/// Copies one file into a directory that exists.
+void CopyFileOnly(const std::string& source, const std::string& destination) {
+  struct stat from;
+  if (::stat(source.c_str(), &from) != 0) {
+    const int error = errno;
+    throw KVLInsExceptionErrno("Cannot stat " + source, error);
+  }
+  struct stat to;
+  if (::stat(destination.c_str(), &to) == 0 && IsSameFile(from, to)) RefuseToCopy(source);
+  if (MayNeverEnd(from.st_mode)) throw KVLInsException("Cannot read " + source, EOPNOTSUPP);
+  CopyContents(source, destination, from.st_mode & kPermissionBits);
+  if (from.st_atime != 0) SetTime(destination, from.st_atime, from.st_mtime);
+}
+
+/// The path without links of the directory at `path`; empty when there is none.
+std::string RealDirectory(const std::string& path) {
+  const std::unique_ptr<char, decltype(&std::free)> real(::realpath((path + "/.").c_str(), nullptr),
+                                                         &std::free);
+  return real == nullptr ? std::string() : std::string(real.get());
+}
+
+/// Cuts a path without links back to its parent's; to nothing behind the root.
+void GoUp(std::string& real_path) {
+  const std::size_t last_slash = real_path.rfind(kPathSeparator);
+  real_path.resize(last_slash == 0 && real_path.size() > 1 ? 1 : last_slash);
+}
+
+/// The directory, without links, that holds what lies or would be made at `path`, or the nearest
+/// one on the way there that exists.
+std::string RealDirectoryOf(const std::string& path) {
+  std::string real = RealDirectory(path.starts_with(kPathSeparator) ? "/" : ".");
+  int missing = 0;  // so many directories below `real` are still to be made
+  std::istringstream components(path);
+  for (std::string name; std::getline(components, name, kPathSeparator.front());) {
+    if (name.empty() || name == ".") continue;
+    if (missing > 0) {
+      missing += name == ".." ? -1 : 1;
+      continue;
+    }
+    std::string next = RealDirectory(real + "/" + name);
+    if (next.empty()) {
+      missing = 1;
+    } else {
+      real = std::move(next);
+    }
+  }
+  if (missing == 0) GoUp(real);
+  return real;
+}
+
+/// True when what lies or would be made at `path` is inside `directory`, on whatever way.
+bool LiesInside(const std::string& path, const std::string& directory) {
+  FileIdentity wanted, passed;
+  if (!Identify(directory, wanted)) return false;
+  for (std::string place = RealDirectoryOf(path); !place.empty(); GoUp(place)) {
+    if (Identify(place, passed) && passed == wanted) return true;
+  }
+  return false;
+}
+
+bool IsLink(const std::string& path) {
+  struct stat status;
+  return ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
+/// Copies the entries of the level's directory into `destination`, which exists.
+void CopyEntries(TreeLevel& level, const std::string& destination) {
+  InsFileFinder& entries = level.Entries();
+  std::string target = destination;
+  target.append(kPathSeparator);
+  const std::size_t name_at = target.size();
+  for (; !entries.AtEnd(); FindNextFile(entries)) {
+    target.resize(name_at);
+    target.append(entries.Name());
+    if (!entries.IsDirectory()) {
+      CopyFileOnly(entries.FullPath(), target);
+      continue;
+    }
+    if (level.EntryLeadsBack()) RefuseToCopy(entries.FullPath());
+    // Below the top only a link, on either side, can bring the target into what is copied.
+    if ((entries.Type() == kLinkToDirectory || IsLink(target)) &&
+        LiesInside(target, entries.FullPath())) {
+      RefuseToCopy(entries.FullPath());
+    }
+    TreeLevel below = TreeLevel::Below(level);
+    CreateOneDir(target);
+    CopyEntries(below, target);
+  }
+  entries.ThrowIfCutShort();
+}
+
 }  // namespace
 
 void Copy(const std::string& source, const std::string& destination) {
@@ -72,38 +177,21 @@ void Copy(const std::string& source, const std::string& destination) {
 void CopyFile(const std::string& source, const std::string& destination) {
   const InsPath parent = InsPath(destination).Parent();
   if (!parent.IsEmpty()) CreateDir(parent.Str());
-
-  struct stat from;
-  if (::stat(source.c_str(), &from) != 0) {
-    const int error = errno;
-    throw KVLInsExceptionErrno("Cannot stat " + source, error);
-  }
-  struct stat to;
-  if (::stat(destination.c_str(), &to) == 0 && IsSameFile(from, to)) {
-    throw KVLInsException("Cannot copy " + source + " to itself.");
-  }
-  CopyContents(source, destination, from.st_mode & kPermissionBits);
-  if (from.st_atime != 0) SetTime(destination, from.st_atime, from.st_mtime);
+  CopyFileOnly(source, destination);
 }
 
 void CopyDir(const std::string& source, const std::string& destination) {
-  InsFileFinder finder = FindFirstFile(source, kDirectoryOrFile);
-  const bool is_empty = finder.AtEnd();
-  std::string target = destination;
-  target.append(kPathSeparator);
-  const std::size_t target_prefix = target.size();
-  for (; !finder.AtEnd(); FindNextFile(finder)) {
-    target.resize(target_prefix);
-    target.append(finder.Name());
-    if (finder.IsDirectory()) {
-      CopyDir(finder.FullPath(), target);
-    } else {
-      CopyFile(finder.FullPath(), target);
-    }
+  TreeLevel top = TreeLevel::Top(source);
+  // The parent of what will be copied: with an empty destination that is the root directory.
+  const std::string place = Join(destination, "entry").Parent().Str();
+  if (LiesInside(place, source) || LiesInside(destination + "/", source)) RefuseToCopy(source);
+  if (top.Entries().AtEnd()) {
+    top.Entries().ThrowIfCutShort();
+    CreateDir(destination);
+    return;
   }
-  finder.ThrowIfCutShort();
-  finder.Close();
-  if (is_empty) CreateDir(destination);
+  CreateDir(place);
+  CopyEntries(top, destination);
 }
 
 }  // namespace KVLInsIO

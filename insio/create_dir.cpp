@@ -54,4 +54,13 @@ void CreateDir(const std::string& path) {
   if (error != 0) throw KVLInsException("mkdir - " + wanted.Str(), error);
 }
 
+void CreateOneDir(const std::string& path) {
+  if (::mkdir(path.c_str(), kDirectoryMode) == 0) return;
+  const int error = errno;
+  if (error != EEXIST) throw KVLInsException("mkdir - " + path, error);
+  struct stat status;
+  if (::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return;
+  throw KVLInsException("CreateDir - " + path + " is not a directory.");
+}
+
 }  // namespace KVLInsIO

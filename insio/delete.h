@@ -1,5 +1,5 @@
 // Deleting files and directory trees. A symbolic link is always removed as a link, never what it
-// leads to.
+// leads to. Paths and names are taken as they stand.
 //
 // The first failure ends an operation; what has been removed by then stays removed.
 #pragma once
@@ -9,23 +9,27 @@
 namespace KVLInsIO {
 
 /// Removes a file, a link, or a directory with everything in it. A path at which nothing is, or
-/// whose type cannot be found out, is no error and nothing happens. A "/" behind a link makes it the
-/// directory that it leads to, whose contents go before the failure ("rmdir - ").
+/// whose type cannot be found out, is no error and nothing happens. A "/" behind a link makes it
+/// the directory that it leads to, whose contents go before the failure ("rmdir - ").
 /// Throws KVLInsException "Delete - empty path"; "unlink - " + path or "rmdir - " + path with the
 /// error's text, the path being that of the entry that could not be removed; and what FindFirstFile
 /// throws.
 void Delete(const std::string& path);
 
-/// Removes every entry of a directory, or of the one that a link leads to, depth first, and leaves the
-/// directory. A missing directory has no entries. Throws as Delete does, and "FindFirstFile - Path is
-/// empty".
+/// Removes every entry of a directory, or of the one that a link leads to, depth first, and leaves
+/// the directory. One that is missing, cannot be opened, or is none, has no entries. Throws as
+/// Delete does for its entries; KVLInsException "FindFirstFile - Path is empty".
 void DeleteContents(const std::string& directory);
 
 /// Removes a tree that holds nothing but directories, itself included, and returns true. Returns
-/// false when there is a file or a link to one anywhere in it, or when something fails; branches
-/// without a file are removed even then. A link to a directory is followed, and then removed as a
-/// link. A missing directory counts as removed; an empty path gives false. On purpose a path that is no
-/// directory at all counts as one without entries, and is removed. Never throws a std::exception.
+/// false when there is a file, a link to one or a dangling link anywhere in it, or when something
+/// fails; branches without a file are removed even then.
+///  - A link to a directory is followed, so directories outside of the tree are emptied, too, and
+///    then removed as a link. One that leads back to a directory on the way to it is not gone down
+///    again: it goes when no file can be reached through it, and stays otherwise.
+///  - A missing directory counts as removed. An empty path gives false.
+///  - On purpose a path that is no directory at all counts as one without entries, and is removed.
+/// Never throws a std::exception.
 bool DeleteEmptyTree(const std::string& path);
 
 }  // namespace KVLInsIO

@@ -1,4 +1,5 @@
 // Times, mode and size of a file, and the room on its file system. Links are followed throughout.
+// The messages of the KVLInsExceptionErrno below all end in " - " and the error's text.
 //
 // Times are whole seconds since the epoch. Modes are written as people write them: a decimal number
 // whose digits are meant as octal ones, 755 for rwxr-xr-x.
@@ -20,12 +21,13 @@ struct FileTimes {
 /// Throws KVLInsExceptionErrno "GetTime - " + path, also for an empty or missing path.
 FileTimes GetTime(const std::string& path);
 
-/// Sets access and modification time. Throws KVLInsExceptionErrno "SetTime - " + path.
+/// Sets access and modification time. Throws KVLInsExceptionErrno "SetTime - " + path, also for an
+/// empty or missing path.
 void SetTime(const std::string& path, std::int64_t access, std::int64_t modification);
 
 /// Sets the mode, given as decimal-coded octal: the sum of digit x 8^position.
 ///   644  =>  rw-r--r--     0  =>  none     8  =>  010 (octal): on purpose 8 and 9 are not refused
-/// Throws KVLInsExceptionErrno "Chmod - " + path.
+/// Throws KVLInsExceptionErrno "Chmod - " + path, also for an empty or missing path.
 void Chmod(const std::string& path, unsigned mode);
 
 inline constexpr bool kReadOnly = true;
@@ -34,7 +36,8 @@ inline constexpr bool kWritable = false;
 /// Takes the owner's write permission away (kReadOnly) or gives it (kWritable). True when the mode
 /// had to be changed; it is then rewritten from its low nine bits, so set-id and sticky bits go.
 /// False, and nothing changed, when the permission already was as wanted or `path` cannot be
-/// stated. Throws KVLInsExceptionErrno "Chmod - " + path when the mode cannot be changed.
+/// stated, so for an empty or missing one. Throws KVLInsExceptionErrno "Chmod - " + path when the
+/// mode cannot be changed.
 bool SetReadOnly(const std::string& path, bool read_only);
 
 /// The size in bytes of anything but a directory.
@@ -44,9 +47,9 @@ bool SetReadOnly(const std::string& path, bool read_only);
 /// the one that is asked, see NormalizeString); and what GetType throws.
 std::int64_t GetFileSize(const std::string& path);
 
-/// Bytes that an ordinary user may still store on the file system of `path` or, where that does not
-/// exist, of its nearest existing ancestor. 0 for an empty path, and when no ancestor can be asked.
-/// Never throws a failure of the system.
+/// Bytes that an ordinary user may still store on the file system of `path` (normalised, see
+/// NormalizeString) or, where that does not exist, of its nearest existing ancestor. 0 for an empty
+/// path, and when no ancestor can be asked. Never throws a failure of the system.
 std::int64_t GetFreeSpace(const std::string& path);
 
 }  // namespace KVLInsIO

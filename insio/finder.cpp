@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <errno.h>
 
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -33,6 +34,22 @@ bool IsShortage(int error) {
   return error == EMFILE || error == ENFILE || error == ENOMEM;
 }
 
+/// The rest of a directory that has been read already: names, each followed by a NUL byte.
+class NamesAhead {
+ public:
+  void Add(const char* name) { names_.append(name).push_back('\0'); }
+  bool AtEnd() const { return next_ == names_.size(); }
+  const char* Take() {
+    const char* name = names_.c_str() + next_;
+    next_ += std::strlen(name) + 1;
+    return name;
+  }
+
+ private:
+  std::string names_;
+  std::size_t next_ = 0;
+};
+
 }  // namespace
 
 struct InsFileFinder::State {
@@ -42,11 +59,12 @@ struct InsFileFinder::State {
   std::string name;
   std::string full_path;
   EntryType type = kNoEntry;
-  DirectoryStream stream;
+  DirectoryStream stream;  // none once the rest has been read ahead
   const dirent* last_read = nullptr;
+  NamesAhead ahead;
   Failure cut_short;
 
-  /// Reads one entry of any kind. False at the end.
+  /// False at the end.
   bool ReadEntry() {
     errno = 0;
     last_read = ::readdir(stream.get());
@@ -54,16 +72,18 @@ struct InsFileFinder::State {
     return last_read != nullptr;
   }
 
-  void TakeEntry() {
-    name = last_read->d_name;
-    full_path.resize(directory.size() + kPathSeparator.size());
-    full_path.append(name);
-    type = GetType(full_path);
+  /// The next name of any kind; none at the end.
+  const char* NextName() {
+    if (stream != nullptr) return ReadEntry() ? last_read->d_name : nullptr;
+    return ahead.AtEnd() ? nullptr : ahead.Take();
   }
 
   void GoToNextMatch() {
-    while (ReadEntry()) {
-      TakeEntry();
+    while (const char* next = NextName()) {
+      name = next;
+      full_path.resize(directory.size() + kPathSeparator.size());
+      full_path.append(name);
+      type = GetType(full_path);
       if (!IsSelfOrParent(name) && (type & mask) != 0) return;
     }
     at_end = true;
@@ -103,24 +123,45 @@ void InsFileFinder::ThrowIfCutShort() const {
   throw KVLInsException(failure.operation + state_->directory, failure.error);
 }
 
-InsFileFinder FindFirstFile(const std::string& path, int type_mask) {
-  auto state = std::make_unique<InsFileFinder::State>();
-  state->directory = InsPath(path).Str();
-  if (state->directory.empty()) throw KVLInsException("FindFirstFile - Path is empty");
-  state->full_path.append(state->directory).append(kPathSeparator);
+void InsFileFinder::ReadAhead() {
+  if (state_->stream == nullptr) return;
+  while (state_->ReadEntry()) state_->ahead.Add(state_->last_read->d_name);
+  state_->stream.reset();
+}
+
+InsFileFinder InsFileFinder::Start(const std::string& path, std::string directory, int type_mask) {
+  if (directory.empty()) throw KVLInsException("FindFirstFile - Path is empty");
+  auto state = std::make_unique<State>();
+  state->full_path.append(directory).append(kPathSeparator);
+  state->directory = std::move(directory);
   state->mask = type_mask;
   state->stream.reset(::opendir(path.c_str()));
-  if (state->stream != nullptr) {
-    state->GoToNextMatch();
-  } else {
-    if (IsShortage(errno)) state->cut_short = {"opendir - ", errno};
-    state->at_end = true;
-  }
+  if (state->stream == nullptr && IsShortage(errno)) state->cut_short = {"opendir - ", errno};
+  state->GoToNextMatch();  // without a stream this is the end at once
   return InsFileFinder(std::move(state));
+}
+
+InsFileFinder FindFirstFile(const std::string& path, int type_mask) {
+  return InsFileFinder::Start(path, InsPath(path).Str(), type_mask);
+}
+
+InsFileFinder FindFirstFileExactly(const std::string& directory, int type_mask) {
+  return InsFileFinder::Start(directory, directory, type_mask);
 }
 
 void FindNextFile(InsFileFinder& finder) {
   finder.state_->GoToNextMatch();
+}
+
+bool ForEachName(const std::string& directory, const std::function<void(std::string_view)>& visit) {
+  const DirectoryStream stream(::opendir(directory.c_str()));
+  if (stream == nullptr) return false;
+  errno = 0;
+  while (const dirent* entry = ::readdir(stream.get())) {
+    visit(entry->d_name);
+    errno = 0;
+  }
+  return errno == 0;
 }
 
 bool IsEmptyDir(const std::string& path) {

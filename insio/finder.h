@@ -7,8 +7,10 @@
 // out. A finder belongs to one caller. It closes its directory when it goes out of scope.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "entry.h"
 
@@ -35,10 +37,16 @@ class InsFileFinder {
   bool IsDirectory() const;  ///< the directory bit of Type(): also a link to a directory
 
   /// For those who must not take half a list for the whole: throws KVLInsException "readdir - " +
-  /// normalised directory when the system broke the list off, and "opendir - " + normalised directory
-  /// when there was no descriptor or memory left to open it, with the error's text. Nothing happens
-  /// when the directory has been listed, is missing, or is closed to the user.
+  /// directory when the system broke the list off, and "opendir - " + directory when there was no
+  /// descriptor or memory left to open it, with the error's text; the directory is named as in
+  /// FullPath(). Nothing happens when all has been listed, and when the directory is missing or closed
+  /// to the user.
   void ThrowIfCutShort() const;
+
+  /// Reads the names of all further entries and closes the directory, so that a deep recursion
+  /// needs no open directory on every level; the finder then goes on as before. Does nothing at the
+  /// end or when called again.
+  void ReadAhead();
 
   /// Closes the directory; after that the finder can only be destroyed, or closed again. Never
   /// throws.
@@ -48,7 +56,10 @@ class InsFileFinder {
   struct State;
   explicit InsFileFinder(std::unique_ptr<State> state);
 
+  static InsFileFinder Start(const std::string& path, std::string directory, int type_mask);
+
   friend InsFileFinder FindFirstFile(const std::string& path, int type_mask);
+  friend InsFileFinder FindFirstFileExactly(const std::string& directory, int type_mask);
   friend void FindNextFile(InsFileFinder& finder);
 
   std::unique_ptr<State> state_;
@@ -60,13 +71,25 @@ class InsFileFinder {
 /// purpose without an error. The directory is opened by the path as given, and named by the
 /// normalised one.
 /// A list that the system breaks off ends early, likewise; ThrowIfCutShort tells.
-/// Throws KVLInsException "FindFirstFile - Path is empty" (also when only quotes were given); and what
-/// GetType throws for any entry, as it does for one that has just been removed.
+/// Throws KVLInsException "FindFirstFile - Path is empty" (also when only quotes were given); and
+/// what GetType throws for any entry, "." and ".." included, as it does for one that has just been
+/// removed.
 InsFileFinder FindFirstFile(const std::string& path, int type_mask);
+
+/// As FindFirstFile, for a directory whose path comes from the system and not from a user: it is
+/// not normalised, so that backslashes and quotes in names stay what they are. Throws as
+/// FindFirstFile does, with the directory as given in place of the normalised one.
+InsFileFinder FindFirstFileExactly(const std::string& directory, int type_mask);
 
 /// Goes on to the next matching entry, or to the end. Must not be called at the end. Throws as
 /// FindFirstFile does; the finder can then only be closed.
 void FindNextFile(InsFileFinder& finder);
+
+/// Calls `visit` with the name of every entry of a directory, "." and ".." included, in the order
+/// of the system, without a look at the entries themselves. False when the directory cannot be
+/// opened, as with an empty path, or its list breaks off; some names may have been visited then.
+/// The path is taken as it stands. Throws only what `visit` throws.
+bool ForEachName(const std::string& directory, const std::function<void(std::string_view)>& visit);
 
 /// True when the directory has no entry, also when it is missing or cannot be opened. Throws as
 /// FindFirstFile does, on purpose also for an empty path.

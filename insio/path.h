@@ -1,7 +1,8 @@
 // InsPath: a normalised path as a value. Nothing here asks the file system, and nothing here fails
 // but for lack of memory.
 //
-// Always true: no backslash, no "//", no "/" at the end unless the whole text is "/".
+// Always true: no backslash, no "//", no "/" at the end unless the whole text is "/". Examples
+// stand as "given  =>  result". A path that has been moved from can only be assigned to or destroyed.
 #pragma once
 
 #include <cstdint>
@@ -24,16 +25,19 @@ class InsPath {
   InsPath& operator=(InsPath&& other) noexcept;
   ~InsPath() = default;
 
+  /// Makes it the empty path.
   void Clear();
   bool IsEmpty() const { return text_.empty(); }
+  /// True when the text begins with "/".
   bool IsAbsolute() const { return root_ >= 0; }
   const std::string& Str() const { return text_; }
 
   /// "/" when the path is absolute, otherwise the empty text.
+  ///   /usr/lib  =>  /     /  =>  /     a/b  =>  (empty)     (empty)  =>  (empty)
   std::string Root() const;
 
   /// What follows the root; of a relative path, all of it.
-  ///   a/b  =>  a/b     /usr/lib  =>  sr/lib     /m/x  =>  /x     /a  =>  (empty)     /  => (empty)
+  ///   a/b  =>  a/b    /usr/lib  =>  sr/lib    /m/x  =>  /x    /a  =>  (empty)    /  =>  (empty)
   /// On purpose two characters are skipped, not one, so the first name of an absolute path loses
   /// its first character.
   std::string RelativePart() const;
@@ -54,7 +58,7 @@ class InsPath {
   /// The same as "/=": on purpose it changes and returns the left operand.
   InsPath& operator/(std::string_view text) { return *this /= text; }
 
-  /// Compares the texts, byte by byte.
+  /// Compares the texts, byte by byte: the paths made from "a/" and "a" are equal.
   friend bool operator==(const InsPath& left, const InsPath& right) {
     return left.text_ == right.text_;
   }

@@ -2,7 +2,6 @@
 
 #include <errno.h>
 
-#include <cstring>
 #include <filesystem>
 #include <iterator>
 #include <vector>
@@ -224,12 +223,11 @@ TEST_F(CopyDirTest, FailsWhenADirectoryCannotBeReadToItsEnd) {
   EXPECT_THAT(Tree("to"), ElementsAre("f 644 file = text"));
 }
 
-TEST_F(CopyDirTest, EndsWithAnErrorOnALinkToItsOwnDirectory) {
-  directory_.Link("from/self", ".");
-  const Failure failure = FailureOf([this] { CopyDir(Path("from"), Path("to")); });
-  EXPECT_EQ(failure.type, "KVLInsExceptionErrno");
-  EXPECT_THAT(failure.text, testing::StartsWith("Cannot stat " + Path("from/self/self")));
-  EXPECT_THAT(failure.text, testing::EndsWith(std::string(" - ") + std::strerror(ELOOP) + "\n"));
+TEST_F(CopyDirTest, RefusesALinkToItsOwnDirectory) {
+  const std::string link = directory_.Link("from/self", ".");
+  EXPECT_EQ(FailureOf([this] { CopyDir(Path("from"), Path("to")); }),
+            Exception("Cannot copy " + link + " to itself."));
+  EXPECT_THAT(Tree("to"), IsEmpty());
 }
 
 TEST_F(CopyDirTest, EndsWhenNoDescriptorIsLeftForADirectory) {

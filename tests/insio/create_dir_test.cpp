@@ -18,6 +18,7 @@ namespace kvl::test {
 namespace {
 
 using KVLInsIO::CreateDir;
+using KVLInsIO::CreateOneDir;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -216,6 +217,68 @@ TEST_F(CreateDirTest, EndsWithItsMessageOnANameOfAHundredThousandBytes) {
   const std::string path = directory_.Path("a/" + std::string(100'000, 'n'));
   EXPECT_EQ(FailureOf([&] { CreateDir(path); }), Exception("mkdir - " + path, ENAMETOOLONG));
   EXPECT_THAT(Tree(), ElementsAre("d 755 a"));
+}
+
+using CreateOneDirTest = CreateDirTest;
+
+TEST_F(CreateOneDirTest, MakesADirectoryWithMode755LessTheUmask) {
+  CreateOneDir(directory_.Path("a"));
+  const ScopedUmask umask(027);
+  CreateOneDir(directory_.Path("a/b"));
+  EXPECT_THAT(Tree(), ElementsAre("d 750 a/b", "d 755 a"));
+}
+
+TEST_F(CreateOneDirTest, LeavesAnExistingDirectoryAsItIs) {
+  directory_.Write("a/file", "text");
+  SetMode(directory_.Path("a"), 0700);
+  directory_.Link("link", "a");
+  const auto before = DescribeTreeExactly(directory_.Path());
+  for (const std::string name : {"a", "a/", "link", "link/", "."}) {
+    CreateOneDir(directory_.Path(name));
+  }
+  CreateOneDir("/");
+  EXPECT_EQ(DescribeTreeExactly(directory_.Path()), before);
+}
+
+TEST_F(CreateOneDirTest, TakesThePathAsItStands) {
+  const Failure failure = IsolatedFailureOf([this] {
+    Enter(directory_);
+    for (const std::string name : {"a\\b", "'quoted'", "\"q\"", "'", "a\\b//c/"})
+      CreateOneDir(name);
+  });
+  EXPECT_EQ(failure, kNoFailure);
+  EXPECT_THAT(Tree(), ElementsAre("d 755 \"q\"", "d 755 '", "d 755 'quoted'", "d 755 a\\b",
+                                  "d 755 a\\b/c"));
+}
+
+TEST(CreateOneDir, RefusesWhatExistsAndIsNoDirectory) {
+  const EveryKind world;
+  const auto before = DescribeTreeExactly(world.Path());
+  for (const Kind& kind : kEveryKind) {
+    if ((kind.type & 1) != 0) continue;
+    const std::string path = world.Path(kind.name);
+    EXPECT_EQ(FailureOf([&] { CreateOneDir(path); }),
+              Exception("CreateDir - " + path + " is not a directory."));
+  }
+  EXPECT_EQ(DescribeTreeExactly(world.Path()), before);
+}
+
+TEST(CreateOneDir, ReportsWhatCannotBeMadeWithThePathAsGiven) {
+  const EveryKind world;
+  const auto before = DescribeTreeExactly(world.Path());
+  const std::vector<std::pair<std::string, int>> rows = {
+      {"", ENOENT},
+      {world.Path("missing/x"), ENOENT},
+      {world.Path("file//x"), ENOTDIR},
+      {world.Path("dangling_link/x"), ENOENT},
+      {world.Path("link_to_self/x"), ELOOP},
+      {world.Path(TooLongName()), ENAMETOOLONG},
+  };
+  for (const auto& [path, error] : rows) {
+    EXPECT_EQ(FailureOf([&, &path = path] { CreateOneDir(path); }),
+              Exception("mkdir - " + path, error));
+  }
+  EXPECT_EQ(DescribeTreeExactly(world.Path()), before);
 }
 
 }  // namespace

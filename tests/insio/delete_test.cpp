@@ -147,6 +147,16 @@ TEST_F(DeleteTest, ReportsAFileThatCannotBeRemoved) {
   EXPECT_EQ(DescribeTreeExactly(directory_.Path()), before);
 }
 
+TEST_F(DeleteTest, NamesAnEntryByTheNormalisedDirectory) {
+  directory_.Write("closed/sub/file", "text");
+  SetMode(directory_.Path("closed/sub"), 0555);
+  EXPECT_EQ(IsolatedFailureOf([&] {
+              EnterAsOrdinaryUser(directory_);
+              Delete(".//closed//");
+            }),
+            Exception("unlink - ./closed/sub/file", EACCES));
+}
+
 TEST_F(DeleteTest, ReportsADirectoryThatCannotBeRemoved) {
   directory_.MakeDir("closed/empty");
   SetMode(directory_.Path("closed"), 0555);
@@ -299,12 +309,18 @@ TEST_F(DeleteEmptyTreeTest, IsFalseWhenADirectoryCannotBeRead) {
 }
 
 TEST_F(DeleteEmptyTreeTest, IsFalseWhenAnEntryCannotBeAskedForItsType) {
-  directory_.MakeDir("tree/a\\b");  // its entries are looked for below "tree/a/b"
+  const std::string tree = directory_.MakeDir("tree");
+  std::filesystem::create_directories(PathOfLength(tree, 4000));
+  const auto before = Tree();
   directory_.MakeDir("tree/empty");
+  // With a longer name above them, the deepest directories have paths that the system refuses.
+  const std::string renamed = directory_.Path(std::string(200, 't'));
+  std::filesystem::rename(tree, renamed);
   const auto descriptors = OpenDescriptors();
-  EXPECT_FALSE(DeleteEmptyTree(directory_.Path("tree")));
+  EXPECT_FALSE(DeleteEmptyTree(renamed));
   EXPECT_EQ(OpenDescriptors(), descriptors);
-  EXPECT_THAT(Tree(), ElementsAre("d 755 tree", "d 755 tree/a\\b"));
+  std::filesystem::rename(renamed, tree);
+  EXPECT_EQ(Tree(), before);
 }
 
 TEST_F(DeleteEmptyTreeTest, IsFalseWhenADirectoryCannotBeRemoved) {

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <stdexcept>
+#include <string_view>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -22,7 +24,9 @@ namespace kvl::test {
 namespace {
 
 using KVLInsIO::FindFirstFile;
+using KVLInsIO::FindFirstFileExactly;
 using KVLInsIO::FindNextFile;
+using KVLInsIO::ForEachName;
 using KVLInsIO::InsFileFinder;
 using KVLInsIO::IsEmptyDir;
 using KVLInsIO::kDirectory;
@@ -299,6 +303,160 @@ TEST(Finder, HandsItsDirectoryToNoOtherProgram) {
     ++found;
   }
   EXPECT_EQ(found, 1);
+}
+
+/// The names from the current entry on, as they come.
+std::vector<std::string> RestOfNames(InsFileFinder& finder) {
+  std::vector<std::string> names;
+  for (; !finder.AtEnd(); FindNextFile(finder)) names.push_back(finder.Name());
+  return names;
+}
+
+TEST(ReadAhead, ChangesNothingOfWhatTheFinderGives) {
+  const TestDirectory directory;
+  for (const std::string& name : kOddNames) directory.Write(name, "");
+  const auto expected = NamesInTheSystemsOrder(directory.Path());
+  for (std::size_t at = 0; at < expected.size(); ++at) {
+    InsFileFinder finder = FindFirstFile(directory.Path(), kDirectoryOrFile);
+    for (std::size_t i = 0; i < at; ++i) FindNextFile(finder);
+    finder.ReadAhead();
+    EXPECT_EQ(finder.FullPath(), directory.Path(expected[at]));
+    EXPECT_EQ(finder.Type(), kFile);
+    finder.ReadAhead();
+    EXPECT_EQ(RestOfNames(finder),
+              std::vector(expected.begin() + std::ptrdiff_t(at), expected.end()));
+  }
+}
+
+TEST(ReadAhead, KeepsTheMask) {
+  const EveryKind world;
+  for (const int mask : {kDirectory, kFile}) {
+    InsFileFinder plain = FindFirstFile(world.Path(), mask);
+    InsFileFinder ahead = FindFirstFile(world.Path(), mask);
+    ahead.ReadAhead();
+    EXPECT_EQ(RestOfNames(ahead), RestOfNames(plain));
+  }
+}
+
+TEST(ReadAhead, ClosesTheDirectory) {
+  const EveryKind world;
+  const auto before = OpenDescriptors();
+  InsFileFinder finder = FindFirstFile(world.Path(), kDirectoryOrFile);
+  finder.ReadAhead();
+  EXPECT_EQ(OpenDescriptors(), before);
+  EXPECT_FALSE(finder.AtEnd());
+}
+
+TEST(ReadAhead, AtTheEndDoesNothing) {
+  const TestDirectory directory;
+  for (const std::string name : {".", "missing"}) {
+    InsFileFinder finder = FindFirstFile(directory.Path(name), kDirectoryOrFile);
+    finder.ReadAhead();
+    EXPECT_TRUE(finder.AtEnd()) << name;
+  }
+}
+
+TEST(ReadAhead, OfAListThatIsBrokenOffEndsEarlyAndTellsWhenAsked) {
+  const TestDirectory directory;
+  for (const std::string name : {"a", "b", "c"}) directory.Write(name, "");
+  InsFileFinder finder = FindFirstFile(directory.Path(), kDirectoryOrFile);
+  const FailingCall broken(FailingCall::kReadDir, EIO);
+  finder.ReadAhead();
+  FindNextFile(finder);
+  EXPECT_TRUE(finder.AtEnd());
+  EXPECT_EQ(FailureOf([&] { finder.ThrowIfCutShort(); }),
+            Exception("readdir - " + directory.Path(), EIO));
+}
+
+TEST(ReadAhead, LeavesEntriesToBeAskedForWhenTheirTurnComes) {
+  const TestDirectory directory;
+  directory.Write("a", "");
+  directory.Write("b", "");
+  InsFileFinder finder = FindFirstFile(directory.Path(), kDirectoryOrFile);
+  finder.ReadAhead();
+  const std::string other = directory.Path(finder.Name() == "a" ? "b" : "a");
+  std::filesystem::remove(other);
+  EXPECT_EQ(FailureOf([&] { FindNextFile(finder); }), Exception("lstat - " + other, ENOENT));
+}
+
+TEST(FindFirstFileExactly, NamesEntriesByThePathAsGiven) {
+  const TestDirectory directory;
+  directory.Write("a\\b/entry", "");
+  directory.MakeDir("a/b/entry");
+  for (const std::string name : {"a\\b", "a\\b/", "./a\\b"}) {
+    InsFileFinder finder = FindFirstFileExactly(directory.Path(name), kDirectoryOrFile);
+    EXPECT_EQ(finder.FullPath(), directory.Path(name) + "/entry");
+    EXPECT_EQ(finder.Type(), kFile);
+    EXPECT_THAT(RestOfNames(finder), ElementsAre("entry"));
+  }
+}
+
+TEST(FindFirstFileExactly, TakesQuotesForPartsOfAName) {
+  const TestDirectory directory;
+  directory.Write("''/entry", "");
+  EXPECT_EQ(IsolatedFailureOf([&] {
+              Enter(directory);
+              const auto finder = FindFirstFileExactly("''", kFile);
+              if (finder.FullPath() != "''/entry") throw std::runtime_error(finder.FullPath());
+            }),
+            kNoFailure);
+}
+
+TEST(FindFirstFileExactly, IsAtTheEndAtOnceWhereNothingCanBeOpened) {
+  const EveryKind world;
+  for (const std::string name : {"missing", "file", "dangling_link", "file/x"}) {
+    EXPECT_TRUE(FindFirstFileExactly(world.Path(name), kDirectoryOrFile).AtEnd()) << name;
+  }
+}
+
+TEST(FindFirstFileExactly, RefusesAnEmptyPathAndReportsABrokenDirectory) {
+  const TestDirectory directory;
+  EXPECT_EQ(FailureOf([] { FindFirstFileExactly("", kFile); }),
+            Exception("FindFirstFile - Path is empty"));
+  const FailingCall broken(FailingCall::kReadDir, EIO);
+  EXPECT_EQ(
+      FailureOf([&] { FindFirstFileExactly(directory.Path() + "/", kFile).ThrowIfCutShort(); }),
+      Exception("readdir - " + directory.Path() + "/", EIO));
+}
+
+TEST(ForEachName, VisitsEveryNameOnceAndBothDots) {
+  const EveryKind world;
+  std::vector<std::string> names, expected = NamesInTheSystemsOrder(world.Path());
+  EXPECT_TRUE(ForEachName(world.Path(), [&](std::string_view name) { names.emplace_back(name); }));
+  expected.insert(expected.end(), {".", ".."});
+  EXPECT_THAT(names, testing::UnorderedElementsAreArray(expected));
+  std::erase_if(names, [](const std::string& name) { return name == "." || name == ".."; });
+  expected.resize(expected.size() - 2);
+  EXPECT_EQ(names, expected);
+}
+
+TEST(ForEachName, TakesThePathAsItStands) {
+  const TestDirectory directory;
+  directory.Write("a\\b/meant", "");
+  directory.Write("a/b/decoy", "");
+  int meant = 0;
+  EXPECT_TRUE(ForEachName(directory.Path("a\\b"),
+                          [&](std::string_view name) { meant += name == "meant" ? 1 : 0; }));
+  EXPECT_EQ(meant, 1);
+}
+
+TEST(ForEachName, IsFalseWhereNothingCanBeOpened) {
+  const EveryKind world;
+  const auto visit = [](std::string_view name) { ADD_FAILURE() << name; };
+  EXPECT_FALSE(ForEachName("", visit));
+  for (const std::string name : {"missing", "file", "dangling_link", "pipe"}) {
+    EXPECT_FALSE(ForEachName(world.Path(name), visit)) << name;
+  }
+}
+
+TEST(ForEachName, IsFalseWhenTheListBreaksOff) {
+  const EveryKind world;
+  const auto descriptors = OpenDescriptors();
+  const FailingCall broken(FailingCall::kReadDir, EIO, /*after=*/3);
+  int visited = 0;
+  EXPECT_FALSE(ForEachName(world.Path(), [&](std::string_view) { ++visited; }));
+  EXPECT_EQ(visited, 3);
+  EXPECT_EQ(OpenDescriptors(), descriptors);
 }
 
 TEST(IsEmptyDir, IsTrueWithoutAnEntry) {

@@ -61,14 +61,32 @@ inline const std::vector<std::string> kOddPaths = {
     "'a'/'b'",
 };
 
-/// Names that an entry of a directory can have. None with a backslash: where paths are normalised
-/// it is a separator.
+/// Names that an entry of a directory can have.
 inline const std::vector<std::string> kOddNames = {
-    " ",        "...",           ".hidden",
-    "-rf",      "a b",           "tab\tline\nfeed",
-    "'quoted'", "\"quoted\"",    "'",
-    "\"",       "*?[a-z]~$HOME", "X:",
-    ";",        "\xff\xfe\x80",  std::string(255, 'n'),
+    " ",
+    "...",
+    ".hidden",
+    "-rf",
+    "a b",
+    "tab\tline\nfeed",
+    "\n",
+    "'quoted'",
+    "\"quoted\"",
+    "'",
+    "\"",
+    "''",
+    "\"\"",
+    "\\",
+    "back\\slash",
+    "\\\\two\\",
+    "\\.",
+    "..\\x",
+    "*?[a-z]~$HOME",
+    "X:",
+    ";",
+    "\xff\xfe\x80",
+    std::string(255, 'n'),
+    std::string(255, '\\'),
 };
 
 }  // namespace kvl::test

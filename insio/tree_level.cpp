@@ -1,0 +1,59 @@
+#include "insio/tree_level.h"
+
+#include <utility>
+
+#include "insio/path.h"
+
+namespace KVLInsIO {
+namespace {
+
+/// How many directories of a tree are kept open at once. Further down the names are read ahead, so
+/// that a deep tree is not cut off by the limit on open files.
+constexpr int kMostOpenLevels = 4;
+
+}  // namespace
+
+bool Identify(const std::string& path, FileIdentity& identity) {
+  struct stat status;
+  if (::stat(path.c_str(), &status) != 0) return false;
+  identity = {status.st_dev, status.st_ino};
+  return true;
+}
+
+TreeLevel::TreeLevel(std::string directory, InsFileFinder entries)
+    : directory_(std::move(directory)), entries_(std::move(entries)) {}
+
+TreeLevel::TreeLevel(std::string directory, InsFileFinder entries, const TreeLevel& above)
+    : directory_(std::move(directory)),
+      entries_(std::move(entries)),
+      above_(&above),
+      depth_(above.depth_ + 1),
+      behind_link_(above.EntryIsBehindLink()) {}
+
+TreeLevel TreeLevel::Top(const std::string& path) {
+  FileIdentity given, normalised;
+  const bool is_another =
+      Identify(path, given) && !(Identify(InsPath(path).Str(), normalised) && normalised == given);
+  return TreeLevel(path, is_another ? FindFirstFileExactly(path, kDirectoryOrFile)
+                                    : FindFirstFile(path, kDirectoryOrFile));
+}
+
+TreeLevel TreeLevel::Below(TreeLevel& above) {
+  if (above.depth_ >= kMostOpenLevels) above.entries_.ReadAhead();
+  const std::string& directory = above.entries_.FullPath();
+  return TreeLevel(directory, FindFirstFileExactly(directory, kDirectoryOrFile), above);
+}
+
+bool TreeLevel::EntryLeadsBack() const {
+  // Without a link on the way there is no way back up, so nothing has to be asked for.
+  if (!EntryIsBehindLink()) return false;
+  FileIdentity target;
+  if (!Identify(entries_.FullPath(), target)) return false;
+  for (const TreeLevel* level = this; level != nullptr; level = level->above_) {
+    FileIdentity passed;
+    if (Identify(level->directory_, passed) && passed == target) return true;
+  }
+  return false;
+}
+
+}  // namespace KVLInsIO

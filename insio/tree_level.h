@@ -1,0 +1,60 @@
+// TreeLevel: one directory on the way down a tree, with those above it. Copying and deleting trees
+// walk with it. Internal, not part of the library's installed interface.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <compare>
+#include <string>
+
+#include "insio/finder.h"
+
+namespace KVLInsIO {
+
+/// What makes two paths the same file: device and inode.
+struct FileIdentity {
+  dev_t device = 0;
+  ino_t inode = 0;
+
+  friend auto operator<=>(const FileIdentity&, const FileIdentity&) = default;
+};
+
+/// The identity of what lies at `path`, links followed. False when that cannot be found out.
+bool Identify(const std::string& path, FileIdentity& identity);
+
+class TreeLevel {
+ public:
+  /// The top of a tree. Its entries are named as FindFirstFile does it, by the normalised path,
+  /// unless that is another directory, as it can be with a backslash in a name. Throws as
+  /// FindFirstFile does.
+  static TreeLevel Top(const std::string& path);
+
+  /// The directory that is the current entry of `above`, which must outlive this level. Throws as
+  /// FindFirstFile does.
+  static TreeLevel Below(TreeLevel& above);
+
+  TreeLevel(const TreeLevel&) = delete;
+  TreeLevel& operator=(const TreeLevel&) = delete;
+
+  InsFileFinder& Entries() { return entries_; }
+
+  /// True when the way from the top to the current entry goes through a link, which may be the
+  /// entry itself. The entry can then be come to in several ways.
+  bool EntryIsBehindLink() const { return behind_link_ || entries_.Type() == kLinkToDirectory; }
+
+  /// True when the current entry is this directory or one above it, which only a link on the way
+  /// can bring about: going down there would never end.
+  bool EntryLeadsBack() const;
+
+ private:
+  TreeLevel(std::string directory, InsFileFinder entries);
+  TreeLevel(std::string directory, InsFileFinder entries, const TreeLevel& above);
+
+  std::string directory_;
+  InsFileFinder entries_;
+  const TreeLevel* above_ = nullptr;
+  int depth_ = 0;
+  bool behind_link_ = false;  // this directory was reached through a link below the top
+};
+
+}  // namespace KVLInsIO
