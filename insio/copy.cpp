@@ -136,30 +136,56 @@ bool IsLink(const std::string& path) {
   return ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
 }
 
-/// Copies the entries of the level's directory into `destination`, which exists.
-void CopyEntries(TreeLevel& level, const std::string& destination) {
+/// A directory to copy into. It is made when the first file comes, with its ancestors.
+class Target {
+ public:
+  /// Entries are written below `path` as it stands; the directory is made, and named in messages, as
+  /// `made_as`, the same directory by a normalised path.
+  Target(std::string path, std::string made_as)
+      : path_slash_(std::move(path)), made_as_(std::move(made_as)) {
+    path_slash_.append(kPathSeparator);
+  }
+
+  std::string PathOf(const std::string& name) const { return path_slash_ + name; }
+
+  Target Below(const std::string& name) const {
+    const bool is_root = made_as_ == kPathSeparator;
+    return {PathOf(name), (is_root ? "" : made_as_) + std::string(kPathSeparator) + name};
+  }
+
+  void Make() {
+    if (!is_made_) CreateDirExactly(made_as_);
+    is_made_ = true;
+  }
+
+ private:
+  std::string path_slash_;
+  std::string made_as_;
+  bool is_made_ = false;
+};
+
+/// Copies the entries of the level's directory into `target`, which is made even if there are none.
+void CopyEntries(TreeLevel& level, Target target) {
   InsFileFinder& entries = level.Entries();
-  std::string target = destination;
-  target.append(kPathSeparator);
-  const std::size_t name_at = target.size();
+  const bool is_empty = entries.AtEnd();
   for (; !entries.AtEnd(); FindNextFile(entries)) {
-    target.resize(name_at);
-    target.append(entries.Name());
+    const std::string& source = entries.FullPath();
+    const std::string destination = target.PathOf(entries.Name());
     if (!entries.IsDirectory()) {
-      CopyFileOnly(entries.FullPath(), target);
+      target.Make();
+      CopyFileOnly(source, destination);
       continue;
     }
-    if (level.EntryLeadsBack()) RefuseToCopy(entries.FullPath());
     // Below the top only a link, on either side, can bring the target into what is copied.
-    if ((entries.Type() == kLinkToDirectory || IsLink(target)) &&
-        LiesInside(target, entries.FullPath())) {
-      RefuseToCopy(entries.FullPath());
+    const bool may_lie_inside = entries.Type() == kLinkToDirectory || IsLink(destination);
+    if (level.EntryLeadsBack() || (may_lie_inside && LiesInside(destination, source))) {
+      RefuseToCopy(source);
     }
     TreeLevel below = TreeLevel::Below(level);
-    CreateOneDir(target);
-    CopyEntries(below, target);
+    CopyEntries(below, target.Below(entries.Name()));
   }
   entries.ThrowIfCutShort();
+  if (is_empty) target.Make();
 }
 
 }  // namespace
@@ -190,8 +216,7 @@ void CopyDir(const std::string& source, const std::string& destination) {
     CreateDir(destination);
     return;
   }
-  CreateDir(place);
-  CopyEntries(top, destination);
+  CopyEntries(top, Target(destination, place));
 }
 
 }  // namespace KVLInsIO

@@ -14,22 +14,34 @@ namespace {
 
 constexpr mode_t kDirectoryMode = 0755;
 
+/// As InsPath::FileName() has it, without normalising: of an absolute path's only name, the first
+/// character does not count.
+bool IsNamedDot(const std::string& path) {
+  if (path == "." || path.ends_with("/.")) return true;
+  return path.size() == 3 && path.front() == '/' && path.back() == '.';
+}
+
 /// Makes one directory whose ancestors have been dealt with. Returns 0 or the error's number.
 int MakeOne(const std::string& path) {
-  // The first look only spares long paths the second.
-  if (path.ends_with('.') && InsPath(path).FileName() == ".") return 0;
+  if (IsNamedDot(path)) return 0;
   if (::mkdir(path.c_str(), kDirectoryMode) == 0) return 0;
   return errno == EEXIST ? 0 : errno;  // somebody else may have made it meanwhile
 }
 
+/// The path up to its last component; empty when there is none, and for the root.
+std::string ParentOf(const std::string& path) {
+  const std::size_t last_slash = path.rfind(kPathSeparator);
+  if (last_slash == std::string::npos || path.size() == 1) return {};
+  return last_slash == 0 ? path.substr(0, 1) : path.substr(0, last_slash);
+}
+
 /// Makes every directory on the way from `existing`, an ancestor or nothing, to `wanted`. Returns
 /// the outcome of the last one; that an ancestor failed shows there.
-int MakeAllBelow(const InsPath& existing, const InsPath& wanted) {
-  const std::string& path = wanted.Str();
+int MakeAllBelow(const std::string& existing, const std::string& wanted) {
   int error = 0;
-  for (std::size_t end = existing.Str().size(); end < path.size();) {
-    end = std::min(path.find(kPathSeparator, end + 1), path.size());
-    error = MakeOne(path.substr(0, end));
+  for (std::size_t end = existing.size(); end < wanted.size();) {
+    end = std::min(wanted.find(kPathSeparator, end + 1), wanted.size());
+    error = MakeOne(wanted.substr(0, end));
   }
   return error;
 }
@@ -37,30 +49,21 @@ int MakeAllBelow(const InsPath& existing, const InsPath& wanted) {
 }  // namespace
 
 void CreateDir(const std::string& path) {
-  const InsPath wanted(path);
-  if (wanted.IsEmpty()) throw KVLInsException("CreateDir - empty path");
-
-  struct stat status;
-  if (::stat(wanted.Str().c_str(), &status) == 0) {
-    if (S_ISDIR(status.st_mode)) return;
-    throw KVLInsException("CreateDir - " + wanted.Str() + " is not a directory.");
-  }
-
-  InsPath existing = wanted.Parent();
-  while (!existing.IsEmpty() && ::stat(existing.Str().c_str(), &status) != 0) {
-    existing = existing.Parent();
-  }
-  const int error = MakeAllBelow(existing, wanted);
-  if (error != 0) throw KVLInsException("mkdir - " + wanted.Str(), error);
+  CreateDirExactly(InsPath(path).Str());
 }
 
-void CreateOneDir(const std::string& path) {
-  if (::mkdir(path.c_str(), kDirectoryMode) == 0) return;
-  const int error = errno;
-  if (error != EEXIST) throw KVLInsException("mkdir - " + path, error);
+void CreateDirExactly(const std::string& path) {
+  if (path.empty()) throw KVLInsException("CreateDir - empty path");
   struct stat status;
-  if (::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return;
-  throw KVLInsException("CreateDir - " + path + " is not a directory.");
+  if (::stat(path.c_str(), &status) == 0) {
+    if (S_ISDIR(status.st_mode)) return;
+    throw KVLInsException("CreateDir - " + path + " is not a directory.");
+  }
+
+  std::string existing = ParentOf(path);
+  while (!existing.empty() && ::stat(existing.c_str(), &status) != 0) existing = ParentOf(existing);
+  const int error = MakeAllBelow(existing, path);
+  if (error != 0) throw KVLInsException("mkdir - " + path, error);
 }
 
 }  // namespace KVLInsIO

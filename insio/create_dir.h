@@ -17,12 +17,9 @@ namespace KVLInsIO {
 /// Ancestors made before the failure stay.
 void CreateDir(const std::string& path);
 
-/// Makes sure that one directory exists, whose parent does, with mode 755 less the umask. The path
-/// is taken as it stands, not normalised. An existing directory, or a link to one, is no error and
-/// stays as it is.
-/// Throws KVLInsException "CreateDir - " + path + " is not a directory." when something else exists
-/// there, also a dangling link; "mkdir - " + path with the error's text, also for an empty path and
-/// one whose parent is missing.
-void CreateOneDir(const std::string& path);
+/// As CreateDir, for a path whose names come from the system and not from a user: it is not
+/// normalised, so that backslashes and quotes in names stay what they are. It has no "/" at its end.
+/// Throws as CreateDir does, with the path as given.
+void CreateDirExactly(const std::string& path);
 
 }  // namespace KVLInsIO

@@ -240,5 +240,19 @@ TEST_F(CopyDirTest, EndsWhenNoDescriptorIsLeftForADirectory) {
             Exception("opendir - " + source + "/inner", EMFILE));
 }
 
+TEST_F(CopyDirTest, NamesTheDirectoryOfTheFirstFileWhenItCannotBeMade) {
+  directory_.Write("from/a/b/file", "");
+  const std::string in_the_way = directory_.Write("to/a", "");
+  EXPECT_EQ(FailureOf([this] { CopyDir(Path("from"), Path("to/")); }),
+            Exception("mkdir - " + in_the_way + "/b", ENOTDIR));
+}
+
+TEST_F(CopyDirTest, NamesTheFileWhoseDirectoryIsADanglingLink) {
+  directory_.Write("from/a/file", "");
+  const std::string link = directory_.Link("to/a", "nowhere");
+  EXPECT_EQ(FailureOf([this] { CopyDir(Path("from"), Path("to")); }),
+            Exception("Cannot write into " + link + "/file", ENOENT));
+}
+
 }  // namespace
 }  // namespace kvl::test

@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "insio/entry.h"
 #include "tests/insio/every_kind.h"
 #include "tests/insio/failure.h"
 #include "tests/insio/surroundings.h"
@@ -18,7 +19,7 @@ namespace kvl::test {
 namespace {
 
 using KVLInsIO::CreateDir;
-using KVLInsIO::CreateOneDir;
+using KVLInsIO::CreateDirExactly;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -219,66 +220,74 @@ TEST_F(CreateDirTest, EndsWithItsMessageOnANameOfAHundredThousandBytes) {
   EXPECT_THAT(Tree(), ElementsAre("d 755 a"));
 }
 
-using CreateOneDirTest = CreateDirTest;
+using CreateDirExactlyTest = CreateDirTest;
 
-TEST_F(CreateOneDirTest, MakesADirectoryWithMode755LessTheUmask) {
-  CreateOneDir(directory_.Path("a"));
+TEST_F(CreateDirExactlyTest, MakesADirectoryWithMode755LessTheUmask) {
+  CreateDirExactly(directory_.Path("a"));
   const ScopedUmask umask(027);
-  CreateOneDir(directory_.Path("a/b"));
+  CreateDirExactly(directory_.Path("a/b"));
   EXPECT_THAT(Tree(), ElementsAre("d 750 a/b", "d 755 a"));
 }
 
-TEST_F(CreateOneDirTest, LeavesAnExistingDirectoryAsItIs) {
+TEST_F(CreateDirExactlyTest, LeavesAnExistingDirectoryAsItIs) {
   directory_.Write("a/file", "text");
   SetMode(directory_.Path("a"), 0700);
   directory_.Link("link", "a");
   const auto before = DescribeTreeExactly(directory_.Path());
   for (const std::string name : {"a", "a/", "link", "link/", "."}) {
-    CreateOneDir(directory_.Path(name));
+    CreateDirExactly(directory_.Path(name));
   }
-  CreateOneDir("/");
+  CreateDirExactly("/");
   EXPECT_EQ(DescribeTreeExactly(directory_.Path()), before);
 }
 
-TEST_F(CreateOneDirTest, TakesThePathAsItStands) {
+TEST_F(CreateDirExactlyTest, TakesThePathAsItStands) {
   const Failure failure = IsolatedFailureOf([this] {
     Enter(directory_);
     for (const std::string name : {"a\\b", "'quoted'", "\"q\"", "'", "a\\b//c/"})
-      CreateOneDir(name);
+      CreateDirExactly(name);
   });
   EXPECT_EQ(failure, kNoFailure);
   EXPECT_THAT(Tree(), ElementsAre("d 755 \"q\"", "d 755 '", "d 755 'quoted'", "d 755 a\\b",
                                   "d 755 a\\b/c"));
 }
 
-TEST(CreateOneDir, RefusesWhatExistsAndIsNoDirectory) {
+TEST(CreateDirExactly, RefusesWhatExistsAndIsNoDirectory) {
   const EveryKind world;
   const auto before = DescribeTreeExactly(world.Path());
   for (const Kind& kind : kEveryKind) {
-    if ((kind.type & 1) != 0) continue;
+    // A dangling link is taken for something that exists, as by CreateDir.
+    if ((kind.type & 1) != 0 || !KVLInsIO::Exists(world.Path(kind.name))) continue;
     const std::string path = world.Path(kind.name);
-    EXPECT_EQ(FailureOf([&] { CreateOneDir(path); }),
+    EXPECT_EQ(FailureOf([&] { CreateDirExactly(path); }),
               Exception("CreateDir - " + path + " is not a directory."));
   }
   EXPECT_EQ(DescribeTreeExactly(world.Path()), before);
 }
 
-TEST(CreateOneDir, ReportsWhatCannotBeMadeWithThePathAsGiven) {
+TEST(CreateDirExactly, ReportsWhatCannotBeMadeWithThePathAsGiven) {
   const EveryKind world;
   const auto before = DescribeTreeExactly(world.Path());
   const std::vector<std::pair<std::string, int>> rows = {
-      {"", ENOENT},
-      {world.Path("missing/x"), ENOENT},
       {world.Path("file//x"), ENOTDIR},
       {world.Path("dangling_link/x"), ENOENT},
       {world.Path("link_to_self/x"), ELOOP},
       {world.Path(TooLongName()), ENAMETOOLONG},
   };
   for (const auto& [path, error] : rows) {
-    EXPECT_EQ(FailureOf([&, &path = path] { CreateOneDir(path); }),
+    EXPECT_EQ(FailureOf([&, &path = path] { CreateDirExactly(path); }),
               Exception("mkdir - " + path, error));
   }
   EXPECT_EQ(DescribeTreeExactly(world.Path()), before);
+}
+
+TEST_F(CreateDirExactlyTest, MakesMissingAncestorsToo) {
+  CreateDirExactly(directory_.Path("a\\b/c/d"));
+  EXPECT_THAT(Tree(), ElementsAre("d 755 a\\b", "d 755 a\\b/c", "d 755 a\\b/c/d"));
+}
+
+TEST(CreateDirExactly, RefusesAnEmptyPath) {
+  EXPECT_EQ(FailureOf([] { CreateDirExactly(""); }), Exception("CreateDir - empty path"));
 }
 
 }  // namespace

@@ -76,14 +76,14 @@ TEST_F(CopyOfACircle, OfLinksToEachOtherIsRefusedWhereItCloses) {
   directory_.Link("from/link", "../outside");
   directory_.Link("outside/back", "../from");
   EXPECT_EQ(FailureOfCopying(Path("from"), Path("to")), ToItself(Path("from/link/back")));
-  EXPECT_THAT(Tree("to"), ElementsAre("d 755 link"));
+  EXPECT_THAT(Tree("to"), ElementsAre());
 }
 
 TEST_F(CopyOfACircle, IsRefusedAtADirectoryProperBehindALink) {
   const TestDirectory elsewhere;
   directory_.Link("from/up", "..");
   EXPECT_EQ(FailureOfCopying(Path("from"), elsewhere.Path("to")), ToItself(Path("from/up/from")));
-  EXPECT_THAT(DescribeTree(elsewhere.Path()), ElementsAre("d 755 to", "d 755 to/up"));
+  EXPECT_THAT(DescribeTree(elsewhere.Path()), ElementsAre());
 }
 
 TEST_F(CopyOfACircle, OfASourceNamedThroughALinkIsRefusedToo) {
@@ -98,9 +98,8 @@ TEST_F(CopyOfACircle, KeepsWhatWasCopiedBeforeTheRefusal) {
   directory_.Write("from/a/file", "text");
   directory_.Link("from/a/b/up", "../..");
   EXPECT_EQ(FailureOfCopying(Path("from"), Path("to")), ToItself(Path("from/a/b/up")));
-  EXPECT_THAT(Tree("to"), Contains("d 755 a/b"));
-  EXPECT_THAT(Tree("to"), testing::IsSubsetOf({"d 755 a", "d 755 a/b", "f 644 a/file = text",
-                                               "f 644 file = text"}));
+  EXPECT_THAT(Tree("to"),
+              testing::IsSubsetOf({"d 755 a", "f 644 a/file = text", "f 644 file = text"}));
 }
 
 // Gone down one by one, both links would double the work on each of forty levels.
@@ -109,7 +108,7 @@ TEST_F(CopyOfACircle, EndsWithTwoLinksSideBySideAsWithOne) {
   directory_.Link("from/a/two", "..");
   EXPECT_THAT(FailureOfCopying(Path("from"), Path("to")),
               AnyOf(ToItself(Path("from/a/one")), ToItself(Path("from/a/two"))));
-  EXPECT_THAT(Tree("to"), ElementsAre("d 755 a"));
+  EXPECT_THAT(Tree("to"), ElementsAre());
 }
 
 TEST_F(CopyOfACircle, LeavesTheSourceAsItIs) {
@@ -241,8 +240,7 @@ TEST_F(CopyIntoItself, IsRefusedAtALinkToADirectoryThatHoldsTheDestination) {
   directory_.Write("big/file", "text");
   directory_.Link("from/a/link", "../../big");
   EXPECT_EQ(FailureOfCopying(Path("from"), Path("big/deep/to")), ToItself(Path("from/a/link")));
-  EXPECT_THAT(Tree("big"),
-              ElementsAre("d 755 deep", "d 755 deep/to", "d 755 deep/to/a", "f 644 file = text"));
+  EXPECT_THAT(Tree("big"), ElementsAre("f 644 file = text"));
 }
 
 TEST_F(CopyIntoItself, IsRefusedWhereALinkInTheDestinationLeadsIntoTheSource) {
