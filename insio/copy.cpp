@@ -110,7 +110,9 @@ std::string RealDirectoryOf(const std::string& path) {
       missing += name == ".." ? -1 : 1;
       continue;
     }
-    std::string next = RealDirectory(real + "/" + name);
+    std::string next = real;
+    next.append(kPathSeparator).append(name);
+    next = RealDirectory(next);
     if (next.empty()) {
       missing = 1;
     } else {

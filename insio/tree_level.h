@@ -4,8 +4,8 @@
 
 #include <sys/stat.h>
 
-#include <compare>
 #include <string>
+#include <tuple>
 
 #include "insio/finder.h"
 
@@ -16,7 +16,10 @@ struct FileIdentity {
   dev_t device = 0;
   ino_t inode = 0;
 
-  friend auto operator<=>(const FileIdentity&, const FileIdentity&) = default;
+  friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
+  friend bool operator<(const FileIdentity& left, const FileIdentity& right) {
+    return std::tie(left.device, left.inode) < std::tie(right.device, right.inode);
+  }
 };
 
 /// The identity of what lies at `path`, links followed. False when that cannot be found out.
