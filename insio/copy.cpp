@@ -6,8 +6,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cstdlib>
-#include <memory>
 #include <sstream>
 #include <utility>
 
@@ -83,19 +81,6 @@ void CopyFileOnly(const std::string& source, const std::string& destination) {
   if (MayNeverEnd(from.st_mode)) throw KVLInsException("Cannot read " + source, EOPNOTSUPP);
   CopyContents(source, destination, from.st_mode & kPermissionBits);
   if (from.st_atime != 0) SetTime(destination, from.st_atime, from.st_mtime);
-}
-
-/// The path without links of the directory at `path`; empty when there is none.
-std::string RealDirectory(const std::string& path) {
-  const std::unique_ptr<char, decltype(&std::free)> real(::realpath((path + "/.").c_str(), nullptr),
-                                                         &std::free);
-  return real == nullptr ? std::string() : std::string(real.get());
-}
-
-/// Cuts a path without links back to its parent's; to nothing behind the root.
-void GoUp(std::string& real_path) {
-  const std::size_t last_slash = real_path.rfind(kPathSeparator);
-  real_path.resize(last_slash == 0 && real_path.size() > 1 ? 1 : last_slash);
 }
 
 /// The directory, without links, that holds what lies or would be made at `path`, or the nearest

@@ -40,6 +40,25 @@ void DeleteEntries(TreeLevel level) {
   entries.ThrowIfCutShort();
 }
 
+/// Directories by their absolute paths without links.
+class RealDirectories {
+ public:
+  void Add(const std::string& directory) { directories_.insert(directory); }
+  void Add(RealDirectories& others) { directories_.merge(others.directories_); }
+  bool Contain(const std::string& directory) const { return directories_.contains(directory); }
+
+  /// True for one of the directories and for what lies below one.
+  bool Cover(std::string directory) const {
+    for (; !directory.empty(); GoUp(directory)) {
+      if (Contain(directory)) return true;
+    }
+    return false;
+  }
+
+ private:
+  std::set<std::string> directories_;
+};
+
 /// The walk of DeleteEmptyTree. It follows links, but never into a directory that it is inside of.
 class EmptyTreeDeletion {
  public:
@@ -56,10 +75,19 @@ class EmptyTreeDeletion {
   /// what could not be removed. Every directory is looked at once, however many links lead to it.
   bool HoldsFile(const std::string& directory);
 
+  /// The same for the directories of one level and below it, without going through links: the
+  /// directories that those lead to are added to `further`.
+  bool FindsFile(TreeLevel level, const RealDirectories& searched,
+                 std::vector<std::string>& further) const;
+
+  /// True for a directory that has been found to stay, on whatever way.
+  bool IsKept(const std::string& path) const;
+
   // What has been found out of directories behind links. Without this, two links in each of many
-  // directories would double the work again and again.
+  // directories would double the work again and again. So that it stays small in a large tree, only
+  // those are kept in mind that a link led to, or that could not be removed.
   std::set<FileIdentity> kept_;
-  std::set<FileIdentity> free_of_files_;
+  RealDirectories free_of_files_;  // with all that lies below them
 };
 
 bool EmptyTreeDeletion::DeleteEntries(TreeLevel level) {
@@ -74,10 +102,11 @@ bool EmptyTreeDeletion::DeleteEntries(TreeLevel level) {
 
 bool EmptyTreeDeletion::DeleteEntry(TreeLevel& level) {
   const std::string path = level.Entries().FullPath();
+  const bool is_link = level.Entries().Type() == kLinkToDirectory;
   FileIdentity directory;
   const bool has_other_ways = level.EntryIsBehindLink() && Identify(path, directory);
   if (has_other_ways && kept_.contains(directory)) return false;
-  bool is_gone = false;
+  bool is_gone = false, has_failed = false;
   try {
     if (level.EntryLeadsBack()) {
       is_gone = DeleteEntryThatLeadsBack(level.Entries());
@@ -86,9 +115,9 @@ bool EmptyTreeDeletion::DeleteEntry(TreeLevel& level) {
       is_gone = true;
     }
   } catch (const std::exception&) {
-    // The caller asked only whether the tree is gone.
+    has_failed = true;  // the caller asked only whether the tree is gone
   }
-  if (!is_gone && has_other_ways) kept_.insert(directory);
+  if (!is_gone && has_other_ways && (is_link || has_failed)) kept_.insert(directory);
   return is_gone;
 }
 
@@ -100,24 +129,40 @@ bool EmptyTreeDeletion::DeleteEntryThatLeadsBack(const InsFileFinder& entry) {
 }
 
 bool EmptyTreeDeletion::HoldsFile(const std::string& directory) {
-  std::vector<std::string> waiting = {directory};
-  std::set<FileIdentity> seen;
+  std::vector<std::string> waiting = {RealDirectory(directory)};
+  RealDirectories searched;
   while (!waiting.empty()) {
     const std::string place = std::move(waiting.back());
     waiting.pop_back();
-    FileIdentity identity;
-    if (!Identify(place, identity) || free_of_files_.contains(identity)) continue;
-    if (kept_.contains(identity)) return true;
-    if (!seen.insert(identity).second) continue;
-    InsFileFinder finder = FindFirstFileExactly(place, kDirectoryOrFile);
-    for (; !finder.AtEnd(); FindNextFile(finder)) {
-      if (finder.IsFile()) return true;
-      waiting.push_back(finder.FullPath());
-    }
-    finder.ThrowIfCutShort();
+    if (place.empty()) return true;  // nobody can tell what is there
+    if (searched.Cover(place) || free_of_files_.Cover(place)) continue;
+    searched.Add(place);
+    if (FindsFile(TreeLevel::Top(place), searched, waiting)) return true;
   }
-  free_of_files_.merge(seen);
+  free_of_files_.Add(searched);
   return false;
+}
+
+bool EmptyTreeDeletion::FindsFile(TreeLevel level, const RealDirectories& searched,
+                                  std::vector<std::string>& further) const {
+  InsFileFinder& entries = level.Entries();
+  for (; !entries.AtEnd(); FindNextFile(entries)) {
+    if (entries.IsFile() || IsKept(entries.FullPath())) return true;
+    if (entries.Type() == kLinkToDirectory) {
+      std::string target = RealDirectory(entries.FullPath());
+      if (!searched.Cover(target)) further.push_back(std::move(target));
+    } else if (!searched.Contain(entries.FullPath()) &&
+               FindsFile(TreeLevel::Below(level), searched, further)) {
+      return true;
+    }
+  }
+  entries.ThrowIfCutShort();
+  return false;
+}
+
+bool EmptyTreeDeletion::IsKept(const std::string& path) const {
+  FileIdentity identity;
+  return !kept_.empty() && Identify(path, identity) && kept_.contains(identity);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <dirent.h>
 #include <errno.h>
 
-#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -34,15 +33,21 @@ bool IsShortage(int error) {
   return error == EMFILE || error == ENFILE || error == ENOMEM;
 }
 
-/// The rest of a directory that has been read already: names, each followed by a NUL byte.
+/// Entries that have been read already: names, each followed by a NUL byte.
 class NamesAhead {
  public:
   void Add(const char* name) { names_.append(name).push_back('\0'); }
   bool AtEnd() const { return next_ == names_.size(); }
-  const char* Take() {
-    const char* name = names_.c_str() + next_;
-    next_ += std::strlen(name) + 1;
-    return name;
+
+  /// The bytes that are kept; names taken out count until the last one is.
+  std::size_t Size() const { return AtEnd() ? 0 : names_.size(); }
+
+  void Take(std::string& name) {
+    name = names_.c_str() + next_;
+    next_ += name.size() + 1;
+    if (!AtEnd()) return;
+    names_.clear();
+    next_ = 0;
   }
 
  private:
@@ -59,7 +64,7 @@ struct InsFileFinder::State {
   std::string name;
   std::string full_path;
   EntryType type = kNoEntry;
-  DirectoryStream stream;  // none once the rest has been read ahead
+  DirectoryStream stream;  // none once its end has been read ahead
   const dirent* last_read = nullptr;
   NamesAhead ahead;
   Failure cut_short;
@@ -72,15 +77,19 @@ struct InsFileFinder::State {
     return last_read != nullptr;
   }
 
-  /// The next name of any kind; none at the end.
-  const char* NextName() {
-    if (stream != nullptr) return ReadEntry() ? last_read->d_name : nullptr;
-    return ahead.AtEnd() ? nullptr : ahead.Take();
+  /// Takes the next name of any kind. False at the end.
+  bool NextName() {
+    if (!ahead.AtEnd()) {
+      ahead.Take(name);
+      return true;
+    }
+    if (stream == nullptr || !ReadEntry()) return false;
+    name = last_read->d_name;
+    return true;
   }
 
   void GoToNextMatch() {
-    while (const char* next = NextName()) {
-      name = next;
+    while (NextName()) {
       full_path.resize(directory.size() + kPathSeparator.size());
       full_path.append(name);
       type = GetType(full_path);
@@ -123,10 +132,17 @@ void InsFileFinder::ThrowIfCutShort() const {
   throw KVLInsException(failure.operation + state_->directory, failure.error);
 }
 
-void InsFileFinder::ReadAhead() {
-  if (state_->stream == nullptr) return;
-  while (state_->ReadEntry()) state_->ahead.Add(state_->last_read->d_name);
-  state_->stream.reset();
+std::size_t InsFileFinder::ReadAhead(std::size_t most_bytes) {
+  NamesAhead& ahead = state_->ahead;
+  if (state_->stream == nullptr || !ahead.AtEnd()) return ahead.Size();
+  while (ahead.Size() < most_bytes) {
+    if (!state_->ReadEntry()) {
+      state_->stream.reset();
+      break;
+    }
+    ahead.Add(state_->last_read->d_name);
+  }
+  return ahead.Size();
 }
 
 InsFileFinder InsFileFinder::Start(const std::string& path, std::string directory, int type_mask) {

@@ -43,10 +43,12 @@ class InsFileFinder {
   /// to the user.
   void ThrowIfCutShort() const;
 
-  /// Reads the names of all further entries and closes the directory, so that a deep recursion
-  /// needs no open directory on every level; the finder then goes on as before. Does nothing at the
-  /// end or when called again.
-  void ReadAhead();
+  /// Reads the names of further entries and closes the directory behind the last one, so that a deep
+  /// recursion needs no open directory on every level; the finder then goes on as before. Stops, with
+  /// the directory still open, as soon as the names take `most_bytes` bytes, each counted with one
+  /// byte more; 0 reads nothing. Returns how many bytes of names are kept, which is also all that
+  /// happens while there are some of an earlier call.
+  std::size_t ReadAhead(std::size_t most_bytes);
 
   /// Closes the directory; after that the finder can only be destroyed, or closed again. Never
   /// throws.

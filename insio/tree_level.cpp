@@ -1,8 +1,12 @@
 #include "insio/tree_level.h"
 
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
 #include <utility>
 
 #include "insio/path.h"
+#include "insio/path_text.h"
 
 namespace KVLInsIO {
 namespace {
@@ -10,6 +14,10 @@ namespace {
 /// How many directories of a tree are kept open at once. Further down the names are read ahead, so
 /// that a deep tree is not cut off by the limit on open files.
 constexpr int kMostOpenLevels = 4;
+
+/// How many bytes of names are read ahead in all levels together. A level that would need more stays
+/// open: there cannot be many of that size on one path.
+constexpr std::size_t kMostBytesAhead = 524'288;
 
 }  // namespace
 
@@ -20,14 +28,27 @@ bool Identify(const std::string& path, FileIdentity& identity) {
   return true;
 }
 
+std::string RealDirectory(const std::string& path) {
+  const std::unique_ptr<char, decltype(&std::free)> real(::realpath((path + "/.").c_str(), nullptr),
+                                                         &std::free);
+  return real == nullptr ? std::string() : std::string(real.get());
+}
+
+void GoUp(std::string& real_path) {
+  const std::size_t last_slash = real_path.rfind(kPathSeparator);
+  real_path.resize(last_slash == 0 && real_path.size() > 1 ? 1 : last_slash);
+}
+
 TreeLevel::TreeLevel(std::string directory, InsFileFinder entries)
     : directory_(std::move(directory)), entries_(std::move(entries)) {}
 
-TreeLevel::TreeLevel(std::string directory, InsFileFinder entries, const TreeLevel& above)
+TreeLevel::TreeLevel(std::string directory, InsFileFinder entries, const TreeLevel& above,
+                     std::size_t bytes_ahead)
     : directory_(std::move(directory)),
       entries_(std::move(entries)),
       above_(&above),
       depth_(above.depth_ + 1),
+      bytes_ahead_above_(bytes_ahead),
       behind_link_(above.EntryIsBehindLink()) {}
 
 TreeLevel TreeLevel::Top(const std::string& path) {
@@ -39,9 +60,14 @@ TreeLevel TreeLevel::Top(const std::string& path) {
 }
 
 TreeLevel TreeLevel::Below(TreeLevel& above) {
-  if (above.depth_ >= kMostOpenLevels) above.entries_.ReadAhead();
+  std::size_t bytes_ahead = above.bytes_ahead_above_;
+  if (above.depth_ >= kMostOpenLevels) {
+    const std::size_t most = kMostBytesAhead - std::min(bytes_ahead, kMostBytesAhead);
+    bytes_ahead += above.entries_.ReadAhead(most);
+  }
   const std::string& directory = above.entries_.FullPath();
-  return TreeLevel(directory, FindFirstFileExactly(directory, kDirectoryOrFile), above);
+  return TreeLevel(directory, FindFirstFileExactly(directory, kDirectoryOrFile), above,
+                   bytes_ahead);
 }
 
 bool TreeLevel::EntryLeadsBack() const {

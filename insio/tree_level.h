@@ -25,6 +25,14 @@ struct FileIdentity {
 /// The identity of what lies at `path`, links followed. False when that cannot be found out.
 bool Identify(const std::string& path, FileIdentity& identity);
 
+/// The absolute path without links of the directory at `path`; empty when there is none, or when
+/// that cannot be found out.
+std::string RealDirectory(const std::string& path);
+
+/// Cuts an absolute path without links back to its parent's, and that of the root directory to
+/// nothing.
+void GoUp(std::string& real_path);
+
 class TreeLevel {
  public:
   /// The top of a tree. Its entries are named as FindFirstFile does it, by the normalised path,
@@ -32,8 +40,8 @@ class TreeLevel {
   /// FindFirstFile does.
   static TreeLevel Top(const std::string& path);
 
-  /// The directory that is the current entry of `above`, which must outlive this level. Throws as
-  /// FindFirstFile does.
+  /// The directory that is the current entry of `above`, which must outlive this level and be the
+  /// deepest one until then. Throws as FindFirstFile does.
   static TreeLevel Below(TreeLevel& above);
 
   TreeLevel(const TreeLevel&) = delete;
@@ -51,13 +59,15 @@ class TreeLevel {
 
  private:
   TreeLevel(std::string directory, InsFileFinder entries);
-  TreeLevel(std::string directory, InsFileFinder entries, const TreeLevel& above);
+  TreeLevel(std::string directory, InsFileFinder entries, const TreeLevel& above,
+            std::size_t bytes_ahead);
 
   std::string directory_;
   InsFileFinder entries_;
   const TreeLevel* above_ = nullptr;
   int depth_ = 0;
-  bool behind_link_ = false;  // this directory was reached through a link below the top
+  std::size_t bytes_ahead_above_ = 0;  // of names that the levels above have read ahead
+  bool behind_link_ = false;           // this directory was reached through a link below the top
 };
 
 }  // namespace KVLInsIO

@@ -158,6 +158,15 @@ class WideTree : public BigTree {
     }
   }
 
+  void MakeLongNames(const std::string& name) const {
+    constexpr int kLongNames = 60'000;  // 15 MB of names
+    const std::string prefix = directory_.MakeDir(name) + "/" + std::string(249, 'n');
+    for (int i = 0; i < kLongNames; ++i) {
+      const std::string number = std::to_string(100'000 + i);
+      ASSERT_EQ(::mknod((prefix + number).c_str(), S_IFREG | 0644, 0), 0);
+    }
+  }
+
   /// How many of the entries made are there, and nothing else; -1 when something else is.
   int EntriesIn(const std::string& name) const {
     std::vector<bool> seen(kEntries, false);
@@ -197,6 +206,27 @@ TEST_F(WideTree, IsListedAndDeletedInFlatMemory) {
   EXPECT_EQ(DoneInFlatMemory({"delete_empty", Path("tree")}), 0);
   EXPECT_EQ(EntriesIn("tree"), kEntries);
   DoneInFlatMemory({"delete", Path("tree")});
+  EXPECT_FALSE(fs::exists(Path("tree")));
+}
+
+// Deep down, the names of a directory are read before its subdirectories are entered.
+TEST_F(WideTree, OfLongNamesDeepDownIsDeletedInFlatMemory) {
+  // One of them is listed before most of the files, in whatever order the file system goes.
+  directory_.MakeDir("tree/1/2/3/4/5/first");
+  MakeLongNames("tree/1/2/3/4/5");
+  directory_.MakeDir("tree/1/2/3/4/5/last");
+  DoneInFlatMemory({"delete", Path("tree")});
+  EXPECT_FALSE(fs::exists(Path("tree")));
+}
+
+TEST_F(WideTree, OfDirectoriesWithALinkUpwardIsDeletedAsAnEmptyTreeInFlatMemory) {
+  const std::string top = directory_.MakeDir("tree") + "/";
+  for (int i = 0; i < kEntries; ++i) {
+    ASSERT_EQ(::mkdir((top + std::to_string(i)).c_str(), 0755), 0);
+  }
+  directory_.Link("tree/up", ".");
+  directory_.Link("tree/1/up", "..");
+  EXPECT_EQ(DoneInFlatMemory({"delete_empty", Path("tree")}), 1);
   EXPECT_FALSE(fs::exists(Path("tree")));
 }
 

@@ -312,6 +312,8 @@ std::vector<std::string> RestOfNames(InsFileFinder& finder) {
   return names;
 }
 
+constexpr std::size_t kPlenty = 1'000'000;  // bytes of names
+
 TEST(ReadAhead, ChangesNothingOfWhatTheFinderGives) {
   const TestDirectory directory;
   for (const std::string& name : kOddNames) directory.Write(name, "");
@@ -319,10 +321,10 @@ TEST(ReadAhead, ChangesNothingOfWhatTheFinderGives) {
   for (std::size_t at = 0; at < expected.size(); ++at) {
     InsFileFinder finder = FindFirstFile(directory.Path(), kDirectoryOrFile);
     for (std::size_t i = 0; i < at; ++i) FindNextFile(finder);
-    finder.ReadAhead();
+    finder.ReadAhead(kPlenty);
     EXPECT_EQ(finder.FullPath(), directory.Path(expected[at]));
     EXPECT_EQ(finder.Type(), kFile);
-    finder.ReadAhead();
+    finder.ReadAhead(kPlenty);
     EXPECT_EQ(RestOfNames(finder),
               std::vector(expected.begin() + std::ptrdiff_t(at), expected.end()));
   }
@@ -333,7 +335,7 @@ TEST(ReadAhead, KeepsTheMask) {
   for (const int mask : {kDirectory, kFile}) {
     InsFileFinder plain = FindFirstFile(world.Path(), mask);
     InsFileFinder ahead = FindFirstFile(world.Path(), mask);
-    ahead.ReadAhead();
+    ahead.ReadAhead(kPlenty);
     EXPECT_EQ(RestOfNames(ahead), RestOfNames(plain));
   }
 }
@@ -342,16 +344,45 @@ TEST(ReadAhead, ClosesTheDirectory) {
   const EveryKind world;
   const auto before = OpenDescriptors();
   InsFileFinder finder = FindFirstFile(world.Path(), kDirectoryOrFile);
-  finder.ReadAhead();
+  finder.ReadAhead(kPlenty);
   EXPECT_EQ(OpenDescriptors(), before);
   EXPECT_FALSE(finder.AtEnd());
+}
+
+TEST(ReadAhead, StopsAtTheNumberOfBytesAndGoesOnFromTheOpenDirectory) {
+  const TestDirectory directory;
+  for (const std::string name : {"aa", "bb", "cc", "dd", "ee"}) directory.Write(name, "");
+  const auto expected = NamesInTheSystemsOrder(directory.Path());
+  for (std::size_t most = 0; most < 40; ++most) {
+    InsFileFinder finder = FindFirstFile(directory.Path(), kDirectoryOrFile);
+    const auto before = OpenDescriptors();
+    const std::size_t kept = finder.ReadAhead(most);
+    EXPECT_EQ(finder.ReadAhead(most), kept);
+    // The dots may be among the names, wherever the system puts them.
+    EXPECT_LE(kept, std::min<std::size_t>(most + 2, 4 * 3 + 2 + 3));
+    EXPECT_TRUE(kept >= most || OpenDescriptors() != before) << most;
+    EXPECT_EQ(RestOfNames(finder), expected) << most;
+  }
+}
+
+TEST(ReadAhead, ReadsOnWhenItsNamesAreUsedUp) {
+  const TestDirectory directory;
+  for (const std::string name : {"aa", "bb", "cc", "dd", "ee"}) directory.Write(name, "");
+  const auto expected = NamesInTheSystemsOrder(directory.Path());
+  std::vector<std::string> names;
+  InsFileFinder finder = FindFirstFile(directory.Path(), kDirectoryOrFile);
+  for (; !finder.AtEnd(); FindNextFile(finder)) {
+    finder.ReadAhead(1);
+    names.push_back(finder.Name());
+  }
+  EXPECT_EQ(names, expected);
 }
 
 TEST(ReadAhead, AtTheEndDoesNothing) {
   const TestDirectory directory;
   for (const std::string name : {".", "missing"}) {
     InsFileFinder finder = FindFirstFile(directory.Path(name), kDirectoryOrFile);
-    finder.ReadAhead();
+    finder.ReadAhead(kPlenty);
     EXPECT_TRUE(finder.AtEnd()) << name;
   }
 }
@@ -361,7 +392,7 @@ TEST(ReadAhead, OfAListThatIsBrokenOffEndsEarlyAndTellsWhenAsked) {
   for (const std::string name : {"a", "b", "c"}) directory.Write(name, "");
   InsFileFinder finder = FindFirstFile(directory.Path(), kDirectoryOrFile);
   const FailingCall broken(FailingCall::kReadDir, EIO);
-  finder.ReadAhead();
+  finder.ReadAhead(kPlenty);
   FindNextFile(finder);
   EXPECT_TRUE(finder.AtEnd());
   EXPECT_EQ(FailureOf([&] { finder.ThrowIfCutShort(); }),
@@ -373,7 +404,7 @@ TEST(ReadAhead, LeavesEntriesToBeAskedForWhenTheirTurnComes) {
   directory.Write("a", "");
   directory.Write("b", "");
   InsFileFinder finder = FindFirstFile(directory.Path(), kDirectoryOrFile);
-  finder.ReadAhead();
+  finder.ReadAhead(kPlenty);
   const std::string other = directory.Path(finder.Name() == "a" ? "b" : "a");
   std::filesystem::remove(other);
   EXPECT_EQ(FailureOf([&] { FindNextFile(finder); }), Exception("lstat - " + other, ENOENT));
