@@ -77,8 +77,12 @@ void CopyFileOnly(const std::string& source, const std::string& destination) {
     throw KVLInsExceptionErrno("Cannot stat " + source, error);
   }
   struct stat to;
-  if (::stat(destination.c_str(), &to) == 0 && IsSameFile(from, to)) RefuseToCopy(source);
+  const bool exists = ::stat(destination.c_str(), &to) == 0;
+  if (exists && IsSameFile(from, to)) RefuseToCopy(source);
   if (MayNeverEnd(from.st_mode)) throw KVLInsException("Cannot read " + source, EOPNOTSUPP);
+  if (exists && S_ISFIFO(to.st_mode)) {  // opening it would wait for a reader
+    throw KVLInsException("Cannot write into " + destination, EOPNOTSUPP);
+  }
   CopyContents(source, destination, from.st_mode & kPermissionBits);
   if (from.st_atime != 0) SetTime(destination, from.st_atime, from.st_mtime);
 }

@@ -17,6 +17,11 @@ bool IsRegularFile(const std::string& path) {
   return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
+bool IsPipe(const std::string& path) {
+  struct stat status;
+  return ::stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
+}
+
 EntryType GetType(const std::string& path) {
   if (path.empty()) throw KVLInsException("GetType - empty path");
   struct stat status;

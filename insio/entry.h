@@ -26,6 +26,10 @@ bool Exists(const std::string& path);
 /// False for an empty path, and when it cannot be found out. Never throws.
 bool IsRegularFile(const std::string& path);
 
+/// True when a named pipe lies at `path`, links followed: to open one is to wait for somebody at its
+/// other end. False for an empty path, and when it cannot be found out. Never throws.
+bool IsPipe(const std::string& path);
+
 /// The type of what lies at `path`. A link is followed once more only to tell a link to a directory
 /// from the rest.
 /// Throws KVLInsException "GetType - empty path"; "lstat - " + path with the error's text, also

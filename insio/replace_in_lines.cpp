@@ -7,6 +7,7 @@
 #include "console/text.h"
 #include "insio/copy.h"
 #include "insio/delete.h"
+#include "insio/entry.h"
 #include "insio/file_attributes.h"
 #include "insio/path_text.h"
 
@@ -26,13 +27,19 @@ struct Replacement {
   }
 };
 
+/// Such as a pipe, which would be waited for, or a device, which may never come to an end.
+bool IsNeitherFileNorDirectory(const std::string& path) {
+  return Exists(path) && !IsRegularFile(path) && !IsDirectory(path);
+}
+
 struct Rewritten {
   std::string contents;
   int replacements = 0;
 };
 
 Rewritten Rewrite(const std::string& path, const Replacement& replacement) {
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream file;
+  if (!IsNeitherFileNorDirectory(path)) file.open(path, std::ios::binary);
   if (!file.is_open()) replacement.Fail("Failed to open " + path);
   Rewritten result;
   bool is_first = true;
@@ -57,7 +64,8 @@ void DeleteIfPossible(const std::string& path) {
 
 void WriteTemporary(const std::string& path, const std::string& contents,
                     const Replacement& replacement) {
-  std::ofstream file(path, std::ios::binary);
+  std::ofstream file;
+  if (!IsPipe(path)) file.open(path, std::ios::binary);
   if (!file.is_open()) replacement.Fail("Failed to open " + path);
   file << contents;
   file.close();

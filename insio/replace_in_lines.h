@@ -22,9 +22,10 @@ namespace KVLInsIO {
 /// Throws std::runtime_error, each text followed by "\nReplaced: " + old_text + "\nReplacing: " +
 /// new_text, without a line feed at the end:
 ///   "KVLInsIO::ReplaceInLines: Filename is empty"             this is looked at first
-///   "KVLInsIO::ReplaceInLines: Failed to open " + file        it is missing or may not be read
+///   "KVLInsIO::ReplaceInLines: Failed to open " + file        it is missing, may not be read, or is a
+///                                                             pipe or a device
 ///   "KVLInsIO::ReplaceInLines: Failed to read " + file        not all of it; also a directory
-///   "KVLInsIO::ReplaceInLines: Failed to open " + temporary   it cannot be made
+///   "KVLInsIO::ReplaceInLines: Failed to open " + temporary   it cannot be made, or is a pipe
 ///   "KVLInsIO::ReplaceInLines: Failed to write " + temporary  not all of it; it is gone again
 /// The file is untouched after each of them. What SetReadOnly and Copy throw passes through; the
 /// temporary file, with all the new contents, then stays, and the file may have become writable.

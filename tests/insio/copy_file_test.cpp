@@ -279,6 +279,15 @@ TEST_F(CopyFileFailure, DestinationThatCannotBeOpened) {
   }
 }
 
+TEST_F(CopyFileFailure, DestinationThatIsAPipeIsNotWaitedFor) {
+  const std::string pipe = directory_.Pipe("pipe");
+  const std::string link = directory_.Link("link", "pipe");
+  for (const std::string& destination : {pipe, link}) {
+    EXPECT_EQ(FailureOfCopying(source_, destination),
+              Exception("Cannot write into " + destination, EOPNOTSUPP));
+  }
+}
+
 TEST_F(CopyFileFailure, DestinationInQuotesIsNormalisedForItsParentOnly) {
   const std::string quoted = "\"" + Path("a/copy") + "\"";
   EXPECT_EQ(FailureOfCopying(source_, quoted), Exception("Cannot write into " + quoted, ENOENT));

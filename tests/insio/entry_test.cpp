@@ -2,8 +2,10 @@
 
 #include <errno.h>
 
+#include <functional>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/insio/every_kind.h"
@@ -18,6 +20,7 @@ using KVLInsIO::Exists;
 using KVLInsIO::GetType;
 using KVLInsIO::IsDirectory;
 using KVLInsIO::IsFile;
+using testing::ElementsAre;
 
 TEST(EntryType, IsASetOfThreeBits) {
   EXPECT_EQ(KVLInsIO::kNoEntry, 0);
@@ -42,6 +45,30 @@ TEST(IsFileAndIsDirectory, AreTheBitsOfTheType) {
   for (const Kind& kind : kEveryKind) {
     EXPECT_EQ(IsFile(world.Path(kind.name)), (kind.type & 2) != 0) << kind.name;
     EXPECT_EQ(IsDirectory(world.Path(kind.name)), (kind.type & 1) != 0) << kind.name;
+  }
+}
+
+/// The kinds for which the question is answered with yes.
+std::vector<std::string> KindsThatAre(const std::function<bool(const std::string&)>& question) {
+  const EveryKind world;
+  std::vector<std::string> names;
+  for (const Kind& kind : kEveryKind) {
+    if (question(world.Path(kind.name))) names.push_back(kind.name);
+  }
+  return names;
+}
+
+TEST(IsRegularFile, IsTrueForAFileAndALinkToOneAndNothingElse) {
+  EXPECT_THAT(KindsThatAre(KVLInsIO::IsRegularFile), ElementsAre("file", "link_to_file"));
+  for (const std::string path : {"", "/dev/null", "/missing"}) {
+    EXPECT_FALSE(KVLInsIO::IsRegularFile(path)) << path;
+  }
+}
+
+TEST(IsPipe, IsTrueForAPipeAndALinkToOneAndNothingElse) {
+  EXPECT_THAT(KindsThatAre(KVLInsIO::IsPipe), ElementsAre("link_to_pipe", "pipe"));
+  for (const std::string path : {"", "/dev/null", "/missing"}) {
+    EXPECT_FALSE(KVLInsIO::IsPipe(path)) << path;
   }
 }
 

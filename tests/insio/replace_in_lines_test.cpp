@@ -306,6 +306,23 @@ TEST_F(ReplaceInLinesFailure, FileThatCannotBeOpened) {
   }
 }
 
+TEST_F(ReplaceInLinesFailure, FileThatMayNeverComeToAnEndIsNotOpened) {
+  directory_.Pipe("pipe");
+  directory_.Link("link", "pipe");
+  const auto before = ExactTree();
+  for (const std::string& path : {Path("pipe"), Path("link"), std::string("/dev/zero")}) {
+    EXPECT_EQ(FailureOfReplacing(path), OwnFailure("Failed to open " + path));
+  }
+  EXPECT_EQ(ExactTree(), before);
+}
+
+TEST_F(ReplaceInLinesFailure, TemporaryNameThatIsAPipeIsNotWaitedFor) {
+  directory_.Pipe("file_TmpRIL");
+  const auto before = ExactTree();
+  EXPECT_EQ(FailureOfReplacing(file_), OwnFailure("Failed to open " + file_ + "_TmpRIL"));
+  EXPECT_EQ(ExactTree(), before);
+}
+
 TEST_F(ReplaceInLinesFailure, NamesTheFileWithItsBackslashesTurned) {
   EXPECT_EQ(FailureOfReplacing(Path("a\\\\b\\")), OwnFailure("Failed to open " + Path("a//b/")));
 }
