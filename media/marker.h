@@ -9,13 +9,16 @@
 
 namespace kvl {
 
+inline constexpr std::string_view kMarkerExtension = ".txt";
+
 /// The name of the marker of a volume: the number in decimal and ".txt".   2  =>  2.txt
 std::string MarkerName(std::int64_t volume);
 
 /// The tag in a marker file: the rest of its first line that begins with "MTBDIR=", without one
 /// carriage return at the end. Empty when the file cannot be opened or read, is no regular file (a
 /// pipe would be waited for), has no such line, or nothing behind the "=". A tag is opaque: any
-/// bytes, compared as they are. Never throws a failure of the system.
+/// bytes, compared as they are. Lines before it take no memory, however long: any large file may have
+/// a marker's name. Never throws a failure of the system.
 std::string ReadMtbDir(const std::string& path);
 
 /// The first line of a text file, without its line end. Nothing when the file cannot be opened, is

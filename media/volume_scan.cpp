@@ -1,6 +1,5 @@
 #include "media/volume_scan.h"
 
-#include <cstdint>
 #include <optional>
 
 #include "console/logger.h"
@@ -10,6 +9,7 @@
 #include "insio/entry.h"
 #include "insio/finder.h"
 #include "media/marker.h"
+#include "media/numbered_entries.h"
 
 namespace kvl {
 namespace {
@@ -19,10 +19,6 @@ using KVLInsIO::Join;
 
 /// A layout's answer; without a value the next layout is to be tried.
 using LayoutAnswer = std::optional<ScanOutcome>;
-
-/// Volume numbers have 64 bits: "volumes.txt" may hold the greatest int, and the numbers of AM
-/// volumes go beyond that.
-using VolumeNumber = std::int64_t;
 
 struct MediaSet {
   InsPath dir;
@@ -59,6 +55,9 @@ ScanOutcome Failed(std::vector<std::string> volumes = {}) {
 ScanOutcome Complete(int code, std::vector<std::string> volumes = {}) {
   return {code, /*complete=*/true, std::move(volumes)};
 }
+
+/// Volumes outside the media directory are named by their number alone.
+constexpr std::string_view kNoExtension;
 
 std::string VolumeName(VolumeNumber number) {
   return "Volume " + std::to_string(number);
@@ -110,16 +109,16 @@ void LookFor(VolumeNumber volume, const InsPath& dir, const MediaSet& media, Rep
 
 LayoutAnswer ScanFlatLayout(const MediaSet& media, Report& report) {
   Tally tally;
-  for (VolumeNumber i = 2; i <= media.count; ++i) {
+  ForEachNumber(media.dir, kMarkerExtension, {2, media.count}, [&](VolumeNumber i) {
     const std::string tag = TagIn(media.dir, i);
-    if (tag.empty()) continue;
+    if (tag.empty()) return;
     if (tag == media.tag) {
       ++tally.found;
     } else {
       report.Warning(VolumeName(i) + " of " + tag + " found in the directory of " + media.tag);
       tally.mismatch = true;
     }
-  }
+  });
   LayoutAnswer answer = Judge(std::move(tally), media, report);
   if (answer && answer->complete) {
     report.More("All volumes found in: " + media.dir.Str());
@@ -133,9 +132,8 @@ LayoutAnswer ScanSiblingLayout(const MediaSet& media, Report& report) {
   report.More(VolumeName(1) + " found in: " + media.dir.Str());
   const InsPath parent = media.dir.Parent();
   Tally tally;
-  for (VolumeNumber i = 2; i <= media.count; ++i) {
-    LookFor(i, Numbered(parent, i), media, report, tally);
-  }
+  ForEachNumber(parent, kNoExtension, {2, media.count},
+                [&](VolumeNumber i) { LookFor(i, Numbered(parent, i), media, report, tally); });
   return Judge(std::move(tally), media, report);
 }
 
@@ -182,20 +180,22 @@ ScanOutcome ScanAmLayout(const MediaSet& media, Report& report) {
   PublishFirstAmVolume(*first, relative);
 
   const InsPath outer = first->dir.Parent();
+  // So far the number of an AM volume is ahead of that of the volume in it.
+  const VolumeNumber ahead = first->number - 1;
   Tally tally;
-  for (VolumeNumber i = 2; i <= media.count; ++i) {
-    const VolumeNumber am_number = first->number + i - 1;
+  ForEachNumber(outer, kNoExtension, {2 + ahead, media.count + ahead}, [&](VolumeNumber am_number) {
     const InsPath am_dir = Numbered(outer, am_number);
     const std::string am_tag = TagIn(am_dir, am_number);
-    if (am_tag.empty()) continue;
+    if (am_tag.empty()) return;
     if (am_tag != first->tag) {
       report.WrongVolume(AmVolumeName(am_number), am_tag, am_dir.Str(), first->tag);
       tally.mismatch = true;
-      continue;
+      return;
     }
     report.More(AmVolumeName(am_number) + " found in: " + am_dir.Str());
+    const VolumeNumber i = am_number - ahead;
     LookFor(i, Numbered(Join(am_dir.Str(), relative.Str()), i), media, report, tally);
-  }
+  });
   // On purpose nothing is said when no volume at all was found here.
   return Judge(std::move(tally), media, report).value_or(Failed());
 }

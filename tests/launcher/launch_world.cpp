@@ -71,9 +71,6 @@ const char kTwoOfThree[] =
     "       Volume 1 found in: {1}\n"
     "       Volume 2 found in: {2}\n";
 
-const char kMissingVolumes[] =
-    " WARN: Missing volumes. Please make sure you copied everything correctly.\n";
-
 const char kStagedWarning[] =
     " WARN: This media is composed of multiple volumes.\n"
     " WARN: If it is not done already, please copy each volume on a local hard drive before "

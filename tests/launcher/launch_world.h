@@ -65,8 +65,6 @@ std::string SaysFoundIn(const std::string& media);
 std::string SaysNoneIn(const std::string& media);
 /// The messages of a media in {1} of three volumes that finds the second in {2}.
 extern const char kTwoOfThree[];
-/// The message for a volume that is not there.
-extern const char kMissingVolumes[];
 /// The messages before a staged installer starts.
 extern const char kStagedWarning[];
 /// The message for an installer that cannot be run, by its command.

@@ -10,9 +10,6 @@
 namespace kvl::test {
 namespace {
 
-constexpr char kMissingVolumes[] =
-    " WARN: Missing volumes. Please make sure you copied everything correctly.\n";
-
 /// The media {am/4/sets/a/1} of three volumes, in the first AM volume {am/4}. The others are not
 /// there yet.
 struct AmMedia {

@@ -1,6 +1,10 @@
 #include "media/marker.h"
 
+#include <sys/resource.h>
+
 #include <cstdint>
+#include <filesystem>
+#include <fstream>
 #include <limits>
 #include <string>
 #include <vector>
@@ -8,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/media/scan_checks.h"
+#include "tests/support/outcome.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {
@@ -66,6 +71,10 @@ TEST(ReadMtbDir, GivesTheRestOfTheFirstLineThatBeginsWithTheKey) {
       {" MTBDIR=SET-A\nMTBDIR=SET-B\n", "SET-B"},
       {"MTBDIR= SET A \n", " SET A "},
       {"MTBDIR=A=B", "A=B"},
+      {"MTB\nMTBDIR=A\n", "A"},
+      {"MTBDIRMTBDIR=A\nMTBDIR=B\n", "B"},
+      {"MMTBDIR=A\nMTBDIR=B\n", "B"},
+      {"x\r\nMTBDIR=A\n", "A"},
       {"MTBDIR=MTBDIR=A\n", "MTBDIR=A"},
       {"MTBDIR=" + std::string(100000, 'x') + "\n", std::string(100000, 'x')},
   };
@@ -130,6 +139,27 @@ TEST(ReadMtbDir, WithoutAValueBehindTheKeyIsEmpty) {
   for (const std::string& contents : rows) {
     EXPECT_EQ(ReadMtbDir(directory.Write("1.txt", contents)), "") << contents;
   }
+}
+
+/// The most memory that this process has had resident at any time, in KiB.
+long MostMemory() {
+  rusage usage;
+  ::getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss;
+}
+
+TEST(ReadMtbDir, KeepsNoOtherLineInMemory) {
+  constexpr std::uintmax_t kMuch = 64UL << 20;
+  TestDirectory directory;
+  const std::string marker = directory.Write("1.txt", "");
+  std::filesystem::resize_file(marker, kMuch);  // a hole: one line of NUL bytes
+  std::ofstream(marker, std::ios::app) << "\nMTBDIR=SET-A\n";
+  const Outcome outcome = RunIsolated([&] {
+    const long before = MostMemory();
+    if (ReadMtbDir(marker) != "SET-A") return 1;
+    return MostMemory() - before < 8 * 1024 ? 0 : 2;
+  });
+  EXPECT_EQ(outcome.status, 0);
 }
 
 TEST(ReadMtbDir, FollowsALink) {

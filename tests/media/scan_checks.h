@@ -11,6 +11,9 @@
 
 namespace kvl::test {
 
+/// Why a test that needs ScanInOwnRoot is skipped.
+inline constexpr char kCannotChangeRoot[] = "this user cannot change the root directory here";
+
 /// In every text "{x}" stands for the path of x in the world. A scan is complete with every code
 /// but 0.
 struct ExpectedScan {

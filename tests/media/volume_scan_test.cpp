@@ -18,8 +18,6 @@
 namespace kvl::test {
 namespace {
 
-constexpr char kCannotChangeRoot[] = "this user cannot change the root directory here";
-
 /// What "all is there, and nothing more needs to be done" looks like.
 const ExpectedScan kSilentlyComplete = {.code = 1};
 const ExpectedScan kSilentlyFailed = {.code = 0};

@@ -21,6 +21,10 @@
 
 namespace kvl::test {
 
+/// What is said when some volumes have been found, but not all.
+inline constexpr char kMissingVolumes[] =
+    " WARN: Missing volumes. Please make sure you copied everything correctly.\n";
+
 class MediaWorld;
 
 /// One volume, or any directory of the world, being described.
