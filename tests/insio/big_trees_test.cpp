@@ -16,6 +16,7 @@
 #include "tests/insio/failure.h"
 #include "tests/insio/run_tree_tool.h"
 #include "tests/insio/surroundings.h"
+#include "tests/support/sanitized.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/test_directory.h"
 

@@ -16,8 +16,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tests/insio/run_tree_tool.h"
 #include "tests/support/outcome.h"
+#include "tests/support/sanitized.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/scoped_umask.h"
 #include "tests/support/test_directory.h"

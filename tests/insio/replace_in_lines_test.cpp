@@ -19,6 +19,7 @@
 #include "tests/insio/run_tree_tool.h"
 #include "tests/insio/surroundings.h"
 #include "tests/support/outcome.h"
+#include "tests/support/sanitized.h"
 #include "tests/support/scoped_umask.h"
 #include "tests/support/system_faults.h"
 

@@ -18,17 +18,4 @@ struct ToolSeen {
 ToolSeen RunTreeTool(const std::vector<std::string>& words,
                      const std::function<void()>& before = {});
 
-/// True when the library is built with sanitizers, whose own memory hides what it takes.
-#if defined(__SANITIZE_ADDRESS__)
-inline constexpr bool kSanitized = true;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-inline constexpr bool kSanitized = true;
-#else
-inline constexpr bool kSanitized = false;
-#endif
-#else
-inline constexpr bool kSanitized = false;
-#endif
-
 }  // namespace kvl::test

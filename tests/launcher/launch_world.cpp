@@ -46,6 +46,7 @@ void CopyOver(const std::string& from, const std::string& to) {
 
 std::vector<std::string> Describe(const StagedTree& tree, const MediaWorld& world,
                                   const std::string& os) {
+  if (!tree.exactly.empty()) return tree.exactly;
   if (tree.media.empty()) return {};
   const TestDirectory twin;
   const std::string staging_slash = twin.Path("{staging}/");
@@ -88,6 +89,12 @@ LaunchWorld& LaunchWorld::VolumeMissing() {
   return *this;
 }
 
+void LaunchWorld::EmptyTmp() const {
+  for (const fs::directory_entry& entry : fs::directory_iterator(Path("tmp"))) {
+    fs::remove_all(entry.path());
+  }
+}
+
 LaunchSeen LaunchWorld::Run(const LaunchPlan& plan, const std::string& media) {
   const std::vector<std::string> before = MediaIn(*this);
   const LaunchSeen seen = Launch(media, plan);
@@ -125,6 +132,12 @@ std::vector<std::string> StartedFrom(const std::string& media,
   return arguments;
 }
 
+std::string CommandOf(const std::vector<std::string>& arguments) {
+  std::string command;
+  for (const std::string& argument : arguments) command += " \"" + argument + "\"";
+  return command.substr(1);
+}
+
 std::string SaysFoundIn(const std::string& media) {
   return " INFO: " + InstallerOf(media) + "\n INFO: Installer found in current media: \"" +
          InstallerOf(media) + "\".\n";
@@ -132,6 +145,15 @@ std::string SaysFoundIn(const std::string& media) {
 
 std::string SaysNoneIn(const std::string& media) {
   return " INFO: " + InstallerOf(media) + "\n INFO: No installer in the current media.\n";
+}
+
+std::string SaysStagingFailed(const std::string& staging_slash, const std::string& reason) {
+  return "ERROR: Cannot copy the installer to a temporary directory: " + staging_slash +
+         "\nERROR: " + reason + "\n       \n";
+}
+
+std::string SaysCannotCreate(const std::string& command) {
+  return "ERROR: Cannot create process " + command + "\n" + SaysCannotWait(command);
 }
 
 std::string SaysCannotWait(const std::string& command) {

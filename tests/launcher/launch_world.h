@@ -20,6 +20,8 @@ struct StagedTree {
   /// The staging directory in the clean-up script; empty when there is no script.
   std::string script_for = "{staging}/";
   Environment also = {};  ///< further files by name, with their contents
+  /// When not empty, everything there is, described as by LaunchSeen::staged, instead of all this.
+  std::vector<std::string> exactly = {};
 };
 
 /// What a run is to look like. All texts as in MediaWorld.
@@ -45,6 +47,9 @@ class LaunchWorld : private ScopedUmask, public MediaWorld {
   /// in "2", the third is missing: the installer is staged.
   LaunchWorld& VolumeMissing();
 
+  /// Removes what earlier launches left in {tmp}.
+  void EmptyTmp() const;
+
   /// Launches the media in that directory, and claims that the run changed nothing but {tmp}.
   LaunchSeen Run(const LaunchPlan& plan = {}, const std::string& media = "1");
 };
@@ -59,6 +64,9 @@ std::string InstallerOf(const std::string& media);
 std::vector<std::string> StartedFrom(const std::string& media,
                                      const std::vector<std::string>& further = {});
 
+/// The command, as messages name it, of an installer with these arguments.
+std::string CommandOf(const std::vector<std::string>& arguments);
+
 /// The messages of a media whose installer is found.
 std::string SaysFoundIn(const std::string& media);
 /// The messages of a media without an installer.
@@ -67,6 +75,11 @@ std::string SaysNoneIn(const std::string& media);
 extern const char kTwoOfThree[];
 /// The messages before a staged installer starts.
 extern const char kStagedWarning[];
+/// The messages of a staging that failed; `staging_slash` ends in "/". The reason ends in a line feed
+/// of its own, so the second message ends in a line of seven blanks.
+std::string SaysStagingFailed(const std::string& staging_slash, const std::string& reason);
+/// The messages for an installer that no process could be made for, by its command.
+std::string SaysCannotCreate(const std::string& command);
 /// The message for an installer that cannot be run, by its command.
 std::string SaysCannotWait(const std::string& command);
 /// The text of "remove.bat"; `staging_slash` ends in "/".

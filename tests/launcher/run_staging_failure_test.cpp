@@ -15,12 +15,6 @@
 namespace kvl::test {
 namespace {
 
-/// The reason ends in a line feed, so the second message ends in a line of seven blanks.
-std::string SaysStagingFailed(const std::string& staging_slash, const std::string& reason) {
-  return "ERROR: Cannot copy the installer to a temporary directory: " + staging_slash +
-         "\nERROR: " + reason + "\n       \n";
-}
-
 /// The failed run of VolumeMissing that has copied these pieces.
 ExpectedRun Failed(const std::string& reason, const std::vector<std::string>& pieces) {
   ExpectedRun expected = Staged();

@@ -34,13 +34,6 @@ std::string AllOf(const std::ifstream& file) {
   return all.str();
 }
 
-std::string Contents(const std::string& path) {
-  const std::string contents = AllOf(std::ifstream(path, std::ios::binary));
-  if (contents.size() <= kLongContents) return contents;
-  return std::to_string(contents.size()) + " bytes, hash " +
-         std::to_string(std::hash<std::string>()(contents));
-}
-
 std::string Describe(const fs::directory_entry& entry, const std::string& name, bool exactly) {
   const struct stat status = StatusOf(entry.path().string(), /*follow=*/false);
   std::ostringstream line;
@@ -54,7 +47,8 @@ std::string Describe(const fs::directory_entry& entry, const std::string& name, 
   } else if (S_ISDIR(status.st_mode)) {
     line << "d " << mode() << name;
   } else if (S_ISREG(status.st_mode)) {
-    line << "f " << mode() << name << " = " << Contents(entry.path().string());
+    line << "f " << mode() << name << " = "
+         << DescribeContents(AllOf(std::ifstream(entry.path(), std::ios::binary)));
   } else {
     line << "p " << mode() << name;
   }
@@ -149,6 +143,12 @@ std::string ReadFile(const std::string& path) {
   const std::ifstream file(path, std::ios::binary);
   EXPECT_TRUE(file.is_open()) << "cannot read " << path;
   return AllOf(file);
+}
+
+std::string DescribeContents(std::string_view contents) {
+  if (contents.size() <= kLongContents) return std::string(contents);
+  return std::to_string(contents.size()) + " bytes, hash " +
+         std::to_string(std::hash<std::string_view>()(contents));
 }
 
 std::vector<std::string> DescribeTree(const std::string& directory) {

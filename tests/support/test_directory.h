@@ -43,6 +43,9 @@ std::string ReadFile(const std::string& path);
 /// Long contents are given by length and hash. Empty for a missing directory.
 std::vector<std::string> DescribeTree(const std::string& directory);
 
+/// The contents of a file as they stand in such a line.
+std::string DescribeContents(std::string_view contents);
+
 /// As DescribeTree, with inode, owner and all times but that of the last access: for "nothing was
 /// changed".
 std::vector<std::string> DescribeTreeExactly(const std::string& directory);
