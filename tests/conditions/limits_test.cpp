@@ -1,0 +1,116 @@
+// Whole runs within the limits that the system sets to a process: the run is as it is without them,
+// or it ends as stated, and the installer is never started on a copy that is not whole.
+#include <signal.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include "tests/conditions/ordinary_user.h"
+#include "tests/conditions/staging_model.h"
+#include "tests/launcher/launch_world.h"
+#include "tests/support/sanitized.h"
+#include "tests/support/system_faults.h"
+
+namespace kvl::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kCannotSetUp = 126;
+
+void SetLimit(__rlimit_resource resource, long value) {
+  const rlimit limit = {static_cast<rlim_t>(value), static_cast<rlim_t>(value)};
+  if (::setrlimit(resource, &limit) != 0) ::_exit(kCannotSetUp);
+}
+
+/// Whether the system can start the launcher at all: its libraries are files and memory, too. The
+/// launcher itself is asked for as little as possible.
+bool CanBeStarted(const std::function<void()>& before) {
+  const Outcome outcome =
+      RunProgram({.command = {BuiltProgram("kvl-launcher"), "-env"}, .before = before});
+  return outcome.status == 1 && outcome.err == "ERROR: Bad -env argument\n";
+}
+
+TEST(Limits, OnDescriptorsEndTheStagingWhereOneIsMissing) {
+  LaunchWorld world;
+  world.VolumeMissing();
+  constexpr long kStreams = 3, kLeastForTheScan = 4, kMost = 16;
+  const auto limited = [](long count) { return [=] { SetLimit(RLIMIT_NOFILE, count); }; };
+  long least = kLeastForTheScan;
+  while (!CanBeStarted(limited(least))) ++least;
+
+  const long enough = FirstEnough(least, kMost, 1, [&](long count) {
+    return ExpectRunIn(world, {.descriptors = count - kStreams}, {.before = limited(count)});
+  });
+  // Four directories lie in each other, and two files are open for a copy.
+  EXPECT_EQ(enough, kStreams + 4 + 2);
+}
+
+/// Nothing of the media can be opened then, so nothing is said of its volumes. The one descriptor that
+/// the system needs to start the launcher is that of standard input, which the launcher occupies.
+TEST(Limits, OnDescriptorsThatLeaveNoneEndTheStagingAtItsBeginning) {
+  LaunchWorld world;
+  world.VolumeMissing();
+  LaunchSeen seen = world.Run({.before = [] {
+    ::close(STDIN_FILENO);
+    SetLimit(RLIMIT_NOFILE, 3);
+  }});
+  seen.err = WithoutIdentifiers(seen.err);
+  ExpectRun(world, seen,
+            {.status = 1,
+             .out = SaysFoundIn("{1}"),
+             .err = SaysStagingFailed("{tmp}/<id>/", "opendir - {1}/inst - Too many open files")});
+}
+
+TEST(Limits, OnTheSizeOfFilesEndTheStagingAtTheFirstThatIsLonger) {
+  constexpr long kStep = 4096;
+  LaunchWorld world;
+  world.VolumeMissing();
+  // Longer than two writes.
+  world.Volume("1").File("media.db", DifferentBytes(150'000));
+  const auto run_within = [&](long size) {
+    return ExpectRunIn(world, {.file_size = size}, {.before = [&] {
+                         SetLimit(RLIMIT_FSIZE, size);
+                         ::signal(SIGXFSZ, SIG_DFL);
+                       }});
+  };
+  const auto most = static_cast<long>(fs::file_size(world.Path(InstallerOf("1")))) + 150'000;
+  FirstEnough(0, most, kStep, run_within);
+  // Messages that are cut off, and the last byte of a write.
+  for (const long size : {1L, 7L, 100L, 200L, 400L, 500L, 1000L, 65'535L, 65'537L, 131'071L}) {
+    SCOPED_TRACE(size);
+    run_within(size);
+  }
+}
+
+TEST(Limits, OnProcessesLeaveNoneForTheInstaller) {
+  for (const bool staged : {false, true}) {
+    LaunchWorld world;
+    staged ? world.VolumeMissing() : world.OneVolume();
+    if (const std::string why = WhyNoOrdinaryUser(world); !why.empty()) GTEST_SKIP() << why;
+    const FakeUser ordinary(65534);  // for what is expected: the limit does not bind the superuser
+    for (const bool limited : {false, true}) {
+      LaunchPlan plan = {.before = [&] {
+        BecomeOrdinaryUser(world);
+        if (limited) SetLimit(RLIMIT_NPROC, 0);
+      }};
+      // A sanitizer looks for leaks in one more process.
+      plan.env = {{"ASAN_OPTIONS", "detect_leaks=0"}};
+      ExpectedRun expected = staged ? Staged() : InPlace();
+      if (limited) {
+        expected.status = 255;
+        expected.err += SaysCannotCreate(CommandOf(expected.arguments));
+        expected.arguments = {};
+      }
+      ExpectRun(world, world.Run(plan), expected);
+      world.EmptyTmp();
+    }
+  }
+}
+
+}  // namespace
+}  // namespace kvl::test

@@ -1,0 +1,27 @@
+#include "tests/conditions/ordinary_user.h"
+
+#include <unistd.h>
+
+#include "tests/insio/surroundings.h"
+
+namespace kvl::test {
+
+std::string WhyNoOrdinaryUser(const LaunchWorld& world) {
+  for (const char* directory : {".", "tmp"}) GiveToOrdinaryUser(world.Path(directory));
+  const std::string program = BuiltProgram("kvl-launcher"), tmp = world.Path("tmp");
+  const Outcome outcome = RunIsolated([&] {
+    BecomeOrdinaryUser(world);
+    if (::access(program.c_str(), X_OK) != 0) return 1;
+    return ::access(tmp.c_str(), W_OK) == 0 ? 0 : 2;
+  });
+  if (outcome.status == 0) return {};
+  return "an ordinary user cannot " + (outcome.status == 1   ? "reach " + program
+                                       : outcome.status == 2 ? "reach " + tmp
+                                                             : std::string("be had here"));
+}
+
+void BecomeOrdinaryUser(const LaunchWorld& world) {
+  EnterAsOrdinaryUser(world.Directory());
+}
+
+}  // namespace kvl::test

@@ -1,0 +1,73 @@
+#include "tests/conditions/own_mounts.h"
+
+#include <errno.h>
+#include <sys/mount.h>
+
+#include <cstring>
+#include <exception>
+#include <sched.h>
+#include <stdexcept>
+#include <thread>
+
+namespace kvl::test {
+namespace {
+
+void Require(bool done, const std::string& what) {
+  if (!done) throw std::runtime_error("cannot " + what + ": " + std::strerror(errno));
+}
+
+/// Gives the calling thread a copy of the mounts, and keeps its changes to itself.
+void LeaveTheMountsOfOthers() {
+  Require(::unshare(CLONE_NEWNS) == 0, "have mounts of its own");
+  Require(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "keep mounts private");
+}
+
+void Mount(const std::string& directory, const std::string& options, unsigned long flags) {
+  // Pages are taken one by one, where the system can be told; it may not know the option.
+  for (const std::string& pages : {std::string("huge=never,"), std::string()}) {
+    if (::mount("none", directory.c_str(), "tmpfs", flags, (pages + options).c_str()) == 0) return;
+  }
+  Require(false, "mount " + options + " on " + directory);
+}
+
+}  // namespace
+
+std::string WhyNoOwnMounts() {
+  try {
+    RunWithOwnMounts([] { const MemoryMount probe("/", "size=4k"); });
+  } catch (const std::exception& failure) {
+    return std::string("a mount is not permitted here: ") + failure.what();
+  }
+  return {};
+}
+
+void RunWithOwnMounts(const std::function<void()>& action) {
+  std::exception_ptr failure;
+  std::thread thread([&] {
+    try {
+      LeaveTheMountsOfOthers();
+      action();
+    } catch (...) {
+      failure = std::current_exception();
+    }
+  });
+  thread.join();
+  if (failure) std::rethrow_exception(failure);
+}
+
+MemoryMount::MemoryMount(const std::string& directory, const std::string& options,
+                         unsigned long flags)
+    : directory_(directory) {
+  Mount(directory, "mode=0755," + options, flags);
+}
+
+MemoryMount::~MemoryMount() {
+  ::umount2(directory_.c_str(), MNT_DETACH);
+}
+
+void MemoryMount::MakeReadOnly() const {
+  Require(::mount("none", directory_.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) == 0,
+          "make " + directory_ + " read-only");
+}
+
+}  // namespace kvl::test

@@ -1,0 +1,36 @@
+// File systems of a test's own, which nobody else sees and which do not outlive it.
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace kvl::test {
+
+/// Why RunWithOwnMounts cannot be used here; empty when it can. It takes the rights of root, and in
+/// a container often more than those.
+std::string WhyNoOwnMounts();
+
+/// Runs `action` in a thread that sees the mounts of the system and may add to them; with the thread
+/// they go, however it ends. The programs that the thread starts see them, too, and the rest of the
+/// process does not.
+void RunWithOwnMounts(const std::function<void()>& action);
+
+/// Within RunWithOwnMounts, and as long as it lives: an empty file system in memory that covers a
+/// directory.
+class MemoryMount {
+ public:
+  /// The options are those of a tmpfs, such as "size=64k". (There a size, or a number of inodes, of 0
+  /// stands for no limit, and the file system's own directory takes one inode.)
+  MemoryMount(const std::string& directory, const std::string& options, unsigned long flags = 0);
+  ~MemoryMount();
+  MemoryMount(const MemoryMount&) = delete;
+  MemoryMount& operator=(const MemoryMount&) = delete;
+
+  /// From now on nothing can be written.
+  void MakeReadOnly() const;
+
+ private:
+  std::string directory_;
+};
+
+}  // namespace kvl::test

@@ -1,0 +1,184 @@
+#include "tests/conditions/staging_model.h"
+
+#include <errno.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <set>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+namespace kvl::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr unsigned kPlainFile = 0644;
+
+class Staging {
+ public:
+  Staging(std::string media, Room room) : media_(std::move(media)), room_(room) {}
+
+  /// In the order of the copies. False at the first failure.
+  bool Copy(const std::vector<std::string>& pieces) {
+    return std::all_of(pieces.begin(), pieces.end(), [&](const std::string& piece) {
+      return fs::is_directory(media_ + "/" + piece) ? CopyTree(piece) : CopyFile(piece);
+    });
+  }
+
+  /// As much of it as there is room for.
+  void WriteScript(const std::string& text) { Write("remove.bat", kPlainFile, text); }
+
+  ModelledStaging Outcome() && {
+    std::sort(staging_.left.begin(), staging_.left.end());
+    return std::move(staging_);
+  }
+
+ private:
+  bool Fail(const std::string& what, int error) {
+    staging_.failure = what + " - " + std::strerror(error);
+    return false;
+  }
+
+  bool TakeInode() {
+    if (room_.inodes == 0) return false;
+    --room_.inodes;
+    return true;
+  }
+
+  void Add(char kind, unsigned mode, const std::string& path, const std::string& rest = {}) {
+    std::ostringstream line;
+    line << kind << " " << std::oct << mode << " " << path << rest;
+    staging_.left.push_back(line.str());
+  }
+
+  int MakeOne(const std::string& path, const std::string& parent) {
+    if (directories_.contains(path)) return 0;
+    if (!parent.empty() && !directories_.contains(parent)) return ENOENT;
+    if (!TakeInode()) return ENOSPC;
+    directories_.insert(path);
+    Add('d', 0755, path);
+    return 0;
+  }
+
+  /// Each on the way is tried, and the outcome of the last one is reported.
+  bool MakeDirectories(const std::string& name) {
+    const std::string path = "{staging}/" + name;
+    std::string parent;
+    int error = 0;
+    for (std::size_t end = 0; end < path.size();) {
+      end = std::min(path.find('/', end + 1), path.size());
+      const std::string next = path.substr(0, end);
+      error = MakeOne(next, parent);
+      parent = next;
+    }
+    return error == 0 || Fail("mkdir - " + path, error);
+  }
+
+  /// In the order in which the system lists the media. A directory is made for its first file.
+  bool CopyTree(const std::string& name) {
+    if (room_.descriptors < 1) return Fail("opendir - {1}/" + name, EMFILE);
+    --room_.descriptors;
+    for (const fs::directory_entry& entry : fs::directory_iterator(media_ + "/" + name)) {
+      const std::string inside = name + "/" + entry.path().filename().string();
+      const bool copied =
+          entry.is_directory() ? CopyTree(inside) : MakeDirectories(name) && CopyFile(inside);
+      if (!copied) return false;
+    }
+    ++room_.descriptors;
+    return true;
+  }
+
+  bool CopyFile(const std::string& name) {
+    if (room_.descriptors < 1) return Fail("Cannot read {1}/" + name, EMFILE);
+    const std::string path = media_ + "/" + name;
+    const int error = room_.descriptors < 2 ? EMFILE : Write(name, ModeOf(path), ReadFile(path));
+    return error == 0 || Fail("Cannot write into {staging}/" + name, error);
+  }
+
+  /// Returns 0, or the error's number; what there is room for is there all the same.
+  int Write(const std::string& name, unsigned mode, const std::string& contents) {
+    constexpr long kWrittenAtOnce = 65536;
+    if (!TakeInode()) return ENOSPC;
+    const long page = ::sysconf(_SC_PAGESIZE);
+    const long size = static_cast<long>(contents.size());
+    const long free = room_.pages > kNoLimit / page ? kNoLimit : room_.pages * page;
+    const long stored = std::min({size, free, room_.file_size});
+    if (room_.pages != kNoLimit) room_.pages -= (stored + page - 1) / page;
+    Add('f', mode, "{staging}/" + name,
+        " = " + DescribeContents(contents.substr(0, static_cast<std::size_t>(stored))));
+    if (stored == size) return 0;
+    // A write that was cut short is taken for a full disk, whatever cut it.
+    return stored == room_.file_size && stored % kWrittenAtOnce == 0 ? EFBIG : ENOSPC;
+  }
+
+  std::string media_;
+  Room room_;
+  std::set<std::string> directories_;
+  ModelledStaging staging_;
+};
+
+/// The failed run, or the whole one, that leaves this.
+ExpectedRun RunThatLeaves(const ModelledStaging& modelled) {
+  ExpectedRun expected = Staged();
+  expected.left = {.exactly = modelled.left};
+  if (modelled.failure.empty()) return expected;
+  // A directory that was never made has no name that is known.
+  const std::string staging = modelled.left.empty() ? "{tmp}/<id>" : "{staging}";
+  std::string reason = modelled.failure;
+  if (const std::size_t at = reason.find("{staging}"); at != std::string::npos) {
+    reason.replace(at, std::string("{staging}").size(), staging);
+  }
+  expected.status = 1;
+  expected.err = kMissingVolumes + SaysStagingFailed(staging + "/", reason);
+  expected.arguments = {};
+  return expected;
+}
+
+}  // namespace
+
+ModelledStaging ModelStaging(const LaunchWorld& world, Room room) {
+  Staging staging(world.Path("1"), room);
+  if (staging.Copy(StagedTree().pieces)) {
+    staging.WriteScript(CleanUpScriptIn(world.Text("{staging}/")));
+  }
+  return std::move(staging).Outcome();
+}
+
+bool ExpectRunIn(LaunchWorld& world, const Room& room, const LaunchPlan& plan) {
+  world.EmptyTmp();
+  LaunchSeen seen = world.Run(plan);
+  const ModelledStaging modelled = ModelStaging(world, room);
+  if (modelled.left.empty()) seen.err = WithoutIdentifiers(seen.err);
+  ExpectedRun expected = RunThatLeaves(modelled);
+  for (std::string* stream : {&expected.out, &expected.err}) {
+    *stream = world.Text(*stream).substr(0, static_cast<std::size_t>(room.file_size));
+  }
+  ExpectRun(world, seen, expected);
+  return seen.child.started;
+}
+
+long FirstEnough(long least, long most, long step, const std::function<bool(long)>& is_enough) {
+  long first = kNoLimit;
+  for (long amount = least; amount <= most && !testing::Test::HasFailure(); amount += step) {
+    SCOPED_TRACE(amount);
+    const bool enough = is_enough(amount);
+    EXPECT_TRUE(enough || first == kNoLimit) << "less was enough";
+    if (enough) first = std::min(first, amount);
+  }
+  EXPECT_GT(first, least) << "the least was enough";
+  EXPECT_LE(first, most) << "nothing was enough";
+  return first;
+}
+
+std::string DifferentBytes(long size) {
+  std::string bytes;
+  for (long i = 0; static_cast<long>(bytes.size()) < size; ++i) bytes += std::to_string(i) + " ";
+  bytes.resize(static_cast<std::size_t>(size));
+  return bytes;
+}
+
+}  // namespace kvl::test
