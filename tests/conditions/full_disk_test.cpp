@@ -10,6 +10,7 @@
 #include "tests/conditions/own_mounts.h"
 #include "tests/conditions/staging_model.h"
 #include "tests/launcher/launch_world.h"
+#include "tests/support/sanitized.h"
 
 namespace kvl::test {
 namespace {
@@ -34,6 +35,7 @@ class FullDisk : public testing::Test {
 TEST_F(FullDisk, WithPagesForPartOfTheCopyNeverStartsTheInstaller) {
   constexpr long kMedia = 600 * 1024;
   constexpr long kMost = 256;
+  constexpr long kStep = kSanitized ? 16 : 1;  // a sanitizer makes each launch slow
   const long page = ::sysconf(_SC_PAGESIZE);
   const long installer = static_cast<long>(fs::file_size(world_.Path(InstallerOf("1"))));
   ASSERT_LT(installer, kMedia);
@@ -43,7 +45,7 @@ TEST_F(FullDisk, WithPagesForPartOfTheCopyNeverStartsTheInstaller) {
       .File("StartGUI.sh", DifferentBytes(page));
 
   RunWithOwnMounts([&] {
-    const long enough = FirstEnough(1, kMost, 1, [&](long pages) {
+    const long enough = FirstEnough(1, kMost, kStep, [&](long pages) {
       return IsEnough("size=" + std::to_string(pages * page), {.pages = pages});
     });
     EXPECT_GT(enough, kMedia / page);

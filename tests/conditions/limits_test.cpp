@@ -27,6 +27,12 @@ void SetLimit(__rlimit_resource resource, long value) {
   if (::setrlimit(resource, &limit) != 0) ::_exit(kCannotSetUp);
 }
 
+/// Whoever runs the tests may have left more of them open.
+void CloseAllButTheStreams() {
+  constexpr int kUsualLimit = 1024;
+  for (int number = STDERR_FILENO + 1; number < kUsualLimit; ++number) ::close(number);
+}
+
 /// Whether the system can start the launcher at all: its libraries are files and memory, too. The
 /// launcher itself is asked for as little as possible.
 bool CanBeStarted(const std::function<void()>& before) {
@@ -36,10 +42,16 @@ bool CanBeStarted(const std::function<void()>& before) {
 }
 
 TEST(Limits, OnDescriptorsEndTheStagingWhereOneIsMissing) {
+  if (kSanitized) GTEST_SKIP() << "a sanitizer takes descriptors of its own";
   LaunchWorld world;
   world.VolumeMissing();
   constexpr long kStreams = 3, kLeastForTheScan = 4, kMost = 16;
-  const auto limited = [](long count) { return [=] { SetLimit(RLIMIT_NOFILE, count); }; };
+  const auto limited = [](long count) {
+    return [=] {
+      CloseAllButTheStreams();
+      SetLimit(RLIMIT_NOFILE, count);
+    };
+  };
   long least = kLeastForTheScan;
   while (!CanBeStarted(limited(least))) ++least;
 
@@ -53,6 +65,7 @@ TEST(Limits, OnDescriptorsEndTheStagingWhereOneIsMissing) {
 /// Nothing of the media can be opened then, so nothing is said of its volumes. The one descriptor that
 /// the system needs to start the launcher is that of standard input, which the launcher occupies.
 TEST(Limits, OnDescriptorsThatLeaveNoneEndTheStagingAtItsBeginning) {
+  if (kSanitized) GTEST_SKIP() << "a sanitizer takes descriptors of its own";
   LaunchWorld world;
   world.VolumeMissing();
   LaunchSeen seen = world.Run({.before = [] {
@@ -67,7 +80,7 @@ TEST(Limits, OnDescriptorsThatLeaveNoneEndTheStagingAtItsBeginning) {
 }
 
 TEST(Limits, OnTheSizeOfFilesEndTheStagingAtTheFirstThatIsLonger) {
-  constexpr long kStep = 4096;
+  constexpr long kStep = kSanitized ? 32'768 : 4096;  // a sanitizer makes each launch slow
   LaunchWorld world;
   world.VolumeMissing();
   // Longer than two writes.
@@ -110,6 +123,50 @@ TEST(Limits, OnProcessesLeaveNoneForTheInstaller) {
       world.EmptyTmp();
     }
   }
+}
+
+/// Whether the launch with this limit is as without one. If it is not, it has not succeeded, and an
+/// installer that was started all the same was so from a whole copy.
+bool IsAsEver(LaunchWorld& world, const std::function<void()>& limit) {
+  constexpr int kOfTheInstaller = 7;
+  world.EmptyTmp();
+  const LaunchSeen seen =
+      world.Run({.env = {{"FAKE_EXIT", std::to_string(kOfTheInstaller)}}, .before = [&] {
+                   SetLimit(RLIMIT_CORE, 0);
+                   limit();
+                 }});
+  ExpectedRun expected = Staged();
+  expected.status = kOfTheInstaller;
+  if (seen.status == kOfTheInstaller) {
+    ExpectRun(world, seen, expected);
+    return true;
+  }
+  EXPECT_NE(seen.status, 0);
+  if (seen.child.started) {
+    EXPECT_EQ(seen.staged, LinesOf(expected.left, world, expected.env.os));
+  }
+  return false;
+}
+
+TEST(Limits, OnTheStackDoNotMatterOrKeepThePartOfACopyFromBeingStarted) {
+  if (kSanitized) GTEST_SKIP() << "a sanitizer needs more of the stack";
+  constexpr long kKibibyte = 1024, kAlwaysEnough = 128 * kKibibyte;
+  LaunchWorld world;
+  world.VolumeMissing();
+  // In steps that are longer than what the system leaves free at random.
+  const long enough = FirstEnough(32 * kKibibyte, 512 * kKibibyte, 32 * kKibibyte, [&](long size) {
+    return IsAsEver(world, [&] { SetLimit(RLIMIT_STACK, size); });
+  });
+  EXPECT_LE(enough, kAlwaysEnough);
+}
+
+TEST(Limits, OnMemoryDoNotMatterOrKeepThePartOfACopyFromBeingStarted) {
+  if (kSanitized) GTEST_SKIP() << "a sanitizer reserves most of the address space";
+  constexpr long kMebibyte = 1024 * 1024;
+  LaunchWorld world;
+  world.VolumeMissing();
+  FirstEnough(kMebibyte, 16 * kMebibyte, kMebibyte / 8,
+              [&](long size) { return IsAsEver(world, [&] { SetLimit(RLIMIT_AS, size); }); });
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/conditions/external_world.h"
 #include "tests/conditions/own_mounts.h"
 #include "tests/launcher/launch_world.h"
 
@@ -19,28 +20,18 @@ class MountedTmp : public testing::Test {
   LaunchWorld world_;
 };
 
-/// The message names the last directory, which cannot be made because the one above it was not: the
-/// failure of that one is passed over.
+/// The message is that of the last directory, which cannot be made because the one above it was not:
+/// the failure of that one is passed over.
 TEST_F(MountedTmp, ThatIsReadOnlyEndsTheStagingAtItsFirstDirectory) {
-  world_.VolumeMissing();
-  // Then the first file, and the first directory, is that of "inst" itself.
-  world_.Volume("ext/1").Installer();
-  std::filesystem::remove_all(world_.Path("1/inst/linux"));
-  std::filesystem::remove_all(world_.Path("1/inst/common"));
+  ExternalWorld world;
   RunWithOwnMounts([&] {
-    const MemoryMount mount(world_.Path("tmp"), "size=1m");
+    const MemoryMount mount(world.Path("tmp"), "size=1m");
     mount.MakeReadOnly();
-    LaunchSeen seen = world_.Run({.arguments = {"-installerPath", "{ext}"}});
+    LaunchSeen seen = world.Run();
     seen.err = WithoutIdentifiers(seen.err);
-    ExpectRun(world_, seen,
-              {.status = 1,
-               .out = SaysNoneIn("{1}") +
-                      " INFO: Argument \"-installerPath\" found and its value is \"{ext}\".\n"
-                      " INFO: Installer Media: \"{ext}/1/inst/linux/code/bin/installer\"\n" +
-                      kTwoOfThree,
-               .err = kMissingVolumes +
-                      SaysStagingFailed("{tmp}/<id>/",
-                                        "mkdir - {tmp}/<id>/inst - No such file or directory")});
+    ExpectRun(
+        world, seen,
+        FailedFromExternal("{tmp}/<id>/", "mkdir - {tmp}/<id>/inst - No such file or directory"));
   });
 }
 

@@ -44,27 +44,6 @@ void CopyOver(const std::string& from, const std::string& to) {
   fs::copy(from, to, fs::copy_options::recursive | fs::copy_options::overwrite_existing);
 }
 
-std::vector<std::string> Describe(const StagedTree& tree, const MediaWorld& world,
-                                  const std::string& os) {
-  if (!tree.exactly.empty()) return tree.exactly;
-  if (tree.media.empty()) return {};
-  const TestDirectory twin;
-  const std::string staging_slash = twin.Path("{staging}/");
-  for (const std::string& piece : tree.pieces) {
-    CopyOver(world.Path(tree.media) + "/" + piece, staging_slash + piece);
-  }
-  if (!tree.external_inst.empty()) {
-    for (const std::string& name : {std::string("common"), os}) {
-      CopyOver(world.Path(tree.external_inst) + "/" + name, staging_slash + "inst/" + name);
-    }
-  }
-  for (const auto& [name, contents] : tree.also) twin.Write("{staging}/" + name, contents);
-  if (!tree.script_for.empty()) {
-    twin.Write("{staging}/remove.bat", CleanUpScriptIn(world.Text(tree.script_for)));
-  }
-  return DescribeTree(twin.Path());
-}
-
 }  // namespace
 
 const char kTwoOfThree[] =
@@ -178,6 +157,27 @@ std::string WithoutIdentifiers(const std::string& text) {
   return std::regex_replace(text, identifier, "<id>");
 }
 
+std::vector<std::string> LinesOf(const StagedTree& tree, const MediaWorld& world,
+                                 const std::string& os) {
+  if (!tree.exactly.empty()) return tree.exactly;
+  if (tree.media.empty()) return {};
+  const TestDirectory twin;
+  const std::string staging_slash = twin.Path("{staging}/");
+  for (const std::string& piece : tree.pieces) {
+    CopyOver(world.Path(tree.media) + "/" + piece, staging_slash + piece);
+  }
+  if (!tree.external_inst.empty()) {
+    for (const std::string& name : {std::string("common"), os}) {
+      CopyOver(world.Path(tree.external_inst) + "/" + name, staging_slash + "inst/" + name);
+    }
+  }
+  for (const auto& [name, contents] : tree.also) twin.Write("{staging}/" + name, contents);
+  if (!tree.script_for.empty()) {
+    twin.Write("{staging}/remove.bat", CleanUpScriptIn(world.Text(tree.script_for)));
+  }
+  return DescribeTree(twin.Path());
+}
+
 void ExpectRun(const LaunchWorld& world, const LaunchSeen& seen, const ExpectedRun& expected) {
   EXPECT_EQ(seen.status, expected.status);
   EXPECT_EQ(seen.out, world.Text(expected.out));
@@ -188,7 +188,7 @@ void ExpectRun(const LaunchWorld& world, const LaunchSeen& seen, const ExpectedR
     EXPECT_EQ(Lines(EnvChanges(seen.given, seen.child.env)),
               Lines(EnvChanges(seen.given, InstallerEnvironment(world, seen.given, expected.env))));
   }
-  EXPECT_EQ(Lines(seen.staged), Lines(Describe(expected.left, world, expected.env.os)));
+  EXPECT_EQ(Lines(seen.staged), Lines(LinesOf(expected.left, world, expected.env.os)));
 }
 
 }  // namespace kvl::test

@@ -88,6 +88,10 @@ std::string CleanUpScriptIn(const std::string& staging_slash);
 /// The text with every upper-case identifier of a staging directory written as "<id>".
 std::string WithoutIdentifiers(const std::string& text);
 
+/// The tree as LaunchSeen::staged is to have it; `os` is the operating-system directory.
+std::vector<std::string> LinesOf(const StagedTree& tree, const MediaWorld& world,
+                                 const std::string& os);
+
 /// Compares everything.
 void ExpectRun(const LaunchWorld& world, const LaunchSeen& seen, const ExpectedRun& expected);
 

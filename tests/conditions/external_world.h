@@ -1,0 +1,46 @@
+// A world whose installer is in another media, so that the order of the first copies is known.
+#pragma once
+
+#include "tests/launcher/launch_world.h"
+
+namespace kvl::test {
+
+/// The media in "1" is the first of three volumes, the third of which is missing. Its "inst" holds a
+/// single file; the installer is in the media "ext".
+class ExternalWorld : public LaunchWorld {
+ public:
+  ExternalWorld() {
+    Volume("1").Descriptions().Announces("3").Marker(1, "SET-A");
+    Volume("2").Marker(2, "SET-A");
+    Volume("ext/1").Installer();
+  }
+
+  LaunchSeen Run(LaunchPlan plan = {}) {
+    plan.arguments.insert(plan.arguments.begin(), {"-installerPath", "{ext}"});
+    return LaunchWorld::Run(plan);
+  }
+};
+
+/// What a run of it is to look like.
+inline ExpectedRun StagedFromExternal() {
+  ExpectedRun expected = Staged();
+  expected.out = SaysNoneIn("{1}") +
+                 " INFO: Argument \"-installerPath\" found and its value is \"{ext}\".\n"
+                 " INFO: Installer Media: \"{ext}/1/inst/linux/code/bin/installer\"\n" +
+                 kTwoOfThree;
+  expected.env.external = "{ext}/1/inst/";
+  expected.left.external_inst = "ext/1/inst";
+  return expected;
+}
+
+/// What it is to look like when nothing was staged, for this reason.
+inline ExpectedRun FailedFromExternal(const std::string& staging_slash, const std::string& reason) {
+  ExpectedRun expected = StagedFromExternal();
+  expected.status = 1;
+  expected.err = kMissingVolumes + SaysStagingFailed(staging_slash, reason);
+  expected.arguments = {};
+  expected.left = {};
+  return expected;
+}
+
+}  // namespace kvl::test
