@@ -53,7 +53,7 @@ TEST(Limits, OnDescriptorsEndTheStagingWhereOneIsMissing) {
     };
   };
   long least = kLeastForTheScan;
-  while (!CanBeStarted(limited(least))) ++least;
+  while (least < kMost && !CanBeStarted(limited(least))) ++least;
 
   const long enough = FirstEnough(least, kMost, 1, [&](long count) {
     return ExpectRunIn(world, {.descriptors = count - kStreams}, {.before = limited(count)});

@@ -2,12 +2,18 @@
 
 #include <unistd.h>
 
+#include <exception>
+
 #include "tests/insio/surroundings.h"
 
 namespace kvl::test {
 
 std::string WhyNoOrdinaryUser(const LaunchWorld& world) {
-  for (const char* directory : {".", "tmp"}) GiveToOrdinaryUser(world.Path(directory));
+  try {
+    for (const char* directory : {".", "tmp"}) GiveToOrdinaryUser(world.Path(directory));
+  } catch (const std::exception& failure) {
+    return failure.what();
+  }
   const std::string program = BuiltProgram("kvl-launcher"), tmp = world.Path("tmp");
   const Outcome outcome = RunIsolated([&] {
     BecomeOrdinaryUser(world);
