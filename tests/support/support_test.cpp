@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/child_report.h"
+#include "tests/support/in_process.h"
 #include "tests/support/media_world.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_env.h"
@@ -144,6 +145,35 @@ TEST(FailingCall, FailsTheCallsItIsToldTo) {
     EXPECT_EQ(RunIsolated([] { return 4; }).status, 4);
   }
   EXPECT_EQ(RunIsolated([] { return 5; }).status, 5);
+}
+
+TEST(RunInProcess, CatchesWhatIsWrittenAndTheEndOfTheProcess) {
+  bool was_unwound = false;
+  struct Unwinding {
+    ~Unwinding() { flag = true; }
+    bool& flag;
+  };
+  const InProcessOutcome outcome = RunInProcess([&] {
+    const Unwinding unwinding{was_unwound};
+    EXPECT_EQ(::write(STDOUT_FILENO, "out", 3), 3);
+    EXPECT_EQ(::write(STDERR_FILENO, "err", 3), 3);
+    ::_exit(7);
+  });
+  EXPECT_EQ(outcome.status, 7);
+  EXPECT_EQ(outcome.out, "out");
+  EXPECT_EQ(outcome.err, "err");
+  EXPECT_TRUE(was_unwound);
+}
+
+TEST(RunInProcess, LeavesTheRestOfTheProcessAlone) {
+  EXPECT_EQ(RunInProcess([] {}).status, std::nullopt);
+  EXPECT_EQ(RunIsolated([] {
+              EXPECT_EQ(::write(STDOUT_FILENO, "out", 3), 3);
+              ::_exit(8);
+              return 0;
+            }).status,
+            8);
+  EXPECT_THROW(RunInProcess([] { throw std::runtime_error("x"); }), std::runtime_error);
 }
 
 TEST(FakeUser, AnswersForGetuid) {

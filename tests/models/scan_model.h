@@ -1,0 +1,31 @@
+// What a scan is to find, say and leave behind, told from the table alone.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tests/models/scan_table.h"
+#include "tests/support/scoped_env.h"
+
+namespace kvl::test {
+
+struct ScanResult {
+  std::string exception = {};  ///< what it ended with instead of a result
+  int code = 0;
+  bool complete = false;
+  std::vector<std::string> volumes = {};
+  std::string out = {};
+  std::string err = {};
+  Environment env = {};  ///< afterwards, the whole of it
+};
+
+/// The media's path in text, in a world that lies in `top`; of a relative media without it.
+std::string MediaPath(const ScanTable& table, const std::string& top);
+
+/// The directory in which the AM volumes lie, and the way from one of them to its volumes.
+std::string OuterPath(const ScanTable& table, const std::string& top);
+std::string WayIntoAmVolume(const ScanTable& table, const std::string& top);
+
+ScanResult ModelOfScan(const ScanTable& table, const std::string& top);
+
+}  // namespace kvl::test

@@ -1,0 +1,183 @@
+#include "tests/models/scan_table.h"
+
+#include <algorithm>
+
+#include "tests/models/text_model.h"
+
+namespace kvl::test {
+namespace {
+
+constexpr char kOwnTag[] = "SET-A";
+constexpr char kOwnAmTag[] = "AM-A";
+
+MarkerFile DecodeMarker(ByteSource& bytes, const std::string& own_tag) {
+  const std::string line = "MTBDIR=" + own_tag;
+  switch (bytes.Below(32)) {
+    case 20:
+      return {MarkerFile::kFile, "# a comment\n\n " + line + "\n" + line + "\nMTBDIR=x"};
+    case 21:
+      return {MarkerFile::kFile, line + "\r\n"};
+    case 22:
+      return {MarkerFile::kLinkToFile, line};
+    case 23:
+      return {MarkerFile::kFile, line + " "};
+    case 24:
+      return {MarkerFile::kFile, "MTBDIR=SET-B\n"};
+    case 25:
+      return {MarkerFile::kFile, "MTBDIR=\n" + line};
+    case 26:
+      return {MarkerFile::kDanglingLink};
+    case 27:
+      return {MarkerFile::kPipe};
+    case 28:
+      return {MarkerFile::kDirectory};
+    case 29:
+      return {MarkerFile::kFile, "mtbdir=" + own_tag};
+    case 30:
+      return {MarkerFile::kFile, "MTBDIR=" + bytes.Text()};
+    case 31:
+      return {MarkerFile::kFile, bytes.Text()};
+    default:
+      return {MarkerFile::kFile, line + "\n"};
+  }
+}
+
+/// The number of volumes that the rest of the table is made for, and what "volumes.txt" says of it.
+std::int64_t DecodeCount(ByteSource& bytes, std::optional<MarkerFile>& file) {
+  static const std::vector<std::int64_t> kCounts = {2, 2, 3, 3, 4, 5, 101, 102, 150, 2147483647};
+  const std::int64_t count = bytes.OneOf(kCounts);
+  const std::string text = std::to_string(count);
+  static const std::vector<std::string> kBefore = {"", "", "", " ", "+", "\t\v", "0"};
+  static const std::vector<std::string> kBehind = {"\n", "", "\r\n", " \n", " volumes\n7\n"};
+  switch (bytes.Below(32)) {
+    case 24:
+      file = std::nullopt;
+      break;
+    case 25:
+      file = MarkerFile{MarkerFile::kDirectory};
+      break;
+    case 26:
+      file = MarkerFile{MarkerFile::kPipe};
+      break;
+    case 27:
+      file = MarkerFile{MarkerFile::kDanglingLink};
+      break;
+    case 28:
+      file = MarkerFile{MarkerFile::kFile, bytes.OneOf<std::string>({"", "\n", "x", "-", "\r\n"})};
+      break;
+    case 29:
+      file = MarkerFile{MarkerFile::kFile,
+                        bytes.OneOf<std::string>({"1", "0", "-3", "2147483648", "-2147483649",
+                                                  "99999999999999999999999999"})};
+      break;
+    case 30:
+      file = MarkerFile{MarkerFile::kFile, bytes.Text()};
+      break;
+    case 31:
+      file = MarkerFile{MarkerFile::kLinkToFile, text};
+      break;
+    default:
+      file = MarkerFile{MarkerFile::kFile, bytes.OneOf(kBefore) + text + bytes.OneOf(kBehind)};
+  }
+  return count;
+}
+
+/// A set of markers that are all there, few there, or none; of a large set only some.
+MarkerFiles DecodeMarkers(ByteSource& bytes, std::int64_t count, const std::string& tag) {
+  MarkerFiles files;
+  enum { kNone, kSome, kAll };
+  const int plan = bytes.OneOf<int>({kNone, kNone, kSome, kAll});
+  if (plan == kNone) return files;
+  constexpr std::int64_t kFew = 5;
+  std::vector<std::int64_t> numbers;
+  for (std::int64_t i = 2; i <= std::min(count, kFew); ++i) numbers.push_back(i);
+  if (count > kFew) {
+    for (const std::int64_t i : {std::int64_t{99}, count - 1, count, count + 1}) {
+      numbers.push_back(i);
+    }
+    // Sometimes really all of a set that is large enough to be listed.
+    if (count < 110 && bytes.Chance(64)) {
+      for (std::int64_t i = 2; i <= count; ++i) files[i] = {MarkerFile::kFile, "MTBDIR=" + tag};
+    }
+  }
+  for (const std::int64_t number : numbers) {
+    if (plan == kAll || bytes.Chance(100)) files[number] = DecodeMarker(bytes, tag);
+  }
+  return files;
+}
+
+MediaLevel DecodeLevel(ByteSource& bytes, bool is_relative) {
+  static const std::vector<std::string> kMarkers = {"1.txt",  "5.txt",  "05.txt", "1a.txt",
+                                                    " 7.txt", "+7.txt", "99.txt", "1\\.txt"};
+  static const std::vector<std::string> kNoMarkers = {"0.txt",   "-1.txt", "a1.txt", "100.txt",
+                                                      "001.txt", "5.TXT",  "5.text"};
+  static const std::vector<std::string> kNames = {"x", "sets", "a b", "m",
+                                                  ".", "\n",   "'q'", "\"q\""};
+  MediaLevel level;
+  // A relative path must not begin and end with quotes, which would be taken for the path's.
+  level.name = kNames[bytes.Below(kNames.size() - (is_relative ? 2 : 0))];
+  if (level.name == ".") level.name = "..d";
+  if (bytes.Chance(110)) {
+    level.marker_name = bytes.OneOf(kMarkers);
+    level.marker = DecodeMarker(bytes, kOwnAmTag);
+    const auto number = ModelOfNumber(level.marker_name).value;
+    // Not the number of a further AM volume, which would be the same directory.
+    if (number && bytes.Chance(128)) level.name = std::to_string(*number);
+  }
+  if (bytes.Chance(64)) level.other_files.push_back(bytes.OneOf(kNoMarkers));
+  return level;
+}
+
+}  // namespace
+
+FirstAmLevel FindFirstAmLevel(const ScanTable& table) {
+  for (std::size_t i = 0; i < table.levels.size(); ++i) {
+    const MediaLevel& level = table.levels[i];
+    if (level.marker_name.empty() || level.marker.kind == MarkerFile::kDirectory) continue;
+    const std::string number = level.marker_name.substr(0, level.marker_name.size() - 4);
+    const std::optional<std::int32_t> value = ModelOfNumber(number).value;
+    if (value && *value >= 1) return {value, i};
+  }
+  return {};
+}
+
+ScanTable DecodeScanTable(ByteSource& bytes) {
+  ScanTable table;
+  table.is_relative = bytes.Chance(64);
+  table.is_online = bytes.Chance(8);
+  table.is_software_management = bytes.Chance(8);
+  table.media_name = bytes.OneOf<std::string>({"1", "1", "media", "2", "a b"});
+  const std::int64_t count = DecodeCount(bytes, table.volumes_file);
+
+  table.flat = DecodeMarkers(bytes, count, kOwnTag);
+  if (!bytes.Chance(8)) table.flat[1] = DecodeMarker(bytes, kOwnTag);
+  table.beside = DecodeMarkers(bytes, count, kOwnTag);
+  if (table.media_name == "2") table.beside.erase(2);  // that is the media itself
+  if (bytes.Chance(64)) {
+    static const std::vector<std::string> kOthers = {"02.txt", "2.TXT", "+2.txt", "2.txt.bak", "2"};
+    table.other_files.push_back(bytes.OneOf(kOthers));
+  }
+
+  const std::size_t levels = bytes.OneOf<std::size_t>({1, 2, 2, 3, 0});
+  for (std::size_t i = 0; i < levels; ++i) {
+    table.levels.push_back(DecodeLevel(bytes, table.is_relative));
+  }
+  if (!table.is_relative) {
+    table.levels.push_back({"top", "9.txt", {MarkerFile::kFile, "MTBDIR=AM-TOP\n"}});
+  }
+
+  const FirstAmLevel first = FindFirstAmLevel(table);
+  const bool is_first_the_last = first.index + 1 == table.levels.size();
+  if (!first.number || (table.is_relative && is_first_the_last)) return table;
+  const std::string& am_tag = first.index + 1 == table.levels.size() ? "AM-TOP" : kOwnAmTag;
+  const MarkerFiles markers = DecodeMarkers(bytes, count, am_tag);
+  const MarkerFiles volumes = DecodeMarkers(bytes, count, kOwnTag);
+  const std::int64_t ahead = *first.number - 1;
+  for (const auto& [i, marker] : markers) table.am[i + ahead].marker = marker;
+  // What is behind a relative media's way lies beside the media itself.
+  if (table.is_relative) return table;
+  for (const auto& [i, marker] : volumes) table.am[i + ahead].volume = marker;
+  return table;
+}
+
+}  // namespace kvl::test

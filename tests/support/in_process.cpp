@@ -1,0 +1,62 @@
+#include "tests/support/in_process.h"
+
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <cstddef>
+
+namespace kvl::test {
+namespace {
+
+/// Thrown in place of ending the process; no exception class, so that no handler takes it for one.
+struct ProcessEnd {
+  int status;
+};
+
+/// What the present action does; null while there is none.
+InProcessOutcome* present = nullptr;
+
+class Presence {
+ public:
+  explicit Presence(InProcessOutcome& outcome) { present = &outcome; }
+  ~Presence() { present = nullptr; }
+  Presence(const Presence&) = delete;
+  Presence& operator=(const Presence&) = delete;
+};
+
+}  // namespace
+
+InProcessOutcome RunInProcess(const std::function<void()>& action) {
+  InProcessOutcome outcome;
+  const Presence presence(outcome);
+  try {
+    action();
+  } catch (const ProcessEnd& end) {
+    outcome.status = end.status;
+  }
+  return outcome;
+}
+
+}  // namespace kvl::test
+
+// The names are the linker's: see --wrap in its manual.
+extern "C" {
+
+ssize_t __real_write(int stream, const void* data, std::size_t size);
+ssize_t __wrap_write(int stream, const void* data, std::size_t size) {
+  kvl::test::InProcessOutcome* const outcome = kvl::test::present;
+  if (outcome == nullptr || (stream != STDOUT_FILENO && stream != STDERR_FILENO)) {
+    return __real_write(stream, data, size);
+  }
+  std::string& text = stream == STDOUT_FILENO ? outcome->out : outcome->err;
+  text.append(static_cast<const char*>(data), size);
+  return static_cast<ssize_t>(size);
+}
+
+[[noreturn]] void __real__exit(int status);
+[[noreturn]] void __wrap__exit(int status) {
+  if (kvl::test::present != nullptr) throw kvl::test::ProcessEnd{status};
+  __real__exit(status);
+}
+
+}  // extern "C"
