@@ -168,7 +168,7 @@ void CheckCopy(const std::string& source, const std::string& copy, mode_t umask)
 }
 
 TEST(CopyProperties, OfAnyTreeAreThoseOfTheTreeWithItsLinksFollowed) {
-  CheckProperty(1, [] {
+  CheckProperty(0.5, [] {
     const TestDirectory world;
     RandomTree tree(world);
     for (const Node& node : *rc::gen::container<std::vector<Node>>(AnyNode())) tree.Make(node);

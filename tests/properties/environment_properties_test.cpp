@@ -5,7 +5,7 @@ namespace kvl::test {
 namespace {
 
 TEST(EnvironmentProperties, OfAnyStepsAgreeWithTheModel) {
-  CheckProperty(5, [] {
+  CheckProperty(3, [] {
     const auto steps =
         *rc::gen::container<std::vector<EnvironmentStep>>(rc::gen::construct<EnvironmentStep>(
             rc::gen::arbitrary<bool>(),

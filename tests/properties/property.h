@@ -4,6 +4,7 @@
 // before the first property, and with a failure what reproduces it.
 #pragma once
 
+#include <algorithm>
 #include <rapidcheck.h>
 #include <sstream>
 #include <string>
@@ -20,10 +21,10 @@ namespace kvl::test {
 
 /// Checks the property for `times` times as many cases as RC_PARAMS says, 100 if it says nothing.
 template <typename Property>
-void CheckProperty(int times, Property&& property) {
+void CheckProperty(double times, Property&& property) {
   const rc::detail::Configuration& configuration = rc::detail::configuration();
   rc::detail::TestParams params = configuration.testParams;
-  params.maxSuccess *= times;
+  params.maxSuccess = std::max(1, static_cast<int>(params.maxSuccess * times));
 
   const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
   const std::string name = std::string(test.test_suite_name()) + "/" + test.name();
