@@ -5,11 +5,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
-#include <sstream>
+#include <string_view>
 #include <utility>
 
 #include "insio/create_dir.h"
+#include "insio/entry.h"
 #include "insio/exceptions.h"
 #include "insio/file_attributes.h"
 #include "insio/file_descriptor.h"
@@ -87,37 +89,40 @@ void CopyFileOnly(const std::string& source, const std::string& destination) {
   if (from.st_atime != 0) SetTime(destination, from.st_atime, from.st_mtime);
 }
 
-/// The directory, without links, that holds what lies or would be made at `path`, or the nearest
-/// one on the way there that exists.
-std::string RealDirectoryOf(const std::string& path) {
-  std::string real = RealDirectory(path.starts_with(kPathSeparator) ? "/" : ".");
-  int missing = 0;  // so many directories below `real` are still to be made
-  std::istringstream components(path);
-  for (std::string name; std::getline(components, name, kPathSeparator.front());) {
+/// The directory that holds what lies or would be made at `path`, or the nearest one on the way there
+/// that exists.
+std::string HoldingDirectory(const std::string& path) {
+  std::string place = path.starts_with(kPathSeparator) ? "/" : ".";
+  int missing = 0;  // so many directories below `place` are still to be made
+  for (std::size_t begin = 0, end = 0; begin < path.size(); begin = end + 1) {
+    end = std::min(path.find(kPathSeparator, begin), path.size());
+    const std::string_view name = std::string_view(path).substr(begin, end - begin);
     if (name.empty() || name == ".") continue;
     if (missing > 0) {
       missing += name == ".." ? -1 : 1;
       continue;
     }
-    std::string next = real;
-    next.append(kPathSeparator).append(name);
-    next = RealDirectory(next);
-    if (next.empty()) {
+    const std::size_t length = place.size();
+    place.append(kPathSeparator).append(name);
+    if (!Exists(place + "/.")) {
+      place.resize(length);
       missing = 1;
-    } else {
-      real = std::move(next);
     }
   }
-  if (missing == 0) GoUp(real);
-  return real;
+  return missing > 0 ? place : place + "/..";
 }
 
 /// True when what lies or would be made at `path` is inside `directory`, on whatever way.
 bool LiesInside(const std::string& path, const std::string& directory) {
-  FileIdentity wanted, passed;
+  FileIdentity wanted, here, above;
   if (!Identify(directory, wanted)) return false;
-  for (std::string place = RealDirectoryOf(path); !place.empty(); GoUp(place)) {
-    if (Identify(place, passed) && passed == wanted) return true;
+  // Step by step: a path upwards may be too long, and the working directory may have none at all.
+  FileDescriptor place(HoldingDirectory(path), O_PATH | O_DIRECTORY);
+  while (Identify(place, here)) {
+    if (here == wanted) return true;
+    FileDescriptor parent(place, "..", O_PATH | O_DIRECTORY);
+    if (Identify(parent, above) && above == here) break;  // the root directory
+    place = std::move(parent);
   }
   return false;
 }

@@ -3,13 +3,16 @@
 #include <errno.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <exception>
+#include <memory>
 #include <set>
 #include <utility>
 #include <vector>
 
 #include "insio/exceptions.h"
 #include "insio/finder.h"
+#include "insio/path_text.h"
 #include "insio/tree_level.h"
 
 namespace KVLInsIO {
@@ -38,6 +41,20 @@ void DeleteEntries(TreeLevel level) {
     }
   }
   entries.ThrowIfCutShort();
+}
+
+/// The absolute path without links of the directory at `path`; empty when there is none, or when
+/// that cannot be found out.
+std::string RealDirectory(const std::string& path) {
+  const std::unique_ptr<char, decltype(&std::free)> real(::realpath((path + "/.").c_str(), nullptr),
+                                                         &std::free);
+  return real == nullptr ? std::string() : std::string(real.get());
+}
+
+/// Cuts such a path back to its parent's, and that of the root directory to nothing.
+void GoUp(std::string& real_path) {
+  const std::size_t last_slash = real_path.rfind(kPathSeparator);
+  real_path.resize(last_slash == 0 && real_path.size() > 1 ? 1 : last_slash);
 }
 
 /// Directories by their absolute paths without links.

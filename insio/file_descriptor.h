@@ -14,11 +14,17 @@ class FileDescriptor {
   /// O_CREAT. Ask IsOpen(): after a failure it is false and errno holds the reason.
   FileDescriptor(const std::string& path, int flags, mode_t creation_mode = 0);
 
+  /// The same for a name in a directory, or a path from there, as openat(2) does it.
+  FileDescriptor(const FileDescriptor& directory, const std::string& name, int flags);
+
+  /// Takes the file over; the other one is then not open. A file that is replaced is closed, and an
+  /// error of that is lost.
+  FileDescriptor& operator=(FileDescriptor&& other) noexcept;
+
   /// Closes the file if Close() has not done so; an error of that is lost.
   ~FileDescriptor();
 
   FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
 
   bool IsOpen() const { return number_ >= 0; }
   int Number() const { return number_; }

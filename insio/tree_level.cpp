@@ -1,12 +1,9 @@
 #include "insio/tree_level.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
 #include <utility>
 
 #include "insio/path.h"
-#include "insio/path_text.h"
 
 namespace KVLInsIO {
 namespace {
@@ -28,15 +25,11 @@ bool Identify(const std::string& path, FileIdentity& identity) {
   return true;
 }
 
-std::string RealDirectory(const std::string& path) {
-  const std::unique_ptr<char, decltype(&std::free)> real(::realpath((path + "/.").c_str(), nullptr),
-                                                         &std::free);
-  return real == nullptr ? std::string() : std::string(real.get());
-}
-
-void GoUp(std::string& real_path) {
-  const std::size_t last_slash = real_path.rfind(kPathSeparator);
-  real_path.resize(last_slash == 0 && real_path.size() > 1 ? 1 : last_slash);
+bool Identify(const FileDescriptor& file, FileIdentity& identity) {
+  struct stat status;
+  if (::fstat(file.Number(), &status) != 0) return false;
+  identity = {status.st_dev, status.st_ino};
+  return true;
 }
 
 TreeLevel::TreeLevel(std::string directory, InsFileFinder entries)

@@ -7,6 +7,7 @@
 #include <string>
 #include <tuple>
 
+#include "insio/file_descriptor.h"
 #include "insio/finder.h"
 
 namespace KVLInsIO {
@@ -25,13 +26,8 @@ struct FileIdentity {
 /// The identity of what lies at `path`, links followed. False when that cannot be found out.
 bool Identify(const std::string& path, FileIdentity& identity);
 
-/// The absolute path without links of the directory at `path`; empty when there is none, or when
-/// that cannot be found out.
-std::string RealDirectory(const std::string& path);
-
-/// Cuts an absolute path without links back to its parent's, and that of the root directory to
-/// nothing.
-void GoUp(std::string& real_path);
+/// The same for an open file; false also when it is not open.
+bool Identify(const FileDescriptor& file, FileIdentity& identity);
 
 class TreeLevel {
  public:

@@ -42,6 +42,36 @@ TEST(FileDescriptor, KeepsTheReasonOfAFailureInErrno) {
   EXPECT_EQ(error, ENOENT);
 }
 
+TEST(FileDescriptor, OpensANameInADirectory) {
+  const TestDirectory directory;
+  directory.Write("sub/file", "text");
+  const FileDescriptor sub(directory.Path("sub"), O_PATH | O_DIRECTORY);
+  const FileDescriptor file(sub, "file", O_RDONLY), parent(sub, "..", O_PATH);
+  const FileDescriptor missing(sub, "missing", O_RDONLY);
+  struct stat opened;
+  ASSERT_EQ(::fstat(file.Number(), &opened), 0);
+  EXPECT_EQ(opened.st_ino, StatusOf(directory.Path("sub/file")).st_ino);
+  ASSERT_EQ(::fstat(parent.Number(), &opened), 0);
+  EXPECT_EQ(opened.st_ino, StatusOf(directory.Path()).st_ino);
+  EXPECT_EQ(::fcntl(file.Number(), F_GETFD), FD_CLOEXEC);
+  EXPECT_FALSE(missing.IsOpen());
+}
+
+TEST(FileDescriptor, IsTakenOverAndTheFileReplacedIsClosed) {
+  const TestDirectory directory;
+  const std::string path = directory.Write("file", "");
+  const auto before = OpenDescriptors();
+  FileDescriptor first(path, O_RDONLY);
+  FileDescriptor second(path, O_RDONLY);
+  const int number = second.Number();
+  first = std::move(second);
+  EXPECT_EQ(first.Number(), number);
+  EXPECT_EQ(OpenDescriptors().size(), before.size() + 1);
+  FileDescriptor& itself = first;
+  first = std::move(itself);
+  EXPECT_EQ(first.Number(), number);
+}
+
 TEST(FileDescriptor, IsHandedToNoOtherProgram) {
   const TestDirectory directory;
   const FileDescriptor file(directory.Write("file", ""), O_RDONLY);

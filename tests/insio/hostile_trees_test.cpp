@@ -215,6 +215,36 @@ TEST_F(CopyIntoItselfByAnyWay, IsNoneBesideOrAboveTheSource) {
   EXPECT_EQ(ReadFile(Path("file")), "text");
 }
 
+/// Goes so deep down that the system has no path for the working directory.
+void EnterWhereThereIsNoPath(const TestDirectory& directory) {
+  Enter(directory);
+  const std::string name(200, 'n');
+  for (int level = 0; level < 25; ++level) {
+    fs::create_directory(name);
+    fs::current_path(name);
+  }
+}
+
+TEST_F(CopyIntoItself, IsRefusedWhereTheWorkingDirectoryHasNoPath) {
+  EXPECT_EQ(IsolatedFailureOf([this] {
+              EnterWhereThereIsNoPath(directory_);
+              fs::create_directories("from/empty");
+              CopyDir("from", "from/to");
+            }),
+            ToItself("from"));
+}
+
+TEST_F(CopyIntoItself, IsNotMistakenForADestinationInAWorkingDirectoryThatHasNoPath) {
+  const std::string from = Path("from");
+  directory_.Write("from/file", "text");
+  EXPECT_EQ(IsolatedFailureOf([&] {
+              EnterWhereThereIsNoPath(directory_);
+              CopyDir(from, from.substr(1) + "/to");
+              if (ReadFile(from.substr(1) + "/to/file") != "text") throw std::runtime_error("none");
+            }),
+            kNoFailure);
+}
+
 TEST_F(CopyIntoItself, IsRefusedForAnEmptyDirectoryToo) {
   directory_.MakeDir("empty");
   EXPECT_EQ(FailureOfCopying(Path("empty"), Path("empty/to")), ToItself(Path("empty")));
