@@ -1,38 +1,32 @@
 #include "console/signals.h"
 
+#include <ctime>
+
 namespace kvl {
-namespace {
-
-struct Setting {
-  int signal;
-  void (*handler)(int);
-};
-
-const std::array kOwn = {
-    Setting{SIGPIPE, SIG_IGN},
-    Setting{SIGXFSZ, SIG_IGN},
-    Setting{SIGCHLD, SIG_DFL},
-};
-
-}  // namespace
 
 SignalScope::SignalScope() {
-  static_assert(std::tuple_size_v<decltype(kOwn)> == kCount);
-  for (std::size_t i = 0; i < kOwn.size(); ++i) {
-    struct sigaction action = {};
-    action.sa_handler = kOwn[i].handler;
-    ::sigaction(kOwn[i].signal, &action, &callers_[i]);
-  }
+  ::sigemptyset(&blocked_);
+  ::sigaddset(&blocked_, SIGPIPE);
+  ::sigaddset(&blocked_, SIGXFSZ);
+  ::sigprocmask(SIG_BLOCK, &blocked_, &callers_mask_);
+
+  struct sigaction standard = {};
+  standard.sa_handler = SIG_DFL;
+  ::sigaction(SIGCHLD, &standard, &callers_child_action_);
 }
 
 SignalScope::~SignalScope() {
+  const timespec no_time = {};
+  while (::sigtimedwait(&blocked_, nullptr, &no_time) > 0) {
+  }
   GiveBack();
 }
 
 void SignalScope::GiveBack() const {
-  for (std::size_t i = 0; i < kOwn.size(); ++i) {
-    ::sigaction(kOwn[i].signal, &callers_[i], nullptr);
-  }
+  const bool was_standard = callers_child_action_.sa_handler == SIG_DFL &&
+                            (callers_child_action_.sa_flags & SA_NOCLDWAIT) == 0;
+  if (!was_standard) ::sigaction(SIGCHLD, &callers_child_action_, nullptr);
+  ::sigprocmask(SIG_SETMASK, &callers_mask_, nullptr);
 }
 
 }  // namespace kvl

@@ -9,7 +9,9 @@
 #include <array>
 #include <cstdio>
 #include <string>
+#include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "console/child_process.h"
@@ -29,7 +31,7 @@ Handler HandlerOf(int signal) {
   return action.sa_handler;
 }
 
-/// The signals that the launcher needs in a setting of its own, and one that it does not touch.
+/// The signals that the launcher needs in a state of its own, and one that it does not touch.
 constexpr std::array kSignals = {SIGPIPE, SIGXFSZ, SIGCHLD, SIGINT};
 using Handlers = std::array<Handler, kSignals.size()>;
 
@@ -61,7 +63,7 @@ TEST_P(CallersHandlers, AreReplacedWhileASignalScopeLivesAndThenBack) {
   const Handlers callers = CurrentHandlers();
   {
     const SignalScope signals;
-    EXPECT_EQ(CurrentHandlers(), (Handlers{SIG_IGN, SIG_IGN, SIG_DFL, GetParam()}));
+    EXPECT_EQ(CurrentHandlers(), (Handlers{GetParam(), GetParam(), SIG_DFL, GetParam()}));
   }
   EXPECT_EQ(CurrentHandlers(), callers);
 }
@@ -85,7 +87,7 @@ TEST_P(CallersHandlers, AreGivenBackToTheChildOnly) {
   const SignalScope signals;
   ChildProcess child;
   ASSERT_TRUE(child.Start({"/bin/sh", "-c", "exit 0"}, signals));
-  EXPECT_EQ(CurrentHandlers(), (Handlers{SIG_IGN, SIG_IGN, SIG_DFL, GetParam()}));
+  EXPECT_EQ(CurrentHandlers(), (Handlers{GetParam(), GetParam(), SIG_DFL, GetParam()}));
   EXPECT_EQ(child.Wait(), 0);
 }
 
@@ -104,12 +106,63 @@ TEST(SignalScope, GivesBackFlagsAndMaskOfAHandlerToo) {
     callers.sa_handler = OwnHandler;
     callers.sa_flags = kFlags;
     ::sigaddset(&callers.sa_mask, SIGUSR2);
-    ::sigaction(SIGPIPE, &callers, nullptr);
+    ::sigaction(SIGCHLD, &callers, nullptr);
     { const SignalScope signals; }
-    ::sigaction(SIGPIPE, nullptr, &now);
+    ::sigaction(SIGCHLD, nullptr, &now);
     if (now.sa_handler != OwnHandler) return 1;
     if ((now.sa_flags & kFlags) != kFlags) return 2;
     return ::sigismember(&now.sa_mask, SIGUSR2) == 1 ? 0 : 3;
+  });
+  EXPECT_EQ(outcome.status, 0);
+}
+
+// Such a caller would get no exit code either.
+TEST(SignalScope, GivesBackThatChildrenAreNotWaitedFor) {
+  const Outcome outcome = RunIsolated([] {
+    struct sigaction callers = {}, now = {};
+    callers.sa_handler = SIG_DFL;
+    callers.sa_flags = SA_NOCLDWAIT;
+    ::sigaction(SIGCHLD, &callers, nullptr);
+    {
+      const SignalScope signals;
+      ::sigaction(SIGCHLD, nullptr, &now);
+      if ((now.sa_flags & SA_NOCLDWAIT) != 0) return 1;
+    }
+    ::sigaction(SIGCHLD, nullptr, &now);
+    return (now.sa_flags & SA_NOCLDWAIT) != 0 ? 0 : 2;
+  });
+  EXPECT_EQ(outcome.status, 0);
+}
+
+std::vector<int> BlockedSignals() {
+  sigset_t mask;
+  ::sigprocmask(SIG_BLOCK, nullptr, &mask);
+  std::vector<int> signals;
+  for (int signal = 1; signal < SIGRTMIN; ++signal) {
+    if (::sigismember(&mask, signal) == 1) signals.push_back(signal);
+  }
+  return signals;
+}
+
+TEST(SignalScope, BlocksTwoSignalsWhileItLives) {
+  const auto callers = BlockedSignals();
+  {
+    const SignalScope signals;
+    auto expected = callers;
+    expected.insert(expected.end(), {SIGPIPE, SIGXFSZ});
+    EXPECT_THAT(BlockedSignals(), testing::UnorderedElementsAreArray(expected));
+  }
+  EXPECT_EQ(BlockedSignals(), callers);
+}
+
+TEST(SignalScope, ForgetsWhatCameInTheMeantime) {
+  const Outcome outcome = RunIsolated([] {
+    {
+      const SignalScope signals;
+      ::raise(SIGXFSZ);
+      ::raise(SIGPIPE);
+    }
+    return 0;
   });
   EXPECT_EQ(outcome.status, 0);
 }
