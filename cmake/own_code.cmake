@@ -10,6 +10,9 @@ target_compile_definitions(own_code INTERFACE _FILE_OFFSET_BITS=64)
 target_compile_options(own_code INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
   -Wold-style-cast -Woverloaded-virtual -Wnull-dereference -Wformat=2 -Wcast-qual -Wundef)
+# A release is to be small: the linker can leave out each function that nothing refers to.
+target_compile_options(own_code INTERFACE
+  $<$<CONFIG:Release>:-O2 -ffunction-sections -fdata-sections>)
 if(KVL_STRICT)
   target_compile_options(own_code INTERFACE -Werror)
 endif()

@@ -1,0 +1,4 @@
+/* The shortest possible installer. */
+int main(void) {
+  return 0;
+}
