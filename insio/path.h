@@ -88,11 +88,12 @@ InsPath Combine(const InsPath& base, const InsPath& path);
 ///   /usr/lib, /usr/share/x  =>  ../share/x     /usr/lib/x, /usr  =>  ../..
 ///   /usr, /usr/lib          =>  lib            /usr/lib, /opt/x  =>  ../../pt/x
 ///   /, /usr/lib             =>  sr/lib         /usr, /asr/lib    =>  lib
-/// The result is normalised as a whole, so a rest in quotes loses them:
-///   /am/1, /am/1/'x'        =>  x              /am/1, /am/2/'x'  =>  ../2/'x'
 /// A first name of one letter counts as a component with nothing left in it, so one ".." leads out
-/// of it, and the result never begins with "/":
+/// of it, and the result does not begin with "/":
 ///   /m, /m/1/x  =>  1/x     /m/1, /m/2  =>  ../2
+/// The result is normalised as a whole, so a rest in quotes loses them, and may be absolute then:
+///   /am/1, /am/1/'x'        =>  x              /am/1, /am/2/'x'  =>  ../2/'x'
+///   /a/b, /a/b/"/c"         =>  /c
 ///
 /// Relative paths are not searched for a common beginning, on purpose: one ".." for `from` and one
 /// for each "/" in it.

@@ -120,7 +120,7 @@ const std::vector<Operation> kOperations = {
      TakingTwo([](const std::string& base, const std::string& path) {
        return KVLInsIO::Combine(InsPath(base), InsPath(path)).Str();
      })},
-    {"insio/path.h", "InsPath MakeRelative(const InsPath& from, const InsPath& to);", 13,
+    {"insio/path.h", "InsPath MakeRelative(const InsPath& from, const InsPath& to);", 14,
      TakingTwo([](const std::string& from, const std::string& to) {
        return KVLInsIO::MakeRelative(InsPath(from), InsPath(to)).Str();
      })},

@@ -235,6 +235,7 @@ TEST(MakeRelative, FollowsTheExamplesOfItsHeader) {
       {"/usr", "/asr/lib", "lib"},
       {"/am/1", "/am/1/'x'", "x"},
       {"/am/1", "/am/2/'x'", "../2/'x'"},
+      {"/a/b", "/a/b/\"/c\"", "/c"},
       {"/", "/m", ""},
       {"/m", "/n", ""},
       {"/m", "/m/1/x", "1/x"},
