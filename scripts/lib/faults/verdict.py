@@ -197,9 +197,11 @@ class Judge:
     # did, as the failure is not a real one; still it must not be passed over.
     @staticmethod
     def _check_closed(launch: Launch) -> None:
+        slash = launch.staging_slash or "\0"
+        files = {slash + place for place, entry in launch.staged.items() if entry.kind == "file"}
         for call in launch.failed:
-            is_of_copy = call.path.startswith(launch.staging_slash or "\0")
-            if call.name == "close" and is_of_copy and not call.path.endswith("/remove.bat"):
+            is_of_copy = call.path in files and not call.path.endswith("/remove.bat")
+            if call.name == "close" and is_of_copy:
                 raise Surprise("an installer was started although closing a copy failed")
 
     # The staged copy, against the media.
