@@ -1,9 +1,11 @@
 // Logger: every message that the launcher shows, and the only writer to its two console streams.
+// One that collects shows nothing.
 //
 // A message is one line, or several with the later ones indented under the first, written whole and
 // at once. There is no log file, no time stamp, no level filter.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace kvl {
@@ -22,6 +24,11 @@ inline constexpr bool kUnmarked = false;
 
 class Logger {
  public:
+  /// Writes to standard output and standard error.
+  Logger() = default;
+  /// Appends to `collected`, which must outlive it, what would be written to either stream.
+  explicit Logger(std::string& collected) : collected_(&collected) {}
+
   /// Writes the level's prefix, the text and a line feed. Each line feed inside the text is
   /// followed by seven blanks; one at the end of the text thus gives a last line of seven blanks.
   /// Any level but the four named ones counts as kContinuation. An empty text gives the prefix
@@ -31,6 +38,7 @@ class Logger {
   void Message(std::string_view text, int level, bool marked);
 
  private:
+  std::string* collected_ = nullptr;
   bool log_to_error_stream_ = false;  // where the last message with a level of its own went
 };
 

@@ -1,10 +1,12 @@
-// The command line: the part of the Launcher that reads its arguments.
+#include "launcher/command_line.h"
+
+#include <string_view>
+
 #include "environment/environment.h"
 #include "environment/variables.h"
-#include "launcher/exit_status.h"
-#include "launcher/launcher.h"
 
 namespace kvl {
+namespace {
 
 using KVLInsIO::InsPath;
 
@@ -31,8 +33,6 @@ class ArgumentReader {
   int left_ = 0;
 };
 
-namespace {
-
 constexpr char kOdtInstaller[] = "KVLInsAppliODT.exe";
 
 /// The stored text of "-Check" is on purpose not that of the option.
@@ -53,75 +53,66 @@ void ApplyEnvSetting(std::string_view setting) {
   }
 }
 
-}  // namespace
-
-Launcher::Launcher(int argc, const char* const* argv, const std::string& installer_exe_name,
-                   bool initial_ui_flag, bool initial_wait_flag)
-    : WaitFlag(initial_wait_flag),
-      UIFlag(initial_ui_flag),
-      MediaDir(CurrentMediaDir()),
-      InstallerExeName(installer_exe_name) {
-  ParseCommandLine(ArgumentReader(argc, argv));
-}
-
-void Launcher::ParseCommandLine(ArgumentReader arguments) {
-  while (!arguments.AtEnd()) ApplyArgument(arguments);
-  CheckSoftwareManagement();
-}
-
-void Launcher::ApplyArgument(ArgumentReader& arguments) {
-  const auto value_of = [&](std::string_view option) {
-    if (arguments.AtEnd()) {
-      Message("Bad " + std::string(option) + " argument", kError, kMarked);
-      EndProcess(ExitStatus::kBadCommandLine);
-    }
-    return arguments.Take();
-  };
-
+/// Returns an error message, or nothing.
+std::string ApplyArgument(ArgumentReader& arguments, LauncherState& state) {
   const std::string_view argument = arguments.Take();
   if (argument == "-wait") {
-    WaitFlag = true;
+    state.WaitFlag = true;
   } else if (argument == "-UI") {
-    UIFlag = true;
-  } else if (argument == "-env") {
-    ApplyEnvSetting(value_of(argument));
-  } else if (argument == "-installerPath") {
-    InstallerPathArg = value_of(argument);
+    state.UIFlag = true;
+  } else if (argument == "-env" || argument == "-installerPath") {
+    if (arguments.AtEnd()) return "Bad " + std::string(argument) + " argument";
+    if (argument == "-env") {
+      ApplyEnvSetting(arguments.Take());
+    } else {
+      state.InstallerPathArg = arguments.Take();
+    }
   } else if (argument == "-SoftMgt") {
-    SoftMgt = true;
+    state.SoftMgt = true;
   } else if (argument == "-List") {
-    SoftMgtAction = "List";
-    SoftMgtReadOnly = true;
+    state.SoftMgtAction = "List";
+    state.SoftMgtReadOnly = true;
   } else if (argument == "-Check") {
-    SoftMgtAction = kCheckAction;
-    SoftMgtReadOnly = true;
+    state.SoftMgtAction = kCheckAction;
+    state.SoftMgtReadOnly = true;
   } else if (argument == "-Commit") {
-    SoftMgtAction = "Commit";
+    state.SoftMgtAction = "Commit";
   } else if (argument == "-Rollback") {
-    SoftMgtAction = "Rollback";
+    state.SoftMgtAction = "Rollback";
   } else if (argument == "--odt") {
-    WaitFlag = true;
-    InstallerExeName = kOdtInstaller;
-    MediaDir = CurrentMediaDir();
+    state.WaitFlag = true;
+    state.InstallerExeName = kOdtInstaller;
+    state.MediaDir = CurrentMediaDir();
   } else if (argument == "--mgt" || argument == "--uninst") {
-    ManagementMode = true;
-    Uninstall = argument == "--uninst";
-    PassThroughArgs.emplace_back(argument);
+    state.ManagementMode = true;
+    state.Uninstall = argument == "--uninst";
+    state.PassThroughArgs.emplace_back(argument);
   } else {
-    PassThroughArgs.emplace_back(argument);
+    state.PassThroughArgs.emplace_back(argument);
   }
+  return {};
 }
 
-void Launcher::CheckSoftwareManagement() {
-  if (SoftMgt == !SoftMgtAction.empty()) return;
-  if (SoftMgt) {
-    Message("-SoftMgt must be used with another flag (either -List, -Check, -Commit or -Rollback).",
-            kError, kMarked);
-  } else {
-    if (SoftMgtAction == kCheckAction) SoftMgtAction = kCheckOption;
-    Message("-" + SoftMgtAction + " must be used with the -SoftMgt flag.", kError, kMarked);
+/// Returns an error message, or nothing.
+std::string CheckSoftwareManagement(LauncherState& state) {
+  if (state.SoftMgt == !state.SoftMgtAction.empty()) return {};
+  if (state.SoftMgt) {
+    return "-SoftMgt must be used with another flag (either -List, -Check, -Commit or -Rollback).";
   }
-  EndProcess(ExitStatus::kBadCommandLine);
+  if (state.SoftMgtAction == kCheckAction) state.SoftMgtAction = kCheckOption;
+  return "-" + state.SoftMgtAction + " must be used with the -SoftMgt flag.";
+}
+
+}  // namespace
+
+std::string ReadCommandLine(int argc, const char* const* argv, LauncherState& state) {
+  state.MediaDir = CurrentMediaDir();
+  ArgumentReader arguments(argc, argv);
+  while (!arguments.AtEnd()) {
+    std::string error = ApplyArgument(arguments, state);
+    if (!error.empty()) return error;
+  }
+  return CheckSoftwareManagement(state);
 }
 
 }  // namespace kvl

@@ -3,35 +3,32 @@
 
 #include <exception>
 
-#include "console/identity.h"
 #include "console/run_command.h"
 #include "environment/environment.h"
 #include "environment/installer_environment.h"
 #include "environment/variables.h"
-#include "insio/entry.h"
 #include "launcher/clean_up_script.h"
+#include "launcher/command_line.h"
 #include "launcher/exit_status.h"
 #include "launcher/installer_command.h"
+#include "launcher/installer_search.h"
+#include "launcher/run_steps.h"
 #include "launcher/staging.h"
 #include "media/installer_media.h"
 #include "media/volume_scan.h"
 
 namespace kvl {
 
-using KVLInsIO::InsPath;
-
-namespace {
-
-constexpr std::size_t kFirstFurtherVolume = 2;
-
-void ExportVolumePaths(int volume_count, const std::vector<std::string>& volume_paths) {
-  if (volume_count <= kNothingMoreNeeded) return;
-  for (std::size_t i = 0; i < volume_paths.size(); ++i) {
-    SetEnv(variables::kVolumePathPrefix + std::to_string(i + kFirstFurtherVolume), volume_paths[i]);
-  }
+Launcher::Launcher(int argc, const char* const* argv, const std::string& installer_exe_name,
+                   bool initial_ui_flag, bool initial_wait_flag) {
+  WaitFlag = initial_wait_flag;
+  UIFlag = initial_ui_flag;
+  InstallerExeName = installer_exe_name;
+  const std::string error = ReadCommandLine(argc, argv, *this);
+  if (error.empty()) return;
+  Message(error, kError, kMarked);
+  EndProcess(ExitStatus::kBadCommandLine);
 }
-
-}  // namespace
 
 int Launcher::Run() {
   OsName = GetEnv(variables::kOs);
@@ -43,52 +40,34 @@ int Launcher::Run() {
   ExportVolumePaths(volume_count, volume_paths);
 
   const std::string staging_dir_slash = NewStagingDirectory();
-  if (GetEnv(variables::kDontCopyInstaller).empty() && !ManagementMode) {
+  if (IsToBeStaged(*this)) {
     StageInstaller(staging_dir_slash);
   } else {
-    SetEnv(variables::kOriginalMediaDir, "");
+    UseInstallerInPlace();
   }
 
   SetInstallerEnvironment();
-  AddInstallerArguments();
+  AddInstallerArguments(*this);
   if (InstallerCopied) LeaveCleanUpScript(staging_dir_slash);
   return RunCommand(InstallerCommand(InstallerPath, PassThroughArgs));
 }
 
 void Launcher::FindInstaller() {
-  FindInstallerInMedia();
-  if (!InstallerPath.empty() || FindExternalInstaller()) return;
+  const auto is_usable = [this](const std::string& media) {
+    return ValidateInstallerMedia(media, kWithVerdict);
+  };
+  switch (kvl::FindInstaller(*this, is_usable, logger_)) {
+    case InstallerSource::kCurrentMedia:
+      InstallerPath = InstallerInCurrentMedia(*this);
+      return;
+    case InstallerSource::kArgument:
+    case InstallerSource::kVariable:
+      return;
+    case InstallerSource::kNone:
+      break;
+  }
   Message("The installer is not found, please read the file \"ReadMe_UNIX.txt\".", kError, kMarked);
   EndProcess(ExitStatus::kNoInstaller);
-}
-
-void Launcher::FindInstallerInMedia() {
-  const std::string candidate = InstallerIn(MediaDir, OsName, InstallerExeName);
-  Message(candidate, kInformation, kMarked);
-  if (!KVLInsIO::Exists(candidate)) {
-    Message("No installer in the current media.", kInformation, kMarked);
-  } else if (!GetEnv(variables::kUseExternalInstaller).empty()) {
-    Message("Installer found in the current media, \"" + candidate +
-                "\" but do not use it because of " + variables::kUseExternalInstaller + " env var.",
-            kInformation, kMarked);
-  } else {
-    InstallerPath = candidate;
-    Message("Installer found in current media: \"" + candidate + "\".", kInformation, kMarked);
-  }
-}
-
-bool Launcher::FindExternalInstaller() {
-  if (!InstallerPathArg.empty()) {
-    Message("Argument \"-installerPath\" found and its value is \"" + InstallerPathArg + "\".",
-            kInformation, kMarked);
-    if (ValidateInstallerMedia(InstallerPathArg, kWithVerdict)) return true;
-  }
-  const std::string media = GetEnv(variables::kExternalInstallerMedia);
-  if (media.empty()) return false;
-  Message("Environment variable " + std::string(variables::kExternalInstallerMedia) +
-              " is defined and its value is \"" + media + "\".",
-          kInformation, kMarked);
-  return ValidateInstallerMedia(media, kWithVerdict);
 }
 
 void Launcher::StageInstaller(const std::string& staging_dir_slash) {
@@ -101,22 +80,7 @@ void Launcher::StageInstaller(const std::string& staging_dir_slash) {
     if (!reason.empty()) Message(reason, kError, kMarked);
     EndProcess(ExitStatus::kStagingFailed);
   }
-  InstallerCopied = true;
-  SetEnv(variables::kOriginalMediaDir, MediaDir.Str());
-  MediaDir = InsPath(staging_dir_slash);
-  InstallerPath = InstallerIn(MediaDir, OsName, InstallerExeName);
-}
-
-void Launcher::AddInstallerArguments() {
-  if (!SoftMgt) {
-    PassThroughArgs.insert(PassThroughArgs.begin(), {"-CDpath", MediaDir.Str()});
-    return;
-  }
-  PassThroughArgs.insert(PassThroughArgs.end(),
-                         {"--mgt", MediaDir.Parent().Parent().Str(), "--var",
-                          "Radio_KVLSoftwareMgtCheck?" + SoftMgtAction + "=true"});
-  SetEnv(variables::kSingleExec, "1");
-  SetEnv(variables::kResume, "!r");
+  UseStagedInstaller(staging_dir_slash, *this);
 }
 
 void Launcher::LeaveCleanUpScript(const std::string& staging_dir_slash) {
@@ -155,8 +119,7 @@ bool Launcher::ValidateInstallerMedia(const std::string& media, bool quiet) {
 }
 
 void Launcher::SetInstallerEnvironment() {
-  kvl::SetInstallerEnvironment(
-      {MediaDir.Str(), CommonDirPrefix, OsName, HasElevatedPrivileges(), InteractiveSession});
+  kvl::SetInstallerEnvironment(InstallerSettingOf(*this));
 }
 
 int Launcher::RunCommand(const std::string& command) {

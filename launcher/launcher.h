@@ -1,8 +1,9 @@
 // Launcher: the program's one object. It holds what the command line and the environment asked for,
 // and runs the whole sequence from the media to the installer's exit code.
 //
-// The work itself is done by free functions of the folders below; the members here pass the state
-// in and store the results.
+// What is to be done is decided by free functions, of this folder (run_steps.h, installer_search.h,
+// command_line.h) and of those below; the members here pass the state in, store the results and act
+// on them. Whoever wants to know what a run would do calls the same functions.
 #pragma once
 
 #include <string>
@@ -11,25 +12,18 @@
 
 #include "console/logger.h"
 #include "console/signals.h"
-#include "insio/path.h"
+#include "launcher/launcher_state.h"
 
 namespace kvl {
-
-class ArgumentReader;
 
 /// The values that main starts the Launcher with.
 inline constexpr bool kWithoutUI = false;
 inline constexpr bool kWaitForInstaller = true;
 
-class Launcher {
+class Launcher : public LauncherState {
  public:
-  /// Reads CurrentMediaDir, then the command line. "-env" takes effect at once. `argv` may be null:
-  /// then there are no arguments. A bad command line is an error message and the end of the process
-  /// with ExitStatus::kBadCommandLine:
-  ///   "Bad -env argument", "Bad -installerPath argument": the option is the last argument,
-  ///   or a null pointer follows; anywhere else a null pointer ends the arguments
-  ///   "-SoftMgt must be used with another flag (either -List, -Check, -Commit or -Rollback)."
-  ///   "-List must be used with the -SoftMgt flag.", likewise -Check, -Commit, -Rollback
+  /// Reads the command line (see command_line.h). A bad one is an error message and the end of the
+  /// process with ExitStatus::kBadCommandLine.
   Launcher(int argc, const char* const* argv, const std::string& installer_exe_name,
            bool initial_ui_flag, bool initial_wait_flag);
 
@@ -60,33 +54,9 @@ class Launcher {
   /// Runs a command (see console/run_command.h), waiting for it when WaitFlag is set.
   int RunCommand(const std::string& command);
 
-  bool WaitFlag;                             ///< wait for the installer
-  bool UIFlag;                               ///< "-UI"; on purpose without effect
-  bool InteractiveSession = true;            ///< told to the installer; no option changes it
-  std::vector<std::string> PassThroughArgs;  ///< for the installer, in order
-  std::string InstallerPathArg;              ///< the value of "-installerPath"
-  bool SoftMgt = false;                      ///< "-SoftMgt"
-  bool SoftMgtReadOnly = false;              ///< "-List" or "-Check"; recorded only
-  bool ManagementMode = false;               ///< run the installer from where it is
-  bool InstallerCopied = false;              ///< the installer has been staged
-  bool Uninstall = false;                    ///< "--uninst" came last of "--mgt" and "--uninst"
-  std::string SoftMgtAction;                 ///< "List", "Check1", "Commit", "Rollback" or empty
-  KVLInsIO::InsPath MediaDir;                ///< the media; once staged, the staging directory
-  std::string CommonDirPrefix;   ///< "inst" of an external installer media, with its "/"
-  std::string InstallerExeName;  ///< the installer's file name
-  std::string InstallerPath;     ///< the installer that will be started
-  std::string OsName;            ///< the operating-system directory below "inst"
-
  private:
-  void ParseCommandLine(ArgumentReader arguments);
-  void ApplyArgument(ArgumentReader& arguments);
-  void CheckSoftwareManagement();
-
   void FindInstaller();
-  void FindInstallerInMedia();
-  bool FindExternalInstaller();
   void StageInstaller(const std::string& staging_dir_slash);
-  void AddInstallerArguments();
   void LeaveCleanUpScript(const std::string& staging_dir_slash);
 
   SignalScope signals_;

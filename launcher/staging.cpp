@@ -34,16 +34,22 @@ std::string NewStagingDirectory() {
   return TemporaryDirectory() + "/" + NewIdentifier(kUpperCase) + "/";
 }
 
-void StageInstaller(const StagingRequest& request) {
+std::vector<StagingCopy> StagingCopies(const StagingRequest& request) {
+  std::vector<StagingCopy> copies;
   for (const char* name : kStaged) {
-    Copy(Join(request.media_dir.Str(), name).Str(), request.staging_dir_slash + name);
+    copies.push_back({Join(request.media_dir.Str(), name).Str(), request.staging_dir_slash + name});
   }
-  if (request.external_inst_slash.empty()) return;
+  if (request.external_inst_slash.empty()) return copies;
   const std::string staged_inst_slash = request.staging_dir_slash + kInst + "/";
   for (const std::string& name : {std::string(kCommon), request.os_name}) {
     // The doubled slash in the source is harmless.
-    Copy(request.external_inst_slash + "/" + name, staged_inst_slash + name);
+    copies.push_back({request.external_inst_slash + "/" + name, staged_inst_slash + name});
   }
+  return copies;
+}
+
+void StageInstaller(const StagingRequest& request) {
+  for (const StagingCopy& copy : StagingCopies(request)) Copy(copy.source, copy.destination);
 }
 
 }  // namespace kvl

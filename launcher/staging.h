@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "insio/path.h"
 
@@ -27,6 +28,15 @@ struct StagingRequest {
   std::string os_name;
   std::string staging_dir_slash;  ///< where to, ending in "/"; made when missing
 };
+
+/// One copy: of a file, or of a directory as a whole tree.
+struct StagingCopy {
+  std::string source;
+  std::string destination;
+};
+
+/// The copies that staging consists of, in their order; `staging_dir_slash` need not exist.
+std::vector<StagingCopy> StagingCopies(const StagingRequest& request);
 
 /// Copies into the staging directory, in this order: the media's "inst" tree, its description files
 /// and start scripts, and then, from an external installer media, "common" and the operating-system

@@ -49,11 +49,11 @@ class Report {
 };
 
 ScanOutcome Failed(std::vector<std::string> volumes = {}) {
-  return {kScanFailed, /*complete=*/false, std::move(volumes)};
+  return {kScanFailed, /*complete=*/false, std::move(volumes), Layout::kNone};
 }
 
-ScanOutcome Complete(int code, std::vector<std::string> volumes = {}) {
-  return {code, /*complete=*/true, std::move(volumes)};
+ScanOutcome CompleteAsItIs() {
+  return {kNothingMoreNeeded, /*complete=*/true, /*volumes=*/{}, Layout::kNone};
 }
 
 /// Volumes outside the media directory are named by their number alone.
@@ -84,12 +84,18 @@ struct Tally {
 };
 
 /// What follows from a layout whose volumes have all been looked for.
-LayoutAnswer Judge(Tally tally, const MediaSet& media, Report& report) {
-  if (tally.mismatch) return Failed(std::move(tally.volumes));
-  if (tally.found == media.count) return Complete(media.count, std::move(tally.volumes));
+LayoutAnswer Judge(Tally tally, Layout layout, const MediaSet& media, Report& report) {
+  ScanOutcome answer = Failed(std::move(tally.volumes));
+  answer.layout = layout;
+  if (tally.mismatch) return answer;
+  if (tally.found == media.count) {
+    answer.code = media.count;
+    answer.complete = true;
+    return answer;
+  }
   if (tally.found == 1) return std::nullopt;
   report.Warning("Missing volumes. Please make sure you copied everything correctly.");
-  return Failed(std::move(tally.volumes));
+  return answer;
 }
 
 /// Looks for the volume in `dir`. One of another media set is reported.
@@ -119,7 +125,7 @@ LayoutAnswer ScanFlatLayout(const MediaSet& media, Report& report) {
       tally.mismatch = true;
     }
   });
-  LayoutAnswer answer = Judge(std::move(tally), media, report);
+  LayoutAnswer answer = Judge(std::move(tally), Layout::kFlat, media, report);
   if (answer && answer->complete) {
     report.More("All volumes found in: " + media.dir.Str());
     SetEnv(variables::kVolumesCount, "");  // the installer is to see a single-volume media
@@ -134,7 +140,7 @@ LayoutAnswer ScanSiblingLayout(const MediaSet& media, Report& report) {
   Tally tally;
   ForEachNumber(parent, kNoExtension, {2, media.count},
                 [&](VolumeNumber i) { LookFor(i, Numbered(parent, i), media, report, tally); });
-  return Judge(std::move(tally), media, report);
+  return Judge(std::move(tally), Layout::kSibling, media, report);
 }
 
 /// The first file in `dir`, in the order of the system, that is an AM volume's marker by its name.
@@ -197,7 +203,7 @@ ScanOutcome ScanAmLayout(const MediaSet& media, Report& report) {
     LookFor(i, Numbered(Join(am_dir.Str(), relative.Str()), i), media, report, tally);
   });
   // On purpose nothing is said when no volume at all was found here.
-  return Judge(std::move(tally), media, report).value_or(Failed());
+  return Judge(std::move(tally), Layout::kAm, media, report).value_or(Failed());
 }
 
 void EmptyScanVariables() {
@@ -213,15 +219,15 @@ void EmptyScanVariables() {
 ScanOutcome ScanMediaVolumes(const InsPath& media_dir, bool software_management, Logger& logger) {
   EmptyScanVariables();
   const InsPath volumes_file = Join(Join(media_dir.Str(), "inst").Str(), "volumes.txt");
-  if (!KVLInsIO::Exists(volumes_file.Str())) return Complete(kNothingMoreNeeded);
+  if (!KVLInsIO::Exists(volumes_file.Str())) return CompleteAsItIs();
   if (software_management || !GetEnv(variables::kOnlineRepository).empty()) {
-    return Complete(kNothingMoreNeeded);
+    return CompleteAsItIs();
   }
 
   const std::optional<std::string> line = ReadFirstLine(volumes_file.Str());
   if (!line) return Failed();
   const int count = std::stoi(*line);
-  if (count <= 1) return Complete(kNothingMoreNeeded);
+  if (count <= 1) return CompleteAsItIs();
 
   Report report(logger);
   report.Information("This media is composed of " + *line + " volumes.");

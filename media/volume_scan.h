@@ -23,6 +23,13 @@ class Logger;
 inline constexpr int kScanFailed = 0;
 inline constexpr int kNothingMoreNeeded = 1;
 
+enum class Layout {
+  kNone,  ///< no further volume was looked for, or none was found
+  kFlat,
+  kSibling,
+  kAm,
+};
+
 struct ScanOutcome {
   /// kScanFailed; kNothingMoreNeeded for a single volume, for all volumes in the media directory,
   /// and for a scan that was skipped; else the number of volumes, 2 or more.
@@ -33,6 +40,9 @@ struct ScanOutcome {
   /// The directories of the volumes 2, 3, ... found outside the media directory, in this order.
   /// After a failure possibly some of them.
   std::vector<std::string> volumes;
+  /// The layout that had the last word: the first one in which a further volume was found, of this
+  /// media set or of another.
+  Layout layout = Layout::kNone;
 };
 
 /// Scans the media, reports on the console what it finds, and leaves its findings for the installer

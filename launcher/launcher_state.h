@@ -1,0 +1,30 @@
+// LauncherState: what a run asks for and what it has found, as plain values. The Launcher is one.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "insio/path.h"
+
+namespace kvl {
+
+struct LauncherState {
+  bool WaitFlag = true;                      ///< wait for the installer
+  bool UIFlag = false;                       ///< "-UI"; on purpose without effect
+  bool InteractiveSession = true;            ///< told to the installer; no option changes it
+  std::vector<std::string> PassThroughArgs;  ///< for the installer, in order
+  std::string InstallerPathArg;              ///< the value of "-installerPath"
+  bool SoftMgt = false;                      ///< "-SoftMgt"
+  bool SoftMgtReadOnly = false;              ///< "-List" or "-Check"; recorded only
+  bool ManagementMode = false;               ///< run the installer from where it is
+  bool InstallerCopied = false;              ///< the installer has been staged
+  bool Uninstall = false;                    ///< "--uninst" came last of "--mgt" and "--uninst"
+  std::string SoftMgtAction;                 ///< "List", "Check1", "Commit", "Rollback" or empty
+  KVLInsIO::InsPath MediaDir;                ///< the media; once staged, the staging directory
+  std::string CommonDirPrefix;   ///< "inst" of an external installer media, with its "/"
+  std::string InstallerExeName;  ///< the installer's file name
+  std::string InstallerPath;     ///< the installer that will be started
+  std::string OsName;            ///< the operating-system directory below "inst"
+};
+
+}  // namespace kvl
