@@ -28,6 +28,7 @@ const std::map<std::string, std::set<std::string>> kMayInclude = {
     {"console", {"console", "environment", "insio"}},
     {"media", {"media", "console", "environment", "insio"}},
     {"launcher", {"launcher", "media", "console", "environment", "insio"}},
+    {"companion", {"companion", "launcher", "media", "console", "environment", "insio"}},
 };
 
 /// Helpers without any need of their own, open to all.

@@ -1,0 +1,345 @@
+#include "companion/media_check.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <exception>
+#include <filesystem>
+#include <set>
+#include <sstream>
+
+#include "companion/start_script.h"
+#include "companion/tree_survey.h"
+#include "console/command_split.h"
+#include "console/logger.h"
+#include "environment/environment.h"
+#include "environment/temporary_directory.h"
+#include "environment/variables.h"
+#include "insio/entry.h"
+#include "insio/tree_level.h"
+#include "launcher/command_line.h"
+#include "launcher/exit_status.h"
+#include "launcher/installer_command.h"
+#include "launcher/run_steps.h"
+#include "media/installer_media.h"
+
+namespace kvl {
+namespace {
+
+using KVLInsIO::InsPath;
+using Variables = std::map<std::string, std::string>;
+
+constexpr int kAbortStatus = 134;        // as a shell shows a death by signal 6
+constexpr int kCannotStartStatus = 255;  // what the system makes of -1
+constexpr char kIdentifier[] = "<identifier>";
+constexpr char kLauncherName[] = "kvl-launcher";
+
+Variables AllVariables() {
+  Variables all;
+  for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+    const std::string text = *entry;
+    const std::size_t equals = text.find('=');
+    if (equals != std::string::npos) all.emplace(text.substr(0, equals), text.substr(equals + 1));
+  }
+  return all;
+}
+
+Variables Changes(const Variables& before, const Variables& after) {
+  Variables changes;
+  for (const auto& [name, value] : after) {
+    const auto old = before.find(name);
+    if (old == before.end() || old->second != value) changes.emplace(name, value);
+  }
+  return changes;
+}
+
+std::string FirstSet(const std::string& option, const char* variable, const std::string& script) {
+  if (!option.empty()) return option;
+  std::string value = GetEnv(variable);
+  return value.empty() ? AssignmentIn(script, variable) : value;
+}
+
+class MediaCheck {
+ public:
+  explicit MediaCheck(const MediaCheckRequest& request) : request_(request) {
+    const std::string script = request.media_dir + "/StartTUI.sh";
+    report_.media_dir = InsPath(request.media_dir).Str();
+    SetEnv(variables::kCurrentMediaDir, request.media_dir);
+    SetEnv(variables::kOs, FirstSet(request.os_name, variables::kOs, script));
+    SetEnv(variables::kInstallerExe,
+           FirstSet(request.installer_name, variables::kInstallerExe, script));
+    if (GetEnv(variables::kLibraryPathName).empty()) {
+      const std::string name = AssignmentIn(script, variables::kLibraryPathName);
+      if (!name.empty()) SetEnv(variables::kLibraryPathName, name);
+    }
+    before_ = AllVariables();
+  }
+
+  MediaReport Run() {
+    if (ReadArguments()) {
+      FindInstaller();
+      Scan();
+      if (IsStillGoing()) Decide();
+      LookThroughTrees();
+    }
+    std::istringstream lines(messages_);
+    for (std::string line; std::getline(lines, line);) report_.messages.push_back(line);
+    return std::move(report_);
+  }
+
+ private:
+  bool IsStillGoing() const { return report_.expectation == Expectation::kInstallerRuns; }
+
+  /// The first end that a run comes to is the one.
+  void End(Expectation expectation, int status) {
+    if (!IsStillGoing()) return;
+    report_.expectation = expectation;
+    report_.status = status;
+  }
+
+  void Add(const char* code, Severity severity, const std::string& path, const std::string& text,
+           const std::string& remedy) {
+    report_.findings.Add({code, severity, path, text, remedy});
+  }
+
+  bool ReadArguments() {
+    std::vector<const char*> arguments = {kLauncherName};
+    for (const std::string& text : request_.launcher_arguments) arguments.push_back(text.c_str());
+    state_.InstallerExeName = GetEnv(variables::kInstallerExe);
+    const std::string error =
+        ReadCommandLine(static_cast<int>(arguments.size()), arguments.data(), state_);
+    state_.OsName = GetEnv(variables::kOs);
+    report_.os_name = state_.OsName;
+    report_.installer_name = state_.InstallerExeName;
+    if (error.empty()) return true;
+    logger_.Message(error, kError, kMarked);
+    Add("bad-arguments", Severity::kError, "", error, "correct the launcher's arguments");
+    End(Expectation::kBadCommandLine, static_cast<int>(ExitStatus::kBadCommandLine));
+    return false;
+  }
+
+  void FindInstaller() {
+    bool has_blank = false;
+    std::string blank_media;
+    const auto is_usable = [&](const std::string& media) {
+      const InstallerMedia found = ValidateInstallerMedia(
+          media, {state_.OsName, state_.InstallerExeName}, kWithVerdict, logger_);
+      has_blank = found.verdict == InstallerMedia::Verdict::kBlankInDirectory;
+      if (has_blank) blank_media = media;
+      state_.CommonDirPrefix = found.inst_slash;
+      state_.InstallerPath = found.installer;
+      return found.verdict != InstallerMedia::Verdict::kNotUsable;
+    };
+    report_.source = kvl::FindInstaller(state_, is_usable, logger_);
+    if (has_blank) {
+      Add("blank-in-installer-media", Severity::kError, blank_media,
+          "the path of the external installer media has a blank in it",
+          "copy that media into a directory without blanks");
+      End(Expectation::kBlankInInstallerMedia,
+          static_cast<int>(ExitStatus::kBlankInInstallerMedia));
+      report_.source = InstallerSource::kNone;
+      return;
+    }
+    if (report_.source == InstallerSource::kCurrentMedia) {
+      state_.InstallerPath = InstallerInCurrentMedia(state_);
+    }
+    report_.installer = state_.InstallerPath;
+    report_.external_inst_slash = state_.CommonDirPrefix;
+    if (report_.source != InstallerSource::kNone) return;
+    Add("no-installer", Severity::kError, InstallerInCurrentMedia(state_),
+        "there is no installer here, nor in an external installer media",
+        "put the installer there, or name its directory (--os) and file (--installer)");
+    logger_.Message("The installer is not found, please read the file \"ReadMe_UNIX.txt\".", kError,
+                    kMarked);
+    End(Expectation::kNoInstaller, static_cast<int>(ExitStatus::kNoInstaller));
+  }
+
+  void Scan() {
+    // After a run that has ended the volumes are only looked at for the findings.
+    std::string unheard;
+    Logger quiet(unheard);
+    report_.volumes_looked_for = !state_.SoftMgt && GetEnv(variables::kOnlineRepository).empty();
+    CheckVolumesFile(state_.MediaDir, report_.findings);
+    try {
+      report_.scan =
+          ScanMediaVolumes(state_.MediaDir, state_.SoftMgt, IsStillGoing() ? logger_ : quiet);
+    } catch (const std::exception&) {
+      Add("count-is-no-number", Severity::kError,
+          KVLInsIO::Join(state_.MediaDir.Str(), "inst/volumes.txt").Str(),
+          "its first line is no number of volumes, which aborts the launcher",
+          "let its first line be the number of volumes, and nothing else");
+      report_.volumes.count = 0;
+      End(Expectation::kAbort, kAbortStatus);
+      return;
+    }
+    if (report_.scan.complete) state_.ManagementMode = true;
+    if (!report_.volumes_looked_for) return;
+    report_.volumes = CheckVolumes(state_.MediaDir, report_.scan, report_.findings);
+  }
+
+  void Decide() {
+    if (!GetEnv(variables::kQueryVolumeCount).empty()) {
+      End(Expectation::kQuery, static_cast<int>(VolumeCountStatus(report_.scan.code)) & 0xFF);
+      return;
+    }
+    ExportVolumePaths(report_.scan.code, report_.scan.volumes);
+    report_.staged = IsToBeStaged(state_);
+    if (report_.staged) {
+      Stage();
+    } else {
+      UseInstallerInPlace();
+    }
+    if (!IsStillGoing()) return;
+    Start();
+  }
+
+  void Stage() {
+    report_.staging_directory = TemporaryDirectory() + "/" + kIdentifier;
+    const std::string staging_dir_slash = report_.staging_directory + "/";
+    report_.staging =
+        ForecastStaging({state_.MediaDir, state_.CommonDirPrefix, state_.OsName, staging_dir_slash},
+                        report_.findings);
+    if (report_.staging.fails) {
+      End(Expectation::kStagingFails, static_cast<int>(ExitStatus::kStagingFailed));
+      return;
+    }
+    UseStagedInstaller(staging_dir_slash, state_);
+  }
+
+  void Start() {
+    SetInstallerEnvironment(InstallerSettingOf(state_));
+    AddInstallerArguments(state_);
+    SetEnv(variables::kPanel, "");  // the last one, set when the command is run
+    report_.command = SplitCommand(InstallerCommand(state_.InstallerPath, state_.PassThroughArgs));
+    report_.variables = Changes(before_, AllVariables());
+    CheckCommand();
+    CheckPaths();
+    CheckExecutable();
+  }
+
+  void CheckCommand() {
+    std::vector<std::string> meant = {state_.InstallerPath};
+    meant.insert(meant.end(), state_.PassThroughArgs.begin(), state_.PassThroughArgs.end());
+    if (report_.command == meant) return;
+    const bool is_lost = report_.command.empty() || report_.command.front() != meant.front();
+    Add("command-is-split", is_lost ? Severity::kError : Severity::kWarning, "",
+        "the installer does not get its path and arguments as they are: a double quote, a doubled "
+        "or "
+        "last backslash or an empty argument is among them",
+        "do without them in the paths and arguments");
+    if (is_lost) End(Expectation::kCannotStart, kCannotStartStatus);
+  }
+
+  void CheckPaths() {
+    for (const std::string& path : {state_.MediaDir.Str(), state_.CommonDirPrefix}) {
+      if (path.find(':') == std::string::npos) continue;
+      Add("colon-in-path", Severity::kWarning, path,
+          "a colon in it takes the path lists of the installer apart",
+          "use a directory without a colon in its path");
+    }
+  }
+
+  void CheckExecutable() {
+    struct stat status;
+    if (::stat(report_.installer.c_str(), &status) != 0) return;
+    if (S_ISDIR(status.st_mode)) {
+      Add("installer-is-no-file", Severity::kError, report_.installer, "it is a directory",
+          "put the installer there as a file");
+      End(Expectation::kCannotStart, kCannotStartStatus);
+      return;
+    }
+    const std::string place = report_.staged ? TemporaryDirectory() : report_.installer;
+    if (IsOnNoexecMount(place)) {
+      Add("noexec-mount", Severity::kError, place,
+          "the installer would be started from a file system that is mounted noexec",
+          report_.staged ? "let TMPDIR name a directory of another file system"
+                         : "mount it without noexec, or copy the media to another file system");
+      End(Expectation::kCannotStart, kCannotStartStatus);
+    } else if (!MayBeExecuted(status.st_mode)) {
+      Add("installer-not-executable", Severity::kError, InstallerWhoseModeCounts(),
+          "the installer has no execute permission", "give it that (chmod a+x)");
+      End(Expectation::kCannotStart, kCannotStartStatus);
+    }
+  }
+
+  /// A staged installer of an external media has the mode of the media's own one, if there is one.
+  std::string InstallerWhoseModeCounts() const {
+    const bool overlays = report_.staged && !state_.CommonDirPrefix.empty();
+    if (!overlays) return report_.installer;
+    const std::string own =
+        InstallerIn(InsPath(request_.media_dir), state_.OsName, state_.InstallerExeName);
+    return KVLInsIO::Exists(own) ? own : report_.installer;
+  }
+
+  bool MayBeExecuted(mode_t mode) const {
+    if (!report_.staged) {
+      return ::faccessat(AT_FDCWD, report_.installer.c_str(), X_OK, AT_EACCESS) == 0;
+    }
+    struct stat status;
+    if (::stat(InstallerWhoseModeCounts().c_str(), &status) == 0) mode = status.st_mode;
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    // The copy belongs to the user; the superuser needs any of the three bits.
+    const mode_t wanted = ::geteuid() == 0 ? S_IXUSR | S_IXGRP | S_IXOTH : S_IXUSR;
+    return (mode & ~mask & wanted) != 0;
+  }
+
+  static bool IsOnNoexecMount(const std::string& path) {
+    struct statvfs status;
+    for (InsPath place(path); !place.IsEmpty(); place = place.Parent()) {
+      if (::statvfs(place.Str().c_str(), &status) == 0) return (status.f_flag & ST_NOEXEC) != 0;
+    }
+    return false;
+  }
+
+  void LookThroughTrees() {
+    std::set<KVLInsIO::FileIdentity> seen;  // in the flat layout all volumes are in one
+    std::vector<std::string> trees = {request_.media_dir};
+    for (const VolumeRow& row : report_.volumes.rows) {
+      if (row.state == "found") trees.push_back(row.directory);
+    }
+    if (!report_.external_inst_slash.empty()) {
+      for (const std::string& name : {std::string("common"), state_.OsName}) {
+        trees.push_back(report_.external_inst_slash + name);
+      }
+    }
+    for (const std::string& tree : trees) {
+      KVLInsIO::FileIdentity identity;
+      if (!KVLInsIO::Identify(tree, identity) || !seen.insert(identity).second) continue;
+      SurveyTree(tree, report_.findings);
+    }
+  }
+
+  const MediaCheckRequest& request_;
+  Variables before_;
+  LauncherState state_;
+  std::string messages_;
+  Logger logger_{messages_};
+  MediaReport report_;
+};
+
+}  // namespace
+
+MediaReport CheckMedia(const MediaCheckRequest& request) {
+  return MediaCheck(request).Run();
+}
+
+std::string MediaDirectory(const std::string& path) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  if (path.empty() || !fs::is_directory(path, error)) return {};
+  const fs::path given(path);
+  for (const fs::path& name : given) {
+    if (name != "..") continue;
+    const fs::path real = fs::canonical(given, error);
+    return error ? std::string() : real.string();
+  }
+  const fs::path absolute = given.is_absolute() ? given : fs::current_path(error) / given;
+  std::string text = absolute.lexically_normal().string();
+  while (text.size() > 1 && text.back() == '/') text.pop_back();
+  return error ? std::string() : text;
+}
+
+}  // namespace kvl

@@ -1,0 +1,252 @@
+#include "companion/staging_survey.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <limits>
+#include <map>
+#include <optional>
+#include <set>
+#include <string_view>
+
+#include "companion/special_file.h"
+#include "insio/file_attributes.h"
+#include "insio/finder.h"
+#include "insio/path.h"
+#include "insio/tree_level.h"
+
+namespace kvl {
+namespace {
+
+using KVLInsIO::FileIdentity;
+using KVLInsIO::InsPath;
+
+/// Trees of links can have more files than there are numbers.
+std::uint64_t Sum(std::uint64_t left, std::uint64_t right) {
+  const std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+  return left > most - right ? most : left + right;
+}
+
+struct Totals {
+  std::uint64_t files = 0, directories = 0, bytes = 0;
+
+  void Add(const Totals& more) {
+    files = Sum(files, more.files);
+    directories = Sum(directories, more.directories);
+    bytes = Sum(bytes, more.bytes);
+  }
+};
+
+bool MayUse(const std::string& path, int how) {
+  return ::faccessat(AT_FDCWD, path.c_str(), how, AT_EACCESS) == 0;
+}
+
+/// The nearest directory on the way to `path` that exists already.
+InsPath NearestExisting(const std::string& path) {
+  InsPath place(path.empty() || path.front() != '/' ? "./" + path : path);
+  struct stat status;
+  while (!place.IsEmpty() && ::stat(place.Str().c_str(), &status) != 0) place = place.Parent();
+  return place.IsEmpty() ? InsPath(".") : place;
+}
+
+std::vector<std::string> NamesIn(const std::string& directory, bool& is_whole) {
+  std::vector<std::string> names;
+  is_whole = KVLInsIO::ForEachName(directory, [&](std::string_view name) {
+    if (name != "." && name != "..") names.emplace_back(name);
+  });
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+class Survey {
+ public:
+  Survey(const StagingRequest& request, Findings& findings)
+      : request_(request), findings_(findings) {}
+
+  StagingForecast Run() {
+    LookAtTarget();
+    Totals totals;
+    const std::vector<StagingCopy> copies = StagingCopies(request_);
+    for (const StagingCopy& copy : copies) totals.Add(Top(copy));
+    forecast_.files = totals.files;
+    forecast_.directories = totals.directories;
+    forecast_.bytes = totals.bytes;
+    forecast_.free_bytes = KVLInsIO::GetFreeSpace(request_.staging_dir_slash);
+    if (totals.bytes > static_cast<std::uint64_t>(forecast_.free_bytes)) {
+      Fail("no-space", request_.staging_dir_slash,
+           "staging needs " + std::to_string(totals.bytes) + " bytes, and " +
+               std::to_string(forecast_.free_bytes) + " are free",
+           "make room there, or let TMPDIR name another directory");
+    }
+    const std::uint64_t entries = Sum(totals.files, totals.directories);
+    if (!forecast_.fails && entries <= StagingForecast::kMostEntries) {
+      std::set<std::string> names;
+      for (const StagingCopy& copy : copies) List(copy.source, copy.destination, names);
+      forecast_.names.assign(names.begin(), names.end());
+    }
+    return std::move(forecast_);
+  }
+
+ private:
+  void Fail(const char* code, const std::string& path, const std::string& text,
+            const std::string& remedy) {
+    forecast_.fails = true;
+    findings_.Add({code, Severity::kError, path, text, remedy});
+  }
+
+  /// The staging directory itself, and the directories above it that a copy must not contain.
+  void LookAtTarget() {
+    const InsPath place = NearestExisting(request_.staging_dir_slash);
+    struct stat status;
+    const bool is_directory = ::stat(place.Str().c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    if (!is_directory || !MayUse(place.Str(), W_OK | X_OK)) {
+      Fail("temporary-directory-not-writable", place.Str(),
+           is_directory ? "you cannot write into the temporary directory"
+                        : "the temporary directory is none",
+           "let TMPDIR name a directory that you can write into");
+    }
+    FileIdentity identity;
+    std::error_code error;
+    std::filesystem::path real = std::filesystem::canonical(place.Str(), error);
+    if (error) return;
+    for (;; real = real.parent_path()) {
+      if (KVLInsIO::Identify(real, identity)) above_target_.insert(identity);
+      if (!real.has_relative_path()) return;
+    }
+  }
+
+  /// Where the same file of the media itself lies, over which one of an external media is laid;
+  /// empty when it is not.
+  std::string OverlaidBy(const StagingCopy& copy) const {
+    if (request_.external_inst_slash.empty()) return {};
+    if (!copy.source.starts_with(request_.external_inst_slash + "/")) return {};
+    return KVLInsIO::Join(request_.media_dir.Str(),
+                          copy.destination.substr(request_.staging_dir_slash.size()))
+        .Str();
+  }
+
+  /// The directories of an external media are given with a doubled slash.
+  std::string InOneSlash(std::string source) const {
+    const std::string& prefix = request_.external_inst_slash;
+    if (!prefix.empty() && source.starts_with(prefix + "/")) source.erase(prefix.size(), 1);
+    return source;
+  }
+
+  Totals Top(const StagingCopy& copy) {
+    struct stat status;
+    if (::lstat(copy.source.c_str(), &status) != 0) {
+      Fail("staging-source-missing", InsPath(copy.source).Str(),
+           "it is needed to stage the installer, and is not there", "put it there");
+      return {};
+    }
+    return Entry(InOneSlash(copy.source), OverlaidBy(copy));
+  }
+
+  Totals Entry(const std::string& path, const std::string& overlaid) {
+    struct stat status;
+    if (::stat(path.c_str(), &status) != 0) {
+      if (errno == ELOOP) {
+        forecast_.fails = true;
+        AddTooManyLinks(path, Severity::kError, findings_);
+      } else if (struct stat link; ::lstat(path.c_str(), &link) == 0) {
+        forecast_.fails = true;
+        AddDanglingLink(path, Severity::kError, findings_);
+      } else {
+        Fail("unreadable", path, "you cannot read it",
+             "give the directories above it permission x");
+      }
+      return {};
+    }
+    if (S_ISDIR(status.st_mode)) return Directory(path, {status.st_dev, status.st_ino}, overlaid);
+    if (AddSpecialFile(path, status.st_mode, Severity::kError, findings_)) {
+      forecast_.fails = true;
+      return {};
+    }
+    if (!MayUse(path, R_OK)) {
+      Fail("unreadable", path, "you cannot read it", "give it read permission (chmod a+r)");
+    }
+    LookAtOverlaid(path, overlaid, /*with_directory=*/false);
+    return {1, 0, static_cast<std::uint64_t>(status.st_size)};
+  }
+
+  /// What is staged already stands in the way when it is of another kind, or may not be written.
+  void LookAtOverlaid(const std::string& path, const std::string& overlaid, bool with_directory) {
+    struct stat status;
+    if (overlaid.empty() || ::stat(overlaid.c_str(), &status) != 0) return;
+    if (S_ISDIR(status.st_mode) != with_directory) {
+      Fail("overlay-of-another-kind", path,
+           with_directory ? "a directory, and in the media a file has its name"
+                          : "a file, and in the media a directory has its name",
+           "rename one of the two");
+      return;
+    }
+    if (with_directory || (status.st_mode & S_IWUSR) != 0) return;
+    const bool fails = ::geteuid() != 0;  // only the superuser writes into it all the same
+    if (fails) forecast_.fails = true;
+    findings_.Add({"read-only-overwritten", fails ? Severity::kError : Severity::kWarning, overlaid,
+                   "a read-only file that the external installer media has to overwrite",
+                   "give it write permission for its owner (chmod u+w)"});
+  }
+
+  Totals Directory(const std::string& path, const FileIdentity& identity,
+                   const std::string& overlaid) {
+    LookAtOverlaid(path, overlaid, /*with_directory=*/true);
+    if (above_target_.contains(identity)) {
+      Fail("staging-into-itself", path, "the temporary directory lies inside of what is copied",
+           "let TMPDIR name a directory outside the media");
+      return {};
+    }
+    if (on_the_way_.contains(identity)) {
+      forecast_.fails = true;
+      AddLinkCycle(path, Severity::kError, findings_);
+      return {};
+    }
+    if (const auto known = done_.find(identity); known != done_.end()) return known->second;
+
+    bool is_whole = true;
+    const std::vector<std::string> names = NamesIn(path, is_whole);
+    if (!is_whole) AddUnlistable(path, findings_);
+    on_the_way_.insert(identity);
+    Totals totals = {0, 1, 0};
+    for (const std::string& name : names) {
+      totals.Add(Entry(path + "/" + name, overlaid.empty() ? "" : overlaid + "/" + name));
+    }
+    on_the_way_.erase(identity);
+    done_[identity] = totals;
+    return totals;
+  }
+
+  /// Only of a tree that has been found to be finite and not too large.
+  void List(const std::string& source, const std::string& destination,
+            std::set<std::string>& names) {
+    struct stat status;
+    if (::stat(source.c_str(), &status) != 0) return;
+    if (!S_ISDIR(status.st_mode)) {
+      names.insert(destination.substr(request_.staging_dir_slash.size()));
+      return;
+    }
+    bool is_whole = true;
+    for (const std::string& name : NamesIn(source, is_whole)) {
+      List(source + "/" + name, destination + "/" + name, names);
+    }
+  }
+
+  const StagingRequest& request_;
+  Findings& findings_;
+  StagingForecast forecast_;
+  std::set<FileIdentity> above_target_;
+  std::set<FileIdentity> on_the_way_;
+  std::map<FileIdentity, Totals> done_;
+};
+
+}  // namespace
+
+StagingForecast ForecastStaging(const StagingRequest& request, Findings& findings) {
+  return Survey(request, findings).Run();
+}
+
+}  // namespace kvl

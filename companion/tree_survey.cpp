@@ -1,0 +1,181 @@
+#include "companion/tree_survey.h"
+
+#include <errno.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "companion/special_file.h"
+#include "insio/finder.h"
+#include "insio/tree_level.h"
+
+namespace kvl {
+namespace {
+
+using KVLInsIO::FileIdentity;
+
+/// A way from one directory into another.
+struct Way {
+  FileIdentity to;
+  std::string path;
+  bool is_link;
+};
+
+/// The directories of a tree, and how they can be reached from each other.
+class Graph {
+ public:
+  void Add(const FileIdentity& from, Way way) { ways_[from].push_back(std::move(way)); }
+
+  /// Adds a finding for one link of each circle that a walk through all directories comes upon.
+  void FindCircles(Findings& findings) {
+    for (const auto& [start, unused] : ways_) {
+      if (!state_.contains(start)) FindCirclesBelow(start, findings);
+    }
+  }
+
+ private:
+  enum class State { kOnTheWay, kDone };
+  struct Step {
+    FileIdentity directory;
+    std::size_t next_way;
+  };
+
+  void FindCirclesBelow(const FileIdentity& start, Findings& findings) {
+    std::vector<Step> steps = {{start, 0}};
+    state_[start] = State::kOnTheWay;
+    while (!steps.empty()) {
+      Step& step = steps.back();
+      const auto ways = ways_.find(step.directory);
+      if (ways == ways_.end() || step.next_way == ways->second.size()) {
+        state_[step.directory] = State::kDone;
+        steps.pop_back();
+        continue;
+      }
+      const Way& way = ways->second[step.next_way++];
+      const auto seen = state_.find(way.to);
+      if (seen == state_.end()) {
+        state_[way.to] = State::kOnTheWay;
+        steps.push_back({way.to, 0});
+      } else if (seen->second == State::kOnTheWay) {
+        Report(steps, way, findings);
+      }
+    }
+  }
+
+  /// `last` leads back to a directory of `steps`.
+  void Report(const std::vector<Step>& steps, const Way& last, Findings& findings) {
+    const Way* link = last.is_link ? &last : nullptr;
+    for (std::size_t i = steps.size(); link == nullptr && i-- > 0;) {
+      if (steps[i].directory == last.to || i == 0) break;
+      const Step& before = steps[i - 1];
+      const Way& way = ways_[before.directory][before.next_way - 1];
+      if (way.is_link) link = &way;
+    }
+    if (link != nullptr) AddLinkCycle(link->path, Severity::kWarning, findings);
+  }
+
+  std::map<FileIdentity, std::vector<Way>> ways_;
+  std::map<FileIdentity, State> state_;
+};
+
+class Survey {
+ public:
+  explicit Survey(Findings& findings) : findings_(findings) {}
+
+  void Run(const std::string& top) {
+    open_.push_back(top);
+    while (!open_.empty()) {
+      const std::string directory = std::move(open_.back());
+      open_.pop_back();
+      LookThrough(directory);
+    }
+    graph_.FindCircles(findings_);
+  }
+
+ private:
+  void Warn(const char* code, const std::string& path, const char* text, const char* remedy) {
+    findings_.Add({code, Severity::kWarning, path, text, remedy});
+  }
+
+  void LookThrough(const std::string& directory) {
+    std::vector<std::string> names;
+    const bool is_whole = KVLInsIO::ForEachName(directory, [&](std::string_view name) {
+      if (name != "." && name != "..") names.emplace_back(name);
+    });
+    if (!is_whole) AddUnlistable(directory, findings_);
+    std::sort(names.begin(), names.end());
+    FileIdentity here;
+    if (!KVLInsIO::Identify(directory, here)) return;
+    const std::size_t first_below = open_.size();
+    for (const std::string& name : names) LookAt(here, directory + "/" + name, name);
+    std::reverse(open_.begin() + static_cast<std::ptrdiff_t>(first_below), open_.end());
+  }
+
+  void LookAt(const FileIdentity& parent, const std::string& path, const std::string& name) {
+    if (name.size() > kLongestDiscName) {
+      Warn("name-too-long", path, "a name that is cut off on a disc (ISO 9660 with Rock Ridge)",
+           "shorten it to 253 bytes or less");
+    }
+    struct stat status;
+    if (::lstat(path.c_str(), &status) != 0) {
+      LookAtError(path, errno);
+      return;
+    }
+    if (S_ISLNK(status.st_mode)) {
+      LookAtLink(parent, path);
+      return;
+    }
+    if (AddSpecialFile(path, status.st_mode, Severity::kWarning, findings_)) return;
+    const bool is_directory = S_ISDIR(status.st_mode);
+    const mode_t wanted = is_directory ? S_IROTH | S_IXOTH : S_IROTH;
+    if ((status.st_mode & wanted) != wanted) {
+      Warn("not-readable-by-others", path, "an ordinary user cannot read it",
+           is_directory ? "give it read and execute permission for all (chmod a+rx)"
+                        : "give it read permission for all (chmod a+r)");
+    }
+    if (!is_directory) return;
+    graph_.Add(parent, {{status.st_dev, status.st_ino}, path, /*is_link=*/false});
+    open_.push_back(path);
+  }
+
+  void LookAtError(const std::string& path, int error) {
+    if (error == ENAMETOOLONG) {
+      Warn("path-too-long", path, "a path that is too long for the system",
+           "put it less deep, or shorten names");
+    } else if (error != ENOENT) {  // it has just been removed
+      Warn("unreadable", path, "you cannot read it", "give the directories above it permission x");
+    }
+  }
+
+  void LookAtLink(const FileIdentity& parent, const std::string& path) {
+    struct stat target;
+    if (::stat(path.c_str(), &target) != 0) {
+      if (errno == ELOOP) {
+        AddTooManyLinks(path, Severity::kWarning, findings_);
+      } else {
+        AddDanglingLink(path, Severity::kWarning, findings_);
+      }
+      return;
+    }
+    AddSpecialFile(path, target.st_mode, Severity::kWarning, findings_);
+    if (S_ISDIR(target.st_mode)) {
+      graph_.Add(parent, {{target.st_dev, target.st_ino}, path, /*is_link=*/true});
+    }
+  }
+
+  Findings& findings_;
+  std::vector<std::string> open_;  // directories still to be looked through, the next one last
+  Graph graph_;
+};
+
+}  // namespace
+
+void SurveyTree(const std::string& directory, Findings& findings) {
+  Survey(findings).Run(directory);
+}
+
+}  // namespace kvl

@@ -1,0 +1,525 @@
+// kvl-media check: one test for each thing that it finds, comparing all that it says.
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <linux/capability.h>
+#include <sched.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/companion/check_world.h"
+
+namespace kvl::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kImpossibleHere = 99;
+
+struct Finding {
+  std::string name;
+  std::function<void(CheckWorld&)> make;
+  std::vector<std::string> arguments = {};
+  Environment env = {};
+  std::string says;  ///< texts as in MediaWorld
+  std::function<void()> before = {};
+};
+
+/// For the messages of the test's framework.
+void PrintTo(const Finding& row, std::ostream* stream) {
+  *stream << row.name;
+}
+
+class CheckFinds : public testing::TestWithParam<Finding> {};
+
+TEST_P(CheckFinds, SaysSo) {
+  const Finding& row = GetParam();
+  CheckWorld world;
+  row.make(world);
+  const std::vector<std::string> before = DescribeTreeExactly(world.Path("."));
+  const Outcome seen = world.Check(row.arguments, row.env, row.before);
+  if (seen.status == kImpossibleHere) GTEST_SKIP() << "this cannot be set up here";
+  EXPECT_EQ(WithoutBytes(seen.out), world.Text(row.says));
+  EXPECT_EQ(seen.err, "");
+  EXPECT_EQ(seen.status, 1);
+  EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
+}
+
+std::string Padded(std::string severity) {
+  severity.resize(11, ' ');
+  return severity;
+}
+
+std::string InPlace(const std::string& findings) {
+  return kTwoVolumes + findings + "1 problem: the installer will be started in place\n";
+}
+
+std::string TwoProblemsInPlace(const std::string& findings) {
+  return kTwoVolumes + findings + "2 problems: the installer will be started in place\n";
+}
+
+std::string CannotStart(const std::string& finding) {
+  return kTwoVolumes + finding + "1 problem: the installer cannot be started, status 255\n";
+}
+
+std::string Staged(const std::string& rows, const std::string& findings, int count = 1) {
+  return "Media      {1}\nSystem     linux\n"
+         "Installer  {1}/inst/linux/code/bin/installer, in the media\n" +
+         rows + "Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>\n" +
+         findings + std::to_string(count) + (count == 1 ? " problem" : " problems") +
+         ": the installer will be staged and started\n";
+}
+
+std::string StagingFails(const std::string& files, const std::string& finding, int count = 2) {
+  std::string text = kVolumeMissing;
+  text.replace(text.find("9 files"), 7, files);
+  const std::size_t missing = text.find("warning ");
+  text.insert(missing + text.substr(missing).size(), finding);
+  return text + std::to_string(count) + " problems: the launcher will end with status 1\n";
+}
+
+void TwoVolumes(CheckWorld& world) {
+  world.TwoVolumes();
+}
+
+/// A file system that no socket's long path fits into is worked around by going there.
+void MakeSocket(const std::string& directory) {
+  const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un address = {};
+  address.sun_family = AF_UNIX;
+  const fs::path before = fs::current_path();
+  fs::current_path(directory);
+  address.sun_path[0] = 's';
+  ::bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  fs::current_path(before);
+  ::close(descriptor);
+}
+
+/// To be called in the child: the superuser, too, is to ask for permissions.
+void GiveUpPermissions() {
+  for (const int power : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH}) {
+    if (::prctl(PR_CAPBSET_DROP, power, 0, 0, 0) != 0 && ::geteuid() == 0) ::_exit(kImpossibleHere);
+  }
+}
+
+std::vector<Finding> AboutVolumes() {
+  const std::string missing_rows =
+      "Volumes    2, layout unknown, tag SET-A\n           1  found       {1}\n";
+  return {
+      {.name = "MissingVolume",
+       .make = [](CheckWorld& world) { world.VolumeMissing(); },
+       .says =
+           std::string(kVolumeMissing) + "1 problem: the installer will be staged and started\n"},
+      {.name = "VolumeOfAnotherMedia",
+       .make = [](CheckWorld& world) { world.TwoVolumes().Volume("2").Marker(2, "SET-B"); },
+       .says = Staged("Volumes    2, layout sibling, tag SET-A\n           1  found       {1}\n"
+                      "           2  other-tag   {2}, tag SET-B\n",
+                      "warning    {2}/2.txt: volume 2 has the tag SET-B instead of SET-A; put the "
+                      "volume of the same media there\n")},
+      {.name = "UnreadableMarker",
+       .make = [](CheckWorld& world) { world.VolumeMissing().Volume("2").Dir("2.txt"); },
+       .says = Staged(missing_rows + "           2  unreadable  {2}\n",
+                      "warning    {2}/2.txt: the marker of volume 2 cannot be read; make it a "
+                      "regular file with read permission (chmod a+r)\n")},
+      {.name = "MarkerWithoutTag",
+       .make = [](CheckWorld& world) { world.VolumeMissing().Volume("2").File("2.txt", "tag\n"); },
+       .says = Staged(missing_rows + "           2  no-tag      {2}\n",
+                      "warning    {2}/2.txt: the marker of volume 2 has no line MTBDIR=<tag>; copy "
+                      "the marker again\n")},
+      {.name = "MissingMarkerOfTheFirstVolume",
+       .make = [](CheckWorld& world) { fs::remove(world.TwoVolumes().Path("1/1.txt")); },
+       .says = Staged("Volumes    2, layout unknown\n           1  missing     {1}\n",
+                      "warning    {1}/1.txt: volume 1 is missing: it has no marker; copy the whole "
+                      "volume there\n")},
+      {.name = "AmMarkerWithoutTag",
+       .make = [](CheckWorld& world) { world.VolumeMissing().Volume(".").File("7.txt", "x\n"); },
+       .says = Staged(
+           missing_rows + "           2  missing     {2}\n",
+           "warning    {}/7.txt: it looks like the marker of an AM volume, and has no line "
+           "MTBDIR=<tag>; copy the marker again, or remove it if it is none\n"
+           "warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume "
+           "there\n",
+           2)},
+      {.name = "EmptyVolumesFile",
+       .make =
+           [](CheckWorld& world) { world.TwoVolumes().Volume("1").File("inst/volumes.txt", ""); },
+       .says = Staged("Volumes    number unknown\n",
+                      "warning    {1}/inst/volumes.txt: it has no line with the number of volumes; "
+                      "write the number into it\n")},
+      {.name = "CarriageReturnInTheVolumesFile",
+       .make = [](CheckWorld& world) { world.TwoVolumes().Volume("1").Announces("2\r"); },
+       .says =
+           InPlace("warning    {1}/inst/volumes.txt: its first line has a carriage return; save it "
+                   "with line feeds alone\n")},
+      {.name = "NoNumberInTheVolumesFile",
+       .make = [](CheckWorld& world) { world.TwoVolumes().Volume("1").Announces("two"); },
+       .says =
+           "Media      {1}\nSystem     linux\n"
+           "Installer  {1}/inst/linux/code/bin/installer, in the media\n"
+           "Volumes    number unknown\nStart      none\n"
+           "error      {1}/inst/volumes.txt: its first line is no number of volumes, which aborts "
+           "the launcher; let its first line be the number of volumes, and nothing else\n"
+           "1 problem: the launcher will end with status 134\n"},
+      {.name = "ByteOrderMarkInTheVolumesFile",
+       .make =
+           [](CheckWorld& world) {
+             world.TwoVolumes().Volume("1").Announces(
+                 "\xEF\xBB\xBF"
+                 "2");
+           },
+       .says =
+           "Media      {1}\nSystem     linux\n"
+           "Installer  {1}/inst/linux/code/bin/installer, in the media\n"
+           "Volumes    number unknown\nStart      none\n"
+           "warning    {1}/inst/volumes.txt: it begins with a byte order mark, so that its number "
+           "is none; save it without a byte order mark\n"
+           "error      {1}/inst/volumes.txt: its first line is no number of volumes, which aborts "
+           "the launcher; let its first line be the number of volumes, and nothing else\n"
+           "2 problems: the launcher will end with status 134\n"},
+  };
+}
+
+std::vector<Finding> AboutTheInstaller() {
+  const std::string no_volumes =
+      "Volumes    2, layout sibling, tag SET-A\n"
+      "           1  found       {1}\n           2  found       {2}\n";
+  const std::string installer = "{1}/inst/linux/code/bin/installer";
+  return {
+      {.name = "NoInstaller",
+       .make = TwoVolumes,
+       .arguments = {"--installer", "other"},
+       .says =
+           "Media      {1}\nSystem     linux\nInstaller  not found\n" + no_volumes +
+           "Start      none\n"
+           "error      {1}/inst/linux/code/bin/other: there is no installer here, nor in an "
+           "external installer media; put the installer there, or name its directory (--os) and "
+           "file (--installer)\n"
+           "1 problem: the launcher will end with status 1\n"},
+      {.name = "BlankInTheInstallerMedia",
+       .make =
+           [](CheckWorld& world) {
+             fs::remove(world.TwoVolumes().Path("1/inst/linux/code/bin/installer"));
+             world.Volume("an ext").Installer();
+           },
+       .env = {{"KVL_ZOLVEN_Installer", "{an ext}"}},
+       .says =
+           "Media      {1}\nSystem     linux\nInstaller  not usable\n" + no_volumes +
+           "Start      none\n"
+           "error      {an ext}: the path of the external installer media has a blank in it; copy "
+           "that media into a directory without blanks\n"
+           "1 problem: the launcher will end with status 12\n"},
+      {.name = "InstallerWithoutExecutePermission",
+       .make =
+           [](CheckWorld& world) {
+             SetMode(world.TwoVolumes().Path("1/inst/linux/code/bin/installer"), 0644);
+           },
+       .says =
+           CannotStart("error      " + installer +
+                       ": the installer has no execute permission; give it that (chmod a+x)\n")},
+      {.name = "InstallerThatIsADirectory",
+       .make =
+           [](CheckWorld& world) {
+             fs::remove(world.TwoVolumes().Path("1/inst/linux/code/bin/installer"));
+             world.Volume("1").Dir("inst/linux/code/bin/installer");
+           },
+       .says = CannotStart("error      " + installer +
+                           ": it is a directory; put the installer there as a file\n")},
+      {.name = "BadLauncherArguments",
+       .make = TwoVolumes,
+       .arguments = {"--", "-SoftMgt"},
+       .says =
+           "Media      {1}\n"
+           "error      -SoftMgt must be used with another flag (either -List, -Check, -Commit or "
+           "-Rollback).; correct the launcher's arguments\n"
+           "1 problem: the launcher will end with status 1\n"},
+      {.name = "ArgumentThatIsSplit",
+       .make = TwoVolumes,
+       .arguments = {"--", "a\"b"},
+       .says =
+           InPlace("warning    the installer does not get its path and arguments as they are: a "
+                   "double quote, a doubled or last backslash or an empty argument is among them; "
+                   "do without them in the paths and arguments\n")},
+  };
+}
+
+std::vector<Finding> AboutFiles() {
+  return {
+      {.name = "DanglingLink",
+       .make = [](CheckWorld& world) { world.TwoVolumes().Volume("2").Link("link", "nowhere"); },
+       .says =
+           InPlace("warning    {2}/link: a link that leads nowhere; put there what it leads to, or "
+                   "remove the link\n")},
+      {.name = "LinkToADirectoryAbove",
+       .make = [](CheckWorld& world) { world.TwoVolumes().Volume("1").Link("inst/up", ".."); },
+       .says =
+           InPlace("warning    {1}/inst/up: a link that leads round in a circle; remove the link, "
+                   "or let it lead to something else\n")},
+      {.name = "LinksToEachOther",
+       .make =
+           [](CheckWorld& world) {
+             world.TwoVolumes().Volume("1").Link("a/b", "../c").Link("c/d", "../a");
+           },
+       .says =
+           InPlace("warning    {1}/c/d: a link that leads round in a circle; remove the link, or "
+                   "let it lead to something else\n")},
+      {.name = "LinkToItself",
+       .make = [](CheckWorld& world) { world.TwoVolumes().Volume("1").Link("self", "self"); },
+       .says = InPlace(
+           "warning    {1}/self: links that lead round in a circle, or too many of them one "
+           "behind the other; remove the link, or let it lead to something else\n")},
+      {.name = "Pipe",
+       .make = [](CheckWorld& world) { world.TwoVolumes().Directory().Pipe("2/pipe"); },
+       .says = InPlace("warning    {2}/pipe: a pipe, which cannot be copied; remove it from the "
+                       "media\n")},
+      {.name = "LinkToADevice",
+       .make = [](CheckWorld& world) { world.TwoVolumes().Volume("2").Link("zero", "/dev/zero"); },
+       .says = InPlace("warning    {2}/zero: a device, which cannot be copied; remove it from the "
+                       "media\n")},
+      {.name = "Socket",
+       .make = [](CheckWorld& world) { MakeSocket(world.TwoVolumes().Path("2")); },
+       .says = InPlace("warning    {2}/s: a socket, which cannot be copied; remove it from the "
+                       "media\n")},
+      {.name = "FileThatOthersCannotRead",
+       .make = [](CheckWorld& world) { SetMode(world.TwoVolumes().Path("1/media.db"), 0640); },
+       .says = InPlace("warning    {1}/media.db: an ordinary user cannot read it; give it read "
+                       "permission for all (chmod a+r)\n")},
+      {.name = "DirectoryThatOthersCannotRead",
+       .make = [](CheckWorld& world) { SetMode(world.TwoVolumes().Path("1/inst/common"), 0754); },
+       .says =
+           InPlace("warning    {1}/inst/common: an ordinary user cannot read it; give it read and "
+                   "execute permission for all (chmod a+rx)\n")},
+      {.name = "DirectoryThatCannotBeListed",
+       .make = [](CheckWorld& world) { SetMode(world.TwoVolumes().Path("1/inst/common"), 0311); },
+       .says = TwoProblemsInPlace(
+           "warning    {1}/inst/common: an ordinary user cannot read it; give it read and execute "
+           "permission for all (chmod a+rx)\n"
+           "warning    {1}/inst/common: a directory that you may not list, so that it counts as "
+           "empty; "
+           "give it read and execute permission (chmod a+rx)\n"),
+       .before = GiveUpPermissions},
+      {.name = "NameTooLongForADisc",
+       .make =
+           [](CheckWorld& world) {
+             world.TwoVolumes()
+                 .Volume("2")
+                 .File(std::string(254, 'n'), "")
+                 .File(std::string(253, 'm'), "");
+           },
+       .says =
+           InPlace("warning    {2}/" + std::string(254, 'n') +
+                   ": a name that is cut off on a disc (ISO 9660 with Rock Ridge); shorten it to "
+                   "253 bytes or less\n")},
+      {.name = "BytesThatAreNoText",
+       .make = [](CheckWorld& world) { world.TwoVolumes().Volume("2").Link("a\xFF\n\\", "x"); },
+       .says =
+           InPlace("warning    {2}/a\\xFF\\x0A\\\\: a link that leads nowhere; put there what it "
+                   "leads to, or remove the link\n")},
+      {.name = "ManyOfOneKind",
+       .make =
+           [](CheckWorld& world) {
+             world.TwoVolumes();
+             for (int i = 100; i < 112; ++i) world.Volume("2").Link(std::to_string(i), "nowhere");
+           },
+       .says =
+           [] {
+             std::string text = kTwoVolumes;
+             for (int i = 100; i < 110; ++i) {
+               text += "warning    {2}/" + std::to_string(i) +
+                       ": a link that leads nowhere; put there what it leads to, or remove the "
+                       "link\n";
+             }
+             return text +
+                    "           and 2 more of dangling-link\n"
+                    "12 problems: the installer will be started in place\n";
+           }()},
+  };
+}
+
+std::vector<Finding> AboutStaging() {
+  return {
+      {.name = "DescriptionFileMissing",
+       .make = [](CheckWorld& world) { fs::remove(world.VolumeMissing().Path("1/media.db")); },
+       .says =
+           StagingFails("8 files",
+                        "error      {1}/media.db: it is needed to stage the installer, and is not "
+                        "there; put it there\n")},
+      {.name = "PipeToBeStaged",
+       .make = [](CheckWorld& world) { world.VolumeMissing().Directory().Pipe("1/inst/pipe"); },
+       .says =
+           StagingFails("9 files",
+                        "error      {1}/inst/pipe: a pipe, which cannot be copied; remove it from "
+                        "the media\n")},
+      {.name = "DanglingLinkToBeStaged",
+       .make = [](CheckWorld& world) { world.VolumeMissing().Volume("1").Link("inst/x", "y"); },
+       .says =
+           StagingFails("9 files",
+                        "error      {1}/inst/x: a link that leads nowhere; put there what it leads "
+                        "to, or remove the link\n")},
+      {.name = "CircleToBeStaged",
+       .make = [](CheckWorld& world) { world.VolumeMissing().Volume("1").Link("inst/x", "."); },
+       .says =
+           StagingFails("9 files",
+                        "error      {1}/inst/x: a link that leads round in a circle; remove the "
+                        "link, or let it lead to something else\n")},
+      {.name = "UnreadableFileToBeStaged",
+       .make = [](CheckWorld& world) { SetMode(world.VolumeMissing().Path("1/media.db"), 0044); },
+       .says = StagingFails("9 files",
+                            "error      {1}/media.db: you cannot read it; give it read permission "
+                            "(chmod a+r)\n"),
+       .before = GiveUpPermissions},
+      {.name = "TemporaryDirectoryInsideOfWhatIsCopied",
+       .make = [](CheckWorld& world) { world.VolumeMissing().Volume("1").Dir("inst/tmp"); },
+       .env = {{"TMPDIR", "{1/inst/tmp}"}},
+       .says =
+           [] {
+             std::string text = StagingFails(
+                 "5 files",
+                 "error      {1}/inst: the temporary directory lies inside of what is copied; let "
+                 "TMPDIR name a directory outside the media\n");
+             return text.replace(text.find("{tmp}"), 5, "{1}/inst/tmp");
+           }()},
+      {.name = "TemporaryDirectoryThatIsNone",
+       .make = [](CheckWorld& world) { world.VolumeMissing().Volume(".").File("file", ""); },
+       .env = {{"TMPDIR", "{file}"}},
+       .says =
+           [] {
+             std::string text =
+                 StagingFails("9 files",
+                              "error      {file}: the temporary directory is none; let "
+                              "TMPDIR name a directory that you can write into\n");
+             return text.replace(text.find("{tmp}"), 5, "{file}");
+           }()},
+  };
+}
+
+TEST(CheckFindsMore, AnAmVolumeOfAnotherSet) {
+  CheckWorld world;
+  world.Volume("1/m/1").Installer().Descriptions().Announces("3").Marker(1, "SET-A");
+  world.Volume("1").Marker(1, "AM-A");
+  world.Volume("2").Marker(2, "AM-B");
+  world.Volume("3").Marker(3, "AM-A");
+  world.Volume("3/m/3").Marker(3, "SET-A");
+  const Outcome seen = world.Companion(
+      {"check", "{1/m/1}", "--os", "linux", "--installer", "installer"}, {{"TMPDIR", "{tmp}"}});
+  EXPECT_EQ(
+      WithoutBytes(seen.out),
+      world.Text("Media      {1/m/1}\n"
+                 "System     linux\n"
+                 "Installer  {1/m/1}/inst/linux/code/bin/installer, in the media\n"
+                 "Volumes    3, layout am, tag SET-A\n"
+                 "           1  found       {1/m/1}\n"
+                 "           2  other-tag   {2/m/2}\n"
+                 "           3  found       {3/m/3}\n"
+                 "Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>\n"
+                 "warning    {2}/2.txt: AM volume 2 has the tag AM-B instead of AM-A; put the "
+                 "volume of the same media there\n"
+                 "1 problem: the installer will be staged and started\n"));
+  EXPECT_EQ(seen.err, "");
+  EXPECT_EQ(seen.status, 1);
+}
+
+TEST(CheckFindsMore, AMountThatForbidsToExecute) {
+  CheckWorld world;
+  world.TwoVolumes();
+  const std::string media = world.Path("1");
+  const Outcome seen = world.Check({}, {}, [&] {
+    const unsigned long again = MS_REMOUNT | MS_BIND | MS_NOEXEC;
+    const bool is_possible =
+        ::unshare(CLONE_NEWNS) == 0 &&
+        ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+        ::mount(media.c_str(), media.c_str(), nullptr, MS_BIND, nullptr) == 0 &&
+        ::mount("none", media.c_str(), nullptr, again, nullptr) == 0;
+    if (!is_possible) ::_exit(kImpossibleHere);
+  });
+  if (seen.status == kImpossibleHere) GTEST_SKIP() << "nothing can be mounted here";
+  EXPECT_EQ(seen.out, world.Text(CannotStart(
+                          "error      {1}/inst/linux/code/bin/installer: the installer would "
+                          "be started from a file system that is mounted noexec; mount it "
+                          "without noexec, or copy the media to another file system\n")));
+  EXPECT_EQ(seen.status, 1);
+}
+
+TEST(CheckFindsMore, TooLittleSpaceForStaging) {
+  CheckWorld world;
+  world.VolumeMissing().Volume("1").File("inst/huge", "");
+  std::error_code error;
+  fs::resize_file(world.Path("1/inst/huge"), 1ULL << 43U, error);  // a hole
+  if (error) GTEST_SKIP() << "no file of 8 TiB can be made here";
+  const Outcome seen = world.Check();
+  EXPECT_THAT(seen.out, testing::HasSubstr("the launcher will end with status 1\n"));
+  EXPECT_THAT(seen.out, testing::ContainsRegex(world.Text(
+                            "error      {tmp}/<identifier>/: staging needs [0-9]+ bytes, and "
+                            "[0-9]+ are free; make room there, or let TMPDIR name another "
+                            "directory\n")));
+  EXPECT_EQ(seen.status, 1);
+}
+
+TEST(CheckFindsMore, AReadOnlyFileThatAnExternalMediaOverwrites) {
+  CheckWorld world;
+  world.VolumeMissing();
+  world.Volume("ext").Installer();
+  SetMode(world.Path("1/inst/common/reffiles/list"), 0444);
+  const Outcome seen =
+      world.Check({"--", "-installerPath", "{ext}"}, {{"KVL_UseExternalInstaller", "1"}});
+  const bool is_superuser = ::geteuid() == 0;
+  EXPECT_EQ(
+      WithoutBytes(seen.out),
+      world.Text("Media      {1}\n"
+                 "System     linux\n"
+                 "Installer  {ext}/inst/linux/code/bin/installer, from -installerPath\n"
+                 "Volumes    2, layout unknown, tag SET-A\n"
+                 "           1  found       {1}\n"
+                 "           2  missing     {2}\n"
+                 "Start      staged in {tmp}/<identifier>: 12 files, <n> bytes, free <n>\n"
+                 "warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole "
+                 "volume there\n" +
+                 Padded(is_superuser ? "warning" : "error") +
+                 "{1}/inst/common/reffiles/list: a read-only file that the external installer "
+                 "media has to overwrite; give it write permission for its owner (chmod u+w)\n"
+                 "2 problems: " +
+                 (is_superuser ? "the installer will be staged and started\n"
+                               : "the launcher will end with status 1\n")));
+  EXPECT_EQ(seen.status, 1);
+}
+
+TEST(CheckFindsMore, NothingInAMediaThatIsAsItShouldBe) {
+  CheckWorld world;
+  world.TwoVolumes();
+  const Outcome seen = world.Check();
+  EXPECT_EQ(seen.out, world.Text(std::string(kTwoVolumes) +
+                                 "Fine: the installer will be started in place\n"));
+  EXPECT_EQ(seen.err, "");
+  EXPECT_EQ(seen.status, 0);
+}
+
+TEST(CheckEnds, InATreeOfLinksThatACopyWouldTakeYearsFor) {
+  CheckWorld world;
+  world.VolumeMissing();
+  for (int i = 0; i < 38; ++i) {
+    const std::string directory = "inst/" + std::to_string(i);
+    const std::string next = "../" + std::to_string(i + 1);
+    world.Volume("1").Link(directory + "/a", next).Link(directory + "/b", next);
+  }
+  world.Volume("1").File("inst/38/file", "x");
+  const Outcome seen = world.Check();
+  EXPECT_EQ(seen.status, 1);
+  EXPECT_THAT(seen.out, testing::HasSubstr(": 549755813896 files, "));
+}
+
+INSTANTIATE_TEST_SUITE_P(AboutVolumes, CheckFinds, testing::ValuesIn(AboutVolumes()),
+                         [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(AboutTheInstaller, CheckFinds, testing::ValuesIn(AboutTheInstaller()),
+                         [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(AboutFiles, CheckFinds, testing::ValuesIn(AboutFiles()),
+                         [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(AboutStaging, CheckFinds, testing::ValuesIn(AboutStaging()),
+                         [](const auto& row) { return row.param.name; });
+
+}  // namespace
+}  // namespace kvl::test
