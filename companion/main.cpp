@@ -1,13 +1,17 @@
 // kvl-media: checks and makes installation media.
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "companion/json_report.h"
 #include "companion/media_check.h"
+#include "companion/media_maker.h"
 #include "companion/plain_text.h"
 #include "companion/text_report.h"
 
@@ -63,6 +67,105 @@ int Check(const CheckCall& call, const std::vector<std::string>& launcher_argume
   return report.findings.Count() == 0 ? kFine : kProblems;
 }
 
+/// Where the launcher to put on a media lies unless somebody says otherwise: beside this program.
+std::string LauncherBesideUs() {
+  std::error_code error;
+  const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+  return error ? std::string() : (self.parent_path() / "kvl-launcher").string();
+}
+
+struct MakeCall {
+  kvl::MediaMakeRequest request;
+  bool is_quiet = false;
+};
+
+void AddMake(CLI::App& app, MakeCall& call) {
+  kvl::MediaMakeRequest& request = call.request;
+  request.launcher = LauncherBesideUs();
+  CLI::App* make = app.add_subcommand(
+      "make",
+      "Makes a media from a payload tree, split into volumes. DIR must be empty or missing;\n"
+      "nothing is ever overwritten. Volume i holds payload/i and its list of checksums.");
+  make->add_option("PAYLOAD", request.payload, "Directory of what is to be installed")->required();
+  make->add_option("DIR", request.directory, "Directory to write the media into")->required();
+  make->add_option("--layout", request.layout,
+                   "single, flat, sibling or am (default: single for one volume, else sibling)")
+      ->check(CLI::IsMember({"single", "flat", "sibling", "am"}));
+  make->add_option("--volume-size", request.volume_size,
+                   "Most bytes on a volume, with K, M or G for powers of 1024 (default: no limit)")
+      ->transform(CLI::AsSizeValue(/*kb_is_1000=*/false));
+  make->add_option("--tag", request.tag, "Text that marks volumes as belonging together")
+      ->required();
+  make->add_option("--installer", request.installer, "Installer to put on the media")->required();
+  make->add_option("--launcher", request.launcher,
+                   "Launcher to put on the media (default: kvl-launcher beside this program)");
+  make->add_option("--os", request.os_name,
+                   "Name of the operating-system directory below inst (default: linux)");
+  make->add_flag("--quiet", call.is_quiet, "Show no progress, even on a terminal");
+  for (CLI::Option* option : make->get_options()) option->take_last();
+  make->footer("Exit status: 0 done, 1 the media could not be written, 2 bad call.");
+}
+
+/// A path as it can be pasted into a shell.
+std::string Quoted(const std::string& path) {
+  std::string text = "'";
+  for (const char letter : path) {
+    if (letter == '\'') {
+      text += "'\\''";
+    } else {
+      text += letter;
+    }
+  }
+  return text + "'";
+}
+
+/// One line on a terminal, rewritten whenever its figures change.
+class ProgressLine {
+ public:
+  explicit ProgressLine(bool is_shown) : is_shown_(is_shown) {}
+  ~ProgressLine() {
+    if (!line_.empty()) std::fputs("\r\033[K", stderr);
+  }
+  ProgressLine(const ProgressLine&) = delete;
+  ProgressLine& operator=(const ProgressLine&) = delete;
+
+  void Show(std::size_t volume, std::uint64_t done, std::uint64_t in_all) {
+    if (!is_shown_) return;
+    const std::uint64_t percent = in_all == 0 ? 100 : done / (in_all / 100 + 1);
+    std::string line =
+        "Volume " + std::to_string(volume) + ", " + std::to_string(percent) + " % of the payload";
+    if (line == line_) return;
+    line_ = std::move(line);
+    std::fprintf(stderr, "\r%s\033[K", line_.c_str());
+  }
+
+ private:
+  bool is_shown_;
+  std::string line_;
+};
+
+int Make(const MakeCall& call) try {
+  kvl::MadeMedia made;
+  {
+    ProgressLine line(!call.is_quiet && ::isatty(STDERR_FILENO) == 1);
+    made = kvl::MakeMedia(call.request,
+                          [&](std::size_t volume, std::uint64_t done, std::uint64_t in_all) {
+                            line.Show(volume, done, in_all);
+                          });
+  }
+  Write("Made a media with tag " + call.request.tag + ", layout " + made.layout + ", volumes: " +
+        std::to_string(made.volumes) + ".\nFirst volume: " + Quoted(made.first_volume) +
+        "\nStart it with: " + Quoted(made.first_volume + "/StartTUI.sh") + "\n");
+  return kFine;
+} catch (const kvl::CannotMake& reason) {
+  return BadCall(reason.what());
+} catch (const std::exception& failure) {
+  std::string text = failure.what();
+  while (text.ends_with('\n')) text.pop_back();
+  BadCall(text);
+  return kProblems;
+}
+
 int Run(std::vector<std::string> arguments) {
   CLI::App app("Checks and makes installation media.", "kvl-media");
   app.set_version_flag("--version", "kvl-media " KVL_VERSION);
@@ -70,8 +173,12 @@ int Run(std::vector<std::string> arguments) {
   app.require_subcommand(1);
   CheckCall check;
   AddCheck(app, check);
+  MakeCall make;
+  AddMake(app, make);
 
-  const auto end = std::find(arguments.begin(), arguments.end(), "--");
+  // Only for a check they mean something of their own; elsewhere the parser knows what they mean.
+  const bool is_check = !arguments.empty() && arguments.front() == "check";
+  const auto end = is_check ? std::find(arguments.begin(), arguments.end(), "--") : arguments.end();
   const std::vector<std::string> rest(end == arguments.end() ? end : end + 1, arguments.end());
   arguments.erase(end, arguments.end());
   std::reverse(arguments.begin(), arguments.end());  // as the parser wants them
@@ -83,7 +190,7 @@ int Run(std::vector<std::string> arguments) {
   } catch (const CLI::ParseError& error) {
     return BadCall(std::string(error.what()) + " (see --help)");
   }
-  return Check(check, rest);
+  return app.got_subcommand("make") ? Make(make) : Check(check, rest);
 }
 
 }  // namespace

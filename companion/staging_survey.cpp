@@ -13,6 +13,7 @@
 #include <set>
 #include <string_view>
 
+#include "companion/path_below.h"
 #include "companion/special_file.h"
 #include "insio/file_attributes.h"
 #include "insio/finder.h"
@@ -213,7 +214,7 @@ class Survey {
     on_the_way_.insert(identity);
     Totals totals = {0, 1, 0};
     for (const std::string& name : names) {
-      totals.Add(Entry(path + "/" + name, overlaid.empty() ? "" : overlaid + "/" + name));
+      totals.Add(Entry(PathBelow(path, name), overlaid.empty() ? "" : PathBelow(overlaid, name)));
     }
     on_the_way_.erase(identity);
     done_[identity] = totals;
@@ -231,7 +232,7 @@ class Survey {
     }
     bool is_whole = true;
     for (const std::string& name : NamesIn(source, is_whole)) {
-      List(source + "/" + name, destination + "/" + name, names);
+      List(PathBelow(source, name), PathBelow(destination, name), names);
     }
   }
 

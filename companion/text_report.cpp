@@ -101,7 +101,9 @@ class Text {
   void WriteDetails() {
     WriteList("Command", report_.command);
     std::vector<std::string> variables;
-    for (const auto& [name, value] : report_.variables) variables.push_back(name + "=" + value);
+    for (const auto& [name, value] : report_.variables) {
+      variables.push_back(std::string(name).append("=").append(value));
+    }
     WriteList("Variables", variables);
     WriteList("Messages", report_.messages);
   }

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "companion/path_below.h"
 #include "companion/special_file.h"
 #include "insio/finder.h"
 #include "insio/tree_level.h"
@@ -111,7 +112,7 @@ class Survey {
     FileIdentity here;
     if (!KVLInsIO::Identify(directory, here)) return;
     const std::size_t first_below = open_.size();
-    for (const std::string& name : names) LookAt(here, directory + "/" + name, name);
+    for (const std::string& name : names) LookAt(here, PathBelow(directory, name), name);
     std::reverse(open_.begin() + static_cast<std::ptrdiff_t>(first_below), open_.end());
   }
 

@@ -1,0 +1,34 @@
+# shellcheck shell=bash
+# Completion for kvl-media in bash. To be sourced, or put into a directory of bash-completion.
+
+_kvl_media() {
+  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} words='' files=''
+  COMPREPLY=()
+  if ((COMP_CWORD == 1)); then
+    words='check make --help --version'
+  else
+    case $before in
+      --layout) words='single flat sibling am' ;;
+      --installer)
+        if [[ ${COMP_WORDS[1]} == make ]]; then files=file; fi ;;
+      --launcher) files=file ;;
+      --os | --tag | --volume-size) ;;
+      *)
+        files=directory
+        case ${COMP_WORDS[1]} in
+          check) words='--help --installer --json --os --verbose' ;;
+          make) words='--help --installer --launcher --layout --os --quiet --tag --volume-size' ;;
+          *) files='' ;;
+        esac ;;
+    esac
+  fi
+  mapfile -t COMPREPLY < <(
+    compgen -W "$words" -- "$word"
+    case $files in
+      file) compgen -f -- "$word" ;;
+      directory) if [[ $word != -* ]]; then compgen -d -- "$word"; fi ;;
+    esac
+  )
+}
+
+complete -o filenames -F _kvl_media kvl-media

@@ -1,0 +1,42 @@
+// Making a media from a payload: volumes with their markers, the installer's "inst", description files
+// and start scripts.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+
+#include "companion/media_plan.h"
+
+namespace kvl {
+
+struct MediaMakeRequest {
+  std::string payload;    ///< a directory
+  std::string directory;  ///< where to; empty or missing
+  /// "single", "flat", "sibling" or "am"; empty: single when one volume is enough, else sibling.
+  std::string layout;
+  std::uint64_t volume_size = kNoLimit;
+  std::string tag;
+  std::string installer;  ///< a file
+  std::string launcher;   ///< a file
+  std::string os_name = "linux";
+};
+
+struct MadeMedia {
+  std::string layout;
+  std::size_t volumes = 1;
+  std::string first_volume;  ///< the directory, absolute
+};
+
+/// Told of each payload file before it is copied: its volume, and how many bytes of the whole payload
+/// have been copied.
+using Progress =
+    std::function<void(std::size_t volume, std::uint64_t bytes_done, std::uint64_t bytes_in_all)>;
+
+/// Volume i holds payload/i, what has been put on it, beside payload/i.cksum. Files get the modes 644
+/// and 755, whatever the umask and those of the payload, and keep their times.
+/// Throws CannotMake before anything is written, what the library throws when something cannot be
+/// written; what has been written by then stays.
+MadeMedia MakeMedia(const MediaMakeRequest& request, const Progress& progress);
+
+}  // namespace kvl

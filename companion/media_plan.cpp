@@ -1,0 +1,160 @@
+#include "companion/media_plan.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <set>
+#include <string_view>
+
+#include "companion/tree_survey.h"
+#include "insio/finder.h"
+
+namespace kvl {
+namespace {
+
+/// Room for the marker, its directories, and the beginnings of the payload's own.
+constexpr std::uint64_t kVolumeFrame = 6 * kDiscBlock;
+
+/// The length of a file's line in a list: sum, size, name, with some room for the volume's number.
+std::uint64_t LineLength(const PayloadEntry& entry) {
+  constexpr std::uint64_t kSumAndSize = 40;
+  return entry.is_directory ? 0 : entry.name.size() + kSumAndSize;
+}
+
+class Lister {
+ public:
+  explicit Lister(const std::string& top) : top_(top) {}
+
+  std::vector<PayloadEntry> Run() {
+    ListBelow("");
+    return std::move(entries_);
+  }
+
+ private:
+  void ListBelow(const std::string& prefix) {
+    std::vector<std::string> names;
+    const std::string directory = top_ + "/" + prefix;
+    const bool is_whole = KVLInsIO::ForEachName(directory, [&](std::string_view name) {
+      if (name != "." && name != "..") names.emplace_back(name);
+    });
+    if (!is_whole) throw CannotMake("cannot list the directory: " + directory);
+    std::sort(names.begin(), names.end());
+    for (const std::string& name : names) Take(prefix + name, name);
+  }
+
+  void Take(const std::string& path, const std::string& name) {
+    const std::string full = top_ + "/" + path;
+    struct stat status;
+    if (::lstat(full.c_str(), &status) != 0) throw CannotMake("cannot read: " + full);
+    if (name.find_first_of("\n\r") != std::string::npos) {
+      throw CannotMake("a name with a line break cannot be listed: " + full);
+    }
+    if (name.size() > kLongestDiscName) {
+      throw CannotMake("a name is too long for a disc: " + full);
+    }
+    if (S_ISLNK(status.st_mode)) {
+      throw CannotMake("a link could be torn from what it leads to: " + full);
+    }
+    const bool is_directory = S_ISDIR(status.st_mode);
+    if (!is_directory && !S_ISREG(status.st_mode)) {
+      throw CannotMake("neither a file nor a directory: " + full);
+    }
+    if (::faccessat(AT_FDCWD, full.c_str(), R_OK, AT_EACCESS) != 0) {
+      throw CannotMake("cannot read: " + full);
+    }
+    entries_.push_back(
+        {path, is_directory, is_directory ? 0 : static_cast<std::uint64_t>(status.st_size)});
+    if (is_directory) ListBelow(path + "/");
+  }
+
+  std::string top_;
+  std::vector<PayloadEntry> entries_;
+};
+
+/// One volume being filled.
+class Volume {
+ public:
+  Volume(std::uint64_t most_bytes, std::uint64_t other_bytes)
+      : most_bytes_(most_bytes), bytes_(kVolumeFrame + other_bytes) {}
+
+  /// False when the entry does not fit, and then nothing has changed.
+  bool Take(const PayloadEntry& entry) {
+    const std::vector<std::string> directories = NewDirectoriesFor(entry);
+    const std::uint64_t list = list_bytes_ + LineLength(entry);
+    const std::uint64_t bytes =
+        bytes_ + directories.size() * kDiscBlock + (entry.is_directory ? 0 : OnDisc(entry.size));
+    if (bytes + OnDisc(list) > most_bytes_) return false;
+    bytes_ = bytes;
+    list_bytes_ = list;
+    for (const std::string& directory : directories) {
+      directories_.insert(directory);
+      entries_.push_back({directory, /*is_directory=*/true, 0});
+    }
+    if (!entry.is_directory) entries_.push_back(entry);
+    return true;
+  }
+
+  bool FrameFits() const { return bytes_ <= most_bytes_; }
+  std::vector<PayloadEntry> Entries() && { return std::move(entries_); }
+
+ private:
+  std::vector<std::string> NewDirectoriesFor(const PayloadEntry& entry) const {
+    std::vector<std::string> missing;
+    for (std::size_t slash = entry.name.find('/'); slash != std::string::npos;
+         slash = entry.name.find('/', slash + 1)) {
+      const std::string directory = entry.name.substr(0, slash);
+      if (!directories_.contains(directory)) missing.push_back(directory);
+    }
+    if (entry.is_directory && !directories_.contains(entry.name)) missing.push_back(entry.name);
+    return missing;
+  }
+
+  std::uint64_t most_bytes_;
+  std::uint64_t bytes_;
+  std::uint64_t list_bytes_ = 0;
+  std::set<std::string> directories_;
+  std::vector<PayloadEntry> entries_;
+};
+
+}  // namespace
+
+std::vector<PayloadEntry> ListPayload(const std::string& directory) {
+  return Lister(directory).Run();
+}
+
+std::uint64_t OnDisc(std::uint64_t size) {
+  return (size + kDiscBlock - 1) / kDiscBlock * kDiscBlock;
+}
+
+std::vector<std::vector<PayloadEntry>> SplitPayload(const std::vector<PayloadEntry>& payload,
+                                                    std::uint64_t most_bytes,
+                                                    std::uint64_t first_bytes) {
+  std::uint64_t list_of_all = 0;
+  for (const PayloadEntry& entry : payload) list_of_all += LineLength(entry);
+  Volume volume(most_bytes, first_bytes + OnDisc(list_of_all));
+  if (!volume.FrameFits()) {
+    throw CannotMake(
+        "the volume size is too small for what the first volume holds besides payload");
+  }
+  std::vector<std::vector<PayloadEntry>> volumes;
+  for (std::size_t i = 0; i < payload.size(); ++i) {
+    const PayloadEntry& entry = payload[i];
+    const bool comes_with_its_files =
+        i + 1 < payload.size() && payload[i + 1].name.starts_with(entry.name + "/");
+    if (comes_with_its_files || volume.Take(entry)) continue;
+    volumes.push_back(std::move(volume).Entries());
+    volume = Volume(most_bytes, 0);
+    if (!volume.Take(entry)) {
+      throw CannotMake("larger than a volume: " + entry.name);
+    }
+    if (volumes.size() == kMostVolumes) {
+      throw CannotMake("more than " + std::to_string(kMostVolumes) + " volumes would be needed");
+    }
+  }
+  volumes.push_back(std::move(volume).Entries());
+  return volumes;
+}
+
+}  // namespace kvl

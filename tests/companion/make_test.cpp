@@ -1,0 +1,240 @@
+// kvl-media make: what it writes, what it refuses, and that check finds nothing wrong with it.
+#include <unistd.h>
+
+#include <filesystem>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "companion/media_plan.h"
+#include "tests/companion/check_world.h"
+
+namespace kvl::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+using Lines = std::vector<std::string>;
+
+/// A payload of five files in "payload", and an installer that is a small program.
+void MakePayload(CheckWorld& world) {
+  VolumeBuilder payload = world.Volume("payload");
+  for (const char* name : {"a/1", "a/2", "b c/3", "b c/d/4", "5"}) {
+    payload.File(name, std::string(300'000, name[0]));
+  }
+  payload.Dir("empty");
+  SetMode(world.Path("payload/a/1"), 0700);
+  SetMode(world.Path("payload/a/2"), 0600);
+  SetTimes(world.Path("payload/a/1"), 1'000'000'000, 1'100'000'000);
+  SetMode(world.Directory().Write("setup", "#!/bin/sh\nexit 5\n"), 0600);
+}
+
+Outcome Make(const CheckWorld& world, const Lines& further, const Environment& env = {}) {
+  Lines arguments = {"make",       "--tag",     "T 1",     "--installer", "setup",
+                     "--launcher", "/bin/true", "payload", "media"};
+  arguments.insert(arguments.end(), further.begin(), further.end());
+  return world.Companion(arguments, env);
+}
+
+Lines NamesIn(const std::string& directory) {
+  Lines names = DescribeTree(directory);
+  for (std::string& line : names) line = line.substr(0, line.find(" = "));
+  return names;
+}
+
+struct LayoutRow {
+  std::string name, first, second;  ///< directories of the volumes, in {media}
+};
+
+const std::vector<LayoutRow> kLayouts = {
+    {"flat", "media", "media"},
+    {"sibling", "media/1", "media/2"},
+    {"am", "media/1/media/1", "media/2/media/2"},
+};
+
+TEST(KvlMediaMake, MakesMediaThatCheckFindsNothingWrongWith) {
+  for (const LayoutRow& row : kLayouts) {
+    SCOPED_TRACE(row.name);
+    CheckWorld world;
+    MakePayload(world);
+    const Outcome made = Make(world, {"--layout", row.name, "--volume-size", "1100K"});
+    const std::string first = world.Path(row.first);
+    EXPECT_EQ(made.out, "Made a media with tag T 1, layout " + row.name +
+                            ", volumes: 2.\nFirst volume: '" + first + "'\nStart it with: '" +
+                            first + "/StartTUI.sh'\n");
+    EXPECT_EQ(made.err, "");
+    EXPECT_EQ(made.status, 0);
+    EXPECT_EQ(ReadFile(first + "/inst/volumes.txt"), "2\n");
+    EXPECT_EQ(ReadFile(first + "/1.txt"), "Volume marker\nMTBDIR=T 1\n");
+    EXPECT_EQ(ReadFile(world.Path(row.second + "/2.txt")), "Volume marker\nMTBDIR=T 1\n");
+
+    const Outcome check = world.Companion({"check", row.first}, {{"TMPDIR", "{tmp}"}});
+    EXPECT_THAT(check.out, testing::EndsWith("Fine: the installer will be started in place\n"));
+    EXPECT_EQ(check.status, 0);
+  }
+}
+
+TEST(KvlMediaMake, PutsEveryFileOfThePayloadOnOneVolumeWithItsChecksum) {
+  CheckWorld world;
+  MakePayload(world);
+  ASSERT_EQ(Make(world, {"--volume-size", "1100K"}).status, 0);
+  EXPECT_THAT(NamesIn(world.Path("media/1/payload")),
+              testing::ElementsAre("d 755 1", "d 755 1/a", "f 644 1.cksum", "f 644 1/5",
+                                   "f 644 1/a/2", "f 755 1/a/1"));
+  EXPECT_THAT(NamesIn(world.Path("media/2/payload")),
+              testing::ElementsAre("d 755 2", "d 755 2/b c", "d 755 2/b c/d", "d 755 2/empty",
+                                   "f 644 2.cksum", "f 644 2/b c/3", "f 644 2/b c/d/4"));
+  EXPECT_EQ(fs::last_write_time(world.Path("media/1/payload/1/a/1")),
+            fs::last_write_time(world.Path("payload/a/1")));
+  std::string all;
+  for (const std::string number : {"1", "2"}) {
+    const Outcome sums = RunProgram(
+        {{"/bin/sh", "-c", "find . -type f | LC_ALL=C sort | tr '\\n' '\\0' | xargs -0 cksum"},
+         {{"PATH", "/usr/bin:/bin"}},
+         world.Path("media/" + number + "/payload/" + number)});
+    EXPECT_EQ(ReadFile(world.Path("media/" + number + "/payload/" + number + ".cksum")), sums.out);
+    std::istringstream lines(sums.out);
+    for (std::string line; std::getline(lines, line);) all += number + " " + line + "\n";
+  }
+  EXPECT_EQ(ReadFile(world.Path("media/1/media.db")), all);
+}
+
+TEST(KvlMediaMake, MakesMediaThatStart) {
+  CheckWorld world;
+  MakePayload(world);
+  ASSERT_EQ(
+      Make(world, {"--launcher", BuiltProgram("kvl-launcher"), "--volume-size", "100G"}).status, 0);
+  const Outcome started = RunProgram({{world.Path("media/StartTUI.sh"), "argument"},
+                                      {{"PATH", "/usr/bin:/bin"}},
+                                      world.Path("tmp")});
+  EXPECT_EQ(started.err, "");
+  EXPECT_EQ(started.status, 5);
+}
+
+TEST(KvlMediaMake, GivesTheSameMediaWhateverTheUmask) {
+  CheckWorld world;
+  MakePayload(world);
+  ASSERT_EQ(Make(world, {}).status, 0);
+  const ScopedUmask umask(077);
+  ASSERT_EQ(world
+                .Companion({"make", "--tag", "T 1", "--installer", "setup", "--launcher",
+                            "/bin/true", "payload", "other"})
+                .status,
+            0);
+  EXPECT_EQ(DescribeTree(world.Path("other")), DescribeTree(world.Path("media")));
+}
+
+TEST(KvlMediaMake, RefusesWhatMakesNoSenseAndTouchesNothing) {
+  struct Row {
+    Lines further;
+    std::string line;
+  };
+  const std::vector<Row> rows = {
+      {{"--tag", ""}, "--tag must not be empty"},
+      {{"--tag", "a\nb"}, "--tag must not hold a line break"},
+      {{"--os", "a/b"}, "no plain name: a/b"},
+      {{"--installer", "missing"}, "the installer is not there: missing"},
+      {{"--launcher", "payload"}, "the launcher is not there: payload"},
+      {{"--layout", "flat"}, "layout flat needs two volumes or more, and all fits on one"},
+      {{"--layout", "single", "--volume-size", "1100K"},
+       "layout single has one volume, and 2 are needed"},
+      {{"--volume-size", "300000"},
+       "the volume size is too small for what the first volume holds besides payload"},
+      {{"third"}, "The following argument was not expected: third (see --help)"},
+  };
+  CheckWorld world;
+  MakePayload(world);
+  const Lines before = DescribeTreeExactly(world.Path("."));
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.line);
+    Outcome seen = Make(world, row.further);
+    if (row.line.find("too small") != std::string::npos)
+      seen = Make(world, {"--volume-size", "100K"});
+    EXPECT_EQ(seen.out, "");
+    EXPECT_EQ(seen.err, "kvl-media: " + row.line + "\n");
+    EXPECT_EQ(seen.status, 2);
+    EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
+  }
+}
+
+TEST(KvlMediaMake, RefusesToWriteWhereSomethingIs) {
+  const std::vector<std::function<void(CheckWorld&)>> fillings = {
+      [](CheckWorld& world) { world.Volume("media").File(".hidden", ""); },
+      [](CheckWorld& world) { world.Volume("media").Dir("directory"); },
+      [](CheckWorld& world) { world.Volume("media").Link("link", "nowhere"); },
+  };
+  for (const auto& fill : fillings) {
+    CheckWorld world;
+    MakePayload(world);
+    fill(world);
+    const Lines before = DescribeTreeExactly(world.Path("."));
+    const Outcome seen = Make(world, {});
+    EXPECT_EQ(seen.err, world.Text("kvl-media: the directory is not empty: {media}\n"));
+    EXPECT_EQ(seen.status, 2);
+    EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
+  }
+}
+
+TEST(KvlMediaMake, RefusesAPayloadThatCannotBeSplitSafely) {
+  struct Row {
+    std::function<void(CheckWorld&)> make;
+    std::string line;
+  };
+  const std::vector<Row> rows = {
+      {[](CheckWorld& world) { world.Volume("payload").Link("x", "5"); },
+       "a link could be torn from what it leads to: payload/x"},
+      {[](CheckWorld& world) { world.Directory().Pipe("payload/x"); },
+       "neither a file nor a directory: payload/x"},
+      {[](CheckWorld& world) { world.Volume("payload").File("x\ny", ""); },
+       "a name with a line break cannot be listed: payload/x\\x0Ay"},
+      {[](CheckWorld& world) { world.Volume("payload").File(std::string(254, 'x'), ""); },
+       "a name is too long for a disc: payload/" + std::string(254, 'x')},
+      {[](CheckWorld& world) {
+         fs::rename(world.Path("payload"), world.Path("moved"));
+         world.Volume(".").File("payload", "");
+       },
+       "not a directory: payload"},
+  };
+  for (const Row& row : rows) {
+    CheckWorld world;
+    MakePayload(world);
+    row.make(world);
+    const Outcome seen = Make(world, {});
+    EXPECT_EQ(seen.err, "kvl-media: " + row.line + "\n");
+    EXPECT_EQ(seen.status, 2);
+    EXPECT_FALSE(fs::exists(world.Path("media")));
+  }
+}
+
+TEST(SplitPayload, NeverPutsMoreOnAVolumeThanItHolds) {
+  std::vector<PayloadEntry> payload;
+  for (int i = 0; i < 500; ++i) {
+    const std::string directory = "d" + std::to_string(i / 50);
+    if (i % 50 == 0) payload.push_back({directory, true, 0});
+    payload.push_back(
+        {directory + "/" + std::to_string(i), false, std::uint64_t(i) * 997 % 40'000});
+  }
+  constexpr std::uint64_t kMost = 1'000'000;
+  const auto volumes = SplitPayload(payload, kMost, 500'000);
+  EXPECT_GT(volumes.size(), 5U);
+  std::size_t files = 0;
+  for (std::size_t i = 0; i < volumes.size(); ++i) {
+    std::uint64_t bytes = i == 0 ? 500'000 : 0;
+    for (const PayloadEntry& entry : volumes[i]) {
+      bytes += entry.is_directory ? kDiscBlock : OnDisc(entry.size);
+      if (!entry.is_directory) ++files;
+    }
+    EXPECT_LE(bytes, kMost);
+  }
+  EXPECT_EQ(files, 500U);
+}
+
+TEST(SplitPayload, RefusesAFileThatIsLargerThanAVolumeAndTooManyVolumes) {
+  EXPECT_THROW(SplitPayload({{"x", false, 2'000'000}}, 1'000'000, 0), CannotMake);
+  std::vector<PayloadEntry> payload;
+  for (int i = 0; i < 1001; ++i) payload.push_back({std::to_string(i), false, 500'000});
+  EXPECT_THROW(SplitPayload(payload, 700'000, 0), CannotMake);
+}
+
+}  // namespace
+}  // namespace kvl::test
