@@ -217,8 +217,8 @@ class Maker {
     std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<contents>\n";
     for (std::size_t i = 1; i <= volumes_.size(); ++i) {
       const std::string number = std::to_string(i);
-      text += "  <volume number=\"" + number + "\" marker=\"" + number +
-              ".txt\" payload=\"payload/" + number + "\"/>\n";
+      text.append("  <volume number=\"").append(number).append("\" marker=\"").append(number);
+      text.append(".txt\" payload=\"payload/").append(number).append("\"/>\n");
     }
     return text + "</contents>\n";
   }

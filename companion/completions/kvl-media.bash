@@ -10,8 +10,8 @@ _kvl_media() {
     case $before in
       --layout) words='single flat sibling am' ;;
       --installer)
-        if [[ ${COMP_WORDS[1]} == make ]]; then files=file; fi ;;
-      --launcher) files=file ;;
+        if [[ ${COMP_WORDS[1]} == make ]]; then files=any; fi ;;
+      --launcher) files=any ;;
       --os | --tag | --volume-size) ;;
       *)
         files=directory
@@ -25,7 +25,7 @@ _kvl_media() {
   mapfile -t COMPREPLY < <(
     compgen -W "$words" -- "$word"
     case $files in
-      file) compgen -f -- "$word" ;;
+      any) compgen -f -- "$word" ;;
       directory) if [[ $word != -* ]]; then compgen -d -- "$word"; fi ;;
     esac
   )

@@ -488,6 +488,50 @@ TEST(CheckFindsMore, AReadOnlyFileThatAnExternalMediaOverwrites) {
   EXPECT_EQ(seen.status, 1);
 }
 
+TEST(CheckFindsMore, AColonInThePathOfAMedia) {
+  CheckWorld world;
+  world.Volume("a:b").Installer().Announces("1");
+  const Outcome seen =
+      world.Companion({"check", "a:b", "--os", "linux", "--installer", "installer"});
+  EXPECT_EQ(seen.out,
+            world.Text("Media      {a:b}\n"
+                       "System     linux\n"
+                       "Installer  {a:b}/inst/linux/code/bin/installer, in the media\n"
+                       "Volumes    1\n"
+                       "Start      in place\n"
+                       "warning    {a:b}: a colon in it takes the path lists of the installer "
+                       "apart; use a directory without a colon in its path\n"
+                       "1 problem: the installer will be started in place\n"));
+  EXPECT_EQ(seen.status, 1);
+}
+
+TEST(CheckFindsMore, AFileAndADirectoryOfOneNameInBothMedia) {
+  CheckWorld world;
+  world.VolumeMissing().Volume("1").File("inst/common/x", "").Dir("inst/common/y");
+  world.Volume("ext").Installer().File("inst/common/x/z", "").File("inst/common/y", "");
+  const Outcome seen =
+      world.Check({"--", "-installerPath", "{ext}"}, {{"KVL_UseExternalInstaller", "1"}});
+  EXPECT_THAT(
+      seen.out,
+      testing::EndsWith(world.Text(
+          "error      {ext}/inst/common/x: a directory, and in the media a file has its name; "
+          "rename one of the two\n"
+          "error      {ext}/inst/common/y: a file, and in the media a directory has its name; "
+          "rename one of the two\n"
+          "3 problems: the launcher will end with status 1\n")));
+}
+
+TEST(CheckFindsMore, VolumesBeyondThoseThatAreListed) {
+  CheckWorld world;
+  world.VolumeMissing().Volume("1").Announces("2147483647");
+  world.Volume("2000000").Marker(2000000, "SET-B");
+  const Outcome seen = world.Check();
+  EXPECT_THAT(seen.out,
+              testing::HasSubstr(world.Text("2000000  other-tag   {2000000}, tag SET-B\n")));
+  EXPECT_THAT(seen.out, testing::HasSubstr("2147482646 volumes above 1000 are missing; copy them"));
+  EXPECT_THAT(seen.out, testing::HasSubstr("and 989 more of volume-missing\n"));
+}
+
 TEST(CheckFindsMore, NothingInAMediaThatIsAsItShouldBe) {
   CheckWorld world;
   world.TwoVolumes();
@@ -510,6 +554,30 @@ TEST(CheckEnds, InATreeOfLinksThatACopyWouldTakeYearsFor) {
   const Outcome seen = world.Check();
   EXPECT_EQ(seen.status, 1);
   EXPECT_THAT(seen.out, testing::HasSubstr(": 549755813896 files, "));
+}
+
+TEST(CheckEnds, WithPipesInPlaceOfEveryFileThatItReads) {
+  CheckWorld world;
+  world.TwoVolumes();
+  for (const char* name : {"1/inst/volumes.txt", "1/1.txt", "1/StartTUI.sh", "2/2.txt", "7.txt"}) {
+    fs::remove(world.Path(name));
+    world.Directory().Pipe(name);
+  }
+  const Outcome seen = world.Companion({"check", "1"}, {{"TMPDIR", "{tmp}"}});
+  EXPECT_EQ(seen.err, "");
+  EXPECT_EQ(seen.status, 1);
+  EXPECT_THAT(seen.out,
+              testing::HasSubstr(world.Text(
+                  "warning    {1}/inst/volumes.txt: the number of volumes cannot be read")));
+
+  fs::remove(world.Path("1/inst/volumes.txt"));
+  world.Volume("1").Announces("2");
+  EXPECT_THAT(world.Check().out, testing::HasSubstr("the marker of volume 1 cannot be read"));
+  fs::remove(world.Path("1/1.txt"));
+  world.Volume("1").Marker(1, "SET-A");
+  const std::string out = world.Check().out;
+  EXPECT_THAT(out, testing::HasSubstr("the marker of volume 2 cannot be read"));
+  EXPECT_THAT(out, testing::HasSubstr(world.Text("warning    {}/7.txt: it looks like the marker")));
 }
 
 INSTANTIATE_TEST_SUITE_P(AboutVolumes, CheckFinds, testing::ValuesIn(AboutVolumes()),
