@@ -127,9 +127,15 @@ bool LiesInside(const std::string& path, const std::string& directory) {
   return false;
 }
 
-bool IsLink(const std::string& path) {
+/// What is at a place that a directory is to be copied to.
+enum class Place { kNothing, kLink, kOther };
+
+Place LookAt(const std::string& path) {
   struct stat status;
-  return ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+  if (::lstat(path.c_str(), &status) != 0) {
+    return errno == ENOENT ? Place::kNothing : Place::kOther;
+  }
+  return S_ISLNK(status.st_mode) ? Place::kLink : Place::kOther;
 }
 
 /// A directory to copy into. It is made when the first file comes, with its ancestors.
@@ -144,20 +150,41 @@ class Target {
 
   std::string PathOf(const std::string& name) const { return path_slash_ + name; }
 
-  Target Below(const std::string& name) const {
-    const bool is_root = made_as_ == kPathSeparator;
-    return {PathOf(name), (is_root ? "" : made_as_) + std::string(kPathSeparator) + name};
+  /// What is there under a name. The system need not be asked below what has just been made.
+  Place At(const std::string& name) const {
+    return is_known_empty_ ? Place::kNothing : LookAt(PathOf(name));
   }
 
+  /// The directory below this one, which must outlive it. `there` is what At said.
+  Target Below(const std::string& name, Place there) {
+    const bool is_root = made_as_ == kPathSeparator;
+    Target below(PathOf(name), (is_root ? "" : made_as_) + std::string(kPathSeparator) + name);
+    below.above_ = this;
+    below.is_known_empty_ = there == Place::kNothing;
+    return below;
+  }
+
+  /// That one of those above cannot be made shows when this one cannot be made.
   void Make() {
-    if (!is_made_) CreateDirExactly(made_as_);
+    if (is_made_) return;
+    MakeThoseAbove();
+    is_known_empty_ = CreateNewDirExactly(made_as_);
+    if (!is_known_empty_) CreateDirExactly(made_as_);
     is_made_ = true;
   }
 
  private:
+  void MakeThoseAbove() {
+    if (above_ == nullptr || above_->is_made_) return;
+    above_->MakeThoseAbove();
+    above_->is_made_ = above_->is_known_empty_ = CreateNewDirExactly(above_->made_as_);
+  }
+
   std::string path_slash_;
   std::string made_as_;
+  Target* above_ = nullptr;
   bool is_made_ = false;
+  bool is_known_empty_ = false;  // nothing is below, whether it is made or not
 };
 
 /// Copies the entries of the level's directory into `target`, which is made even if there are none.
@@ -173,12 +200,13 @@ void CopyEntries(TreeLevel& level, Target target) {
       continue;
     }
     // Below the top only a link, on either side, can bring the target into what is copied.
-    const bool may_lie_inside = entries.Type() == kLinkToDirectory || IsLink(destination);
+    const Place there = target.At(entries.Name());
+    const bool may_lie_inside = entries.Type() == kLinkToDirectory || there == Place::kLink;
     if (level.EntryLeadsBack() || (may_lie_inside && LiesInside(destination, source))) {
       RefuseToCopy(source);
     }
     TreeLevel below = TreeLevel::Below(level);
-    CopyEntries(below, target.Below(entries.Name()));
+    CopyEntries(below, target.Below(entries.Name(), there));
   }
   entries.ThrowIfCutShort();
   if (is_empty) target.Make();

@@ -66,4 +66,8 @@ void CreateDirExactly(const std::string& path) {
   if (error != 0) throw KVLInsException("mkdir - " + path, error);
 }
 
+bool CreateNewDirExactly(const std::string& path) {
+  return ::mkdir(path.c_str(), kDirectoryMode) == 0;
+}
+
 }  // namespace KVLInsIO

@@ -22,4 +22,9 @@ void CreateDir(const std::string& path);
 /// Throws as CreateDir does, with the path as given.
 void CreateDirExactly(const std::string& path);
 
+/// Makes one directory in one that exists, with mode 755 less the umask, the path taken as in
+/// CreateDirExactly. True when this call has made it, so that nothing is in it yet; false when not,
+/// for whatever reason, such as that something exists there. Never throws.
+bool CreateNewDirExactly(const std::string& path);
+
 }  // namespace KVLInsIO

@@ -290,5 +290,17 @@ TEST(CreateDirExactly, RefusesAnEmptyPath) {
   EXPECT_EQ(FailureOf([] { CreateDirExactly(""); }), Exception("CreateDir - empty path"));
 }
 
+TEST_F(CreateDirExactlyTest, OfANewOneTellsWhetherThisCallHasMadeIt) {
+  const std::string path = directory_.Path("a\\b");
+  EXPECT_TRUE(KVLInsIO::CreateNewDirExactly(path));
+  EXPECT_FALSE(KVLInsIO::CreateNewDirExactly(path));
+  directory_.Link("dangling", "nowhere");
+  for (const std::string& other : {directory_.Path("missing/x"), directory_.Path("dangling"),
+                                   directory_.Path("a\\b/."), std::string()}) {
+    EXPECT_FALSE(KVLInsIO::CreateNewDirExactly(other)) << other;
+  }
+  EXPECT_THAT(Tree(), ElementsAre("d 755 a\\b", "l dangling -> nowhere"));
+}
+
 }  // namespace
 }  // namespace kvl::test
