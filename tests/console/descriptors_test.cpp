@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <optional>
@@ -127,6 +128,57 @@ TEST(PrepareDescriptors, LeavesOpenStreamsToTheChild) {
     caller.Prepare();
     for (int stream = 0; stream < kStreams; ++stream) {
       if (::fcntl(stream, F_GETFD) != 0) return 1;
+    }
+    return 0;
+  });
+  EXPECT_EQ(outcome.status, 0);
+}
+
+bool AllowDescriptorsBelow(rlim_t number) {
+  rlimit limit;
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return false;
+  limit.rlim_cur = number;
+  return ::setrlimit(RLIMIT_NOFILE, &limit) == 0;
+}
+
+TEST(PrepareDescriptors, MarksTheHighestNumbersToo) {
+  for (const bool fails : {false, true}) {
+    const Outcome outcome = RunIsolated([&] {
+      const Caller caller = {0, {4000}, fails};
+      if (!AllowDescriptorsBelow(4001)) return 1;
+      caller.SetUpDescriptors();
+      caller.Prepare();
+      return ::fcntl(4000, F_GETFD) == FD_CLOEXEC ? 0 : 2;
+    });
+    EXPECT_EQ(outcome.status, 0) << fails;
+  }
+}
+
+TEST(PrepareDescriptors, NeedsNoDescriptorOfItsOwn) {
+  const Outcome outcome = RunIsolated([] {
+    const Caller caller = {0, {4000}};
+    if (!AllowDescriptorsBelow(4001)) return 1;
+    caller.SetUpDescriptors();
+    if (!AllowDescriptorsBelow(kStreams)) return 2;
+    caller.Prepare();
+    return ::fcntl(4000, F_GETFD) == FD_CLOEXEC ? 0 : 3;
+  });
+  EXPECT_EQ(outcome.status, 0);
+}
+
+/// Without a descriptor left, the list of the open ones cannot be read either.
+TEST(PrepareDescriptors, MarksTheNumbersThatAProcessHasByDefaultWhenTheyCannotBeListed) {
+  const Outcome outcome = RunIsolated([] {
+    const Caller caller = {0, {3, 200, 1023, 1024}, /*close_range_fails=*/true};
+    if (!AllowDescriptorsBelow(1025)) return 1;
+    caller.SetUpDescriptors();
+    if (!AllowDescriptorsBelow(kStreams)) return 2;
+    caller.Prepare();
+    for (const int number : {3, 200, 1023}) {
+      if (::fcntl(number, F_GETFD) != FD_CLOEXEC) return number;
+    }
+    for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO, 1024}) {
+      if (::fcntl(number, F_GETFD) != 0) return 4;
     }
     return 0;
   });

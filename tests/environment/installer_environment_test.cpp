@@ -21,6 +21,12 @@ InstallerSetting ExternalSetting() {
   return {"/m", "/e/inst/", "x", /*elevated_privileges=*/false, /*interactive_session=*/true};
 }
 
+TEST(InstallerSetting, IsOfAnOrdinaryUserInAnInteractiveSessionUnlessToldOtherwise) {
+  const InstallerSetting setting;
+  EXPECT_FALSE(setting.elevated_privileges);
+  EXPECT_TRUE(setting.interactive_session);
+}
+
 constexpr char kPlainPrograms[] = "/m/inst/x/code/bin:/m/inst/common/code/bin";
 
 /// All that the plain setting changes in an environment that holds no variable.

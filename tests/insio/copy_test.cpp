@@ -3,7 +3,10 @@
 #include <errno.h>
 
 #include <filesystem>
+#include <functional>
+#include <iostream>
 #include <iterator>
+#include <optional>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -13,6 +16,7 @@
 #include "tests/insio/failure.h"
 #include "tests/insio/odd_paths.h"
 #include "tests/insio/surroundings.h"
+#include "tests/support/outcome.h"
 #include "tests/support/scoped_umask.h"
 #include "tests/support/system_faults.h"
 
@@ -141,6 +145,49 @@ TEST_F(CopyDirTest, FollowsLinksToFilesAndDirectories) {
   EXPECT_THAT(Tree("to"),
               ElementsAre("d 755 to_directory", "d 755 to_directory/sub",
                           "f 644 to_directory/sub/file = text", "f 644 to_file = text"));
+}
+
+/// What Copy or CopyDir threw, called where the test's directory is the root directory; no value where
+/// that is not allowed.
+std::optional<std::string> FailureInOwnRoot(const TestDirectory& directory,
+                                            const std::function<void()>& action) {
+  constexpr int kNotAllowed = 77;
+  const Outcome outcome = RunIsolated([&] {
+    if (!EnterAsRootDirectory(directory)) return kNotAllowed;
+    std::cout << FailureOf(action).text;
+    return 0;
+  });
+  if (outcome.status == kNotAllowed) return std::nullopt;
+  return outcome.out;
+}
+
+constexpr char kNoOwnRoot[] = "this user may not have a root directory of its own";
+
+TEST_F(CopyDirTest, IntoTheRootDirectoryMakesItsDirectoriesThere) {
+  directory_.Write("from/a/b/file", "text");
+  const auto failure = FailureInOwnRoot(directory_, [] { CopyDir("/from", "/"); });
+  if (!failure) GTEST_SKIP() << kNoOwnRoot;
+  EXPECT_EQ(*failure, "");
+  EXPECT_THAT(Tree("a"), ElementsAre("d 755 b", "f 644 b/file = text"));
+}
+
+TEST_F(CopyDirTest, NamesDirectoriesBelowTheRootWithOneSlash) {
+  directory_.Write("from/a/b/file", "text");
+  directory_.Write("a", "a file in the way");
+  const auto failure = FailureInOwnRoot(directory_, [] { CopyDir("/from", "/"); });
+  if (!failure) GTEST_SKIP() << kNoOwnRoot;
+  EXPECT_EQ(*failure, Exception("mkdir - /a/b", ENOTDIR).text);
+}
+
+TEST_F(CopyDirTest, WithoutADestinationIsIntoTheRootDirectoryEvenFromWithinTheSource) {
+  directory_.Write("from/a/file", "text");
+  const auto failure = FailureInOwnRoot(directory_, [] {
+    std::filesystem::current_path("/from");
+    CopyDir("/from", "");
+  });
+  if (!failure) GTEST_SKIP() << kNoOwnRoot;
+  EXPECT_EQ(*failure, "");
+  EXPECT_THAT(Tree("a"), ElementsAre("f 644 file = text"));
 }
 
 TEST_F(CopyDirTest, AddsToAnExistingDestination) {

@@ -189,6 +189,11 @@ TEST_F(DeleteTest, ReportsADirectoryThatIsNamedInAWayThatCannotBeRemoved) {
   EXPECT_THAT(Tree(), ElementsAre("d 755 directory", "l link -> directory"));
 }
 
+TEST_F(DeleteTest, ReportsAFileThatNobodyMayRemove) {
+  const std::string file = "/proc/self/comm";
+  EXPECT_EQ(FailureOf([&] { Delete(file); }), Exception("unlink - " + file, EPERM));
+}
+
 TEST_F(DeleteTest, EndsWithTheFirstFailureAndClosesItsDirectories) {
   directory_.Write("tree/a/b/file", "");
   const auto tree = Tree();
@@ -306,6 +311,17 @@ TEST_F(DeleteEmptyTreeTest, IsFalseWhenADirectoryCannotBeRead) {
   const FailingCall broken(FailingCall::kReadDir, EIO);
   EXPECT_FALSE(DeleteEmptyTree(directory_.Path("tree")));
   EXPECT_THAT(Tree(), ElementsAre("d 755 tree", "d 755 tree/a"));
+}
+
+TEST_F(DeleteEmptyTreeTest, LeavesTheFilesOfADirectoryWhoseListBrokeOffBeforeThem) {
+  directory_.Write("tree/file", "text");
+  directory_.Write("tree/a/file", "text");
+  const auto before = Tree();
+  for (const int after : {0, 1, 2}) {
+    const FailingCall broken(FailingCall::kReadDir, EIO, after, /*times=*/1);
+    EXPECT_FALSE(DeleteEmptyTree(directory_.Path("tree"))) << after;
+    EXPECT_EQ(Tree(), before) << after;
+  }
 }
 
 TEST_F(DeleteEmptyTreeTest, IsFalseWhenAnEntryCannotBeAskedForItsType) {

@@ -3,7 +3,9 @@
 #include <errno.h>
 #include <sys/vfs.h>
 
+#include <cstdint>
 #include <filesystem>
+#include <limits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -12,6 +14,7 @@
 #include "tests/insio/failure.h"
 #include "tests/insio/surroundings.h"
 #include "tests/support/outcome.h"
+#include "tests/support/system_faults.h"
 
 namespace kvl::test {
 namespace {
@@ -263,6 +266,37 @@ TEST(GetFreeSpace, MeasuresTheNearestExistingAncestor) {
   ExpectFreeSpaceOf(world.Path(), world.Path(std::string(100'000, 'x') + "/x"));
   ExpectFreeSpaceOf("/", "/missing-entry-of-the-root/x");
   ExpectFreeSpaceOf("/proc", "/proc/missing/x");
+}
+
+TEST(FileTimes, AreEqualWhenAllThreeAre) {
+  EXPECT_EQ(FileTimes(), (FileTimes{0, 0, 0}));
+  EXPECT_EQ((FileTimes{1, 2, 3}), (FileTimes{1, 2, 3}));
+  for (const FileTimes& other : {FileTimes{9, 2, 3}, FileTimes{1, 9, 3}, FileTimes{1, 2, 9}}) {
+    EXPECT_NE((FileTimes{1, 2, 3}), other);
+  }
+}
+
+TEST(GetFreeSpace, IsTheGreatestNumberWhereTheSystemClaimsMore) {
+  struct Row {
+    std::uint64_t blocks, block_size;
+    std::int64_t expected;
+  };
+  constexpr std::int64_t kGreatest = std::numeric_limits<std::int64_t>::max();
+  for (const auto& [blocks, block_size, expected] : std::vector<Row>{
+           {0, 0, 0},
+           {3, 0, 0},
+           {0, 4096, 0},
+           {3, 4096, 12'288},
+           {kGreatest, 1, kGreatest},
+           {kGreatest / 7, 7, kGreatest},
+           {kGreatest / 4096, 4096, kGreatest - 4095},
+           {kGreatest / 4096 + 1, 4096, kGreatest},
+           {std::uint64_t{kGreatest} + 1, 1, kGreatest},
+           {std::numeric_limits<std::uint64_t>::max(), 4096, kGreatest},
+       }) {
+    const FakeFreeBlocks fake(blocks, block_size);
+    EXPECT_EQ(GetFreeSpace("/"), expected) << blocks << " * " << block_size;
+  }
 }
 
 TEST(GetFreeSpace, TakesAPathAsAUserTypesIt) {

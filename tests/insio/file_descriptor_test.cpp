@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/insio/surroundings.h"
+#include "tests/support/outcome.h"
 #include "tests/support/scoped_umask.h"
 #include "tests/support/system_faults.h"
 
@@ -99,6 +100,17 @@ TEST(FileDescriptor, ClosesItsFileOnce) {
   const FileDescriptor other(path, O_RDONLY);  // takes the number that has become free
   closed.reset();
   EXPECT_EQ(::fcntl(other.Number(), F_GETFD), FD_CLOEXEC);
+}
+
+TEST(FileDescriptor, MayHaveTheNumberOfAStandardStreamThatIsClosed) {
+  EXPECT_EQ(RunIsolated([] {
+              ::close(STDIN_FILENO);
+              FileDescriptor file("/dev/null", O_RDONLY);
+              if (file.Number() != STDIN_FILENO || !file.IsOpen()) return 1;
+              if (!file.Close() || file.IsOpen()) return 2;
+              return ::fcntl(STDIN_FILENO, F_GETFD) < 0 ? 0 : 3;
+            }).status,
+            0);
 }
 
 TEST(FileDescriptor, ReportsALateErrorAndIsClosedAllTheSame) {

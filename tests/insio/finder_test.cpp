@@ -3,6 +3,8 @@
 #include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -478,6 +480,19 @@ TEST(ForEachName, IsFalseWhereNothingCanBeOpened) {
   for (const std::string name : {"missing", "file", "dangling_link", "pipe"}) {
     EXPECT_FALSE(ForEachName(world.Path(name), visit)) << name;
   }
+}
+
+TEST(ForEachName, OfAWorkingDirectoryThatIsGoneIsWholeAndEmptyWhateverFailedBefore) {
+  const TestDirectory directory;
+  const Outcome outcome = RunIsolated([&] {
+    Enter(directory);
+    if (::mkdir("gone", 0755) != 0 || ::chdir("gone") != 0 || ::rmdir("../gone") != 0) return 2;
+    int visited = 0;
+    errno = EIO;
+    const bool is_whole = ForEachName(".", [&](std::string_view) { ++visited; });
+    return is_whole && visited == 0 ? 0 : 1;
+  });
+  EXPECT_EQ(outcome.status, 0);
 }
 
 TEST(ForEachName, IsFalseWhenTheListBreaksOff) {

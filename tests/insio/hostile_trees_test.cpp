@@ -350,6 +350,22 @@ TEST_F(DeleteEmptyTreeWithCircles, ComesBackThroughADirectoryOutside) {
   EXPECT_THAT(Tree(), ElementsAre("d 755 outside"));
 }
 
+// Whichever of the two links the system lists first.
+TEST_F(DeleteEmptyTreeWithCircles, SeesAFileBehindALinkBesideTheOneThatLeadsBack) {
+  directory_.Write("outside/file", "text");
+  using Links = std::vector<std::pair<std::string, std::string>>;
+  for (const Links& links : {Links{{"tree/a/1", "."}, {"tree/a/2", "../../outside"}},
+                             Links{{"tree/a/2", "../../outside"}, {"tree/a/1", "."}},
+                             Links{{"tree/a/2", "."}, {"tree/a/1", "../../outside"}},
+                             Links{{"tree/a/1", "../../outside"}, {"tree/a/2", "."}}}) {
+    for (const auto& [link, target] : links) directory_.Link(link, target);
+    const auto before = Tree();
+    EXPECT_FALSE(DeleteEmptyTree(Path("tree")));
+    EXPECT_EQ(Tree(), before);
+    fs::remove_all(Path("tree"));
+  }
+}
+
 TEST_F(DeleteEmptyTreeWithCircles, StopsAtADanglingLinkAndALinkToItself) {
   for (const std::string target : {"nowhere", "entry"}) {
     directory_.Link("tree/up", "../tree");

@@ -118,6 +118,10 @@ TEST(InsPath, IsCopiedAndMovedWithItsRoot) {
   EXPECT_EQ(moved, original);
   EXPECT_TRUE(moved.IsAbsolute());
   InsPath assigned("relative");
+  assigned = original;
+  EXPECT_EQ(assigned, original);
+  EXPECT_TRUE(assigned.IsAbsolute());
+  assigned = InsPath("relative");
   assigned = std::move(moved);
   EXPECT_EQ(assigned, original);
   EXPECT_EQ(assigned.Root(), "/");

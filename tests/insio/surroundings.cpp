@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <sched.h>
 #include <stdexcept>
 
 namespace kvl::test {
@@ -19,6 +20,14 @@ constexpr uid_t kNobody = 65534;
 
 void Require(bool done, const std::string& what) {
   if (!done) throw std::runtime_error("cannot " + what);
+}
+
+/// Sets the limit that counts. The one up to which it may be raised again stays as it is.
+bool LimitTo(decltype(RLIMIT_FSIZE) resource, rlim_t most) {
+  rlimit limit;
+  if (::getrlimit(resource, &limit) != 0) return false;
+  limit.rlim_cur = most;
+  return ::setrlimit(resource, &limit) == 0;
 }
 
 }  // namespace
@@ -36,20 +45,23 @@ void EnterAsOrdinaryUser(const TestDirectory& directory) {
   Require(::setresuid(kNobody, kNobody, kNobody) == 0, "change the user");
 }
 
+bool EnterAsRootDirectory(const TestDirectory& directory) {
+  Enter(directory);
+  return ::chroot(".") == 0 || (::unshare(CLONE_NEWUSER) == 0 && ::chroot(".") == 0);
+}
+
 void GiveToOrdinaryUser(const std::string& path) {
   if (::geteuid() != 0) return;
   Require(::chown(path.c_str(), kNobody, kNobody) == 0, "give away " + path);
 }
 
 void LimitFileSize(unsigned bytes) {
-  const rlimit limit = {bytes, bytes};
-  Require(::setrlimit(RLIMIT_FSIZE, &limit) == 0, "limit the size of files");
+  Require(LimitTo(RLIMIT_FSIZE, bytes), "limit the size of files");
   Require(::signal(SIGXFSZ, SIG_IGN) != SIG_ERR, "ignore a signal");
 }
 
 void LimitDescriptors(unsigned count) {
-  const rlimit limit = {count, count};
-  Require(::setrlimit(RLIMIT_NOFILE, &limit) == 0, "limit the descriptors");
+  Require(LimitTo(RLIMIT_NOFILE, count), "limit the descriptors");
 }
 
 void LimitFurtherDescriptors(unsigned further) {

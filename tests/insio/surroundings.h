@@ -1,8 +1,8 @@
 // What lies around an operation: working directory, user, limits and descriptors of the process,
 // and what the system itself says of a file.
 //
-// Enter, EnterAsOrdinaryUser, LimitFileSize and LimitDescriptors last as long as the process: call
-// them only in a process of its own, as in RunIsolated or IsolatedFailureOf.
+// Enter, EnterAsOrdinaryUser, EnterAsRootDirectory, LimitFileSize and LimitDescriptors last as long
+// as the process: call them only in a process of its own, as in RunIsolated or IsolatedFailureOf.
 #pragma once
 
 #include <sys/stat.h>
@@ -24,6 +24,10 @@ void Enter(const TestDirectory& directory);
 /// stays. Everybody may look into the directory afterwards. Use relative paths: the way to the
 /// directory itself may be closed.
 void EnterAsOrdinaryUser(const TestDirectory& directory);
+
+/// Makes the directory the working directory and the root directory. False where that is not allowed:
+/// an ordinary user may do it in a user namespace of its own, if at all.
+bool EnterAsRootDirectory(const TestDirectory& directory);
 
 /// Makes an entry the property of the user that EnterAsOrdinaryUser turns into.
 void GiveToOrdinaryUser(const std::string& path);

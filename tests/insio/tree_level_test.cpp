@@ -128,6 +128,20 @@ TEST(TreeLevelBelow, KeepsFewDirectoriesOpenHoweverDeepTheTree) {
             kNoFailure);
 }
 
+/// How many directories are open at the lowest level.
+std::size_t OpenAtTheLowest(TreeLevel& above) {
+  TreeLevel level = TreeLevel::Below(above);
+  return level.Entries().IsDirectory() ? OpenAtTheLowest(level) : OpenDescriptors().size();
+}
+
+TEST(TreeLevelBelow, KeepsFourDirectoriesOpenAboveTheOneThatItIsIn) {
+  const TestDirectory directory;
+  directory.Write("tree/a/b/c/d/e/f/g/h/i/file", "");
+  const std::size_t before = OpenDescriptors().size();
+  TreeLevel top = TreeLevel::Top(directory.Path("tree"));
+  EXPECT_EQ(OpenAtTheLowest(top) - before, 4U + 1U);
+}
+
 TEST(TreeLevelBelow, LeavesTheLevelAboveItsFurtherEntries) {
   const TestDirectory directory;
   std::vector<std::string> expected;

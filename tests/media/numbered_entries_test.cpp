@@ -51,6 +51,7 @@ TEST(ForEachNumber, OfAnEmptyRangeVisitsNothing) {
   const TestDirectory directory;
   directory.Write("2", "");
   EXPECT_THAT(Visited(directory.Path(), "", {2, 1}), IsEmpty());
+  EXPECT_THAT(Visited(directory.Path(), "", {}), IsEmpty());
   EXPECT_THAT(Visited(directory.Path(), "", {2, -kGreatestInt}), IsEmpty());
 }
 
@@ -67,6 +68,13 @@ TEST(ForEachNumber, KeepsToTheEndsOfTheRange) {
   const TestDirectory directory;
   for (const std::string name : {"4", "5", "6", "1004", "1005", "1006"}) directory.MakeDir(name);
   EXPECT_THAT(Visited(directory.Path(), "", {5, 1005}), ElementsAre(5, 6, 1004, 1005));
+}
+
+TEST(ForEachNumber, MayBeginAtOne) {
+  const TestDirectory directory;
+  for (const std::string name : {"0", "1", "01", "2"}) directory.MakeDir(name);
+  EXPECT_THAT(Visited(directory.Path(), "", {1, kGreatestInt}), ElementsAre(1, 2));
+  EXPECT_THAT(Visited(directory.Path(), "", {1, 2}), ElementsAre(1, 2));
 }
 
 TEST(ForEachNumber, TakesNumbersBeyondTheGreatestInt) {
@@ -92,6 +100,17 @@ TEST(ForEachNumber, ComparesTheExtensionWithoutRegardToCase) {
     directory.Write(name, "");
   }
   EXPECT_THAT(Visited(directory.Path(), ".txt", {2, kGreatestInt}), ElementsAre(2, 3, 4, 5));
+}
+
+TEST(ForEachNumber, TakesAllLettersOfTheAlphabetInAnyCaseAndNothingElse) {
+  const TestDirectory directory;
+  for (const std::string name : {"2.AZ", "3.aZ", "4.Az", "5.!Z", "6.A:", "7.@z", "8.a["}) {
+    directory.Write(name, "");
+  }
+  EXPECT_THAT(Visited(directory.Path(), ".az", {2, kGreatestInt}), ElementsAre(2, 3, 4));
+  EXPECT_THAT(Visited(directory.Path(), ".AZ", {2, kGreatestInt}), ElementsAre(2, 3, 4));
+  EXPECT_THAT(Visited(directory.Path(), ".`z", {2, kGreatestInt}), IsEmpty());
+  EXPECT_THAT(Visited(directory.Path(), ".a{", {2, kGreatestInt}), IsEmpty());
 }
 
 TEST(ForEachNumber, VisitsEveryNumberWhereNothingCanBeListed) {

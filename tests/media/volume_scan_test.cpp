@@ -22,6 +22,12 @@ namespace {
 const ExpectedScan kSilentlyComplete = {.code = 1};
 const ExpectedScan kSilentlyFailed = {.code = 0};
 
+TEST(ScanOutcome, IsAFailureUnlessToldOtherwise) {
+  const ScanOutcome outcome;
+  EXPECT_EQ(outcome.code, kScanFailed);
+  EXPECT_FALSE(outcome.complete);
+}
+
 TEST(ScanMediaVolumes, WithoutVolumesTxtIsComplete) {
   MediaWorld world;
   world.Volume("empty");

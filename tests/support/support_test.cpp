@@ -1,6 +1,7 @@
 // The test tools themselves.
 #include <errno.h>
 #include <signal.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -179,6 +180,15 @@ TEST(RunInProcess, LeavesTheRestOfTheProcessAlone) {
 TEST(FakeUser, AnswersForGetuid) {
   const FakeUser user(1234);
   EXPECT_EQ(::getuid(), 1234U);
+}
+
+TEST(FakeFreeBlocks, AnswersForStatfs) {
+  struct statfs status;
+  const FakeFreeBlocks blocks(12, 34);
+  EXPECT_EQ(::statfs("/", &status), 0);
+  EXPECT_EQ(status.f_bavail, 12U);
+  EXPECT_EQ(status.f_bsize, 34);
+  EXPECT_EQ(::statfs("", &status), -1);
 }
 
 }  // namespace

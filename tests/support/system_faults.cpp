@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <errno.h>
 #include <sys/types.h>
+#include <sys/vfs.h>
 
 #include <algorithm>
 #include <array>
@@ -23,6 +24,11 @@ struct Fault {
 constexpr std::size_t kCalls = 7;
 std::array<Fault, kCalls> faults;
 std::optional<uid_t> fake_user;
+
+struct FreeBlocks {
+  std::uint64_t blocks, block_size;
+};
+std::optional<FreeBlocks> fake_free_blocks;
 
 /// True, with errno set, when this call is to fail.
 bool Fails(FailingCall::Call call) {
@@ -51,10 +57,19 @@ FakeUser::~FakeUser() {
   fake_user.reset();
 }
 
+FakeFreeBlocks::FakeFreeBlocks(std::uint64_t blocks, std::uint64_t block_size) {
+  fake_free_blocks = {blocks, block_size};
+}
+
+FakeFreeBlocks::~FakeFreeBlocks() {
+  fake_free_blocks.reset();
+}
+
 }  // namespace kvl::test
 
 using kvl::test::FailingCall;
 using kvl::test::Fails;
+using kvl::test::fake_free_blocks;
 using kvl::test::fake_user;
 
 // The names are the linker's: see --wrap in its manual.
@@ -102,6 +117,16 @@ pid_t __wrap_waitpid(pid_t child, int* status, int options) {
 int __real_execvp(const char* file, char* const* arguments);
 int __wrap_execvp(const char* file, char* const* arguments) {
   return Fails(FailingCall::kExecVp) ? -1 : __real_execvp(file, arguments);
+}
+
+// The name behind statfs where offsets have 64 bits.
+int __real_statfs64(const char* path, struct statfs* status);
+int __wrap_statfs64(const char* path, struct statfs* status) {
+  const int result = __real_statfs64(path, status);
+  if (!fake_free_blocks) return result;
+  status->f_bavail = fake_free_blocks->blocks;
+  status->f_bsize = static_cast<decltype(status->f_bsize)>(fake_free_blocks->block_size);
+  return result;
 }
 
 uid_t __real_getuid();

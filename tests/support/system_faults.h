@@ -2,6 +2,8 @@
 // these calls go through here first; the product is the same as ever.
 #pragma once
 
+#include <cstdint>
+
 namespace kvl::test {
 
 /// While it lives, the call fails with this errno, or answers as told.
@@ -26,6 +28,15 @@ class FakeUser {
   ~FakeUser();
   FakeUser(const FakeUser&) = delete;
   FakeUser& operator=(const FakeUser&) = delete;
+};
+
+/// While it lives, every file system says that it has so many free blocks of this size.
+class FakeFreeBlocks {
+ public:
+  FakeFreeBlocks(std::uint64_t blocks, std::uint64_t block_size);
+  ~FakeFreeBlocks();
+  FakeFreeBlocks(const FakeFreeBlocks&) = delete;
+  FakeFreeBlocks& operator=(const FakeFreeBlocks&) = delete;
 };
 
 }  // namespace kvl::test
