@@ -87,8 +87,17 @@ class Package : public testing::Test {
     return {};
   }
 
+  /// Whoever configures a tree a second time may leave the mere name in its cache.
+  std::string Compiler() const {
+    const std::string name = Cached("CMAKE_CXX_COMPILER");
+    return name.find('/') == std::string::npos ? ProgramInPath(name) : name;
+  }
+
   /// With what everything that links the library has to be compiled, too.
-  static std::string SanitizerFlags() { return kSanitized ? "-fsanitize=address,undefined" : ""; }
+  std::string CommonFlags() const {
+    if (kSanitized) return "-fsanitize=address,undefined";
+    return Cached("KVL_COVERAGE") == "ON" ? "--coverage" : "";
+  }
 
   Outcome Run(const std::vector<std::string>& command, const std::string& directory = "") const {
     Environment env = CurrentEnvironment();
@@ -106,8 +115,8 @@ class Package : public testing::Test {
 
   /// Compiles one file, with all warnings as errors.
   void Compile(const std::string& source, const std::vector<std::string>& further) const {
-    std::vector<std::string> command = {
-        Cached("CMAKE_CXX_COMPILER"), "-Wall", "-Wextra", "-Wpedantic", "-Werror", source};
+    std::vector<std::string> command = {Compiler(),   "-Wall",   "-Wextra",
+                                        "-Wpedantic", "-Werror", source};
     command.insert(command.end(), further.begin(), further.end());
     Require(command);
   }
@@ -173,7 +182,7 @@ class Consumer : public Package {
     Require({Cached("CMAKE_COMMAND"), "-S", source, "-B", Path("build"), "-G",
              Cached("CMAKE_GENERATOR"), "-DCMAKE_MAKE_PROGRAM=" + Cached("CMAKE_MAKE_PROGRAM"),
              "-DCMAKE_CXX_COMPILER=" + Cached("CMAKE_CXX_COMPILER"),
-             "-DCMAKE_CXX_FLAGS=" + SanitizerFlags(), "-DCMAKE_PREFIX_PATH=" + Installed()});
+             "-DCMAKE_CXX_FLAGS=" + CommonFlags(), "-DCMAKE_PREFIX_PATH=" + Installed()});
     Require({Cached("CMAKE_COMMAND"), "--build", Path("build")});
   }
 
@@ -223,7 +232,7 @@ TEST_F(Package, BuildsAndRunsTheExampleOfTheGuideWithTheFlagsOfPkgConfig) {
   const std::string pkg_config = ProgramInPath("pkg-config");
   if (pkg_config.empty()) GTEST_SKIP() << "pkg-config is missing";
   std::istringstream words(Require({pkg_config, "--cflags", "--libs", "KVLInsIO"}) + " " +
-                           SanitizerFlags());
+                           CommonFlags());
   std::vector<std::string> flags = {"-o", Path("example")};
   for (std::string word; words >> word;) flags.push_back(word);
   Compile(directory_.Write("example.cpp", CodeIn(ReadFile(guide))), flags);
