@@ -23,6 +23,14 @@ if(KVL_SANITIZE)
   target_link_options(own_code INTERFACE -fsanitize=address,undefined)
 endif()
 
+if(KVL_COVERAGE)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    message(FATAL_ERROR "KVL_COVERAGE needs g++; CMAKE_CXX_COMPILER is ${CMAKE_CXX_COMPILER}")
+  endif()
+  target_compile_options(own_code INTERFACE --coverage -fprofile-abs-path)
+  target_link_options(own_code INTERFACE --coverage)
+endif()
+
 # kvl_library(<name> <source>...): the one library of a folder.
 function(kvl_library name)
   add_library(${name} STATIC ${ARGN})

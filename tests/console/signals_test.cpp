@@ -185,7 +185,9 @@ TEST(SignalScope, LeavesTheSignalMaskToTheChildAsItWas) {
 
 /// Writes twice into a file that may not grow beyond one byte. The errno of the second write.
 int WriteBeyondTheSizeLimit(const std::string& path) {
-  const rlimit limit = {1, 1};
+  rlimit limit;
+  ::getrlimit(RLIMIT_FSIZE, &limit);
+  limit.rlim_cur = 1;
   ::setrlimit(RLIMIT_FSIZE, &limit);
   const rlimit no_core_file = {0, 0};
   ::setrlimit(RLIMIT_CORE, &no_core_file);

@@ -122,7 +122,9 @@ TEST(RunStagingFailure, AFileSizeLimitEndsItWithAMessage) {
     SmallMedia(world);
     world.Volume("1").File("media.db", std::string(200'000, 'x'));
     const auto set_limit = [&] {
-      const rlimit limit = {row.limit, row.limit};
+      rlimit limit;
+      ::getrlimit(RLIMIT_FSIZE, &limit);
+      limit.rlim_cur = row.limit;
       ::setrlimit(RLIMIT_FSIZE, &limit);
       ::signal(SIGXFSZ, SIG_DFL);
     };
