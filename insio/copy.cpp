@@ -234,7 +234,7 @@ void CopyDir(const std::string& source, const std::string& destination) {
   TreeLevel top = TreeLevel::Top(source);
   // The parent of what will be copied: with an empty destination that is the root directory.
   const std::string place = Join(destination, "entry").Parent().Str();
-  if (LiesInside(place, source) || LiesInside(destination + "/", source)) RefuseToCopy(source);
+  if (LiesInside(place, source) || LiesInside(destination, source)) RefuseToCopy(source);
   if (top.Entries().AtEnd()) {
     top.Entries().ThrowIfCutShort();
     CreateDir(destination);
