@@ -28,6 +28,19 @@ Outcome Said(const std::string& text, int level, bool marked = kMarked) {
   return Catch([&] { Logger().Message(text, level, marked); });
 }
 
+TEST(Logger, ThatCollectsAppendsTheMessagesOfBothStreamsAndShowsNothing) {
+  std::string collected = "before\n";
+  const Outcome outcome = Catch([&] {
+    Logger logger(collected);
+    logger.Message("one\ntwo", kInformation, kMarked);
+    logger.Message("", kError, kMarked);
+    logger.Message("three", kContinuation, kMarked);
+  });
+  EXPECT_EQ(collected, "before\n INFO: one\n       two\nERROR: \n       three\n");
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_EQ(outcome.err, "");
+}
+
 TEST(Logger, PutsThePrefixOfTheLevelInFrontOnItsStream) {
   struct Row {
     int level;

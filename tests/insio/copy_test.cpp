@@ -164,11 +164,11 @@ std::optional<std::string> FailureInOwnRoot(const TestDirectory& directory,
 constexpr char kNoOwnRoot[] = "this user may not have a root directory of its own";
 
 TEST_F(CopyDirTest, IntoTheRootDirectoryMakesItsDirectoriesThere) {
-  directory_.Write("from/a/b/file", "text");
+  directory_.Write("from/ab/c/file", "text");
   const auto failure = FailureInOwnRoot(directory_, [] { CopyDir("/from", "/"); });
   if (!failure) GTEST_SKIP() << kNoOwnRoot;
   EXPECT_EQ(*failure, "");
-  EXPECT_THAT(Tree("a"), ElementsAre("d 755 b", "f 644 b/file = text"));
+  EXPECT_THAT(Tree("ab"), ElementsAre("d 755 c", "f 644 c/file = text"));
 }
 
 TEST_F(CopyDirTest, NamesDirectoriesBelowTheRootWithOneSlash) {
