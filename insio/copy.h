@@ -30,9 +30,9 @@ void Copy(const std::string& source, const std::string& destination);
 /// modification time, so also for a hard link); KVLInsException "Cannot read " + source or "Cannot
 /// write into " + destination with the error's text when one cannot be opened, the former also,
 /// with the text of EOPNOTSUPP, for a pipe or a device, which may never come to an end, and the
-/// latter for a pipe, which would wait for a reader; KVLInsExceptionErrno "Cannot write into " + destination when the data cannot be read or stored
-/// completely, with the text of ENOSPC when the system took only a part of it; and what SetTime
-/// throws.
+/// latter for a pipe, which would wait for a reader; KVLInsExceptionErrno "Cannot write into " +
+/// destination when the data cannot be read or stored completely, with the text of ENOSPC when the
+/// system took only a part of it; and what SetTime throws.
 void CopyFile(const std::string& source, const std::string& destination);
 
 /// Copies every entry of the directory `source` into `destination`, made when missing, also for an
@@ -41,7 +41,9 @@ void CopyFile(const std::string& source, const std::string& destination);
 /// ones stay as they are, and so do entries that the source does not have. A source that is missing
 /// or cannot be opened counts as empty. Names in the tree are taken as they are, and each entry is
 /// copied to destination + "/" + its name, so that an empty destination stands for the root
-/// directory.
+/// directory. A link in the tree is gone through by its path, so that links to directories, one
+/// behind the other, end at the system's limit for one path (Linux: 40, and above 20 now and then,
+/// when a file system is mounted at the same moment).
 /// Throws what CopyFile and CreateDir throw, the latter also for an empty directory with an empty
 /// destination; what FindFirstFile throws, so "FindFirstFile - Path is empty" for an empty source;
 /// KVLInsException "Cannot copy " + path + " to itself." for a directory that the place it would be

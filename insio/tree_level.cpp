@@ -53,12 +53,15 @@ TreeLevel TreeLevel::Top(const std::string& path) {
 }
 
 TreeLevel TreeLevel::Below(TreeLevel& above) {
+  return Below(above, above.entries_.FullPath());
+}
+
+TreeLevel TreeLevel::Below(TreeLevel& above, const std::string& directory) {
   std::size_t bytes_ahead = above.bytes_ahead_above_;
   if (above.depth_ >= kMostOpenLevels) {
     const std::size_t most = kMostBytesAhead - std::min(bytes_ahead, kMostBytesAhead);
     bytes_ahead += above.entries_.ReadAhead(most);
   }
-  const std::string& directory = above.entries_.FullPath();
   return TreeLevel(directory, FindFirstFileExactly(directory, kDirectoryOrFile), above,
                    bytes_ahead);
 }

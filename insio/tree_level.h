@@ -40,6 +40,9 @@ class TreeLevel {
   /// deepest one until then. Throws as FindFirstFile does.
   static TreeLevel Below(TreeLevel& above);
 
+  /// The same, named by another path to it: a shorter one, or one through fewer links.
+  static TreeLevel Below(TreeLevel& above, const std::string& directory);
+
   TreeLevel(const TreeLevel&) = delete;
   TreeLevel& operator=(const TreeLevel&) = delete;
 

@@ -424,6 +424,29 @@ TEST_F(DeleteEmptyTreeWithCircles, EndsWhereTwoLinksLeadToTheNextDirectoryAgainA
   EXPECT_EQ(Tree("steps").size(), 35U);  // the directories themselves, but the first
 }
 
+TEST_F(DeleteEmptyTreeWithCircles, GoesThroughMoreLinksOneBehindTheOtherThanAPathMayHold) {
+  for (int step = 0; step < 60; ++step) {
+    directory_.Link("steps/" + std::to_string(step) + "/next", "../" + std::to_string(step + 1));
+  }
+  directory_.MakeDir("steps/60");
+  EXPECT_TRUE(DeleteEmptyTree(Path("steps/0")));
+  EXPECT_EQ(Tree("steps").size(), 60U);  // the directories themselves, but the first
+}
+
+TEST_F(DeleteEmptyTreeWithCircles, SeesAFileThoughOtherLinksLeadToOneEmptyDirectory) {
+  directory_.MakeDir("empty");
+  directory_.Write("beside/file", "text");
+  directory_.Link("tree/a/up", "..");  // before and after the others, as the order of a listing
+  for (const std::string name : {"1", "2", "3", "4", "file", "5", "6", "7", "8"}) {
+    directory_.Link("tree/b/" + name, name == "file" ? "../../beside" : "../../empty");
+  }
+  directory_.Link("tree/c/up", "..");  // may be any
+  EXPECT_FALSE(DeleteEmptyTree(Path("tree")));
+  EXPECT_THAT(Tree("beside"), ElementsAre("f 644 file = text"));
+  EXPECT_THAT(Tree("tree"), ElementsAre("d 755 a", "d 755 b", "d 755 c", "l a/up -> ..",
+                                        "l b/file -> ../../beside", "l c/up -> .."));
+}
+
 TEST_F(DeleteEmptyTreeWithCircles, LeavesWhatCannotBeRemoved) {
   directory_.Link("closed/up", "../..");
   directory_.MakeDir("closed/empty");
