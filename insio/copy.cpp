@@ -234,7 +234,8 @@ void CopyDir(const std::string& source, const std::string& destination) {
   TreeLevel top = TreeLevel::Top(source);
   // The parent of what will be copied: with an empty destination that is the root directory.
   const std::string place = Join(destination, "entry").Parent().Str();
-  if (LiesInside(place, source) || LiesInside(destination, source)) RefuseToCopy(source);
+  const bool lies_inside_by_its_own_path = !destination.empty() && LiesInside(destination, source);
+  if (lies_inside_by_its_own_path || LiesInside(place, source)) RefuseToCopy(source);
   if (top.Entries().AtEnd()) {
     top.Entries().ThrowIfCutShort();
     CreateDir(destination);

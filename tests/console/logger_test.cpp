@@ -187,6 +187,15 @@ class PipeAsConsole {
     return filling;
   }
 
+  /// Fills the pipe in such a way that of a page and one byte it takes one byte only.
+  std::string FillUpButOneByte() const {
+    std::string filling(static_cast<std::size_t>(::fcntl(STDOUT_FILENO, F_GETPIPE_SZ)) - 1, '.');
+    for (const char& byte : filling) {
+      if (::write(STDOUT_FILENO, &byte, 1) != 1) std::_Exit(98);
+    }
+    return filling;
+  }
+
   /// What one read gets.
   std::string Read() const {
     std::string text(65536, '\0');
@@ -304,6 +313,29 @@ TEST(Logger, WaitsForAConsoleThatIsFull) {
     const Outcome outcome = RunIsolated([&] { return ShowOnAFullConsole(flags, [] {}); });
     EXPECT_EQ(outcome.status, 0) << flags;
   }
+}
+
+TEST(Logger, GoesOnWhenTheConsoleTookASingleByte) {
+  const Outcome outcome = RunIsolated([] {
+    ::alarm(60);  // instead of waiting without an end
+    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    const std::string text(page + 1 - std::string_view(" INFO: \n").size(), 'x');
+    const PipeAsConsole rehearsal(O_NONBLOCK);
+    rehearsal.FillUpButOneByte();
+    if (::write(STDOUT_FILENO, (text + " INFO: \n").data(), page + 1) != 1) return 2;
+    const PipeAsConsole console(O_NONBLOCK);
+    const std::string filling = console.FillUpButOneByte();
+    std::string seen;
+    std::thread reader([&] {
+      WaitUntilAsleep(::getpid());
+      seen = console.ReadToTheEnd();
+    });
+    Logger().Message(text, kInformation, kMarked);
+    console.EndMessages();
+    reader.join();
+    return seen == filling + " INFO: " + text + "\n" ? 0 : 1;
+  });
+  EXPECT_EQ(outcome.status, 0);
 }
 
 TEST(Logger, GoesOnAfterASignalThatTheProcessHandles) {
