@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <exception>
 #include <string_view>
 #include <utility>
 
@@ -164,20 +165,23 @@ class Target {
     return below;
   }
 
-  /// That one of those above cannot be made shows when this one cannot be made.
+  /// Makes it with those above it.
   void Make() {
     if (is_made_) return;
-    MakeThoseAbove();
+    if (above_ != nullptr) above_->TryToMake();
     is_known_empty_ = CreateNewDirExactly(made_as_);
     if (!is_known_empty_) CreateDirExactly(made_as_);
     is_made_ = true;
   }
 
  private:
-  void MakeThoseAbove() {
-    if (above_ == nullptr || above_->is_made_) return;
-    above_->MakeThoseAbove();
-    above_->is_made_ = above_->is_known_empty_ = CreateNewDirExactly(above_->made_as_);
+  /// A failure shows when what is below cannot be made, and is named for that.
+  void TryToMake() {
+    try {
+      Make();
+    } catch (const std::exception&) {
+      return;
+    }
   }
 
   std::string path_slash_;

@@ -1,9 +1,11 @@
 #include "insio/entry.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "insio/entry_at.h"
 #include "insio/exceptions.h"
 
 namespace KVLInsIO {
@@ -24,14 +26,19 @@ bool IsPipe(const std::string& path) {
 
 EntryType GetType(const std::string& path) {
   if (path.empty()) throw KVLInsException("GetType - empty path");
+  return GetTypeAt(AT_FDCWD, path.c_str(), path);
+}
+
+EntryType GetTypeAt(int directory, const char* name, const std::string& path) {
   struct stat status;
-  if (::lstat(path.c_str(), &status) != 0) {
+  if (::fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
     const int error = errno;
     throw KVLInsException("lstat - " + path, error);
   }
   if (S_ISDIR(status.st_mode)) return kDirectory;
   if (!S_ISLNK(status.st_mode)) return kFile;
-  const bool leads_to_directory = ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+  const bool leads_to_directory =
+      ::fstatat(directory, name, &status, /*flags=*/0) == 0 && S_ISDIR(status.st_mode);
   return leads_to_directory ? kLinkToDirectory : kLinkToFile;
 }
 

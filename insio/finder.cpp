@@ -2,10 +2,12 @@
 
 #include <dirent.h>
 #include <errno.h>
+#include <limits.h>
 
 #include <string_view>
 #include <utility>
 
+#include "insio/entry_at.h"
 #include "insio/exceptions.h"
 #include "insio/path.h"
 #include "insio/path_text.h"
@@ -64,7 +66,8 @@ struct InsFileFinder::State {
   std::string name;
   std::string full_path;
   EntryType type = kNoEntry;
-  DirectoryStream stream;  // none once its end has been read ahead
+  DirectoryStream stream;           // none once its end has been read ahead
+  bool opened_by_its_name = false;  // and not by a path that was normalised to `directory`
   const dirent* last_read = nullptr;
   NamesAhead ahead;
   Failure cut_short;
@@ -88,11 +91,20 @@ struct InsFileFinder::State {
     return true;
   }
 
+  /// Looks at the entry from its directory, which saves the way down from the root. Not where the
+  /// path leads elsewhere, and not where it is too long: nobody could open it.
+  EntryType TypeOfEntry() const {
+    if (stream == nullptr || !opened_by_its_name || full_path.size() >= PATH_MAX) {
+      return GetType(full_path);
+    }
+    return GetTypeAt(::dirfd(stream.get()), name.c_str(), full_path);
+  }
+
   void GoToNextMatch() {
     while (NextName()) {
       full_path.resize(directory.size() + kPathSeparator.size());
       full_path.append(name);
-      type = GetType(full_path);
+      type = TypeOfEntry();
       if (!IsSelfOrParent(name) && (type & mask) != 0) return;
     }
     at_end = true;
@@ -149,6 +161,7 @@ InsFileFinder InsFileFinder::Start(const std::string& path, std::string director
   if (directory.empty()) throw KVLInsException("FindFirstFile - Path is empty");
   auto state = std::make_unique<State>();
   state->full_path.append(directory).append(kPathSeparator);
+  state->opened_by_its_name = path == directory;
   state->directory = std::move(directory);
   state->mask = type_mask;
   state->stream.reset(::opendir(path.c_str()));
