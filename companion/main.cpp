@@ -94,9 +94,13 @@ void AddMake(CLI::App& app, MakeCall& call) {
   make->add_option("--volume-size", request.volume_size,
                    "Most bytes on a volume, with K, M or G for powers of 1024 (default: no limit)")
       ->transform(CLI::AsSizeValue(/*kb_is_1000=*/false));
+  make->add_flag("--presorted", request.is_presorted,
+                 "PAYLOAD holds directories 1, 2, ... with what goes onto each volume");
   make->add_option("--tag", request.tag, "Text that marks volumes as belonging together")
       ->required();
   make->add_option("--installer", request.installer, "Installer to put on the media")->required();
+  make->add_option("--inst", request.inst,
+                   "Directory whose contents go into inst, too: what the installer needs");
   make->add_option("--launcher", request.launcher,
                    "Launcher to put on the media (default: kvl-launcher beside this program)");
   make->add_option("--os", request.os_name,

@@ -46,7 +46,7 @@ std::uint64_t SizeOf(const std::string& what, const std::string& path) {
   return OnDisc(static_cast<std::uint64_t>(KVLInsIO::GetFileSize(path)));
 }
 
-void CheckDirectory(const std::string& directory, const std::string& payload) {
+void CheckDirectory(const std::string& directory) {
   struct stat status;
   const bool is_there = ::lstat(directory.c_str(), &status) == 0;
   if (is_there && !fs::is_directory(directory)) throw CannotMake("not a directory: " + directory);
@@ -56,10 +56,14 @@ void CheckDirectory(const std::string& directory, const std::string& payload) {
   if (is_there && !KVLInsIO::FindFirstFileExactly(directory, KVLInsIO::kDirectoryOrFile).AtEnd()) {
     throw CannotMake("the directory is not empty: " + directory);
   }
-  const fs::path inside =
-      fs::weakly_canonical(directory).lexically_relative(fs::canonical(payload));
+}
+
+/// `what` names the source in the message.
+void CheckIsOutside(const std::string& directory, const std::string& what,
+                    const std::string& source) {
+  const fs::path inside = fs::weakly_canonical(directory).lexically_relative(fs::canonical(source));
   if (!inside.empty() && *inside.begin() != "..") {
-    throw CannotMake("the directory lies inside the payload: " + directory);
+    throw CannotMake("the directory lies inside " + what + ": " + directory);
   }
 }
 
@@ -93,6 +97,15 @@ void CopyProgram(const std::string& source, const std::string& destination) {
   KVLInsIO::Chmod(destination, kProgramMode);
 }
 
+/// A copy that everybody can read, and execute when somebody could execute the source.
+void CopyReadable(const std::string& source, const std::string& destination) {
+  KVLInsIO::CopyFile(source, destination);
+  struct stat status;
+  const bool is_program =
+      ::stat(source.c_str(), &status) == 0 && (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0;
+  KVLInsIO::Chmod(destination, is_program ? kProgramMode : kPlainMode);
+}
+
 class Maker {
  public:
   Maker(const MediaMakeRequest& request, const Progress& progress)
@@ -122,11 +135,47 @@ class Maker {
       throw CannotMake("not a directory: " + request_.payload);
     }
     top_ = Absolute(request_.directory);
-    CheckDirectory(top_, request_.payload);
-    const std::vector<PayloadEntry> payload = ListPayload(request_.payload);
-    for (const PayloadEntry& entry : payload) bytes_in_all_ += entry.size;
-    volumes_ = SplitPayload(payload, request_.volume_size, programs + kTextsOfTheFirstVolume);
+    CheckDirectory(top_);
+    CheckIsOutside(top_, "the payload", request_.payload);
+    PlanInst();
+    PlanVolumes(programs + kTextsOfTheFirstVolume);
     ChooseLayout();
+  }
+
+  std::string Programs() const { return request_.os_name + "/code/bin"; }
+
+  void PlanInst() {
+    if (request_.inst.empty()) return;
+    if (!fs::is_directory(request_.inst)) throw CannotMake("not a directory: " + request_.inst);
+    CheckIsOutside(top_, "the directory for inst", request_.inst);
+    inst_ = ListPayload(request_.inst);
+    const std::string programs = Programs() + "/";
+    for (const PayloadEntry& entry : inst_) {
+      for (const std::string& own :
+           {programs + installer_name_, programs + kLauncherName, std::string(kNumberOfVolumes)}) {
+        if (entry.name == own) {
+          throw CannotMake("this is put into inst anyway: " + request_.inst + "/" + own);
+        }
+      }
+    }
+  }
+
+  void PlanVolumes(std::uint64_t first_bytes) {
+    for (const PayloadEntry& entry : inst_) {
+      first_bytes += entry.is_directory ? kDiscBlock : OnDisc(entry.size);
+    }
+    volumes_ = request_.is_presorted
+                   ? PresortedPayload(request_.payload, request_.volume_size, first_bytes)
+                   : SplitPayload(ListPayload(request_.payload), request_.volume_size, first_bytes);
+    for (const std::vector<PayloadEntry>& volume : volumes_) {
+      for (const PayloadEntry& entry : volume) bytes_in_all_ += entry.size;
+    }
+  }
+
+  /// What the names of a volume's entries are relative to.
+  std::string SourceOf(std::size_t volume) const {
+    return request_.is_presorted ? request_.payload + "/" + std::to_string(volume)
+                                 : request_.payload;
   }
 
   void ChooseLayout() {
@@ -169,7 +218,7 @@ class Maker {
         continue;
       }
       progress_(volume, bytes_done_, bytes_in_all_);
-      list += WritePayloadFile(entry, path);
+      list += WritePayloadFile(SourceOf(volume) + "/" + entry.name, entry.name, path);
       bytes_done_ += entry.size;
     }
     WriteFile(payload + ".cksum", list, kPlainMode);
@@ -180,27 +229,30 @@ class Maker {
   }
 
   /// Returns its line in the list.
-  std::string WritePayloadFile(const PayloadEntry& entry, const std::string& path) const {
-    const std::string source = request_.payload + "/" + entry.name;
-    KVLInsIO::CopyFile(source, path);
-    struct stat status;
-    const bool is_program = ::stat(source.c_str(), &status) == 0 &&
-                            (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0;
-    KVLInsIO::Chmod(path, is_program ? kProgramMode : kPlainMode);
+  static std::string WritePayloadFile(const std::string& source, const std::string& name,
+                                      const std::string& path) {
+    CopyReadable(source, path);
     const Checksum checksum = ChecksumOf(path);
-    return std::to_string(checksum.sum) + " " + std::to_string(checksum.size) + " ./" + entry.name +
-           "\n";
+    return std::to_string(checksum.sum) + " " + std::to_string(checksum.size) + " ./" + name + "\n";
   }
 
   void WriteFirstVolume() const {
     const std::string directory = VolumeDirectory(1);
-    const std::string programs = directory + "/inst/" + request_.os_name + "/code/bin";
+    const std::string inst = directory + "/inst/";
+    const std::string programs = inst + Programs();
     MakeDirectory(programs);
-    MakeDirectory(directory + "/inst/common");
+    MakeDirectory(inst + "common");
+    for (const PayloadEntry& entry : inst_) {
+      if (entry.is_directory) {
+        MakeDirectory(inst + entry.name);
+      } else {
+        CopyReadable(request_.inst + "/" + entry.name, inst + entry.name);
+      }
+    }
     CopyProgram(request_.installer, programs + "/" + installer_name_);
     CopyProgram(request_.launcher, programs + "/" + kLauncherName);
     const std::string count = std::to_string(volumes_.size());
-    WriteFile(directory + "/inst/volumes.txt", count + "\n", kPlainMode);
+    WriteFile(inst + kNumberOfVolumes, count + "\n", kPlainMode);
     WriteFile(directory + "/media.db", all_files_, kPlainMode);
     WriteFile(directory + "/media.xml",
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<media tag=\"" + XmlText(request_.tag) +
@@ -226,12 +278,14 @@ class Maker {
   /// Scripts, descriptions, directories; the table of contents grows with the volumes.
   static constexpr std::uint64_t kTextsOfTheFirstVolume = 64 * kDiscBlock;
   static constexpr char kLauncherName[] = "kvl-launcher";
+  static constexpr char kNumberOfVolumes[] = "volumes.txt";
 
   const MediaMakeRequest& request_;
   const Progress& progress_;
   std::string top_;
   std::string layout_;
   std::string installer_name_;
+  std::vector<PayloadEntry> inst_;  // what comes from elsewhere
   std::vector<std::vector<PayloadEntry>> volumes_;
   std::uint64_t bytes_in_all_ = 0;
   std::uint64_t bytes_done_ = 0;

@@ -73,6 +73,38 @@ class Lister {
   std::vector<PayloadEntry> entries_;
 };
 
+/// The numbers for which `directory` holds a directory: 1, 2, ... up to the result.
+std::size_t CountPresorted(const std::string& directory) {
+  std::set<std::string> names;
+  const bool is_whole = KVLInsIO::ForEachName(directory, [&](std::string_view name) {
+    if (name != "." && name != "..") names.emplace(name);
+  });
+  if (!is_whole) throw CannotMake("cannot list the directory: " + directory);
+  for (std::size_t i = 1; i <= names.size(); ++i) {
+    const std::string volume = directory + "/" + std::to_string(i);
+    struct stat status;
+    if (::lstat(volume.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+      throw CannotMake("a presorted payload holds directories 1, 2, ... and nothing else: " +
+                       directory);
+    }
+  }
+  if (names.empty()) throw CannotMake("a presorted payload without a directory 1: " + directory);
+  return names.size();
+}
+
+std::uint64_t ListLength(const std::vector<PayloadEntry>& payload) {
+  std::uint64_t length = 0;
+  for (const PayloadEntry& entry : payload) length += LineLength(entry);
+  return length;
+}
+
+[[noreturn]] void RefuseSoManyVolumes() {
+  throw CannotMake("more than " + std::to_string(kMostVolumes) + " volumes would be needed");
+}
+
+constexpr char kTooSmallForTheFirst[] =
+    "the volume size is too small for what the first volume holds besides payload";
+
 /// One volume being filled.
 class Volume {
  public:
@@ -131,13 +163,8 @@ std::uint64_t OnDisc(std::uint64_t size) {
 std::vector<std::vector<PayloadEntry>> SplitPayload(const std::vector<PayloadEntry>& payload,
                                                     std::uint64_t most_bytes,
                                                     std::uint64_t first_bytes) {
-  std::uint64_t list_of_all = 0;
-  for (const PayloadEntry& entry : payload) list_of_all += LineLength(entry);
-  Volume volume(most_bytes, first_bytes + OnDisc(list_of_all));
-  if (!volume.FrameFits()) {
-    throw CannotMake(
-        "the volume size is too small for what the first volume holds besides payload");
-  }
+  Volume volume(most_bytes, first_bytes + OnDisc(ListLength(payload)));
+  if (!volume.FrameFits()) throw CannotMake(kTooSmallForTheFirst);
   std::vector<std::vector<PayloadEntry>> volumes;
   for (std::size_t i = 0; i < payload.size(); ++i) {
     const PayloadEntry& entry = payload[i];
@@ -149,11 +176,32 @@ std::vector<std::vector<PayloadEntry>> SplitPayload(const std::vector<PayloadEnt
     if (!volume.Take(entry)) {
       throw CannotMake("larger than a volume: " + entry.name);
     }
-    if (volumes.size() == kMostVolumes) {
-      throw CannotMake("more than " + std::to_string(kMostVolumes) + " volumes would be needed");
-    }
+    if (volumes.size() == kMostVolumes) RefuseSoManyVolumes();
   }
   volumes.push_back(std::move(volume).Entries());
+  return volumes;
+}
+
+std::vector<std::vector<PayloadEntry>> PresortedPayload(const std::string& directory,
+                                                        std::uint64_t most_bytes,
+                                                        std::uint64_t first_bytes) {
+  const std::size_t count = CountPresorted(directory);
+  if (count > kMostVolumes) RefuseSoManyVolumes();
+  std::vector<std::vector<PayloadEntry>> volumes;
+  std::uint64_t list_of_all = 0;
+  for (std::size_t i = 1; i <= count; ++i) {
+    volumes.push_back(ListPayload(directory + "/" + std::to_string(i)));
+    list_of_all += ListLength(volumes.back());
+  }
+  for (std::size_t i = 1; i <= count; ++i) {
+    Volume volume(most_bytes, i == 1 ? first_bytes + OnDisc(list_of_all) : 0);
+    if (!volume.FrameFits()) throw CannotMake(kTooSmallForTheFirst);
+    for (const PayloadEntry& entry : volumes[i - 1]) {
+      if (!volume.Take(entry)) {
+        throw CannotMake("more than a volume holds: " + directory + "/" + std::to_string(i));
+      }
+    }
+  }
   return volumes;
 }
 

@@ -12,12 +12,14 @@ _kvl_media() {
       --installer)
         if [[ ${COMP_WORDS[1]} == make ]]; then files=any; fi ;;
       --launcher) files=any ;;
+      --inst) files=directory ;;
       --os | --tag | --volume-size) ;;
       *)
         files=directory
         case ${COMP_WORDS[1]} in
           check) words='--help --installer --json --os --verbose' ;;
-          make) words='--help --installer --launcher --layout --os --quiet --tag --volume-size' ;;
+          make) words='--help --inst --installer --launcher --layout --os --presorted --quiet'
+            words+=' --tag --volume-size' ;;
           *) files='' ;;
         esac ;;
     esac

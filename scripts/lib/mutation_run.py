@@ -16,7 +16,7 @@ from pathlib import Path
 
 from mutants import Mutant
 
-TARGETS = ["launcher_tests", "kvl-launcher", "fake_installer", "tree_tool"]
+TARGETS = ["launcher_tests", "kvl-launcher", "kvl-media", "fake_installer", "tree_tool"]
 SLOW = 0.5  # seconds; a test that takes longer comes last
 PATIENCE = 15  # seconds that any group of tests is given beyond its usual time
 USUAL_TIMES = 10  # and so many times its usual time
@@ -117,7 +117,7 @@ class Worker:
             *("cmake", "-G", "Ninja", "-S", str(self.copy), "-B", str(self.build)),
             *("-DCMAKE_BUILD_TYPE=", "-DCMAKE_CXX_FLAGS=-O0 -g0 -w -pipe"),
             f"-DCMAKE_EXE_LINKER_FLAGS={linker}",
-            "-UKVL_TEST_FOLDERS",
+            *("-UKVL_TEST_FOLDERS", "-DKVL_COMPANION=ON"),
         ]
         configured = subprocess.run(command, capture_output=True, text=True, check=False)
         if configured.returncode != 0:

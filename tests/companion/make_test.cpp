@@ -14,6 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using testing::ElementsAre;
 using Lines = std::vector<std::string>;
 
 /// A payload of five files in "payload", and an installer that is a small program.
@@ -122,6 +123,105 @@ TEST(KvlMediaMake, GivesTheSameMediaWhateverTheUmask) {
                 .status,
             0);
   EXPECT_EQ(DescribeTree(world.Path("other")), DescribeTree(world.Path("media")));
+}
+
+/// A payload sorted by volumes in "payload", and what the installer needs in "needs".
+void MakePresortedPayload(CheckWorld& world) {
+  world.Volume("payload").File("1/a/1", "one").File("1/2", "two").File("2/a/1", "other");
+  world.Volume("payload").Dir("3");
+  world.Volume("needs")
+      .File("linux/code/bin/tool", "tool")
+      .File("common/text", "text")
+      .Dir("empty");
+  SetMode(world.Path("needs/linux/code/bin/tool"), 0700);
+  SetMode(world.Directory().Write("setup", "#!/bin/sh\nexit 5\n"), 0600);
+}
+
+TEST(KvlMediaMake, PutsAPresortedPayloadOntoItsVolumes) {
+  CheckWorld world;
+  MakePresortedPayload(world);
+  const std::string first = world.Path("media/1");
+  const Outcome made = Make(world, {"--presorted"});
+  EXPECT_EQ(made.out, "Made a media with tag T 1, layout sibling, volumes: 3.\nFirst volume: '" +
+                          first + "'\nStart it with: '" + first + "/StartTUI.sh'\n");
+  EXPECT_EQ(made.err, "");
+  EXPECT_EQ(made.status, 0);
+  EXPECT_THAT(
+      DescribeTree(world.Path("media/1/payload")),
+      ElementsAre("d 755 1", "d 755 1/a", "f 644 1.cksum = 3413784483 3 ./2\n2648632822 3 ./a/1\n",
+                  "f 644 1/2 = two", "f 644 1/a/1 = one"));
+  EXPECT_THAT(NamesIn(world.Path("media/2")),
+              ElementsAre("d 755 payload", "d 755 payload/2", "d 755 payload/2/a", "f 644 2.txt",
+                          "f 644 payload/2.cksum", "f 644 payload/2/a/1"));
+  EXPECT_THAT(NamesIn(world.Path("media/3")), ElementsAre("d 755 payload", "d 755 payload/3",
+                                                          "f 644 3.txt", "f 644 payload/3.cksum"));
+}
+
+TEST(KvlMediaMake, PutsWhatTheInstallerNeedsIntoInst) {
+  CheckWorld world;
+  MakePresortedPayload(world);
+  ASSERT_EQ(Make(world, {"--presorted", "--inst", "needs"}).status, 0);
+  EXPECT_THAT(NamesIn(world.Path("media/1/inst")),
+              ElementsAre("d 755 common", "d 755 empty", "d 755 linux", "d 755 linux/code",
+                          "d 755 linux/code/bin", "f 644 common/text", "f 644 volumes.txt",
+                          "f 755 linux/code/bin/kvl-launcher", "f 755 linux/code/bin/setup",
+                          "f 755 linux/code/bin/tool"));
+}
+
+TEST(KvlMediaMake, RefusesWhatIsNoPresortedPayloadAndWhatDoesNotBelongIntoInst) {
+  struct Row {
+    std::function<void(CheckWorld&)> change;
+    Lines further;
+    std::string line;
+  };
+  const std::string kOthers =
+      "a presorted payload holds directories 1, 2, ... and nothing else: payload";
+  const std::vector<Row> rows = {
+      {[](CheckWorld& world) { world.Volume("payload").File("x", ""); }, {}, kOthers},
+      {[](CheckWorld& world) { world.Volume("payload").File("4", ""); }, {}, kOthers},
+      {[](CheckWorld& world) { world.Volume("payload").Dir("5"); }, {}, kOthers},
+      {[](CheckWorld& world) {
+         fs::remove_all(world.Path("payload"));
+         world.Volume("payload");
+       },
+       {},
+       "a presorted payload without a directory 1: payload"},
+      {[](CheckWorld& world) {
+         world.Volume("payload").File("2/large", std::string(1'200'000, 'x'));
+       },
+       {"--volume-size", "1M"},
+       "more than a volume holds: payload/2"},
+      {[](CheckWorld&) {},
+       {"--volume-size", "100K"},
+       "the volume size is too small for what the first volume holds besides payload"},
+      {[](CheckWorld&) {}, {"--inst", "missing"}, "not a directory: missing"},
+      {[](CheckWorld& world) { world.Volume("needs").File("volumes.txt", "9"); },
+       {"--inst", "needs"},
+       "this is put into inst anyway: needs/volumes.txt"},
+      {[](CheckWorld& world) { world.Volume("needs").File("linux/code/bin/setup", ""); },
+       {"--inst", "needs"},
+       "this is put into inst anyway: needs/linux/code/bin/setup"},
+      {[](CheckWorld& world) { world.Volume("needs").File("linux/code/bin/kvl-launcher", ""); },
+       {"--inst", "needs"},
+       "this is put into inst anyway: needs/linux/code/bin/kvl-launcher"},
+      {[](CheckWorld&) {},
+       {"--inst", "."},
+       "the directory lies inside the directory for inst: {media}"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.line);
+    CheckWorld world;
+    MakePresortedPayload(world);
+    row.change(world);
+    const Lines before = DescribeTreeExactly(world.Path("."));
+    Lines further = row.further;
+    further.emplace_back("--presorted");
+    const Outcome seen = Make(world, further);
+    EXPECT_EQ(seen.out, "");
+    EXPECT_EQ(seen.err, world.Text("kvl-media: " + row.line + "\n"));
+    EXPECT_EQ(seen.status, 2);
+    EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
+  }
 }
 
 TEST(KvlMediaMake, RefusesWhatMakesNoSenseAndTouchesNothing) {

@@ -85,7 +85,7 @@ TEST(SampleInstallerShows, ItsArgumentsAndEveryVariableOfARunInPlace) {
 
 TEST(SampleInstallerShows, WhereTheFurtherVolumesAre) {
   SampleWorld world;
-  world.Media({.options = {"--volumes", "3"}});
+  world.Media({.volumes = 3});
   const Outcome outcome = world.Start("media/1", {"--show-environment"});
   Environment variables = ShownFor("{media/1}");
   variables["KVLAdmInstVolumesCount"] = "3";
@@ -105,7 +105,7 @@ TEST(SampleInstallerShows, WhereTheFurtherVolumesAre) {
 
 TEST(SampleInstallerShows, WhereAnOuterSetOfVolumesIs) {
   SampleWorld world;
-  world.Media({.options = {"--layout", "am"}});
+  world.Media({.layout = "am"});
   const Outcome outcome = world.Start("media/1/media/1", {"--show-environment"});
   Environment variables = ShownFor("{media/1/media/1}");
   variables["KVLAdmInstVolumesCount"] = "2";
@@ -122,7 +122,7 @@ TEST(SampleInstallerShows, WhereAnOuterSetOfVolumesIs) {
 
 TEST(SampleInstallerShows, TheStagedCopyAndTheOriginalMedia) {
   SampleWorld world;
-  world.Media({.options = {"--volumes", "3"}});
+  world.Media({.volumes = 3});
   fs::remove_all(world.Path("media/2"));
   const Outcome outcome = world.Start("media/1", {"--show-environment"});
   Environment variables = ShownFor("<staging>");

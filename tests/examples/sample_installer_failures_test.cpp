@@ -17,7 +17,7 @@ using Lines = std::vector<std::string>;
 
 /// Three volumes side by side in {media}, the third one missing.
 void TwoOfThree(const SampleWorld& world) {
-  world.Media({.options = {"--volumes", "3"}});
+  world.Media({.volumes = 3});
   fs::remove_all(world.Path("media/3"));
 }
 
@@ -58,7 +58,7 @@ TEST(SampleInstallerFails, WithStatus3WhenAVolumeDoesNotCome) {
 
 TEST(SampleInstallerFails, WithStatus3WhenAVolumeOfAnOuterSetDoesNotCome) {
   SampleWorld world;
-  world.Media({.options = {"--layout", "am"}});
+  world.Media({.layout = "am"});
   fs::remove_all(world.Path("media/2"));
   const Outcome outcome = world.Start("media/1/media/1", {"--target", "{target}"});
   ExpectOutcome(
@@ -76,7 +76,7 @@ TEST(SampleInstallerFails, WithStatus3WhenAVolumeOfAnOuterSetDoesNotCome) {
 
 TEST(SampleInstallerFails, WithStatus3WhenNothingButAnOuterMarkerIsAboveAndTheVolumeDoesNotCome) {
   SampleWorld world;
-  world.Media({.options = {"--layout", "sibling"}, .directory = "outer/4"});
+  world.Media({.layout = "sibling", .directory = "outer/4"});
   fs::remove_all(world.Path("outer/4/2"));
   world.Volume("outer/4").Marker(4, "OUTER");
   const Outcome outcome = world.Start("outer/4/1", {"--target", "{target}"});
@@ -106,7 +106,7 @@ TEST(SampleInstallerFails, WithStatus3WhenAVolumeBelongsToAnotherMedia) {
   for (const Row& row : rows) {
     SCOPED_TRACE(row.layout);
     SampleWorld world;
-    world.Media({.options = {"--layout", row.layout}});
+    world.Media({.layout = row.layout});
     world.Directory().Write(row.marker, "MTBDIR=OTHER\n");
     const Outcome outcome = world.Start(row.first, {"--target", "{target}"});
     EXPECT_EQ(outcome.status, 3);
@@ -120,7 +120,7 @@ TEST(SampleInstallerFails, WithStatus3WhenAVolumeBelongsToAnotherMedia) {
 TEST(SampleInstallerFails, RatherThanInstallAVolumeOfAnotherMediaNamedByAnOldVariable) {
   SampleWorld world;
   TwoOfThree(world);
-  world.Media({.options = {"--volumes", "3", "--tag", "OTHER"}, .directory = "other"});
+  world.Media({.volumes = 3, .tag = "OTHER", .directory = "other"});
   const Outcome outcome = world.Start("media/1", {"--target", "{target}"},
                                       {.env = {{"KVLAdmInstVolumePath_3", "{other/3}"}}});
   EXPECT_EQ(outcome.status, 3);
@@ -132,7 +132,7 @@ TEST(SampleInstallerFails, RatherThanInstallAVolumeOfAnotherMediaNamedByAnOldVar
 class DamagedWorld : public SampleWorld {
  public:
   DamagedWorld() {
-    Media({.options = {"--layout", "sibling"}});
+    Media({.layout = "sibling"});
     fs::copy(Path("media/2"), Path("whole volume 2"), fs::copy_options::recursive);
   }
 

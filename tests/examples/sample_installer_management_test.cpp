@@ -130,7 +130,7 @@ TEST(SampleInstallerManages, ADamagedInstallationIsNeitherRightNorCommitted) {
 
 TEST(SampleInstallerManages, AnIncompleteInstallationCanBeListedAndUndoneOnly) {
   const ManagedWorld world;
-  world.Media({.options = {"--volumes", "3"}, .directory = "three"});
+  world.Media({.volumes = 3, .directory = "three"});
   fs::remove_all(world.Path("three/2"));
   ASSERT_EQ(world.Start("three/1", {"--target", "{target}"}).status, 3);
   const std::string incomplete = "sample-installer: incomplete: {target}\n";
@@ -144,7 +144,7 @@ TEST(SampleInstallerManages, AnIncompleteInstallationCanBeListedAndUndoneOnly) {
 
 TEST(SampleInstallerManages, TheDirectoryTwoLevelsAboveTheMediaWithoutATarget) {
   SampleWorld world;
-  world.Media({.options = {"--layout", "sibling"}, .directory = "the suite/media"});
+  world.Media({.layout = "sibling", .directory = "the suite/media"});
   ASSERT_EQ(world.Start("the suite/media/1", {"--target", "{the suite}"}).status, 0);
   const Outcome outcome = world.Start("the suite/media/1", {"-SoftMgt", "-Check"});
   ExpectOutcome(
@@ -154,7 +154,7 @@ TEST(SampleInstallerManages, TheDirectoryTwoLevelsAboveTheMediaWithoutATarget) {
 
 TEST(SampleInstallerManages, WithoutLookingForVolumesAndWithoutStaging) {
   SampleWorld world;
-  world.Media({.options = {"--volumes", "3"}});
+  world.Media({.volumes = 3});
   fs::remove_all(world.Path("media/2"));
   const auto before = DescribeTreeExactly(world.Path("."));
   ExpectOutcome(world, world.Start("media/1", {"-SoftMgt", "-List", "--target", "{target}"}),

@@ -43,7 +43,7 @@ TEST(SampleInstaller, InstallsASingleVolumeInPlace) {
 
 TEST(SampleInstaller, InstallsVolumesThatLieTogetherInPlace) {
   SampleWorld world;
-  world.Media({.options = {"--layout", "flat"}});
+  world.Media({.layout = "flat"});
   const Outcome outcome = world.Start("media", {"--target", "{target}"});
   ExpectOutcome(world, outcome,
                 {0,
@@ -58,7 +58,7 @@ TEST(SampleInstaller, InstallsVolumesThatLieTogetherInPlace) {
 
 TEST(SampleInstaller, InstallsVolumesThatLieSideBySideInPlace) {
   SampleWorld world;
-  world.Media({.options = {"--layout", "sibling"}});
+  world.Media({.layout = "sibling"});
   const Outcome outcome = world.Start("media/1", {"--target", "{target}"});
   ExpectOutcome(world, outcome,
                 {0,
@@ -74,7 +74,7 @@ TEST(SampleInstaller, InstallsVolumesThatLieSideBySideInPlace) {
 
 TEST(SampleInstaller, InstallsVolumesInAnOuterSetOfVolumesInPlace) {
   SampleWorld world;
-  world.Media({.options = {"--layout", "am"}});
+  world.Media({.layout = "am"});
   const Outcome outcome = world.Start("media/1/media/1", {"--target", "{target}"});
   ExpectOutcome(world, outcome,
                 {0,
@@ -93,7 +93,7 @@ TEST(SampleInstaller, InstallsVolumesInAnOuterSetOfVolumesInPlace) {
 
 TEST(SampleInstaller, InstallsMoreThanNineVolumes) {
   SampleWorld world;
-  world.Media({.options = {"--layout", "sibling", "--volumes", "10"}});
+  world.Media({.layout = "sibling", .volumes = 10});
   const Outcome outcome = world.Start("media/1", {"--target", "{target}"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_EQ(LastLineOf(outcome.out), "Installed 30 files. Everything is in place.");
@@ -104,7 +104,7 @@ TEST(SampleInstaller, InstallsMoreThanNineVolumes) {
 
 TEST(SampleInstaller, OddNamesOfMediaAndTargetAreNoTrouble) {
   SampleWorld world;
-  world.Media({.options = {"--layout", "sibling"}, .directory = "it's [a]\nmedia*"});
+  world.Media({.layout = "sibling", .directory = "it's [a]\nmedia*"});
   // Would be found if the media's name were taken for a pattern.
   world.Volume("it's a\nmedia/1")
       .File("inst/common/resources/msgcatalog/messages.txt", "product=Wrong\n");
@@ -132,7 +132,7 @@ TEST(SampleInstaller, OddNamesOfMediaAndTargetAreNoTrouble) {
 
 TEST(SampleInstaller, TheLastTargetCountsAndARelativeOneBeginsAtTheWorkingDirectory) {
   SampleWorld world;
-  world.Media({.options = {"--layout", "flat"}});
+  world.Media({.layout = "flat"});
   const Outcome outcome =
       world.Start("media", {"--target", "{first}", "--target", "new/with parents"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -162,7 +162,7 @@ TEST(SampleInstaller, NeitherRunInPlaceNorManagedNorStagedChangesTheMedia) {
   for (const std::string layout : {"sibling", "am"}) {
     SCOPED_TRACE(layout);
     SampleWorld world;
-    world.Media({.options = {"--layout", layout, "--volumes", "3"}});
+    world.Media({.layout = layout, .volumes = 3});
     const std::string first = layout == "am" ? "media/1/media/1" : "media/1";
     const auto complete = DescribeTreeExactly(world.Path("media"));
     EXPECT_EQ(world.Start(first, {"--target", "{target}"}).status, 0);
@@ -200,7 +200,7 @@ Outcome StartAndBringVolume(const SampleWorld& world, const std::string& first_v
 
 TEST(SampleInstaller, StagedItGoesOnWithAVolumeThatArrivesWhenItIsAskedFor) {
   SampleWorld world;
-  world.Media({.options = {"--volumes", "3"}});
+  world.Media({.volumes = 3});
   fs::rename(world.Path("media/3"), world.Path("volume 3"));
   const Outcome outcome = StartAndBringVolume(world, "media/1", "volume 3", "media/3");
   ExpectOutcome(world, outcome,
@@ -223,7 +223,7 @@ TEST(SampleInstaller, StagedItGoesOnWithAVolumeThatArrivesWhenItIsAskedFor) {
 
 TEST(SampleInstaller, AVolumeBesideTheMediaIsTakenEvenBelowAnOuterSetOfOthers) {
   SampleWorld world;
-  world.Media({.options = {"--layout", "sibling"}, .directory = "outer/4"});
+  world.Media({.layout = "sibling", .directory = "outer/4"});
   fs::rename(world.Path("outer/4/2"), world.Path("volume 2"));
   world.Volume("outer/4").Marker(4, "OUTER");
   const Outcome outcome = StartAndBringVolume(world, "outer/4/1", "volume 2", "outer/4/2");
@@ -248,7 +248,7 @@ TEST(SampleInstaller, ANumberOfVolumesBelowTwoMeansOne) {
 
 TEST(SampleInstaller, AMediaWithoutAMarkerOfItsFirstVolumeIsKnownByItsPayload) {
   SampleWorld world;
-  world.Media({.options = {"--layout", "sibling"}});
+  world.Media({.layout = "sibling"});
   fs::remove(world.Path("media/1/1.txt"));
   const Outcome outcome = world.Start("media/1", {"--target", "{target}"});
   ExpectOutcome(
@@ -268,7 +268,7 @@ TEST(SampleInstaller, AMediaWithoutAMarkerOfItsFirstVolumeIsKnownByItsPayload) {
 
 TEST(SampleInstaller, ReadsTheNumberOfVolumesAndTheTagsAsTheLauncherDoes) {
   SampleWorld world;
-  world.Media({.options = {"--layout", "sibling"}});
+  world.Media({.layout = "sibling"});
   world.Volume("media/1").Announces(" +2 volumes").File("1.txt", "MTBDIR=SAMPLE-1\r\n");
   world.Volume("media/2").File("2.txt", " MTBDIR=x\nMTBDIR=SAMPLE-1\nMTBDIR=y\n");
   const Outcome outcome = world.Start("media/1", {"--target", "{target}"});

@@ -26,21 +26,23 @@ const char kWarnsOfStaging[] =
     "starting the installation.\n"
     " WARN: Not doing so might result in the installation leaving temporary files behind.\n";
 
-Outcome SampleWorld::MakeMedia(const std::vector<std::string>& arguments,
-                               const Environment& env) const {
-  std::vector<std::string> command = {SourceFile("examples/make-media")};
-  for (const std::string& argument : arguments) command.push_back(Text(argument));
-  Environment all = Text(env);
-  all.emplace("PATH", kPath);
-  return RunProgram({command, all, Path(".")});
-}
-
 void SampleWorld::Media(const MediaPlan& plan) const {
-  std::vector<std::string> arguments = plan.options;
-  arguments.insert(arguments.end(), {"--launcher", plan.launcher, "--", plan.directory});
-  const Outcome outcome = MakeMedia(arguments);
-  if (outcome.status != 0 || !outcome.err.empty()) {
-    throw std::runtime_error("cannot make a media: " + outcome.err);
+  const int volumes = plan.volumes != 0 ? plan.volumes : plan.layout.empty() ? 1 : 2;
+  const TestDirectory payload;
+  std::vector<std::string> make = {BuiltProgram("kvl-media"), "make", "--presorted"};
+  if (!plan.layout.empty()) make.insert(make.end(), {"--layout", plan.layout});
+  make.insert(make.end(), {"--tag", plan.tag, "--inst", SourceFile("examples/sample-inst")});
+  make.insert(make.end(), {"--installer", SourceFile("examples/sample-installer")});
+  make.insert(make.end(),
+              {"--launcher", plan.launcher, "--", payload.Path(), Text(Path(plan.directory))});
+  for (const std::vector<std::string>& command :
+       {std::vector<std::string>{SourceFile("examples/sample-payload"), payload.Path(),
+                                 std::to_string(volumes)},
+        make}) {
+    const Outcome outcome = RunProgram({command, {{"PATH", kPath}}, Path(".")});
+    if (outcome.status != 0 || !outcome.err.empty()) {
+      throw std::runtime_error("cannot make a media: " + outcome.err);
+    }
   }
 }
 

@@ -1,7 +1,8 @@
-// SampleWorld: a MediaWorld for media made by examples/make-media, and for what examples/
-// sample-installer makes of them when the built launcher starts it through their start scripts.
+// SampleWorld: a MediaWorld for media that "kvl-media make" makes of examples/sample-payload, and for
+// what examples/sample-installer makes of them when the built launcher starts it through their start
+// scripts.
 //
-// Made by default in {media}, with the tag SAMPLE-1; {tmp} is TMPDIR. All texts given to it are as
+// {tmp} is TMPDIR. All texts given to it are as
 // in MediaWorld, but {staging} is of no use here, see WithoutStaging.
 #pragma once
 
@@ -17,7 +18,9 @@ namespace kvl::test {
 
 /// How a media is made.
 struct MediaPlan {
-  std::vector<std::string> options = {};
+  std::string layout = {};  ///< empty: single or sibling
+  int volumes = 0;          ///< 0: two, or one without a layout
+  std::string tag = "SAMPLE-1";
   std::string directory = "media";
   std::string launcher = BuiltProgram("kvl-launcher");
 };
@@ -43,8 +46,6 @@ class SampleWorld : private ScopedUmask, public MediaWorld {
  public:
   SampleWorld() : ScopedUmask(022) {}
 
-  /// Runs make-media with exactly these arguments; its working directory is the world's own.
-  Outcome MakeMedia(const std::vector<std::string>& arguments, const Environment& env = {}) const;
   /// Makes a media; trouble with it is an exception.
   void Media(const MediaPlan& plan = {}) const;
   /// Makes a media with the fake installer in place of the launcher, to see what that is given.
