@@ -148,9 +148,12 @@ TEST_F(Package, HoldsThePublicHeadersAndTheLibraryAndNothingElse) {
   if (configuration.empty()) configuration = "noconfig";
   const std::string library = LibraryDir() + "/";
   const std::string cmake = library + "cmake/KVLInsIO/KVLInsIOConfig";
-  Lines expected = {cmake + ".cmake", cmake + "-" + configuration + ".cmake",
-                    cmake + "Version.cmake", library + "libKVLInsIO.a",
-                    library + "pkgconfig/KVLInsIO.pc"};
+  Lines expected = {cmake + ".cmake",
+                    cmake + "-" + configuration + ".cmake",
+                    cmake + "Version.cmake",
+                    library + "libKVLInsIO.a",
+                    library + "pkgconfig/KVLInsIO.pc",
+                    "share/man/man3/KVLInsIO.3"};
   for (const std::string& name : kPublicHeaders) expected.push_back("include/KVLInsIO/" + name);
 
   Lines files;
