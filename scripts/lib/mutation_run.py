@@ -162,7 +162,9 @@ class Worker:
         tests = []
         for suite in json.loads(report.read_text())["testsuites"]:
             for test in suite["testsuite"]:
-                if test["result"] != "SKIPPED":
+                # The manual pages are held against every text in the sources, as a copy of them.
+                is_copy = "/tests/docs/" in test["file"]
+                if test["result"] != "SKIPPED" and not is_copy:
                     file = str(Path(test["file"]).relative_to(self.copy))
                     seconds = float(test["time"].removesuffix("s"))
                     tests.append(TestCase(f"{suite['name']}.{test['name']}", file, seconds))
