@@ -33,6 +33,19 @@ if [ ! -f "$launcher" ] || [ ! -x "$launcher" ]; then
   printf '%s: the launcher is missing or cannot be executed: %s\n' "${0##*/}" "$launcher" >&2
   exit 1
 fi
+
+# A program that runs from a media keeps it mounted, and the launcher runs as long as the installer.
+# Of several volumes it is therefore started from a copy, which loses its name at once; where none
+# can be made or started, from the media.
+if [ -f "$CurrentMediaDir/inst/volumes.txt" ] &&
+  [ "$(head -n 1 "$CurrentMediaDir/inst/volumes.txt" 2>/dev/null)" != 1 ] &&
+  target=$(mktemp 2>/dev/null); then
+  if cp -- "$launcher" "$target" 2>/dev/null && chmod -- 700 "$target"; then
+    exec 3<"$target"
+    if [ -x /proc/self/fd/3 ]; then launcher=/proc/self/fd/3; fi
+  fi
+  rm -f -- "$target"
+fi
 )sh";
 
 }  // namespace

@@ -156,10 +156,11 @@ TEST(SampleInstallerManages, WithoutLookingForVolumesAndWithoutStaging) {
   SampleWorld world;
   world.Media({.volumes = 3});
   fs::remove_all(world.Path("media/2"));
-  const auto before = DescribeTreeExactly(world.Path("."));
+  const auto all = DescribeTree(world.Path(".")), media = DescribeTreeExactly(world.Path("media"));
   ExpectOutcome(world, world.Start("media/1", {"-SoftMgt", "-List", "--target", "{target}"}),
                 {0, FindsInstallerIn("media/1") + "Nothing is installed in: {target}\n", ""});
-  EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
+  EXPECT_EQ(DescribeTree(world.Path(".")), all);
+  EXPECT_EQ(DescribeTreeExactly(world.Path("media")), media);
 }
 
 }  // namespace

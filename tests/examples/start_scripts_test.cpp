@@ -1,4 +1,5 @@
 // The start scripts of a sample media: what they give to the launcher, however they are called.
+#include <sys/mount.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -7,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/conditions/own_mounts.h"
 #include "tests/examples/sample_world.h"
 
 namespace kvl::test {
@@ -167,6 +169,75 @@ TEST(StartScript, TheLauncherTakesItsPlaceAndEndsWithItsOwnStatus) {
   ExpectOutcome(world, outcome, {9, "said\n", ""});
   ChildReport report = ReadReport(world.Path("report"));
   EXPECT_EQ(report.facts["parent"], std::to_string(::getpid()));
+}
+
+/// A media of two volumes with the fake installer in place of the launcher, in {media/1}.
+void TwoVolumesWithFakeLauncher(const SampleWorld& world) {
+  world.Media({.volumes = 2, .launcher = BuiltProgram("fake_installer")});
+}
+
+/// What is started is as good as the launcher itself, and nothing is left of it.
+TEST(StartScript, OfSeveralVolumesStartsACopyWithoutAName) {
+  SampleWorld world;
+  TwoVolumesWithFakeLauncher(world);
+  const Environment tmp = {{"TMPDIR", "{tmp}"}};
+  for (const std::string script : {"StartTUI.sh", "StartGUI.sh"}) {
+    SCOPED_TRACE(script);
+    ChildReport report = ReportOf(world, {{"{media/1}/" + script, "a b", ""}, "{}", tmp});
+    std::vector<std::string> arguments = {"/proc/self/fd/3", "a b", ""};
+    if (script == "StartGUI.sh") arguments.insert(arguments.begin() + 1, "-UI");
+    EXPECT_EQ(report.arguments, arguments);
+    EXPECT_EQ(report.facts["parent"], std::to_string(::getpid()));
+    EXPECT_EQ(DescribeTree(world.Path("tmp")), std::vector<std::string>());
+  }
+}
+
+/// Every row makes a copy impossible, or needless.
+TEST(StartScript, StartsTheLauncherOfTheMediaWhereItCannotBeCopied) {
+  struct Row {
+    std::string what;
+    Environment env;
+    std::function<void(const SampleWorld&)> change = [](const SampleWorld&) {};
+  };
+  const auto without_number = [](const SampleWorld& world) {
+    fs::remove(world.Path("media/1/inst/volumes.txt"));
+  };
+  const std::vector<Row> rows = {
+      {"no temporary directory", {{"TMPDIR", "{missing}"}}},
+      {"no programs", {{"TMPDIR", "{tmp}"}, {"PATH", "{tmp}"}}},
+      {"no number of volumes", {{"TMPDIR", "{tmp}"}}, without_number},
+      {"a pipe for the number of volumes",
+       {{"TMPDIR", "{tmp}"}},
+       [&](const SampleWorld& world) {
+         without_number(world);
+         world.Directory().Pipe("media/1/inst/volumes.txt");
+       }},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    SampleWorld world;
+    TwoVolumesWithFakeLauncher(world);
+    row.change(world);
+    EXPECT_THAT(ReportOf(world, {{"{media/1}/StartTUI.sh", "x"}, "{}", row.env}).arguments,
+                ElementsAre(world.Path("media/1/inst/linux/code/bin/kvl-launcher"), "x"));
+    EXPECT_EQ(DescribeTree(world.Path("tmp")), std::vector<std::string>());
+  }
+}
+
+TEST(StartScript, StartsTheLauncherOfTheMediaWhereACopyIsOfNoUse) {
+  if (const std::string why = WhyNoOwnMounts(); !why.empty()) GTEST_SKIP() << why;
+  SampleWorld world;
+  TwoVolumesWithFakeLauncher(world);
+  RunWithOwnMounts([&] {
+    for (const auto& [options, flags] : {std::pair("size=8k", 0UL), {"size=8m", MS_NOEXEC}}) {
+      SCOPED_TRACE(options);
+      const MemoryMount mount(world.Path("tmp"), std::string(options) + ",mode=1777", flags);
+      const Environment tmp = {{"TMPDIR", "{tmp}"}};
+      EXPECT_THAT(ReportOf(world, {{"{media/1}/StartTUI.sh", "x"}, "{}", tmp}).arguments,
+                  ElementsAre(world.Path("media/1/inst/linux/code/bin/kvl-launcher"), "x"));
+      EXPECT_EQ(DescribeTree(world.Path("tmp")), std::vector<std::string>());
+    }
+  });
 }
 
 TEST(StartScript, WithoutALauncherSaysSoAndEndsWithStatusOne) {
