@@ -1,6 +1,7 @@
 // A stand-in for a real installer: it writes down what it was started with and ends as it is told.
 //
 //   FAKE_REPORT  where to write: records ended by a NUL byte, "name=value" each
+//   FAKE_WAIT    a pipe to be opened after that, and waited for until its other end is closed
 //   FAKE_EXIT    the exit code, 0 when not set
 //   FAKE_SIGNAL  the number of a signal to die by instead
 //   FAKE_PRINT   a text for standard output
@@ -85,10 +86,19 @@ void Report(const char* path, int argc, char** argv) {
   record.Add("blocked", BlockedSignals());
 }
 
+void WaitForTheEndOf(const char* path) {
+  std::FILE* pipe = std::fopen(path, "re");
+  if (pipe == nullptr) std::_Exit(248);
+  while (std::fgetc(pipe) != EOF) {
+  }
+  std::fclose(pipe);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   if (const char* path = std::getenv("FAKE_REPORT")) Report(path, argc, argv);
+  if (const char* path = std::getenv("FAKE_WAIT")) WaitForTheEndOf(path);
   if (const char* text = std::getenv("FAKE_PRINT")) std::fputs(text, stdout);
   std::fflush(stdout);
   if (const char* number = std::getenv("FAKE_SIGNAL")) {

@@ -127,7 +127,9 @@ LaunchSeen MediaWorld::Launch(const std::string& name, const LaunchPlan& plan) {
   for (const auto& [variable, value] : plan.env) env[variable] = Text(value);
   for (const std::string& variable : plan.without) env.erase(variable);
 
-  std::vector<std::string> command = {BuiltProgram("kvl-launcher")};
+  std::vector<std::string> command;
+  for (const std::string& word : plan.command) command.push_back(Text(word));
+  if (command.empty()) command.push_back(BuiltProgram("kvl-launcher"));
   for (const std::string& argument : plan.arguments) command.push_back(Text(argument));
   fs::remove(Path(kReport));
   const Outcome outcome = RunProgram({command, env, plan.directory, {}, plan.before});

@@ -65,6 +65,8 @@ struct ScanSeen {
 /// How the launcher is started in a world.
 struct LaunchPlan {
   std::vector<std::string> arguments = {};
+  /// What is started in place of the built launcher, with the arguments behind it: a start script.
+  std::vector<std::string> command = {};
   /// On top of, or instead of, the usual ones: CurrentMediaDir={<media>}, KVL_OS=linux,
   /// KVL_Installer_EXE=installer, TMPDIR={tmp}, PATH=/usr/bin:/bin, FAKE_REPORT={report}.
   Environment env = {};

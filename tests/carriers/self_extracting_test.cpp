@@ -1,0 +1,120 @@
+// A media in a self-extracting archive, which unpacks itself into the temporary directory, calls
+// StartTUI.sh and removes what it unpacked.
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include "tests/carriers/carrier.h"
+
+namespace kvl::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr unsigned kUmaskOfTheArchive = 077;
+constexpr unsigned kOwnUmask = 022;
+const LaunchPlan kPlan = {.arguments = {"--quiet", "--", "--target", "a b"},
+                          .env = {{"FAKE_EXIT", "7"}}};
+
+class SelfExtractingArchive : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (const std::string why = WhyNoTools({"makeself"}); !why.empty()) GTEST_SKIP() << why;
+  }
+
+  /// Calls `check` in a world of its own for everybody who may start an archive.
+  static void ForAllStarters(const std::function<void(CarrierWorld&, Starter)>& check) {
+    for (const Starter starter : AllStarters()) {
+      SCOPED_TRACE(starter == Starter::kOurselves ? "by ourselves" : "by an ordinary user");
+      CarrierWorld world;
+      if (const std::string why = world.WhyNot(starter); !why.empty()) GTEST_SKIP() << why;
+      check(world, starter);
+    }
+  }
+
+  /// Makes {archives/suite.run} of the media in {set}.
+  static void Pack(const CarrierWorld& world, const std::vector<std::string>& options = {}) {
+    world.Directory().MakeDir("archives");
+    std::vector<std::string> command = {"/usr/bin/makeself", "--quiet", "--nox11", "--nocomp"};
+    command.insert(command.end(), options.begin(), options.end());
+    command.insert(command.end(), {"{set}", "{archives/suite.run}", "A suite", "./StartTUI.sh"});
+    world.RunTool(command);
+  }
+
+  static void PackWithoutThirdVolume(const CarrierWorld& world,
+                                     const std::vector<std::string>& options = {}) {
+    world.MakeSet("flat");
+    for (const char* piece : {"set/3.txt", "set/payload/3", "set/payload/3.cksum"}) {
+      fs::remove_all(world.Path(piece));
+    }
+    Pack(world, options);
+  }
+
+  /// Runs the archive, and claims that it changed nothing but {tmp}. The texts of the run have
+  /// "{unpacked}" for the directory that it unpacked itself into.
+  static LaunchSeen StartArchive(CarrierWorld& world, Starter starter) {
+    LaunchSeen seen = world.Run(world.StartOf("{archives/suite.run}", starter, kPlan));
+    const std::string unpacked = seen.child.directory;
+    const std::string beginning = world.Path("tmp/selfgz");
+    EXPECT_EQ(unpacked.substr(0, beginning.size()), beginning);
+    EXPECT_EQ(unpacked.find_first_not_of("0123456789", beginning.size()), std::string::npos);
+    EXPECT_FALSE(fs::exists(unpacked));
+    TakeAwayTheScript(seen, unpacked);
+    seen.given["USER_PWD"] = world.Path(".");
+    seen.given["ARCHIVE_DIR"] = world.Path("archives");
+    return seen;
+  }
+
+  /// What is expected of a run from that directory.
+  static ExpectedRun Expected(const std::string& unpacked) {
+    ExpectedRun run;
+    run.status = 7;
+    run.out = SaysFoundIn(unpacked);
+    run.arguments = StartedFrom(unpacked, {"--target", "a b"});
+    run.env.media = unpacked;
+    return run;
+  }
+
+  static void ExpectStaged(CarrierWorld& world, Starter starter, unsigned umask) {
+    const LaunchSeen seen = StartArchive(world, starter);
+    const std::string unpacked = seen.child.directory;
+    ExpectedRun expected = Expected(unpacked);
+    expected.out += " INFO: This media is composed of 3 volumes.\n";
+    expected.err = std::string(kMissingVolumes) + kStagedWarning;
+    expected.arguments = StartedFrom("{staging}", {"--target", "a b"});
+    expected.env = {.media = "{staging}",
+                    .original = unpacked,
+                    .found = {{"KVLAdmInstVolumesCount", "3"}, {"KVLAdmInstMTBDIR", "SET-A"}}};
+    expected.left.exactly = StagedCopyOf(world, "{set}", umask);
+    ExpectRunBy(starter, world, seen, expected);
+    EXPECT_EQ(seen.child.facts.at("umask"), std::to_string(umask));
+  }
+};
+
+TEST_F(SelfExtractingArchive, RunsTheInstallerWhereItWasUnpacked) {
+  ForAllStarters([](CarrierWorld& world, Starter starter) {
+    world.Directory().Write("payload/a", "of the only volume");
+    world.Make("set");
+    Pack(world);
+    const LaunchSeen seen = StartArchive(world, starter);
+    ExpectRunBy(starter, world, seen, Expected(seen.child.directory));
+    EXPECT_EQ(seen.child.facts.at("umask"), std::to_string(kUmaskOfTheArchive));
+  });
+}
+
+/// What was staged stays when what was unpacked goes, with modes by the umask of the archive.
+TEST_F(SelfExtractingArchive, LeavesTheStagedCopyOfAMediaWithoutOneOfItsVolumes) {
+  ForAllStarters([](CarrierWorld& world, Starter starter) {
+    PackWithoutThirdVolume(world);
+    ExpectStaged(world, starter, kUmaskOfTheArchive);
+  });
+}
+
+TEST_F(SelfExtractingArchive, LeavesItWithTheUmaskOfItsCallerOnDemand) {
+  CarrierWorld world;
+  PackWithoutThirdVolume(world, {"--keep-umask"});
+  ExpectStaged(world, Starter::kOurselves, kOwnUmask);
+}
+
+}  // namespace
+}  // namespace kvl::test
