@@ -2,15 +2,15 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/companion/check_world.h"
+#include "tests/launcher/expected_environment.h"
 
 namespace kvl::test {
 namespace {
 
-using Json = nlohmann::json;
+using Json = nlohmann::ordered_json;
 using Lines = std::vector<std::string>;
 
 TEST(KvlMedia, RefusesBadCallsWithOneLine) {
@@ -47,13 +47,98 @@ TEST(KvlMedia, TellsItsVersion) {
   EXPECT_EQ(seen.status, 0);
 }
 
+constexpr char kHelp[] = R"(Checks and makes installation media.
+Usage: kvl-media [OPTIONS] SUBCOMMAND
+
+Options:
+  --version                   Display program version information and exit
+  --help                      Print this text
+
+Subcommands:
+  check                       Says what the launcher would do with a media, and what is wrong with it.
+                              Changes nothing and starts nothing. What follows "--" are arguments for the launcher;
+                              the environment counts, too. Without --os and --installer, KVL_OS and KVL_Installer_EXE
+                              are taken from the environment, or else from StartTUI.sh of the media.
+  make                        Makes a media from a payload tree, split into volumes. DIR must be empty or missing;
+                              nothing is ever overwritten. Volume i holds payload/i and its list of checksums.
+
+)";
+
+constexpr char kHelpWithCheck[] =
+    R"(Says what the launcher would do with a media, and what is wrong with it.
+Changes nothing and starts nothing. What follows "--" are arguments for the launcher;
+the environment counts, too. Without --os and --installer, KVL_OS and KVL_Installer_EXE
+are taken from the environment, or else from StartTUI.sh of the media.
+Usage: kvl-media check [OPTIONS] DIR
+
+Positionals:
+  DIR TEXT REQUIRED           Directory of volume 1 of the media
+
+Options:
+  --help                      Print this text
+  --os TEXT                   Name of the operating-system directory below inst
+  --installer TEXT            File name of the installer
+  --json                      Write one JSON object instead of text
+  --verbose                   Show command, variables and messages, too (JSON always has them)
+
+Exit status: 0 fine, 1 problems, 2 bad call.
+)";
+
+constexpr char kHelpWithMake[] =
+    R"(Makes a media from a payload tree, split into volumes. DIR must be empty or missing;
+nothing is ever overwritten. Volume i holds payload/i and its list of checksums.
+Usage: kvl-media make [OPTIONS] PAYLOAD DIR
+
+Positionals:
+  PAYLOAD TEXT REQUIRED       Directory of what is to be installed
+  DIR TEXT REQUIRED           Directory to write the media into
+
+Options:
+  --help                      Print this text
+  --layout TEXT:{single,flat,sibling,am}
+                              single, flat, sibling or am (default: single for one volume, else sibling)
+  --volume-size UINT:SIZE [b, kb(=1024b), ...]
+                              Most bytes on a volume, with K, M or G for powers of 1024 (default: no limit)
+  --presorted                 PAYLOAD holds directories 1, 2, ... with what goes onto each volume
+  --tag TEXT REQUIRED         Text that marks volumes as belonging together
+  --installer TEXT REQUIRED   Installer to put on the media
+  --inst TEXT                 Directory whose contents go into inst, too: what the installer needs
+  --launcher TEXT             Launcher to put on the media (default: kvl-launcher beside this program)
+  --os TEXT                   Name of the operating-system directory below inst (default: linux)
+  --quiet                     Show no progress, even on a terminal
+
+Exit status: 0 done, 1 the media could not be written, 2 bad call.
+)";
+
 TEST(KvlMedia, HelpsWithEverySubcommand) {
-  for (const Lines& arguments : {Lines{"--help"}, Lines{"check", "--help"}}) {
+  const std::vector<std::pair<Lines, std::string>> rows = {
+      {{"--help"}, kHelp},
+      {{"check", "--help"}, kHelpWithCheck},
+      {{"make", "--help"}, kHelpWithMake},
+  };
+  for (const auto& [arguments, help] : rows) {
     const Outcome seen = CheckWorld().Companion(arguments);
-    EXPECT_THAT(seen.out, testing::HasSubstr("Usage: kvl-media"));
+    EXPECT_EQ(seen.out, help);
     EXPECT_EQ(seen.err, "");
     EXPECT_EQ(seen.status, 0);
   }
+}
+
+/// What is said of TwoVolumes when no installer is found for that system.
+std::string NothingFor(const std::string& os) {
+  return "Media      {1}\nSystem     " + os +
+         "\n"
+         "Installer  not found\n"
+         "Volumes    2, layout sibling, tag SET-A\n"
+         "           1  found       {1}\n"
+         "           2  found       {2}\n"
+         "Start      none\n"
+         "error      {1}/inst/" +
+         os +
+         "/code/bin/installer: there is no installer here, nor in an external installer media; put "
+         "the "
+         "installer there, or name its directory (--os) and file (--installer)\n"
+         "1 problem: the launcher will end with status 1\n";
 }
 
 TEST(KvlMediaCheck, TakesTheNamesFromTheStartScriptWhenNobodyElseGivesThem) {
@@ -67,28 +152,46 @@ TEST(KvlMediaCheck, TakesTheNamesFromTheStartScriptWhenNobodyElseGivesThem) {
   EXPECT_EQ(world.Companion({"check", "2/../1/"}, tmp).out, fine);
   EXPECT_EQ(world.Companion({"check", "./1/."}, tmp).out, fine);
 
-  EXPECT_THAT(world.Companion({"check", "1"}, {{"KVL_OS", "other"}}).out,
-              testing::HasSubstr("System     other\n"));
-  EXPECT_THAT(world.Companion({"check", "1", "--os", "third"}, {{"KVL_OS", "other"}}).out,
-              testing::HasSubstr("System     third\n"));
+  EXPECT_EQ(world.Companion({"check", "1"}, {{"KVL_OS", "other"}}).out,
+            world.Text(NothingFor("other")));
+  EXPECT_EQ(world.Companion({"check", "1", "--os", "third"}, {{"KVL_OS", "other"}}).out,
+            world.Text(NothingFor("third")));
+}
+
+/// What the installer gets beyond what the launcher is started with, by a check of {1}.
+Environment VariablesFrom(const CheckWorld& world, const Prepared& from) {
+  const Environment given = {{"TMPDIR", world.Path("tmp")}, {"PATH", "/usr/bin:/bin"}};
+  return EnvChanges(given, InstallerEnvironment(world, given, from));
 }
 
 TEST(KvlMediaCheck, ShowsCommandVariablesAndMessagesOnDemand) {
   CheckWorld world;
   world.Volume("1").Installer().Announces("1");
   const Outcome seen = world.Check({"--verbose", "--", "-SoftMgt", "-List"});
-  EXPECT_THAT(
-      seen.out,
-      testing::StartsWith(world.Text("Media      {1}\n"
-                                     "System     linux\n"
-                                     "Installer  {1}/inst/linux/code/bin/installer, in the media\n"
-                                     "Volumes    not looked for\n"
-                                     "Start      in place\n"
-                                     "Command\n"
-                                     "  {1}/inst/linux/code/bin/installer\n"
-                                     "  --mgt\n"
-                                     "  ") +
-                          std::filesystem::path(world.Path(".")).parent_path().string() + "\n"));
+  std::string variables;
+  for (const auto& [name, value] : VariablesFrom(world, {.software_management = true})) {
+    variables += "  " + name + "=" + value + "\n";
+  }
+  EXPECT_EQ(seen.out, world.Text("Media      {1}\n"
+                                 "System     linux\n"
+                                 "Installer  {1}/inst/linux/code/bin/installer, in the media\n"
+                                 "Volumes    not looked for\n"
+                                 "Start      in place\n"
+                                 "Command\n"
+                                 "  {1}/inst/linux/code/bin/installer\n"
+                                 "  --mgt\n"
+                                 "  ") +
+                          std::filesystem::path(world.Path(".")).parent_path().string() +
+                          "\n"
+                          "  --var\n"
+                          "  Radio_KVLSoftwareMgtCheck?List=true\n"
+                          "Variables\n" +
+                          variables + "Messages\n" +
+                          world.Text("   INFO: {1}/inst/linux/code/bin/installer\n"
+                                     "   INFO: Installer found in current media: "
+                                     "\"{1}/inst/linux/code/bin/installer\".\n"
+                                     "Fine: the installer will be started in place\n"));
+  EXPECT_EQ(seen.err, "");
   EXPECT_EQ(seen.status, 0);
 }
 
@@ -96,44 +199,68 @@ TEST(KvlMediaCheck, GivesProgramsOneObjectWithAllKeys) {
   CheckWorld world;
   world.VolumeMissing().Volume("1").Link("a\xFF\\", "nowhere");
   const Outcome seen = world.Check({"--json"});
+  const std::string media = world.Path("1"), staging = world.Path("tmp/<identifier>");
+  const std::string installer = "/inst/linux/code/bin/installer";
+  std::uintmax_t bytes = 0;
+  const Lines names = {"StartGUI.sh",
+                       "StartTUI.sh",
+                       "inst/common/reffiles/list",
+                       "inst/linux/code/bin/installer",
+                       "inst/linux/reffiles/list",
+                       "inst/volumes.txt",
+                       "media.db",
+                       "media.xml",
+                       "meta.TOCxml"};
+  for (const std::string& name : names) bytes += std::filesystem::file_size(media + "/" + name);
+  const Environment variables = VariablesFrom(
+      world, {.media = staging,
+              .original = media,
+              .found = {{"KVLAdmInstVolumesCount", "2"}, {"KVLAdmInstMTBDIR", "SET-A"}}});
+  const Json expected = {
+      {"format", 1},
+      {"fine", false},
+      {"expectation", "installer-runs"},
+      {"status", nullptr},
+      {"media", media},
+      {"os", "linux"},
+      {"installer_name", "installer"},
+      {"layout", "unknown"},
+      {"volume_count", 2},
+      {"tag", "SET-A"},
+      {"volumes",
+       {{{"number", 1}, {"directory", media}, {"tag", "SET-A"}, {"state", "found"}},
+        {{"number", 2}, {"directory", world.Path("2")}, {"tag", ""}, {"state", "missing"}}}},
+      {"installer", {{"path", media + installer}, {"source", "media"}}},
+      {"staged", true},
+      {"staging",
+       {{"directory", staging},
+        {"files", 9},
+        {"directories", 7},
+        {"bytes", bytes},
+        {"free_bytes", 0},
+        {"names", names}}},
+      {"command", Lines{staging + installer, "-CDpath", staging}},
+      {"variables", variables},
+      {"messages",
+       {" INFO: " + media + installer,
+        " INFO: Installer found in current media: \"" + media + installer + "\".",
+        " INFO: This media is composed of 2 volumes.", "       Volume 1 found in: " + media}},
+      {"findings",
+       {{{"code", "volume-missing"},
+         {"severity", "warning"},
+         {"path", world.Path("2/2.txt")},
+         {"text", "volume 2 is missing: it has no marker"},
+         {"remedy", "copy the whole volume there"}},
+        {{"code", "dangling-link"},
+         {"severity", "warning"},
+         {"path", world.Path("1/a\\xFF\\\\")},
+         {"text", "a link that leads nowhere"},
+         {"remedy", "put there what it leads to, or remove the link"}}}},
+      {"further", Json::object()},
+  };
+  EXPECT_EQ(WithoutFreeBytes(seen.out), expected.dump(2) + "\n");
   EXPECT_EQ(seen.err, "");
   EXPECT_EQ(seen.status, 1);
-  Json report = Json::parse(seen.out);
-  const Json variables = report["variables"];
-  EXPECT_EQ(variables["ORBInst"], world.Text("{tmp}/<identifier>/inst"));
-  report.erase("variables");
-  report["staging"]["bytes"] = 0;
-  report["staging"]["free_bytes"] = 0;
-  const Json expected = Json::parse(world.Text(R"([
-    "format", 1, "fine", false, "expectation", "installer-runs", "status", null,
-    "media", "{1}", "os", "linux", "installer_name", "installer", "layout", "unknown",
-    "volume_count", 2, "tag", "SET-A", "staged", true])"));
-  for (std::size_t i = 0; i < expected.size(); i += 2) {
-    EXPECT_EQ(report[expected[i].get<std::string>()], expected[i + 1]) << expected[i];
-  }
-  EXPECT_EQ(
-      report["volumes"],
-      Json({{{"number", 1}, {"directory", world.Path("1")}, {"tag", "SET-A"}, {"state", "found"}},
-            {{"number", 2}, {"directory", world.Path("2")}, {"tag", ""}, {"state", "missing"}}}));
-  EXPECT_EQ(report["installer"],
-            Json({{"path", world.Path("1/inst/linux/code/bin/installer")}, {"source", "media"}}));
-  EXPECT_EQ(report["staging"]["names"],
-            Json({"StartGUI.sh", "StartTUI.sh", "inst/common/reffiles/list",
-                  "inst/linux/code/bin/installer", "inst/linux/reffiles/list", "inst/volumes.txt",
-                  "media.db", "media.xml", "meta.TOCxml"}));
-  EXPECT_EQ(report["findings"],
-            Json({{{"code", "volume-missing"},
-                   {"severity", "warning"},
-                   {"path", world.Path("2/2.txt")},
-                   {"text", "volume 2 is missing: it has no marker"},
-                   {"remedy", "copy the whole volume there"}},
-                  {{"code", "dangling-link"},
-                   {"severity", "warning"},
-                   {"path", world.Path("1/a\\xFF\\\\")},
-                   {"text", "a link that leads nowhere"},
-                   {"remedy", "put there what it leads to, or remove the link"}}}));
-  EXPECT_EQ(report["further"], Json::object());
-  EXPECT_EQ(report.size(), 18U);
 }
 
 }  // namespace

@@ -36,5 +36,7 @@ extern const char kVolumeMissing[];
 
 /// The numbers of bytes, which depend on the machine, written as "<n>".
 std::string WithoutBytes(const std::string& text);
+/// The number of free bytes in a report for programs, which depends on the machine, written as 0.
+std::string WithoutFreeBytes(const std::string& json);
 
 }  // namespace kvl::test

@@ -45,6 +45,14 @@ Lines NamesIn(const std::string& directory) {
 
 struct LayoutRow {
   std::string name, first, second;  ///< directories of the volumes, in {media}
+
+  /// What a check says, as in MediaWorld.
+  std::string CheckSays() const {
+    return "Media      {" + first + "}\nSystem     linux\nInstaller  {" + first +
+           "}/inst/linux/code/bin/setup, in the media\nVolumes    2, layout " + name +
+           ", tag T 1\n           1  found       {" + first + "}\n           2  found       {" +
+           second + "}\nStart      in place\nFine: the installer will be started in place\n";
+  }
 };
 
 const std::vector<LayoutRow> kLayouts = {
@@ -70,7 +78,8 @@ TEST(KvlMediaMake, MakesMediaThatCheckFindsNothingWrongWith) {
     EXPECT_EQ(ReadFile(world.Path(row.second + "/2.txt")), "Volume marker\nMTBDIR=T 1\n");
 
     const Outcome check = world.Companion({"check", row.first}, {{"TMPDIR", "{tmp}"}});
-    EXPECT_THAT(check.out, testing::EndsWith("Fine: the installer will be started in place\n"));
+    EXPECT_EQ(check.out, world.Text(row.CheckSays()));
+    EXPECT_EQ(check.err, "");
     EXPECT_EQ(check.status, 0);
   }
 }
@@ -108,6 +117,9 @@ TEST(KvlMediaMake, MakesMediaThatStart) {
   const Outcome started = RunProgram({{world.Path("media/StartTUI.sh"), "argument"},
                                       {{"PATH", "/usr/bin:/bin"}},
                                       world.Path("tmp")});
+  EXPECT_EQ(started.out, world.Text(" INFO: {media}/inst/linux/code/bin/setup\n"
+                                    " INFO: Installer found in current media: "
+                                    "\"{media}/inst/linux/code/bin/setup\".\n"));
   EXPECT_EQ(started.err, "");
   EXPECT_EQ(started.status, 5);
 }
@@ -269,6 +281,7 @@ TEST(KvlMediaMake, RefusesToWriteWhereSomethingIs) {
     fill(world);
     const Lines before = DescribeTreeExactly(world.Path("."));
     const Outcome seen = Make(world, {});
+    EXPECT_EQ(seen.out, "");
     EXPECT_EQ(seen.err, world.Text("kvl-media: the directory is not empty: {media}\n"));
     EXPECT_EQ(seen.status, 2);
     EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
@@ -300,6 +313,7 @@ TEST(KvlMediaMake, RefusesAPayloadThatCannotBeSplitSafely) {
     MakePayload(world);
     row.make(world);
     const Outcome seen = Make(world, {});
+    EXPECT_EQ(seen.out, "");
     EXPECT_EQ(seen.err, "kvl-media: " + row.line + "\n");
     EXPECT_EQ(seen.status, 2);
     EXPECT_FALSE(fs::exists(world.Path("media")));
