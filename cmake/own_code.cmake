@@ -36,3 +36,11 @@ function(kvl_library name)
   add_library(${name} STATIC ${ARGN})
   target_link_libraries(${name} PUBLIC $<BUILD_INTERFACE:own_code>)
 endfunction()
+
+# kvl_program_for_everywhere(<name>): with KVL_STATIC it needs nothing of the system that it runs on,
+# and holds nothing that nothing in it refers to.
+function(kvl_program_for_everywhere name)
+  if(KVL_STATIC)
+    target_link_options(${name} PRIVATE -static -Wl,--gc-sections)
+  endif()
+endfunction()
