@@ -13,6 +13,9 @@ target_compile_options(own_code INTERFACE
 # A release is to be small: the linker can leave out each function that nothing refers to.
 target_compile_options(own_code INTERFACE
   $<$<CONFIG:Release>:-O2 -ffunction-sections -fdata-sections>)
+# And the same wherever its sources lie.
+target_compile_options(own_code INTERFACE
+  $<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>)
 if(KVL_STRICT)
   target_compile_options(own_code INTERFACE -Werror)
 endif()
