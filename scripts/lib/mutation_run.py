@@ -72,16 +72,28 @@ class TestCase:
     seconds: float
 
 
+def source_files(checkout: Path) -> set[str]:
+    """Those of a source archive are all that lies there but what was built."""
+    if (checkout / ".git").exists():
+        listed = subprocess.run(
+            ["git", "ls-files", "-z", "--cached", "--others", "--exclude-standard"],
+            cwd=checkout,
+            check=True,
+            capture_output=True,
+        ).stdout.decode()
+        names = listed.split("\0")
+    else:
+        built = ("build", "dist")
+        tops = (top for top in checkout.iterdir() if top.name not in built)
+        paths = (path for top in tops for path in (top, *top.rglob("*")))
+        names = [str(path.relative_to(checkout)) for path in paths]
+    return {name for name in names if name and (checkout / name).is_file()}
+
+
 def copy_sources(checkout: Path, copy: Path) -> None:
     """Brings the copy to the state of the checkout. What is the same keeps its time, so that it is
     not built again."""
-    listed = subprocess.run(
-        ["git", "ls-files", "-z", "--cached", "--others", "--exclude-standard"],
-        cwd=checkout,
-        check=True,
-        capture_output=True,
-    ).stdout.decode()
-    files = {name for name in listed.split("\0") if name and (checkout / name).is_file()}
+    files = source_files(checkout)
     for name in files:
         source, target = checkout / name, copy / name
         contents = source.read_bytes()

@@ -11,11 +11,7 @@ from pathlib import Path
 class Tree:
     def __init__(self, top: Path) -> None:
         self.top = top
-        # Also in a checkout of somebody else.
-        call = ["git", "-c", f"safe.directory={top}", "ls-files", "-z"]
-        call += ["--cached", "--others", "--exclude-standard"]
-        listed = subprocess.run(call, cwd=top, check=True, capture_output=True, text=True).stdout
-        self.files = sorted({name for name in listed.split("\0") if name and (top / name).exists()})
+        self.files = sorted(name for name in self._list() if name and (top / name).exists())
         self.directories = {
             str(parent) for name in self.files for parent in Path(name).parents if parent != Path()
         }
@@ -24,6 +20,17 @@ class Tree:
         self._folder_names = {
             Path(directory).name for directory in self.directories if directory.count("/") < 2
         }
+
+    def _list(self) -> set[str]:
+        if not (self.top / ".git").exists():  # an unpacked archive: all but what was built
+            tops = (path for path in self.top.iterdir() if path.name not in ("build", "dist"))
+            paths = (path for top in tops for path in (top, *top.rglob("*")))
+            return {str(path.relative_to(self.top)) for path in paths if path.is_file()}
+        # Also in a checkout of somebody else.
+        call = ["git", "-c", f"safe.directory={self.top}", "ls-files", "-z"]
+        call += ["--cached", "--others", "--exclude-standard"]
+        listed = subprocess.run(call, cwd=self.top, check=True, capture_output=True, text=True).stdout
+        return set(listed.split("\0"))
 
     def documents(self) -> list[Path]:
         return [Path(name) for name in self.files if name.endswith(".md")]
