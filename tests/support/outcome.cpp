@@ -77,6 +77,16 @@ int WaitFor(pid_t child) {
   ::_exit(kCannotStart);
 }
 
+/// Where the running test program lies.
+const std::filesystem::path& OwnDirectory() {
+  static const std::filesystem::path directory =
+      std::filesystem::read_symlink("/proc/self/exe").parent_path();
+  return directory;
+}
+/// Asked for at the start: in a directory that was made the root, a test with mounts of its own is
+/// told of another path.
+[[maybe_unused]] const std::filesystem::path& kAskedAtTheStart = OwnDirectory();
+
 }  // namespace
 
 Outcome Catch(const std::function<void()>& action) {
@@ -137,7 +147,7 @@ Outcome RunProgram(const ProgramStart& start) {
 }
 
 std::string BuiltProgram(const std::string& name) {
-  return std::filesystem::read_symlink("/proc/self/exe").parent_path() / name;
+  return OwnDirectory() / name;
 }
 
 std::string SourceFile(const std::string& relative) {
