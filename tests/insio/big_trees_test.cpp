@@ -1,6 +1,7 @@
 // Trees that are very deep or very wide, in the hands of a program of its own.
 #include <dirent.h>
 #include <errno.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -13,6 +14,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "insio/finder.h"
 #include "tests/insio/failure.h"
 #include "tests/insio/run_tree_tool.h"
 #include "tests/insio/surroundings.h"
@@ -145,6 +147,25 @@ TEST_F(DeepTree, EndsWithItsMessageWhereItHasGrownTooDeep) {
   }
   fs::rename(longer, Path("tree"));
   EXPECT_TRUE(fs::exists(Path("tree" + inner + "/file")));
+}
+
+TEST_F(DeepTree, IsListedUpToTheLongestPathAndNotBeyond) {
+  const std::size_t room = 20;
+  const std::string directory = PathOfLength(Path("tree"), kLongestPath - room - 1);
+  fs::create_directories(directory);
+  const int opened = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY);
+  ASSERT_GE(opened, 0);
+  const auto make = [&](std::size_t length) {
+    ::close(::openat(opened, std::string(length, 'f').c_str(), O_WRONLY | O_CREAT, 0644));
+  };
+  make(room);
+  EXPECT_EQ(KVLInsIO::FindFirstFile(directory, KVLInsIO::kFile).FullPath().size(), kLongestPath);
+  ::unlinkat(opened, std::string(room, 'f').c_str(), 0);
+  make(room + 1);
+  EXPECT_EQ(FailureOf([&] { KVLInsIO::FindFirstFile(directory, KVLInsIO::kFile); }),
+            Exception("lstat - " + directory + "/" + std::string(room + 1, 'f'), ENAMETOOLONG));
+  ::unlinkat(opened, std::string(room + 1, 'f').c_str(), 0);
+  ::close(opened);
 }
 
 class WideTree : public BigTree {

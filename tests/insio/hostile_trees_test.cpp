@@ -13,6 +13,7 @@
 #include "tests/insio/failure.h"
 #include "tests/insio/surroundings.h"
 #include "tests/support/scoped_umask.h"
+#include "tests/support/system_faults.h"
 
 namespace kvl::test {
 namespace {
@@ -445,6 +446,17 @@ TEST_F(DeleteEmptyTreeWithCircles, SeesAFileThoughOtherLinksLeadToOneEmptyDirect
   EXPECT_THAT(Tree("beside"), ElementsAre("f 644 file = text"));
   EXPECT_THAT(Tree("tree"), ElementsAre("d 755 a", "d 755 b", "d 755 c", "l a/up -> ..",
                                         "l b/file -> ../../beside", "l c/up -> .."));
+}
+
+TEST_F(DeleteEmptyTreeWithCircles, KeepsALinkThatLeadsToAFileWhicheverListingIsCutShort) {
+  directory_.Link("tree/up", ".");
+  directory_.Write("tree/file", "text");
+  for (int calls = 0; calls < 12; ++calls) {
+    const FailingCall failure(FailingCall::kReadDir, EIO, /*after=*/calls, /*times=*/1);
+    EXPECT_FALSE(DeleteEmptyTree(Path("tree"))) << calls;
+    EXPECT_TRUE(fs::is_symlink(Path("tree/up"))) << calls;
+  }
+  EXPECT_THAT(Tree("tree"), ElementsAre("f 644 file = text", "l up -> ."));
 }
 
 TEST_F(DeleteEmptyTreeWithCircles, LeavesWhatCannotBeRemoved) {
