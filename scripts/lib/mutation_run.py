@@ -40,6 +40,9 @@ mount -n -t tmpfs -o mode=0755 tmpfs "$place/tmp"
 for name in null zero full random urandom tty fd stdin stdout stderr; do
   cp -a "/dev/$name" "$place/tmp"
 done
+mkdir "$place/tmp/pts"
+mount -n -t devpts -o newinstance,ptmxmode=0666 devpts "$place/tmp/pts"
+ln -s pts/ptmx "$place/tmp/ptmx"
 mount -n --move "$place/tmp" /dev
 mount -n -t tmpfs -o size=6g,mode=1777 tmpfs /tmp
 mkdir -p "$place"
