@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,7 @@
 #include "companion/media_maker.h"
 #include "companion/plain_text.h"
 #include "companion/text_report.h"
+#include "companion/volume_size.h"
 
 namespace {
 
@@ -76,6 +78,7 @@ std::string LauncherBesideUs() {
 
 struct MakeCall {
   kvl::MediaMakeRequest request;
+  std::optional<std::string> volume_size;  // as it was given
   bool is_quiet = false;
 };
 
@@ -91,9 +94,9 @@ void AddMake(CLI::App& app, MakeCall& call) {
   make->add_option("--layout", request.layout,
                    "single, flat, sibling or am (default: single for one volume, else sibling)")
       ->check(CLI::IsMember({"single", "flat", "sibling", "am"}));
-  make->add_option("--volume-size", request.volume_size,
+  make->add_option("--volume-size", call.volume_size,
                    "Most bytes on a volume, with K, M or G for powers of 1024 (default: no limit)")
-      ->transform(CLI::AsSizeValue(/*kb_is_1000=*/false));
+      ->type_name("SIZE");
   make->add_flag("--presorted", request.is_presorted,
                  "PAYLOAD holds directories 1, 2, ... with what goes onto each volume");
   make->add_option("--tag", request.tag, "Text that marks volumes as belonging together")
@@ -148,7 +151,8 @@ class ProgressLine {
   std::string line_;
 };
 
-int Make(const MakeCall& call) try {
+int Make(MakeCall call) try {
+  if (call.volume_size) call.request.volume_size = kvl::ParseVolumeSize(*call.volume_size);
   kvl::MadeMedia made;
   {
     ProgressLine line(!call.is_quiet && ::isatty(STDERR_FILENO) == 1);

@@ -97,8 +97,7 @@ Options:
   --help                      Print this text
   --layout TEXT:{single,flat,sibling,am}
                               single, flat, sibling or am (default: single for one volume, else sibling)
-  --volume-size UINT:SIZE [b, kb(=1024b), ...]
-                              Most bytes on a volume, with K, M or G for powers of 1024 (default: no limit)
+  --volume-size SIZE          Most bytes on a volume, with K, M or G for powers of 1024 (default: no limit)
   --presorted                 PAYLOAD holds directories 1, 2, ... with what goes onto each volume
   --tag TEXT REQUIRED         Text that marks volumes as belonging together
   --installer TEXT REQUIRED   Installer to put on the media

@@ -252,6 +252,12 @@ TEST(KvlMediaMake, RefusesWhatMakesNoSenseAndTouchesNothing) {
        "layout single has one volume, and 2 are needed"},
       {{"--volume-size", "300000"},
        "the volume size is too small for what the first volume holds besides payload"},
+      {{"--volume-size", "-1"}, "--volume-size: no size: -1 (a whole number, with K, M or G)"},
+      {{"--volume-size=-5"}, "--volume-size: no size: -5 (a whole number, with K, M or G)"},
+      {{"--volume-size", "-4M"}, "--volume-size: no size: -4M (a whole number, with K, M or G)"},
+      {{"--volume-size", "4X"}, "--volume-size: no size: 4X (a whole number, with K, M or G)"},
+      {{"--volume-size", "4.7G"}, "--volume-size: no size: 4.7G (a whole number, with K, M or G)"},
+      {{"--volume-size", ""}, "--volume-size: no size:  (a whole number, with K, M or G)"},
       {{"third"}, "The following argument was not expected: third (see --help)"},
   };
   CheckWorld world;

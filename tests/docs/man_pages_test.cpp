@@ -730,6 +730,7 @@ TEST_F(MediaManPage, NamesEveryMessage) {
       "/payload/",
       "DIR",
       "PAYLOAD",
+      "SIZE",
       "kvl-media ",
       "kvl-media: %s",
       "/proc/self/exe",
