@@ -174,10 +174,30 @@ int Make(MakeCall call) try {
   return kProblems;
 }
 
+/// What to say of a call that the parser refused.
+std::string WhyRefused(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<std::string> unexpected = app.remaining(/*recurse=*/true);
+  const bool has_subcommand = !app.get_subcommands().empty();
+  const auto word = std::find_if(unexpected.begin(), unexpected.end(),
+                                 [](const std::string& text) { return !text.starts_with('-'); });
+  if (!has_subcommand && word != unexpected.end()) {
+    return "no subcommand: " + *word + " (see --help)";
+  }
+  const bool is_about_them = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr ||
+                             (!has_subcommand && !unexpected.empty());
+  if (!is_about_them) return std::string(error.what()) + " (see --help)";
+  // The parser itself would name them in no order to rely on.
+  std::string text = unexpected.size() == 1 ? "The following argument was not expected:"
+                                            : "The following arguments were not expected:";
+  for (const std::string& argument : unexpected) text += " " + argument;
+  const bool is_check = has_subcommand && app.get_subcommands().front()->get_name() == "check";
+  return text + (is_check ? " (arguments for the launcher stand behind --)" : " (see --help)");
+}
+
 int Run(std::vector<std::string> arguments) {
   CLI::App app("Checks and makes installation media.", "kvl-media");
   app.set_version_flag("--version", "kvl-media " KVL_VERSION);
-  app.set_help_flag("--help", "Print this text");
+  app.set_help_flag("-h,--help", "Print this text");
   app.require_subcommand(1);
   CheckCall check;
   AddCheck(app, check);
@@ -196,7 +216,7 @@ int Run(std::vector<std::string> arguments) {
     app.exit(asked_for);
     return kFine;
   } catch (const CLI::ParseError& error) {
-    return BadCall(std::string(error.what()) + " (see --help)");
+    return BadCall(WhyRefused(app, error));
   }
   return app.got_subcommand("make") ? Make(make) : Check(check, rest);
 }

@@ -20,13 +20,27 @@ TEST(KvlMedia, RefusesBadCallsWithOneLine) {
   };
   const std::vector<Row> rows = {
       {{}, "A subcommand is required (see --help)"},
-      {{"nonsense"}, "A subcommand is required (see --help)"},
+      {{"mkae"}, "no subcommand: mkae (see --help)"},
+      {{"mkae", "--tag", "T", "payload"}, "no subcommand: mkae (see --help)"},
+      {{"--json", "chekc", "1"}, "no subcommand: chekc (see --help)"},
+      {{"--json"}, "The following argument was not expected: --json (see --help)"},
+      {{"--json", "check", "1"},
+       "The following argument was not expected: --json (arguments for the launcher stand behind "
+       "--)"},
       {{"check"}, "DIR is required (see --help)"},
       {{"check", ""}, "not a directory: "},
       {{"check", "missing"}, "not a directory: missing"},
       {{"check", "1/1.txt"}, "not a directory: 1/1.txt"},
-      {{"check", "1", "2"}, "The following argument was not expected: 2 (see --help)"},
-      {{"check", "1", "--jsn"}, "The following argument was not expected: --jsn (see --help)"},
+      {{"check", "1", "2"},
+       "The following argument was not expected: 2 (arguments for the launcher stand behind --)"},
+      {{"check", "1", "--jsn"},
+       "The following argument was not expected: --jsn (arguments for the launcher stand behind "
+       "--)"},
+      {{"check", "1", "--target", "foo", "-x"},
+       "The following arguments were not expected: --target foo -x (arguments for the launcher "
+       "stand behind --)"},
+      {{"make", "payload", "media", "--tag", "T", "--installer", "setup", "third", "--forth"},
+       "The following arguments were not expected: third --forth (see --help)"},
       {{"check", "1", "--os"}, "--os: 1 required TEXT missing (see --help)"},
   };
   CheckWorld world;
@@ -52,7 +66,7 @@ Usage: kvl-media [OPTIONS] SUBCOMMAND
 
 Options:
   --version                   Display program version information and exit
-  --help                      Print this text
+  -h,--help                   Print this text
 
 Subcommands:
   check                       Says what the launcher would do with a media, and what is wrong with it.
@@ -75,7 +89,7 @@ Positionals:
   DIR TEXT REQUIRED           Directory of volume 1 of the media
 
 Options:
-  --help                      Print this text
+  -h,--help                   Print this text
   --os TEXT                   Name of the operating-system directory below inst
   --installer TEXT            File name of the installer
   --json                      Write one JSON object instead of text
@@ -94,7 +108,7 @@ Positionals:
   DIR TEXT REQUIRED           Directory to write the media into
 
 Options:
-  --help                      Print this text
+  -h,--help                   Print this text
   --layout TEXT:{single,flat,sibling,am}
                               single, flat, sibling or am (default: single for one volume, else sibling)
   --volume-size SIZE          Most bytes on a volume, with K, M or G for powers of 1024 (default: no limit)
@@ -112,8 +126,11 @@ Exit status: 0 done, 1 the media could not be written, 2 bad call.
 TEST(KvlMedia, HelpsWithEverySubcommand) {
   const std::vector<std::pair<Lines, std::string>> rows = {
       {{"--help"}, kHelp},
+      {{"-h"}, kHelp},
       {{"check", "--help"}, kHelpWithCheck},
+      {{"check", "-h"}, kHelpWithCheck},
       {{"make", "--help"}, kHelpWithMake},
+      {{"make", "-h"}, kHelpWithMake},
   };
   for (const auto& [arguments, help] : rows) {
     const Outcome seen = CheckWorld().Companion(arguments);

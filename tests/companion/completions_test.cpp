@@ -23,11 +23,11 @@ Names OptionsIn(const std::string& text, const std::string& pattern) {
   return names;
 }
 
-/// Those that a help text lists.
+/// Those that a help text lists; one of them has a short form in front.
 Names OptionsOf(const std::vector<std::string>& subcommand) {
   std::vector<std::string> arguments = subcommand;
   arguments.emplace_back("--help");
-  return OptionsIn(CheckWorld().Companion(arguments).out, "\n +(--[a-z-]+)");
+  return OptionsIn(CheckWorld().Companion(arguments).out, "\n +(?:-h,)?(--[a-z-]+)");
 }
 
 /// The part of a text between two others.
