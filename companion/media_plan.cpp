@@ -73,6 +73,16 @@ class Lister {
   std::vector<PayloadEntry> entries_;
 };
 
+/// A number above 0 as it is written without need: no sign, no 0 in front.
+bool IsVolumeNumber(const std::string& name) {
+  return name.front() != '0' && name.find_first_not_of("0123456789") == std::string::npos;
+}
+
+bool IsDirectory(const std::string& path) {
+  struct stat status;
+  return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 /// The numbers for which `directory` holds a directory: 1, 2, ... up to the result.
 std::size_t CountPresorted(const std::string& directory) {
   std::set<std::string> names;
@@ -80,16 +90,20 @@ std::size_t CountPresorted(const std::string& directory) {
     if (name != "." && name != "..") names.emplace(name);
   });
   if (!is_whole) throw CannotMake("cannot list the directory: " + directory);
-  for (std::size_t i = 1; i <= names.size(); ++i) {
-    const std::string volume = directory + "/" + std::to_string(i);
-    struct stat status;
-    if (::lstat(volume.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
-      throw CannotMake("a presorted payload holds directories 1, 2, ... and nothing else: " +
-                       directory);
+  const std::string prefix = directory + "/";
+  for (const std::string& name : names) {
+    const std::string path = prefix + name;
+    if (!IsVolumeNumber(name) || !IsDirectory(path)) {
+      throw CannotMake("a presorted payload holds directories 1, 2, ... and nothing else: " + path);
     }
   }
-  if (names.empty()) throw CannotMake("a presorted payload without a directory 1: " + directory);
-  return names.size();
+  std::size_t count = 0;
+  while (names.contains(std::to_string(count + 1))) ++count;
+  if (count == 0 || count < names.size()) {
+    throw CannotMake("a presorted payload without a directory " + std::to_string(count + 1) + ": " +
+                     directory);
+  }
+  return count;
 }
 
 std::uint64_t ListLength(const std::vector<PayloadEntry>& payload) {

@@ -43,8 +43,8 @@ std::vector<std::vector<PayloadEntry>> SplitPayload(const std::vector<PayloadEnt
 
 /// The entries of the directories "1", "2", ... of `directory`, each of them a volume with names of its
 /// own, with the same sizes as above.
-/// Throws CannotMake when anything else lies there, when a volume holds too much, and as ListPayload
-/// and SplitPayload do.
+/// Throws CannotMake when anything else lies there or a number is missing, when a volume holds too
+/// much, and as ListPayload and SplitPayload do.
 std::vector<std::vector<PayloadEntry>> PresortedPayload(const std::string& directory,
                                                         std::uint64_t most_bytes,
                                                         std::uint64_t first_bytes);

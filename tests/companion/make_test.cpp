@@ -187,11 +187,28 @@ TEST(KvlMediaMake, RefusesWhatIsNoPresortedPayloadAndWhatDoesNotBelongIntoInst) 
     std::string line;
   };
   const std::string kOthers =
-      "a presorted payload holds directories 1, 2, ... and nothing else: payload";
+      "a presorted payload holds directories 1, 2, ... and nothing else: payload/";
   const std::vector<Row> rows = {
-      {[](CheckWorld& world) { world.Volume("payload").File("x", ""); }, {}, kOthers},
-      {[](CheckWorld& world) { world.Volume("payload").File("4", ""); }, {}, kOthers},
-      {[](CheckWorld& world) { world.Volume("payload").Dir("5"); }, {}, kOthers},
+      {[](CheckWorld& world) { world.Volume("payload").File("x", "").Dir("5"); },
+       {},
+       kOthers + "x"},
+      {[](CheckWorld& world) { world.Volume("payload").File("x", "").File(".a", ""); },
+       {},
+       kOthers + ".a"},
+      {[](CheckWorld& world) { world.Volume("payload").Dir("04"); }, {}, kOthers + "04"},
+      {[](CheckWorld& world) { world.Volume("payload").Dir("0"); }, {}, kOthers + "0"},
+      {[](CheckWorld& world) { world.Volume("payload").Dir("-4"); }, {}, kOthers + "-4"},
+      {[](CheckWorld& world) { world.Volume("payload").Link("4", "3"); }, {}, kOthers + "4"},
+      {[](CheckWorld& world) { world.Volume("payload").File("4", ""); }, {}, kOthers + "4"},
+      {[](CheckWorld& world) { world.Volume("payload").Dir("5"); },
+       {},
+       "a presorted payload without a directory 4: payload"},
+      {[](CheckWorld& world) { fs::remove_all(world.Path("payload/1")); },
+       {},
+       "a presorted payload without a directory 1: payload"},
+      {[](CheckWorld& world) { world.Volume("payload").Dir("99999999999999999999999"); },
+       {},
+       "a presorted payload without a directory 4: payload"},
       {[](CheckWorld& world) {
          fs::remove_all(world.Path("payload"));
          world.Volume("payload");
