@@ -116,9 +116,6 @@ std::uint64_t ListLength(const std::vector<PayloadEntry>& payload) {
   throw CannotMake("more than " + std::to_string(kMostVolumes) + " volumes would be needed");
 }
 
-constexpr char kTooSmallForTheFirst[] =
-    "the volume size is too small for what the first volume holds besides payload";
-
 /// One volume being filled.
 class Volume {
  public:
@@ -128,24 +125,44 @@ class Volume {
   /// False when the entry does not fit, and then nothing has changed.
   bool Take(const PayloadEntry& entry) {
     const std::vector<std::string> directories = NewDirectoriesFor(entry);
-    const std::uint64_t list = list_bytes_ + LineLength(entry);
-    const std::uint64_t bytes =
-        bytes_ + directories.size() * kDiscBlock + (entry.is_directory ? 0 : OnDisc(entry.size));
-    if (bytes + OnDisc(list) > most_bytes_) return false;
-    bytes_ = bytes;
-    list_bytes_ = list;
+    if (BytesWith(entry, directories) > most_bytes_) return false;
+    Add(entry, directories);
+    return true;
+  }
+
+  /// Takes the entry whether it fits or not.
+  void TakeAnyway(const PayloadEntry& entry) { Add(entry, NewDirectoriesFor(entry)); }
+
+  /// What the volume needs on a disc, and what it would need with one more entry.
+  std::uint64_t Bytes() const { return bytes_ + OnDisc(list_bytes_); }
+  std::uint64_t BytesWith(const PayloadEntry& entry) const {
+    return BytesWith(entry, NewDirectoriesFor(entry));
+  }
+
+  bool Fits() const { return Bytes() <= most_bytes_; }
+  std::vector<PayloadEntry> Entries() && { return std::move(entries_); }
+
+ private:
+  static std::uint64_t ContentBytes(const PayloadEntry& entry,
+                                    const std::vector<std::string>& new_directories) {
+    return new_directories.size() * kDiscBlock + (entry.is_directory ? 0 : OnDisc(entry.size));
+  }
+
+  std::uint64_t BytesWith(const PayloadEntry& entry,
+                          const std::vector<std::string>& new_directories) const {
+    return bytes_ + ContentBytes(entry, new_directories) + OnDisc(list_bytes_ + LineLength(entry));
+  }
+
+  void Add(const PayloadEntry& entry, const std::vector<std::string>& directories) {
+    bytes_ += ContentBytes(entry, directories);
+    list_bytes_ += LineLength(entry);
     for (const std::string& directory : directories) {
       directories_.insert(directory);
       entries_.push_back({directory, /*is_directory=*/true, 0});
     }
     if (!entry.is_directory) entries_.push_back(entry);
-    return true;
   }
 
-  bool FrameFits() const { return bytes_ <= most_bytes_; }
-  std::vector<PayloadEntry> Entries() && { return std::move(entries_); }
-
- private:
   std::vector<std::string> NewDirectoriesFor(const PayloadEntry& entry) const {
     std::vector<std::string> missing;
     for (std::size_t slash = entry.name.find('/'); slash != std::string::npos;
@@ -164,6 +181,20 @@ class Volume {
   std::vector<PayloadEntry> entries_;
 };
 
+[[noreturn]] void RefuseAsTooLarge(const std::string& what, std::uint64_t bytes) {
+  throw CannotMake(what + " (needs " + std::to_string(bytes) + " bytes)");
+}
+
+/// The first volume as it is before any payload is on it.
+Volume FirstVolume(std::uint64_t most_bytes, std::uint64_t other_bytes) {
+  Volume volume(most_bytes, other_bytes);
+  if (!volume.Fits()) {
+    RefuseAsTooLarge("the volume size is too small for what the first volume holds besides payload",
+                     volume.Bytes());
+  }
+  return volume;
+}
+
 }  // namespace
 
 std::vector<PayloadEntry> ListPayload(const std::string& directory) {
@@ -177,8 +208,7 @@ std::uint64_t OnDisc(std::uint64_t size) {
 std::vector<std::vector<PayloadEntry>> SplitPayload(const std::vector<PayloadEntry>& payload,
                                                     std::uint64_t most_bytes,
                                                     std::uint64_t first_bytes) {
-  Volume volume(most_bytes, first_bytes + OnDisc(ListLength(payload)));
-  if (!volume.FrameFits()) throw CannotMake(kTooSmallForTheFirst);
+  Volume volume = FirstVolume(most_bytes, first_bytes + OnDisc(ListLength(payload)));
   std::vector<std::vector<PayloadEntry>> volumes;
   for (std::size_t i = 0; i < payload.size(); ++i) {
     const PayloadEntry& entry = payload[i];
@@ -188,7 +218,7 @@ std::vector<std::vector<PayloadEntry>> SplitPayload(const std::vector<PayloadEnt
     volumes.push_back(std::move(volume).Entries());
     volume = Volume(most_bytes, 0);
     if (!volume.Take(entry)) {
-      throw CannotMake("larger than a volume: " + entry.name);
+      RefuseAsTooLarge("larger than a volume: " + entry.name, volume.BytesWith(entry));
     }
     if (volumes.size() == kMostVolumes) RefuseSoManyVolumes();
   }
@@ -208,12 +238,17 @@ std::vector<std::vector<PayloadEntry>> PresortedPayload(const std::string& direc
     list_of_all += ListLength(volumes.back());
   }
   for (std::size_t i = 1; i <= count; ++i) {
-    Volume volume(most_bytes, i == 1 ? first_bytes + OnDisc(list_of_all) : 0);
-    if (!volume.FrameFits()) throw CannotMake(kTooSmallForTheFirst);
+    Volume volume =
+        i == 1 ? FirstVolume(most_bytes, first_bytes + OnDisc(list_of_all)) : Volume(most_bytes, 0);
+    bool fits = true;
     for (const PayloadEntry& entry : volumes[i - 1]) {
-      if (!volume.Take(entry)) {
-        throw CannotMake("more than a volume holds: " + directory + "/" + std::to_string(i));
-      }
+      if (volume.Take(entry)) continue;
+      fits = false;
+      volume.TakeAnyway(entry);
+    }
+    if (!fits) {
+      RefuseAsTooLarge("more than a volume holds: " + directory + "/" + std::to_string(i),
+                       volume.Bytes());
     }
   }
   return volumes;

@@ -43,6 +43,21 @@ Lines NamesIn(const std::string& directory) {
   return names;
 }
 
+std::string Blocks(std::uint64_t count) {
+  return std::to_string(2048 * count);
+}
+
+/// What the first volume holds besides payload, in blocks: six as every volume, the list of all files,
+/// texts, the installer, the launcher.
+std::uint64_t BlocksOfTheFirstVolume() {
+  return 6 + 1 + 64 + 1 + (fs::file_size("/bin/true") + 2047) / 2048;
+}
+
+std::string TooSmallForTheFirst() {
+  return "the volume size is too small for what the first volume holds besides payload (needs " +
+         Blocks(BlocksOfTheFirstVolume()) + " bytes)";
+}
+
 struct LayoutRow {
   std::string name, first, second;  ///< directories of the volumes, in {media}
 
@@ -219,10 +234,18 @@ TEST(KvlMediaMake, RefusesWhatIsNoPresortedPayloadAndWhatDoesNotBelongIntoInst) 
          world.Volume("payload").File("2/large", std::string(1'200'000, 'x'));
        },
        {"--volume-size", "1M"},
-       "more than a volume holds: payload/2"},
-      {[](CheckWorld&) {},
-       {"--volume-size", "100K"},
-       "the volume size is too small for what the first volume holds besides payload"},
+       // Six blocks of the volume itself, "a", "a/1", "large", the list.
+       "more than a volume holds: payload/2 (needs " + Blocks(6 + 1 + 1 + 586 + 1) + " bytes)"},
+      {[](CheckWorld& world) {
+         for (const char* name : {"x", "y", "z"}) {
+           world.Volume("payload").File("1/" + std::string(name), std::string(300'000, 'x'));
+         }
+       },
+       {"--volume-size", "400K"},
+       // Beyond what the first one holds anyway: "2", "a", "a/1", three large files, the list.
+       "more than a volume holds: payload/1 (needs " +
+           Blocks(BlocksOfTheFirstVolume() + 1 + 1 + 1 + 3 * 147 + 1) + " bytes)"},
+      {[](CheckWorld&) {}, {"--volume-size", "100K"}, TooSmallForTheFirst()},
       {[](CheckWorld&) {}, {"--inst", "missing"}, "not a directory: missing"},
       {[](CheckWorld& world) { world.Volume("needs").File("volumes.txt", "9"); },
        {"--inst", "needs"},
@@ -267,8 +290,18 @@ TEST(KvlMediaMake, RefusesWhatMakesNoSenseAndTouchesNothing) {
       {{"--layout", "flat"}, "layout flat needs two volumes or more, and all fits on one"},
       {{"--layout", "single", "--volume-size", "1100K"},
        "layout single has one volume, and 2 are needed"},
-      {{"--volume-size", "300000"},
-       "the volume size is too small for what the first volume holds besides payload"},
+      {{"--volume-size", "100K"}, TooSmallForTheFirst()},
+      {{"--volume-size", std::to_string(2048 * BlocksOfTheFirstVolume() - 1)},
+       TooSmallForTheFirst()},
+      // Six blocks of the volume itself, the file, the list.
+      {{"--volume-size", std::to_string(2048 * BlocksOfTheFirstVolume())},
+       "larger than a volume: 5 (needs " + Blocks(6 + 147 + 1) + " bytes)"},
+      {{"--volume-size", std::to_string(2048 * (6 + 147 + 1) - 1)},
+       "larger than a volume: 5 (needs " + Blocks(6 + 147 + 1) + " bytes)"},
+      {{"--volume-size", Blocks(6 + 147 + 1)},
+       "larger than a volume: a/1 (needs " + Blocks(6 + 1 + 147 + 1) + " bytes)"},
+      {{"--volume-size", Blocks(6 + 1 + 147 + 1)},
+       "larger than a volume: b c/d/4 (needs " + Blocks(6 + 2 + 147 + 1) + " bytes)"},
       {{"--volume-size", "-1"}, "--volume-size: no size: -1 (a whole number, with K, M or G)"},
       {{"--volume-size=-5"}, "--volume-size: no size: -5 (a whole number, with K, M or G)"},
       {{"--volume-size", "-4M"}, "--volume-size: no size: -4M (a whole number, with K, M or G)"},
@@ -282,13 +315,49 @@ TEST(KvlMediaMake, RefusesWhatMakesNoSenseAndTouchesNothing) {
   const Lines before = DescribeTreeExactly(world.Path("."));
   for (const Row& row : rows) {
     SCOPED_TRACE(row.line);
-    Outcome seen = Make(world, row.further);
-    if (row.line.find("too small") != std::string::npos)
-      seen = Make(world, {"--volume-size", "100K"});
+    const Outcome seen = Make(world, row.further);
     EXPECT_EQ(seen.out, "");
     EXPECT_EQ(seen.err, "kvl-media: " + row.line + "\n");
     EXPECT_EQ(seen.status, 2);
     EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
+  }
+}
+
+/// The smallest sizes that do, by the refusals of those that are smaller by one byte.
+TEST(KvlMediaMake, NamesTheSizeThatIsEnough) {
+  struct Row {
+    std::function<void(CheckWorld&)> make_payload;
+    Lines further;
+    std::uint64_t bytes;
+    std::string line;
+  };
+  const std::vector<Row> rows = {
+      {MakePayload, {}, 2048 * (6 + 2 + 147 + 1), "larger than a volume: b c/d/4"},
+      {[](CheckWorld& world) {
+         MakePresortedPayload(world);
+         world.Volume("payload").File("2/x", std::string(600'000, 'x')).File("2/y/z", "");
+       },
+       {"--presorted"},
+       2048 * (6 + 1 + 1 + 293 + 1 + 1),
+       "more than a volume holds: payload/2"},
+  };
+  for (const Row& row : rows) {
+    CheckWorld world;
+    row.make_payload(world);
+    const auto make = [&](std::uint64_t size) {
+      Lines further = row.further;
+      further.insert(further.end(), {"--volume-size", std::to_string(size)});
+      return Make(world, further);
+    };
+    const Outcome refused = make(row.bytes - 1);
+    EXPECT_EQ(refused.out, "");
+    EXPECT_EQ(refused.err,
+              "kvl-media: " + row.line + " (needs " + std::to_string(row.bytes) + " bytes)\n");
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_FALSE(fs::exists(world.Path("media")));
+    const Outcome made = make(row.bytes);
+    EXPECT_EQ(made.err, "");
+    EXPECT_EQ(made.status, 0);
   }
 }
 
