@@ -40,6 +40,12 @@ bool IsPlainName(const std::string& name) {
          name.find_first_not_of(kAllowed) == std::string::npos;
 }
 
+/// `refusal` goes in front of the name when it is refused.
+void CheckIsPlainName(const std::string& name, const std::string& refusal) {
+  if (IsPlainName(name)) return;
+  throw CannotMake(refusal + name + " (letters, digits and ._+-, no \".\" or \"-\" in front)");
+}
+
 /// The size on a disc of a file that must be there.
 std::uint64_t SizeOf(const std::string& what, const std::string& path) {
   if (!KVLInsIO::IsRegularFile(path)) throw CannotMake("the " + what + " is not there: " + path);
@@ -124,12 +130,13 @@ class Maker {
     if (request_.tag.find_first_of("\n\r") != std::string::npos) {
       throw CannotMake("--tag must not hold a line break");
     }
-    if (!IsPlainName(request_.os_name)) throw CannotMake("no plain name: " + request_.os_name);
+    CheckIsPlainName(request_.os_name, "--os: no plain name: ");
     installer_name_ = fs::path(request_.installer).filename();
     const std::uint64_t programs =
         SizeOf("installer", request_.installer) + SizeOf("launcher", request_.launcher);
-    if (!IsPlainName(installer_name_) || installer_name_ == kLauncherName) {
-      throw CannotMake("no plain name for an installer: " + installer_name_);
+    CheckIsPlainName(installer_name_, "--installer: no plain name: ");
+    if (installer_name_ == kLauncherName) {
+      throw CannotMake("--installer: the launcher has this name on the media: " + installer_name_);
     }
     if (!fs::is_directory(request_.payload)) {
       throw CannotMake("not a directory: " + request_.payload);

@@ -281,10 +281,18 @@ TEST(KvlMediaMake, RefusesWhatMakesNoSenseAndTouchesNothing) {
     Lines further;
     std::string line;
   };
+  const std::string kAllowed = " (letters, digits and ._+-, no \".\" or \"-\" in front)";
   const std::vector<Row> rows = {
       {{"--tag", ""}, "--tag must not be empty"},
       {{"--tag", "a\nb"}, "--tag must not hold a line break"},
-      {{"--os", "a/b"}, "no plain name: a/b"},
+      {{"--os", "a/b"}, "--os: no plain name: a/b" + kAllowed},
+      {{"--os", "a b"}, "--os: no plain name: a b" + kAllowed},
+      {{"--os", ".a"}, "--os: no plain name: .a" + kAllowed},
+      {{"--os=-a"}, "--os: no plain name: -a" + kAllowed},
+      {{"--os", ""}, "--os: no plain name: " + kAllowed},
+      {{"--installer", "programs/set up"}, "--installer: no plain name: set up" + kAllowed},
+      {{"--installer", "programs/kvl-launcher"},
+       "--installer: the launcher has this name on the media: kvl-launcher"},
       {{"--installer", "missing"}, "the installer is not there: missing"},
       {{"--launcher", "payload"}, "the launcher is not there: payload"},
       {{"--layout", "flat"}, "layout flat needs two volumes or more, and all fits on one"},
@@ -312,6 +320,7 @@ TEST(KvlMediaMake, RefusesWhatMakesNoSenseAndTouchesNothing) {
   };
   CheckWorld world;
   MakePayload(world);
+  world.Volume("programs").File("set up", "").File("kvl-launcher", "");
   const Lines before = DescribeTreeExactly(world.Path("."));
   for (const Row& row : rows) {
     SCOPED_TRACE(row.line);

@@ -126,7 +126,9 @@ TEST_F(Progress, IsGoneBeforeTheMessageOfAFailure) {
 
 TEST_F(Progress, IsNotShownWhenNothingIsCopied) {
   const Outcome seen = Make({"--os", "a/b"});
-  EXPECT_EQ(seen.err, "kvl-media: no plain name: a/b\n");
+  EXPECT_EQ(seen.err,
+            "kvl-media: --os: no plain name: a/b (letters, digits and ._+-, no \".\" or \"-\" in "
+            "front)\n");
   EXPECT_EQ(seen.out, "");
   EXPECT_EQ(seen.status, 2);
 }
