@@ -11,7 +11,7 @@ namespace kvl {
 
 enum class Severity {
   kWarning,  ///< the launcher gets on with it, but somebody will not
-  kError,    ///< the launcher would end, or the installer would not start
+  kError,    ///< the start script, the launcher or the installer would not do its work
 };
 
 struct Finding {
@@ -31,6 +31,10 @@ class Findings {
   void Add(Finding finding);
 
   const std::vector<Finding>& All() const { return all_; }
+  /// True when one of that code about that path has been kept.
+  bool Has(const std::string& code, const std::string& path) const {
+    return index_.contains({code, path});
+  }
   /// How many of a code were not kept; without those of which all were.
   const std::map<std::string, std::size_t>& NotKept() const { return not_kept_; }
   /// Those that were not kept included.

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <exception>
@@ -10,6 +9,7 @@
 #include <set>
 #include <sstream>
 
+#include "companion/start_check.h"
 #include "companion/start_script.h"
 #include "companion/tree_survey.h"
 #include "console/command_split.h"
@@ -82,6 +82,9 @@ class MediaCheck {
       FindInstaller();
       Scan();
       if (IsStillGoing()) Decide();
+      if (!state_.OsName.empty()) {
+        CheckStart(request_.media_dir, state_.OsName, report_.findings);
+      }
       LookThroughTrees();
     }
     std::istringstream lines(messages_);
@@ -284,14 +287,6 @@ class MediaCheck {
     // The copy belongs to the user; the superuser needs any of the three bits.
     const mode_t wanted = ::geteuid() == 0 ? S_IXUSR | S_IXGRP | S_IXOTH : S_IXUSR;
     return (mode & ~mask & wanted) != 0;
-  }
-
-  static bool IsOnNoexecMount(const std::string& path) {
-    struct statvfs status;
-    for (InsPath place(path); !place.IsEmpty(); place = place.Parent()) {
-      if (::statvfs(place.Str().c_str(), &status) == 0) return (status.f_flag & ST_NOEXEC) != 0;
-    }
-    return false;
   }
 
   void LookThroughTrees() {

@@ -62,7 +62,7 @@ struct MediaCheckRequest {
 
 /// Does what a run of the launcher does up to the point where it would copy and start something, by
 /// the same functions, so this process's environment changes. Changes nothing else, starts nothing,
-/// reads only text files, and opens no pipe or device.
+/// of other files than text reads no more than the beginning, and opens no pipe or device.
 MediaReport CheckMedia(const MediaCheckRequest& request);
 
 /// A directory as the start script of a media would name it: absolute, links kept; only a path with

@@ -45,4 +45,8 @@ std::string AssignmentIn(const std::string& script, const std::string& name) {
   return found;
 }
 
+bool HasText(const std::string& script, const std::string& text) {
+  return BeginningOf(script).find(text) != std::string::npos;
+}
+
 }  // namespace kvl

@@ -10,4 +10,7 @@ namespace kvl {
 /// when the script is no regular file or cannot be read. Only the first 64 KiB are looked at.
 std::string AssignmentIn(const std::string& script, const std::string& name);
 
+/// True when the text stands in the script. As above, only a part of a regular file is looked at.
+bool HasText(const std::string& script, const std::string& text);
+
 }  // namespace kvl

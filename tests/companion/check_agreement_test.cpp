@@ -46,6 +46,7 @@ class RandomMedia {
     MakeExtras();
     MakeExternal();
     MakeCall();
+    MakeStart();
   }
 
   CheckWorld& World() { return world_; }
@@ -188,6 +189,17 @@ class RandomMedia {
     if (tmp == 1) plan_.env["TMPDIR"] = "{" + media_ + "/inst/common}";
     if (tmp == 2) plan_.env["TMPDIR"] = "{" + media_ + "/media.xml}";
     if (tmp == 3) plan_.env["TMPDIR"] = "{tmp/}";
+  }
+
+  /// What the launcher itself, which is started without a script, does not care about.
+  void MakeStart() {
+    const std::string script = media_ + "/StartTUI.sh";
+    if (dice_.Percent(20))
+      world_.Directory().Write(script, "exec inst/linux/code/bin/kvl-launcher");
+    if (!dice_.Percent(80)) return;
+    SetMode(world_.Path(script), 0755);
+    std::error_code error;  // it may have been removed
+    fs::permissions(world_.Path(media_ + "/StartGUI.sh"), fs::perms(0755), error);
   }
 
   Dice dice_;

@@ -182,7 +182,7 @@ Environment VariablesFrom(const CheckWorld& world, const Prepared& from) {
 
 TEST(KvlMediaCheck, ShowsCommandVariablesAndMessagesOnDemand) {
   CheckWorld world;
-  world.Volume("1").Installer().Announces("1");
+  world.FirstVolume("1").Announces("1");
   const Outcome seen = world.Check({"--verbose", "--", "-SoftMgt", "-List"});
   std::string variables;
   for (const auto& [name, value] : VariablesFrom(world, {.software_management = true})) {

@@ -243,6 +243,103 @@ std::vector<Finding> AboutTheInstaller() {
   };
 }
 
+/// A start script that starts the launcher of its media.
+void StartsLauncher(CheckWorld& world) {
+  world.TwoVolumes().Volume("1").File(
+      "StartTUI.sh",
+      "#!/bin/sh\nKVL_OS=linux\nexec \"$CurrentMediaDir/inst/$KVL_OS/code/bin/kvl-launcher\"\n");
+}
+
+/// The head of a binary of a machine that nobody has any more, in the byte order of this one.
+std::string BinaryOfAnotherMachine() {
+  std::string head = ReadFile(BuiltProgram("kvl-launcher")).substr(0, 64);
+  head[18] = head[19] = '\x7F';
+  return head;
+}
+
+std::vector<Finding> AboutTheStart() {
+  const std::string script = "error      {1}/StartTUI.sh: ";
+  const std::string launcher = "error      {1}/inst/linux/code/bin/kvl-launcher: ";
+  const auto with_launcher = [](const std::string& contents, unsigned mode) {
+    return [contents, mode](CheckWorld& world) {
+      StartsLauncher(world);
+      world.Volume("1").File("inst/linux/code/bin/kvl-launcher", contents);
+      SetMode(world.Path("1/inst/linux/code/bin/kvl-launcher"), mode);
+    };
+  };
+  return {
+      {.name = "NoStartScript",
+       .make = [](CheckWorld& world) { fs::remove(world.TwoVolumes().Path("1/StartTUI.sh")); },
+       .says = InPlace(script + "there is no start script here; copy it again\n")},
+      {.name = "StartScriptWithoutExecutePermission",
+       .make = [](CheckWorld& world) { SetMode(world.TwoVolumes().Path("1/StartTUI.sh"), 0644); },
+       .says = InPlace(script +
+                       "the start script has no execute permission; give it that (chmod a+x)\n")},
+      {.name = "StartScriptWithWindowsWithoutExecutePermission",
+       .make = [](CheckWorld& world) { SetMode(world.TwoVolumes().Path("1/StartGUI.sh"), 0644); },
+       .says = InPlace(
+           "error      {1}/StartGUI.sh: the start script has no execute permission; give it that "
+           "(chmod a+x)\n")},
+      {.name = "StartScriptThatOthersOnlyMayExecute",
+       .make = [](CheckWorld& world) { SetMode(world.TwoVolumes().Path("1/StartTUI.sh"), 0645); },
+       .says = InPlace(script +
+                       "the start script has no execute permission; give it that (chmod a+x)\n"),
+       .before = GiveUpPermissions},
+      {.name = "StartScriptWithCarriageReturns",
+       .make =
+           [](CheckWorld& world) {
+             world.TwoVolumes().Volume("1").File("StartTUI.sh", "#!/bin/sh\r\nexit\r\n");
+           },
+       .says = InPlace(script +
+                       "its first line has a carriage return; save it with line feeds alone\n")},
+      {.name = "StartScriptThatIsAPipe",
+       .make =
+           [](CheckWorld& world) {
+             fs::remove(world.TwoVolumes().Path("1/StartTUI.sh"));
+             world.Directory().Pipe("1/StartTUI.sh");
+           },
+       .says = InPlace(script + "a pipe, which cannot be copied; remove it from the media\n")},
+      {.name = "StartScriptThatLeadsNowhere",
+       .make =
+           [](CheckWorld& world) {
+             fs::remove(world.TwoVolumes().Path("1/StartTUI.sh"));
+             world.Volume("1").Link("StartTUI.sh", "nowhere");
+           },
+       .says =
+           InPlace(script + "a link that leads nowhere; put there what it leads to, or remove the "
+                            "link\n")},
+      {.name = "StartScriptMissingForStaging",
+       .make = [](CheckWorld& world) { fs::remove(world.VolumeMissing().Path("1/StartTUI.sh")); },
+       .says = StagingFails("8 files", script +
+                                           "it is needed to stage the installer, and is not there; "
+                                           "put it there\n")},
+      {.name = "NoLauncher",
+       .make = StartsLauncher,
+       .says =
+           InPlace(launcher + "there is no launcher here, and the start script starts it; put the "
+                              "launcher there\n")},
+      {.name = "LauncherWithoutExecutePermission",
+       .make = with_launcher("#!/bin/sh\n", 0644),
+       .says = InPlace(launcher +
+                       "the launcher has no execute permission; give it that (chmod a+x)\n")},
+      {.name = "LauncherThatIsEmpty",
+       .make = with_launcher("", 0755),
+       .says = InPlace(launcher +
+                       "this machine cannot run the launcher; put the launcher for this machine "
+                       "there\n")},
+      {.name = "LauncherForAnotherMachine",
+       .make = with_launcher(BinaryOfAnotherMachine(), 0755),
+       .says = InPlace(launcher +
+                       "this machine cannot run the launcher; put the launcher for this machine "
+                       "there\n")},
+      {.name = "LauncherThatIsAScriptWithoutItsInterpreter",
+       .make = with_launcher("#! /nowhere/sh -e\n", 0755),
+       .says = InPlace(launcher +
+                       "its first line names a program that is missing or cannot be executed: "
+                       "/nowhere/sh; correct the line, or install that program\n")},
+  };
+}
+
 std::vector<Finding> AboutFiles() {
   return {
       {.name = "DanglingLink",
@@ -386,7 +483,7 @@ std::vector<Finding> AboutStaging() {
 
 TEST(CheckFindsMore, AnAmVolumeOfAnotherSet) {
   CheckWorld world;
-  world.Volume("1/m/1").Installer().Descriptions().Announces("3").Marker(1, "SET-A");
+  world.FirstVolume("1/m/1").Announces("3").Marker(1, "SET-A");
   world.Volume("1").Marker(1, "AM-A");
   world.Volume("2").Marker(2, "AM-B");
   world.Volume("3").Marker(3, "AM-A");
@@ -500,7 +597,7 @@ TEST(CheckFindsMore, ADirectoryThatCannotBeListed) {
 
 TEST(CheckFindsMore, AColonInThePathOfAMedia) {
   CheckWorld world;
-  world.Volume("a:b").Installer().Announces("1");
+  world.FirstVolume("a:b").Announces("1");
   const Outcome seen =
       world.Companion({"check", "a:b", "--os", "linux", "--installer", "installer"});
   EXPECT_EQ(seen.out,
@@ -578,14 +675,30 @@ TEST(CheckFindsMore, VolumesBeyondThoseThatAreListed) {
   EXPECT_EQ(seen.status, 1);
 }
 
-TEST(CheckFindsMore, NothingInAMediaThatIsAsItShouldBe) {
-  CheckWorld world;
-  world.TwoVolumes();
+void ExpectFine(const CheckWorld& world) {
   const Outcome seen = world.Check();
   EXPECT_EQ(seen.out, world.Text(std::string(kTwoVolumes) +
                                  "Fine: the installer will be started in place\n"));
   EXPECT_EQ(seen.err, "");
   EXPECT_EQ(seen.status, 0);
+}
+
+TEST(CheckFindsMore, NothingInAMediaThatIsAsItShouldBe) {
+  CheckWorld world;
+  world.TwoVolumes();
+  ExpectFine(world);
+}
+
+TEST(CheckFindsMore, NothingInALauncherThatIsABinaryOfThisMachineOrAScript) {
+  CheckWorld world;
+  StartsLauncher(world);
+  const std::string launcher = "inst/linux/code/bin/kvl-launcher";
+  world.Volume("1").Link(launcher, BuiltProgram("kvl-launcher"));
+  ExpectFine(world);
+  fs::remove(world.Path("1/" + launcher));
+  world.Volume("1").File(launcher, "#!/bin/sh\n");
+  SetMode(world.Path("1/" + launcher), 0755);
+  ExpectFine(world);
 }
 
 TEST(CheckEnds, InATreeOfLinksThatACopyWouldTakeYearsFor) {
@@ -665,6 +778,8 @@ TEST(CheckEnds, WithPipesInPlaceOfEveryFileThatItReads) {
 INSTANTIATE_TEST_SUITE_P(AboutVolumes, CheckFinds, testing::ValuesIn(AboutVolumes()),
                          [](const auto& row) { return row.param.name; });
 INSTANTIATE_TEST_SUITE_P(AboutTheInstaller, CheckFinds, testing::ValuesIn(AboutTheInstaller()),
+                         [](const auto& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(AboutTheStart, CheckFinds, testing::ValuesIn(AboutTheStart()),
                          [](const auto& row) { return row.param.name; });
 INSTANTIATE_TEST_SUITE_P(AboutFiles, CheckFinds, testing::ValuesIn(AboutFiles()),
                          [](const auto& row) { return row.param.name; });

@@ -23,6 +23,13 @@ const char kVolumeMissing[] =
     "Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>\n"
     "warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there\n";
 
+VolumeBuilder CheckWorld::FirstVolume(const std::string& name) {
+  VolumeBuilder volume = Volume(name);
+  volume.Installer().Descriptions();
+  for (const char* script : {"/StartTUI.sh", "/StartGUI.sh"}) SetMode(Path(name + script), 0755);
+  return volume;
+}
+
 CheckWorld& CheckWorld::TwoVolumes() {
   VolumeMissing();
   Volume("2").Marker(2, "SET-A");
@@ -30,7 +37,7 @@ CheckWorld& CheckWorld::TwoVolumes() {
 }
 
 CheckWorld& CheckWorld::VolumeMissing() {
-  Volume("1").Installer().Descriptions().Announces("2").Marker(1, "SET-A");
+  FirstVolume("1").Announces("2").Marker(1, "SET-A");
   return *this;
 }
 

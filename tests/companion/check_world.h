@@ -16,6 +16,9 @@ class CheckWorld : private ScopedUmask, public MediaWorld {
  public:
   CheckWorld() : ScopedUmask(022) {}
 
+  /// A volume with an installer, description files and start scripts that can be executed, but start
+  /// no launcher.
+  VolumeBuilder FirstVolume(const std::string& name);
   /// A media in "1" with an installer, and the second of its two volumes in "2".
   CheckWorld& TwoVolumes();
   /// The same without the second volume.

@@ -743,6 +743,7 @@ TEST_F(MediaManPage, NamesEveryMessage) {
       "kvl-media: %s",
       "/proc/self/exe",
       "/code/bin",
+      "/code/bin/kvl-launcher",
       "/inst/",
       "common",
       "inst/volumes.txt",
