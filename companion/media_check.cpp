@@ -82,7 +82,7 @@ class MediaCheck {
       FindInstaller();
       Scan();
       if (IsStillGoing()) Decide();
-      if (!state_.OsName.empty()) {
+      if (is_first_volume_ && !state_.OsName.empty()) {
         CheckStart(request_.media_dir, state_.OsName, report_.findings);
       }
       LookThroughTrees();
@@ -151,12 +151,33 @@ class MediaCheck {
     report_.installer = state_.InstallerPath;
     report_.external_inst_slash = state_.CommonDirPrefix;
     if (report_.source != InstallerSource::kNone) return;
-    Add("no-installer", Severity::kError, InstallerInCurrentMedia(state_),
-        "there is no installer here, nor in an external installer media",
-        "put the installer there, or name its directory (--os) and file (--installer)");
+    SayWhyThereIsNoInstaller();
     logger_.Message("The installer is not found, please read the file \"ReadMe_UNIX.txt\".", kError,
                     kMarked);
     End(Expectation::kNoInstaller, static_cast<int>(ExitStatus::kNoInstaller));
+  }
+
+  void AddNoInstaller(const std::string& path, const std::string& text, const std::string& remedy) {
+    Add("no-installer", Severity::kError, path, text, remedy);
+  }
+
+  void SayWhyThereIsNoInstaller() {
+    const std::string own = InstallerInCurrentMedia(state_);
+    struct stat status;
+    const std::string inst = KVLInsIO::Join(request_.media_dir, "inst").Str();
+    if (::stat(inst.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+      is_first_volume_ = false;
+      AddNoInstaller(request_.media_dir, "this is no volume 1: there is no directory inst in it",
+                     "give the directory that holds inst and StartTUI.sh");
+    } else if (state_.OsName.empty()) {
+      AddNoInstaller(KVLInsIO::Join(request_.media_dir, "StartTUI.sh").Str(),
+                     "the start script is missing or names no system",
+                     "copy it again, or use --os and --installer");
+    } else {
+      AddNoInstaller(
+          own, "there is no installer here, nor in an external installer media",
+          "put the installer there, or name its directory (--os) and file (--installer)");
+    }
   }
 
   void Scan() {
@@ -310,6 +331,7 @@ class MediaCheck {
   const MediaCheckRequest& request_;
   Variables before_;
   LauncherState state_;
+  bool is_first_volume_ = true;  // until it is clear that it is none
   std::string messages_;
   Logger logger_{messages_};
   MediaReport report_;

@@ -196,6 +196,15 @@ std::vector<Finding> AboutTheInstaller() {
            "external installer media; put the installer there, or name its directory (--os) and "
            "file (--installer)\n"
            "1 problem: the launcher will end with status 1\n"},
+      {.name = "NoInstallerForWantOfASystem",
+       .make = [](CheckWorld& world) { fs::remove(world.TwoVolumes().Path("1/StartTUI.sh")); },
+       .arguments = {"--os", ""},
+       .says =
+           "Media      {1}\nSystem     none named\nInstaller  not found\n" + no_volumes +
+           "Start      none\n"
+           "error      {1}/StartTUI.sh: the start script is missing or names no system; copy it "
+           "again, or use --os and --installer\n"
+           "1 problem: the launcher will end with status 1\n"},
       {.name = "BlankInTheInstallerMedia",
        .make =
            [](CheckWorld& world) {
@@ -507,6 +516,31 @@ TEST(CheckFindsMore, AnAmVolumeOfAnotherSet) {
   EXPECT_EQ(seen.status, 1);
 }
 
+TEST(CheckFindsMore, ADirectoryThatIsNoFirstVolume) {
+  CheckWorld world;
+  world.TwoVolumes();
+  for (const Environment& env : {Environment(), Environment{{"KVL_OS", "linux"}}}) {
+    for (const std::string directory : {"", "2"}) {
+      const Outcome seen = world.Companion({"check", "{" + directory + "}"}, env);
+      EXPECT_EQ(seen.out, world.Text("Media      {" + directory +
+                                     "}\n"
+                                     "System     " +
+                                     (env.empty() ? "none named" : "linux") +
+                                     "\n"
+                                     "Installer  not found\n"
+                                     "Volumes    1\n"
+                                     "Start      none\n"
+                                     "error      {" +
+                                     directory +
+                                     "}: this is no volume 1: there is no directory inst in it; "
+                                     "give the directory that holds inst and StartTUI.sh\n"
+                                     "1 problem: the launcher will end with status 1\n"));
+      EXPECT_EQ(seen.err, "");
+      EXPECT_EQ(seen.status, 1);
+    }
+  }
+}
+
 TEST(CheckFindsMore, AMountThatForbidsToExecute) {
   CheckWorld world;
   world.TwoVolumes();
@@ -737,8 +771,8 @@ TEST(CheckEnds, WithPipesInPlaceOfEveryFileThatItReads) {
          "Installer  not found\n"
          "Volumes    number unknown\n"
          "Start      none\n"
-         "error      {1}/inst/code/bin: there is no installer here, nor in an external installer "
-         "media; put the installer there, or name its directory (--os) and file (--installer)\n"
+         "error      {1}/StartTUI.sh: the start script is missing or names no system; copy it "
+         "again, or use --os and --installer\n"
          "warning    {1}/inst/volumes.txt: the number of volumes cannot be read" +
              regular + "warning    {1}/1.txt" + remove + "warning    {1}/StartTUI.sh" + remove +
              "warning    {1}/inst/volumes.txt" + remove +

@@ -744,6 +744,7 @@ TEST_F(MediaManPage, NamesEveryMessage) {
       "/proc/self/exe",
       "/code/bin",
       "/code/bin/kvl-launcher",
+      "StartTUI.sh",
       "/inst/",
       "common",
       "inst/volumes.txt",
