@@ -173,11 +173,30 @@ class MediaCheck {
       AddNoInstaller(KVLInsIO::Join(request_.media_dir, "StartTUI.sh").Str(),
                      "the start script is missing or names no system",
                      "copy it again, or use --os and --installer");
+    } else if (KVLInsIO::Exists(own)) {
+      SayThatItIsPassedOver(own);
     } else {
       AddNoInstaller(
           own, "there is no installer here, nor in an external installer media",
           "put the installer there, or name its directory (--os) and file (--installer)");
     }
+  }
+
+  /// The installer of the media itself is there, and not wanted.
+  void SayThatItIsPassedOver(const std::string& own) {
+    bool is_named = false;
+    for (const std::string& media :
+         {state_.InstallerPathArg, GetEnv(variables::kExternalInstallerMedia)}) {
+      if (media.empty()) continue;
+      is_named = true;
+      AddNoInstaller(media,
+                     "there is no installer in this installer media, and KVL_UseExternalInstaller "
+                     "passes over that of the media",
+                     "name another installer media, or do without that variable");
+    }
+    if (is_named) return;
+    AddNoInstaller(own, "KVL_UseExternalInstaller passes over it, and no installer media is named",
+                   "name one (-installerPath), or do without that variable");
   }
 
   void Scan() {

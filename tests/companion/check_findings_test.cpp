@@ -541,6 +541,51 @@ TEST(CheckFindsMore, ADirectoryThatIsNoFirstVolume) {
   }
 }
 
+TEST(CheckFindsMore, AnInstallerOfTheMediaThatIsPassedOverInFavourOfNone) {
+  CheckWorld world;
+  world.TwoVolumes().Volume("empty");
+  struct Row {
+    std::vector<std::string> arguments;
+    Environment env;
+    std::vector<std::string> findings;
+  };
+  const auto without_installer = [](const std::string& media) {
+    return "error      " + media +
+           ": there is no installer in this installer media, and KVL_UseExternalInstaller passes "
+           "over that of the media; name another installer media, or do without that variable\n";
+  };
+  const std::vector<std::string> option = {"-installerPath", "/nowhere"};
+  const Environment variable = {{"KVL_ZOLVEN_Installer", "{empty}"}};
+  const std::vector<Row> rows = {
+      {option, {}, {without_installer("/nowhere")}},
+      {{}, variable, {without_installer("{empty}")}},
+      {option, variable, {without_installer("/nowhere"), without_installer("{empty}")}},
+      {{},
+       {},
+       {"error      {1}/inst/linux/code/bin/installer: KVL_UseExternalInstaller passes over it, "
+        "and "
+        "no installer media is named; name one (-installerPath), or do without that variable\n"}},
+  };
+  for (const Row& row : rows) {
+    std::vector<std::string> arguments = {"--", "-env", "KVL_UseExternalInstaller"};
+    arguments.insert(arguments.end(), row.arguments.begin(), row.arguments.end());
+    const Outcome seen = world.Check(arguments, row.env);
+    std::string findings;
+    for (const std::string& finding : row.findings) findings += finding;
+    const std::string count = row.findings.size() == 1 ? "1 problem" : "2 problems";
+    EXPECT_EQ(seen.out, world.Text("Media      {1}\n"
+                                   "System     linux\n"
+                                   "Installer  not found\n"
+                                   "Volumes    2, layout sibling, tag SET-A\n"
+                                   "           1  found       {1}\n"
+                                   "           2  found       {2}\n"
+                                   "Start      none\n" +
+                                   findings + count + ": the launcher will end with status 1\n"));
+    EXPECT_EQ(seen.err, "");
+    EXPECT_EQ(seen.status, 1);
+  }
+}
+
 TEST(CheckFindsMore, AMountThatForbidsToExecute) {
   CheckWorld world;
   world.TwoVolumes();
