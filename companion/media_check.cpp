@@ -9,6 +9,7 @@
 #include <set>
 #include <sstream>
 
+#include "companion/program_head.h"
 #include "companion/start_check.h"
 #include "companion/start_script.h"
 #include "companion/tree_survey.h"
@@ -33,6 +34,7 @@ using Variables = std::map<std::string, std::string>;
 
 constexpr int kAbortStatus = 134;        // as a shell shows a death by signal 6
 constexpr int kCannotStartStatus = 255;  // what the system makes of -1
+constexpr int kEmptyScriptStatus = 0;
 constexpr char kIdentifier[] = "<identifier>";
 constexpr char kLauncherName[] = "kvl-launcher";
 
@@ -260,6 +262,7 @@ class MediaCheck {
     CheckCommand();
     CheckPaths();
     CheckExecutable();
+    CheckInstallerHead();
   }
 
   void CheckCommand() {
@@ -305,6 +308,21 @@ class MediaCheck {
           "the installer has no execute permission", "give it that (chmod a+x)");
       End(Expectation::kCannotStart, kCannotStartStatus);
     }
+  }
+
+  void CheckInstallerHead() {
+    const auto head = ProgramHead::Read(report_.installer);
+    if (!head) return;
+    if (head->IsEmpty()) {
+      Add("installer-is-empty", Severity::kError, report_.installer, "the installer is empty",
+          "copy it again");
+      // What the system cannot execute is given to the shell, which finds nothing to do.
+      End(Expectation::kCannotStart, kEmptyScriptStatus);
+      return;
+    }
+    AddCarriageReturn(report_.installer, *head, report_.findings);
+    AddMissingInterpreter(report_.installer, *head, report_.findings);
+    if (!head->HasInterpreter()) End(Expectation::kCannotStart, kCannotStartStatus);
   }
 
   /// A staged installer of an external media has the mode of the media's own one, if there is one.

@@ -47,6 +47,7 @@ class RandomMedia {
     MakeExternal();
     MakeCall();
     MakeStart();
+    MakeInstallerThatCannotRun();
   }
 
   CheckWorld& World() { return world_; }
@@ -200,6 +201,15 @@ class RandomMedia {
     SetMode(world_.Path(script), 0755);
     std::error_code error;  // it may have been removed
     fs::permissions(world_.Path(media_ + "/StartGUI.sh"), fs::perms(0755), error);
+  }
+
+  void MakeInstallerThatCannotRun() {
+    const std::string path = media_ + "/inst/linux/code/bin/installer";
+    if (!dice_.Percent(8) || !fs::exists(world_.Path(path))) return;
+    fs::remove_all(world_.Path(path));
+    static const Lines contents = {"", "#!/bin/sh\r\n", "#! /nowhere/sh -e\n", "#!/nowhere/sh"};
+    world_.Directory().Write(path, dice_.OneOf(contents));
+    if (dice_.Percent(80)) SetMode(world_.Path(path), 0755);
   }
 
   Dice dice_;

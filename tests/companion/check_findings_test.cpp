@@ -185,6 +185,11 @@ std::vector<Finding> AboutTheInstaller() {
       "Volumes    2, layout sibling, tag SET-A\n"
       "           1  found       {1}\n           2  found       {2}\n";
   const std::string installer = "{1}/inst/linux/code/bin/installer";
+  const auto with_installer = [](const std::string& contents) {
+    return [contents](CheckWorld& world) {
+      world.TwoVolumes().Volume("1").File("inst/linux/code/bin/installer", contents);
+    };
+  };
   return {
       {.name = "NoInstaller",
        .make = TwoVolumes,
@@ -226,6 +231,30 @@ std::vector<Finding> AboutTheInstaller() {
        .says =
            CannotStart("error      " + installer +
                        ": the installer has no execute permission; give it that (chmod a+x)\n")},
+      {.name = "InstallerThatIsEmpty",
+       .make = with_installer(""),
+       .says = kTwoVolumes + ("error      " + installer) +
+               ": the installer is empty; copy it again\n"
+               "1 problem: the installer cannot be started, status 0\n"},
+      {.name = "InstallerWithCarriageReturns",
+       .make = with_installer("#!/bin/sh\r\nexit\r\n"),
+       .says = CannotStart("error      " + installer +
+                           ": its first line has a carriage return; save it with line feeds "
+                           "alone\n")},
+      {.name = "InstallerWithACarriageReturnThatItsInterpreterGets",
+       .make = with_installer("#!/bin/sh -e\r\nexit\r\n"),
+       .says = InPlace("error      " + installer +
+                       ": its first line has a carriage return; save it with line feeds alone\n")},
+      {.name = "InstallerWithoutItsInterpreter",
+       .make = with_installer("#! /nowhere/sh -e\n"),
+       .says = CannotStart("error      " + installer +
+                           ": its first line names a program that is missing or cannot be "
+                           "executed: /nowhere/sh; correct the line, or install that program\n")},
+      {.name = "InstallerWhoseInterpreterIsADirectory",
+       .make = with_installer("#!/"),
+       .says = CannotStart("error      " + installer +
+                           ": its first line names a program that is missing or cannot be "
+                           "executed: /; correct the line, or install that program\n")},
       {.name = "InstallerThatIsADirectory",
        .make =
            [](CheckWorld& world) {
@@ -766,6 +795,14 @@ TEST(CheckFindsMore, NothingInAMediaThatIsAsItShouldBe) {
   CheckWorld world;
   world.TwoVolumes();
   ExpectFine(world);
+}
+
+TEST(CheckFindsMore, NothingInAnInstallerThatIsAScript) {
+  for (const char* script : {"#!/bin/sh", "#! \t/bin/sh -e\nexit\n", "#!\n", "exit 0\n"}) {
+    CheckWorld world;
+    world.TwoVolumes().Volume("1").File("inst/linux/code/bin/installer", script);
+    ExpectFine(world);
+  }
 }
 
 TEST(CheckFindsMore, NothingInALauncherThatIsABinaryOfThisMachineOrAScript) {
