@@ -120,7 +120,8 @@ class MediaCheck {
     report_.installer_name = state_.InstallerExeName;
     if (error.empty()) return true;
     logger_.Message(error, kError, kMarked);
-    Add("bad-arguments", Severity::kError, "", error, "correct the launcher's arguments");
+    const std::string text = error.ends_with('.') ? error.substr(0, error.size() - 1) : error;
+    Add("bad-arguments", Severity::kError, "", text, "correct the launcher's arguments");
     End(Expectation::kBadCommandLine, static_cast<int>(ExitStatus::kBadCommandLine));
     return false;
   }

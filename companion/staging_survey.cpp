@@ -105,9 +105,12 @@ class Survey {
     struct stat status;
     const bool is_directory = ::stat(place.Str().c_str(), &status) == 0 && S_ISDIR(status.st_mode);
     if (!is_directory || !MayUse(place.Str(), W_OK | X_OK)) {
-      Fail("temporary-directory-not-writable", place.Str(),
-           is_directory ? "you cannot write into the temporary directory"
-                        : "the temporary directory is none",
+      const std::string given = InsPath(request_.staging_dir_slash).Parent().Str();
+      const bool is_there = ::stat(given.c_str(), &status) == 0;
+      Fail("temporary-directory-not-writable", given,
+           !is_there      ? "the temporary directory is missing and cannot be made"
+           : is_directory ? "you cannot write into the temporary directory"
+                          : "the temporary directory is none",
            "let TMPDIR name a directory that you can write into");
     }
     FileIdentity identity;

@@ -133,7 +133,8 @@ class Survey {
     if (AddSpecialFile(path, status.st_mode, Severity::kWarning, findings_)) return;
     const bool is_directory = S_ISDIR(status.st_mode);
     const mode_t wanted = is_directory ? S_IROTH | S_IXOTH : S_IROTH;
-    if ((status.st_mode & wanted) != wanted) {
+    if ((status.st_mode & wanted) != wanted &&
+        !findings_.Has("unreadable", path)) {  // as the survey of what is staged has said
       Warn("not-readable-by-others", path, "an ordinary user cannot read it",
            is_directory ? "give it read and execute permission for all (chmod a+rx)"
                         : "give it read permission for all (chmod a+r)");

@@ -269,8 +269,15 @@ std::vector<Finding> AboutTheInstaller() {
        .says =
            "Media      {1}\n"
            "error      -SoftMgt must be used with another flag (either -List, -Check, -Commit or "
-           "-Rollback).; correct the launcher's arguments\n"
+           "-Rollback); correct the launcher's arguments\n"
            "1 problem: the launcher will end with status 1\n"},
+      {.name = "BadLauncherArgumentsOfTheOtherKind",
+       .make = TwoVolumes,
+       .arguments = {"--", "-List"},
+       .says = "Media      {1}\n"
+               "error      -List must be used with the -SoftMgt flag; correct the launcher's "
+               "arguments\n"
+               "1 problem: the launcher will end with status 1\n"},
       {.name = "ArgumentThatIsSplit",
        .make = TwoVolumes,
        .arguments = {"--", "a\"b"},
@@ -494,6 +501,12 @@ std::vector<Finding> AboutStaging() {
                             "error      {1}/media.db: you cannot read it; give it read permission "
                             "(chmod a+r)\n"),
        .before = GiveUpPermissions},
+      {.name = "FileToBeStagedThatNobodyCanRead",
+       .make = [](CheckWorld& world) { SetMode(world.VolumeMissing().Path("1/media.db"), 0); },
+       .says = StagingFails("9 files",
+                            "error      {1}/media.db: you cannot read it; give it read permission "
+                            "(chmod a+r)\n"),
+       .before = GiveUpPermissions},
       {.name = "TemporaryDirectoryInsideOfWhatIsCopied",
        .make = [](CheckWorld& world) { world.VolumeMissing().Volume("1").Dir("inst/tmp"); },
        .env = {{"TMPDIR", "{1/inst/tmp}"}},
@@ -516,6 +529,38 @@ std::vector<Finding> AboutStaging() {
                               "TMPDIR name a directory that you can write into\n");
              return text.replace(text.find("{tmp}"), 5, "{file}");
            }()},
+      {.name = "TemporaryDirectoryThatIsMissing",
+       .make =
+           [](CheckWorld& world) {
+             world.VolumeMissing().Volume("closed");
+             SetMode(world.Path("closed"), 0555);
+           },
+       .env = {{"TMPDIR", "{closed/no/where}"}},
+       .says =
+           [] {
+             std::string text = StagingFails(
+                 "9 files",
+                 "error      {closed/no/where}: the temporary directory is missing and cannot be "
+                 "made; let TMPDIR name a directory that you can write into\n");
+             return text.replace(text.find("{tmp}"), 5, "{closed/no/where}");
+           }(),
+       .before = GiveUpPermissions},
+      {.name = "TemporaryDirectoryThatIsClosed",
+       .make =
+           [](CheckWorld& world) {
+             world.VolumeMissing().Volume("closed");
+             SetMode(world.Path("closed"), 0555);
+           },
+       .env = {{"TMPDIR", "{closed}"}},
+       .says =
+           [] {
+             std::string text = StagingFails(
+                 "9 files",
+                 "error      {closed}: you cannot write into the temporary directory; let TMPDIR "
+                 "name a directory that you can write into\n");
+             return text.replace(text.find("{tmp}"), 5, "{closed}");
+           }(),
+       .before = GiveUpPermissions},
   };
 }
 
