@@ -5,6 +5,8 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "companion/program_head.h"
 #include "companion/special_file.h"
 #include "companion/start_script.h"
@@ -64,6 +66,11 @@ class StartCheck {
           "put the launcher there");
       return;
     }
+    if (IsOnNoexecMount(launcher) && !IsNoexecSaidOfTheMedia()) {
+      Add("noexec-mount", launcher,
+          "the launcher would be started from a file system that is mounted noexec",
+          "mount it without noexec, or copy the media to another file system");
+    }
     if (MayNotBeExecuted(launcher)) {
       Add("launcher-not-executable", launcher, "the launcher has no execute permission",
           "give it that (chmod a+x)");
@@ -77,6 +84,13 @@ class StartCheck {
       Add("launcher-not-for-this-machine", launcher, "this machine cannot run the launcher",
           "put the launcher for this machine there");
     }
+  }
+
+  /// Of an installer that would be started in place.
+  bool IsNoexecSaidOfTheMedia() const {
+    return std::any_of(findings_.All().begin(), findings_.All().end(), [&](const Finding& finding) {
+      return finding.code == "noexec-mount" && finding.path.starts_with(media_dir_ + "/");
+    });
   }
 
   /// Of the same severity as when it is missing, in the words for all files of a media.

@@ -660,24 +660,48 @@ TEST(CheckFindsMore, AnInstallerOfTheMediaThatIsPassedOverInFavourOfNone) {
   }
 }
 
+/// To be called in the child: nothing of the directory can be executed there.
+void ForbidToExecute(const std::string& directory) {
+  const unsigned long again = MS_REMOUNT | MS_BIND | MS_NOEXEC;
+  const bool is_possible =
+      ::unshare(CLONE_NEWNS) == 0 &&
+      ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+      ::mount(directory.c_str(), directory.c_str(), nullptr, MS_BIND, nullptr) == 0 &&
+      ::mount("none", directory.c_str(), nullptr, again, nullptr) == 0;
+  if (!is_possible) ::_exit(kImpossibleHere);
+}
+
 TEST(CheckFindsMore, AMountThatForbidsToExecute) {
   CheckWorld world;
-  world.TwoVolumes();
+  StartsLauncher(world);
+  world.Volume("1").Link("inst/linux/code/bin/kvl-launcher", "installer");
   const std::string media = world.Path("1");
-  const Outcome seen = world.Check({}, {}, [&] {
-    const unsigned long again = MS_REMOUNT | MS_BIND | MS_NOEXEC;
-    const bool is_possible =
-        ::unshare(CLONE_NEWNS) == 0 &&
-        ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-        ::mount(media.c_str(), media.c_str(), nullptr, MS_BIND, nullptr) == 0 &&
-        ::mount("none", media.c_str(), nullptr, again, nullptr) == 0;
-    if (!is_possible) ::_exit(kImpossibleHere);
-  });
+  const Outcome seen = world.Check({}, {}, [&] { ForbidToExecute(media); });
   if (seen.status == kImpossibleHere) GTEST_SKIP() << "nothing can be mounted here";
   EXPECT_EQ(seen.out, world.Text(CannotStart(
                           "error      {1}/inst/linux/code/bin/installer: the installer would "
                           "be started from a file system that is mounted noexec; mount it "
                           "without noexec, or copy the media to another file system\n")));
+  EXPECT_EQ(seen.err, "");
+  EXPECT_EQ(seen.status, 1);
+}
+
+TEST(CheckFindsMore, AMountThatForbidsToExecuteTheLauncherOfAStagedInstaller) {
+  CheckWorld world;
+  StartsLauncher(world);
+  world.Volume("1").Link("inst/linux/code/bin/kvl-launcher", "installer");
+  fs::remove(world.Path("2/2.txt"));
+  const std::string media = world.Path("1");
+  const Outcome seen = world.Check({}, {}, [&] { ForbidToExecute(media); });
+  if (seen.status == kImpossibleHere) GTEST_SKIP() << "nothing can be mounted here";
+  std::string said = kVolumeMissing;
+  said.replace(said.find("9 files"), 7, "10 files");
+  EXPECT_EQ(
+      WithoutBytes(seen.out),
+      world.Text(said + "error      {1}/inst/linux/code/bin/kvl-launcher: the launcher would be "
+                        "started from a file system that is mounted noexec; mount it without "
+                        "noexec, or copy the media to another file system\n"
+                        "2 problems: the installer will be staged and started\n"));
   EXPECT_EQ(seen.err, "");
   EXPECT_EQ(seen.status, 1);
 }
