@@ -77,11 +77,13 @@ class Call:
 
     @property
     def path(self) -> str:
-        """The path it names, else that of its descriptor, else nothing."""
+        """The path it names, from that of its descriptor if need be, else that one, else nothing."""
         named = re.search(r'"((?:[^"\\]|\\.)*)"', self.arguments)
+        opened = re.match(r"\d+<([^>]*)>", self.arguments)
         if self.name in ("read", "write", "writev", "getdents64") or not (named and named[1]):
-            opened = re.match(r"\d+<([^>]*)>", self.arguments)
             return opened[1] if opened else ""
+        if opened and not named[1].startswith("/"):
+            return f"{opened[1]}/{named[1]}"
         return named[1]
 
     @property
