@@ -29,11 +29,16 @@ struct Way {
 /// The directories of a tree, and how they can be reached from each other.
 class Graph {
  public:
-  void Add(const FileIdentity& from, Way way) { ways_[from].push_back(std::move(way)); }
+  void Add(const FileIdentity& from, Way way) {
+    std::vector<Way>& ways = ways_[from];
+    if (ways.empty()) order_.push_back(from);
+    ways.push_back(std::move(way));
+  }
 
-  /// Adds a finding for one link of each circle that a walk through all directories comes upon.
+  /// Adds a finding for one link of each circle that a walk through all directories comes upon, in
+  /// the order in which they were added: that of their identities differs from copy to copy.
   void FindCircles(Findings& findings) {
-    for (const auto& [start, unused] : ways_) {
+    for (const FileIdentity& start : order_) {
       if (!state_.contains(start)) FindCirclesBelow(start, findings);
     }
   }
@@ -80,6 +85,7 @@ class Graph {
   }
 
   std::map<FileIdentity, std::vector<Way>> ways_;
+  std::vector<FileIdentity> order_;  // the keys of `ways_`
   std::map<FileIdentity, State> state_;
 };
 

@@ -405,6 +405,14 @@ std::vector<Finding> AboutFiles() {
        .says =
            InPlace("warning    {1}/c/d: a link that leads round in a circle; remove the link, or "
                    "let it lead to something else\n")},
+      {.name = "LinksToEachOtherOfWhichTheOtherWasMadeFirst",
+       .make =
+           [](CheckWorld& world) {
+             world.TwoVolumes().Volume("1").Link("c/d", "../a").Link("a/b", "../c");
+           },
+       .says =
+           InPlace("warning    {1}/c/d: a link that leads round in a circle; remove the link, or "
+                   "let it lead to something else\n")},
       {.name = "LinkToItself",
        .make = [](CheckWorld& world) { world.TwoVolumes().Volume("1").Link("self", "self"); },
        .says = InPlace(
