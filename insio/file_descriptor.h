@@ -2,11 +2,17 @@
 // installed interface.
 #pragma once
 
+#include <fcntl.h>
 #include <sys/types.h>
 
 #include <string>
 
 namespace KVLInsIO {
+
+/// The flags for reading what somebody else has put on a disc. Opening never waits, as it would for
+/// a pipe without a writer, and never makes a terminal that of the process. Ask the open file what
+/// it is before reading: a read that would have to wait fails with EAGAIN.
+inline constexpr int kReadWithoutWaiting = O_RDONLY | O_NONBLOCK | O_NOCTTY;
 
 class FileDescriptor {
  public:
