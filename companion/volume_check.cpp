@@ -52,7 +52,7 @@ class VolumeCheck {
       : media_dir_(media_dir), scan_(scan), findings_(findings) {}
 
   VolumeReport Run() {
-    const std::optional<std::string> line = ReadFirstLine(VolumesFile(media_dir_));
+    const std::optional<std::string> line = ReadFirstLine(VolumesFile(media_dir_)).text;
     report_.count = line ? ToIntOr(*line, 0) : 0;
     if (report_.count <= 1) return std::move(report_);
     const std::string marker = Join(media_dir_.Str(), MarkerName(1)).Str();

@@ -1,30 +1,12 @@
 #include "media/marker.h"
 
-#include <fstream>
-#include <limits>
-
 #include "console/text.h"
-#include "insio/entry.h"
+#include "media/line_file.h"
 
 namespace kvl {
 namespace {
 
 constexpr std::string_view kTagKey = "MTBDIR=";
-
-/// Not open when there is no regular file: a pipe would keep the launcher waiting for ever.
-std::ifstream OpenText(const std::string& path) {
-  return KVLInsIO::IsRegularFile(path) ? std::ifstream(path) : std::ifstream();
-}
-
-/// Reads the key of the tag if it is what comes next. False when it is not; then the stream stands at
-/// the first character that differs.
-bool TakeKey(std::istream& line) {
-  for (const char letter : kTagKey) {
-    if (line.peek() != std::istream::traits_type::to_int_type(letter)) return false;
-    line.get();
-  }
-  return true;
-}
 
 }  // namespace
 
@@ -32,23 +14,23 @@ std::string MarkerName(std::int64_t volume) {
   return std::to_string(volume).append(kMarkerExtension);
 }
 
-std::string ReadMtbDir(const std::string& path) {
-  std::ifstream marker = OpenText(path);
-  while (marker) {
-    if (TakeKey(marker)) {
-      std::string tag;
-      return ReadLine(marker, tag) ? tag : std::string();  // half a tag is none
-    }
-    marker.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+FileText ReadMarker(const std::string& path) {
+  LineFile marker(path);
+  for (std::string line; marker.Next(line);) {
+    if (line.starts_with(kTagKey)) return {line.substr(kTagKey.size())};
   }
-  return {};
+  return {std::nullopt, marker.Error()};
 }
 
-std::optional<std::string> ReadFirstLine(const std::string& path) {
-  std::ifstream file = OpenText(path);
+std::string ReadMtbDir(const std::string& path) {
+  return ReadMarker(path).text.value_or(std::string());
+}
+
+FileText ReadFirstLine(const std::string& path) {
+  LineFile file(path);
   std::string line;
-  if (!ReadLine(file, line)) return std::nullopt;
-  return line;
+  if (file.Next(line)) return {line};
+  return {std::nullopt, file.Error()};
 }
 
 int VolumeOfMarkerName(std::string_view name) {

@@ -14,16 +14,24 @@ inline constexpr std::string_view kMarkerExtension = ".txt";
 /// The name of the marker of a volume: the number in decimal and ".txt".   2  =>  2.txt
 std::string MarkerName(std::int64_t volume);
 
+/// What a file says, or why it says nothing.
+struct FileText {
+  std::optional<std::string> text;  ///< nothing when the file does not have it
+  int error = 0;                    ///< an errno, when the file cannot be opened or read
+};
+
 /// The tag in a marker file: the rest of its first line that begins with "MTBDIR=", without one
-/// carriage return at the end. Empty when the file cannot be opened or read, is no regular file (a
-/// pipe would be waited for), has no such line, or nothing behind the "=". A tag is opaque: any
-/// bytes, compared as they are. Lines before it take no memory, however long: any large file may have
-/// a marker's name. Never throws a failure of the system.
+/// carriage return at its end. A tag is opaque: any bytes, compared as they are. Nothing when the
+/// file has no such line, or cannot be read that far (see LineFile for the errors, and for lines
+/// that are cut). Never throws a failure of the system.
+FileText ReadMarker(const std::string& path);
+
+/// The tag alone: empty when there is none, for whatever reason.
 std::string ReadMtbDir(const std::string& path);
 
-/// The first line of a text file, without its line end. Nothing when the file cannot be opened, is
-/// no regular file, or has no line. Never throws a failure of the system.
-std::optional<std::string> ReadFirstLine(const std::string& path);
+/// The first line of a text file, without its line end. Nothing when the file has no line or cannot
+/// be read (see LineFile). Never throws a failure of the system.
+FileText ReadFirstLine(const std::string& path);
 
 inline constexpr int kNoVolume = -1;
 

@@ -224,7 +224,7 @@ ScanOutcome ScanMediaVolumes(const InsPath& media_dir, bool software_management,
     return CompleteAsItIs();
   }
 
-  const std::optional<std::string> line = ReadFirstLine(volumes_file.Str());
+  const std::optional<std::string> line = ReadFirstLine(volumes_file.Str()).text;
   if (!line) return Failed();
   const int count = std::stoi(*line);
   if (count <= 1) return CompleteAsItIs();

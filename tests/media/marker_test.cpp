@@ -1,11 +1,10 @@
 #include "media/marker.h"
 
-#include <sys/resource.h>
+#include <errno.h>
 
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <limits>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -141,70 +140,60 @@ TEST(ReadMtbDir, WithoutAValueBehindTheKeyIsEmpty) {
   }
 }
 
-/// The most memory that this process has had resident at any time, in KiB.
-long MostMemory() {
-  rusage usage;
-  ::getrusage(RUSAGE_SELF, &usage);
-  return usage.ru_maxrss;
-}
-
-TEST(ReadMtbDir, KeepsNoOtherLineInMemory) {
-  constexpr std::uintmax_t kMuch = 64UL << 20;
-  TestDirectory directory;
-  const std::string marker = directory.Write("1.txt", "");
-  std::filesystem::resize_file(marker, kMuch);  // a hole: one line of NUL bytes
-  std::ofstream(marker, std::ios::app) << "\nMTBDIR=SET-A\n";
-  const Outcome outcome = RunIsolated([&] {
-    const long before = MostMemory();
-    if (ReadMtbDir(marker) != "SET-A") return 1;
-    return MostMemory() - before < 8 * 1024 ? 0 : 2;
-  });
-  EXPECT_EQ(outcome.status, 0);
-}
-
 TEST(ReadMtbDir, FollowsALink) {
   TestDirectory directory;
   directory.Link("1.txt", directory.Write("elsewhere", "MTBDIR=SET-A\n"));
   EXPECT_EQ(ReadMtbDir(directory.Path("1.txt")), "SET-A");
 }
 
-TEST(ReadMtbDir, OfWhatCannotBeReadIsEmpty) {
+TEST(ReadMarker, SaysWhyTheFileCannotBeRead) {
   TestDirectory directory;
   const std::string file = directory.Write("file", "MTBDIR=SET-A\n");
   const std::string socket = directory.Path("socket");
   MakeUnopenable(socket);
-  const std::vector<std::string> rows = {
-      "",
-      directory.Path("missing"),
-      directory.Path(std::string(300, 'x')),
-      file + "/1.txt",
-      directory.MakeDir("1.txt"),
-      directory.Link("dangling", directory.Path("missing")),
-      directory.Link("loop", directory.Path("loop")),
-      socket,
-      directory.Pipe("pipe"),
-      "/dev/zero",
+  struct Row {
+    std::string path;
+    int error;
   };
-  for (const std::string& path : rows) EXPECT_EQ(ReadMtbDir(path), "") << path;
+  const std::vector<Row> rows = {
+      {"", ENOENT},
+      {directory.Path("missing"), ENOENT},
+      {directory.Path(std::string(300, 'x')), ENAMETOOLONG},
+      {file + "/1.txt", ENOTDIR},
+      {directory.MakeDir("1.txt"), EISDIR},
+      {directory.Link("dangling", directory.Path("missing")), ENOENT},
+      {directory.Link("loop", directory.Path("loop")), ELOOP},
+      {socket, ENXIO},
+      {directory.Pipe("pipe"), EOPNOTSUPP},
+      {"/dev/zero", EOPNOTSUPP},
+  };
+  for (const Row& row : rows) {
+    const FileText marker = ReadMarker(row.path);
+    EXPECT_EQ(marker.text, std::nullopt) << row.path;
+    EXPECT_EQ(marker.error, row.error) << row.path;
+    EXPECT_EQ(ReadMtbDir(row.path), "") << row.path;
+  }
+}
+
+TEST(ReadMarker, OfAFileWithoutTheLineIsNoFailure) {
+  TestDirectory directory;
+  const FileText marker = ReadMarker(directory.Write("1.txt", "TITLE=x\n"));
+  EXPECT_EQ(marker.text, std::nullopt);
+  EXPECT_EQ(marker.error, 0);
 }
 
 TEST(ReadFirstLine, IsTheTextUpToTheLineEnd) {
   TestDirectory directory;
-  EXPECT_EQ(ReadFirstLine(directory.Write("a", "one\r\ntwo\n")), "one");
-  EXPECT_EQ(ReadFirstLine(directory.Write("b", "one")), "one");
-  EXPECT_EQ(ReadFirstLine(directory.Write("c", "\n")), "");
+  EXPECT_EQ(ReadFirstLine(directory.Write("a", "one\r\ntwo\n")).text, "one");
+  EXPECT_EQ(ReadFirstLine(directory.Write("b", "one")).text, "one");
+  EXPECT_EQ(ReadFirstLine(directory.Write("c", "\n")).text, "");
 }
 
-TEST(ReadFirstLine, OfWhatHasNoneIsNothing) {
+TEST(ReadFirstLine, OfAnEmptyFileIsNothing) {
   TestDirectory directory;
-  const std::vector<std::string> rows = {
-      directory.Write("empty", ""),
-      directory.Path("missing"),
-      directory.MakeDir("directory"),
-      directory.Pipe("pipe"),
-      "/dev/zero",
-  };
-  for (const std::string& path : rows) EXPECT_EQ(ReadFirstLine(path), std::nullopt) << path;
+  const FileText first = ReadFirstLine(directory.Write("empty", ""));
+  EXPECT_EQ(first.text, std::nullopt);
+  EXPECT_EQ(first.error, 0);
 }
 
 }  // namespace

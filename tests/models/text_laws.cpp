@@ -124,7 +124,7 @@ void CheckMarkerLaws(const std::string& directory, const std::string& contents) 
   Write(path, contents);
   RequireEqual("tag", ReadMtbDir(path), ModelOfTag(contents));
   const std::vector<std::string> lines = ModelOfLines(contents);
-  RequireEqual("first line", ReadFirstLine(path),
+  RequireEqual("first line", ReadFirstLine(path).text,
                lines.empty() ? std::nullopt : std::optional(lines.front()));
 }
 

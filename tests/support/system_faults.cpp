@@ -21,7 +21,7 @@ struct Fault {
   int failed = 0;
 };
 
-constexpr std::size_t kCalls = 7;
+constexpr std::size_t kCalls = FailingCall::kRead + 1;
 std::array<Fault, kCalls> faults;
 std::optional<uid_t> fake_user;
 
@@ -100,6 +100,11 @@ dirent* __wrap_readdir(DIR* stream) {
 dirent* __real_readdir64(DIR* stream);
 dirent* __wrap_readdir64(DIR* stream) {
   return Fails(FailingCall::kReadDir) ? nullptr : __real_readdir64(stream);
+}
+
+ssize_t __real_read(int number, void* buffer, std::size_t size);
+ssize_t __wrap_read(int number, void* buffer, std::size_t size) {
+  return Fails(FailingCall::kRead) ? -1 : __real_read(number, buffer, size);
 }
 
 int __real_close(int number);

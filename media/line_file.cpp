@@ -1,0 +1,78 @@
+#include "media/line_file.h"
+
+#include <errno.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace kvl {
+namespace {
+
+constexpr char kLineFeed = '\n';
+
+/// 0 for an open file that comes to an end.
+int WhyNotToRead(const KVLInsIO::FileDescriptor& file) {
+  struct stat status;
+  if (::fstat(file.Number(), &status) != 0) return errno;
+  if (S_ISREG(status.st_mode)) return 0;
+  return S_ISDIR(status.st_mode) ? EISDIR : EOPNOTSUPP;
+}
+
+}  // namespace
+
+LineFile::LineFile(const std::string& path) : file_(path, KVLInsIO::kReadWithoutWaiting) {
+  error_ = file_.IsOpen() ? WhyNotToRead(file_) : errno;
+}
+
+bool LineFile::Next(std::string& line) {
+  PassOverCutRest();
+  line.clear();
+  bool has_line = false;
+  bool is_whole = false;
+  while (!is_whole && line.size() < kLongestLine && Fill()) {
+    has_line = true;
+    line.append(TakePart(kLongestLine - line.size(), is_whole));
+  }
+  if (error_ != 0) return false;
+  is_cut_ = !is_whole && line.size() == kLongestLine;
+  if (line.ends_with('\r')) line.pop_back();
+  return has_line;
+}
+
+/// Reads on when nothing is left. False at the end and after a failure.
+bool LineFile::Fill() {
+  if (!unread_.empty()) return true;
+  if (error_ != 0) return false;
+  const ssize_t length = ::read(file_.Number(), buffer_.data(), buffer_.size());
+  if (length < 0) error_ = errno;
+  if (length <= 0) return false;
+  unread_ = {buffer_.data(), static_cast<std::size_t>(length)};
+  return true;
+}
+
+/// Takes what is unread of the line, its line feed with it, which is not part of the result.
+std::string_view LineFile::TakePart(std::size_t most_bytes, bool& ends_line) {
+  const std::string_view part = unread_.substr(0, std::min(unread_.find(kLineFeed), most_bytes));
+  unread_.remove_prefix(part.size());
+  ends_line = unread_.starts_with(kLineFeed);
+  if (ends_line) unread_.remove_prefix(1);
+  return part;
+}
+
+void LineFile::PassOverCutRest() {
+  for (bool is_over = !is_cut_; !is_over;) {
+    if (unread_.empty()) SkipHole();
+    if (!Fill()) return;
+    TakePart(unread_.size(), is_over);
+  }
+}
+
+/// A hole reads as zeros, and none of them ends a line. A sparse file may claim any size.
+void LineFile::SkipHole() {
+  const off_t here = ::lseek(file_.Number(), 0, SEEK_CUR);
+  if (::lseek(file_.Number(), here, SEEK_DATA) >= 0 || errno != ENXIO) return;
+  ::lseek(file_.Number(), 0, SEEK_END);
+}
+
+}  // namespace kvl
