@@ -102,6 +102,7 @@ void Launcher::Message(std::string_view text, int level, bool marked) {
 int Launcher::ScanMediaVolumes(std::vector<std::string>& volume_paths) {
   const ScanOutcome outcome = kvl::ScanMediaVolumes(MediaDir, SoftMgt, logger_);
   if (outcome.complete) ManagementMode = true;
+  if (outcome.am_layout_tried) volume_paths.clear();
   volume_paths.insert(volume_paths.end(), outcome.volumes.begin(), outcome.volumes.end());
   return outcome.code;
 }

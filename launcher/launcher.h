@@ -39,8 +39,8 @@ class Launcher : public LauncherState {
   void Message(std::string_view text, int level, bool marked);
 
   /// Scans the media (see media/volume_scan.h), appends the directories of its further volumes to
-  /// `volume_paths`, which is to be empty, and returns the result code. Sets ManagementMode when the
-  /// media is complete.
+  /// `volume_paths`, which it empties before when it tries the AM layout, and returns the result
+  /// code. Sets ManagementMode when the media is complete.
   int ScanMediaVolumes(std::vector<std::string>& volume_paths);
 
   /// Checks an installer media (see media/installer_media.h). When it is usable, stores where its

@@ -242,7 +242,9 @@ ScanOutcome ScanMediaVolumes(const InsPath& media_dir, bool software_management,
 
   if (const LayoutAnswer flat = ScanFlatLayout(media, report)) return *flat;
   if (const LayoutAnswer sibling = ScanSiblingLayout(media, report)) return *sibling;
-  return ScanAmLayout(media, report);
+  ScanOutcome am = ScanAmLayout(media, report);
+  am.am_layout_tried = true;
+  return am;
 }
 
 }  // namespace kvl

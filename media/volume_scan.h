@@ -43,6 +43,9 @@ struct ScanOutcome {
   /// The layout that had the last word: the first one in which a further volume was found, of this
   /// media set or of another.
   Layout layout = Layout::kNone;
+  /// The AM layout was tried, with whatever result: a list that the caller collects directories in
+  /// is to be emptied before `volumes` is added.
+  bool am_layout_tried = false;
 };
 
 /// Scans the media, reports on the console what it finds, and leaves its findings for the installer

@@ -76,19 +76,53 @@ TEST(Launcher, PutsTheCallersSignalSettingsBackInTheEnd) {
   EXPECT_EQ(handlers(), before);
 }
 
+/// Scans the media with a list that holds something already: its code, and then the list.
+std::vector<std::string> ScannedOnto(Launcher& launcher, const std::string& media) {
+  const ScopedEnv env;
+  InMedia(launcher, media);
+  std::vector<std::string> volumes = {"already there"};
+  int code = -1;
+  Catch([&] { code = launcher.ScanMediaVolumes(volumes); });
+  volumes.insert(volumes.begin(), std::to_string(code));
+  return volumes;
+}
+
 TEST(Launcher, AScanAppendsTheVolumesAndNotesThatTheMediaIsComplete) {
   MediaWorld world;
   world.Volume("1").Announces("2").Marker(1, "SET-A");
   world.Volume("2").Marker(2, "SET-A");
-  const ScopedEnv env;
   PlainLauncher launcher;
-  InMedia(launcher, world.Path("1"));
-  std::vector<std::string> volumes = {"already there"};
-  int code = 0;
-  Catch([&] { code = launcher.ScanMediaVolumes(volumes); });
-  EXPECT_EQ(code, 2);
-  EXPECT_THAT(volumes, ElementsAre("already there", world.Path("2")));
+  EXPECT_THAT(ScannedOnto(launcher, world.Path("1")),
+              ElementsAre("2", "already there", world.Path("2")));
   EXPECT_TRUE(launcher.ManagementMode);
+}
+
+TEST(Launcher, AScanThatEndsBeforeTheAmLayoutLeavesTheListAsItWas) {
+  MediaWorld world;
+  PlainLauncher launcher;
+  world.Volume("1");
+  EXPECT_THAT(ScannedOnto(launcher, world.Path("1")), ElementsAre("1", "already there"));
+  world.Volume("1").Announces("3");  // without its own marker
+  EXPECT_THAT(ScannedOnto(launcher, world.Path("1")), ElementsAre("0", "already there"));
+  world.Volume("1").Marker(1, "SET-A").Marker(2, "SET-A");  // one is missing
+  EXPECT_THAT(ScannedOnto(launcher, world.Path("1")), ElementsAre("0", "already there"));
+}
+
+TEST(Launcher, AScanEmptiesTheListOnceItTriesTheAmLayout) {
+  MediaWorld world;
+  world.Volume("am/1/x/1").Announces("3").Marker(1, "SET-A");
+  PlainLauncher launcher;
+  world.Volume("am/1").File("1.txt", "no tag\n");
+  EXPECT_THAT(ScannedOnto(launcher, world.Path("am/1/x/1")), ElementsAre("0"));
+  world.Volume("am/1").Marker(1, "AM-A");  // without any further volume
+  EXPECT_THAT(ScannedOnto(launcher, world.Path("am/1/x/1")), ElementsAre("0"));
+  for (const int number : {2, 3}) {
+    const std::string am = "am/" + std::to_string(number);
+    world.Volume(am).Marker(number, "AM-A");
+    world.Volume(am + "/x/" + std::to_string(number)).Marker(number, "SET-A");
+  }
+  EXPECT_THAT(ScannedOnto(launcher, world.Path("am/1/x/1")),
+              ElementsAre("3", world.Path("am/2/x/2"), world.Path("am/3/x/3")));
 }
 
 TEST(Launcher, AFailedScanLeavesManagementModeAsItWas) {
