@@ -303,6 +303,22 @@ TEST(RunFindInstaller, WithoutAMediaTheRootDirectoryIsItAndItsEmptyNameVanishes)
              .env = {.media = "", .external = "{ext}/inst/", .os = os}});
 }
 
+TEST(RunFindInstaller, WithoutAnOperatingSystemIsLookedForInInstItself) {
+  const std::string place = "inst//code/bin/installer";
+  LaunchWorld world;
+  world.Volume("1");
+  world.Volume("ext").Installer("");
+  const LaunchPlan plan = {.arguments = {kByOption, "{ext}"}, .without = {"KVL_OS"}};
+  ExpectRun(
+      world, world.Run(plan),
+      {.out = " INFO: {1}/inst/code/bin/installer\n INFO: No installer in the current media.\n" +
+              SaysOption("{ext}") + " INFO: Installer executable \"{ext}/1/" + place +
+              "\" does not exist, trying without sub dir \"1\"\n" +
+              " INFO: Installer Media: \"{ext}/" + place + "\"\n",
+       .arguments = {"{ext}/" + place, "-CDpath", "{1}"},
+       .env = {.external = "{ext}/inst/", .os = ""}});
+}
+
 TEST(RunFindInstaller, WithAnEmptyEnvironmentIsAnErrorAndStatus1) {
   if (std::filesystem::exists("/inst")) GTEST_SKIP() << "this machine has a directory /inst";
   LaunchWorld world;
