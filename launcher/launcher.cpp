@@ -2,6 +2,7 @@
 #include "launcher/launcher.h"
 
 #include <exception>
+#include <utility>
 
 #include "console/run_command.h"
 #include "environment/environment.h"
@@ -39,8 +40,9 @@ int Launcher::Run() {
   if (!GetEnv(variables::kQueryVolumeCount).empty()) EndProcess(VolumeCountStatus(volume_count));
   ExportVolumePaths(volume_count, volume_paths);
 
-  const std::string staging_dir_slash = NewStagingDirectory();
+  std::string staging_dir_slash = NewStagingDirectory();
   if (IsToBeStaged(*this)) {
+    staging_dir_slash = FreeStagingDirectory(std::move(staging_dir_slash));
     StageInstaller(staging_dir_slash);
   } else {
     UseInstallerInPlace();

@@ -1,5 +1,7 @@
 #include "launcher/staging.h"
 
+#include <sys/stat.h>
+
 #include "console/identifier.h"
 #include "environment/temporary_directory.h"
 #include "insio/copy.h"
@@ -18,6 +20,15 @@ constexpr char kCommon[] = "common";
 constexpr const char* kStaged[] = {kInst,      "meta.TOCxml", "media.xml",
                                    "media.db", "StartGUI.sh", "StartTUI.sh"};
 
+/// There are file systems on which every name exists.
+constexpr int kMostTakenNames = 1000;
+
+bool IsTaken(const std::string& staging_dir_slash) {
+  struct stat status;
+  // The path as the copy takes it, without its "/": a link is looked at, not followed.
+  return ::lstat(InsPath(staging_dir_slash).Str().c_str(), &status) == 0;
+}
+
 }  // namespace
 
 std::string InstallerIn(const InsPath& media_dir, const std::string& os_name,
@@ -32,6 +43,13 @@ std::string InstallerIn(const InsPath& media_dir, const std::string& os_name,
 
 std::string NewStagingDirectory() {
   return TemporaryDirectory() + "/" + NewIdentifier(kUpperCase) + "/";
+}
+
+std::string FreeStagingDirectory(std::string staging_dir_slash) {
+  for (int taken = 0; taken < kMostTakenNames && IsTaken(staging_dir_slash); ++taken) {
+    staging_dir_slash = NewStagingDirectory();
+  }
+  return staging_dir_slash;
 }
 
 std::vector<StagingCopy> StagingCopies(const StagingRequest& request) {

@@ -16,9 +16,16 @@ namespace kvl {
 std::string InstallerIn(const KVLInsIO::InsPath& media_dir, const std::string& os_name,
                         const std::string& executable);
 
-/// The name of a directory that does not exist yet: the temporary directory's text as it stands,
-/// "/", a new identifier, "/". Nothing is created.
+/// A name for the staging directory: the temporary directory's text as it stands, "/", a new
+/// identifier, "/". Nothing is looked at or created.
 std::string NewStagingDirectory();
+
+/// `staging_dir_slash` when nothing lies at that name; else the first new one of which that is true.
+/// Launches at one reading of the clock draw the same names, and somebody who guesses a name can have
+/// put anything there, also a link that leads nowhere. A name that cannot be looked at counts as free:
+/// the copy says why. Where a thousand names are taken, the next one is given unseen. Nothing is
+/// created, so whoever is faster after the look still gets the name.
+std::string FreeStagingDirectory(std::string staging_dir_slash);
 
 struct StagingRequest {
   KVLInsIO::InsPath media_dir;

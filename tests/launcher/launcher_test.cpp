@@ -4,11 +4,14 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <filesystem>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/launcher/expected_environment.h"
 #include "tests/launcher/launch_world.h"
+#include "tests/support/generator_twin.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/system_faults.h"
@@ -247,6 +250,27 @@ TEST(Launcher, WithoutAProcessForTheInstallerThereAreTwoErrorsAndNoExitCode) {
   EXPECT_EQ(outcome.err, world.Text("ERROR: Cannot create process " + command +
                                     "ERROR: Cannot wait for process " + command));
   EXPECT_FALSE(ReadReport(world.Path("report")).started);
+}
+
+/// Whoever guessed the names, or staged at the same reading of the clock, was there first.
+TEST(Launcher, StagesUnderANameAtWhichNothingLies) {
+  LaunchWorld world;
+  world.VolumeMissing();
+  MinimalStandardGenerator generator = TwinOfTheProcessGenerator();
+  const auto next = [&] { return "tmp/" + NewIdentifier(generator, kUpperCase); };
+  world.Directory().Write(next() + "/inst/linux/code/bin/installer", "of somebody else");
+  world.Directory().Link(next(), "nowhere");
+  const std::vector<std::string> before = DescribeTree(world.Path("tmp"));
+  const std::string staging = next();
+  const Outcome outcome =
+      RunOn(world, kWaitForInstaller, [](Launcher& launcher) { return launcher.Run(); });
+  EXPECT_EQ(outcome.status, 7);
+  EXPECT_EQ(outcome.err, std::string(kMissingVolumes) + kStagedWarning);
+  EXPECT_THAT(ReadReport(world.Path("report")).arguments,
+              ElementsAre(world.Path(staging + "/inst/linux/code/bin/installer"), "-CDpath",
+                          world.Path(staging)));
+  std::filesystem::remove_all(world.Path(staging));
+  EXPECT_EQ(DescribeTree(world.Path("tmp")), before);
 }
 
 /// Runs `launcher`, which does not wait, and then waits until its installer has ended.

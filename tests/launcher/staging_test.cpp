@@ -9,6 +9,7 @@
 
 #include "insio/exceptions.h"
 #include "tests/launcher/launch_world.h"
+#include "tests/support/generator_twin.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/scoped_umask.h"
 
@@ -42,7 +43,7 @@ TEST(InstallerIn, JoinsThePartsWithSingleSlashes) {
 constexpr char kIdentifier[] =
     "/[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}/";
 
-TEST(NewStagingDirectory, LiesInTheTemporaryDirectoryAndDoesNotExist) {
+TEST(NewStagingDirectory, LiesInTheTemporaryDirectoryAndIsNotMade) {
   const TestDirectory directory;
   const ScopedEnv env(Environment{{"TMPDIR", directory.Path()}});
   EXPECT_THAT(NewStagingDirectory(), MatchesRegex(directory.Path() + kIdentifier));
@@ -67,6 +68,56 @@ TEST(NewStagingDirectory, IsBelowSlashTmpWithoutTMPDIR) {
 
 TEST(NewStagingDirectory, IsAnotherOneEachTime) {
   EXPECT_NE(NewStagingDirectory(), NewStagingDirectory());
+}
+
+/// The names that the process is going to make, in TMPDIR, without their "/".
+std::vector<std::string> NextStagingPaths(std::size_t count, const std::string& tmp) {
+  MinimalStandardGenerator generator = TwinOfTheProcessGenerator();
+  std::vector<std::string> paths;
+  while (paths.size() < count) paths.push_back(tmp + "/" + NewIdentifier(generator, kUpperCase));
+  return paths;
+}
+
+TEST(FreeStagingDirectory, IsTheOneGivenWhereNothingLies) {
+  const TestDirectory directory;
+  for (const std::string& free : {directory.Path("free/"), directory.Path("missing/directory/"),
+                                  directory.Write("file", "") + "/below/"}) {
+    EXPECT_EQ(FreeStagingDirectory(free), free);
+  }
+  EXPECT_THAT(DescribeTree(directory.Path()), ElementsAre("f 644 file = "));
+}
+
+TEST(FreeStagingDirectory, PassesOverEveryNameAtWhichAnythingLies) {
+  const ScopedUmask umask(022);
+  const TestDirectory directory;
+  const ScopedEnv env(Environment{{"TMPDIR", directory.Path("tmp")}});
+  const std::vector<std::string> paths = NextStagingPaths(6, "tmp");
+  directory.MakeDir(paths[0]);
+  directory.Write(paths[1], "");
+  directory.Link(paths[2], "nowhere");
+  directory.Link(paths[3], ".");
+  directory.Pipe(paths[4]);
+  const std::vector<std::string> before = DescribeTree(directory.Path());
+  EXPECT_EQ(FreeStagingDirectory(NewStagingDirectory()), directory.Path(paths[5]) + "/");
+  EXPECT_EQ(DescribeTree(directory.Path()), before);
+}
+
+TEST(FreeStagingDirectory, LooksWhereTheCopyGoes) {
+  const TestDirectory directory;
+  const ScopedEnv env(Environment{{"TMPDIR", directory.Path("a\\\\b\\")}});
+  const std::vector<std::string> paths = NextStagingPaths(2, "a/b");
+  directory.MakeDir(paths[0]);
+  EXPECT_EQ(InsPath(FreeStagingDirectory(NewStagingDirectory())).Str(), directory.Path(paths[1]));
+}
+
+TEST(FreeStagingDirectory, EndsWhereEveryNameIsTaken) {
+  constexpr std::size_t kTaken = 1001;
+  const TestDirectory directory;
+  const ScopedEnv env(Environment{{"TMPDIR", directory.Path()}});
+  const std::vector<std::string> paths = NextStagingPaths(kTaken, ".");
+  for (const std::string& path : paths) directory.Write(path, "");
+  EXPECT_EQ(FreeStagingDirectory(NewStagingDirectory()),
+            directory.Path() + paths.back().substr(1) + "/");
 }
 
 /// A media in "m" with the smallest "inst", an external "inst" in "ext", and the request to stage.
