@@ -36,13 +36,22 @@ fi
 
 # A program that runs from a media keeps it mounted, and the launcher runs as long as the installer.
 # Of several volumes it is therefore started from a copy, which loses its name at once; where none
-# can be made or started, from the media.
-if [ -f "$CurrentMediaDir/inst/volumes.txt" ] &&
+# can be made or started, from the media. The launcher closes the descriptor of the copy, and those
+# that the caller has open are left to the installer.
+if [ -f "$CurrentMediaDir/inst/volumes.txt" ] && [ -d /proc/self/fd ] &&
   [ "$(head -n 1 "$CurrentMediaDir/inst/volumes.txt" 2>/dev/null)" != 1 ] &&
   target=$(mktemp 2>/dev/null); then
   if cp -- "$launcher" "$target" 2>/dev/null && chmod -- 700 "$target"; then
-    exec 3<"$target"
-    if [ -x /proc/self/fd/3 ]; then launcher=/proc/self/fd/3; fi
+    for number in 3 4 5 6 7 8 9; do
+      if [ -L "/proc/self/fd/$number" ]; then continue; fi
+      eval "exec $number<\"\$target\""
+      if [ -x "/proc/self/fd/$number" ]; then
+        launcher=/proc/self/fd/$number
+      else
+        eval "exec $number<&-"
+      fi
+      break
+    done
   fi
   rm -f -- "$target"
 fi

@@ -1,20 +1,16 @@
 #include "console/descriptors.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
 #include <array>
-#include <climits>
-#include <cstdlib>
-#include <memory>
+#include <charconv>
 
 namespace kvl {
 namespace {
 
 constexpr int kFirstBehindStreams = STDERR_FILENO + 1;
-constexpr int kUsualLimit = 1024;
 
 void OccupyClosedStreams() {
   std::array<pollfd, kFirstBehindStreams> streams = {
@@ -27,32 +23,22 @@ void OccupyClosedStreams() {
   }
 }
 
-void Mark(int number) {
-  ::fcntl(number, F_SETFD, FD_CLOEXEC);
-}
-
-/// For systems older than close_range.
-void MarkOneByOne() {
-  struct Closer {
-    void operator()(DIR* stream) const { ::closedir(stream); }
-  };
-  const std::unique_ptr<DIR, Closer> open_ones(::opendir("/proc/self/fd"));
-  if (open_ones == nullptr) {
-    // No list either: the numbers that a process has by default.
-    for (int number = kFirstBehindStreams; number < kUsualLimit; ++number) Mark(number);
-    return;
-  }
-  while (const dirent* entry = ::readdir(open_ones.get())) {
-    const int number = std::atoi(entry->d_name);
-    if (number >= kFirstBehindStreams) Mark(number);
-  }
+void CloseOwnProgram(std::string_view own_name) {
+  constexpr std::string_view kDescriptors = "/proc/self/fd/";
+  if (!own_name.starts_with(kDescriptors)) return;
+  own_name.remove_prefix(kDescriptors.size());
+  int number = -1;
+  const char* const end = own_name.data() + own_name.size();
+  const auto [behind, error] = std::from_chars(own_name.data(), end, number);
+  if (error != std::errc() || behind != end) return;
+  if (number >= kFirstBehindStreams) ::close(number);
 }
 
 }  // namespace
 
-void PrepareDescriptors() {
+void PrepareDescriptors(std::string_view own_name) {
+  CloseOwnProgram(own_name);
   OccupyClosedStreams();
-  if (::close_range(kFirstBehindStreams, UINT_MAX, CLOSE_RANGE_CLOEXEC) != 0) MarkOneByOne();
 }
 
 }  // namespace kvl

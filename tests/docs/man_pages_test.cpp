@@ -495,7 +495,7 @@ TEST_F(ManPages, NameEveryMessageOfTheLauncher) {
       "code",
       "bin",
       "common/",
-      "/proc/self/fd",
+      "/proc/self/fd/",
       "0123456789ABCDEF",
       "0123456789abcdef",
       // The text of the clean-up script.

@@ -192,6 +192,100 @@ TEST(StartScript, OfSeveralVolumesStartsACopyWithoutAName) {
   }
 }
 
+/// Opens descriptors of the caller.
+std::function<void()> Opening(const std::vector<int>& numbers) {
+  return [numbers] {
+    for (const int number : numbers) ::dup2(STDIN_FILENO, number);
+  };
+}
+
+TEST(StartScript, TakesADescriptorForTheCopyThatTheCallerDoesNotUse) {
+  const std::vector<std::pair<std::vector<int>, std::string>> rows = {
+      {{3}, "/proc/self/fd/4"},
+      {{3, 4, 6, 9}, "/proc/self/fd/5"},
+      {{3, 4, 5, 6, 7, 8}, "/proc/self/fd/9"},
+      {{3, 4, 5, 6, 7, 8, 9}, "{media/1/inst/linux/code/bin/kvl-launcher}"},
+  };
+  SampleWorld world;
+  TwoVolumesWithFakeLauncher(world);
+  for (const auto& [taken, launcher] : rows) {
+    const Outcome outcome = world.Start(
+        "media/1", {}, {.env = {{"FAKE_REPORT", "{report}"}}, .before = Opening(taken)});
+    ExpectOutcome(world, outcome, {0, "", ""});
+    EXPECT_THAT(ReadReport(world.Path("report")).arguments, ElementsAre(world.Text(launcher)));
+    EXPECT_EQ(DescribeTree(world.Path("tmp")), std::vector<std::string>());
+  }
+}
+
+/// A media of one or two volumes whose launcher is the real one and whose installer is that program,
+/// its first volume in the directory returned.
+std::string MediaWithInstaller(const SampleWorld& world, int volumes, const std::string& program) {
+  world.Media({.volumes = volumes});
+  const std::string first = volumes == 1 ? "media" : "media/1";
+  const std::string installer = first + "/inst/linux/code/bin/sample-installer";
+  world.Directory().Write(installer, ReadFile(program));
+  SetMode(world.Path(installer), 0755);
+  return first;
+}
+
+/// The shells of this machine, as words of a command.
+std::vector<std::vector<std::string>> Shells() {
+  std::vector<std::vector<std::string>> shells;
+  for (const std::vector<std::string>& shell :
+       std::vector<std::vector<std::string>>{{"/bin/sh"},
+                                             {"/bin/dash"},
+                                             {"/bin/bash"},
+                                             {"/bin/busybox", "sh"},
+                                             {"/bin/ksh93"},
+                                             {"/bin/mksh"},
+                                             {"/usr/bin/yash"},
+                                             {"/bin/zsh"}}) {
+    if (fs::exists(shell.front())) shells.push_back(shell);
+  }
+  return shells;
+}
+
+TEST(StartScript, LeavesTheCallersDescriptorsToTheInstallerAndNoOther) {
+  for (const int volumes : {1, 2}) {
+    SampleWorld world;
+    const std::string first = MediaWithInstaller(world, volumes, BuiltProgram("fake_installer"));
+    for (std::vector<std::string> command : Shells()) {
+      command.push_back(world.Path(first) + "/StartTUI.sh");
+      for (const std::vector<int>& opened :
+           std::vector<std::vector<int>>{{}, {3}, {4, 63}, {3, 4, 5, 6, 7, 8}}) {
+        SCOPED_TRACE(testing::PrintToString(command) + testing::PrintToString(opened));
+        fs::remove(world.Path("report"));
+        const Outcome outcome = RunProgram({.command = command,
+                                            .env = {{"PATH", "/usr/bin:/bin"},
+                                                    {"TMPDIR", world.Path("tmp")},
+                                                    {"FAKE_REPORT", world.Path("report")}},
+                                            .before = Opening(opened)});
+        EXPECT_EQ(outcome.status, 0);
+        std::string expected = "0 1 2 ";
+        for (const int number : opened) expected += std::to_string(number) + " ";
+        EXPECT_EQ(ReadReport(world.Path("report")).facts["descriptors"], expected);
+      }
+    }
+  }
+}
+
+TEST(StartScript, LeavesAnArgumentThatAShellOpenedToTheInstaller) {
+  const std::string bash = "/bin/bash";
+  if (!fs::exists(bash)) GTEST_SKIP() << "no shell with process substitution";
+  SampleWorld world;
+  const std::string reader = world.Directory().Write("reader", "#!/bin/sh\ncat \"$4\"\n");
+  for (const int volumes : {1, 2}) {
+    const std::string first = MediaWithInstaller(world, volumes, reader);
+    const Outcome outcome = RunProgram(
+        {{bash, "-c", "\"$0\" --answers <(echo yes)", world.Path(first) + "/StartTUI.sh"},
+         {{"PATH", "/usr/bin:/bin"}, {"TMPDIR", world.Path("tmp")}}});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(LastLineOf(outcome.out), "yes");
+    EXPECT_EQ(outcome.err, "");
+    fs::remove_all(world.Path("media"));
+  }
+}
+
 /// Every row makes a copy impossible, or needless.
 TEST(StartScript, StartsTheLauncherOfTheMediaWhereItCannotBeCopied) {
   struct Row {

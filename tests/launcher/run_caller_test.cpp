@@ -147,7 +147,7 @@ TEST(RunCaller, TheInstallerHasTheCallersDirectoryUmaskAndIds) {
             std::to_string(::getuid()) + " " + std::to_string(::geteuid()));
 }
 
-TEST(RunCaller, TheInstallerGetsTheStandardStreamsAndNoOtherDescriptor) {
+TEST(RunCaller, TheInstallerGetsTheCallersDescriptorsAndNoneOfTheLaunchers) {
   for (const bool staged : {false, true}) {
     LaunchWorld world;
     staged ? world.VolumeMissing() : world.OneVolume();
@@ -155,8 +155,29 @@ TEST(RunCaller, TheInstallerGetsTheStandardStreamsAndNoOtherDescriptor) {
       for (const int number : {3, 4, 5, 63, 100}) ::dup2(STDIN_FILENO, number);
     }});
     ExpectRun(world, seen, staged ? Staged() : InPlace());
-    EXPECT_EQ(seen.child.facts.at("descriptors"), "0 1 2 ");
+    EXPECT_EQ(seen.child.facts.at("descriptors"), "0 1 2 3 4 5 63 100 ");
   }
+}
+
+/// A pipe from which the text can be read under that number.
+void PutIntoPipe(const std::string& text, int number) {
+  int ends[2];
+  if (::pipe(ends) != 0) ::_exit(127);
+  if (::write(ends[1], text.data(), text.size()) != ssize_t(text.size())) ::_exit(127);
+  ::close(ends[1]);
+  if (ends[0] == number) return;
+  ::dup2(ends[0], number);
+  ::close(ends[0]);
+}
+
+TEST(RunCaller, TheInstallerReadsADescriptorThatAnArgumentNames) {
+  LaunchWorld world;
+  world.OneVolume();
+  const std::string installer = "1/inst/linux/code/bin/installer";
+  SetMode(world.Directory().Write(installer, "#!/bin/sh\ncat \"$4\"\n"), 0755);
+  const LaunchSeen seen = world.Run(
+      {.arguments = {"--answers", "/dev/fd/7"}, .before = [] { PutIntoPipe("the answers\n", 7); }});
+  ExpectRun(world, seen, {.out = SaysFoundIn("{1}") + "the answers\n"});
 }
 
 TEST(RunCaller, ADeletedWorkingDirectoryDoesNotMatter) {

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -72,6 +73,7 @@ int WaitFor(pid_t child) {
   arguments.push_back(nullptr);
   env.push_back(nullptr);
   if (!start.directory.empty() && ::chdir(start.directory.c_str()) != 0) ::_exit(kCannotStart);
+  ::close_range(STDERR_FILENO + 1, UINT_MAX, CLOSE_RANGE_CLOEXEC);
   if (start.before) start.before();
   ::execve(arguments[0], arguments.data(), env.data());
   ::_exit(kCannotStart);

@@ -33,7 +33,8 @@ struct ProgramStart {
       {};  ///< called in the child right before the program, streams set up
 };
 
-/// Runs a program to its end.
+/// Runs a program to its end. Of our descriptors it gets the three standard streams only; `before`
+/// may open more.
 Outcome RunProgram(const ProgramStart& start);
 
 /// A program built beside the running one, such as "kvl-launcher".

@@ -87,11 +87,6 @@ int __wrap_gethostname(char* name, std::size_t size) {
   return -1;
 }
 
-int __real_close_range(unsigned first, unsigned last, int flags);
-int __wrap_close_range(unsigned first, unsigned last, int flags) {
-  return Fails(FailingCall::kCloseRange) ? -1 : __real_close_range(first, last, flags);
-}
-
 dirent* __real_readdir(DIR* stream);
 dirent* __wrap_readdir(DIR* stream) {
   return Fails(FailingCall::kReadDir) ? nullptr : __real_readdir(stream);

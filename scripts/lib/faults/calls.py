@@ -41,7 +41,6 @@ _ERRORS = {
     "fcntl": "EPERM EAGAIN",
     "ioctl": "EIO EPERM",
     "poll": "EAGAIN EINTR ENOMEM EPERM",
-    "close_range": "EMFILE ENOMEM EPERM ENOSYS",
     "rt_sigaction": "EPERM",
     "rt_sigprocmask": "EPERM",
     "clone": "EAGAIN ENOMEM EPERM",

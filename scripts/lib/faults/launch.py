@@ -16,8 +16,8 @@ from world import World
 
 LONGEST_SECONDS = 10.0
 
-# A descriptor that a launcher is started with and that its installer must not have.
-_LEAK = os.dup2(os.open(os.devnull, os.O_RDONLY), 77)
+# A descriptor that a launcher is started with and that its installer is to have.
+_GIVEN = os.dup2(os.open(os.devnull, os.O_RDONLY), 77)
 
 
 @dataclasses.dataclass
@@ -101,7 +101,7 @@ class Launcher:
     def _run(self, world: World, tracer: list[str]) -> Launch:
         world.tidy_up()
         command = [*tracer, str(self.program), *world.arguments]
-        environment = {**world.environment(), "FAULTS_LEAK": str(_LEAK)}
+        environment = {**world.environment(), "FAULTS_GIVEN": str(_GIVEN)}
         begin = time.monotonic()
         process = subprocess.Popen(
             command,
@@ -109,7 +109,7 @@ class Launcher:
             stdin=subprocess.DEVNULL,
             stdout=subprocess.PIPE,
             stderr=subprocess.PIPE,
-            pass_fds=[_LEAK],
+            pass_fds=[_GIVEN],
             start_new_session=True,
             cwd=world.root,
         )

@@ -13,11 +13,12 @@ from pathlib import Path
 INSTALLER_STATUS = 37
 UMASK = 0o022
 
-# Reports what it was given: one line for each start, which descriptors and signal settings it has,
-# its arguments and its environment.
+# Reports what it was given: one line for each start, whether it lacks the descriptor and which signal
+# settings it has, its arguments and its environment. Further descriptors tell nothing: a close that
+# strace lets fail is none.
 _INSTALLER = f"""#!/bin/sh
 echo started >>"$FAULTS_REPORT"
-if [ -e "/proc/$$/fd/$FAULTS_LEAK" ]; then echo 'a descriptor too many' >>"$FAULTS_REPORT"; fi
+if [ ! -e "/proc/$$/fd/$FAULTS_GIVEN" ]; then echo 'a descriptor is lost' >>"$FAULTS_REPORT"; fi
 while read -r name value; do
   case $name in SigBlk: | SigIgn:) echo "$name $value" >>"$FAULTS_REPORT" ;; esac
 done </proc/$$/status
