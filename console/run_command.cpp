@@ -3,13 +3,15 @@
 #include "console/child_process.h"
 #include "console/command_split.h"
 #include "console/logger.h"
+#include "console/signals.h"
 #include "environment/environment.h"
 #include "environment/variables.h"
 
 namespace kvl {
 
-int RunCommand(const std::string& command, bool wait, Logger& logger, const SignalScope& signals) {
+int RunCommand(const std::string& command, bool wait, Logger& logger, SignalScope& signals) {
   SetEnv(variables::kPanel, "");
+  if (wait) signals.LeaveTheKeyboardToTheChild();
   ChildProcess child;
   if (!child.Start(SplitCommand(command), signals)) {
     logger.Message("Cannot create process " + command, kError, kMarked);

@@ -15,6 +15,12 @@ SignalScope::SignalScope() {
   ::sigaction(SIGCHLD, &standard, &callers_child_action_);
 }
 
+void SignalScope::LeaveTheKeyboardToTheChild() {
+  ::sigaddset(&blocked_, SIGINT);
+  ::sigaddset(&blocked_, SIGQUIT);
+  ::sigprocmask(SIG_BLOCK, &blocked_, nullptr);
+}
+
 SignalScope::~SignalScope() {
   const timespec no_time = {};
   while (::sigtimedwait(&blocked_, nullptr, &no_time) > 0) {

@@ -19,6 +19,11 @@ class SignalScope {
   /// Puts the caller's settings back. What has been blocked in the meantime is forgotten.
   ~SignalScope();
 
+  /// Blocks SIGINT and SIGQUIT too, until the end of the scope: what is typed at the terminal is the
+  /// child's to answer. Called before the child is made, so that no such signal ends the launcher and
+  /// leaves the child alone; a child that gets one before its own start is ended by it, not deaf to it.
+  void LeaveTheKeyboardToTheChild();
+
   SignalScope(const SignalScope&) = delete;
   SignalScope& operator=(const SignalScope&) = delete;
 

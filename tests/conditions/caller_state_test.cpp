@@ -74,7 +74,7 @@ TEST(Signals, ThatAreAllIgnoredStaySoForAStagedInstaller) {
   ExpectedRun expected = Staged();
   expected.status = 7;
   ExpectRun(world, seen, expected);
-  for (const char* name : {"SIGPIPE", "SIGXFSZ", "SIGCHLD", "SIGINT"}) {
+  for (const char* name : {"SIGPIPE", "SIGXFSZ", "SIGCHLD", "SIGINT", "SIGQUIT"}) {
     EXPECT_EQ(seen.child.facts.at(name), "ignored") << name;
   }
 }

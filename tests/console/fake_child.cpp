@@ -42,7 +42,7 @@ Ran RunCaught(const std::string& command, bool wait) {
 
 int RunBare(const std::string& command, bool wait) {
   Logger logger;
-  const SignalScope signals;
+  SignalScope signals;
   return RunCommand(command, wait, logger, signals);
 }
 

@@ -31,8 +31,8 @@ Handler HandlerOf(int signal) {
   return action.sa_handler;
 }
 
-/// The signals that the launcher needs in a state of its own, and one that it does not touch.
-constexpr std::array kSignals = {SIGPIPE, SIGXFSZ, SIGCHLD, SIGINT};
+/// The signals that the launcher needs in a state of its own, and two whose action it does not touch.
+constexpr std::array kSignals = {SIGPIPE, SIGXFSZ, SIGCHLD, SIGINT, SIGQUIT};
 using Handlers = std::array<Handler, kSignals.size()>;
 
 Handlers CurrentHandlers() {
@@ -63,7 +63,8 @@ TEST_P(CallersHandlers, AreReplacedWhileASignalScopeLivesAndThenBack) {
   const Handlers callers = CurrentHandlers();
   {
     const SignalScope signals;
-    EXPECT_EQ(CurrentHandlers(), (Handlers{GetParam(), GetParam(), SIG_DFL, GetParam()}));
+    EXPECT_EQ(CurrentHandlers(),
+              (Handlers{GetParam(), GetParam(), SIG_DFL, GetParam(), GetParam()}));
   }
   EXPECT_EQ(CurrentHandlers(), callers);
 }
@@ -71,14 +72,15 @@ TEST_P(CallersHandlers, AreReplacedWhileASignalScopeLivesAndThenBack) {
 TEST_P(CallersHandlers, AreWhatTheChildGets) {
   const FakeChild fake;
   const ScopedEnv env(fake.Env());
-  const SignalScope signals;
+  SignalScope signals;
+  signals.LeaveTheKeyboardToTheChild();
   ChildProcess child;
   ASSERT_TRUE(child.Start({fake.Program()}, signals));
   ASSERT_EQ(child.Wait(), 0);
   const auto facts = fake.Report().facts;
   // A program that is started has no handler of its own yet.
   const std::string expected = GetParam() == SIG_IGN ? "ignored" : "default";
-  for (const char* signal : {"SIGPIPE", "SIGXFSZ", "SIGCHLD", "SIGINT"}) {
+  for (const char* signal : {"SIGPIPE", "SIGXFSZ", "SIGCHLD", "SIGINT", "SIGQUIT"}) {
     EXPECT_EQ(facts.at(signal), expected) << signal;
   }
 }
@@ -87,7 +89,7 @@ TEST_P(CallersHandlers, AreGivenBackToTheChildOnly) {
   const SignalScope signals;
   ChildProcess child;
   ASSERT_TRUE(child.Start({"/bin/sh", "-c", "exit 0"}, signals));
-  EXPECT_EQ(CurrentHandlers(), (Handlers{GetParam(), GetParam(), SIG_DFL, GetParam()}));
+  EXPECT_EQ(CurrentHandlers(), (Handlers{GetParam(), GetParam(), SIG_DFL, GetParam(), GetParam()}));
   EXPECT_EQ(child.Wait(), 0);
 }
 
@@ -144,12 +146,15 @@ std::vector<int> BlockedSignals() {
   return signals;
 }
 
-TEST(SignalScope, BlocksTwoSignalsWhileItLives) {
+TEST(SignalScope, BlocksTwoSignalsWhileItLivesAndThoseOfTheKeyboardOnRequest) {
   const auto callers = BlockedSignals();
   {
-    const SignalScope signals;
+    SignalScope signals;
     auto expected = callers;
     expected.insert(expected.end(), {SIGPIPE, SIGXFSZ});
+    EXPECT_THAT(BlockedSignals(), testing::UnorderedElementsAreArray(expected));
+    signals.LeaveTheKeyboardToTheChild();
+    expected.insert(expected.end(), {SIGINT, SIGQUIT});
     EXPECT_THAT(BlockedSignals(), testing::UnorderedElementsAreArray(expected));
   }
   EXPECT_EQ(BlockedSignals(), callers);
@@ -158,13 +163,30 @@ TEST(SignalScope, BlocksTwoSignalsWhileItLives) {
 TEST(SignalScope, ForgetsWhatCameInTheMeantime) {
   const Outcome outcome = RunIsolated([] {
     {
-      const SignalScope signals;
-      ::raise(SIGXFSZ);
-      ::raise(SIGPIPE);
+      SignalScope signals;
+      signals.LeaveTheKeyboardToTheChild();
+      for (const int signal : {SIGXFSZ, SIGPIPE, SIGINT, SIGQUIT}) ::raise(signal);
     }
     return 0;
   });
   EXPECT_EQ(outcome.status, 0);
+}
+
+/// A child that has been made and has not started its program yet: what is typed then ends it.
+TEST(SignalScope, LetsNoSignalOfTheKeyboardPassTheChildBy) {
+  for (const int signal : {SIGINT, SIGQUIT}) {
+    const Outcome outcome = RunIsolated([&] {
+      const rlimit no_core_file = {0, 0};
+      ::setrlimit(RLIMIT_CORE, &no_core_file);
+      ::signal(signal, SIG_DFL);
+      SignalScope signals;
+      signals.LeaveTheKeyboardToTheChild();
+      ::raise(signal);
+      signals.GiveBack();
+      return 0;
+    });
+    EXPECT_EQ(outcome.status, -signal);
+  }
 }
 
 TEST(SignalScope, LeavesTheSignalMaskToTheChildAsItWas) {

@@ -2,6 +2,7 @@
 
 #include <errno.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -67,7 +68,7 @@ TEST(Launcher, RemembersTheStreamForItselfAlone) {
 TEST(Launcher, PutsTheCallersSignalSettingsBackInTheEnd) {
   const auto handlers = [] {
     std::vector<sighandler_t> all;
-    for (const int number : {SIGPIPE, SIGXFSZ, SIGCHLD, SIGINT}) {
+    for (const int number : {SIGPIPE, SIGXFSZ, SIGCHLD, SIGINT, SIGQUIT}) {
       struct sigaction action;
       ::sigaction(number, nullptr, &action);
       all.push_back(action.sa_handler);
@@ -223,6 +224,26 @@ TEST(Launcher, RunsACommandToItsEnd) {
   const ScopedEnv env(Environment{{"PATH", "/usr/bin:/bin"}});
   PlainLauncher launcher;
   EXPECT_EQ(launcher.RunCommand("sh -c 'exit 7'"), 7);
+}
+
+/// Runs a command and then gets the signal.
+Outcome RunTrueAndRaise(int signal, bool wait) {
+  return RunIsolated([&] {
+    const rlimit no_core_file = {0, 0};
+    ::setrlimit(RLIMIT_CORE, &no_core_file);
+    ::signal(signal, SIG_DFL);
+    PlainLauncher launcher(wait);
+    launcher.RunCommand("/bin/true");
+    ::raise(signal);
+    return 0;
+  });
+}
+
+TEST(Launcher, LeavesTheKeyboardToTheInstallerOnlyWhenItWaits) {
+  for (const int signal : {SIGINT, SIGQUIT}) {
+    EXPECT_EQ(RunTrueAndRaise(signal, kWaitForInstaller).status, 0) << signal;
+    EXPECT_EQ(RunTrueAndRaise(signal, kWithoutWaiting).status, -signal) << signal;
+  }
 }
 
 /// A whole run on the media in "1" in a process of its own.

@@ -2,6 +2,7 @@
 // what of them reaches the installer.
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -92,8 +93,11 @@ TEST(RunCaller, TheInstallersOutputFollowsTheLaunchersMessages) {
 }
 
 TEST(RunCaller, SignalSettingsReachTheInstallerAndDoNotChangeTheRun) {
-  const std::vector<std::pair<std::string, int>> signals = {
-      {"SIGPIPE", SIGPIPE}, {"SIGXFSZ", SIGXFSZ}, {"SIGCHLD", SIGCHLD}, {"SIGINT", SIGINT}};
+  const std::vector<std::pair<std::string, int>> signals = {{"SIGPIPE", SIGPIPE},
+                                                            {"SIGXFSZ", SIGXFSZ},
+                                                            {"SIGCHLD", SIGCHLD},
+                                                            {"SIGINT", SIGINT},
+                                                            {"SIGQUIT", SIGQUIT}};
   LaunchWorld world;
   world.OneVolume();
   for (const auto& ignored : signals) {
@@ -107,6 +111,41 @@ TEST(RunCaller, SignalSettingsReachTheInstallerAndDoNotChangeTheRun) {
       EXPECT_EQ(seen.child.facts.at(name), number == ignored.second ? "ignored" : "default")
           << name;
     }
+  }
+}
+
+/// A launch whose installer sends these signals to the launcher, and ends with 7.
+LaunchPlan Sending(const std::string& signals) {
+  LaunchPlan plan = Plan([] {
+    const rlimit no_core_file = {0, 0};
+    ::setrlimit(RLIMIT_CORE, &no_core_file);
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) ::signal(signal, SIG_DFL);
+  });
+  plan.env["FAKE_KILL"] = signals;
+  return plan;
+}
+
+TEST(RunCaller, WhileItWaitsTheKeyboardIsLeftToTheInstaller) {
+  for (const bool staged : {false, true}) {
+    LaunchWorld world;
+    staged ? world.VolumeMissing() : world.OneVolume();
+    const LaunchSeen seen = world.Run(Sending(" 2 3 2"));
+    ExpectRun(world, seen, EndedWith7(staged ? Staged() : InPlace()));
+    for (const char* signal : {"SIGINT", "SIGQUIT"}) {
+      EXPECT_EQ(seen.child.facts.at(signal), "default") << signal;
+    }
+    EXPECT_EQ(seen.child.facts.at("blocked"), "");
+  }
+}
+
+TEST(RunCaller, WhileItWaitsAHangUpAndATerminationEndTheLauncher) {
+  for (const int signal : {SIGHUP, SIGTERM}) {
+    LaunchWorld world;
+    world.OneVolume();
+    const LaunchSeen seen = world.Run(Sending(" " + std::to_string(signal)));
+    ExpectedRun expected = InPlace();
+    expected.status = -signal;
+    ExpectRun(world, seen, expected);
   }
 }
 

@@ -15,7 +15,7 @@ struct ChildReport {
   std::string directory;               ///< its working directory
   Environment env;                     ///< its whole environment
   /// The rest by name: umask, process, parent, group, session, user, descriptors, SIGPIPE, SIGXFSZ,
-  /// SIGCHLD, SIGINT, blocked (see fake_installer.cpp).
+  /// SIGCHLD, SIGINT, SIGQUIT, blocked (see fake_installer.cpp).
   std::map<std::string, std::string> facts;
 };
 

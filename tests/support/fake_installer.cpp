@@ -2,6 +2,7 @@
 //
 //   FAKE_REPORT  where to write: records ended by a NUL byte, "name=value" each
 //   FAKE_WAIT    a pipe to be opened after that, and waited for until its other end is closed
+//   FAKE_KILL    numbers of signals, each behind a blank, to be sent to its parent after that
 //   FAKE_EXIT    the exit code, 0 when not set
 //   FAKE_SIGNAL  the number of a signal to die by instead
 //   FAKE_PRINT   a text for standard output
@@ -83,6 +84,7 @@ void Report(const char* path, int argc, char** argv) {
   record.Add("SIGXFSZ", HandlerOf(SIGXFSZ));
   record.Add("SIGCHLD", HandlerOf(SIGCHLD));
   record.Add("SIGINT", HandlerOf(SIGINT));
+  record.Add("SIGQUIT", HandlerOf(SIGQUIT));
   record.Add("blocked", BlockedSignals());
 }
 
@@ -94,11 +96,18 @@ void WaitForTheEndOf(const char* path) {
   std::fclose(pipe);
 }
 
+void SendToTheParent(const char* numbers) {
+  for (char* rest = nullptr; *numbers != '\0'; numbers = rest) {
+    ::kill(::getppid(), static_cast<int>(std::strtol(numbers, &rest, 10)));
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   if (const char* path = std::getenv("FAKE_REPORT")) Report(path, argc, argv);
   if (const char* path = std::getenv("FAKE_WAIT")) WaitForTheEndOf(path);
+  if (const char* numbers = std::getenv("FAKE_KILL")) SendToTheParent(numbers);
   if (const char* text = std::getenv("FAKE_PRINT")) std::fputs(text, stdout);
   std::fflush(stdout);
   if (const char* number = std::getenv("FAKE_SIGNAL")) {
