@@ -33,7 +33,7 @@ class SignalScope {
 
  private:
   sigset_t blocked_;
-  sigset_t callers_mask_;
+  sigset_t callers_mask_ = {};  // also what the child gets where the system tells no mask
   struct sigaction callers_child_action_ = {};
 };
 
