@@ -72,7 +72,7 @@ void SetPathList(const std::string& name, const SearchPlaces& places,
 
 void PutFirstInPath(const std::string& directory) {
   BackupEnv(variables::kPath);
-  SetEnv(variables::kPath, directory + std::string(kPathListSeparator) + GetEnv(variables::kPath));
+  SetEnv(variables::kPath, directory + kPathListSeparator + GetEnv(variables::kPath));
 }
 
 void ForceDiagnosticSwitches() {

@@ -11,6 +11,7 @@
 #include "insio/exceptions.h"
 #include "insio/path.h"
 #include "insio/path_text.h"
+#include "insio/read_ahead.h"
 
 namespace KVLInsIO {
 namespace {
@@ -117,7 +118,7 @@ InsFileFinder& InsFileFinder::operator=(InsFileFinder&&) noexcept = default;
 InsFileFinder::~InsFileFinder() = default;
 
 bool InsFileFinder::AtEnd() const {
-  return state_->at_end;
+  return state_ == nullptr || state_->at_end;
 }
 const std::string& InsFileFinder::Name() const {
   return state_->name;
@@ -144,19 +145,6 @@ void InsFileFinder::ThrowIfCutShort() const {
   throw KVLInsException(failure.operation + state_->directory, failure.error);
 }
 
-std::size_t InsFileFinder::ReadAhead(std::size_t most_bytes) {
-  NamesAhead& ahead = state_->ahead;
-  if (state_->stream == nullptr || !ahead.AtEnd()) return ahead.Size();
-  while (ahead.Size() < most_bytes) {
-    if (!state_->ReadEntry()) {
-      state_->stream.reset();
-      break;
-    }
-    ahead.Add(state_->last_read->d_name);
-  }
-  return ahead.Size();
-}
-
 InsFileFinder InsFileFinder::Start(const std::string& path, std::string directory, int type_mask) {
   if (directory.empty()) throw KVLInsException("FindFirstFile - Path is empty");
   auto state = std::make_unique<State>();
@@ -180,6 +168,20 @@ InsFileFinder FindFirstFileExactly(const std::string& directory, int type_mask) 
 
 void FindNextFile(InsFileFinder& finder) {
   finder.state_->GoToNextMatch();
+}
+
+std::size_t internal::ReadAhead(InsFileFinder& finder, std::size_t most_bytes) {
+  InsFileFinder::State& state = *finder.state_;
+  NamesAhead& ahead = state.ahead;
+  if (state.stream == nullptr || !ahead.AtEnd()) return ahead.Size();
+  while (ahead.Size() < most_bytes) {
+    if (!state.ReadEntry()) {
+      state.stream.reset();
+      break;
+    }
+    ahead.Add(state.last_read->d_name);
+  }
+  return ahead.Size();
 }
 
 bool ForEachName(const std::string& directory, const std::function<void(std::string_view)>& visit) {

@@ -7,6 +7,7 @@
 // out. A finder belongs to one caller. It closes its directory when it goes out of scope.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,13 +17,20 @@
 
 namespace KVLInsIO {
 
+class InsFileFinder;
+
+namespace internal {
+std::size_t ReadAhead(InsFileFinder& finder, std::size_t most_bytes);
+}
+
 class InsFileFinder {
  public:
   InsFileFinder(InsFileFinder&&) noexcept;
   InsFileFinder& operator=(InsFileFinder&&) noexcept;
   ~InsFileFinder();
 
-  /// True when there is no further entry; then the four questions below have no answer.
+  /// True when there is no further entry, and once the finder is closed or moved from; then the four
+  /// questions below have no answer.
   bool AtEnd() const;
 
   /// The current entry's name, as the system gives it.
@@ -43,15 +51,8 @@ class InsFileFinder {
   /// to the user.
   void ThrowIfCutShort() const;
 
-  /// Reads the names of further entries and closes the directory behind the last one, so that a deep
-  /// recursion needs no open directory on every level; the finder then goes on as before. Stops, with
-  /// the directory still open, as soon as the names take `most_bytes` bytes, each counted with one
-  /// byte more; 0 reads nothing. Returns how many bytes of names are kept, which is also all that
-  /// happens while there are some of an earlier call.
-  std::size_t ReadAhead(std::size_t most_bytes);
-
-  /// Closes the directory; after that the finder can only be destroyed, or closed again. Never
-  /// throws.
+  /// Closes the directory; after that the finder is at its end, and can be closed again, assigned to
+  /// or destroyed, no more. Never throws.
   void Close() noexcept;
 
  private:
@@ -63,6 +64,7 @@ class InsFileFinder {
   friend InsFileFinder FindFirstFile(const std::string& path, int type_mask);
   friend InsFileFinder FindFirstFileExactly(const std::string& directory, int type_mask);
   friend void FindNextFile(InsFileFinder& finder);
+  friend std::size_t internal::ReadAhead(InsFileFinder& finder, std::size_t most_bytes);
 
   std::unique_ptr<State> state_;
 };

@@ -5,7 +5,9 @@
 // stand as "given  =>  result". A path that has been moved from can only be assigned to or destroyed.
 #pragma once
 
+#include <compare>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -54,13 +56,20 @@ class InsPath {
   /// Appends "/" and `text`, and normalises the whole again.
   ///   a /= b  =>  a/b     (empty) /= b  =>  /b     /m /= /x  =>  /m/x
   InsPath& operator/=(std::string_view text);
+  InsPath& operator/=(const InsPath& path) { return *this /= path.text_; }
 
-  /// The same as "/=": on purpose it changes and returns the left operand.
+  /// The same as "/=": on purpose it changes and returns the left operand. Join changes nothing.
   InsPath& operator/(std::string_view text) { return *this /= text; }
+  InsPath& operator/(const InsPath& path) { return *this /= path; }
 
   /// Compares the texts, byte by byte: the paths made from "a/" and "a" are equal.
   friend bool operator==(const InsPath& left, const InsPath& right) {
     return left.text_ == right.text_;
+  }
+
+  /// Orders the texts, byte by byte: "a-b" comes before "a/b".
+  friend std::strong_ordering operator<=>(const InsPath& left, const InsPath& right) {
+    return left.text_ <=> right.text_;
   }
 
  private:
@@ -74,6 +83,12 @@ class InsPath {
 /// InsPath(a + "/" + b).
 ///   a/, /b  =>  a/b     /m, (empty)  =>  /m     (empty), x  =>  /x     (empty), (empty)  =>  /
 InsPath Join(std::string_view a, std::string_view b);
+inline InsPath Join(const InsPath& a, std::string_view b) {
+  return Join(a.Str(), b);
+}
+inline InsPath Join(const InsPath& a, const InsPath& b) {
+  return Join(a.Str(), b.Str());
+}
 
 /// `path` as seen from `base`.
 ///   /base, /abs  =>  /abs     /base, rel  =>  /base/rel     /base, (empty)  =>  /base
@@ -101,3 +116,11 @@ InsPath Combine(const InsPath& base, const InsPath& path);
 InsPath MakeRelative(const InsPath& from, const InsPath& to);
 
 }  // namespace KVLInsIO
+
+/// Equal paths have equal hashes.
+template <>
+struct std::hash<KVLInsIO::InsPath> {
+  std::size_t operator()(const KVLInsIO::InsPath& path) const noexcept {
+    return std::hash<std::string>()(path.Str());
+  }
+};

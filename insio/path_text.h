@@ -6,14 +6,28 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace KVLInsIO {
 
-inline constexpr std::string_view kPathSeparator = "/";
-inline constexpr std::string_view kPathListSeparator = ":";
-inline constexpr std::string_view kForeignPathSeparator = "\\";
-inline constexpr std::string_view kForeignPathListSeparator = ";";
-inline constexpr std::string_view kDoubledSeparator = "//";
+/// A text that exists before any code of the program runs. It goes where a std::string_view goes, and
+/// can be added to a std::string.
+struct Separator : std::string_view {
+  using std::string_view::string_view;
+
+  friend std::string operator+(std::string left, Separator right) {
+    return std::move(left.append(right));
+  }
+  friend std::string operator+(Separator left, const std::string& right) {
+    return std::string(left).append(right);
+  }
+};
+
+inline constexpr Separator kPathSeparator = "/";
+inline constexpr Separator kPathListSeparator = ":";
+inline constexpr Separator kForeignPathSeparator = "\\";
+inline constexpr Separator kForeignPathListSeparator = ";";
+inline constexpr Separator kDoubledSeparator = "//";
 
 /// The text as every InsPath holds it. In this order: one pair of enclosing quotes, no more, is
 /// dropped; backslashes become "/"; runs of "/" become one; a "/" at the end goes, unless it is all

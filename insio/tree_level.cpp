@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "insio/path.h"
+#include "insio/read_ahead.h"
 
 namespace KVLInsIO {
 namespace {
@@ -60,7 +61,7 @@ TreeLevel TreeLevel::Below(TreeLevel& above, const std::string& directory) {
   std::size_t bytes_ahead = above.bytes_ahead_above_;
   if (above.depth_ >= kMostOpenLevels) {
     const std::size_t most = kMostBytesAhead - std::min(bytes_ahead, kMostBytesAhead);
-    bytes_ahead += above.entries_.ReadAhead(most);
+    bytes_ahead += internal::ReadAhead(above.entries_, most);
   }
   return TreeLevel(directory, FindFirstFileExactly(directory, kDirectoryOrFile), above,
                    bytes_ahead);

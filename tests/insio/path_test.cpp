@@ -1,5 +1,7 @@
 #include "insio/path.h"
 
+#include <set>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -109,6 +111,24 @@ TEST(InsPath, ComparesTheNormalisedTexts) {
   EXPECT_NE(InsPath("a/./b"), InsPath("a/b"));
 }
 
+TEST(InsPath, IsOrderedByTheBytesOfItsText) {
+  const std::set<InsPath> paths = {InsPath("b"),  InsPath("a/b"), InsPath("\xC3\xA4"),
+                                   InsPath("/a"), InsPath("a-b"), InsPath("a//"),
+                                   InsPath("a"),  InsPath()};
+  std::vector<std::string> texts;
+  for (const InsPath& path : paths) texts.push_back(path.Str());
+  EXPECT_EQ(texts, (std::vector<std::string>{"", "/a", "a", "a-b", "a/b", "b", "\xC3\xA4"}));
+  EXPECT_GE(InsPath("a/"), InsPath("a"));
+  EXPECT_LE(InsPath("a/"), InsPath("a"));
+}
+
+TEST(InsPath, CanBeLookedUpByItsHash) {
+  const std::unordered_set<InsPath> paths = {InsPath("a/"), InsPath("a"), InsPath("/a"), InsPath()};
+  EXPECT_EQ(paths.size(), 3U);
+  EXPECT_TRUE(paths.contains(InsPath("'a'")));
+  EXPECT_FALSE(paths.contains(InsPath("b")));
+}
+
 TEST(InsPath, IsCopiedAndMovedWithItsRoot) {
   const InsPath original("/usr/lib");
   InsPath copy = original;
@@ -181,6 +201,14 @@ TEST(Join, PutsASlashBetweenAndNormalises) {
   }
 }
 
+TEST(Join, TakesPathsAsTheirTexts) {
+  for (const PairRow& row : kJoined) {
+    const InsPath left(row.left), right(row.right);
+    EXPECT_EQ(Join(left, right), Join(left.Str(), right.Str())) << row.left << " and " << row.right;
+    EXPECT_EQ(Join(left, row.right), Join(left.Str(), row.right)) << row.left;
+  }
+}
+
 TEST(Join, OfAnEmptyTextIsAbsolute) {
   EXPECT_TRUE(Join("", "x").IsAbsolute());
   EXPECT_TRUE(Join("", "").IsAbsolute());
@@ -208,11 +236,25 @@ TEST(Append, TakesThePathsOwnText) {
   EXPECT_EQ(path.Str(), "a/b/a/b");
 }
 
+TEST(Append, TakesAPathAsItsText) {
+  const InsPath added("'b\\c'");
+  InsPath path("a");
+  InsPath& result = path /= added;
+  EXPECT_EQ(&result, &path);
+  EXPECT_EQ(path.Str(), "a/b/c");
+  const InsPath& same = path;
+  path /= same;
+  EXPECT_EQ(path.Str(), "a/b/c/a/b/c");
+}
+
 TEST(Slash, ChangesAndReturnsItsLeftOperand) {
   InsPath path("/a");
   InsPath& result = path / "b" / "c";
   EXPECT_EQ(&result, &path);
   EXPECT_EQ(path.Str(), "/a/b/c");
+  const InsPath other("d");
+  EXPECT_EQ(&(path / other), &path);
+  EXPECT_EQ(path.Str(), "/a/b/c/d");
 }
 
 TEST(Combine, TakesAPathAsSeenFromABase) {

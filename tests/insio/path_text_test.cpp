@@ -36,6 +36,14 @@ TEST(PathSeparators, HaveTheirValues) {
   EXPECT_EQ(KVLInsIO::kDoubledSeparator, "//");
 }
 
+TEST(PathSeparators, AreAddedToTexts) {
+  const std::string a = "a", b = "b";
+  EXPECT_EQ(a + KVLInsIO::kPathSeparator, "a/");
+  EXPECT_EQ(KVLInsIO::kForeignPathSeparator + a, "\\a");
+  EXPECT_EQ(a + KVLInsIO::kPathListSeparator + b + KVLInsIO::kDoubledSeparator, "a:b//");
+  EXPECT_EQ("a" + std::string(KVLInsIO::kForeignPathListSeparator), "a;");
+}
+
 TEST(NormalizeString, FollowsTheExamplesOfItsHeader) {
   ExpectNormalised({
       {"", ""},
