@@ -4,11 +4,11 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "console/text.h"
 #include "insio/copy.h"
 #include "insio/delete.h"
 #include "insio/entry.h"
 #include "insio/file_attributes.h"
+#include "insio/lines.h"
 #include "insio/path_text.h"
 
 namespace KVLInsIO {
@@ -43,10 +43,10 @@ Rewritten Rewrite(const std::string& path, const Replacement& replacement) {
   if (!file.is_open()) replacement.Fail("Failed to open " + path);
   Rewritten result;
   bool is_first = true;
-  for (std::string line; kvl::ReadLine(file, line); is_first = false) {
+  for (std::string line; internal::ReadLine(file, line); is_first = false) {
     if (!is_first) result.contents.push_back('\n');
     result.replacements +=
-        static_cast<int>(kvl::ReplaceAll(line, replacement.old_text, replacement.new_text, 0));
+        static_cast<int>(internal::ReplaceAll(line, replacement.old_text, replacement.new_text, 0));
     result.contents.append(line);
   }
   // A file that was read only in part must not replace the whole one.

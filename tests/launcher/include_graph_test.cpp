@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 
 using testing::IsEmpty;
 
-/// What each folder may include, besides single files of others.
+/// What each folder may include.
 const std::map<std::string, std::set<std::string>> kMayInclude = {
     {"insio", {"insio"}},
     {"environment", {"environment", "insio"}},
@@ -30,9 +30,6 @@ const std::map<std::string, std::set<std::string>> kMayInclude = {
     {"launcher", {"launcher", "media", "console", "environment", "insio"}},
     {"companion", {"companion", "launcher", "media", "console", "environment", "insio"}},
 };
-
-/// Helpers without any need of their own, open to all.
-constexpr char kLeaf[] = "console/text.h";
 
 struct Includes {
   std::set<std::string> own;     ///< files of the project, by their path in it
@@ -114,16 +111,12 @@ TEST_F(IncludeGraph, PointsOneWayAmongTheFolders) {
   std::vector<std::string> wrong;
   for (const auto& [file, includes] : files_) {
     for (const std::string& included : includes.own) {
-      const bool is_allowed = kMayInclude.at(FolderOf(file)).contains(FolderOf(included));
-      if (!is_allowed && included != kLeaf) wrong.push_back(file + " > " + included);
+      if (!kMayInclude.at(FolderOf(file)).contains(FolderOf(included))) {
+        wrong.push_back(file + " > " + included);
+      }
     }
   }
   EXPECT_THAT(wrong, IsEmpty());
-}
-
-TEST_F(IncludeGraph, EndsAtTheTextHelpers) {
-  EXPECT_THAT(files_["console/text.h"].own, IsEmpty());
-  EXPECT_THAT(files_["console/text.cpp"].own, testing::ElementsAre(kLeaf));
 }
 
 TEST_F(IncludeGraph, HasNoCircle) {
