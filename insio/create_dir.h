@@ -25,6 +25,6 @@ void CreateDirExactly(const std::string& path);
 /// Makes one directory in one that exists, with mode 755 less the umask, the path taken as in
 /// CreateDirExactly. True when this call has made it, so that nothing is in it yet; false when not,
 /// for whatever reason, such as that something exists there. Never throws.
-bool CreateNewDirExactly(const std::string& path);
+[[nodiscard]] bool CreateNewDirExactly(const std::string& path);
 
 }  // namespace KVLInsIO

@@ -20,26 +20,26 @@ enum EntryType : int {
 /// True when something exists at `path`, of whatever type and permissions, links followed: a
 /// dangling link does not exist. False for an empty path, and when the way there is closed to the
 /// user. Never throws.
-bool Exists(const std::string& path);
+[[nodiscard]] bool Exists(const std::string& path);
 
 /// True when a regular file lies at `path`, links followed: no directory, device, pipe or socket.
 /// False for an empty path, and when it cannot be found out. Never throws.
-bool IsRegularFile(const std::string& path);
+[[nodiscard]] bool IsRegularFile(const std::string& path);
 
 /// True when a named pipe lies at `path`, links followed: to open one is to wait for somebody at its
 /// other end. False for an empty path, and when it cannot be found out. Never throws.
-bool IsPipe(const std::string& path);
+[[nodiscard]] bool IsPipe(const std::string& path);
 
 /// The type of what lies at `path`. A link is followed once more only to tell a link to a directory
 /// from the rest.
 /// Throws KVLInsException "GetType - empty path"; "lstat - " + path with the error's text, also
 /// when nothing is there.
-EntryType GetType(const std::string& path);
+[[nodiscard]] EntryType GetType(const std::string& path);
 
 /// The file bit of GetType(path). Throws as GetType does.
-bool IsFile(const std::string& path);
+[[nodiscard]] bool IsFile(const std::string& path);
 
 /// The directory bit of GetType(path). Throws as GetType does.
-bool IsDirectory(const std::string& path);
+[[nodiscard]] bool IsDirectory(const std::string& path);
 
 }  // namespace KVLInsIO

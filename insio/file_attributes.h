@@ -19,7 +19,7 @@ struct FileTimes {
 };
 
 /// Throws KVLInsExceptionErrno "GetTime - " + path, also for an empty or missing path.
-FileTimes GetTime(const std::string& path);
+[[nodiscard]] FileTimes GetTime(const std::string& path);
 
 /// Sets access and modification time. Throws KVLInsExceptionErrno "SetTime - " + path, also for an
 /// empty or missing path.
@@ -45,11 +45,11 @@ bool SetReadOnly(const std::string& path, bool read_only);
 /// or a dangling link, "GetFileSize - " + path + " is not a file." for a directory or a link to
 /// one; KVLInsExceptionErrno "GetFileSize - Cannot stat " + normalised path (the normalised path is
 /// the one that is asked, see NormalizeString); and what GetType throws.
-std::int64_t GetFileSize(const std::string& path);
+[[nodiscard]] std::int64_t GetFileSize(const std::string& path);
 
 /// Bytes that an ordinary user may still store on the file system of `path` (normalised, see
 /// NormalizeString) or, where that does not exist, of its nearest existing ancestor. 0 for an empty
 /// path, and when no ancestor can be asked. Never throws a failure of the system.
-std::int64_t GetFreeSpace(const std::string& path);
+[[nodiscard]] std::int64_t GetFreeSpace(const std::string& path);
 
 }  // namespace KVLInsIO

@@ -31,18 +31,20 @@ class InsFileFinder {
 
   /// True when there is no further entry, and once the finder is closed or moved from; then the four
   /// questions below have no answer.
-  bool AtEnd() const;
+  [[nodiscard]] bool AtEnd() const;
 
   /// The current entry's name, as the system gives it.
-  const std::string& Name() const;
+  [[nodiscard]] const std::string& Name() const;
 
   /// The directory's normalised path, "/" and the name. In the root directory this begins with
   /// "//", on purpose.
-  const std::string& FullPath() const;
+  [[nodiscard]] const std::string& FullPath() const;
 
-  EntryType Type() const;
-  bool IsFile() const;       ///< the file bit of Type(): also a link to a file, a dangling link
-  bool IsDirectory() const;  ///< the directory bit of Type(): also a link to a directory
+  [[nodiscard]] EntryType Type() const;
+  /// The file bit of Type(): also for a link to a file, a dangling link.
+  [[nodiscard]] bool IsFile() const;
+  /// The directory bit of Type(): also for a link to a directory.
+  [[nodiscard]] bool IsDirectory() const;
 
   /// For those who must not take half a list for the whole: throws KVLInsException "readdir - " +
   /// directory when the system broke the list off, and "opendir - " + directory when there was no
@@ -78,12 +80,12 @@ class InsFileFinder {
 /// Throws KVLInsException "FindFirstFile - Path is empty" (also when only quotes were given); and
 /// what GetType throws for any entry, "." and ".." included, as it does for one that has just been
 /// removed.
-InsFileFinder FindFirstFile(const std::string& path, int type_mask);
+[[nodiscard]] InsFileFinder FindFirstFile(const std::string& path, int type_mask);
 
 /// As FindFirstFile, for a directory whose path comes from the system and not from a user: it is
 /// not normalised, so that backslashes and quotes in names stay what they are. Throws as
 /// FindFirstFile does, with the directory as given in place of the normalised one.
-InsFileFinder FindFirstFileExactly(const std::string& directory, int type_mask);
+[[nodiscard]] InsFileFinder FindFirstFileExactly(const std::string& directory, int type_mask);
 
 /// Goes on to the next matching entry, or to the end. Must not be called at the end. Throws as
 /// FindFirstFile does; the finder can then only be closed.
@@ -97,6 +99,6 @@ bool ForEachName(const std::string& directory, const std::function<void(std::str
 
 /// True when the directory has no entry, also when it is missing or cannot be opened. Throws as
 /// FindFirstFile does, on purpose also for an empty path.
-bool IsEmptyDir(const std::string& path);
+[[nodiscard]] bool IsEmptyDir(const std::string& path);
 
 }  // namespace KVLInsIO

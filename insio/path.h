@@ -29,29 +29,29 @@ class InsPath {
 
   /// Makes it the empty path.
   void Clear();
-  bool IsEmpty() const { return text_.empty(); }
+  [[nodiscard]] bool IsEmpty() const { return text_.empty(); }
   /// True when the text begins with "/".
-  bool IsAbsolute() const { return root_ >= 0; }
-  const std::string& Str() const { return text_; }
+  [[nodiscard]] bool IsAbsolute() const { return root_ >= 0; }
+  [[nodiscard]] const std::string& Str() const { return text_; }
 
   /// "/" when the path is absolute, otherwise the empty text.
   ///   /usr/lib  =>  /     /  =>  /     a/b  =>  (empty)     (empty)  =>  (empty)
-  std::string Root() const;
+  [[nodiscard]] std::string Root() const;
 
   /// What follows the root; of a relative path, all of it.
   ///   a/b  =>  a/b    /usr/lib  =>  sr/lib    /m/x  =>  /x    /a  =>  (empty)    /  =>  (empty)
   /// On purpose two characters are skipped, not one, so the first name of an absolute path loses
   /// its first character.
-  std::string RelativePart() const;
+  [[nodiscard]] std::string RelativePart() const;
 
   /// The part of RelativePart() behind its last "/".
   ///   a/b  =>  b     a  =>  a     /usr/lib  =>  lib     /abc  =>  bc     /a  =>  (empty)
   /// Used only to recognise ".", where the missing character makes no difference.
-  std::string FileName() const;
+  [[nodiscard]] std::string FileName() const;
 
   /// The path without its last component.
   ///   a/b/x  =>  a/b     /a  =>  /     /  =>  (empty)     a  =>  (empty)     (empty)  =>  (empty)
-  InsPath Parent() const;
+  [[nodiscard]] InsPath Parent() const;
 
   /// Appends "/" and `text`, and normalises the whole again.
   ///   a /= b  =>  a/b     (empty) /= b  =>  /b     /m /= /x  =>  /m/x
@@ -82,17 +82,17 @@ class InsPath {
 
 /// InsPath(a + "/" + b).
 ///   a/, /b  =>  a/b     /m, (empty)  =>  /m     (empty), x  =>  /x     (empty), (empty)  =>  /
-InsPath Join(std::string_view a, std::string_view b);
-inline InsPath Join(const InsPath& a, std::string_view b) {
+[[nodiscard]] InsPath Join(std::string_view a, std::string_view b);
+[[nodiscard]] inline InsPath Join(const InsPath& a, std::string_view b) {
   return Join(a.Str(), b);
 }
-inline InsPath Join(const InsPath& a, const InsPath& b) {
+[[nodiscard]] inline InsPath Join(const InsPath& a, const InsPath& b) {
   return Join(a.Str(), b.Str());
 }
 
 /// `path` as seen from `base`.
 ///   /base, /abs  =>  /abs     /base, rel  =>  /base/rel     /base, (empty)  =>  /base
-InsPath Combine(const InsPath& base, const InsPath& path);
+[[nodiscard]] InsPath Combine(const InsPath& base, const InsPath& path);
 
 /// The path that leads from the directory `from` to `to`. Empty when `to` is empty, when only one
 /// of the two is absolute, and when both are the same absolute path or differ only in what is left
@@ -113,7 +113,7 @@ InsPath Combine(const InsPath& base, const InsPath& path);
 /// Relative paths are not searched for a common beginning, on purpose: one ".." for `from` and one
 /// for each "/" in it.
 ///   a/b, x/y  =>  ../../x/y     a, x  =>  ../x     (empty), x  =>  ../x
-InsPath MakeRelative(const InsPath& from, const InsPath& to);
+[[nodiscard]] InsPath MakeRelative(const InsPath& from, const InsPath& to);
 
 }  // namespace KVLInsIO
 

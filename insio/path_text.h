@@ -41,12 +41,12 @@ inline constexpr Separator kDoubledSeparator = "//";
 ///   ""a""                 =>  "a"          only one pair is dropped
 ///   "                     =>  "            on purpose: double quotes have a length test,
 ///   '                     =>  (empty)      single quotes have none
-std::string NormalizeString(std::string text);
+[[nodiscard]] std::string NormalizeString(std::string text);
 
 /// A copy with every backslash turned into "/", and nothing else changed.   a\\b/  =>  a//b/
-std::string ToSlashes(std::string text);
+[[nodiscard]] std::string ToSlashes(std::string text);
 
 /// A copy with every ";" turned into ":", and nothing else changed.   a;;b  =>  a::b
-std::string ToColons(std::string text);
+[[nodiscard]] std::string ToColons(std::string text);
 
 }  // namespace KVLInsIO

@@ -162,7 +162,7 @@ TEST_F(DeepTree, IsListedUpToTheLongestPathAndNotBeyond) {
   EXPECT_EQ(KVLInsIO::FindFirstFile(directory, KVLInsIO::kFile).FullPath().size(), kLongestPath);
   ::unlinkat(opened, std::string(room, 'f').c_str(), 0);
   make(room + 1);
-  EXPECT_EQ(FailureOf([&] { KVLInsIO::FindFirstFile(directory, KVLInsIO::kFile); }),
+  EXPECT_EQ(FailureOf([&] { return KVLInsIO::FindFirstFile(directory, KVLInsIO::kFile); }),
             Exception("lstat - " + directory + "/" + std::string(room + 1, 'f'), ENAMETOOLONG));
   ::unlinkat(opened, std::string(room + 1, 'f').c_str(), 0);
   ::close(opened);

@@ -88,16 +88,16 @@ TEST(GetType, FailsWithLstatsMessage) {
   for (const auto& row : rows) {
     const std::string& path = row.first;
     const Failure expected = Exception("lstat - " + path, row.second);
-    EXPECT_EQ(FailureOf([&] { GetType(path); }), expected);
-    EXPECT_EQ(FailureOf([&] { IsFile(path); }), expected);
-    EXPECT_EQ(FailureOf([&] { IsDirectory(path); }), expected);
+    EXPECT_EQ(FailureOf([&] { return GetType(path); }), expected);
+    EXPECT_EQ(FailureOf([&] { return IsFile(path); }), expected);
+    EXPECT_EQ(FailureOf([&] { return IsDirectory(path); }), expected);
   }
 }
 
 TEST(GetType, RefusesAnEmptyPath) {
-  EXPECT_EQ(FailureOf([] { GetType(""); }), Exception("GetType - empty path"));
-  EXPECT_EQ(FailureOf([] { IsFile(""); }), Exception("GetType - empty path"));
-  EXPECT_EQ(FailureOf([] { IsDirectory(""); }), Exception("GetType - empty path"));
+  EXPECT_EQ(FailureOf([] { return GetType(""); }), Exception("GetType - empty path"));
+  EXPECT_EQ(FailureOf([] { return IsFile(""); }), Exception("GetType - empty path"));
+  EXPECT_EQ(FailureOf([] { return IsDirectory(""); }), Exception("GetType - empty path"));
 }
 
 TEST(GetType, TakesThePathAsGiven) {
@@ -160,7 +160,7 @@ TEST(GetType, FailsWhenTheWayIsClosedToTheUser) {
   SetMode(directory.Path("closed"), 0);
   EXPECT_EQ(IsolatedFailureOf([&directory] {
               EnterAsOrdinaryUser(directory);
-              GetType("closed/file");
+              return GetType("closed/file");
             }),
             Exception("lstat - closed/file", EACCES));
 }

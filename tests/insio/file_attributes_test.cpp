@@ -67,7 +67,8 @@ TEST(GetTime, FailsWithItsMessage) {
   const EveryKind world;
   for (const auto& row : Unreachable(world)) {
     const auto& path = row.first;
-    EXPECT_EQ(FailureOf([&] { GetTime(path); }), ExceptionErrno("GetTime - " + path, row.second));
+    EXPECT_EQ(FailureOf([&] { return GetTime(path); }),
+              ExceptionErrno("GetTime - " + path, row.second));
   }
 }
 
@@ -203,7 +204,7 @@ TEST(GetFileSize, OfWhatDoesNotExistFails) {
   const EveryKind world;
   for (const auto& row : Unreachable(world)) {
     const auto& path = row.first;
-    EXPECT_EQ(FailureOf([&] { GetFileSize(path); }),
+    EXPECT_EQ(FailureOf([&] { return GetFileSize(path); }),
               Exception("GetFileSize - " + path + " does not exist."));
   }
 }
@@ -212,7 +213,7 @@ TEST(GetFileSize, OfADirectoryFails) {
   const EveryKind world;
   for (const std::string name : {"directory", "link_to_directory", "directory//", "."}) {
     const std::string path = world.Path(name);
-    EXPECT_EQ(FailureOf([&] { GetFileSize(path); }),
+    EXPECT_EQ(FailureOf([&] { return GetFileSize(path); }),
               Exception("GetFileSize - " + path + " is not a file."));
   }
 }
@@ -227,7 +228,7 @@ TEST(GetFileSize, AsksTheNormalisedPathForTheSize) {
 TEST(GetFileSize, FailsWhenOnlyTheNormalisedPathIsMissing) {
   const TestDirectory directory;
   const std::string path = directory.Write("a\\b", "123");
-  EXPECT_EQ(FailureOf([&] { GetFileSize(path); }),
+  EXPECT_EQ(FailureOf([&] { return GetFileSize(path); }),
             ExceptionErrno("GetFileSize - Cannot stat " + directory.Path("a/b"), ENOENT));
 }
 

@@ -196,8 +196,8 @@ TEST(Finder, IsAtTheEndAtOnceInADirectoryThatTheUserCannotRead) {
 TEST(Finder, RefusesAPathThatNormalisesToNothing) {
   for (const std::string path : {"", "''", "\"\"", "'"}) {
     const Failure expected = Exception("FindFirstFile - Path is empty");
-    EXPECT_EQ(FailureOf([&] { FindFirstFile(path, kDirectoryOrFile); }), expected) << path;
-    EXPECT_EQ(FailureOf([&] { IsEmptyDir(path); }), expected) << path;
+    EXPECT_EQ(FailureOf([&] { return FindFirstFile(path, kDirectoryOrFile); }), expected) << path;
+    EXPECT_EQ(FailureOf([&] { return IsEmptyDir(path); }), expected) << path;
   }
 }
 
@@ -305,7 +305,8 @@ TEST(Finder, ClosesItsDirectoryWhenItIsDestroyedReplacedOrFails) {
   }
   EXPECT_EQ(OpenDescriptors(), before);
   // Opened, but no type can be found out below the normalised path.
-  EXPECT_EQ(FailureOf([&] { FindFirstFile(world.Path("a\\b"), kFile); }).type, "KVLInsException");
+  EXPECT_EQ(FailureOf([&] { return FindFirstFile(world.Path("a\\b"), kFile); }).type,
+            "KVLInsException");
   EXPECT_EQ(OpenDescriptors(), before);
 }
 
@@ -459,7 +460,7 @@ TEST(FindFirstFileExactly, IsAtTheEndAtOnceWhereNothingCanBeOpened) {
 
 TEST(FindFirstFileExactly, RefusesAnEmptyPathAndReportsABrokenDirectory) {
   const TestDirectory directory;
-  EXPECT_EQ(FailureOf([] { FindFirstFileExactly("", kFile); }),
+  EXPECT_EQ(FailureOf([] { return FindFirstFileExactly("", kFile); }),
             Exception("FindFirstFile - Path is empty"));
   const FailingCall broken(FailingCall::kReadDir, EIO);
   EXPECT_EQ(

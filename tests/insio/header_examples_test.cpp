@@ -30,7 +30,7 @@ std::vector<std::string> CommentAbove(const std::string& declaration, const std:
   std::vector<std::string> comment;
   std::istringstream lines(header);
   for (std::string line; std::getline(lines, line);) {
-    line.erase(0, line.find_first_not_of(' '));
+    line = std::regex_replace(line, std::regex("^ *(\\[\\[nodiscard\\]\\] )?"), "");
     if (line == declaration) return comment;
     if (line.starts_with("///")) {
       comment.push_back(line.substr(3));

@@ -137,9 +137,9 @@ class Package : public testing::Test {
 using PackageArchive = Package;
 
 const Lines kPublicHeaders = {
-    "copy.h",       "create_dir.h",      "delete.h",           "entry.h",
-    "exceptions.h", "file_attributes.h", "finder.h",           "path.h",
-    "path_text.h",  "rename.h",          "replace_in_lines.h",
+    "KVLInsIO.h", "copy.h",       "create_dir.h",      "delete.h",
+    "entry.h",    "exceptions.h", "file_attributes.h", "finder.h",
+    "path.h",     "path_text.h",  "rename.h",          "replace_in_lines.h",
 };
 
 TEST_F(Package, HoldsThePublicHeadersAndTheLibraryAndNothingElse) {
@@ -172,6 +172,65 @@ TEST_F(Package, HasHeadersThatCompileEachByItself) {
     Compile(source, {"-std=c++20", "-fsyntax-only", "-I" + Installed("include")});
   }
   EXPECT_EQ(HeaderNames(), kPublicHeaders);
+}
+
+TEST_F(Package, HasOneHeaderThatHoldsAllOthers) {
+  Lines expected;
+  for (const std::string& name : kPublicHeaders) {
+    if (name != "KVLInsIO.h") expected.push_back("#include \"" + name + "\"");
+  }
+  Lines included;
+  for (const std::string& line : LinesOf(ReadFile(Installed("include/KVLInsIO/KVLInsIO.h")))) {
+    if (line.starts_with("#include")) included.push_back(line);
+  }
+  EXPECT_EQ(included, expected);
+}
+
+TEST_F(Package, TellsAProgramItsVersion) {
+  const std::string source = directory_.Write("version.cpp",
+                                              "#include <KVLInsIO/KVLInsIO.h>\n"
+                                              "#include <cstdio>\n"
+                                              "static_assert(KVLINSIO_VERSION >= 100);\n"
+                                              "int main() {\n"
+                                              "  const int number = KVLINSIO_VERSION;\n"
+                                              "  std::printf(\"%d.%d.%d\", number / 10000,\n"
+                                              "              number / 100 % 100, number % 100);\n"
+                                              "}\n");
+  Compile(source, {"-std=c++20", "-I" + Installed("include"), "-o", Path("version")});
+  EXPECT_EQ(Require({Path("version")}), Cached("CMAKE_PROJECT_VERSION"));
+}
+
+TEST_F(Package, CanBePartOfASharedObject) {
+  const std::string plug_in = directory_.Write(
+      "plug_in.cpp",
+      "#include <KVLInsIO/KVLInsIO.h>\n"
+      "std::string Failure() try {\n"
+      "  KVLInsIO::Copy(\"missing\", \"copy\");\n"
+      "  return \"none\";\n"
+      "} catch (const KVLInsIO::KVLInsException& failure) {\n"
+      "  return failure.what() + KVLInsIO::InsPath(\"a//b\").Str() + KVLInsIO::kPathSeparator;\n"
+      "}\n");
+  const std::string program = directory_.Write("program.cpp",
+                                               "#include <cstdio>\n"
+                                               "#include <string>\n"
+                                               "std::string Failure();\n"
+                                               "int main() { std::puts(Failure().c_str()); }\n");
+  std::vector<std::string> flags = {"-std=c++2b"};
+  if (!CommonFlags().empty()) flags.push_back(CommonFlags());
+  std::vector<std::string> of_object = {"-shared",
+                                        "-fPIC",
+                                        "-I" + Installed("include"),
+                                        "-Wl,--whole-archive",
+                                        Archive(),
+                                        "-Wl,--no-whole-archive",
+                                        "-o",
+                                        Path("libplug_in.so")};
+  of_object.insert(of_object.begin(), flags.begin(), flags.end());
+  Compile(plug_in, of_object);
+  flags.insert(flags.end(),
+               {Path("libplug_in.so"), "-Wl,-rpath," + directory_.Path(), "-o", Path("program")});
+  Compile(program, flags);
+  EXPECT_EQ(Require({Path("program")}), "lstat - missing - No such file or directory\na/b/\n");
 }
 
 /// The example project, built with what is installed.
@@ -236,7 +295,7 @@ TEST_F(Package, BuildsAndRunsTheExampleOfTheGuideWithTheFlagsOfPkgConfig) {
   if (pkg_config.empty()) GTEST_SKIP() << "pkg-config is missing";
   std::istringstream words(Require({pkg_config, "--cflags", "--libs", "KVLInsIO"}) + " " +
                            CommonFlags());
-  std::vector<std::string> flags = {"-o", Path("example")};
+  std::vector<std::string> flags = {"-std=c++20", "-o", Path("example")};
   for (std::string word; words >> word;) flags.push_back(word);
   Compile(directory_.Write("example.cpp", CodeIn(ReadFile(guide))), flags);
 
@@ -263,6 +322,15 @@ TEST_F(Package, TellsPkgConfigItsVersion) {
   if (pkg_config.empty()) GTEST_SKIP() << "pkg-config is missing";
   EXPECT_EQ(Require({pkg_config, "--modversion", "KVLInsIO"}),
             Cached("CMAKE_PROJECT_VERSION") + "\n");
+}
+
+TEST_F(Package, LeavesTheLanguageStandardToWhoCompiles) {
+  const std::string pkg_config = ProgramInPath("pkg-config");
+  if (pkg_config.empty()) GTEST_SKIP() << "pkg-config is missing";
+  std::istringstream flags(Require({pkg_config, "--cflags", "KVLInsIO"}));
+  Lines words;
+  for (std::string word; flags >> word;) words.push_back(word);
+  EXPECT_THAT(words, ElementsAre(testing::StartsWith("-I" + Installed(LibraryDir()))));
 }
 
 struct Symbol {
