@@ -1,5 +1,6 @@
 // Deleting files and directory trees. A symbolic link is always removed as a link, never what it
-// leads to. Paths and names are taken as they stand.
+// leads to; only DeleteEmptyTree goes through links to directories, and empties what is behind them.
+// Paths and names are taken as they stand.
 //
 // The first failure ends an operation; what has been removed by then stays removed.
 #pragma once

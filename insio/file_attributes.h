@@ -27,6 +27,7 @@ void SetTime(const std::string& path, std::int64_t access, std::int64_t modifica
 
 /// Sets the mode, given as decimal-coded octal: the sum of digit x 8^position.
 ///   644  =>  rw-r--r--     0  =>  none     8  =>  010 (octal): on purpose 8 and 9 are not refused
+/// So do not write an octal number: 0644 is the decimal 420, and sets r---w----, without a word.
 /// Throws KVLInsExceptionErrno "Chmod - " + path, also for an empty or missing path.
 void Chmod(const std::string& path, unsigned mode);
 

@@ -10,6 +10,7 @@ namespace KVLInsIO {
 /// The file name is used with backslashes turned into "/", and not normalised in any other way;
 /// links are followed and stay links. Bytes are bytes: NUL bytes and text in any encoding are kept.
 ///  - An empty `old_text` replaces nothing: 0, without a look at the file.
+///  - An `old_text` with a line feed never matches: a line is searched without the one at its end.
 ///  - Without an occurrence the file is not written, and keeps its times and its line ends.
 ///  - Otherwise the file is written anew, in place: its inode, its links and the nine bits of its
 ///    mode stay, also when it is read-only for its owner; its times become those of the rewriting.

@@ -102,9 +102,9 @@ TEST(Chmod, ReadsTheDigitsOfADecimalNumberAsOctal) {
   const TestDirectory directory;
   const std::string file = directory.Write("file", "");
   const std::vector<std::pair<unsigned, unsigned>> rows = {
-      {644, 0644}, {0, 0},      {755, 0755},   {600, 0600},   {7, 07},
-      {70, 070},   {777, 0777}, {1777, 01777}, {4755, 04755}, {8, 010},
-      {9, 011},    {88, 0110},  {999, 01221},  {10, 010},     {100, 0100},
+      {644, 0644},  {0, 0},        {755, 0755},   {600, 0600},  {7, 07},  {70, 070},
+      {777, 0777},  {1777, 01777}, {4755, 04755}, {8, 010},     {9, 011}, {88, 0110},
+      {999, 01221}, {10, 010},     {100, 0100},   {0644, 0420},
   };
   for (const auto& [mode, bits] : rows) {
     Chmod(file, mode);
