@@ -15,7 +15,7 @@ constexpr int kIndent = 2;
 
 Json Texts(const std::vector<std::string>& texts) {
   Json list = Json::array();
-  for (const std::string& text : texts) list.push_back(ToUtf8(text));
+  for (const std::string& text : texts) list.push_back(ToOneLine(text));
   return list;
 }
 
@@ -23,8 +23,8 @@ Json Volumes(const MediaReport& report) {
   Json list = Json::array();
   for (const VolumeRow& row : report.volumes.rows) {
     list.push_back({{"number", row.number},
-                    {"directory", ToUtf8(row.directory)},
-                    {"tag", ToUtf8(row.tag)},
+                    {"directory", ToOneLine(row.directory)},
+                    {"tag", ToOneLine(row.tag)},
                     {"state", row.state}});
   }
   return list;
@@ -32,9 +32,10 @@ Json Volumes(const MediaReport& report) {
 
 Json Staging(const MediaReport& report) {
   if (!report.staged) return nullptr;
-  return {{"directory", ToUtf8(report.staging_directory)}, {"files", report.staging.files},
-          {"directories", report.staging.directories},     {"bytes", report.staging.bytes},
-          {"free_bytes", report.staging.free_bytes},       {"names", Texts(report.staging.names)}};
+  return {
+      {"directory", ToOneLine(report.staging_directory)}, {"files", report.staging.files},
+      {"directories", report.staging.directories},        {"bytes", report.staging.bytes},
+      {"free_bytes", report.staging.free_bytes},          {"names", Texts(report.staging.names)}};
 }
 
 Json FindingsOf(const MediaReport& report) {
@@ -42,9 +43,9 @@ Json FindingsOf(const MediaReport& report) {
   for (const Finding& finding : report.findings.All()) {
     list.push_back({{"code", finding.code},
                     {"severity", CodeOf(finding.severity)},
-                    {"path", ToUtf8(finding.path)},
-                    {"text", ToUtf8(finding.text)},
-                    {"remedy", ToUtf8(finding.remedy)}});
+                    {"path", ToOneLine(finding.path)},
+                    {"text", ToOneLine(finding.text)},
+                    {"remedy", ToOneLine(finding.remedy)}});
   }
   return list;
 }
@@ -57,20 +58,20 @@ std::string JsonReport(const MediaReport& report) {
   json["fine"] = report.findings.Count() == 0;
   json["expectation"] = CodeOf(report.expectation);
   json["status"] = report.status ? Json(*report.status) : Json();
-  json["media"] = ToUtf8(report.media_dir);
-  json["os"] = ToUtf8(report.os_name);
-  json["installer_name"] = ToUtf8(report.installer_name);
+  json["media"] = ToOneLine(report.media_dir);
+  json["os"] = ToOneLine(report.os_name);
+  json["installer_name"] = ToOneLine(report.installer_name);
   json["layout"] = LayoutOf(report);
   json["volume_count"] = report.volumes.count;
-  json["tag"] = ToUtf8(report.volumes.tag);
+  json["tag"] = ToOneLine(report.volumes.tag);
   json["volumes"] = Volumes(report);
-  json["installer"] = {{"path", ToUtf8(report.installer)}, {"source", CodeOf(report.source)}};
+  json["installer"] = {{"path", ToOneLine(report.installer)}, {"source", CodeOf(report.source)}};
   json["staged"] = report.staged;
   json["staging"] = Staging(report);
   json["command"] = Texts(report.command);
   json["variables"] = Json::object();
   for (const auto& [name, value] : report.variables)
-    json["variables"][ToUtf8(name)] = ToUtf8(value);
+    json["variables"][ToOneLine(name)] = ToOneLine(value);
   json["messages"] = Texts(report.messages);
   json["findings"] = FindingsOf(report);
   json["further"] = Json::object();

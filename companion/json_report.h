@@ -31,8 +31,8 @@ namespace kvl {
 ///   findings        code, severity ("error" or "warning"), path (may be empty), text, remedy
 ///   further         by code, how many findings there are beyond the 100 that are listed
 ///
-/// All is UTF-8. A byte of a path that is no part of a character is written as "\xNN", a backslash as
-/// two, before JSON's own rules.
+/// All is UTF-8. Every text is written as ToOneLine does it, before JSON's own rules, so that its
+/// bytes can be told exactly and none of them moves a terminal that shows the report.
 std::string JsonReport(const MediaReport& report);
 
 }  // namespace kvl

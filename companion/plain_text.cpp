@@ -51,34 +51,42 @@ void AppendByte(std::string& text, unsigned char byte) {
   text.push_back(kDigits[byte % 16]);
 }
 
-enum class Controls { kKept, kWritten };
+/// The character's number. `bytes` are one valid character.
+char32_t NumberOf(std::string_view bytes) {
+  const unsigned char first = ByteAt(bytes, 0);
+  if (bytes.size() == 1) return first;
+  char32_t number = first & (0x7FU >> bytes.size());
+  for (std::size_t i = 1; i < bytes.size(); ++i) number = number << 6U | (ByteAt(bytes, i) & 0x3FU);
+  return number;
+}
 
-std::string Escaped(std::string_view bytes, Controls controls) {
-  std::string text;
-  while (!bytes.empty()) {
-    const unsigned char first = ByteAt(bytes, 0);
-    const std::size_t length = CharacterLength(bytes);
-    const bool is_control = first < 0x20 || first == 0x7F;
-    if (length == 0 || (is_control && controls == Controls::kWritten)) {
-      AppendByte(text, first);
-    } else if (first == '\\') {
-      text.append("\\\\");
-    } else {
-      text.append(bytes.substr(0, length));
-    }
-    bytes.remove_prefix(length == 0 ? 1 : length);
-  }
-  return text;
+/// True for a character that a terminal obeys instead of showing it: a control character, or one
+/// that breaks a line or turns the direction of the text behind it.
+bool IsObeyed(char32_t character) {
+  const auto is_between = [character](char32_t first, char32_t last) {
+    return character >= first && character <= last;
+  };
+  return character < 0x20 || is_between(0x7F, 0x9F) || character == 0x061C ||
+         is_between(0x200E, 0x200F) || is_between(0x2028, 0x202E) || is_between(0x2066, 0x2069);
 }
 
 }  // namespace
 
-std::string ToUtf8(std::string_view bytes) {
-  return Escaped(bytes, Controls::kKept);
-}
-
 std::string ToOneLine(std::string_view bytes) {
-  return Escaped(bytes, Controls::kWritten);
+  std::string text;
+  while (!bytes.empty()) {
+    const std::size_t length = CharacterLength(bytes);
+    const std::string_view character = bytes.substr(0, length == 0 ? 1 : length);
+    if (length == 0 || IsObeyed(NumberOf(character))) {
+      for (std::size_t i = 0; i < character.size(); ++i) AppendByte(text, ByteAt(character, i));
+    } else if (character == "\\") {
+      text.append("\\\\");
+    } else {
+      text.append(character);
+    }
+    bytes.remove_prefix(character.size());
+  }
+  return text;
 }
 
 }  // namespace kvl

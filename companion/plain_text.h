@@ -6,13 +6,12 @@
 
 namespace kvl {
 
-/// UTF-8 that says exactly what the bytes are: each byte that is no part of a valid UTF-8 character
-/// becomes "\x" and two digits, and a backslash becomes two.
-///   a\b  =>  a\\b     (byte 255)  =>  \xFF
-std::string ToUtf8(std::string_view bytes);
-
-/// The same on one line: control characters are written as such bytes, too.
-///   a(line feed)b  =>  a\x0Ab
+/// One line of UTF-8 that says exactly what the bytes are. A backslash becomes two. "\x" and two
+/// digits stand for each byte that is no part of a valid UTF-8 character, and for each byte of a
+/// character that a terminal obeys instead of showing it: the control characters (U+0000 to U+001F,
+/// U+007F to U+009F), the controls of direction (U+061C, U+200E, U+200F, U+202A to U+202E, U+2066 to
+/// U+2069) and the separators of lines and paragraphs (U+2028, U+2029).
+///   a\b  =>  a\\b     (byte 255)  =>  \xFF     a(line feed)b  =>  a\x0Ab
 std::string ToOneLine(std::string_view bytes);
 
 }  // namespace kvl

@@ -12,8 +12,8 @@ enum class Detail {
   kVerbose,  ///< with the command, the variables and the launcher's messages
 };
 
-/// Plain lines: what the launcher finds, one line for each finding, and a verdict at the end. Bytes
-/// that are no UTF-8, control characters and backslashes are written as in ToOneLine.
+/// Plain lines: what the launcher finds, one line for each finding, and a verdict at the end. What
+/// comes from the media is written as ToOneLine does it.
 std::string TextReport(const MediaReport& report, Detail detail);
 
 }  // namespace kvl

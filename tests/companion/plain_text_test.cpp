@@ -1,11 +1,14 @@
 #include "companion/plain_text.h"
 
+#include <algorithm>
+#include <cstdio>
+
 #include <gtest/gtest.h>
 
 namespace kvl::test {
 namespace {
 
-TEST(ToUtf8, KeepsTextAndWritesOtherBytesDown) {
+TEST(ToOneLine, KeepsTextAndWritesOtherBytesDown) {
   struct Row {
     std::string bytes, text;
   };
@@ -25,12 +28,42 @@ TEST(ToUtf8, KeepsTextAndWritesOtherBytesDown) {
       {"\xF5\x80\x80\x80", "\\xF5\\x80\\x80\\x80"},
       {"\xE2\x82z", "\\xE2\\x82z"},
   };
-  for (const Row& row : rows) EXPECT_EQ(ToUtf8(row.bytes), row.text);
+  for (const Row& row : rows) EXPECT_EQ(ToOneLine(row.bytes), row.text);
 }
 
-TEST(ToUtf8, KeepsControlCharactersWhichToOneLineDoesNot) {
-  EXPECT_EQ(ToUtf8("a\n\x1B\x7F"), "a\n\x1B\x7F");
-  EXPECT_EQ(ToOneLine("a\n\x1B\x7F\\"), "a\\x0A\\x1B\\x7F\\\\");
+/// A character of the basic plane as UTF-8.
+std::string Utf8(char32_t number) {
+  if (number < 0x80) return {static_cast<char>(number)};
+  const char last = static_cast<char>(0x80 | (number & 0x3F));
+  if (number < 0x800) return {static_cast<char>(0xC0 | number >> 6), last};
+  return {static_cast<char>(0xE0 | number >> 12), static_cast<char>(0x80 | (number >> 6 & 0x3F)),
+          last};
+}
+
+std::string Written(const std::string& bytes) {
+  std::string text;
+  char digits[5];
+  for (const char byte : bytes) {
+    std::snprintf(digits, sizeof digits, "\\x%02X", static_cast<unsigned char>(byte));
+    text += digits;
+  }
+  return text;
+}
+
+TEST(ToOneLine, WritesDownTheCharactersThatATerminalObeys) {
+  const std::vector<std::pair<char32_t, char32_t>> ranges = {
+      {0x00, 0x1F},     {0x7F, 0x9F},     {0x061C, 0x061C}, {0x200E, 0x200F},
+      {0x2028, 0x2029}, {0x202A, 0x202E}, {0x2066, 0x2069},
+  };
+  for (char32_t number = 0; number < 0x3000; ++number) {
+    const bool is_obeyed = std::any_of(ranges.begin(), ranges.end(), [number](const auto& range) {
+      return number >= range.first && number <= range.second;
+    });
+    const std::string bytes = Utf8(number);
+    const std::string shown = number == '\\' ? "\\\\" : bytes;
+    ASSERT_EQ(ToOneLine("a" + bytes + "b"), "a" + (is_obeyed ? Written(bytes) : shown) + "b")
+        << static_cast<unsigned>(number);
+  }
 }
 
 }  // namespace
