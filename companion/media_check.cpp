@@ -1,6 +1,6 @@
 #include "companion/media_check.h"
 
-#include <fcntl.h>
+#include <errno.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,8 +8,11 @@
 #include <filesystem>
 #include <set>
 #include <sstream>
+#include <stdexcept>
 
+#include "companion/disc_access.h"
 #include "companion/program_head.h"
+#include "companion/special_file.h"
 #include "companion/start_check.h"
 #include "companion/start_script.h"
 #include "companion/tree_survey.h"
@@ -66,7 +69,8 @@ std::string FirstSet(const std::string& option, const char* variable, const std:
 class MediaCheck {
  public:
   explicit MediaCheck(const MediaCheckRequest& request) : request_(request) {
-    const std::string script = request.media_dir + "/StartTUI.sh";
+    start_script_ = ReadStart(Script(), kMostOfAScript);
+    const std::string& script = start_script_.bytes;
     report_.media_dir = InsPath(request.media_dir).Str();
     SetEnv(variables::kCurrentMediaDir, request.media_dir);
     SetEnv(variables::kOs, FirstSet(request.os_name, variables::kOs, script));
@@ -85,7 +89,7 @@ class MediaCheck {
       Scan();
       if (IsStillGoing()) Decide();
       if (is_first_volume_ && !state_.OsName.empty()) {
-        CheckStart(request_.media_dir, state_.OsName, report_.findings);
+        CheckStart(request_.media_dir, state_.OsName, start_script_, report_.findings);
       }
       LookThroughTrees();
     }
@@ -95,6 +99,8 @@ class MediaCheck {
   }
 
  private:
+  std::string Script() const { return request_.media_dir + "/StartTUI.sh"; }
+
   bool IsStillGoing() const { return report_.expectation == Expectation::kInstallerRuns; }
 
   /// The first end that a run comes to is the one.
@@ -168,36 +174,69 @@ class MediaCheck {
     const std::string own = InstallerInCurrentMedia(state_);
     struct stat status;
     const std::string inst = KVLInsIO::Join(request_.media_dir, "inst").Str();
-    if (::stat(inst.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) {
+    const int error = ::stat(inst.c_str(), &status) == 0 ? 0 : errno;
+    if (AddUnseen(inst, error, Severity::kError, report_.findings)) return;
+    if (error != 0 || !S_ISDIR(status.st_mode)) {
       is_first_volume_ = false;
       AddNoInstaller(request_.media_dir, "this is no volume 1: there is no directory inst in it",
                      "give the directory that holds inst and StartTUI.sh");
     } else if (state_.OsName.empty()) {
+      if (AddUnseen(Script(), start_script_.error, Severity::kError, report_.findings)) return;
       AddNoInstaller(KVLInsIO::Join(request_.media_dir, "StartTUI.sh").Str(),
                      "the start script is missing or names no system",
                      "copy it again, or use --os and --installer");
     } else if (KVLInsIO::Exists(own)) {
-      SayThatItIsPassedOver(own);
-    } else {
+      if (GetEnv(variables::kUseExternalInstaller).empty()) {
+        AddNoInstaller(own, "the launcher does not find it, and a second look does",
+                       "look at the disc, and check again");
+      } else {
+        SayThatItIsPassedOver(own);
+      }
+    } else if (!IsOneUnseen(own)) {
       AddNoInstaller(
           own, "there is no installer here, nor in an external installer media",
           "put the installer there, or name its directory (--os) and file (--installer)");
     }
   }
 
+  bool IsUnseen(const std::string& path) {
+    return AddUnseen(path, WhyNotAllowed(path, F_OK), Severity::kError, report_.findings);
+  }
+
+  bool IsUnseenIn(const std::string& installer_media) {
+    const auto is_unseen_below = [&](const std::string& directory) {
+      return IsUnseen(InstallerIn(InsPath(directory), state_.OsName, state_.InstallerExeName));
+    };
+    return is_unseen_below(installer_media + "/1") || is_unseen_below(installer_media);
+  }
+
+  /// The installer of the media itself, or one of an installer media that is named.
+  bool IsOneUnseen(const std::string& own) {
+    bool is_unseen = IsUnseen(own);
+    for (const std::string& media : InstallerMediaThatAreNamed()) {
+      if (IsUnseenIn(media)) is_unseen = true;
+    }
+    return is_unseen;
+  }
+
+  std::vector<std::string> InstallerMediaThatAreNamed() const {
+    std::vector<std::string> named = {state_.InstallerPathArg,
+                                      GetEnv(variables::kExternalInstallerMedia)};
+    std::erase(named, "");
+    return named;
+  }
+
   /// The installer of the media itself is there, and not wanted.
   void SayThatItIsPassedOver(const std::string& own) {
-    bool is_named = false;
-    for (const std::string& media :
-         {state_.InstallerPathArg, GetEnv(variables::kExternalInstallerMedia)}) {
-      if (media.empty()) continue;
-      is_named = true;
+    const std::vector<std::string> named = InstallerMediaThatAreNamed();
+    for (const std::string& media : named) {
+      if (IsUnseenIn(media)) continue;
       AddNoInstaller(media,
                      "there is no installer in this installer media, and KVL_UseExternalInstaller "
                      "passes over that of the media",
                      "name another installer media, or do without that variable");
     }
-    if (is_named) return;
+    if (!named.empty()) return;
     AddNoInstaller(own, "KVL_UseExternalInstaller passes over it, and no installer media is named",
                    "name one (-installerPath), or do without that variable");
   }
@@ -207,22 +246,34 @@ class MediaCheck {
     std::string unheard;
     Logger quiet(unheard);
     report_.volumes_looked_for = !state_.SoftMgt && GetEnv(variables::kOnlineRepository).empty();
-    CheckVolumesFile(state_.MediaDir, report_.findings);
+    const VolumesFile file = CheckVolumesFile(state_.MediaDir, report_.findings);
     try {
       report_.scan =
           ScanMediaVolumes(state_.MediaDir, state_.SoftMgt, IsStillGoing() ? logger_ : quiet);
-    } catch (const std::exception&) {
-      Add("count-is-no-number", Severity::kError,
-          KVLInsIO::Join(state_.MediaDir.Str(), "inst/volumes.txt").Str(),
-          "its first line is no number of volumes, which aborts the launcher",
-          "let its first line be the number of volumes, and nothing else");
+    } catch (const std::exception& failure) {
+      SayWhatAbortsTheScan(failure);
       report_.volumes.count = 0;
       End(Expectation::kAbort, kAbortStatus);
       return;
     }
     if (report_.scan.complete) state_.ManagementMode = true;
     if (!report_.volumes_looked_for) return;
-    report_.volumes = CheckVolumes(state_.MediaDir, report_.scan, report_.findings);
+    report_.volumes = CheckVolumes(state_.MediaDir, file, report_.scan, report_.findings);
+  }
+
+  void SayWhatAbortsTheScan(const std::exception& failure) {
+    if (dynamic_cast<const std::logic_error*>(&failure) != nullptr) {  // as a conversion throws it
+      Add("count-is-no-number", Severity::kError,
+          KVLInsIO::Join(state_.MediaDir.Str(), "inst/volumes.txt").Str(),
+          "its first line is no number of volumes, which aborts the launcher",
+          "let its first line be the number of volumes, and nothing else");
+      return;
+    }
+    std::string text = failure.what();
+    while (text.ends_with('\n')) text.pop_back();
+    Add("search-aborts", Severity::kError, state_.MediaDir.Str(),
+        "the search for volumes meets an error, which aborts the launcher: " + text,
+        "look at what it names");
   }
 
   void Decide() {
@@ -262,7 +313,10 @@ class MediaCheck {
     report_.variables = Changes(before_, AllVariables());
     CheckCommand();
     CheckPaths();
-    CheckExecutable();
+    if (!IsFileToStart()) {
+      End(Expectation::kCannotStart, kCannotStartStatus);
+      return;
+    }
     CheckInstallerHead();
   }
 
@@ -288,23 +342,34 @@ class MediaCheck {
     }
   }
 
-  void CheckExecutable() {
+  /// False when it cannot even be asked for its permissions, and what is in it.
+  bool IsFileToStart() {
     struct stat status;
-    if (::stat(report_.installer.c_str(), &status) != 0) return;
+    if (::stat(report_.installer.c_str(), &status) != 0) {  // it was there
+      AddUnread(report_.installer, errno, Severity::kError, report_.findings);
+      return false;
+    }
     if (S_ISDIR(status.st_mode)) {
       Add("installer-is-no-file", Severity::kError, report_.installer, "it is a directory",
           "put the installer there as a file");
-      End(Expectation::kCannotStart, kCannotStartStatus);
-      return;
+      return false;
     }
+    if (AddSpecialFile(report_.installer, status.st_mode, Severity::kError, report_.findings)) {
+      return false;
+    }
+    CheckExecutable(status.st_mode);
+    return true;
+  }
+
+  void CheckExecutable(mode_t mode) {
     const std::string place = report_.staged ? TemporaryDirectory() : report_.installer;
-    if (IsOnNoexecMount(place)) {
+    if (IsOnNoexecMount(place, report_.findings)) {
       Add("noexec-mount", Severity::kError, place,
           "the installer would be started from a file system that is mounted noexec",
           report_.staged ? "let TMPDIR name a directory of another file system"
                          : "mount it without noexec, or copy the media to another file system");
       End(Expectation::kCannotStart, kCannotStartStatus);
-    } else if (!MayBeExecuted(status.st_mode)) {
+    } else if (!MayBeExecuted(mode)) {
       Add("installer-not-executable", Severity::kError, InstallerWhoseModeCounts(),
           "the installer has no execute permission", "give it that (chmod a+x)");
       End(Expectation::kCannotStart, kCannotStartStatus);
@@ -312,35 +377,55 @@ class MediaCheck {
   }
 
   void CheckInstallerHead() {
-    const auto head = ProgramHead::Read(report_.installer);
-    if (!head) return;
-    if (head->IsEmpty()) {
+    const ProgramHead head(report_.installer);
+    if (AddUnreadHead(report_.installer, head, SeverityOfUnread(head), report_.findings)) {
+      if (SeverityOfUnread(head) == Severity::kError) EndForWantOfTheInstaller();
+      return;
+    }
+    if (head.IsEmpty()) {
       Add("installer-is-empty", Severity::kError, report_.installer, "the installer is empty",
           "copy it again");
       // What the system cannot execute is given to the shell, which finds nothing to do.
       End(Expectation::kCannotStart, kEmptyScriptStatus);
       return;
     }
-    AddCarriageReturn(report_.installer, *head, report_.findings);
-    AddMissingInterpreter(report_.installer, *head, report_.findings);
-    if (!head->HasInterpreter()) End(Expectation::kCannotStart, kCannotStartStatus);
+    AddCarriageReturn(report_.installer, head, report_.findings);
+    AddMissingInterpreter(report_.installer, head, report_.findings);
+    if (head.WhyNoInterpreter() != 0) End(Expectation::kCannotStart, kCannotStartStatus);
+  }
+
+  /// It can be neither copied nor started.
+  void EndForWantOfTheInstaller() {
+    if (report_.staged) {
+      End(Expectation::kStagingFails, static_cast<int>(ExitStatus::kStagingFailed));
+    } else {
+      End(Expectation::kCannotStart, kCannotStartStatus);
+    }
   }
 
   /// A staged installer of an external media has the mode of the media's own one, if there is one.
-  std::string InstallerWhoseModeCounts() const {
+  std::string InstallerWhoseModeCounts() {
     const bool overlays = report_.staged && !state_.CommonDirPrefix.empty();
     if (!overlays) return report_.installer;
     const std::string own =
         InstallerIn(InsPath(request_.media_dir), state_.OsName, state_.InstallerExeName);
-    return KVLInsIO::Exists(own) ? own : report_.installer;
+    return !IsUnseen(own) && KVLInsIO::Exists(own) ? own : report_.installer;
   }
 
-  bool MayBeExecuted(mode_t mode) const {
+  bool MayBeExecuted(mode_t mode) {
     if (!report_.staged) {
-      return ::faccessat(AT_FDCWD, report_.installer.c_str(), X_OK, AT_EACCESS) == 0;
+      const int error = WhyNotAllowed(report_.installer, X_OK);
+      return AddUnseen(report_.installer, error, Severity::kError, report_.findings) || error == 0;
     }
+    const std::string counts = InstallerWhoseModeCounts();
     struct stat status;
-    if (::stat(InstallerWhoseModeCounts().c_str(), &status) == 0) mode = status.st_mode;
+    if (counts != report_.installer) {
+      if (::stat(counts.c_str(), &status) == 0) {
+        mode = status.st_mode;
+      } else {
+        AddUnseen(counts, errno, Severity::kError, report_.findings);
+      }
+    }
     const mode_t mask = ::umask(0);
     ::umask(mask);
     // The copy belongs to the user; the superuser needs any of the three bits.
@@ -361,14 +446,18 @@ class MediaCheck {
     }
     for (const std::string& tree : trees) {
       KVLInsIO::FileIdentity identity;
-      if (!KVLInsIO::Identify(tree, identity) || !seen.insert(identity).second) continue;
-      SurveyTree(tree, report_.findings);
+      if (!KVLInsIO::Identify(tree, identity)) {
+        AddUnseen(tree, errno, Severity::kWarning, report_.findings);
+      } else if (seen.insert(identity).second) {
+        SurveyTree(tree, report_.findings);
+      }
     }
   }
 
   const MediaCheckRequest& request_;
   Variables before_;
   LauncherState state_;
+  FileStart start_script_;
   bool is_first_volume_ = true;  // until it is clear that it is none
   std::string messages_;
   Logger logger_{messages_};

@@ -62,7 +62,8 @@ struct MediaCheckRequest {
 
 /// Does what a run of the launcher does up to the point where it would copy and start something, by
 /// the same functions, so this process's environment changes. Changes nothing else, starts nothing,
-/// of other files than text reads no more than the beginning, and opens no pipe or device.
+/// of other files than text reads no more than the beginning, and waits for no file. What it cannot
+/// look at is always among the findings.
 MediaReport CheckMedia(const MediaCheckRequest& request);
 
 /// A directory as the start script of a media would name it: absolute, links kept; only a path with

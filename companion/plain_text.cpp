@@ -1,7 +1,5 @@
 #include "companion/plain_text.h"
 
-#include <cstddef>
-
 namespace kvl {
 namespace {
 
@@ -86,6 +84,12 @@ std::string ToOneLine(std::string_view bytes) {
     }
     bytes.remove_prefix(character.size());
   }
+  return text;
+}
+
+std::string Shortened(std::string_view bytes, std::size_t longest) {
+  std::string text(bytes.substr(0, longest));
+  if (bytes.size() > longest) text += "... (" + std::to_string(bytes.size()) + " bytes)";
   return text;
 }
 

@@ -1,6 +1,7 @@
 // Names and texts of any bytes, made fit for a terminal and for JSON.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -13,5 +14,9 @@ namespace kvl {
 /// U+2069) and the separators of lines and paragraphs (U+2028, U+2029).
 ///   a\b  =>  a\\b     (byte 255)  =>  \xFF     a(line feed)b  =>  a\x0Ab
 std::string ToOneLine(std::string_view bytes);
+
+/// The bytes as they are, or of more than `longest` the first ones and how many there are.
+///   abcdef, 2  =>  ab... (6 bytes)
+std::string Shortened(std::string_view bytes, std::size_t longest);
 
 }  // namespace kvl

@@ -1,14 +1,16 @@
 #include "companion/program_head.h"
 
-#include <fcntl.h>
+#include <errno.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
 #include <elf.h>
-#include <fstream>
+#include <optional>
+#include <utility>
 
-#include "insio/entry.h"
+#include "companion/special_file.h"
 
 namespace kvl {
 namespace {
@@ -37,18 +39,14 @@ bool Runs(const BinaryKind& ours, const BinaryKind& other) {
 
 }  // namespace
 
-std::optional<ProgramHead> ProgramHead::Read(const std::string& path) {
-  if (!KVLInsIO::IsRegularFile(path)) return {};
-  std::ifstream file(path, std::ios::binary);
-  if (!file) return {};
-  std::string bytes(kMostBytes, '\0');
-  file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  bytes.resize(static_cast<std::size_t>(std::max<std::streamsize>(file.gcount(), 0)));
-  return ProgramHead(std::move(bytes));
+ProgramHead::ProgramHead(const std::string& path) : ProgramHead(ReadStart(path, kMostBytes)) {}
+
+ProgramHead::ProgramHead(FileStart start) : start_(std::move(start)) {
+  start_.bytes.resize(std::min(start_.bytes.size(), kMostBytes));
 }
 
 std::string ProgramHead::FirstLine() const {
-  return IsScript() ? bytes_.substr(0, bytes_.find('\n')) : std::string();
+  return IsScript() ? start_.bytes.substr(0, start_.bytes.find('\n')) : std::string();
 }
 
 std::string ProgramHead::Interpreter() const {
@@ -59,18 +57,34 @@ std::string ProgramHead::Interpreter() const {
   return line.substr(begin, line.find_first_of(" \t", begin) - begin);
 }
 
-bool ProgramHead::HasInterpreter() const {
+int ProgramHead::WhyNoInterpreter() const {
   const std::string interpreter = Interpreter();
-  return interpreter.empty() || (KVLInsIO::IsRegularFile(interpreter) &&
-                                 ::faccessat(AT_FDCWD, interpreter.c_str(), X_OK, AT_EACCESS) == 0);
+  if (interpreter.empty()) return 0;
+  struct stat status;
+  if (::stat(interpreter.c_str(), &status) != 0) return errno;
+  return S_ISREG(status.st_mode) ? WhyNotAllowed(interpreter, X_OK) : EACCES;
 }
 
 bool ProgramHead::IsBinaryOfThisMachine() const {
-  const std::optional<BinaryKind> kind = KindOf(bytes_);
+  const std::optional<BinaryKind> kind = KindOf(start_.bytes);
   if (!kind) return false;
-  const std::optional<ProgramHead> self = Read(kSelf);
-  const std::optional<BinaryKind> ours = self ? KindOf(self->bytes_) : std::nullopt;
+  const std::optional<BinaryKind> ours = KindOf(ProgramHead(kSelf).start_.bytes);
   return !ours || Runs(*ours, *kind);
+}
+
+Severity SeverityOfUnread(const ProgramHead& head) {
+  return head.Error() == EACCES ? Severity::kWarning : Severity::kError;
+}
+
+bool AddUnreadHead(const std::string& path, const ProgramHead& head, Severity severity,
+                   Findings& findings) {
+  if (head.Error() == 0) return false;
+  if (head.Error() == EACCES) {
+    AddClosedFile(path, severity, findings);
+  } else {
+    AddUnread(path, head.Error(), severity, findings);
+  }
+  return true;
 }
 
 void AddCarriageReturn(const std::string& path, const ProgramHead& head, Findings& findings) {
@@ -80,7 +94,9 @@ void AddCarriageReturn(const std::string& path, const ProgramHead& head, Finding
 }
 
 void AddMissingInterpreter(const std::string& path, const ProgramHead& head, Findings& findings) {
-  if (head.HasInterpreter() || head.Interpreter().ends_with('\r')) return;
+  const int error = head.WhyNoInterpreter();
+  if (error == 0 || head.Interpreter().ends_with('\r')) return;
+  if (AddUnseen(head.Interpreter(), error, Severity::kError, findings)) return;
   findings.Add({"interpreter-missing", Severity::kError, path,
                 "its first line names a program that is missing or cannot be executed: " +
                     head.Interpreter(),

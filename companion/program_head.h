@@ -1,36 +1,45 @@
 // The first bytes of a program, from which the system sees how to run it.
 #pragma once
 
-#include <optional>
 #include <string>
 
+#include "companion/disc_access.h"
 #include "companion/findings.h"
 
 namespace kvl {
 
 class ProgramHead {
  public:
-  /// Nothing for what is no regular file or cannot be read.
-  static std::optional<ProgramHead> Read(const std::string& path);
+  explicit ProgramHead(const std::string& path);
+  /// Of a program whose first bytes, these or more, have been read already.
+  explicit ProgramHead(FileStart start);
 
-  bool IsEmpty() const { return bytes_.empty(); }
-  bool IsScript() const { return bytes_.starts_with("#!"); }
+  /// Why nothing is known of it, see FileStart; then it is like an empty file.
+  int Error() const { return start_.error; }
+  bool IsEmpty() const { return start_.bytes.empty(); }
+  bool IsScript() const { return start_.bytes.starts_with("#!"); }
   /// Of a script.
   bool HasCarriageReturn() const { return FirstLine().ends_with('\r'); }
   /// The program that a script names, exactly as the system reads it, so that a carriage return may
   /// be its end; empty when it names none.
   std::string Interpreter() const;
-  /// False when the system would not start the script for want of its interpreter.
-  bool HasInterpreter() const;
+  /// Why the system would not start the script for want of its interpreter: an error, or 0.
+  int WhyNoInterpreter() const;
   /// True for a binary of the kind that this process was started from, or of its 32-bit relative.
   bool IsBinaryOfThisMachine() const;
 
  private:
-  explicit ProgramHead(std::string bytes) : bytes_(std::move(bytes)) {}
   std::string FirstLine() const;
 
-  std::string bytes_;
+  FileStart start_;
 };
+
+/// A warning for a program that may be executed although it may not be read, else an error.
+Severity SeverityOfUnread(const ProgramHead& head);
+
+/// True when nothing is known of it, which is added to the findings.
+bool AddUnreadHead(const std::string& path, const ProgramHead& head, Severity severity,
+                   Findings& findings);
 
 /// The carriage return at the end of its first line is an error of a script.
 void AddCarriageReturn(const std::string& path, const ProgramHead& head, Findings& findings);

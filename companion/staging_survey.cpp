@@ -1,7 +1,6 @@
 #include "companion/staging_survey.h"
 
 #include <errno.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,12 +10,11 @@
 #include <map>
 #include <optional>
 #include <set>
-#include <string_view>
 
+#include "companion/disc_access.h"
 #include "companion/path_below.h"
 #include "companion/special_file.h"
 #include "insio/file_attributes.h"
-#include "insio/finder.h"
 #include "insio/path.h"
 #include "insio/tree_level.h"
 
@@ -41,27 +39,6 @@ struct Totals {
     bytes = Sum(bytes, more.bytes);
   }
 };
-
-bool MayUse(const std::string& path, int how) {
-  return ::faccessat(AT_FDCWD, path.c_str(), how, AT_EACCESS) == 0;
-}
-
-/// The nearest directory on the way to `path` that exists already.
-InsPath NearestExisting(const std::string& path) {
-  InsPath place(path.empty() || path.front() != '/' ? "./" + path : path);
-  struct stat status;
-  while (!place.IsEmpty() && ::stat(place.Str().c_str(), &status) != 0) place = place.Parent();
-  return place.IsEmpty() ? InsPath(".") : place;
-}
-
-std::vector<std::string> NamesIn(const std::string& directory, bool& is_whole) {
-  std::vector<std::string> names;
-  is_whole = KVLInsIO::ForEachName(directory, [&](std::string_view name) {
-    if (name != "." && name != "..") names.emplace_back(name);
-  });
-  std::sort(names.begin(), names.end());
-  return names;
-}
 
 class Survey {
  public:
@@ -99,26 +76,54 @@ class Survey {
     findings_.Add({code, Severity::kError, path, text, remedy});
   }
 
+  /// As the function of that name, for what staging needs.
+  bool IsUnseen(const std::string& path, int error) {
+    const bool is_unseen = AddUnseen(path, error, Severity::kError, findings_);
+    if (is_unseen) forecast_.fails = true;
+    return is_unseen;
+  }
+
+  /// The nearest directory on the way to `path` that exists already.
+  InsPath NearestExisting(const std::string& path) {
+    InsPath place(path.empty() || path.front() != '/' ? "./" + path : path);
+    struct stat status;
+    while (!place.IsEmpty() && ::stat(place.Str().c_str(), &status) != 0) {
+      IsUnseen(place.Str(), errno);
+      place = place.Parent();
+    }
+    return place.IsEmpty() ? InsPath(".") : place;
+  }
+
+  void LookWhetherItCanBeWritten(const InsPath& place) {
+    struct stat status;
+    const bool is_directory = ::stat(place.Str().c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    const int error = WhyNotAllowed(place.Str(), W_OK | X_OK);
+    const bool is_unseen = error != EROFS && IsUnseen(place.Str(), error);
+    if (is_unseen || (is_directory && error == 0)) return;
+    const std::string given = InsPath(request_.staging_dir_slash).Parent().Str();
+    const bool is_there = ::stat(given.c_str(), &status) == 0;
+    Fail("temporary-directory-not-writable", given,
+         !is_there      ? "the temporary directory is missing and cannot be made"
+         : is_directory ? "you cannot write into the temporary directory"
+                        : "the temporary directory is none",
+         "let TMPDIR name a directory that you can write into");
+  }
+
   /// The staging directory itself, and the directories above it that a copy must not contain.
   void LookAtTarget() {
     const InsPath place = NearestExisting(request_.staging_dir_slash);
-    struct stat status;
-    const bool is_directory = ::stat(place.Str().c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-    if (!is_directory || !MayUse(place.Str(), W_OK | X_OK)) {
-      const std::string given = InsPath(request_.staging_dir_slash).Parent().Str();
-      const bool is_there = ::stat(given.c_str(), &status) == 0;
-      Fail("temporary-directory-not-writable", given,
-           !is_there      ? "the temporary directory is missing and cannot be made"
-           : is_directory ? "you cannot write into the temporary directory"
-                          : "the temporary directory is none",
-           "let TMPDIR name a directory that you can write into");
-    }
+    LookWhetherItCanBeWritten(place);
     FileIdentity identity;
     std::error_code error;
     std::filesystem::path real = std::filesystem::canonical(place.Str(), error);
+    IsUnseen(place.Str(), error.value());
     if (error) return;
     for (;; real = real.parent_path()) {
-      if (KVLInsIO::Identify(real, identity)) above_target_.insert(identity);
+      if (KVLInsIO::Identify(real, identity)) {
+        above_target_.insert(identity);
+      } else {
+        IsUnseen(real, errno);
+      }
       if (!real.has_relative_path()) return;
     }
   }
@@ -143,6 +148,7 @@ class Survey {
   Totals Top(const StagingCopy& copy) {
     struct stat status;
     if (::lstat(copy.source.c_str(), &status) != 0) {
+      if (IsUnseen(InsPath(copy.source).Str(), errno)) return {};
       Fail("staging-source-missing", InsPath(copy.source).Str(),
            "it is needed to stage the installer, and is not there", "put it there");
       return {};
@@ -153,16 +159,7 @@ class Survey {
   Totals Entry(const std::string& path, const std::string& overlaid) {
     struct stat status;
     if (::stat(path.c_str(), &status) != 0) {
-      if (errno == ELOOP) {
-        forecast_.fails = true;
-        AddTooManyLinks(path, Severity::kError, findings_);
-      } else if (struct stat link; ::lstat(path.c_str(), &link) == 0) {
-        forecast_.fails = true;
-        AddDanglingLink(path, Severity::kError, findings_);
-      } else {
-        Fail("unreadable", path, "you cannot read it",
-             "give the directories above it permission x");
-      }
+      SayWhyItCannotBeCopied(path, errno);
       return {};
     }
     if (S_ISDIR(status.st_mode)) return Directory(path, {status.st_dev, status.st_ino}, overlaid);
@@ -170,17 +167,36 @@ class Survey {
       forecast_.fails = true;
       return {};
     }
-    if (!MayUse(path, R_OK)) {
-      Fail("unreadable", path, "you cannot read it", "give it read permission (chmod a+r)");
+    const int error = WhyNotAllowed(path, R_OK);
+    if (error != 0 && !IsUnseen(path, error)) {
+      forecast_.fails = true;
+      AddClosedFile(path, Severity::kError, findings_);
     }
     LookAtOverlaid(path, overlaid, /*with_directory=*/false);
     return {1, 0, static_cast<std::uint64_t>(status.st_size)};
   }
 
+  void SayWhyItCannotBeCopied(const std::string& path, int error) {
+    if (IsUnseen(path, error)) return;
+    forecast_.fails = true;
+    struct stat link;
+    if (error == ELOOP) {
+      AddTooManyLinks(path, Severity::kError, findings_);
+    } else if (::lstat(path.c_str(), &link) == 0) {
+      AddDanglingLink(path, Severity::kError, findings_);
+    } else {
+      Fail("unreadable", path, "you cannot read it", "give the directories above it permission x");
+    }
+  }
+
   /// What is staged already stands in the way when it is of another kind, or may not be written.
   void LookAtOverlaid(const std::string& path, const std::string& overlaid, bool with_directory) {
     struct stat status;
-    if (overlaid.empty() || ::stat(overlaid.c_str(), &status) != 0) return;
+    if (overlaid.empty()) return;
+    if (::stat(overlaid.c_str(), &status) != 0) {
+      IsUnseen(overlaid, errno);
+      return;
+    }
     if (S_ISDIR(status.st_mode) != with_directory) {
       Fail("overlay-of-another-kind", path,
            with_directory ? "a directory, and in the media a file has its name"
@@ -211,12 +227,11 @@ class Survey {
     }
     if (const auto known = done_.find(identity); known != done_.end()) return known->second;
 
-    bool is_whole = true;
-    const std::vector<std::string> names = NamesIn(path, is_whole);
-    if (!is_whole) AddUnlistable(path, findings_);
+    const DirectoryNames list = SortedNamesIn(path);
+    if (list.error != 0 && !IsUnseen(path, list.error)) AddUnlistable(path, findings_);
     on_the_way_.insert(identity);
     Totals totals = {0, 1, 0};
-    for (const std::string& name : names) {
+    for (const std::string& name : list.names) {
       totals.Add(Entry(PathBelow(path, name), overlaid.empty() ? "" : PathBelow(overlaid, name)));
     }
     on_the_way_.erase(identity);
@@ -228,13 +243,17 @@ class Survey {
   void List(const std::string& source, const std::string& destination,
             std::set<std::string>& names) {
     struct stat status;
-    if (::stat(source.c_str(), &status) != 0) return;
+    if (::stat(source.c_str(), &status) != 0) {
+      IsUnseen(source, errno);
+      return;
+    }
     if (!S_ISDIR(status.st_mode)) {
       names.insert(destination.substr(request_.staging_dir_slash.size()));
       return;
     }
-    bool is_whole = true;
-    for (const std::string& name : NamesIn(source, is_whole)) {
+    const DirectoryNames list = SortedNamesIn(source);
+    IsUnseen(source, list.error);
+    for (const std::string& name : list.names) {
       List(PathBelow(source, name), PathBelow(destination, name), names);
     }
   }

@@ -1,12 +1,14 @@
 #include "companion/start_check.h"
 
-#include <fcntl.h>
+#include <errno.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <functional>
 
+#include "companion/disc_access.h"
 #include "companion/program_head.h"
 #include "companion/special_file.h"
 #include "companion/start_script.h"
@@ -29,12 +31,11 @@ class StartCheck {
   StartCheck(const std::string& media_dir, const std::string& os_name, Findings& findings)
       : media_dir_(media_dir), os_name_(os_name), findings_(findings) {}
 
-  void Run() {
-    const std::string script = media_dir_ + kScript;
-    LookAtScript(script);
+  void Run(const FileStart& text) {
+    LookAtScript(media_dir_ + kScript, [&] { return ProgramHead(text); });
     const std::string other = media_dir_ + kScriptWithWindows;
-    if (IsFile(other)) LookAtScript(other);
-    if (HasText(script, kLauncherInScript)) LookAtLauncher(script);
+    if (IsFile(other)) LookAtScript(other, [&] { return ProgramHead(other); });
+    if (text.bytes.find(kLauncherInScript) != std::string::npos) LookAtLauncher(text.bytes);
   }
 
  private:
@@ -42,31 +43,34 @@ class StartCheck {
     findings_.Add({code, Severity::kError, path, text, remedy});
   }
 
-  void LookAtScript(const std::string& script) {
+  void LookAtScript(const std::string& script, const std::function<ProgramHead()>& read) {
     if (findings_.Has("staging-source-missing", script)) return;
-    if (IsOfAnotherKind(script)) return;
-    if (!IsFile(script)) {
+    const Kind kind = KindOf(script);
+    if (kind == Kind::kNoFile) {
       Add("start-script-missing", script, "there is no start script here", "copy it again");
-      return;
     }
+    if (kind != Kind::kFile) return;
     if (MayNotBeExecuted(script)) {
       Add("start-script-not-executable", script, "the start script has no execute permission",
           "give it that (chmod a+x)");
     }
-    if (const auto head = ProgramHead::Read(script)) AddCarriageReturn(script, *head, findings_);
+    const ProgramHead head = read();
+    if (AddUnreadHead(script, head, Severity::kError, findings_)) return;
+    AddCarriageReturn(script, head, findings_);
   }
 
+  /// Where the script with this text starts it.
   void LookAtLauncher(const std::string& script) {
     const std::string named = AssignmentIn(script, variables::kOs);
     const std::string launcher =
         InstallerIn(InsPath(media_dir_), named.empty() ? os_name_ : named, kLauncherName);
-    if (IsOfAnotherKind(launcher)) return;
-    if (!IsFile(launcher)) {
+    const Kind kind = KindOf(launcher);
+    if (kind == Kind::kNoFile) {
       Add("launcher-missing", launcher, "there is no launcher here, and the start script starts it",
           "put the launcher there");
-      return;
     }
-    if (IsOnNoexecMount(launcher) && !IsNoexecSaidOfTheMedia()) {
+    if (kind != Kind::kFile) return;
+    if (IsOnNoexecMount(launcher, findings_) && !IsNoexecSaidOfTheMedia()) {
       Add("noexec-mount", launcher,
           "the launcher would be started from a file system that is mounted noexec",
           "mount it without noexec, or copy the media to another file system");
@@ -75,12 +79,12 @@ class StartCheck {
       Add("launcher-not-executable", launcher, "the launcher has no execute permission",
           "give it that (chmod a+x)");
     }
-    const auto head = ProgramHead::Read(launcher);
-    if (!head) return;
-    if (head->IsScript()) {
-      AddCarriageReturn(launcher, *head, findings_);
-      AddMissingInterpreter(launcher, *head, findings_);
-    } else if (!head->IsBinaryOfThisMachine()) {
+    const ProgramHead head(launcher);
+    if (AddUnreadHead(launcher, head, SeverityOfUnread(head), findings_)) return;
+    if (head.IsScript()) {
+      AddCarriageReturn(launcher, head, findings_);
+      AddMissingInterpreter(launcher, head, findings_);
+    } else if (!head.IsBinaryOfThisMachine()) {
       Add("launcher-not-for-this-machine", launcher, "this machine cannot run the launcher",
           "put the launcher for this machine there");
     }
@@ -93,28 +97,44 @@ class StartCheck {
     });
   }
 
-  /// Of the same severity as when it is missing, in the words for all files of a media.
-  bool IsOfAnotherKind(const std::string& path) {
+  enum class Kind {
+    kFile,
+    kNoFile,   ///< a directory, or nothing
+    kAnother,  ///< as the findings say
+  };
+
+  /// Findings are of the same severity as when it is missing, in the words for all files of a media.
+  Kind KindOf(const std::string& path) {
     struct stat status;
     if (::stat(path.c_str(), &status) == 0) {
-      return AddSpecialFile(path, status.st_mode, Severity::kError, findings_);
+      if (S_ISREG(status.st_mode)) return Kind::kFile;
+      const bool is_special = AddSpecialFile(path, status.st_mode, Severity::kError, findings_);
+      return is_special ? Kind::kAnother : Kind::kNoFile;
     }
-    if (::lstat(path.c_str(), &status) != 0) return false;
+    if (AddUnseen(path, errno, Severity::kError, findings_)) return Kind::kAnother;
+    if (::lstat(path.c_str(), &status) != 0) return Kind::kNoFile;
     AddDanglingLink(path, Severity::kError, findings_);
-    return true;
+    return Kind::kAnother;
   }
 
-  static bool IsFile(const std::string& path) {
+  bool IsFile(const std::string& path) {
     struct stat status;
-    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    if (::stat(path.c_str(), &status) == 0) return S_ISREG(status.st_mode);
+    AddUnseen(path, errno, Severity::kError, findings_);
+    return false;
   }
 
   /// On a file system that forbids it, nothing is said of the file.
-  static bool MayNotBeExecuted(const std::string& path) {
+  bool MayNotBeExecuted(const std::string& path) {
     struct stat status;
-    if (::stat(path.c_str(), &status) != 0) return false;
+    if (::stat(path.c_str(), &status) != 0) {
+      AddUnread(path, errno, Severity::kError, findings_);  // it was there
+      return false;
+    }
     if ((status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) == 0) return true;
-    return !IsOnNoexecMount(path) && ::faccessat(AT_FDCWD, path.c_str(), X_OK, AT_EACCESS) != 0;
+    if (IsOnNoexecMount(path, findings_)) return false;
+    const int error = WhyNotAllowed(path, X_OK);
+    return !AddUnseen(path, error, Severity::kError, findings_) && error != 0;
   }
 
   const std::string& media_dir_;
@@ -124,14 +144,16 @@ class StartCheck {
 
 }  // namespace
 
-void CheckStart(const std::string& media_dir, const std::string& os_name, Findings& findings) {
-  StartCheck(media_dir, os_name, findings).Run();
+void CheckStart(const std::string& media_dir, const std::string& os_name, const FileStart& script,
+                Findings& findings) {
+  StartCheck(media_dir, os_name, findings).Run(script);
 }
 
-bool IsOnNoexecMount(const std::string& path) {
+bool IsOnNoexecMount(const std::string& path, Findings& findings) {
   struct statvfs status;
   for (InsPath place(path); !place.IsEmpty(); place = place.Parent()) {
     if (::statvfs(place.Str().c_str(), &status) == 0) return (status.f_flag & ST_NOEXEC) != 0;
+    if (AddUnseen(place.Str(), errno, Severity::kError, findings)) return false;
   }
   return false;
 }

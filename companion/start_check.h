@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "companion/disc_access.h"
 #include "companion/findings.h"
 
 namespace kvl {
@@ -11,9 +12,12 @@ namespace kvl {
 /// the launcher. A launcher is looked for only where the text of StartTUI.sh has one: in the media,
 /// below the directory of the system that the script names, or else of `os_name`. That a script is
 /// missing is not said again of one that staging misses.
-void CheckStart(const std::string& media_dir, const std::string& os_name, Findings& findings);
+/// `script` is the beginning of StartTUI.sh, up to kMostOfAScript.
+void CheckStart(const std::string& media_dir, const std::string& os_name, const FileStart& script,
+                Findings& findings);
 
-/// False as well when nothing can be found out.
-bool IsOnNoexecMount(const std::string& path);
+/// Asks the nearest directory on the way to `path` that is there. False as well when nothing can be
+/// found out, which is then among the findings.
+bool IsOnNoexecMount(const std::string& path, Findings& findings);
 
 }  // namespace kvl

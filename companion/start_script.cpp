@@ -1,27 +1,15 @@
 #include "companion/start_script.h"
 
 #include <algorithm>
-#include <fstream>
 #include <sstream>
 #include <string_view>
 
 #include "console/text.h"
-#include "insio/entry.h"
 
 namespace kvl {
 namespace {
 
-constexpr std::size_t kMostBytes = 65536;
 constexpr std::string_view kExpandedByAShell = "$`\\\"' \t;&|<>()*?[#~";
-
-std::string BeginningOf(const std::string& path) {
-  if (!KVLInsIO::IsRegularFile(path)) return {};
-  std::string text(kMostBytes, '\0');
-  std::ifstream file(path, std::ios::binary);
-  file.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<std::size_t>(std::max<std::streamsize>(file.gcount(), 0)));
-  return text;
-}
 
 std::string_view WithoutQuotes(std::string_view value) {
   const bool is_quoted = value.size() >= 2 && value.front() == value.back() &&
@@ -32,7 +20,7 @@ std::string_view WithoutQuotes(std::string_view value) {
 }  // namespace
 
 std::string AssignmentIn(const std::string& script, const std::string& name) {
-  std::istringstream lines(BeginningOf(script));
+  std::istringstream lines(script);
   std::string found;
   for (std::string line; ReadLine(lines, line);) {
     std::string_view rest = line;
@@ -43,10 +31,6 @@ std::string AssignmentIn(const std::string& script, const std::string& name) {
     if (value.find_first_of(kExpandedByAShell) == std::string_view::npos) found = value;
   }
   return found;
-}
-
-bool HasText(const std::string& script, const std::string& text) {
-  return BeginningOf(script).find(text) != std::string::npos;
 }
 
 }  // namespace kvl

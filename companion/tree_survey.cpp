@@ -6,12 +6,11 @@
 #include <algorithm>
 #include <map>
 #include <optional>
-#include <string_view>
 #include <vector>
 
+#include "companion/disc_access.h"
 #include "companion/path_below.h"
 #include "companion/special_file.h"
-#include "insio/finder.h"
 #include "insio/tree_level.h"
 
 namespace kvl {
@@ -108,17 +107,21 @@ class Survey {
     findings_.Add({code, Severity::kWarning, path, text, remedy});
   }
 
+  /// As the function of that name, for what is only in the way.
+  bool IsUnseen(const std::string& path, int error) {
+    return AddUnseen(path, error, Severity::kWarning, findings_);
+  }
+
   void LookThrough(const std::string& directory) {
-    std::vector<std::string> names;
-    const bool is_whole = KVLInsIO::ForEachName(directory, [&](std::string_view name) {
-      if (name != "." && name != "..") names.emplace_back(name);
-    });
-    if (!is_whole) AddUnlistable(directory, findings_);
-    std::sort(names.begin(), names.end());
+    const DirectoryNames list = SortedNamesIn(directory);
+    if (list.error != 0 && !IsUnseen(directory, list.error)) AddUnlistable(directory, findings_);
     FileIdentity here;
-    if (!KVLInsIO::Identify(directory, here)) return;
+    if (!KVLInsIO::Identify(directory, here)) {
+      IsUnseen(directory, errno);
+      return;
+    }
     const std::size_t first_below = open_.size();
-    for (const std::string& name : names) LookAt(here, PathBelow(directory, name), name);
+    for (const std::string& name : list.names) LookAt(here, PathBelow(directory, name), name);
     std::reverse(open_.begin() + static_cast<std::ptrdiff_t>(first_below), open_.end());
   }
 
@@ -151,6 +154,7 @@ class Survey {
   }
 
   void LookAtError(const std::string& path, int error) {
+    if (IsUnseen(path, error)) return;
     if (error == ENAMETOOLONG) {
       Warn("path-too-long", path, "a path that is too long for the system",
            "put it less deep, or shorten names");
@@ -162,9 +166,10 @@ class Survey {
   void LookAtLink(const FileIdentity& parent, const std::string& path) {
     struct stat target;
     if (::stat(path.c_str(), &target) != 0) {
-      if (errno == ELOOP) {
+      const int error = errno;
+      if (error == ELOOP) {
         AddTooManyLinks(path, Severity::kWarning, findings_);
-      } else {
+      } else if (!IsUnseen(path, error)) {
         AddDanglingLink(path, Severity::kWarning, findings_);
       }
       return;

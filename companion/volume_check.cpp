@@ -1,19 +1,20 @@
 #include "companion/volume_check.h"
 
-#include <fcntl.h>
+#include <errno.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <fstream>
-#include <optional>
 #include <string_view>
 
+#include "companion/disc_access.h"
+#include "companion/plain_text.h"
+#include "companion/special_file.h"
 #include "console/text.h"
 #include "environment/environment.h"
 #include "environment/variables.h"
 #include "insio/entry.h"
-#include "insio/finder.h"
+#include "media/line_file.h"
 #include "media/marker.h"
 
 namespace kvl {
@@ -29,21 +30,32 @@ constexpr std::string_view kOtherTag = "other-tag";
 constexpr std::string_view kUnreadable = "unreadable";
 constexpr std::string_view kNoTag = "no-tag";
 
-std::string VolumesFile(const InsPath& media_dir) {
+std::string VolumesFilePath(const InsPath& media_dir) {
   return Join(Join(media_dir.Str(), "inst").Str(), "volumes.txt").Str();
 }
 
-bool IsReadable(const std::string& path) {
-  return KVLInsIO::IsRegularFile(path) &&
-         ::faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) == 0;
-}
+/// A marker, in a volume's words.
+struct Marker {
+  std::string path;
+  std::string tag;  // empty when there is none
+  int error = 0;    // why it cannot be read
 
-/// What lies at the path of a marker, in a volume's words.
-std::string_view StateOf(const std::string& marker, const std::string& tag,
-                         const std::string& wanted) {
-  if (!tag.empty()) return tag == wanted ? kFound : kOtherTag;
-  if (!KVLInsIO::Exists(marker)) return kMissing;
-  return IsReadable(marker) ? kNoTag : kUnreadable;
+  explicit Marker(std::string marker_path) : path(std::move(marker_path)) {
+    FileText read = ReadMarker(path);
+    tag = std::move(read.text).value_or(std::string());
+    error = read.error;
+  }
+
+  std::string_view State(const std::string& wanted) const {
+    if (!tag.empty()) return tag == wanted ? kFound : kOtherTag;
+    if (error == 0) return kNoTag;
+    return IsAboutThePath(error) && !KVLInsIO::Exists(path) ? kMissing : kUnreadable;
+  }
+};
+
+/// A tag may have a million bytes, and there may be a thousand of them.
+std::string ShortTag(const std::string& tag) {
+  return Shortened(tag, VolumeReport::kLongestTag);
 }
 
 class VolumeCheck {
@@ -51,14 +63,14 @@ class VolumeCheck {
   VolumeCheck(const InsPath& media_dir, const ScanOutcome& scan, Findings& findings)
       : media_dir_(media_dir), scan_(scan), findings_(findings) {}
 
-  VolumeReport Run() {
-    const std::optional<std::string> line = ReadFirstLine(VolumesFile(media_dir_)).text;
-    report_.count = line ? ToIntOr(*line, 0) : 0;
-    if (report_.count <= 1) return std::move(report_);
-    const std::string marker = Join(media_dir_.Str(), MarkerName(1)).Str();
-    report_.tag = ReadMtbDir(marker);
-    Record(1, media_dir_, marker, report_.tag);
-    if (report_.tag.empty()) return std::move(report_);  // the launcher looks no further, either
+  VolumeReport Run(VolumeNumber count) {
+    report_.count = count;
+    if (count <= 1) return std::move(report_);
+    const Marker first(Join(media_dir_.Str(), MarkerName(1)).Str());
+    wanted_ = first.tag;
+    report_.tag = ShortTag(wanted_);
+    Record(1, media_dir_, first);
+    if (wanted_.empty()) return std::move(report_);  // the launcher looks no further, either
     if (scan_.layout == Layout::kNone) LookForAmMarker();
     const VolumeNumber last = std::min(report_.count, VolumeReport::kMostRows);
     for (VolumeNumber i = 2; i <= last; ++i) LookAt(i);
@@ -92,40 +104,38 @@ class VolumeCheck {
   void LookAt(VolumeNumber i) {
     const Place place = PlaceOf(i);
     if (!place.am_directory.IsEmpty() && !LookAtAmVolume(i, place)) return;
-    const std::string marker = Join(place.directory.Str(), MarkerName(i)).Str();
-    Record(i, place.directory, marker, ReadMtbDir(marker));
+    Record(i, place.directory, Marker(Join(place.directory.Str(), MarkerName(i)).Str()));
   }
 
   /// False when the AM volume is not as it should be, so that nobody looks into it.
   bool LookAtAmVolume(VolumeNumber i, const Place& place) {
     const std::string wanted = GetEnv(variables::kMtbDir);
-    const std::string marker = Join(place.am_directory.Str(), MarkerName(place.am_number)).Str();
-    const std::string tag = ReadMtbDir(marker);
-    const std::string_view state = StateOf(marker, tag, wanted);
+    const Marker marker(Join(place.am_directory.Str(), MarkerName(place.am_number)).Str());
+    const std::string_view state = marker.State(wanted);
     if (state == kFound) return true;
     report_.rows.push_back({i, place.directory.Str(), "", std::string(state)});
-    AddFinding("AM volume " + std::to_string(place.am_number), marker, state, tag, wanted);
+    AddFinding("AM volume " + std::to_string(place.am_number), marker, wanted);
     return false;
   }
 
-  void Record(VolumeNumber i, const InsPath& directory, const std::string& marker,
-              const std::string& tag) {
-    const std::string& wanted = report_.tag;
-    const std::string_view state = StateOf(marker, tag, wanted);
-    report_.rows.push_back({i, directory.Str(), tag, std::string(state)});
-    if (state != kFound) AddFinding("volume " + std::to_string(i), marker, state, tag, wanted);
+  void Record(VolumeNumber i, const InsPath& directory, const Marker& marker) {
+    const std::string_view state = marker.State(wanted_);
+    report_.rows.push_back({i, directory.Str(), ShortTag(marker.tag), std::string(state)});
+    if (state != kFound) AddFinding("volume " + std::to_string(i), marker, wanted_);
   }
 
-  void AddFinding(const std::string& volume, const std::string& marker, std::string_view state,
-                  const std::string& tag, const std::string& wanted) {
+  void AddFinding(const std::string& volume, const Marker& marker, const std::string& wanted) {
+    if (AddUnseen(marker.path, marker.error, Severity::kWarning, findings_)) return;
+    const std::string_view state = marker.State(wanted);
     const auto warn = [&](const char* code, const std::string& text, const std::string& remedy) {
-      findings_.Add({code, Severity::kWarning, marker, text, remedy});
+      findings_.Add({code, Severity::kWarning, marker.path, text, remedy});
     };
     if (state == kMissing) {
       warn("volume-missing", volume + " is missing: it has no marker",
            "copy the whole volume there");
     } else if (state == kOtherTag) {
-      warn("volume-of-another-media", volume + " has the tag " + tag + " instead of " + wanted,
+      warn("volume-of-another-media",
+           volume + " has the tag " + ShortTag(marker.tag) + " instead of " + ShortTag(wanted),
            "put the volume of the same media there");
     } else if (state == kUnreadable) {
       warn("marker-unreadable", "the marker of " + volume + " cannot be read",
@@ -153,7 +163,7 @@ class VolumeCheck {
                   });
     const VolumeNumber rest = report_.count - last - looked_at;
     if (rest == 0) return;
-    findings_.Add({"more-volumes-missing", Severity::kWarning, VolumesFile(media_dir_),
+    findings_.Add({"more-volumes-missing", Severity::kWarning, VolumesFilePath(media_dir_),
                    std::to_string(rest) + " volumes above " + std::to_string(last) + " are missing",
                    "copy them, or correct the number in volumes.txt"});
   }
@@ -162,15 +172,11 @@ class VolumeCheck {
   /// without a tag ends the search.
   void LookForAmMarker() {
     for (InsPath dir = media_dir_.Parent(); !dir.IsEmpty(); dir = dir.Parent()) {
-      std::string found;
-      KVLInsIO::ForEachName(dir.Str(), [&](std::string_view name) {
-        if (!found.empty() || VolumeOfMarkerName(name) < 1) return;
-        std::string path = Join(dir.Str(), name).Str();
-        struct stat status;
-        if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) found = std::move(path);
-      });
+      const std::string found = FirstMarkerIn(dir);
       if (found.empty()) continue;
-      if (!ReadMtbDir(found).empty()) return;
+      const Marker marker(found);
+      if (!marker.tag.empty()) return;
+      if (AddUnseen(found, marker.error, Severity::kWarning, findings_)) return;
       findings_.Add({"am-marker-without-tag", Severity::kWarning, found,
                      "it looks like the marker of an AM volume, and has no line MTBDIR=<tag>",
                      "copy the marker again, or remove it if it is none"});
@@ -178,41 +184,53 @@ class VolumeCheck {
     }
   }
 
+  /// The path of the first one in the order of the system; empty without one.
+  std::string FirstMarkerIn(const InsPath& dir) {
+    const DirectoryNames list = NamesIn(dir.Str());
+    AddUnseen(dir.Str(), list.error, Severity::kWarning, findings_);
+    for (const std::string& name : list.names) {
+      if (VolumeOfMarkerName(name) < 1) continue;
+      const std::string path = Join(dir.Str(), name).Str();
+      struct stat status;
+      if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return path;
+    }
+    return {};
+  }
+
   const InsPath& media_dir_;
   const ScanOutcome& scan_;
   Findings& findings_;
+  std::string wanted_;  // the tag of volume 1
   VolumeReport report_;
 };
 
-/// The first bytes of the file: no line of any use is longer.
-std::string BeginningOf(const std::string& path) {
-  constexpr std::size_t kEnough = 4096;
-  std::string text(kEnough, '\0');
-  std::ifstream file(path, std::ios::binary);
-  file.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<std::size_t>(std::max<std::streamsize>(file.gcount(), 0)));
-  return text;
+bool IsFound(const VolumeRow& row) {
+  return row.state == kFound;
 }
 
 }  // namespace
 
-void CheckVolumesFile(const InsPath& media_dir, Findings& findings) {
-  const std::string path = VolumesFile(media_dir);
-  if (!KVLInsIO::Exists(path)) return;
+VolumesFile CheckVolumesFile(const InsPath& media_dir, Findings& findings) {
+  const std::string path = VolumesFilePath(media_dir);
+  const int missing = WhyNotAllowed(path, F_OK);
+  if (AddUnseen(path, missing, Severity::kWarning, findings)) return {.count = 0, .is_fine = false};
+  if (missing != 0) return {};
+  const FileStart start = ReadStart(path, LineFile::kLongestLine);
+  const std::string line = start.bytes.substr(0, start.bytes.find('\n'));
+  VolumesFile file = {.count = ToIntOr(line, 0)};
   const auto warn = [&](const char* code, const char* text, const char* remedy) {
     findings.Add({code, Severity::kWarning, path, text, remedy});
+    file.is_fine = false;
   };
-  if (!IsReadable(path)) {
+  if (AddUnseen(path, start.error, Severity::kWarning, findings)) {
+    file.is_fine = false;
+  } else if (start.error != 0) {
     warn("volumes-file-unreadable", "the number of volumes cannot be read",
          "make it a regular file with read permission (chmod a+r)");
-    return;
-  }
-  const std::string text = BeginningOf(path);
-  const std::string line = text.substr(0, text.find('\n'));
-  if (text.empty()) {
+  } else if (start.bytes.empty()) {
     warn("volumes-file-empty", "it has no line with the number of volumes",
          "write the number into it");
-  } else if (text.starts_with(kByteOrderMark)) {
+  } else if (line.starts_with(kByteOrderMark)) {
     warn("byte-order-mark", "it begins with a byte order mark, so that its number is none",
          "save it without a byte order mark");
   }
@@ -220,11 +238,20 @@ void CheckVolumesFile(const InsPath& media_dir, Findings& findings) {
     warn("carriage-return", "its first line has a carriage return",
          "save it with line feeds alone");
   }
+  return file;
 }
 
-VolumeReport CheckVolumes(const InsPath& media_dir, const ScanOutcome& scan, Findings& findings) {
-  if (!KVLInsIO::Exists(VolumesFile(media_dir))) return {};
-  return VolumeCheck(media_dir, scan, findings).Run();
+VolumeReport CheckVolumes(const InsPath& media_dir, const VolumesFile& file,
+                          const ScanOutcome& scan, Findings& findings) {
+  VolumeReport report = VolumeCheck(media_dir, scan, findings).Run(file.count);
+  const bool is_all_found = std::all_of(report.rows.begin(), report.rows.end(), IsFound);
+  const bool is_misled = !scan.complete || (file.count > 1 && scan.layout == Layout::kNone);
+  if (is_misled && file.is_fine && is_all_found) {
+    findings.Add({"search-fails", Severity::kWarning, media_dir.Str(),
+                  "the launcher does not find all volumes, and a second look does",
+                  "look at the disc, and check again"});
+  }
+  return report;
 }
 
 }  // namespace kvl

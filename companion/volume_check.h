@@ -14,7 +14,7 @@ namespace kvl {
 struct VolumeRow {
   VolumeNumber number = 1;
   std::string directory;  ///< where it is expected
-  std::string tag;        ///< in its marker; empty when there is none
+  std::string tag;        ///< in its marker, as VolumeReport has it; empty when there is none
   /// "found", "missing", "other-tag", "unreadable" or "no-tag"
   std::string state;
 };
@@ -22,19 +22,28 @@ struct VolumeRow {
 struct VolumeReport {
   /// As "volumes.txt" says; 1 without it, 0 when it cannot be known.
   VolumeNumber count = 1;
-  std::string tag;  ///< of volume 1, when there are several
+  /// Of volume 1, when there are several; Shortened to kLongestTag.
+  std::string tag;
   /// Of a media of several volumes the first kMostRows, and every one beyond that is not missing.
   std::vector<VolumeRow> rows;
 
   static constexpr VolumeNumber kMostRows = 1000;
+  static constexpr std::size_t kLongestTag = 256;
 };
 
-/// What the bytes of "volumes.txt" are; `aborts` when the launcher will not survive its first line.
-void CheckVolumesFile(const KVLInsIO::InsPath& media_dir, Findings& findings);
+/// What "volumes.txt" says.
+struct VolumesFile {
+  VolumeNumber count = 1;  ///< 1 when it is missing, 0 when it has no number or cannot be read
+  bool is_fine = true;     ///< false when something about it is among the findings
+};
+
+/// Reads "volumes.txt", once.
+VolumesFile CheckVolumesFile(const KVLInsIO::InsPath& media_dir, Findings& findings);
 
 /// Looks at every volume where the scan, which has just been made, expects it. What the scan has left
-/// in the environment is read.
-VolumeReport CheckVolumes(const KVLInsIO::InsPath& media_dir, const ScanOutcome& scan,
-                          Findings& findings);
+/// in the environment is read. A scan that has failed, or
+/// has missed what is there, is always among the findings.
+VolumeReport CheckVolumes(const KVLInsIO::InsPath& media_dir, const VolumesFile& file,
+                          const ScanOutcome& scan, Findings& findings);
 
 }  // namespace kvl

@@ -1,0 +1,28 @@
+// A failure of the system about one file, as a bad disc gives it. The test program is linked so that
+// the calls go through here first; the product is the same as ever.
+#pragma once
+
+#include <string>
+
+namespace kvl::test {
+
+/// While it lives, a call fails with this errno. Only one can live at a time.
+class FailingPath {
+ public:
+  enum Call {
+    kLook,     ///< stat, lstat, and fstatat
+    kAsk,      ///< access and faccessat
+    kOpen,     ///< open
+    kOpenDir,  ///< opendir
+  };
+
+  /// Of the calls about `path`, or about anything that is there when it is empty, the first `after` ones go
+  /// through, the next `times` ones fail; 0 stands for all. The path is as it is given to the call;
+  /// below an open directory it is that of the directory, "/" and the name.
+  FailingPath(Call call, std::string path, int error, int after = 0, int times = 0);
+  ~FailingPath();
+  FailingPath(const FailingPath&) = delete;
+  FailingPath& operator=(const FailingPath&) = delete;
+};
+
+}  // namespace kvl::test
