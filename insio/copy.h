@@ -20,7 +20,8 @@ void Copy(const std::string& source, const std::string& destination);
 /// Copies the bytes of `source` into `destination`, making the destination's missing parent
 /// directories (with its path normalised for this step only) before the source is looked at; they
 /// stay. An empty source is one that cannot be stated, an empty destination one that cannot be
-/// opened.
+/// opened. For names that come from a disk or somebody else take OpenDirectory::CopyFile, which
+/// normalises nothing, makes no parents, overwrites nothing and lets no link lead elsewhere.
 ///  - A new file gets the source's low nine mode bits less the umask; an existing one is
 ///    overwritten in place and keeps its own mode, and its links.
 ///  - Access and modification time become the source's, in whole seconds, unless the source's

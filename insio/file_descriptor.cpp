@@ -10,8 +10,9 @@ namespace KVLInsIO {
 FileDescriptor::FileDescriptor(const std::string& path, int flags, mode_t creation_mode)
     : number_(::open(path.c_str(), flags | O_CLOEXEC, creation_mode)) {}
 
-FileDescriptor::FileDescriptor(const FileDescriptor& directory, const std::string& name, int flags)
-    : number_(::openat(directory.Number(), name.c_str(), flags | O_CLOEXEC)) {}
+FileDescriptor::FileDescriptor(const FileDescriptor& directory, const std::string& name, int flags,
+                               mode_t creation_mode)
+    : number_(::openat(directory.Number(), name.c_str(), flags | O_CLOEXEC, creation_mode)) {}
 
 FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
   if (this == &other) return *this;

@@ -21,7 +21,8 @@ class FileDescriptor {
   FileDescriptor(const std::string& path, int flags, mode_t creation_mode = 0);
 
   /// The same for a name in a directory, or a path from there, as openat(2) does it.
-  FileDescriptor(const FileDescriptor& directory, const std::string& name, int flags);
+  FileDescriptor(const FileDescriptor& directory, const std::string& name, int flags,
+                 mode_t creation_mode = 0);
 
   /// Takes the file over; the other one is then not open. A file that is replaced is closed, and an
   /// error of that is lost.

@@ -554,6 +554,7 @@ TEST_F(ManPages, NameEveryMessageOfTheLibraryThatALaunchCanShow) {
       "Rename - empty destination path",
       "rename - ",
       " to ",
+      "OpenDirectory - no name of an entry: ",
       "Chmod - ",
       "GetTime - ",
       "GetFileSize - ",

@@ -137,9 +137,9 @@ class Package : public testing::Test {
 using PackageArchive = Package;
 
 const Lines kPublicHeaders = {
-    "KVLInsIO.h", "copy.h",       "create_dir.h",      "delete.h",
-    "entry.h",    "exceptions.h", "file_attributes.h", "finder.h",
-    "path.h",     "path_text.h",  "rename.h",          "replace_in_lines.h",
+    "KVLInsIO.h",         "copy.h",   "create_dir.h",     "delete.h", "entry.h",     "exceptions.h",
+    "file_attributes.h",  "finder.h", "open_directory.h", "path.h",   "path_text.h", "rename.h",
+    "replace_in_lines.h",
 };
 
 TEST_F(Package, HoldsThePublicHeadersAndTheLibraryAndNothingElse) {

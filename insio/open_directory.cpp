@@ -1,0 +1,249 @@
+#include "insio/open_directory.h"
+
+#include <dirent.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <utility>
+
+#include "insio/exceptions.h"
+#include "insio/file_descriptor.h"
+#include "insio/path_text.h"
+
+namespace KVLInsIO {
+namespace {
+
+constexpr std::size_t kBufferSize = 65536;
+constexpr char kCannotOpen[] = "opendir - ";
+constexpr char kCannotRead[] = "Cannot read ";
+constexpr char kCannotWrite[] = "Cannot write into ";
+constexpr mode_t kPlainMode = 0644;
+constexpr mode_t kProgramMode = 0755;
+constexpr mode_t kUnfinishedMode = 0600;
+/// Enough to go on from there.
+constexpr int kOpenDirectory = O_PATH | O_DIRECTORY;
+
+EntryState StateOf(const struct stat& status) {
+  return {status.st_dev,         status.st_ino,
+          status.st_mode,        static_cast<std::uint64_t>(status.st_size),
+          status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+}
+
+struct stat StatusOf(const FileDescriptor& file, const std::string& path) {
+  struct stat status;
+  if (::fstat(file.Number(), &status) != 0) {
+    const int error = errno;
+    throw KVLInsExceptionErrno(kCannotRead + path, error);
+  }
+  return status;
+}
+
+/// For a file that has just been opened. `failed` is the beginning of the message when that failed.
+std::unique_ptr<FileDescriptor> Opened(std::unique_ptr<FileDescriptor> file, const char* failed,
+                                       const std::string& path) {
+  const int error = errno;
+  if (!file->IsOpen()) throw KVLInsException(failed + path, error);
+  return file;
+}
+
+[[noreturn]] void FailToWrite(const std::string& path, int error) {
+  throw KVLInsExceptionErrno(kCannotWrite + path, error);
+}
+
+/// A write that took only a part counts as a full disk.
+void Write(const FileDescriptor& file, std::string_view bytes, const std::string& path) {
+  const ssize_t written = ::write(file.Number(), bytes.data(), bytes.size());
+  if (written < 0) {
+    const int error = errno;
+    FailToWrite(path, error);
+  }
+  if (static_cast<std::size_t>(written) < bytes.size()) FailToWrite(path, ENOSPC);
+}
+
+/// A file that was not there, in the directory.
+std::unique_ptr<FileDescriptor> NewFile(const FileDescriptor& directory, const std::string& name,
+                                        const std::string& path) {
+  constexpr int kNew = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW;
+  return Opened(std::make_unique<FileDescriptor>(directory, name, kNew, kUnfinishedMode),
+                kCannotWrite, path);
+}
+
+/// The mode comes last, so that nobody executes what is not whole.
+void Finish(FileDescriptor& file, FileKind kind, const std::string& path) {
+  const mode_t mode = kind == FileKind::kProgram ? kProgramMode : kPlainMode;
+  if (::fchmod(file.Number(), mode) != 0) {
+    const int error = errno;
+    throw KVLInsExceptionErrno("Chmod - " + path, error);
+  }
+  if (!file.Close()) {  // a network file system may fail as late as here
+    const int error = errno;
+    FailToWrite(path, error);
+  }
+}
+
+void SetTimes(const FileDescriptor& file, const struct stat& source, const std::string& path) {
+  const std::array<timespec, 2> times = {{{source.st_atime, 0}, {source.st_mtime, 0}}};
+  if (::futimens(file.Number(), times.data()) != 0) {
+    const int error = errno;
+    throw KVLInsExceptionErrno("SetTime - " + path, error);
+  }
+}
+
+struct StreamCloser {
+  void operator()(DIR* stream) const { ::closedir(stream); }
+};
+
+}  // namespace
+
+OpenFile::OpenFile(const std::string& path)
+    : OpenFile(std::make_unique<FileDescriptor>(path, kReadWithoutWaiting), path) {}
+
+OpenFile::OpenFile(std::unique_ptr<FileDescriptor> file, const std::string& path)
+    : file_(Opened(std::move(file), kCannotRead, path)), path_(path) {
+  // Reading anything but a regular file may wait, or never come to an end.
+  if (!S_ISREG(StatusOf(*file_, path_).st_mode)) {
+    throw KVLInsException(kCannotRead + path_, EOPNOTSUPP);
+  }
+}
+
+OpenFile::OpenFile(OpenFile&& other) noexcept = default;
+OpenFile& OpenFile::operator=(OpenFile&& other) noexcept = default;
+OpenFile::~OpenFile() = default;
+
+EntryState OpenFile::State() const {
+  return StateOf(StatusOf(*file_, path_));
+}
+
+OpenDirectory::OpenDirectory(const std::string& path)
+    : OpenDirectory(std::make_unique<FileDescriptor>(path, kOpenDirectory), path) {}
+
+OpenDirectory::OpenDirectory(std::unique_ptr<FileDescriptor> directory, const std::string& path)
+    : directory_(Opened(std::move(directory), kCannotOpen, path)), path_(path) {}
+
+OpenDirectory::OpenDirectory(OpenDirectory&& other) noexcept = default;
+OpenDirectory& OpenDirectory::operator=(OpenDirectory&& other) noexcept = default;
+OpenDirectory::~OpenDirectory() = default;
+
+std::string OpenDirectory::PathOf(const std::string& name) const {
+  const bool is_way = name.find_first_of(std::string_view("/\0", 2)) != std::string::npos;
+  if (name.empty() || name == "." || name == ".." || is_way) {
+    throw KVLInsException("OpenDirectory - no name of an entry: " + name);
+  }
+  return path_ + std::string(path_ == kPathSeparator ? "" : kPathSeparator) + name;
+}
+
+int OpenDirectory::Number() const {
+  return directory_->Number();
+}
+
+std::vector<std::string> OpenDirectory::Names() const {
+  const int number = ::openat(Number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const std::unique_ptr<DIR, StreamCloser> stream(number < 0 ? nullptr : ::fdopendir(number));
+  if (stream == nullptr) {
+    const int error = errno;
+    if (number >= 0) ::close(number);
+    throw KVLInsException(kCannotOpen + path_, error);
+  }
+  std::vector<std::string> names;
+  errno = 0;
+  while (const dirent* const entry = ::readdir(stream.get())) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") names.emplace_back(name);
+    errno = 0;
+  }
+  const int error = errno;
+  if (error != 0) throw KVLInsException("readdir - " + path_, error);
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+EntryState OpenDirectory::Look(const std::string& name) const {
+  const std::string path = PathOf(name);
+  struct stat status;
+  if (::fstatat(Number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    const int error = errno;
+    throw KVLInsException("lstat - " + path, error);
+  }
+  return StateOf(status);
+}
+
+OpenDirectory OpenDirectory::Directory(const std::string& name) const {
+  const std::string path = PathOf(name);
+  return {std::make_unique<FileDescriptor>(*directory_, name, kOpenDirectory | O_NOFOLLOW), path};
+}
+
+OpenFile OpenDirectory::File(const std::string& name) const {
+  const std::string path = PathOf(name);
+  return {std::make_unique<FileDescriptor>(*directory_, name, kReadWithoutWaiting | O_NOFOLLOW),
+          path};
+}
+
+OpenDirectory OpenDirectory::MakeDirectory(const std::string& name) const {
+  const std::string path = PathOf(name);
+  if (::mkdirat(Number(), name.c_str(), kProgramMode) != 0) {
+    const int error = errno;
+    if (error == EEXIST) return Directory(name);
+    throw KVLInsException("mkdir - " + path, error);
+  }
+  constexpr int kForMode = O_RDONLY | O_DIRECTORY | O_NOFOLLOW;
+  OpenDirectory made(std::make_unique<FileDescriptor>(*directory_, name, kForMode), path);
+  if (::fchmod(made.Number(), kProgramMode) != 0) {
+    const int error = errno;
+    throw KVLInsExceptionErrno("Chmod - " + path, error);
+  }
+  return made;
+}
+
+void OpenDirectory::WriteFile(const std::string& name, std::string_view text, FileKind kind) const {
+  const std::string path = PathOf(name);
+  const auto file = NewFile(*directory_, name, path);
+  Write(*file, text, path);
+  Finish(*file, kind, path);
+}
+
+void OpenDirectory::CopyFile(const OpenFile& source, const std::string& name, FileKind kind,
+                             const std::function<void(std::string_view)>& see) const {
+  const std::string path = PathOf(name);
+  const struct stat status = StatusOf(*source.file_, source.path_);
+  const auto file = NewFile(*directory_, name, path);
+  std::array<char, kBufferSize> buffer;  // not cleared: every byte is read before it is written
+  for (off_t at = 0;;) {
+    const ssize_t length = ::pread(source.file_->Number(), buffer.data(), buffer.size(), at);
+    if (length < 0) {
+      const int error = errno;
+      throw KVLInsExceptionErrno(kCannotRead + source.path_, error);
+    }
+    if (length == 0) break;
+    const std::string_view piece(buffer.data(), static_cast<std::size_t>(length));
+    if (see) see(piece);
+    Write(*file, piece, path);
+    at += length;
+  }
+  SetTimes(*file, status, path);
+  Finish(*file, kind, path);
+}
+
+void OpenDirectory::Rename(const std::string& name, const OpenDirectory& directory,
+                           const std::string& new_name) const {
+  const std::string path = PathOf(name);
+  const std::string new_path = directory.PathOf(new_name);
+  if (::renameat(Number(), name.c_str(), directory.Number(), new_name.c_str()) != 0) {
+    const int error = errno;
+    throw KVLInsException("rename - " + path + " to " + new_path, error);
+  }
+}
+
+void OpenDirectory::Delete(const std::string& name) const {
+  const std::string path = PathOf(name);
+  if (::unlinkat(Number(), name.c_str(), /*flags=*/0) != 0) {
+    const int error = errno;
+    throw KVLInsException("unlink - " + path, error);
+  }
+}
+
+}  // namespace KVLInsIO

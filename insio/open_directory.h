@@ -1,0 +1,135 @@
+// OpenDirectory: a directory that is held open, and what is done in it by the names of its entries.
+//
+// For names that come from a disk, an archive or somebody else. A name is taken as it is: one name,
+// whatever its bytes, and never a way. A link is never followed, and who renames or exchanges a
+// directory meanwhile leads nothing elsewhere: what is opened, made and written lies in the
+// directory that is open. Any number of levels can be gone down, however long the path would be.
+//
+// Every operation that takes a name throws KVLInsException "OpenDirectory - no name of an entry: " +
+// name for the empty name, ".", "..", and one with a "/" or a NUL byte in it, before it asks the
+// system. Paths are for messages: that of a directory, "/" and the name. An object that has been moved
+// from can only be assigned to or destroyed.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace KVLInsIO {
+
+class FileDescriptor;
+
+/// What lies under a name, to tell later whether it is still the same.
+struct EntryState {
+  std::uint64_t device = 0;
+  std::uint64_t inode = 0;
+  std::uint32_t mode = 0;  ///< type and permissions, as in st_mode
+  std::uint64_t size = 0;
+  std::int64_t modified = 0;  ///< seconds
+  std::int64_t modified_nanoseconds = 0;
+
+  friend bool operator==(const EntryState&, const EntryState&) = default;
+};
+
+/// A regular file that is open for reading.
+class OpenFile {
+ public:
+  /// Opens the file at `path`, which is taken as it stands, with links followed. Never waits.
+  /// Throws KVLInsException "Cannot read " + path with the error's text; that is the text of
+  /// EOPNOTSUPP for anything but a regular file.
+  explicit OpenFile(const std::string& path);
+
+  OpenFile(OpenFile&& other) noexcept;
+  OpenFile& operator=(OpenFile&& other) noexcept;
+  ~OpenFile();
+
+  const std::string& Path() const { return path_; }
+
+  /// As it is now. Throws KVLInsExceptionErrno "Cannot read " + path.
+  EntryState State() const;
+
+ private:
+  friend class OpenDirectory;
+  OpenFile(std::unique_ptr<FileDescriptor> file, const std::string& path);
+
+  std::unique_ptr<FileDescriptor> file_;
+  std::string path_;
+};
+
+/// Whether everybody may read a new file (mode 644), or execute it, too (mode 755).
+enum class FileKind { kPlain, kProgram };
+
+class OpenDirectory {
+ public:
+  /// Opens the directory at `path`, which is taken as it stands, with links followed; "." for the
+  /// working directory. The right to list it is not needed.
+  /// Throws KVLInsException "opendir - " + path with the error's text.
+  explicit OpenDirectory(const std::string& path);
+
+  OpenDirectory(OpenDirectory&& other) noexcept;
+  OpenDirectory& operator=(OpenDirectory&& other) noexcept;
+  ~OpenDirectory();
+
+  const std::string& Path() const { return path_; }
+
+  /// The names of all entries but "." and "..", sorted by their bytes.
+  /// Throws KVLInsException "opendir - " or "readdir - " + path with the error's text.
+  std::vector<std::string> Names() const;
+
+  /// What lies there; of a link, the link itself. Throws KVLInsException "lstat - " + path with the
+  /// error's text.
+  EntryState Look(const std::string& name) const;
+
+  /// Opens a directory. Throws KVLInsException "opendir - " + path with the error's text, also for a
+  /// link to a directory.
+  OpenDirectory Directory(const std::string& name) const;
+
+  /// Opens a regular file, without waiting. Throws as the constructor of OpenFile does, and with the
+  /// text of ELOOP for a link.
+  OpenFile File(const std::string& name) const;
+
+  /// Makes a directory with mode 755, whatever the umask, or opens the one that is there and leaves
+  /// it as it is. A umask that takes the right to read from the owner makes it fail.
+  /// Throws KVLInsException "mkdir - " + path with the error's text, and as Directory does;
+  /// KVLInsExceptionErrno "Chmod - " + path. A directory that was made stays.
+  OpenDirectory MakeDirectory(const std::string& name) const;
+
+  /// Makes a file that holds `text`, with the mode of its kind whatever the umask. Nothing may be
+  /// there yet.
+  /// Throws KVLInsException "Cannot write into " + path with the error's text when it cannot be made,
+  /// with that of EEXIST when anything is there, also a link; KVLInsExceptionErrno "Cannot write
+  /// into " + path when it cannot be stored completely, with the text of ENOSPC when the system took
+  /// only a part; the file then stays, partly written. So does KVLInsExceptionErrno "Chmod - ".
+  void WriteFile(const std::string& name, std::string_view text, FileKind kind) const;
+
+  /// Makes a copy of an open file, from its beginning to its end, with its access and modification time
+  /// in whole seconds, else as WriteFile. `see`, unless empty, gets the bytes piece by piece before
+  /// they are written; what it throws ends the copy.
+  /// Throws as WriteFile does; KVLInsExceptionErrno "Cannot read " + the source's path, "SetTime - " +
+  /// path. The file then stays, partly written.
+  void CopyFile(const OpenFile& source, const std::string& name, FileKind kind,
+                const std::function<void(std::string_view)>& see = {}) const;
+
+  /// Renames an entry as rename(2) does, into a directory that may be the same one.
+  /// Throws KVLInsException "rename - " + path + " to " + the new path with the error's text; nothing
+  /// has changed then.
+  void Rename(const std::string& name, const OpenDirectory& directory,
+              const std::string& new_name) const;
+
+  /// Removes anything but a directory. Throws KVLInsException "unlink - " + path with the error's text.
+  void Delete(const std::string& name) const;
+
+ private:
+  OpenDirectory(std::unique_ptr<FileDescriptor> directory, const std::string& path);
+
+  std::string PathOf(const std::string& name) const;
+  int Number() const;
+
+  std::unique_ptr<FileDescriptor> directory_;
+  std::string path_;
+};
+
+}  // namespace KVLInsIO
