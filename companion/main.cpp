@@ -7,6 +7,7 @@
 #include <exception>
 #include <filesystem>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -21,15 +22,20 @@ namespace {
 
 enum Status : int { kFine = 0, kProblems = 1, kBadCall = 2 };
 
+constexpr char kCannotWrite[] = "the report cannot be written";
+
 /// One line on standard error.
 int BadCall(const std::string& text) {
   std::fprintf(stderr, "kvl-media: %s\n", kvl::ToOneLine(text).c_str());
   return kBadCall;
 }
 
+/// The one text that a call writes to standard output. True when it has arrived as far as the system
+/// can say: a network file system may fail as late as on closing, be it of another descriptor.
 bool Write(const std::string& text) {
   const bool is_written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-  return std::fflush(stdout) == 0 && is_written;
+  const bool is_flushed = std::fflush(stdout) == 0;
+  return is_written && is_flushed && ::close(::dup(STDOUT_FILENO)) == 0;
 }
 
 struct CheckCall {
@@ -64,7 +70,7 @@ int Check(const CheckCall& call, const std::vector<std::string>& launcher_argume
       kvl::CheckMedia({directory, call.os_name, call.installer_name, launcher_arguments});
   const kvl::Detail detail = call.is_verbose ? kvl::Detail::kVerbose : kvl::Detail::kShort;
   if (!Write(call.as_json ? kvl::JsonReport(report) : kvl::TextReport(report, detail))) {
-    return BadCall("the report cannot be written");
+    return BadCall(kCannotWrite);
   }
   return report.findings.Count() == 0 ? kFine : kProblems;
 }
@@ -161,10 +167,13 @@ int Make(MakeCall call) try {
                             line.Show(volume, done, in_all);
                           });
   }
-  Write("Made a media with tag " + call.request.tag + ", layout " + made.layout + ", volumes: " +
-        std::to_string(made.volumes) + ".\nFirst volume: " + Quoted(made.first_volume) +
-        "\nStart it with: " + Quoted(made.first_volume + "/StartTUI.sh") + "\n");
-  return kFine;
+  const bool is_said = Write(
+      "Made a media with tag " + call.request.tag + ", layout " + made.layout + ", volumes: " +
+      std::to_string(made.volumes) + ".\nFirst volume: " + Quoted(made.first_volume) +
+      "\nStart it with: " + Quoted(made.first_volume + "/StartTUI.sh") + "\n");
+  if (is_said) return kFine;
+  BadCall("the media was made, but the message cannot be written");
+  return kProblems;
 } catch (const kvl::CannotMake& reason) {
   return BadCall(reason.what());
 } catch (const std::exception& failure) {
@@ -213,8 +222,9 @@ int Run(std::vector<std::string> arguments) {
   try {
     app.parse(arguments);
   } catch (const CLI::Success& asked_for) {  // --help and --version
-    app.exit(asked_for);
-    return kFine;
+    std::ostringstream text;
+    app.exit(asked_for, text, text);
+    return Write(text.str()) ? kFine : BadCall(kCannotWrite);
   } catch (const CLI::ParseError& error) {
     return BadCall(WhyRefused(app, error));
   }
