@@ -2,16 +2,23 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
+#include <string_view>
 
 namespace kvl {
 
-struct Checksum {
-  std::uint32_t sum = 0;
-  std::uint64_t size = 0;
-};
+/// Of bytes that come piece by piece.
+class Checksum {
+ public:
+  void Add(std::string_view bytes);
 
-/// Of a file's contents. Throws KVLInsExceptionErrno "Cannot read " + path.
-Checksum ChecksumOf(const std::string& path);
+  /// How many bytes there were.
+  std::uint64_t Size() const { return size_; }
+  /// The sum of all bytes so far.
+  std::uint32_t Sum() const;
+
+ private:
+  std::uint32_t sum_ = 0;
+  std::uint64_t size_ = 0;
+};
 
 }  // namespace kvl

@@ -17,6 +17,7 @@
 #include "companion/plain_text.h"
 #include "companion/text_report.h"
 #include "companion/volume_size.h"
+#include "console/text.h"
 
 namespace {
 
@@ -119,17 +120,12 @@ void AddMake(CLI::App& app, MakeCall& call) {
   make->footer("Exit status: 0 done, 1 the media could not be written, 2 bad call.");
 }
 
-/// A path as it can be pasted into a shell.
+/// A path as it can be pasted into a shell, on one line.
 std::string Quoted(const std::string& path) {
-  std::string text = "'";
-  for (const char letter : path) {
-    if (letter == '\'') {
-      text += "'\\''";
-    } else {
-      text += letter;
-    }
-  }
-  return text + "'";
+  std::string text = kvl::ToOneLine(path);
+  const bool is_plain = text == path;
+  kvl::ReplaceAll(text, "'", is_plain ? "'\\''" : "\\'", 0);
+  return (is_plain ? "'" : "$'") + text + "'";
 }
 
 /// One line on a terminal, rewritten whenever its figures change.
@@ -167,10 +163,11 @@ int Make(MakeCall call) try {
                             line.Show(volume, done, in_all);
                           });
   }
-  const bool is_said = Write(
-      "Made a media with tag " + call.request.tag + ", layout " + made.layout + ", volumes: " +
-      std::to_string(made.volumes) + ".\nFirst volume: " + Quoted(made.first_volume) +
-      "\nStart it with: " + Quoted(made.first_volume + "/StartTUI.sh") + "\n");
+  const bool is_said =
+      Write("Made a media with tag " + kvl::ToOneLine(call.request.tag) + ", layout " +
+            made.layout + ", volumes: " + std::to_string(made.volumes) +
+            ".\nFirst volume: " + Quoted(made.first_volume) +
+            "\nStart it with: " + Quoted(made.first_volume + "/StartTUI.sh") + "\n");
   if (is_said) return kFine;
   BadCall("the media was made, but the message cannot be written");
   return kProblems;

@@ -1,31 +1,39 @@
 #include "companion/media_maker.h"
 
-#include <errno.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
-#include <fstream>
+#include <optional>
+#include <stdexcept>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "companion/checksum.h"
+#include "companion/open_tree.h"
+#include "companion/path_below.h"
+#include "companion/plain_text.h"
 #include "companion/start_script_text.h"
 #include "console/text.h"
-#include "insio/copy.h"
-#include "insio/create_dir.h"
 #include "insio/entry.h"
 #include "insio/exceptions.h"
-#include "insio/file_attributes.h"
-#include "insio/finder.h"
+#include "insio/open_directory.h"
 
 namespace kvl {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr unsigned kPlainMode = 644;
-constexpr unsigned kProgramMode = 755;
+using KVLInsIO::EntryState;
+using KVLInsIO::FileKind;
+using KVLInsIO::OpenDirectory;
+using KVLInsIO::OpenFile;
+
+constexpr char kStartScript[] = "StartTUI.sh";
+/// What takes a directory: the start script, which gets its name when all else is there.
+constexpr char kUnfinished[] = "StartTUI.sh.unfinished";
 
 std::string Absolute(const std::string& path) {
   std::string text = fs::absolute(path).lexically_normal().string();
@@ -46,22 +54,45 @@ void CheckIsPlainName(const std::string& name, const std::string& refusal) {
   throw CannotMake(refusal + name + " (letters, digits and ._+-, no \".\" or \"-\" in front)");
 }
 
-/// The size on a disc of a file that must be there.
-std::uint64_t SizeOf(const std::string& what, const std::string& path) {
+/// A file and what it was when the media was planned.
+struct PlannedFile {
+  OpenFile file;
+  EntryState state;
+};
+
+/// A file that must be there.
+PlannedFile PlanFile(const std::string& what, const std::string& path) {
   if (!KVLInsIO::IsRegularFile(path)) throw CannotMake("the " + what + " is not there: " + path);
-  return OnDisc(static_cast<std::uint64_t>(KVLInsIO::GetFileSize(path)));
+  OpenFile file(path);
+  const EntryState state = file.State();
+  return {std::move(file), state};
+}
+
+OpenDirectory PlanDirectory(const std::string& path) {
+  if (!fs::is_directory(path)) throw CannotMake("not a directory: " + path);
+  return OpenDirectory(path);
+}
+
+[[noreturn]] void RefuseAsNotEmpty(const OpenDirectory& directory) {
+  throw CannotMake("the directory is not empty: " + directory.Path());
+}
+
+void CheckIsEmpty(const OpenDirectory& directory) {
+  const std::vector<std::string> names = directory.Names();
+  if (std::binary_search(names.begin(), names.end(), kUnfinished)) {
+    throw CannotMake("another make is at work there, or was broken off: " + directory.Path());
+  }
+  if (!names.empty()) RefuseAsNotEmpty(directory);
 }
 
 void CheckDirectory(const std::string& directory) {
   struct stat status;
-  const bool is_there = ::lstat(directory.c_str(), &status) == 0;
-  if (is_there && !fs::is_directory(directory)) throw CannotMake("not a directory: " + directory);
-  if (is_there && (::access(directory.c_str(), R_OK | W_OK | X_OK) != 0)) {
+  if (::lstat(directory.c_str(), &status) != 0) return;
+  if (!fs::is_directory(directory)) throw CannotMake("not a directory: " + directory);
+  if (::access(directory.c_str(), R_OK | W_OK | X_OK) != 0) {
     throw CannotMake("no permission to write into: " + directory);
   }
-  if (is_there && !KVLInsIO::FindFirstFileExactly(directory, KVLInsIO::kDirectoryOrFile).AtEnd()) {
-    throw CannotMake("the directory is not empty: " + directory);
-  }
+  CheckIsEmpty(OpenDirectory(directory));
 }
 
 /// `what` names the source in the message.
@@ -81,35 +112,80 @@ std::string XmlText(std::string text) {
   return text;
 }
 
-/// Modes are set in so many words, so that the caller's umask does not decide who can read a media.
-void MakeDirectory(const std::string& path) {
-  if (KVLInsIO::Exists(path)) return;
-  const std::string parent = fs::path(path).parent_path();
-  if (!parent.empty()) MakeDirectory(parent);
-  KVLInsIO::CreateDirExactly(path);
-  KVLInsIO::Chmod(path, kProgramMode);
+/// The tag stands in the markers as it is, and in a file of XML.
+void CheckTag(const std::string& tag) {
+  if (tag.empty()) throw CannotMake("--tag must not be empty");
+  std::string text = tag;
+  std::erase(text, '\\');
+  const bool is_plain = ToOneLine(text) == text;
+  const bool has_noncharacter = text.find("\xEF\xBF\xBE") != std::string::npos ||
+                                text.find("\xEF\xBF\xBF") != std::string::npos;
+  if (!is_plain || has_noncharacter) {
+    throw CannotMake("--tag must be one line of UTF-8 without control characters: " + tag);
+  }
 }
 
-void WriteFile(const std::string& path, const std::string& text, unsigned mode) {
-  std::ofstream file(path, std::ios::binary);
-  file << text;
-  file.close();
-  if (!file) throw KVLInsIO::KVLInsException("Cannot write into " + path);
-  KVLInsIO::Chmod(path, mode);
+/// Opens the directory, and makes what is missing on the way there.
+OpenDirectory MakeTop(const std::string& path) {
+  fs::path existing = path;
+  std::vector<std::string> missing;
+  for (; existing.has_relative_path() && !KVLInsIO::Exists(existing);
+       existing = existing.parent_path()) {
+    missing.push_back(existing.filename());
+  }
+  OpenDirectory directory(existing);
+  for (; !missing.empty(); missing.pop_back()) directory = directory.MakeDirectory(missing.back());
+  return directory;
 }
 
-void CopyProgram(const std::string& source, const std::string& destination) {
-  KVLInsIO::CopyFile(source, destination);
-  KVLInsIO::Chmod(destination, kProgramMode);
+/// Of two that want the directory at once, one gets it.
+void Take(const OpenDirectory& directory, const std::string& start_script) {
+  CheckIsEmpty(directory);
+  try {
+    directory.WriteFile(kUnfinished, start_script, FileKind::kProgram);
+  } catch (const KVLInsIO::KVLInsException&) {  // it could not be made
+    CheckIsEmpty(directory);
+    throw;
+  }
+  if (directory.Names().size() == 1) return;
+  directory.Delete(kUnfinished);  // somebody was faster, and is done already
+  RefuseAsNotEmpty(directory);
+}
+
+[[noreturn]] void RefuseAsChanged(const std::string& path) {
+  throw std::runtime_error("changed since the media was planned: " + path);
+}
+
+bool IsProgram(const EntryState& state) {
+  return (state.mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0;
+}
+
+/// Copies what was planned, not a byte more, or throws.
+Checksum CopyPlanned(const PlannedFile& planned, const OpenDirectory& directory,
+                     const std::string& name, FileKind kind) {
+  const auto refuse_unless = [&planned](bool is_as_planned) {
+    if (!is_as_planned) RefuseAsChanged(planned.file.Path());
+  };
+  Checksum checksum;
+  refuse_unless(planned.file.State() == planned.state);
+  directory.CopyFile(planned.file, name, kind, [&](std::string_view bytes) {
+    checksum.Add(bytes);
+    refuse_unless(checksum.Size() <= planned.state.size);
+  });
+  refuse_unless(checksum.Size() == planned.state.size && planned.file.State() == planned.state);
+  return checksum;
 }
 
 /// A copy that everybody can read, and execute when somebody could execute the source.
-void CopyReadable(const std::string& source, const std::string& destination) {
-  KVLInsIO::CopyFile(source, destination);
-  struct stat status;
-  const bool is_program =
-      ::stat(source.c_str(), &status) == 0 && (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0;
-  KVLInsIO::Chmod(destination, is_program ? kProgramMode : kPlainMode);
+Checksum CopyEntry(const PayloadEntry& entry, OpenTree& from, const OpenDirectory& directory,
+                   const std::string& new_name) {
+  const Place place(entry.name);
+  const OpenDirectory& source = from.At(place.directory);
+  if (source.Look(place.name) != entry.state) {
+    RefuseAsChanged(PathBelow(source.Path(), place.name));
+  }
+  return CopyPlanned({source.File(place.name), entry.state}, directory, new_name,
+                     IsProgram(entry.state) ? FileKind::kProgram : FileKind::kPlain);
 }
 
 class Maker {
@@ -117,35 +193,49 @@ class Maker {
   Maker(const MediaMakeRequest& request, const Progress& progress)
       : request_(request), progress_(progress) {}
 
+  /// What makes a media whole comes last, in one step.
   MadeMedia Run() {
-    Plan();
+    PlanOrRefuse();
+    top_.emplace(MakeTop(top_path_));
+    Take(*top_, StartScript("\"$@\""));
+    media_.emplace(*top_, OpenTree::Missing::kIsMade);
     for (std::size_t i = 1; i <= volumes_.size(); ++i) WriteVolume(i);
     WriteFirstVolume();
-    return {layout_, volumes_.size(), VolumeDirectory(1)};
+    top_->Rename(kUnfinished, media_->At(VolumeDirectory(1)), kStartScript);
+    return {layout_, volumes_.size(), media_->At(VolumeDirectory(1)).Path()};
   }
 
  private:
-  void Plan() {
-    if (request_.tag.empty()) throw CannotMake("--tag must not be empty");
-    if (request_.tag.find_first_of("\n\r") != std::string::npos) {
-      throw CannotMake("--tag must not hold a line break");
+  /// What the library cannot look at is as good a reason as any other.
+  void PlanOrRefuse() {
+    try {
+      Plan();
+    } catch (const CannotMake&) {
+      throw;
+    } catch (const std::runtime_error& failure) {
+      std::string text = failure.what();
+      if (text.ends_with('\n')) text.pop_back();
+      throw CannotMake(text);
     }
+  }
+
+  void Plan() {
+    CheckTag(request_.tag);
     CheckIsPlainName(request_.os_name, "--os: no plain name: ");
     installer_name_ = fs::path(request_.installer).filename();
-    const std::uint64_t programs =
-        SizeOf("installer", request_.installer) + SizeOf("launcher", request_.launcher);
+    installer_.emplace(PlanFile("installer", request_.installer));
+    launcher_.emplace(PlanFile("launcher", request_.launcher));
     CheckIsPlainName(installer_name_, "--installer: no plain name: ");
     if (installer_name_ == kLauncherName) {
       throw CannotMake("--installer: the launcher has this name on the media: " + installer_name_);
     }
-    if (!fs::is_directory(request_.payload)) {
-      throw CannotMake("not a directory: " + request_.payload);
-    }
-    top_ = Absolute(request_.directory);
-    CheckDirectory(top_);
-    CheckIsOutside(top_, "the payload", request_.payload);
+    payload_.emplace(PlanDirectory(request_.payload));
+    top_path_ = Absolute(request_.directory);
+    CheckDirectory(top_path_);
+    CheckIsOutside(top_path_, "the payload", request_.payload);
     PlanInst();
-    PlanVolumes(programs + kTextsOfTheFirstVolume);
+    PlanVolumes(OnDisc(installer_->state.size) + OnDisc(launcher_->state.size) +
+                kTextsOfTheFirstVolume);
     ChooseLayout();
   }
 
@@ -153,16 +243,18 @@ class Maker {
 
   void PlanInst() {
     if (request_.inst.empty()) return;
-    if (!fs::is_directory(request_.inst)) throw CannotMake("not a directory: " + request_.inst);
-    CheckIsOutside(top_, "the directory for inst", request_.inst);
-    inst_ = ListPayload(request_.inst);
+    inst_source_.emplace(PlanDirectory(request_.inst));
+    CheckIsOutside(top_path_, "the directory for inst", request_.inst);
+    inst_ = ListPayload(*inst_source_);
     const std::string programs = Programs() + "/";
+    const std::vector<std::string> own = {programs + installer_name_, programs + kLauncherName,
+                                          kNumberOfVolumes, PathBelow(kCommon, "")};
     for (const PayloadEntry& entry : inst_) {
-      for (const std::string& own :
-           {programs + installer_name_, programs + kLauncherName, std::string(kNumberOfVolumes)}) {
-        if (entry.name == own) {
-          throw CannotMake("this is put into inst anyway: " + request_.inst + "/" + own);
-        }
+      const bool is_own = std::any_of(own.begin(), own.end(), [&](const std::string& path) {
+        return path == entry.name || (!entry.is_directory && path.starts_with(entry.name + "/"));
+      });
+      if (is_own) {
+        throw CannotMake("this is put into inst anyway: " + PathBelow(request_.inst, entry.name));
       }
     }
   }
@@ -172,17 +264,11 @@ class Maker {
       first_bytes += entry.is_directory ? kDiscBlock : OnDisc(entry.size);
     }
     volumes_ = request_.is_presorted
-                   ? PresortedPayload(request_.payload, request_.volume_size, first_bytes)
-                   : SplitPayload(ListPayload(request_.payload), request_.volume_size, first_bytes);
+                   ? PresortedPayload(*payload_, request_.volume_size, first_bytes)
+                   : SplitPayload(ListPayload(*payload_), request_.volume_size, first_bytes);
     for (const std::vector<PayloadEntry>& volume : volumes_) {
       for (const PayloadEntry& entry : volume) bytes_in_all_ += entry.size;
     }
-  }
-
-  /// What the names of a volume's entries are relative to.
-  std::string SourceOf(std::size_t volume) const {
-    return request_.is_presorted ? request_.payload + "/" + std::to_string(volume)
-                                 : request_.payload;
   }
 
   void ChooseLayout() {
@@ -198,78 +284,101 @@ class Maker {
     }
   }
 
+  /// Below the top.
   std::string VolumeDirectory(std::size_t volume) const {
     const std::string number = std::to_string(volume);
-    if (layout_ == "sibling") return top_ + "/" + number;
-    if (layout_ == "am") return top_ + "/" + number + "/media/" + number;
-    return top_;
+    if (layout_ == "sibling") return number;
+    if (layout_ == "am") return PathBelow(number, PathBelow("media", number));
+    return "";
   }
 
-  static void WriteMarker(const std::string& directory, const std::string& number,
-                          const std::string& tag) {
-    WriteFile(directory + "/" + number + ".txt", "Volume marker\nMTBDIR=" + tag + "\n", kPlainMode);
+  /// A path below the top of the media.
+  std::string InVolume(std::size_t volume, const std::string& path) const {
+    const std::string directory = VolumeDirectory(volume);
+    return directory.empty() ? path : PathBelow(directory, path);
   }
 
+  void Write(const std::string& path, const std::string& text, FileKind kind = FileKind::kPlain) {
+    const Place place(path);
+    media_->At(place.directory).WriteFile(place.name, text, kind);
+  }
+
+  static std::string Marker(const std::string& tag) {
+    return "Volume marker\nMTBDIR=" + tag + "\n";
+  }
+
+  /// The markers come last: until then the volume is missing.
   void WriteVolume(std::size_t volume) {
     const std::string number = std::to_string(volume);
-    const std::string directory = VolumeDirectory(volume);
-    const std::string payload = directory + "/payload/" + number;
-    MakeDirectory(payload);
-    WriteMarker(directory, number, request_.tag);
-    if (layout_ == "am") WriteMarker(top_ + "/" + number, number, request_.tag + "-AM");
-    std::string list;
-    for (const PayloadEntry& entry : volumes_[volume - 1]) {
-      const std::string path = payload + "/" + entry.name;
-      if (entry.is_directory) {
-        MakeDirectory(path);
-        continue;
-      }
-      progress_(volume, bytes_done_, bytes_in_all_);
-      list += WritePayloadFile(SourceOf(volume) + "/" + entry.name, entry.name, path);
-      bytes_done_ += entry.size;
-    }
-    WriteFile(payload + ".cksum", list, kPlainMode);
+    const std::string payload = InVolume(volume, "payload/" + number);
+    media_->At(payload);
+    const std::string list = WritePayload(volume, payload);
+    Write(payload + ".cksum", list);
     std::size_t begin = 0;
     for (std::size_t end; (end = list.find('\n', begin)) != std::string::npos; begin = end + 1) {
       all_files_ += number + " " + list.substr(begin, end + 1 - begin);
     }
+    const std::string marker = number + ".txt";
+    if (layout_ == "am") Write(PathBelow(number, marker), Marker(request_.tag + "-AM"));
+    Write(InVolume(volume, marker), Marker(request_.tag));
   }
 
-  /// Returns its line in the list.
-  static std::string WritePayloadFile(const std::string& source, const std::string& name,
-                                      const std::string& path) {
-    CopyReadable(source, path);
-    const Checksum checksum = ChecksumOf(path);
-    return std::to_string(checksum.sum) + " " + std::to_string(checksum.size) + " ./" + name + "\n";
-  }
-
-  void WriteFirstVolume() const {
-    const std::string directory = VolumeDirectory(1);
-    const std::string inst = directory + "/inst/";
-    const std::string programs = inst + Programs();
-    MakeDirectory(programs);
-    MakeDirectory(inst + "common");
-    for (const PayloadEntry& entry : inst_) {
+  /// Returns the list of its files.
+  std::string WritePayload(std::size_t volume, const std::string& payload) {
+    std::optional<OpenDirectory> presorted;
+    if (request_.is_presorted) presorted.emplace(payload_->Directory(std::to_string(volume)));
+    OpenTree from(presorted ? *presorted : *payload_, OpenTree::Missing::kFails);
+    std::string list;
+    for (const PayloadEntry& entry : volumes_[volume - 1]) {
+      const std::string path = PathBelow(payload, entry.name);
       if (entry.is_directory) {
-        MakeDirectory(inst + entry.name);
+        media_->At(path);
+        continue;
+      }
+      progress_(volume, bytes_done_, bytes_in_all_);
+      const Place place(path);
+      const Checksum checksum = CopyEntry(entry, from, media_->At(place.directory), place.name);
+      list += std::to_string(checksum.Sum()) + " " + std::to_string(checksum.Size()) + " ./" +
+              entry.name + "\n";
+      bytes_done_ += entry.size;
+    }
+    return list;
+  }
+
+  /// What the installer needs, which lies there in directories of its own.
+  void WriteInst(const std::string& inst) {
+    if (!inst_source_) return;
+    OpenTree from(*inst_source_, OpenTree::Missing::kFails);
+    for (const PayloadEntry& entry : inst_) {
+      const std::string path = PathBelow(inst, entry.name);
+      const Place place(path);
+      if (entry.is_directory) {
+        media_->At(path);
       } else {
-        CopyReadable(request_.inst + "/" + entry.name, inst + entry.name);
+        CopyEntry(entry, from, media_->At(place.directory), place.name);
       }
     }
-    CopyProgram(request_.installer, programs + "/" + installer_name_);
-    CopyProgram(request_.launcher, programs + "/" + kLauncherName);
+  }
+
+  void WriteFirstVolume() {
+    const std::string inst = InVolume(1, "inst");
+    const std::string programs = PathBelow(inst, Programs());
+    media_->At(PathBelow(inst, kCommon));
+    WriteInst(inst);
     const std::string count = std::to_string(volumes_.size());
-    WriteFile(inst + kNumberOfVolumes, count + "\n", kPlainMode);
-    WriteFile(directory + "/media.db", all_files_, kPlainMode);
-    WriteFile(directory + "/media.xml",
-              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<media tag=\"" + XmlText(request_.tag) +
-                  "\" system=\"" + request_.os_name + "\" volumes=\"" + count + "\"/>\n",
-              kPlainMode);
-    WriteFile(directory + "/meta.TOCxml", Contents(), kPlainMode);
-    WriteFile(directory + "/StartTUI.sh",
-              StartScriptText(request_.os_name, installer_name_, "\"$@\""), kProgramMode);
-    WriteFile(directory + "/StartGUI.sh",
-              StartScriptText(request_.os_name, installer_name_, "-UI \"$@\""), kProgramMode);
+    Write(PathBelow(inst, kNumberOfVolumes), count + "\n");
+    Write(InVolume(1, "media.db"), all_files_);
+    Write(InVolume(1, "media.xml"), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<media tag=\"" +
+                                        XmlText(request_.tag) + "\" system=\"" + request_.os_name +
+                                        "\" volumes=\"" + count + "\"/>\n");
+    Write(InVolume(1, "meta.TOCxml"), Contents());
+    Write(InVolume(1, "StartGUI.sh"), StartScript("-UI \"$@\""), FileKind::kProgram);
+    CopyPlanned(*launcher_, media_->At(programs), kLauncherName, FileKind::kProgram);
+    CopyPlanned(*installer_, media_->At(programs), installer_name_, FileKind::kProgram);
+  }
+
+  std::string StartScript(const std::string& arguments) const {
+    return StartScriptText(request_.os_name, installer_name_, arguments);
   }
 
   std::string Contents() const {
@@ -285,18 +394,25 @@ class Maker {
   /// Scripts, descriptions, directories; the table of contents grows with the volumes.
   static constexpr std::uint64_t kTextsOfTheFirstVolume = 64 * kDiscBlock;
   static constexpr char kLauncherName[] = "kvl-launcher";
+  static constexpr char kCommon[] = "common";
   static constexpr char kNumberOfVolumes[] = "volumes.txt";
 
   const MediaMakeRequest& request_;
   const Progress& progress_;
-  std::string top_;
+  std::string top_path_;
   std::string layout_;
   std::string installer_name_;
-  std::vector<PayloadEntry> inst_;  // what comes from elsewhere
+  std::optional<PlannedFile> installer_;
+  std::optional<PlannedFile> launcher_;
+  std::optional<OpenDirectory> payload_;
+  std::optional<OpenDirectory> inst_source_;
+  std::vector<PayloadEntry> inst_;  // what comes from there
   std::vector<std::vector<PayloadEntry>> volumes_;
   std::uint64_t bytes_in_all_ = 0;
   std::uint64_t bytes_done_ = 0;
   std::string all_files_;
+  std::optional<OpenDirectory> top_;
+  std::optional<OpenTree> media_;
 };
 
 }  // namespace

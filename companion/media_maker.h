@@ -39,9 +39,15 @@ using Progress =
     std::function<void(std::size_t volume, std::uint64_t bytes_done, std::uint64_t bytes_in_all)>;
 
 /// Volume i holds payload/i, what has been put on it, beside payload/i.cksum. Files get the modes 644
-/// and 755, whatever the umask and those of the payload, and keep their times.
-/// Throws CannotMake before anything is written, what the library throws when something cannot be
-/// written; what has been written by then stays.
+/// and 755, whatever the umask and those of the payload, and keep their times. Names are taken as they
+/// are, and no link, name or race leads out of the directory, or elsewhere than into the payload.
+///
+/// The directory is taken with one step, so that of two who want it at once one is refused. What is
+/// written is what was planned. StartTUI.sh comes last: before, the media is not whole.
+///
+/// Throws CannotMake before anything is written; what the library throws when something cannot be
+/// read or written, and std::runtime_error when a file has changed since. What has been written by
+/// then stays.
 MadeMedia MakeMedia(const MediaMakeRequest& request, const Progress& progress);
 
 }  // namespace kvl

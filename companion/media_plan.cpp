@@ -1,18 +1,18 @@
 #include "companion/media_plan.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <set>
-#include <string_view>
 
+#include "companion/open_tree.h"
+#include "companion/path_below.h"
 #include "companion/tree_survey.h"
-#include "insio/finder.h"
 
 namespace kvl {
 namespace {
+
+using KVLInsIO::OpenDirectory;
 
 /// Room for the marker, its directories, and the beginnings of the payload's own.
 constexpr std::uint64_t kVolumeFrame = 6 * kDiscBlock;
@@ -25,7 +25,7 @@ std::uint64_t LineLength(const PayloadEntry& entry) {
 
 class Lister {
  public:
-  explicit Lister(const std::string& top) : top_(top) {}
+  explicit Lister(const OpenDirectory& top) : tree_(top, OpenTree::Missing::kFails) {}
 
   std::vector<PayloadEntry> Run() {
     ListBelow("");
@@ -33,43 +33,40 @@ class Lister {
   }
 
  private:
-  void ListBelow(const std::string& prefix) {
-    std::vector<std::string> names;
-    const std::string directory = top_ + "/" + prefix;
-    const bool is_whole = KVLInsIO::ForEachName(directory, [&](std::string_view name) {
-      if (name != "." && name != "..") names.emplace_back(name);
-    });
-    if (!is_whole) throw CannotMake("cannot list the directory: " + directory);
-    std::sort(names.begin(), names.end());
-    for (const std::string& name : names) Take(prefix + name, name);
+  /// Looks at a whole level before it goes down, so that one directory is open at a time.
+  void ListBelow(const std::string& path) {
+    const std::string prefix = path.empty() ? "" : path + "/";
+    std::vector<PayloadEntry> level;
+    const OpenDirectory& directory = tree_.At(path);
+    for (const std::string& name : directory.Names()) {
+      level.push_back(LookAt(directory, name, prefix + name));
+    }
+    for (const PayloadEntry& entry : level) {
+      entries_.push_back(entry);
+      if (entry.is_directory) ListBelow(entry.name);
+    }
   }
 
-  void Take(const std::string& path, const std::string& name) {
-    const std::string full = top_ + "/" + path;
-    struct stat status;
-    if (::lstat(full.c_str(), &status) != 0) throw CannotMake("cannot read: " + full);
+  static PayloadEntry LookAt(const OpenDirectory& directory, const std::string& name,
+                             const std::string& path) {
+    const KVLInsIO::EntryState state = directory.Look(name);
+    const std::string full = PathBelow(directory.Path(), name);
     if (name.find_first_of("\n\r") != std::string::npos) {
       throw CannotMake("a name with a line break cannot be listed: " + full);
     }
     if (name.size() > kLongestDiscName) {
       throw CannotMake("a name is too long for a disc: " + full);
     }
-    if (S_ISLNK(status.st_mode)) {
+    if (S_ISLNK(state.mode)) {
       throw CannotMake("a link could be torn from what it leads to: " + full);
     }
-    const bool is_directory = S_ISDIR(status.st_mode);
-    if (!is_directory && !S_ISREG(status.st_mode)) {
-      throw CannotMake("neither a file nor a directory: " + full);
-    }
-    if (::faccessat(AT_FDCWD, full.c_str(), R_OK, AT_EACCESS) != 0) {
-      throw CannotMake("cannot read: " + full);
-    }
-    entries_.push_back(
-        {path, is_directory, is_directory ? 0 : static_cast<std::uint64_t>(status.st_size)});
-    if (is_directory) ListBelow(path + "/");
+    if (S_ISDIR(state.mode)) return {path, /*is_directory=*/true, 0, state};
+    if (!S_ISREG(state.mode)) throw CannotMake("neither a file nor a directory: " + full);
+    directory.File(name);  // so that nothing is written when one of them cannot be read
+    return {path, /*is_directory=*/false, state.size, state};
   }
 
-  std::string top_;
+  OpenTree tree_;
   std::vector<PayloadEntry> entries_;
 };
 
@@ -78,30 +75,20 @@ bool IsVolumeNumber(const std::string& name) {
   return name.front() != '0' && name.find_first_not_of("0123456789") == std::string::npos;
 }
 
-bool IsDirectory(const std::string& path) {
-  struct stat status;
-  return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
 /// The numbers for which `directory` holds a directory: 1, 2, ... up to the result.
-std::size_t CountPresorted(const std::string& directory) {
-  std::set<std::string> names;
-  const bool is_whole = KVLInsIO::ForEachName(directory, [&](std::string_view name) {
-    if (name != "." && name != "..") names.emplace(name);
-  });
-  if (!is_whole) throw CannotMake("cannot list the directory: " + directory);
-  const std::string prefix = directory + "/";
+std::size_t CountPresorted(const OpenDirectory& directory) {
+  const std::vector<std::string> names = directory.Names();
   for (const std::string& name : names) {
-    const std::string path = prefix + name;
-    if (!IsVolumeNumber(name) || !IsDirectory(path)) {
-      throw CannotMake("a presorted payload holds directories 1, 2, ... and nothing else: " + path);
+    if (!IsVolumeNumber(name) || !S_ISDIR(directory.Look(name).mode)) {
+      throw CannotMake("a presorted payload holds directories 1, 2, ... and nothing else: " +
+                       PathBelow(directory.Path(), name));
     }
   }
   std::size_t count = 0;
-  while (names.contains(std::to_string(count + 1))) ++count;
+  while (std::binary_search(names.begin(), names.end(), std::to_string(count + 1))) ++count;
   if (count == 0 || count < names.size()) {
     throw CannotMake("a presorted payload without a directory " + std::to_string(count + 1) + ": " +
-                     directory);
+                     directory.Path());
   }
   return count;
 }
@@ -158,7 +145,7 @@ class Volume {
     list_bytes_ += LineLength(entry);
     for (const std::string& directory : directories) {
       directories_.insert(directory);
-      entries_.push_back({directory, /*is_directory=*/true, 0});
+      entries_.push_back({directory, /*is_directory=*/true, 0, {}});
     }
     if (!entry.is_directory) entries_.push_back(entry);
   }
@@ -197,7 +184,7 @@ Volume FirstVolume(std::uint64_t most_bytes, std::uint64_t other_bytes) {
 
 }  // namespace
 
-std::vector<PayloadEntry> ListPayload(const std::string& directory) {
+std::vector<PayloadEntry> ListPayload(const OpenDirectory& directory) {
   return Lister(directory).Run();
 }
 
@@ -226,7 +213,7 @@ std::vector<std::vector<PayloadEntry>> SplitPayload(const std::vector<PayloadEnt
   return volumes;
 }
 
-std::vector<std::vector<PayloadEntry>> PresortedPayload(const std::string& directory,
+std::vector<std::vector<PayloadEntry>> PresortedPayload(const OpenDirectory& directory,
                                                         std::uint64_t most_bytes,
                                                         std::uint64_t first_bytes) {
   const std::size_t count = CountPresorted(directory);
@@ -234,7 +221,7 @@ std::vector<std::vector<PayloadEntry>> PresortedPayload(const std::string& direc
   std::vector<std::vector<PayloadEntry>> volumes;
   std::uint64_t list_of_all = 0;
   for (std::size_t i = 1; i <= count; ++i) {
-    volumes.push_back(ListPayload(directory + "/" + std::to_string(i)));
+    volumes.push_back(ListPayload(directory.Directory(std::to_string(i))));
     list_of_all += ListLength(volumes.back());
   }
   for (std::size_t i = 1; i <= count; ++i) {
@@ -247,8 +234,9 @@ std::vector<std::vector<PayloadEntry>> PresortedPayload(const std::string& direc
       volume.TakeAnyway(entry);
     }
     if (!fits) {
-      RefuseAsTooLarge("more than a volume holds: " + directory + "/" + std::to_string(i),
-                       volume.Bytes());
+      RefuseAsTooLarge(
+          "more than a volume holds: " + PathBelow(directory.Path(), std::to_string(i)),
+          volume.Bytes());
     }
   }
   return volumes;

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "insio/open_directory.h"
+
 namespace kvl {
 
 /// A call that makes no sense, or a payload that cannot be put on a media; the text says why.
@@ -18,12 +20,13 @@ struct PayloadEntry {
   std::string name;  ///< its path in the payload, without "/" in front
   bool is_directory = false;
   std::uint64_t size = 0;
+  KVLInsIO::EntryState state = {};  ///< as it was when it was listed
 };
 
 /// Everything below the directory, sorted by name, a directory before what lies in it.
 /// Throws CannotMake for a link, a pipe, a socket, a device, a name with a line break or too long for
-/// a disc, and for what cannot be read.
-std::vector<PayloadEntry> ListPayload(const std::string& directory);
+/// a disc, and for what cannot be read; what OpenDirectory throws for what cannot be looked at.
+std::vector<PayloadEntry> ListPayload(const KVLInsIO::OpenDirectory& directory);
 
 /// A file takes whole blocks of a disc, and a directory one.
 inline constexpr std::uint64_t kDiscBlock = 2048;
@@ -45,7 +48,7 @@ std::vector<std::vector<PayloadEntry>> SplitPayload(const std::vector<PayloadEnt
 /// own, with the same sizes as above.
 /// Throws CannotMake when anything else lies there or a number is missing, when a volume holds too
 /// much, and as ListPayload and SplitPayload do.
-std::vector<std::vector<PayloadEntry>> PresortedPayload(const std::string& directory,
+std::vector<std::vector<PayloadEntry>> PresortedPayload(const KVLInsIO::OpenDirectory& directory,
                                                         std::uint64_t most_bytes,
                                                         std::uint64_t first_bytes);
 

@@ -1,0 +1,36 @@
+// Going about in a tree, by names, from a directory that is held open.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "insio/open_directory.h"
+
+namespace kvl {
+
+/// The last directory stays open, so that one entry after the other of it costs no way there.
+class OpenTree {
+ public:
+  enum class Missing { kFails, kIsMade };
+
+  /// `missing` is for directories below the top, which must outlive the tree.
+  OpenTree(const KVLInsIO::OpenDirectory& top, Missing missing) : top_(top), missing_(missing) {}
+
+  /// The directory at a path of names below the top, such as "a/b"; the empty one is the top. It stays
+  /// open until the next call. Throws as OpenDirectory does.
+  const KVLInsIO::OpenDirectory& At(const std::string& path);
+
+ private:
+  const KVLInsIO::OpenDirectory& top_;
+  Missing missing_;
+  std::optional<KVLInsIO::OpenDirectory> here_;
+  std::string path_;  // of `here_`
+};
+
+/// A path as the directory and the name in it.
+struct Place {
+  explicit Place(const std::string& path);
+  std::string directory, name;
+};
+
+}  // namespace kvl
