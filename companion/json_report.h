@@ -31,6 +31,9 @@ namespace kvl {
 ///   findings        code, severity ("error" or "warning"), path (may be empty), text, remedy
 ///   further         by code, how many findings there are beyond the 100 that are listed
 ///
+/// A tag of more than 256 bytes is Shortened to them, as is a variable or a message of more than
+/// 131072 bytes, which the system would hand to no program.
+///
 /// All is UTF-8. Every text is written as ToOneLine does it, before JSON's own rules, so that its
 /// bytes can be told exactly and none of them moves a terminal that shows the report.
 std::string JsonReport(const MediaReport& report);

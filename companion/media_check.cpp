@@ -4,13 +4,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <exception>
 #include <filesystem>
 #include <set>
-#include <sstream>
 #include <stdexcept>
+#include <string_view>
 
 #include "companion/disc_access.h"
+#include "companion/installer_variables.h"
 #include "companion/program_head.h"
 #include "companion/special_file.h"
 #include "companion/start_check.h"
@@ -33,32 +35,12 @@ namespace kvl {
 namespace {
 
 using KVLInsIO::InsPath;
-using Variables = std::map<std::string, std::string>;
 
 constexpr int kAbortStatus = 134;        // as a shell shows a death by signal 6
 constexpr int kCannotStartStatus = 255;  // what the system makes of -1
 constexpr int kEmptyScriptStatus = 0;
 constexpr char kIdentifier[] = "<identifier>";
 constexpr char kLauncherName[] = "kvl-launcher";
-
-Variables AllVariables() {
-  Variables all;
-  for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
-    const std::string text = *entry;
-    const std::size_t equals = text.find('=');
-    if (equals != std::string::npos) all.emplace(text.substr(0, equals), text.substr(equals + 1));
-  }
-  return all;
-}
-
-Variables Changes(const Variables& before, const Variables& after) {
-  Variables changes;
-  for (const auto& [name, value] : after) {
-    const auto old = before.find(name);
-    if (old == before.end() || old->second != value) changes.emplace(name, value);
-  }
-  return changes;
-}
 
 std::string FirstSet(const std::string& option, const char* variable, const std::string& script) {
   if (!option.empty()) return option;
@@ -93,8 +75,6 @@ class MediaCheck {
       }
       LookThroughTrees();
     }
-    std::istringstream lines(messages_);
-    for (std::string line; std::getline(lines, line);) report_.messages.push_back(line);
     return std::move(report_);
   }
 
@@ -113,6 +93,15 @@ class MediaCheck {
   void Add(const char* code, Severity severity, const std::string& path, const std::string& text,
            const std::string& remedy) {
     report_.findings.Add({code, severity, path, text, remedy});
+  }
+
+  /// It may have several lines.
+  void TakeMessage(std::string_view message) {
+    while (!message.empty()) {
+      const std::string_view line = message.substr(0, message.find('\n'));
+      report_.messages.push_back(ShownText(line));
+      message.remove_prefix(std::min(line.size() + 1, message.size()));
+    }
   }
 
   bool ReadArguments() {
@@ -243,8 +232,7 @@ class MediaCheck {
 
   void Scan() {
     // After a run that has ended the volumes are only looked at for the findings.
-    std::string unheard;
-    Logger quiet(unheard);
+    Logger quiet([](std::string_view) {});
     report_.volumes_looked_for = !state_.SoftMgt && GetEnv(variables::kOnlineRepository).empty();
     const VolumesFile file = CheckVolumesFile(state_.MediaDir, report_.findings);
     try {
@@ -312,6 +300,7 @@ class MediaCheck {
     report_.command = SplitCommand(InstallerCommand(state_.InstallerPath, state_.PassThroughArgs));
     report_.variables = Changes(before_, AllVariables());
     CheckCommand();
+    if (AddTooLongVariables(report_.findings)) End(Expectation::kCannotStart, kCannotStartStatus);
     CheckPaths();
     if (!IsFileToStart()) {
       End(Expectation::kCannotStart, kCannotStartStatus);
@@ -459,8 +448,7 @@ class MediaCheck {
   LauncherState state_;
   FileStart start_script_;
   bool is_first_volume_ = true;  // until it is clear that it is none
-  std::string messages_;
-  Logger logger_{messages_};
+  Logger logger_{[this](std::string_view message) { TakeMessage(message); }};
   MediaReport report_;
 };
 

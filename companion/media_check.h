@@ -51,6 +51,10 @@ struct MediaReport {
   std::map<std::string, std::string> variables;  ///< that the launcher sets or changes
 
   Findings findings;
+
+  /// A longer message or value of a variable is Shortened to kShortText.
+  static constexpr std::size_t kLongestText = 131'072;
+  static constexpr std::size_t kShortText = 256;
 };
 
 struct MediaCheckRequest {

@@ -46,7 +46,7 @@ struct Marker {
     error = read.error;
   }
 
-  std::string_view State(const std::string& wanted) const {
+  std::string_view State(std::string_view wanted) const {
     if (!tag.empty()) return tag == wanted ? kFound : kOtherTag;
     if (error == 0) return kNoTag;
     return IsAboutThePath(error) && !KVLInsIO::Exists(path) ? kMissing : kUnreadable;
@@ -54,7 +54,7 @@ struct Marker {
 };
 
 /// A tag may have a million bytes, and there may be a thousand of them.
-std::string ShortTag(const std::string& tag) {
+std::string ShortTag(std::string_view tag) {
   return Shortened(tag, VolumeReport::kLongestTag);
 }
 
@@ -68,7 +68,7 @@ class VolumeCheck {
     if (count <= 1) return std::move(report_);
     const Marker first(Join(media_dir_.Str(), MarkerName(1)).Str());
     wanted_ = first.tag;
-    report_.tag = ShortTag(wanted_);
+    report_.tag = ShortTag(first.tag);
     Record(1, media_dir_, first);
     if (wanted_.empty()) return std::move(report_);  // the launcher looks no further, either
     if (scan_.layout == Layout::kNone) LookForAmMarker();
@@ -102,9 +102,20 @@ class VolumeCheck {
   }
 
   void LookAt(VolumeNumber i) {
+    LookWhereItIsNot(i);
     const Place place = PlaceOf(i);
     if (!place.am_directory.IsEmpty() && !LookAtAmVolume(i, place)) return;
     Record(i, place.directory, Marker(Join(place.directory.Str(), MarkerName(i)).Str()));
+  }
+
+  /// A marker that could not be read in a layout that is tried before may be why another one is taken.
+  void LookWhereItIsNot(VolumeNumber i) {
+    const auto look_in = [&](const InsPath& directory) {
+      const Marker marker(Join(directory.Str(), MarkerName(i)).Str());
+      AddUnseen(marker.path, marker.error, Severity::kWarning, findings_);
+    };
+    if (scan_.layout != Layout::kFlat) look_in(media_dir_);
+    if (IsInAmVolumes()) look_in(Join(media_dir_.Parent().Str(), std::to_string(i)));
   }
 
   /// False when the AM volume is not as it should be, so that nobody looks into it.
@@ -124,7 +135,7 @@ class VolumeCheck {
     if (state != kFound) AddFinding("volume " + std::to_string(i), marker, wanted_);
   }
 
-  void AddFinding(const std::string& volume, const Marker& marker, const std::string& wanted) {
+  void AddFinding(const std::string& volume, const Marker& marker, std::string_view wanted) {
     if (AddUnseen(marker.path, marker.error, Severity::kWarning, findings_)) return;
     const std::string_view state = marker.State(wanted);
     const auto warn = [&](const char* code, const std::string& text, const std::string& remedy) {
@@ -200,7 +211,7 @@ class VolumeCheck {
   const InsPath& media_dir_;
   const ScanOutcome& scan_;
   Findings& findings_;
-  std::string wanted_;  // the tag of volume 1
+  std::string_view wanted_;  // the tag of volume 1, while it is needed
   VolumeReport report_;
 };
 
@@ -215,8 +226,9 @@ VolumesFile CheckVolumesFile(const InsPath& media_dir, Findings& findings) {
   const int missing = WhyNotAllowed(path, F_OK);
   if (AddUnseen(path, missing, Severity::kWarning, findings)) return {.count = 0, .is_fine = false};
   if (missing != 0) return {};
-  const FileStart start = ReadStart(path, LineFile::kLongestLine);
-  const std::string line = start.bytes.substr(0, start.bytes.find('\n'));
+  FileStart start = ReadStart(path, LineFile::kLongestLine);
+  const bool is_empty = start.bytes.empty();
+  const std::string& line = start.bytes.erase(std::min(start.bytes.find('\n'), start.bytes.size()));
   VolumesFile file = {.count = ToIntOr(line, 0)};
   const auto warn = [&](const char* code, const char* text, const char* remedy) {
     findings.Add({code, Severity::kWarning, path, text, remedy});
@@ -227,7 +239,7 @@ VolumesFile CheckVolumesFile(const InsPath& media_dir, Findings& findings) {
   } else if (start.error != 0) {
     warn("volumes-file-unreadable", "the number of volumes cannot be read",
          "make it a regular file with read permission (chmod a+r)");
-  } else if (start.bytes.empty()) {
+  } else if (is_empty) {
     warn("volumes-file-empty", "it has no line with the number of volumes",
          "write the number into it");
   } else if (line.starts_with(kByteOrderMark)) {

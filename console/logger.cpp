@@ -4,6 +4,8 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <string>
+
 #include "console/text.h"
 
 namespace kvl {
@@ -53,8 +55,8 @@ void Logger::Message(std::string_view text, int level, bool /*marked*/) {
   line.append(text);
   ReplaceAll(line, "\n", kIndentedLineFeed, 0);
   line.push_back('\n');
-  if (collected_ != nullptr) {
-    collected_->append(line);
+  if (collect_) {
+    collect_(line);
     return;
   }
   WriteWhole(log_to_error_stream_ ? STDERR_FILENO : STDOUT_FILENO, line);

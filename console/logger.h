@@ -5,8 +5,9 @@
 // at once. There is no log file, no time stamp, no level filter.
 #pragma once
 
-#include <string>
+#include <functional>
 #include <string_view>
+#include <utility>
 
 namespace kvl {
 
@@ -26,8 +27,8 @@ class Logger {
  public:
   /// Writes to standard output and standard error.
   Logger() = default;
-  /// Appends to `collected`, which must outlive it, what would be written to either stream.
-  explicit Logger(std::string& collected) : collected_(&collected) {}
+  /// Gives each message to `collect`, as it would be written to either stream.
+  explicit Logger(std::function<void(std::string_view)> collect) : collect_(std::move(collect)) {}
 
   /// Writes the level's prefix, the text and a line feed. Each line feed inside the text is
   /// followed by seven blanks; one at the end of the text thus gives a last line of seven blanks.
@@ -38,7 +39,7 @@ class Logger {
   void Message(std::string_view text, int level, bool marked);
 
  private:
-  std::string* collected_ = nullptr;
+  std::function<void(std::string_view)> collect_;
   bool log_to_error_stream_ = false;  // where the last message with a level of its own went
 };
 

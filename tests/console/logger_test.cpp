@@ -28,15 +28,16 @@ Outcome Said(const std::string& text, int level, bool marked = kMarked) {
   return Catch([&] { Logger().Message(text, level, marked); });
 }
 
-TEST(Logger, ThatCollectsAppendsTheMessagesOfBothStreamsAndShowsNothing) {
-  std::string collected = "before\n";
+TEST(Logger, ThatCollectsGetsTheMessagesOfBothStreamsAndShowsNothing) {
+  std::vector<std::string> collected;
   const Outcome outcome = Catch([&] {
-    Logger logger(collected);
+    Logger logger([&](std::string_view message) { collected.emplace_back(message); });
     logger.Message("one\ntwo", kInformation, kMarked);
     logger.Message("", kError, kMarked);
     logger.Message("three", kContinuation, kMarked);
   });
-  EXPECT_EQ(collected, "before\n INFO: one\n       two\nERROR: \n       three\n");
+  EXPECT_EQ(collected,
+            (std::vector<std::string>{" INFO: one\n       two\n", "ERROR: \n", "       three\n"}));
   EXPECT_EQ(outcome.out, "");
   EXPECT_EQ(outcome.err, "");
 }

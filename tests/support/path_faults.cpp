@@ -47,6 +47,12 @@ bool Fails(FailingPath::Call call, const std::string& path) {
   return true;
 }
 
+struct Interruption {
+  std::string path;
+  std::function<void()> action;
+};
+std::optional<Interruption> before_open;
+
 std::string PathOf(int file) {
   char path[PATH_MAX];
   const std::string name = "/proc/self/fd/" + std::to_string(file);
@@ -64,8 +70,17 @@ FailingPath::~FailingPath() {
   fault.reset();
 }
 
+BeforeOpen::BeforeOpen(std::string path, std::function<void()> action) {
+  before_open = Interruption{std::move(path), std::move(action)};
+}
+
+BeforeOpen::~BeforeOpen() {
+  before_open.reset();
+}
+
 }  // namespace kvl::test
 
+using kvl::test::before_open;
 using kvl::test::FailingPath;
 using kvl::test::Fails;
 using kvl::test::IsArmed;
@@ -107,6 +122,7 @@ int __wrap_open64(const char* path, int flags, ...) {
   va_start(rest, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
   va_end(rest);
+  if (before_open && before_open->path == path) before_open->action();
   return Fails(FailingPath::kOpen, path) ? -1 : __real_open64(path, flags, mode);
 }
 

@@ -1,7 +1,9 @@
-// A failure of the system about one file, as a bad disc gives it. The test program is linked so that
+// A failure of the system about one file, as a bad disc gives it, and what others do to a file
+// meanwhile. The test program is linked so that
 // the calls go through here first; the product is the same as ever.
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace kvl::test {
@@ -23,6 +25,16 @@ class FailingPath {
   ~FailingPath();
   FailingPath(const FailingPath&) = delete;
   FailingPath& operator=(const FailingPath&) = delete;
+};
+
+/// While it lives, `action` is called whenever the file with this path is about to be opened. Only
+/// one can live at a time.
+class BeforeOpen {
+ public:
+  BeforeOpen(std::string path, std::function<void()> action);
+  ~BeforeOpen();
+  BeforeOpen(const BeforeOpen&) = delete;
+  BeforeOpen& operator=(const BeforeOpen&) = delete;
 };
 
 }  // namespace kvl::test
