@@ -10,6 +10,7 @@
 #include <set>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 
 #include "companion/disc_access.h"
 #include "companion/installer_variables.h"
@@ -460,8 +461,14 @@ MediaReport CheckMedia(const MediaCheckRequest& request) {
 
 std::string MediaDirectory(const std::string& path) {
   namespace fs = std::filesystem;
+  struct stat status;
+  const int unseen = ::stat(path.c_str(), &status) == 0 ? 0 : errno;
+  if (unseen != 0 && !IsAboutThePath(unseen)) {
+    throw std::system_error(unseen, std::generic_category(),
+                            "cannot look at the directory: " + path);
+  }
+  if (unseen != 0 || !S_ISDIR(status.st_mode)) return {};
   std::error_code error;
-  if (path.empty() || !fs::is_directory(path, error)) return {};
   const fs::path given(path);
   for (const fs::path& name : given) {
     if (name != "..") continue;

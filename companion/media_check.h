@@ -72,6 +72,7 @@ MediaReport CheckMedia(const MediaCheckRequest& request);
 
 /// A directory as the start script of a media would name it: absolute, links kept; only a path with
 /// ".." in it is followed to where it leads. Empty when there is no such directory.
+/// Throws std::system_error when the system cannot say what is there.
 std::string MediaDirectory(const std::string& path);
 
 }  // namespace kvl

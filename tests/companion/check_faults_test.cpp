@@ -10,6 +10,7 @@
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <stdlib.h>
+#include <system_error>
 
 #include <gtest/gtest.h>
 
@@ -206,6 +207,61 @@ TEST(CheckOfABadDirectory, SaysWhichDirectoryAboveTheMediaCannotBeListed) {
                        "3 problems: the installer will be staged and started\n"));
   EXPECT_EQ(seen.err, "");
   EXPECT_EQ(seen.status, 1);
+}
+
+/// One moment in which the disc fails while the launcher's own code looks at it.
+TEST(CheckOfADiscThatFailsForAMoment, SaysThatTheSearchForVolumesFails) {
+  CheckWorld world;
+  world.TwoVolumes();
+  const auto make_fault = [&] {
+    return FailingPath(FailingPath::kOpen, world.Path("1/inst/volumes.txt"), EIO, /*after=*/1,
+                       /*times=*/1);
+  };
+  const Outcome seen = CheckHere(world, make_fault);
+  EXPECT_EQ(WithoutBytes(seen.out),
+            world.Text(kHead +
+                       std::string("Volumes    2, layout unknown, tag SET-A\n"
+                                   "           1  found       {1}\n"
+                                   "           2  found       {2}\n") +
+                       kStaged +
+                       "warning    {1}: the launcher does not find all volumes, and a second look "
+                       "does; look at the disc, and check again\n"
+                       "1 problem: the installer will be staged and started\n"));
+  EXPECT_EQ(seen.err, "");
+  EXPECT_EQ(seen.status, 1);
+}
+
+TEST(CheckOfADiscThatFailsForAMoment, SaysThatTheInstallerIsNotFound) {
+  CheckWorld world;
+  world.TwoVolumes();
+  const auto make_fault = [&] {
+    return FailingPath(FailingPath::kAsk, world.Text(kInstaller), EIO, /*after=*/0, /*times=*/1);
+  };
+  const Outcome seen = CheckHere(world, make_fault);
+  EXPECT_EQ(seen.out,
+            world.Text("Media      {1}\nSystem     linux\nInstaller  not found\n"
+                       "Volumes    2, layout sibling, tag SET-A\n"
+                       "           1  found       {1}\n           2  found       {2}\n"
+                       "Start      none\nerror      " +
+                       std::string(kInstaller) +
+                       ": the launcher does not find it, and a second look does; look at the disc, "
+                       "and check again\n"
+                       "1 problem: the launcher will end with status 1\n"));
+  EXPECT_EQ(seen.err, "");
+  EXPECT_EQ(seen.status, 1);
+}
+
+TEST(CheckOfABadDirectory, SaysWhyItCannotBeLookedAtWhenItIsTheMediaItself) {
+  const TestDirectory directory;
+  const FailingPath fault(FailingPath::kLook, directory.Path(), EIO);
+  try {
+    MediaDirectory(directory.Path());
+    ADD_FAILURE() << "nothing is thrown";
+  } catch (const std::system_error& failure) {
+    EXPECT_STREQ(
+        failure.what(),
+        ("cannot look at the directory: " + directory.Path() + ": Input/output error").c_str());
+  }
 }
 
 struct Campaign {
