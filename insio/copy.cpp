@@ -143,9 +143,11 @@ Place LookAt(const std::string& path) {
 class Target {
  public:
   /// Entries are written below `path` as it stands; the directory is made, and named in messages, as
-  /// `made_as`, the same directory by a normalised path.
+  /// `made_as`, the same path with its slashes normalised.
   Target(std::string path, std::string made_as)
-      : path_slash_(std::move(path)), made_as_(std::move(made_as)) {
+      : path_slash_(std::move(path)),
+        made_as_(std::move(made_as)),
+        may_be_quoted_(made_as_.starts_with('"') || made_as_.starts_with('\'')) {
     path_slash_.append(kPathSeparator);
   }
 
@@ -169,12 +171,15 @@ class Target {
   void Make() {
     if (is_made_) return;
     if (above_ != nullptr) above_->TryToMake();
-    is_known_empty_ = CreateNewDirExactly(made_as_);
-    if (!is_known_empty_) CreateDirExactly(made_as_);
+    is_known_empty_ = !may_be_quoted_ && CreateNewDirExactly(made_as_);
+    if (!is_known_empty_) Ensure();
     is_made_ = true;
   }
 
  private:
+  /// CreateDir drops quotes around the path, and around that of an ancestor.
+  void Ensure() const { may_be_quoted_ ? CreateDir(made_as_) : CreateDirExactly(made_as_); }
+
   /// A failure shows when what is below cannot be made, and is named for that.
   void TryToMake() {
     try {
@@ -186,6 +191,7 @@ class Target {
 
   std::string path_slash_;
   std::string made_as_;
+  bool may_be_quoted_;
   Target* above_ = nullptr;
   bool is_made_ = false;
   bool is_known_empty_ = false;  // nothing is below, whether it is made or not

@@ -42,7 +42,8 @@ void CopyFile(const std::string& source, const std::string& destination);
 /// ones stay as they are, and so do entries that the source does not have. A source that is missing
 /// or cannot be opened counts as empty. Names in the tree are taken as they are, and each entry is
 /// copied to destination + "/" + its name, so that an empty destination stands for the root
-/// directory. A link in the tree is gone through by its path, so that links to directories, one
+/// directory. Directories are made by CreateDir, which drops quotes around a path, while files are
+/// written to the path as it stands: in a destination in quotes there is no place for a file. A link in the tree is gone through by its path, so that links to directories, one
 /// behind the other, end at the system's limit for one path (Linux: 40, and above 20 now and then,
 /// when a file system is mounted at the same moment).
 /// Throws what CopyFile and CreateDir throw, the latter also for an empty directory with an empty

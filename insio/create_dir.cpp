@@ -1,12 +1,14 @@
 #include "insio/create_dir.h"
 
 #include <errno.h>
+#include <limits.h>
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 #include "insio/exceptions.h"
-#include "insio/path.h"
 #include "insio/path_text.h"
 
 namespace KVLInsIO {
@@ -29,45 +31,65 @@ int MakeOne(const std::string& path) {
 }
 
 /// The path up to its last component; empty when there is none, and for the root.
-std::string ParentOf(const std::string& path) {
+std::string ParentOf(std::string path) {
   const std::size_t last_slash = path.rfind(kPathSeparator);
-  if (last_slash == std::string::npos || path.size() == 1) return {};
-  return last_slash == 0 ? path.substr(0, 1) : path.substr(0, last_slash);
+  const bool has_parent = last_slash != std::string::npos && path.size() > 1;
+  path.resize(has_parent ? std::max<std::size_t>(last_slash, 1) : 0);
+  return path;
 }
 
-/// Makes every directory on the way from `existing`, an ancestor or nothing, to `wanted`. Returns
-/// the outcome of the last one; that an ancestor failed shows there.
-int MakeAllBelow(const std::string& existing, const std::string& wanted) {
-  int error = 0;
-  for (std::size_t end = existing.size(); end < wanted.size();) {
-    end = std::min(wanted.find(kPathSeparator, end + 1), wanted.size());
-    error = MakeOne(wanted.substr(0, end));
+/// The same, normalised anew: only quotes around it can be left to drop.
+std::string NormalisedParentOf(std::string path) {
+  path = ParentOf(std::move(path));
+  const bool begins_with_quote = path.starts_with('"') || path.starts_with('\'');
+  return begins_with_quote && path.front() == path.back() ? NormalizeString(std::move(path)) : path;
+}
+
+using ToParent = std::string (*)(std::string path);
+
+/// True for a directory. Throws when something else exists there.
+bool IsThere(const std::string& path) {
+  struct stat status;
+  if (::stat(path.c_str(), &status) != 0) return false;
+  if (S_ISDIR(status.st_mode)) return true;
+  throw KVLInsException("CreateDir - " + path + " is not a directory.");
+}
+
+/// The ancestors that do not exist, the nearest first, without those whose paths are too long for
+/// the system.
+std::vector<std::string> MissingAncestors(const std::string& path, ToParent parent_of) {
+  std::vector<std::string> missing;
+  struct stat status;
+  for (std::string above = parent_of(path); !above.empty(); above = parent_of(std::move(above))) {
+    if (above.size() >= PATH_MAX) continue;
+    if (::stat(above.c_str(), &status) == 0) break;
+    missing.push_back(above);
   }
-  return error;
+  return missing;
+}
+
+/// Not a recursion: a path may have more names than the stack has room for.
+void Create(const std::string& path, ToParent parent_of) {
+  if (path.empty()) throw KVLInsException("CreateDir - empty path");
+  if (IsThere(path)) return;
+  const std::vector<std::string> missing = MissingAncestors(path, parent_of);
+  std::for_each(missing.rbegin(), missing.rend(), MakeOne);  // a failure shows in what comes below
+  const int error = MakeOne(path);
+  if (error != 0) throw KVLInsException("mkdir - " + path, error);
 }
 
 }  // namespace
 
 void CreateDir(const std::string& path) {
-  CreateDirExactly(InsPath(path).Str());
+  Create(NormalizeString(path), NormalisedParentOf);
 }
 
 void CreateDirExactly(const std::string& path) {
-  if (path.empty()) throw KVLInsException("CreateDir - empty path");
-  struct stat status;
-  if (::stat(path.c_str(), &status) == 0) {
-    if (S_ISDIR(status.st_mode)) return;
-    throw KVLInsException("CreateDir - " + path + " is not a directory.");
-  }
-
-  std::string existing = ParentOf(path);
-  while (!existing.empty() && ::stat(existing.c_str(), &status) != 0) existing = ParentOf(existing);
-  const int error = MakeAllBelow(existing, path);
-  if (error != 0) throw KVLInsException("mkdir - " + path, error);
+  Create(path, ParentOf);
 }
 
 bool CreateNewDirExactly(const std::string& path) {
-  return ::mkdir(path.c_str(), kDirectoryMode) == 0;
+  return !IsNamedDot(path) && ::mkdir(path.c_str(), kDirectoryMode) == 0;
 }
 
 }  // namespace KVLInsIO

@@ -6,10 +6,10 @@
 namespace KVLInsIO {
 
 /// Makes sure that the directory exists, its ancestors included, each made with mode 755 less the
-/// umask. The path is normalised first (see NormalizeString), once: quotes around the name of an
-/// ancestor stay. An existing directory, or a link to
-/// one, is no error and stays as it is; so, on purpose, does a dangling link, which mkdir takes for
-/// something that exists. A path whose last component is "." by InsPath::FileName() creates its
+/// umask. The path is normalised first (see NormalizeString), and so is that of each ancestor: on
+/// purpose "x"/y makes x, and then fails, since mkdir finds no directory of that name with its quotes.
+/// An existing directory, or a link to one, is no error and stays as it is; so, on purpose, does a
+/// dangling link, which mkdir takes for something that exists. A path whose last component is "." by InsPath::FileName() creates its
 /// ancestors and nothing else; on purpose that includes "/k.", and a dot below a file.
 /// Throws KVLInsException "CreateDir - empty path"; "CreateDir - " + path + " is not a directory."
 /// when something else exists there; "mkdir - " + path with the error's text. The path in the
@@ -24,7 +24,8 @@ void CreateDirExactly(const std::string& path);
 
 /// Makes one directory in one that exists, with mode 755 less the umask, the path taken as in
 /// CreateDirExactly. True when this call has made it, so that nothing is in it yet; false when not,
-/// for whatever reason, such as that something exists there. Never throws.
+/// for whatever reason, such as that something exists there, or that the last component is "." in the
+/// sense of CreateDir. Never throws.
 [[nodiscard]] bool CreateNewDirExactly(const std::string& path);
 
 }  // namespace KVLInsIO

@@ -193,6 +193,65 @@ TEST_F(CopyDirTest, WithoutADestinationIsIntoTheRootDirectoryEvenFromWithinTheSo
   EXPECT_THAT(Tree("a"), ElementsAre("f 644 file = text"));
 }
 
+TEST_F(CopyDirTest, IntoALetterAndADotBelowTheRootMakesNoDirectoryAsCreateDirMakesNone) {
+  directory_.Write("from/file", "text");
+  directory_.MakeDir("empty");
+  const auto failure = FailureInOwnRoot(directory_, [] {
+    Copy("/empty", "/k.");
+    Copy("/from", "/k.");
+  });
+  if (!failure) GTEST_SKIP() << kNoOwnRoot;
+  EXPECT_EQ(*failure, Exception("Cannot write into /k./file", ENOENT).text);
+  EXPECT_THAT(Tree("."), ElementsAre("d 755 empty", "d 755 from", "f 644 from/file = text"));
+}
+
+TEST_F(CopyDirTest, MakesNoneForADirectoryOfThatNameEither) {
+  directory_.Write("from/k./file", "text");
+  const auto failure = FailureInOwnRoot(directory_, [] { CopyDir("/from", "/"); });
+  if (!failure) GTEST_SKIP() << kNoOwnRoot;
+  EXPECT_EQ(*failure, Exception("Cannot write into //k./file", ENOENT).text);
+}
+
+/// What CopyDir threw, called with relative paths.
+Failure FailureInside(const TestDirectory& directory, const std::string& from,
+                      const std::string& to) {
+  return IsolatedFailureOf([&] {
+    Enter(directory);
+    CopyDir(from, to);
+  });
+}
+
+// The directory is made without its quotes, and the files go to the path with them.
+TEST_F(CopyDirTest, IntoAQuotedDestinationMakesTheDirectoryAndHasNoPlaceForAFile) {
+  directory_.MakeDir("empty");
+  directory_.Write("from/file", "text");
+  directory_.Write("deep/sub/file", "text");
+  EXPECT_EQ(FailureInside(directory_, "empty", "\"1\""), kNoFailure);
+  EXPECT_EQ(FailureInside(directory_, "from", "\"2\""),
+            Exception("Cannot write into \"2\"/file", ENOENT));
+  EXPECT_EQ(FailureInside(directory_, "deep", "\"3\""), Exception("mkdir - \"3\"/sub", ENOENT));
+  EXPECT_EQ(FailureInside(directory_, "from", "'4'/a"), Exception("mkdir - '4'/a", ENOENT));
+  EXPECT_THAT(Tree("."), ElementsAre("d 755 1", "d 755 2", "d 755 3", "d 755 4", "d 755 deep",
+                                     "d 755 deep/sub", "d 755 empty", "d 755 from",
+                                     "f 644 deep/sub/file = text", "f 644 from/file = text"));
+}
+
+TEST_F(CopyDirTest, IntoADestinationWhoseNameHasTheQuotesLeavesOtherEntriesAlone) {
+  directory_.Write("from/sub/file", "text");
+  directory_.Write("\"to\"/sub/file", "old");
+  EXPECT_EQ(FailureInside(directory_, "from", "\"to\""), kNoFailure);
+  EXPECT_THAT(Tree("\"to\""), ElementsAre("d 755 sub", "f 644 sub/file = text"));
+  EXPECT_THAT(Tree("to"), IsEmpty());
+}
+
+TEST_F(CopyDirTest, RefusesADestinationOfNothingButQuotes) {
+  directory_.MakeDir("empty");
+  directory_.Write("from/file", "text");
+  for (const std::string from : {"empty", "from"}) {
+    EXPECT_EQ(FailureInside(directory_, from, "''"), Exception("CreateDir - empty path")) << from;
+  }
+}
+
 TEST_F(CopyDirTest, AddsToAnExistingDestination) {
   directory_.Write("from/a/file", "new");
   directory_.Write("from/other", "other");

@@ -122,6 +122,38 @@ TEST_F(CreateDirTest, TakesAFirstComponentOfALetterAndADotForADot) {
             kNoFailure);
 }
 
+// Each ancestor is made as if it had been asked for: of these, the quotes go.
+TEST_F(CreateDirTest, DropsTheQuotesAroundAnAncestor) {
+  struct Row {
+    std::string path, fails_as;
+    std::vector<std::string> made;
+  };
+  for (const Row& row : {Row{"\"a\"/b", "\"a\"/b", {"d 755 a"}},
+                         Row{"'a/b'/c/d", "'a/b'/c/d", {"d 755 a", "d 755 a/b"}},
+                         Row{"'a/'/b", "'a/'/b", {"d 755 a"}}, Row{"''/a", "''/a", {}},
+                         Row{"''a'/b'/c", "''a'/b'/c", {"d 755 a"}}, Row{"'/a", "'/a", {}}}) {
+    SCOPED_TRACE(row.path);
+    EXPECT_EQ(IsolatedFailureOf([&] {
+                Enter(directory_);
+                CreateDir(row.path);
+              }),
+              Exception("mkdir - " + row.fails_as, ENOENT));
+    EXPECT_EQ(Tree(), row.made);
+    std::filesystem::remove_all(directory_.Path("a"));
+  }
+}
+
+TEST_F(CreateDirTest, LeavesOtherQuotesOfAnAncestor) {
+  EXPECT_EQ(IsolatedFailureOf([this] {
+              Enter(directory_);
+              CreateDir("\"a'/b");
+              CreateDir("c/\"d\"/e");
+            }),
+            kNoFailure);
+  EXPECT_THAT(Tree(), ElementsAre("d 755 \"a'", "d 755 \"a'/b", "d 755 c", "d 755 c/\"d\"",
+                                  "d 755 c/\"d\"/e"));
+}
+
 TEST_F(CreateDirTest, RefusesAnEmptyPath) {
   for (const std::string path : {"", "''", "\"\"", "'"}) {
     EXPECT_EQ(FailureOf([&] { CreateDir(path); }), Exception("CreateDir - empty path")) << path;
@@ -205,6 +237,16 @@ TEST_F(CreateDirTest, EndsWithItsMessageOnAPathOfFiftyThousandNames) {
   const std::string path = directory_.Write("file", "text") + "/" + Steps("d", 50'000);
   EXPECT_EQ(FailureOf([&] { CreateDir(path); }), Exception("mkdir - " + path, ENAMETOOLONG));
   EXPECT_THAT(Tree(), ElementsAre("f 644 file = text"));
+}
+
+TEST_F(CreateDirTest, EndsWithItsMessageOnAPathOfFiftyThousandNamesThatBeginsWithAQuote) {
+  directory_.Write("'", "");
+  const std::string path = "'/" + Steps("d", 50'000);
+  EXPECT_EQ(IsolatedFailureOf([&] {
+              Enter(directory_);
+              CreateDir(path);
+            }),
+            Exception("mkdir - " + path, ENAMETOOLONG));
 }
 
 TEST_F(CreateDirTest, EndsWithItsMessageOnAPathOfAHundredThousandBytes) {

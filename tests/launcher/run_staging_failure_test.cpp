@@ -111,6 +111,19 @@ TEST(RunStagingFailure, AFileInTheTemporaryDirectorysPlaceEndsIt) {
   ExpectRun(world, seen, expected);
 }
 
+TEST(RunStagingFailure, ATemporaryDirectoryInQuotesEndsIt) {
+  LaunchWorld world;
+  SmallMedia(world);
+  LaunchSeen seen = world.Run({.arguments = kWithExternal, .env = {{"TMPDIR", "\"{tmp}\""}}});
+  ExpectedRun expected = FailedSmall("", {});
+  expected.err = kMissingVolumes +
+                 SaysStagingFailed("\"{tmp}\"/<id>/",
+                                   "mkdir - \"{tmp}\"/<id>/inst - No such file or directory");
+  expected.left = {};
+  seen.err = WithoutIdentifiers(seen.err);
+  ExpectRun(world, seen, expected);
+}
+
 TEST(RunStagingFailure, AFileSizeLimitEndsItWithAMessage) {
   struct Row {
     rlim_t limit;
