@@ -46,7 +46,9 @@ void CopyFile(const std::string& source, const std::string& destination);
 /// written to the path as it stands: in a destination in quotes there is no place for a file. A link in the tree is gone through by its path, so that links to directories, one
 /// behind the other, end at the system's limit for one path (Linux: 40, and above 20 now and then,
 /// when a file system is mounted at the same moment).
-/// Throws what CopyFile and CreateDir throw, the latter also for an empty directory with an empty
+/// Throws KVLInsException "opendir - " + directory for one in the tree that cannot be opened, unless
+/// it is missing or closed to the user, and "readdir - " + directory for one whose list the system
+/// breaks off; what CopyFile and CreateDir throw, the latter also for an empty directory with an empty
 /// destination; what FindFirstFile throws, so "FindFirstFile - Path is empty" for an empty source;
 /// KVLInsException "Cannot copy " + path + " to itself." for a directory that the place it would be
 /// copied to lies inside of, and for one that the copy is already inside of, as it is with a link

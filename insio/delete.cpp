@@ -51,14 +51,6 @@ std::string RealDirectory(const std::string& path) {
   return real == nullptr ? std::string() : std::string(real.get());
 }
 
-/// The best path to what is behind a link to a directory: one without links. Linux refuses a path
-/// through more than 40 of them, and now and then one through 21, when a file system is mounted at
-/// the same moment and the count is begun again without going back to zero.
-std::string BehindLink(const std::string& link) {
-  std::string directory = RealDirectory(link);
-  return directory.empty() ? link : directory;
-}
-
 /// Cuts the absolute path of a directory back to its parent's, and that of the root directory to
 /// nothing.
 void GoUp(std::string& real_path) {
@@ -136,8 +128,7 @@ bool EmptyTreeDeletion::DeleteEntry(TreeLevel& level) {
   try {
     if (level.EntryLeadsBack()) {
       is_gone = DeleteEntryThatLeadsBack(level.Entries());
-    } else if (DeleteEntries(is_link ? TreeLevel::Below(level, BehindLink(path))
-                                     : TreeLevel::Below(level))) {
+    } else if (DeleteEntries(TreeLevel::Below(level))) {
       Delete(path);
       is_gone = true;
     }

@@ -37,8 +37,8 @@ EntryType GetTypeAt(int directory, const char* name, const std::string& path) {
   }
   if (S_ISDIR(status.st_mode)) return kDirectory;
   if (!S_ISLNK(status.st_mode)) return kFile;
-  const bool leads_to_directory =
-      ::fstatat(directory, name, &status, /*flags=*/0) == 0 && S_ISDIR(status.st_mode);
+  // By its path, as it is opened: the system follows only so many links in one path.
+  const bool leads_to_directory = ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
   return leads_to_directory ? kLinkToDirectory : kLinkToFile;
 }
 

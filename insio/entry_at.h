@@ -8,9 +8,9 @@
 
 namespace KVLInsIO {
 
-/// What GetType(path) gives for the entry `name` of the directory that is open as `directory`, at
-/// whatever depth that lies: the way down from the root is not gone again. `path` is the whole path
-/// and only named in the failure, KVLInsException "lstat - " + path.
+/// What GetType(path) gives for the entry `name` of the directory that is open as `directory`: the
+/// way down from the root is not gone again, unless the entry is a link. `path` is the whole path.
+/// Throws as GetType does.
 EntryType GetTypeAt(int directory, const char* name, const std::string& path);
 
 }  // namespace KVLInsIO

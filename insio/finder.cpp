@@ -9,9 +9,9 @@
 
 #include "insio/entry_at.h"
 #include "insio/exceptions.h"
+#include "insio/finder_walk.h"
 #include "insio/path.h"
 #include "insio/path_text.h"
-#include "insio/read_ahead.h"
 
 namespace KVLInsIO {
 namespace {
@@ -30,6 +30,8 @@ struct Failure {
   std::string operation;
   int error = 0;
 };
+
+constexpr char kOpening[] = "opendir - ";
 
 /// Out of descriptors or memory: this says nothing about the directory.
 bool IsShortage(int error) {
@@ -67,6 +69,7 @@ struct InsFileFinder::State {
   std::string name;
   std::string full_path;
   EntryType type = kNoEntry;
+  int opening_error = 0;
   DirectoryStream stream;           // none once its end has been read ahead
   bool opened_by_its_name = false;  // and not by a path that was normalised to `directory`
   const dirent* last_read = nullptr;
@@ -153,7 +156,8 @@ InsFileFinder InsFileFinder::Start(const std::string& path, std::string director
   state->directory = std::move(directory);
   state->mask = type_mask;
   state->stream.reset(::opendir(path.c_str()));
-  if (state->stream == nullptr && IsShortage(errno)) state->cut_short = {"opendir - ", errno};
+  if (state->stream == nullptr) state->opening_error = errno;
+  if (IsShortage(state->opening_error)) state->cut_short = {kOpening, state->opening_error};
   state->GoToNextMatch();  // without a stream this is the end at once
   return InsFileFinder(std::move(state));
 }
@@ -168,6 +172,15 @@ InsFileFinder FindFirstFileExactly(const std::string& directory, int type_mask) 
 
 void FindNextFile(InsFileFinder& finder) {
   finder.state_->GoToNextMatch();
+}
+
+InsFileFinder internal::EnterEntry(const InsFileFinder& above) {
+  InsFileFinder below = FindFirstFileExactly(above.FullPath(), above.state_->mask);
+  const int error = below.state_->opening_error;
+  if (error == 0) return below;
+  static_cast<void>(GetType(above.FullPath()));  // throws when the path leads there no longer
+  if (error != EACCES && error != ENOENT) below.state_->cut_short = {kOpening, error};
+  return below;
 }
 
 std::size_t internal::ReadAhead(InsFileFinder& finder, std::size_t most_bytes) {

@@ -21,7 +21,8 @@ class InsFileFinder;
 
 namespace internal {
 std::size_t ReadAhead(InsFileFinder& finder, std::size_t most_bytes);
-}
+InsFileFinder EnterEntry(const InsFileFinder& above);
+}  // namespace internal
 
 class InsFileFinder {
  public:
@@ -67,6 +68,7 @@ class InsFileFinder {
   friend InsFileFinder FindFirstFileExactly(const std::string& directory, int type_mask);
   friend void FindNextFile(InsFileFinder& finder);
   friend std::size_t internal::ReadAhead(InsFileFinder& finder, std::size_t most_bytes);
+  friend InsFileFinder internal::EnterEntry(const InsFileFinder& above);
 
   std::unique_ptr<State> state_;
 };

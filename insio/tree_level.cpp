@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "insio/finder_walk.h"
 #include "insio/path.h"
-#include "insio/read_ahead.h"
 
 namespace KVLInsIO {
 namespace {
@@ -54,16 +54,12 @@ TreeLevel TreeLevel::Top(const std::string& path) {
 }
 
 TreeLevel TreeLevel::Below(TreeLevel& above) {
-  return Below(above, above.entries_.FullPath());
-}
-
-TreeLevel TreeLevel::Below(TreeLevel& above, const std::string& directory) {
   std::size_t bytes_ahead = above.bytes_ahead_above_;
   if (above.depth_ >= kMostOpenLevels) {
     const std::size_t most = kMostBytesAhead - std::min(bytes_ahead, kMostBytesAhead);
     bytes_ahead += internal::ReadAhead(above.entries_, most);
   }
-  return TreeLevel(directory, FindFirstFileExactly(directory, kDirectoryOrFile), above,
+  return TreeLevel(above.entries_.FullPath(), internal::EnterEntry(above.entries_), above,
                    bytes_ahead);
 }
 

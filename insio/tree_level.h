@@ -37,11 +37,10 @@ class TreeLevel {
   static TreeLevel Top(const std::string& path);
 
   /// The directory that is the current entry of `above`, which must outlive this level and be the
-  /// deepest one until then. Throws as FindFirstFile does.
+  /// deepest one until then. When it cannot be opened, for another reason than that it is missing or
+  /// closed to the user, Entries().ThrowIfCutShort() throws "opendir - " + path. Throws as
+  /// FindFirstFile does, and "lstat - " + path when its path leads there no longer.
   static TreeLevel Below(TreeLevel& above);
-
-  /// The same, named by another path to it: a shorter one, or one through fewer links.
-  static TreeLevel Below(TreeLevel& above, const std::string& directory);
 
   TreeLevel(const TreeLevel&) = delete;
   TreeLevel& operator=(const TreeLevel&) = delete;

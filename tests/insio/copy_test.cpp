@@ -17,6 +17,7 @@
 #include "tests/insio/odd_paths.h"
 #include "tests/insio/surroundings.h"
 #include "tests/support/outcome.h"
+#include "tests/support/path_faults.h"
 #include "tests/support/scoped_umask.h"
 #include "tests/support/system_faults.h"
 
@@ -349,6 +350,23 @@ TEST_F(CopyDirTest, EndsWhenNoDescriptorIsLeftForADirectory) {
               CopyDir(source, directory_.Path("to"));
             }),
             Exception("opendir - " + source + "/inner", EMFILE));
+}
+
+TEST_F(CopyDirTest, TakesADirectoryInTheTreeForEmptyOnlyWhenItIsMissingOrClosedToTheUser) {
+  directory_.Write("from/sub/file", "text");
+  constexpr int kLastError = 133;
+  for (int error = 1; error <= kLastError; ++error) {
+    const bool counts_as_empty = error == EACCES || error == ENOENT;
+    Failure failure;
+    {
+      const FailingPath broken(FailingPath::kOpenDir, "", error, /*after=*/1);  // all but the top
+      failure = FailureOf([this] { CopyDir(Path("from"), Path("to")); });
+    }
+    EXPECT_EQ(failure,
+              counts_as_empty ? kNoFailure : Exception("opendir - " + Path("from/sub"), error));
+    EXPECT_EQ(std::filesystem::is_directory(Path("to/sub")), counts_as_empty) << error;
+    std::filesystem::remove_all(Path("to"));
+  }
 }
 
 TEST_F(CopyDirTest, NamesTheDirectoryOfTheFirstFileWhenItCannotBeMade) {

@@ -15,7 +15,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "insio/read_ahead.h"
+#include "insio/finder_walk.h"
 #include "tests/insio/every_kind.h"
 #include "tests/insio/failure.h"
 #include "tests/insio/odd_paths.h"
@@ -426,6 +426,23 @@ TEST(ReadAhead, LeavesEntriesToBeAskedForWhenTheirTurnComes) {
   const std::string other = directory.Path(finder.Name() == "a" ? "b" : "a");
   std::filesystem::remove(other);
   EXPECT_EQ(FailureOf([&] { FindNextFile(finder); }), Exception("lstat - " + other, ENOENT));
+}
+
+TEST(FindFirstFileExactly, GivesALinkTheTypeThatItHasByItsWholePath) {
+  const TestDirectory directory;
+  for (int step = 0; step < 50; ++step) {
+    directory.Link(std::to_string(step) + "/next", "../" + std::to_string(step + 1));
+  }
+  directory.MakeDir("50");
+  int links_to_files = 0;
+  std::string path = directory.Path("0");
+  for (int step = 0; step < 50; ++step, path += "/next") {
+    const auto finder = FindFirstFileExactly(path, kDirectoryOrFile);
+    if (finder.AtEnd()) break;
+    EXPECT_EQ(finder.Type(), KVLInsIO::GetType(finder.FullPath())) << finder.FullPath();
+    if (finder.IsFile()) ++links_to_files;
+  }
+  EXPECT_EQ(links_to_files, 1) << "the one behind which nothing can be opened";
 }
 
 TEST(FindFirstFileExactly, NamesEntriesByThePathAsGiven) {

@@ -43,6 +43,7 @@ class HostileTree : public testing::Test {
 };
 
 using CopyOfACircle = HostileTree;
+using CopyOfLinksBehindLinks = HostileTree;
 using CopyIntoItself = HostileTree;
 using DeleteEmptyTreeWithCircles = HostileTree;
 using DeleteOfACircle = HostileTree;
@@ -129,6 +130,39 @@ TEST_F(CopyOfACircle, IsNoneWhereLinksLeadAsideOrDown) {
                                       "d 755 aside/two", "d 755 down", "f 644 a/b/file = text",
                                       "f 644 aside/one/file = text", "f 644 aside/two/file = text",
                                       "f 644 down/file = text"));
+}
+
+/// Directories that each have a link "next" to the next one, of which the last one holds a file.
+void LinkOneBehindTheOther(const TestDirectory& directory, int count) {
+  for (int step = 0; step < count; ++step) {
+    directory.Link("steps/" + std::to_string(step) + "/next", "../" + std::to_string(step + 1));
+  }
+  directory.Write("steps/" + std::to_string(count) + "/file", "text");
+}
+
+/// The path of the first link "next" from here that the system does not follow any more.
+std::string FirstOfTooManyLinks(std::string directory) {
+  std::error_code ignored;
+  do directory += "/next";
+  while (fs::exists(directory, ignored));
+  return directory;
+}
+
+TEST_F(CopyOfLinksBehindLinks, EndsAtTheFirstThatTheSystemDoesNotFollow) {
+  LinkOneBehindTheOther(directory_, 60);
+  const std::string link = FirstOfTooManyLinks(Path("steps/0"));
+  EXPECT_EQ(FailureOfCopying(Path("steps/0"), Path("to")),
+            ExceptionErrno("Cannot stat " + link, ELOOP));
+  const std::string made =
+      "to" + fs::path(link).parent_path().string().substr(Path("steps/0").size());
+  EXPECT_TRUE(fs::is_empty(Path(made)));
+}
+
+TEST_F(CopyOfLinksBehindLinks, BringsTheFileWhereTheSystemFollowsThem) {
+  LinkOneBehindTheOther(directory_, 20);
+  CopyDir(Path("steps/0"), Path("to"));
+  EXPECT_EQ(Tree("to").size(), 21U);
+  EXPECT_THAT(Tree("to").back(), testing::EndsWith("/next/file = text"));
 }
 
 /// A directory "from" with "file", "sub" and "sub/file", and ways that lead into it.
@@ -425,13 +459,14 @@ TEST_F(DeleteEmptyTreeWithCircles, EndsWhereTwoLinksLeadToTheNextDirectoryAgainA
   EXPECT_EQ(Tree("steps").size(), 35U);  // the directories themselves, but the first
 }
 
-TEST_F(DeleteEmptyTreeWithCircles, GoesThroughMoreLinksOneBehindTheOtherThanAPathMayHold) {
-  for (int step = 0; step < 60; ++step) {
-    directory_.Link("steps/" + std::to_string(step) + "/next", "../" + std::to_string(step + 1));
-  }
-  directory_.MakeDir("steps/60");
-  EXPECT_TRUE(DeleteEmptyTree(Path("steps/0")));
-  EXPECT_EQ(Tree("steps").size(), 60U);  // the directories themselves, but the first
+TEST_F(DeleteEmptyTreeWithCircles, TakesALinkThatTheSystemDoesNotFollowAnyMoreForAFile) {
+  LinkOneBehindTheOther(directory_, 60);
+  fs::remove(Path("steps/60/file"));
+  const auto before = Tree();
+  EXPECT_FALSE(DeleteEmptyTree(Path("steps/0")));
+  EXPECT_EQ(Tree(), before);
+  EXPECT_TRUE(DeleteEmptyTree(Path("steps/30")));
+  EXPECT_EQ(Tree("steps").size(), 30U + 60U);  // 30 links, and the directories, but the one
 }
 
 TEST_F(DeleteEmptyTreeWithCircles, SeesAFileThoughOtherLinksLeadToOneEmptyDirectory) {

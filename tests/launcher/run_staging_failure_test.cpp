@@ -68,6 +68,25 @@ TEST(RunStagingFailure, ADanglingLinkInInstEndsIt) {
               testing::Each(testing::ContainsRegex("^[df] [0-7]+ [{]staging[}](/inst|$)")));
 }
 
+TEST(RunStagingFailure, MoreLinksOneBehindTheOtherThanTheSystemFollowsEndIt) {
+  LaunchWorld world;
+  world.VolumeMissing();
+  for (int step = 0; step < 50; ++step) {
+    world.Volume("outside/" + std::to_string(step)).Link("next", "../" + std::to_string(step + 1));
+  }
+  world.Volume("outside/50").File("lost", "text");
+  world.Volume("1").Link("inst/common/next", "../../../outside/0");
+  std::string link = world.Path("1/inst/common/next");
+  for (std::error_code ignored; std::filesystem::exists(link, ignored);) link += "/next";
+  const LaunchSeen seen = world.Run();
+  const ExpectedRun expected =
+      Failed("Cannot stat " + link + " - Too many levels of symbolic links", {});
+  EXPECT_EQ(seen.status, 1);
+  EXPECT_EQ(seen.out, world.Text(expected.out));
+  EXPECT_EQ(seen.err, world.Text(expected.err));
+  EXPECT_FALSE(seen.child.started);
+}
+
 /// A media in "1" with the smallest "inst" and no installer, which is in "ext".
 void SmallMedia(LaunchWorld& world) {
   world.Volume("1").Descriptions().Announces("3").Marker(1, "SET-A");

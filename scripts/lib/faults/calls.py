@@ -51,6 +51,11 @@ _ERRORS = {
     "execve": _PATH + _DESCRIPTORS + " EAGAIN",
 }
 _OPEN_TO_READ = _PATH + _DESCRIPTORS + " EAGAIN"
+# A directory counts as empty after two of them, so that every one that there is must be tried.
+_OPEN_DIRECTORY = _OPEN_TO_READ + (
+    " EBADF EBUSY EDQUOT EEXIST EFBIG EINVAL EISDIR ENODEV ENOSPC ENOSYS ENOTDIR ENXIO EOPNOTSUPP"
+    " EOVERFLOW EROFS ETIMEDOUT ETXTBSY"
+)
 _OPEN_TO_WRITE = _CHANGE + _DESCRIPTORS + " EAGAIN"
 
 # A result instead of an error: the end of a file before its time.
@@ -123,7 +128,8 @@ def failures_of(call: Call) -> list[str]:
     """All that the call may answer instead, as strace is to be told."""
     if call.name in ("open", "openat"):
         creates = "O_CREAT" in call.arguments
-        errors = _OPEN_TO_WRITE if creates else _OPEN_TO_READ
+        reads = _OPEN_DIRECTORY if call.opens_directory else _OPEN_TO_READ
+        errors = _OPEN_TO_WRITE if creates else reads
     else:
         errors = _ERRORS[call.name]
     failures = [f"error={name}" for name in errors.split()]

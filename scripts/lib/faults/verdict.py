@@ -23,7 +23,7 @@ NO_VOLUMES_FILE = "volumes.txt cannot be reached: a media of one volume"
 EMPTY_VOLUMES_FILE = "volumes.txt cannot be read: the media is not complete"
 NO_MARKER = "a marker that cannot be read is an absent volume"
 NO_LIST_ABOVE = "a directory above the media that cannot be listed has no marker"
-EMPTY_DIRECTORY = "a directory that cannot be opened is staged empty"
+EMPTY_DIRECTORY = "a directory that is closed or missing, or heads a copy, is staged empty"
 REMOVED_DIRECTORY = "the list of a directory that was removed meanwhile ends there"
 SHORT_FILE = "a file that ends early is staged as far as it goes"
 NO_SCRIPT = "the clean-up script cannot be written whole"
@@ -234,7 +234,9 @@ class Judge:
                 for place, _ in sources:
                     self._cut(cut, seen, place)
             elif self._fails_to_open(call):
-                unlisted.setdefault(EMPTY_DIRECTORY, set()).update(path for _, path in sources)
+                unlisted.setdefault(EMPTY_DIRECTORY, set()).update(
+                    path for _, path in sources if self._may_count_as_empty(world, call, path)
+                )
             elif call.name == "getdents64" and call.error == "ENOENT":
                 unlisted.setdefault(REMOVED_DIRECTORY, set()).update(path for _, path in sources)
         excused = [
@@ -256,11 +258,16 @@ class Judge:
         if is_part and whole == dataclasses.replace(part, contents=whole.contents):
             tree[path] = part
 
-    # Descriptors and memory that have run out are not said to be a property of the directory.
     @staticmethod
     def _fails_to_open(call: Call) -> bool:
-        opens = call.opens_directory or "AT_EMPTY_PATH" in call.arguments or call.name == "fstat"
-        return opens and call.error not in ("EMFILE", "ENFILE", "ENOMEM")
+        return call.opens_directory or "AT_EMPTY_PATH" in call.arguments or call.name == "fstat"
+
+    # Descriptors and memory that have run out are not said to be a property of the directory.
+    @staticmethod
+    def _may_count_as_empty(world: World, call: Call, directory: Path) -> bool:
+        if directory in world.copied():
+            return call.error not in ("EMFILE", "ENFILE", "ENOMEM")
+        return call.error in ("EACCES", "ENOENT")
 
     # What a call was about, if that is staged: its places in the copy, and where they come from. A
     # descriptor is known by its real path only.

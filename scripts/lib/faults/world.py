@@ -190,11 +190,17 @@ class World:
                 for name in os.listdir(source):
                     add(source / name, f"{destination}/{name}")
 
-        for name in ("inst", *_DESCRIPTIONS):
-            add(self.media / name, name)
-        for name in ("common", "linux") if self.external else ():
-            add(self.external / name, f"inst/{name}")
+        for source in self.copied():
+            is_of_media = source.parent == self.media
+            add(source, source.name if is_of_media else f"inst/{source.name}")
         return sources
+
+    def copied(self) -> list[Path]:
+        """What is copied as a whole, in this order."""
+        found = [self.media / name for name in ("inst", *_DESCRIPTIONS)]
+        if self.external:
+            found += [self.external / name for name in ("common", "linux")]
+        return found
 
     def staged_copy(self, staging_slash: str, unlisted: frozenset[Path] = frozenset()) -> Tree:
         """What a whole staged copy is to look like; the times of directories are left out."""

@@ -1,5 +1,5 @@
-// Reading the rest of a directory at once, for walks down a tree. Internal, not part of the library's
-// installed interface.
+// What a walk down a tree needs of a finder besides. Internal, not part of the library's installed
+// interface.
 #pragma once
 
 #include <cstddef>
@@ -14,5 +14,11 @@ namespace KVLInsIO::internal {
 /// byte more; 0 reads nothing. Returns how many bytes of names are kept, which is also all that
 /// happens while there are some of an earlier call.
 std::size_t ReadAhead(InsFileFinder& finder, std::size_t most_bytes);
+
+/// The entries of the current one of `above`, a directory that was recognised from its own: if it
+/// cannot be opened it must not pass for empty. Throws KVLInsException "lstat - " + path when its path
+/// leads there no longer; ThrowIfCutShort of the result throws "opendir - ", unless the directory is
+/// closed to the user.
+InsFileFinder EnterEntry(const InsFileFinder& above);
 
 }  // namespace KVLInsIO::internal
