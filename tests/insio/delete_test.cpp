@@ -3,6 +3,8 @@
 #include <errno.h>
 
 #include <filesystem>
+#include <fstream>
+#include <functional>
 #include <sstream>
 #include <vector>
 
@@ -348,6 +350,71 @@ TEST_F(DeleteEmptyTreeTest, IsFalseWhenADirectoryCannotBeRemoved) {
             }).status,
             0);
   EXPECT_THAT(Tree(), ElementsAre("d 555 closed", "d 755 closed/empty"));
+}
+
+/// A directory "w" that is named through an entry, an empty directory that comes first in the order
+/// of the system, and ".."; so the way to the other entries ends with it.
+class NamedThroughItsOwnEntry : public DeleteTest {
+ protected:
+  /// Gives "w" four entries, which `make` makes.
+  void MakeEntries(const std::function<void(const std::string& path)>& make) {
+    for (const std::string name : {"a", "b", "c", "d"}) make(directory_.MakeDir("w") + "/" + name);
+    const std::string first = directory_.Path("w/" + Order()[0]);
+    std::filesystem::remove_all(first);  // what is made anew stays first, or comes first
+    std::filesystem::create_directory(first);
+    order_ = Order();
+    path_ = first + "/..";
+  }
+
+  std::vector<std::string> Order() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(directory_.Path("w"))) {
+      names.push_back(entry.path().filename());
+    }
+    return names;
+  }
+
+  std::vector<std::string> TreeWithoutTheFirst() const { return Without("w/" + order_[0], Tree()); }
+
+  std::vector<std::string> order_;
+  std::string path_;
+};
+
+void MakeDirectoryWithAFile(const std::string& path) {
+  std::filesystem::create_directory(path);
+  std::ofstream(path + "/file");
+}
+
+void MakeEmptyDirectory(const std::string& path) {
+  std::filesystem::create_directory(path);
+}
+
+void MakeFile(const std::string& path) {
+  std::ofstream file(path);
+}
+
+TEST_F(NamedThroughItsOwnEntry, AnEmptyTreeIsNotTakenForRemovedWhileFilesRemain) {
+  MakeEntries(MakeDirectoryWithAFile);
+  const auto left = TreeWithoutTheFirst();
+  EXPECT_FALSE(DeleteEmptyTree(path_));
+  EXPECT_EQ(Tree(), left);
+}
+
+TEST_F(NamedThroughItsOwnEntry, DeletionReportsTheFirstEntryThatCannotBeFoundAnyMore) {
+  for (const auto make : {MakeDirectoryWithAFile, MakeEmptyDirectory, MakeFile}) {
+    MakeEntries(make);
+    const auto left = TreeWithoutTheFirst();
+    EXPECT_EQ(FailureOf([this] { Delete(path_); }),
+              Exception("lstat - " + path_ + "/" + order_[1], ENOENT));
+    EXPECT_EQ(Tree(), left);
+    std::filesystem::remove_all(directory_.Path("w"));
+  }
+}
+
+TEST_F(NamedThroughItsOwnEntry, DeletionReportsTheDirectoryItselfWhenNothingElseIsInIt) {
+  path_ = directory_.MakeDir("w/a") + "/..";
+  EXPECT_EQ(FailureOf([this] { Delete(path_); }), Exception("rmdir - " + path_, ENOENT));
+  EXPECT_THAT(Tree(), ElementsAre("d 755 w"));
 }
 
 TEST_F(DeleteEmptyTreeTest, RemovesSeveralHundredLevels) {
