@@ -17,7 +17,8 @@ namespace {
 void Unlink(const std::string& path) {
   if (::unlink(path.c_str()) == 0) return;
   const int error = errno;
-  GetType(path);  // throws when the way there has vanished, as it can with ".." in it
+  static_cast<void>(
+      GetType(path));  // throws when the way there has vanished, as it can with ".." in it
   throw KVLInsException("unlink - " + path, error);
 }
 
