@@ -286,7 +286,7 @@ class Maker {
 
   /// Below the top.
   std::string VolumeDirectory(std::size_t volume) const {
-    const std::string number = std::to_string(volume);
+    std::string number = std::to_string(volume);
     if (layout_ == "sibling") return number;
     if (layout_ == "am") return PathBelow(number, PathBelow("media", number));
     return "";
