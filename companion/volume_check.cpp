@@ -201,7 +201,7 @@ class VolumeCheck {
     AddUnseen(dir.Str(), list.error, Severity::kWarning, findings_);
     for (const std::string& name : list.names) {
       if (VolumeOfMarkerName(name) < 1) continue;
-      const std::string path = Join(dir.Str(), name).Str();
+      std::string path = Join(dir.Str(), name).Str();
       struct stat status;
       if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return path;
     }
