@@ -26,6 +26,7 @@ namespace {
 
 constexpr std::size_t kBufferSize = 65536;
 constexpr mode_t kPermissionBits = 0777;
+constexpr int kWriteWithoutWaiting = O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_NOCTTY;
 
 bool IsSameFile(const struct stat& left, const struct stat& right) {
   return left.st_dev == right.st_dev && left.st_ino == right.st_ino &&
@@ -56,13 +57,9 @@ bool MayNeverEnd(mode_t mode) {
   }
 }
 
-void CopyContents(const std::string& source, const std::string& destination, mode_t new_file_mode) {
-  const FileDescriptor from(source, O_RDONLY);
-  if (!from.IsOpen()) {
-    const int error = errno;
-    throw KVLInsException("Cannot read " + source, error);
-  }
-  FileDescriptor to(destination, O_WRONLY | O_CREAT | O_TRUNC, new_file_mode);
+void CopyContents(const FileDescriptor& from, const std::string& destination,
+                  mode_t new_file_mode) {
+  FileDescriptor to(destination, kWriteWithoutWaiting, new_file_mode);
   if (!to.IsOpen()) {
     const int error = errno;
     throw KVLInsException("Cannot write into " + destination, error);
@@ -72,10 +69,14 @@ void CopyContents(const std::string& source, const std::string& destination, mod
   if (error != 0) throw KVLInsExceptionErrno("Cannot write into " + destination, error);
 }
 
-/// Copies one file into a directory that exists.
+/// Copies one file into a directory that exists. The source is looked at where it is open, so that
+/// nobody can put another one in its place meanwhile; by its path only when it cannot be opened.
 void CopyFileOnly(const std::string& source, const std::string& destination) {
+  const FileDescriptor file(source, kReadWithoutWaiting);
+  const int opening_error = file.IsOpen() ? 0 : errno;
   struct stat from;
-  if (::stat(source.c_str(), &from) != 0) {
+  const int looked = file.IsOpen() ? ::fstat(file.Number(), &from) : ::stat(source.c_str(), &from);
+  if (looked != 0) {
     const int error = errno;
     throw KVLInsExceptionErrno("Cannot stat " + source, error);
   }
@@ -86,7 +87,8 @@ void CopyFileOnly(const std::string& source, const std::string& destination) {
   if (exists && S_ISFIFO(to.st_mode)) {  // opening it would wait for a reader
     throw KVLInsException("Cannot write into " + destination, EOPNOTSUPP);
   }
-  CopyContents(source, destination, from.st_mode & kPermissionBits);
+  if (opening_error != 0) throw KVLInsException("Cannot read " + source, opening_error);
+  CopyContents(file, destination, from.st_mode & kPermissionBits);
   if (from.st_atime != 0) SetTime(destination, from.st_atime, from.st_mtime);
 }
 

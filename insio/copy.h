@@ -31,7 +31,8 @@ void Copy(const std::string& source, const std::string& destination);
 /// modification time, so also for a hard link); KVLInsException "Cannot read " + source or "Cannot
 /// write into " + destination with the error's text when one cannot be opened, the former also,
 /// with the text of EOPNOTSUPP, for a pipe or a device, which may never come to an end, and the
-/// latter for a pipe, which would wait for a reader; KVLInsExceptionErrno "Cannot write into " +
+/// latter for a pipe, which would wait for a reader; nothing is waited for, and a read that would
+/// have to wait fails; KVLInsExceptionErrno "Cannot write into " +
 /// destination when the data cannot be read or stored completely, with the text of ENOSPC when the
 /// system took only a part of it; and what SetTime throws.
 void CopyFile(const std::string& source, const std::string& destination);

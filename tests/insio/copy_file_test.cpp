@@ -279,6 +279,48 @@ TEST_F(CopyFileFailure, DestinationThatCannotBeOpened) {
   }
 }
 
+TEST_F(CopyFileFailure, SourceThatIsExchangedForAPipeIsNeverWaitedFor) {
+  const std::string pipe = directory_.Pipe("pipe");
+  EXPECT_EQ(WhileExchanged(source_, pipe,
+                           [this] {
+                             const Failure failure = FailureOfCopying(source_, Path("copy"));
+                             return failure == kNoFailure ||
+                                    failure == Exception("Cannot read " + source_, EOPNOTSUPP);
+                           }),
+            "");
+}
+
+TEST_F(CopyFileFailure, DestinationThatIsExchangedForAPipeIsNeverWaitedFor) {
+  const std::string copy = directory_.Write("copy", "old");
+  const std::string pipe = directory_.Pipe("pipe");
+  EXPECT_EQ(WhileExchanged(copy, pipe,
+                           [&] {
+                             const Failure failure = FailureOfCopying(source_, copy);
+                             return failure == kNoFailure ||
+                                    failure == Exception("Cannot write into " + copy, EOPNOTSUPP) ||
+                                    failure == Exception("Cannot write into " + copy, ENXIO);
+                           }),
+            "");
+}
+
+TEST_F(CopyFileFailure, SourceThatIsClosedToTheUserIsNamedByWhatItIs) {
+  SetMode(directory_.Pipe("pipe"), 0);
+  SetMode(source_, 0);
+  directory_.HardLink("same", source_);
+  SetMode(directory_.Path(), 0777);
+  const std::vector<std::pair<std::string, Failure>> rows = {
+      {"pipe", Exception("Cannot read pipe", EOPNOTSUPP)},
+      {"same", Exception("Cannot copy same to itself.")},
+  };
+  for (const auto& [name, failure] : rows) {
+    EXPECT_EQ(IsolatedFailureOf([&, &from = name] {
+                EnterAsOrdinaryUser(directory_);
+                CopyFile(from, "source");
+              }),
+              failure);
+  }
+}
+
 TEST_F(CopyFileFailure, DestinationThatIsAPipeIsNotWaitedFor) {
   const std::string pipe = directory_.Pipe("pipe");
   const std::string link = directory_.Link("link", "pipe");

@@ -3,13 +3,19 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <iostream>
 #include <sched.h>
 #include <stdexcept>
+#include <stdio.h>
+
+#include "tests/support/outcome.h"
 
 namespace kvl::test {
 namespace {
@@ -94,6 +100,32 @@ std::string MakeSocket(const TestDirectory& directory, const std::string& name) 
   const std::string path = directory.Path(name);
   Require(::mknod(path.c_str(), S_IFSOCK | 0600, 0) == 0, "make " + path);
   return path;
+}
+
+std::string WhileExchanged(const std::string& one, const std::string& other,
+                           const std::function<bool()>& action) {
+  constexpr int kTimes = 20'000;
+  constexpr unsigned kMostSeconds = 30;
+  const Outcome outcome = RunIsolated([&] {
+    const pid_t exchanging = ::fork();
+    if (exchanging == 0) {
+      ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+      while (::renameat2(AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE) == 0) {
+      }
+      ::_exit(0);
+    }
+    ::alarm(kMostSeconds);  // whoever waits for ever ends here
+    int good = 0;
+    while (good < kTimes && action()) ++good;
+    const bool still_exchanged = ::waitpid(exchanging, nullptr, WNOHANG) == 0;
+    ::kill(exchanging, SIGKILL);
+    ::waitpid(exchanging, nullptr, 0);
+    if (!still_exchanged) std::cout << "nothing was exchanged";
+    if (good < kTimes) std::cout << "a wrong result after " << good;
+    return 0;
+  });
+  if (outcome.status != 0) return "ended with " + std::to_string(outcome.status) + outcome.err;
+  return outcome.out;
 }
 
 std::string PathOfLength(std::string beginning, std::size_t length) {

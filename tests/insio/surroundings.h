@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -55,6 +56,11 @@ inline std::int64_t Nanoseconds(const timespec& time) {
 
 /// A socket without anybody listening: nobody, not even root, can open it as a file.
 std::string MakeSocket(const TestDirectory& directory, const std::string& name);
+
+/// Calls `action` again and again, while another process exchanges what lies at the two paths as fast
+/// as it can. Returns what went wrong: an action was not true, or did not come to an end.
+std::string WhileExchanged(const std::string& one, const std::string& other,
+                           const std::function<bool()>& action);
 
 /// `beginning` and names of letters below it, such that the whole path has `length` bytes.
 std::string PathOfLength(std::string beginning, std::size_t length);
