@@ -1,13 +1,20 @@
 #include "insio/replace_in_lines.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
 #include <exception>
-#include <fstream>
+#include <istream>
 #include <stdexcept>
+#include <streambuf>
+#include <string_view>
 
 #include "insio/copy.h"
 #include "insio/delete.h"
-#include "insio/entry.h"
 #include "insio/file_attributes.h"
+#include "insio/file_descriptor.h"
 #include "insio/lines.h"
 #include "insio/path_text.h"
 
@@ -15,6 +22,7 @@ namespace KVLInsIO {
 namespace {
 
 constexpr char kTemporarySuffix[] = "_TmpRIL";
+constexpr mode_t kTemporaryMode = 0666;
 
 /// One replacement to be done, and its failures.
 struct Replacement {
@@ -27,9 +35,32 @@ struct Replacement {
   }
 };
 
-/// Such as a pipe, which would be waited for, or a device, which may never come to an end.
-bool IsNeitherFileNorDirectory(const std::string& path) {
-  return Exists(path) && !IsRegularFile(path) && !IsDirectory(path);
+/// The bytes of an open file, to be read by a stream.
+class FileBytes : public std::streambuf {
+ public:
+  explicit FileBytes(const FileDescriptor& file) : file_(file) {}
+
+ protected:
+  /// An exception makes the stream a bad one.
+  int_type underflow() override {
+    const ssize_t length = ::read(file_.Number(), bytes_.data(), bytes_.size());
+    if (length < 0) throw std::runtime_error("read");
+    if (length == 0) return traits_type::eof();
+    setg(bytes_.data(), bytes_.data(), bytes_.data() + length);
+    return traits_type::to_int_type(bytes_[0]);
+  }
+
+ private:
+  const FileDescriptor& file_;
+  std::array<char, 65536> bytes_{};
+};
+
+/// No pipe, which would be waited for, and no device, which may never come to an end. Reading a
+/// directory fails.
+bool IsFileOrDirectory(const FileDescriptor& file) {
+  struct stat status;
+  return ::fstat(file.Number(), &status) == 0 &&
+         (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode));
 }
 
 struct Rewritten {
@@ -38,9 +69,10 @@ struct Rewritten {
 };
 
 Rewritten Rewrite(const std::string& path, const Replacement& replacement) {
-  std::ifstream file;
-  if (!IsNeitherFileNorDirectory(path)) file.open(path, std::ios::binary);
-  if (!file.is_open()) replacement.Fail("Failed to open " + path);
+  const FileDescriptor source(path, kReadWithoutWaiting);
+  if (!source.IsOpen() || !IsFileOrDirectory(source)) replacement.Fail("Failed to open " + path);
+  FileBytes bytes(source);
+  std::istream file(&bytes);
   Rewritten result;
   bool is_first = true;
   for (std::string line; internal::ReadLine(file, line); is_first = false) {
@@ -62,14 +94,23 @@ void DeleteIfPossible(const std::string& path) {
   }
 }
 
+bool WriteAll(const FileDescriptor& file, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = ::write(file.Number(), text.data(), text.size());
+    if (written < 0) return false;
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+/// Whatever has the name already goes, and nothing is written through it: somebody else may have put
+/// a link there.
 void WriteTemporary(const std::string& path, const std::string& contents,
                     const Replacement& replacement) {
-  std::ofstream file;
-  if (!IsPipe(path)) file.open(path, std::ios::binary);
-  if (!file.is_open()) replacement.Fail("Failed to open " + path);
-  file << contents;
-  file.close();
-  if (file) return;
+  ::unlink(path.c_str());
+  FileDescriptor file(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, kTemporaryMode);
+  if (!file.IsOpen()) replacement.Fail("Failed to open " + path);
+  if (WriteAll(file, contents) && file.Close()) return;
   DeleteIfPossible(path);
   replacement.Fail("Failed to write " + path);
 }

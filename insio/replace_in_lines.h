@@ -17,7 +17,8 @@ namespace KVLInsIO {
 ///    The lines are then separated by one line feed each: on purpose one carriage return at the end
 ///    of a line goes, and so does the last line feed of the file.   a\r\nb\n, b by c  =>  a\nc
 /// The new contents are first written to the file's name with "_TmpRIL" behind it, beside the file;
-/// a file of that name is overwritten, and removed at the end. Needs memory for about three times
+/// what has that name already, but for a directory, is removed first, links and hard links as such, so
+/// that nothing is written through it. Needs memory for about three times
 /// the file or its new contents, whichever is larger, and time in proportion to it.
 ///
 /// Throws std::runtime_error, each text followed by "\nReplaced: " + old_text + "\nReplacing: " +
@@ -26,7 +27,7 @@ namespace KVLInsIO {
 ///   "KVLInsIO::ReplaceInLines: Failed to open " + file        it is missing, may not be read, or is a
 ///                                                             pipe or a device
 ///   "KVLInsIO::ReplaceInLines: Failed to read " + file        not all of it; also a directory
-///   "KVLInsIO::ReplaceInLines: Failed to open " + temporary   it cannot be made, or is a pipe
+///   "KVLInsIO::ReplaceInLines: Failed to open " + temporary   it cannot be made
 ///   "KVLInsIO::ReplaceInLines: Failed to write " + temporary  not all of it; it is gone again
 /// The file is untouched after each of them. What SetReadOnly and Copy throw passes through; the
 /// temporary file, with all the new contents, then stays, and the file may have become writable.

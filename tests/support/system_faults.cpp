@@ -21,7 +21,7 @@ struct Fault {
   int failed = 0;
 };
 
-constexpr std::size_t kCalls = FailingCall::kRead + 1;
+constexpr std::size_t kCalls = FailingCall::kUnlink + 1;
 std::array<Fault, kCalls> faults;
 std::optional<uid_t> fake_user;
 
@@ -117,6 +117,11 @@ pid_t __wrap_waitpid(pid_t child, int* status, int options) {
 int __real_execvp(const char* file, char* const* arguments);
 int __wrap_execvp(const char* file, char* const* arguments) {
   return Fails(FailingCall::kExecVp) ? -1 : __real_execvp(file, arguments);
+}
+
+int __real_unlink(const char* path);
+int __wrap_unlink(const char* path) {
+  return Fails(FailingCall::kUnlink) ? -1 : __real_unlink(path);
 }
 
 // The name behind statfs where offsets have 64 bits.

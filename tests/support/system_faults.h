@@ -9,7 +9,7 @@ namespace kvl::test {
 /// While it lives, the call fails with this errno, or answers as told.
 class FailingCall {
  public:
-  enum Call { kFork, kGetHostName, kReadDir, kClose, kWaitPid, kExecVp, kRead };
+  enum Call { kFork, kGetHostName, kReadDir, kClose, kWaitPid, kExecVp, kRead, kUnlink };
 
   /// The first `after` calls go through, the next `times` ones fail; 0 stands for all.
   FailingCall(Call call, int error, int after = 0, int times = 0);
