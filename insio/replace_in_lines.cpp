@@ -1,5 +1,6 @@
 #include "insio/replace_in_lines.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,6 +11,7 @@
 #include <stdexcept>
 #include <streambuf>
 #include <string_view>
+#include <system_error>
 
 #include "insio/copy.h"
 #include "insio/delete.h"
@@ -44,7 +46,7 @@ class FileBytes : public std::streambuf {
   /// An exception makes the stream a bad one.
   int_type underflow() override {
     const ssize_t length = ::read(file_.Number(), bytes_.data(), bytes_.size());
-    if (length < 0) throw std::runtime_error("read");
+    if (length < 0) throw std::system_error(errno, std::generic_category());
     if (length == 0) return traits_type::eof();
     setg(bytes_.data(), bytes_.data(), bytes_.data() + length);
     return traits_type::to_int_type(bytes_[0]);
