@@ -55,7 +55,7 @@ int WhyNotAllowed(const std::string& path, int how) {
 FileStart ReadStart(const std::string& path, std::size_t most_bytes) {
   struct stat status = {};
   if (const int error = WhyNotRegular(::stat(path.c_str(), &status), status)) return {{}, error};
-  const KVLInsIO::FileDescriptor file(path, KVLInsIO::kReadWithoutWaiting);
+  const KVLInsIO::internal::FileDescriptor file(path, KVLInsIO::internal::kReadWithoutWaiting);
   if (!file.IsOpen()) return {{}, errno};
   if (const int error = WhyNotRegular(::fstat(file.Number(), &status), status)) return {{}, error};
   FileStart start;

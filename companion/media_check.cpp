@@ -424,7 +424,7 @@ class MediaCheck {
   }
 
   void LookThroughTrees() {
-    std::set<KVLInsIO::FileIdentity> seen;  // in the flat layout all volumes are in one
+    std::set<KVLInsIO::internal::FileIdentity> seen;  // in the flat layout all volumes are in one
     std::vector<std::string> trees = {request_.media_dir};
     for (const VolumeRow& row : report_.volumes.rows) {
       if (row.state == "found") trees.push_back(row.directory);
@@ -435,8 +435,8 @@ class MediaCheck {
       }
     }
     for (const std::string& tree : trees) {
-      KVLInsIO::FileIdentity identity;
-      if (!KVLInsIO::Identify(tree, identity)) {
+      KVLInsIO::internal::FileIdentity identity;
+      if (!KVLInsIO::internal::Identify(tree, identity)) {
         AddUnseen(tree, errno, Severity::kWarning, report_.findings);
       } else if (seen.insert(identity).second) {
         SurveyTree(tree, report_.findings);

@@ -21,8 +21,8 @@
 namespace kvl {
 namespace {
 
-using KVLInsIO::FileIdentity;
 using KVLInsIO::InsPath;
+using KVLInsIO::internal::FileIdentity;
 
 /// Trees of links can have more files than there are numbers.
 std::uint64_t Sum(std::uint64_t left, std::uint64_t right) {
@@ -119,7 +119,7 @@ class Survey {
     IsUnseen(place.Str(), error.value());
     if (error) return;
     for (;; real = real.parent_path()) {
-      if (KVLInsIO::Identify(real, identity)) {
+      if (KVLInsIO::internal::Identify(real, identity)) {
         above_target_.insert(identity);
       } else {
         IsUnseen(real, errno);

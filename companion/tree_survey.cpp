@@ -16,7 +16,7 @@
 namespace kvl {
 namespace {
 
-using KVLInsIO::FileIdentity;
+using KVLInsIO::internal::FileIdentity;
 
 /// A way from one directory into another.
 struct Way {
@@ -116,7 +116,7 @@ class Survey {
     const DirectoryNames list = SortedNamesIn(directory);
     if (list.error != 0 && !IsUnseen(directory, list.error)) AddUnlistable(directory, findings_);
     FileIdentity here;
-    if (!KVLInsIO::Identify(directory, here)) {
+    if (!KVLInsIO::internal::Identify(directory, here)) {
       IsUnseen(directory, errno);
       return;
     }

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "insio/create_dir.h"
+#include "insio/create_new_dir.h"
 #include "insio/entry.h"
 #include "insio/exceptions.h"
 #include "insio/file_attributes.h"
@@ -22,6 +23,14 @@
 #include "insio/tree_level.h"
 
 namespace KVLInsIO {
+
+using internal::CreateNewDirExactly;
+using internal::FileDescriptor;
+using internal::FileIdentity;
+using internal::Identify;
+using internal::kReadWithoutWaiting;
+using internal::TreeLevel;
+
 namespace {
 
 constexpr std::size_t kBufferSize = 65536;

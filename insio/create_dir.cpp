@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "insio/create_new_dir.h"
 #include "insio/exceptions.h"
 #include "insio/path_text.h"
 
@@ -88,7 +89,7 @@ void CreateDirExactly(const std::string& path) {
   Create(path, ParentOf);
 }
 
-bool CreateNewDirExactly(const std::string& path) {
+bool internal::CreateNewDirExactly(const std::string& path) {
   return !IsNamedDot(path) && ::mkdir(path.c_str(), kDirectoryMode) == 0;
 }
 

@@ -23,10 +23,4 @@ void CreateDir(const std::string& path);
 /// Throws as CreateDir does, with the path as given.
 void CreateDirExactly(const std::string& path);
 
-/// Makes one directory in one that exists, with mode 755 less the umask, the path taken as in
-/// CreateDirExactly. True when this call has made it, so that nothing is in it yet; false when not,
-/// for whatever reason, such as that something exists there, or that the last component is "." in the
-/// sense of CreateDir. Never throws.
-[[nodiscard]] bool CreateNewDirExactly(const std::string& path);
-
 }  // namespace KVLInsIO

@@ -12,6 +12,11 @@
 #include "insio/tree_level.h"
 
 namespace KVLInsIO {
+
+using internal::FileIdentity;
+using internal::Identify;
+using internal::TreeLevel;
+
 namespace {
 
 void Unlink(const std::string& path) {

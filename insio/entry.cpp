@@ -26,10 +26,10 @@ bool IsPipe(const std::string& path) {
 
 EntryType GetType(const std::string& path) {
   if (path.empty()) throw KVLInsException("GetType - empty path");
-  return GetTypeAt(AT_FDCWD, path.c_str(), path);
+  return internal::GetTypeAt(AT_FDCWD, path.c_str(), path);
 }
 
-EntryType GetTypeAt(int directory, const char* name, const std::string& path) {
+EntryType internal::GetTypeAt(int directory, const char* name, const std::string& path) {
   struct stat status;
   if (::fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
     const int error = errno;

@@ -6,11 +6,11 @@
 
 #include "insio/entry.h"
 
-namespace KVLInsIO {
+namespace KVLInsIO::internal {
 
 /// What GetType(path) gives for the entry `name` of the directory that is open as `directory`: the
 /// way down from the root is not gone again, unless the entry is a link. `path` is the whole path.
 /// Throws as GetType does.
 EntryType GetTypeAt(int directory, const char* name, const std::string& path);
 
-}  // namespace KVLInsIO
+}  // namespace KVLInsIO::internal

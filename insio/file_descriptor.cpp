@@ -5,7 +5,7 @@
 
 #include <utility>
 
-namespace KVLInsIO {
+namespace KVLInsIO::internal {
 
 FileDescriptor::FileDescriptor(const std::string& path, int flags, mode_t creation_mode)
     : number_(::open(path.c_str(), flags | O_CLOEXEC, creation_mode)) {}
@@ -29,4 +29,4 @@ bool FileDescriptor::Close() {
   return ::close(std::exchange(number_, -1)) == 0;
 }
 
-}  // namespace KVLInsIO
+}  // namespace KVLInsIO::internal

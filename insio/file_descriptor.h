@@ -7,7 +7,7 @@
 
 #include <string>
 
-namespace KVLInsIO {
+namespace KVLInsIO::internal {
 
 /// The flags for reading what somebody else has put on a disc. Opening never waits, as it would for
 /// a pipe without a writer, and never makes a terminal that of the process. Ask the open file what
@@ -45,4 +45,4 @@ class FileDescriptor {
   int number_;
 };
 
-}  // namespace KVLInsIO
+}  // namespace KVLInsIO::internal

@@ -101,7 +101,7 @@ struct InsFileFinder::State {
     if (stream == nullptr || !opened_by_its_name || full_path.size() >= PATH_MAX) {
       return GetType(full_path);
     }
-    return GetTypeAt(::dirfd(stream.get()), name.c_str(), full_path);
+    return internal::GetTypeAt(::dirfd(stream.get()), name.c_str(), full_path);
   }
 
   void GoToNextMatch() {

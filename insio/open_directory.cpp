@@ -16,6 +16,10 @@
 #include "insio/path_text.h"
 
 namespace KVLInsIO {
+
+using internal::FileDescriptor;
+using internal::kReadWithoutWaiting;
+
 namespace {
 
 constexpr std::size_t kBufferSize = 65536;

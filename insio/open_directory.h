@@ -20,7 +20,9 @@
 
 namespace KVLInsIO {
 
+namespace internal {
 class FileDescriptor;
+}
 
 /// What lies under a name, to tell later whether it is still the same.
 struct EntryState {
@@ -53,9 +55,9 @@ class OpenFile {
 
  private:
   friend class OpenDirectory;
-  OpenFile(std::unique_ptr<FileDescriptor> file, const std::string& path);
+  OpenFile(std::unique_ptr<internal::FileDescriptor> file, const std::string& path);
 
-  std::unique_ptr<FileDescriptor> file_;
+  std::unique_ptr<internal::FileDescriptor> file_;
   std::string path_;
 };
 
@@ -123,12 +125,12 @@ class OpenDirectory {
   void Delete(const std::string& name) const;
 
  private:
-  OpenDirectory(std::unique_ptr<FileDescriptor> directory, const std::string& path);
+  OpenDirectory(std::unique_ptr<internal::FileDescriptor> directory, const std::string& path);
 
   std::string PathOf(const std::string& name) const;
   int Number() const;
 
-  std::unique_ptr<FileDescriptor> directory_;
+  std::unique_ptr<internal::FileDescriptor> directory_;
   std::string path_;
 };
 

@@ -21,6 +21,10 @@
 #include "insio/path_text.h"
 
 namespace KVLInsIO {
+
+using internal::FileDescriptor;
+using internal::kReadWithoutWaiting;
+
 namespace {
 
 constexpr char kTemporarySuffix[] = "_TmpRIL";

@@ -6,7 +6,7 @@
 #include "insio/finder_walk.h"
 #include "insio/path.h"
 
-namespace KVLInsIO {
+namespace KVLInsIO::internal {
 namespace {
 
 /// How many directories of a tree are kept open at once. Further down the names are read ahead, so
@@ -57,7 +57,7 @@ TreeLevel TreeLevel::Below(TreeLevel& above) {
   std::size_t bytes_ahead = above.bytes_ahead_above_;
   if (above.depth_ >= kMostOpenLevels) {
     const std::size_t most = kMostBytesAhead - std::min(bytes_ahead, kMostBytesAhead);
-    bytes_ahead += internal::ReadAhead(above.entries_, most);
+    bytes_ahead += ReadAhead(above.entries_, most);
   }
   return TreeLevel(above.entries_.FullPath(), internal::EnterEntry(above.entries_), above,
                    bytes_ahead);
@@ -75,4 +75,4 @@ bool TreeLevel::EntryLeadsBack() const {
   return false;
 }
 
-}  // namespace KVLInsIO
+}  // namespace KVLInsIO::internal

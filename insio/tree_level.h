@@ -10,7 +10,7 @@
 #include "insio/file_descriptor.h"
 #include "insio/finder.h"
 
-namespace KVLInsIO {
+namespace KVLInsIO::internal {
 
 /// What makes two paths the same file: device and inode.
 struct FileIdentity {
@@ -68,4 +68,4 @@ class TreeLevel {
   bool behind_link_ = false;           // this directory was reached through a link below the top
 };
 
-}  // namespace KVLInsIO
+}  // namespace KVLInsIO::internal

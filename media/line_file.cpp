@@ -12,7 +12,7 @@ namespace {
 constexpr char kLineFeed = '\n';
 
 /// 0 for an open file that comes to an end.
-int WhyNotToRead(const KVLInsIO::FileDescriptor& file) {
+int WhyNotToRead(const KVLInsIO::internal::FileDescriptor& file) {
   struct stat status;
   if (::fstat(file.Number(), &status) != 0) return errno;
   if (S_ISREG(status.st_mode)) return 0;
@@ -21,7 +21,7 @@ int WhyNotToRead(const KVLInsIO::FileDescriptor& file) {
 
 }  // namespace
 
-LineFile::LineFile(const std::string& path) : file_(path, KVLInsIO::kReadWithoutWaiting) {
+LineFile::LineFile(const std::string& path) : file_(path, KVLInsIO::internal::kReadWithoutWaiting) {
   error_ = file_.IsOpen() ? WhyNotToRead(file_) : errno;
 }
 

@@ -35,7 +35,7 @@ class LineFile {
   void PassOverCutRest();
   void SkipHole();
 
-  KVLInsIO::FileDescriptor file_;
+  KVLInsIO::internal::FileDescriptor file_;
   int error_ = 0;
   bool is_cut_ = false;      // the rest of the last line is still to be passed over
   std::string_view unread_;  // a part of the buffer

@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "insio/create_new_dir.h"
 #include "insio/entry.h"
 #include "tests/insio/every_kind.h"
 #include "tests/insio/failure.h"
@@ -334,12 +335,12 @@ TEST(CreateDirExactly, RefusesAnEmptyPath) {
 
 TEST_F(CreateDirExactlyTest, OfANewOneTellsWhetherThisCallHasMadeIt) {
   const std::string path = directory_.Path("a\\b");
-  EXPECT_TRUE(KVLInsIO::CreateNewDirExactly(path));
-  EXPECT_FALSE(KVLInsIO::CreateNewDirExactly(path));
+  EXPECT_TRUE(KVLInsIO::internal::CreateNewDirExactly(path));
+  EXPECT_FALSE(KVLInsIO::internal::CreateNewDirExactly(path));
   directory_.Link("dangling", "nowhere");
   for (const std::string& other : {directory_.Path("missing/x"), directory_.Path("dangling"),
                                    directory_.Path("a\\b/."), std::string()}) {
-    EXPECT_FALSE(KVLInsIO::CreateNewDirExactly(other)) << other;
+    EXPECT_FALSE(KVLInsIO::internal::CreateNewDirExactly(other)) << other;
   }
   EXPECT_THAT(Tree(), ElementsAre("d 755 a\\b", "l dangling -> nowhere"));
 }

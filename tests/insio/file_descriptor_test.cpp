@@ -16,7 +16,7 @@
 namespace kvl::test {
 namespace {
 
-using KVLInsIO::FileDescriptor;
+using KVLInsIO::internal::FileDescriptor;
 
 TEST(FileDescriptor, OpensAFileForTheseFlags) {
   const TestDirectory directory;

@@ -351,6 +351,13 @@ std::vector<Symbol> SymbolsIn(const std::string& output) {
   return symbols;
 }
 
+/// The words of a header's code; comments are left out.
+std::set<std::string> WordsOf(const std::string& header) {
+  static const std::regex comment("//[^\n]*"), word("\\w+");
+  const std::string code = std::regex_replace(header, comment, "");
+  return {std::sregex_token_iterator(code.begin(), code.end(), word), {}};
+}
+
 /// Part of KVLInsIO, or what the compiler makes of the standard library's templates.
 bool BelongsToTheLibrary(const Symbol& symbol) {
   static const std::regex own("_Z(T[ISV]|GV)?Z*NK?8KVLInsIO.*");
@@ -371,6 +378,25 @@ TEST_F(PackageArchive, DefinesItsOwnNamesOnly) {
     if (!BelongsToTheLibrary(symbol)) others.push_back(symbol.type + " " + symbol.name);
   }
   EXPECT_THAT(others, IsEmpty());
+}
+
+TEST_F(PackageArchive, HidesInAnInnerNamespaceWhatNoHeaderShows) {
+  std::string headers;
+  for (const std::string& name : HeaderNames())
+    headers += ReadFile(Installed("include/KVLInsIO/" + name));
+  const std::set<std::string> shown = WordsOf(headers);
+  static const std::regex own("[0-9a-f ]* [A-Za-z] (\\w+ for )?KVLInsIO::(\\w+).*");
+  std::set<std::string> not_shown;
+  int symbols = 0;
+  for (const std::string& line : LinesOf(Require(
+           {Cached("CMAKE_NM"), "--demangle", "--extern-only", "--defined-only", Archive()}))) {
+    std::smatch match;
+    if (!std::regex_match(line, match, own)) continue;
+    ++symbols;
+    if (!shown.contains(match[2])) not_shown.insert(match[2]);
+  }
+  EXPECT_GT(symbols, 40);
+  EXPECT_THAT(not_shown, IsEmpty());
 }
 
 TEST_F(PackageArchive, EndsNoProcessSaysNothingAndKeepsAwayFromTheEnvironment) {

@@ -16,11 +16,11 @@
 namespace kvl::test {
 namespace {
 
-using KVLInsIO::FileIdentity;
 using KVLInsIO::FindNextFile;
-using KVLInsIO::Identify;
 using KVLInsIO::InsFileFinder;
-using KVLInsIO::TreeLevel;
+using KVLInsIO::internal::FileIdentity;
+using KVLInsIO::internal::Identify;
+using KVLInsIO::internal::TreeLevel;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
