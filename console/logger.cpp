@@ -47,19 +47,18 @@ void WriteWhole(int stream, std::string_view text) {
 
 }  // namespace
 
-void Logger::Message(std::string_view text, int level, bool /*marked*/) {
+void Logger::Message(std::string text, int level, bool /*marked*/) {
   if (level == kError || level == kWarning) log_to_error_stream_ = true;
   if (level == kInformation) log_to_error_stream_ = false;
 
-  std::string line(Prefix(level));
-  line.append(text);
-  ReplaceAll(line, "\n", kIndentedLineFeed, 0);
-  line.push_back('\n');
+  text.insert(0, Prefix(level));
+  ReplaceAll(text, "\n", kIndentedLineFeed, 0);
+  text.push_back('\n');
   if (collect_) {
-    collect_(line);
+    collect_(text);
     return;
   }
-  WriteWhole(log_to_error_stream_ ? STDERR_FILENO : STDOUT_FILENO, line);
+  WriteWhole(log_to_error_stream_ ? STDERR_FILENO : STDOUT_FILENO, text);
 }
 
 }  // namespace kvl

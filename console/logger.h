@@ -36,7 +36,8 @@ class Logger {
   /// alone. `marked` has no effect, on purpose: callers keep stating it. A failed write is not
   /// reported; the text is lost and the next message is tried again. With SIGPIPE at its default a
   /// reader that went away ends the process, so the program ignores it.
-  void Message(std::string_view text, int level, bool marked);
+  /// A text that has room for eight bytes more is not copied: a tag in it can be long.
+  void Message(std::string text, int level, bool marked);
 
  private:
   std::function<void(std::string_view)> collect_;

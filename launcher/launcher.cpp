@@ -78,7 +78,7 @@ void Launcher::StageInstaller(const std::string& staging_dir_slash) {
   } catch (const std::exception& failure) {
     Message("Cannot copy the installer to a temporary directory: " + staging_dir_slash, kError,
             kMarked);
-    const std::string_view reason = failure.what();
+    const std::string reason = failure.what();
     if (!reason.empty()) Message(reason, kError, kMarked);
     EndProcess(ExitStatus::kStagingFailed);
   }
@@ -97,7 +97,7 @@ void Launcher::LeaveCleanUpScript(const std::string& staging_dir_slash) {
           kMarked);
 }
 
-void Launcher::Message(std::string_view text, int level, bool marked) {
+void Launcher::Message(const std::string& text, int level, bool marked) {
   logger_.Message(text, level, marked);
 }
 

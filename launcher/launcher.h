@@ -36,7 +36,7 @@ class Launcher : public LauncherState {
   int Run();
 
   /// Writes a message (see Logger).
-  void Message(std::string_view text, int level, bool marked);
+  void Message(const std::string& text, int level, bool marked);
 
   /// Scans the media (see media/volume_scan.h), appends the directories of its further volumes to
   /// `volume_paths`, which it empties before when it tries the AM layout, and returns the result

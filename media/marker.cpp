@@ -1,5 +1,7 @@
 #include "media/marker.h"
 
+#include <utility>
+
 #include "console/text.h"
 #include "media/line_file.h"
 
@@ -17,7 +19,7 @@ std::string MarkerName(std::int64_t volume) {
 FileText ReadMarker(const std::string& path) {
   LineFile marker(path);
   for (std::string line; marker.Next(line);) {
-    if (line.starts_with(kTagKey)) return {line.substr(kTagKey.size())};
+    if (line.starts_with(kTagKey)) return {std::move(line.erase(0, kTagKey.size()))};
   }
   return {std::nullopt, marker.Error()};
 }
@@ -29,7 +31,7 @@ std::string ReadMtbDir(const std::string& path) {
 FileText ReadFirstLine(const std::string& path) {
   LineFile file(path);
   std::string line;
-  if (file.Next(line)) return {line};
+  if (file.Next(line)) return {std::move(line)};
   return {std::nullopt, file.Error()};
 }
 

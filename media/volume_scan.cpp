@@ -35,13 +35,18 @@ struct AmVolume {
 class Report {
  public:
   explicit Report(Logger& logger) : logger_(logger) {}
-  void Information(const std::string& text) { logger_.Message(text, kInformation, kMarked); }
-  void Warning(const std::string& text) { logger_.Message(text, kWarning, kMarked); }
-  void More(const std::string& text) { logger_.Message(text, kContinuation, kMarked); }
+  void Information(std::string text) { logger_.Message(std::move(text), kInformation, kMarked); }
+  void Warning(std::string text) { logger_.Message(std::move(text), kWarning, kMarked); }
+  void More(std::string text) { logger_.Message(std::move(text), kContinuation, kMarked); }
 
-  void WrongVolume(const std::string& volume, const std::string& tag, const std::string& place,
+  /// `where` stands between the two tags, which can be so long that neither is copied needlessly.
+  void WrongVolume(const std::string& volume, std::string tag, const std::string& where,
                    const std::string& wanted_tag) {
-    Warning(volume + " of " + tag + " found in " + place + " instead of " + wanted_tag);
+    constexpr std::size_t kRoomForTheRest = 64;
+    std::string text = std::move(tag);
+    text.reserve(volume.size() + text.size() + where.size() + wanted_tag.size() + kRoomForTheRest);
+    text.insert(0, volume + " of ").append(where).append(wanted_tag);
+    Warning(std::move(text));
   }
 
  private:
@@ -65,6 +70,10 @@ std::string VolumeName(VolumeNumber number) {
 
 std::string AmVolumeName(VolumeNumber number) {
   return "AM volume " + std::to_string(number);
+}
+
+std::string FoundIn(const InsPath& dir) {
+  return " found in " + dir.Str() + " instead of ";
 }
 
 std::string TagIn(const InsPath& dir, VolumeNumber volume) {
@@ -101,10 +110,10 @@ LayoutAnswer Judge(Tally tally, Layout layout, const MediaSet& media, Report& re
 /// Looks for the volume in `dir`. One of another media set is reported.
 void LookFor(VolumeNumber volume, const InsPath& dir, const MediaSet& media, Report& report,
              Tally& tally) {
-  const std::string tag = TagIn(dir, volume);
+  std::string tag = TagIn(dir, volume);
   if (tag.empty()) return;
   if (tag != media.tag) {
-    report.WrongVolume(VolumeName(volume), tag, dir.Str(), media.tag);
+    report.WrongVolume(VolumeName(volume), std::move(tag), FoundIn(dir), media.tag);
     tally.mismatch = true;
     return;
   }
@@ -116,12 +125,12 @@ void LookFor(VolumeNumber volume, const InsPath& dir, const MediaSet& media, Rep
 LayoutAnswer ScanFlatLayout(const MediaSet& media, Report& report) {
   Tally tally;
   ForEachNumber(media.dir, kMarkerExtension, {2, media.count}, [&](VolumeNumber i) {
-    const std::string tag = TagIn(media.dir, i);
+    std::string tag = TagIn(media.dir, i);
     if (tag.empty()) return;
     if (tag == media.tag) {
       ++tally.found;
     } else {
-      report.Warning(VolumeName(i) + " of " + tag + " found in the directory of " + media.tag);
+      report.WrongVolume(VolumeName(i), std::move(tag), " found in the directory of ", media.tag);
       tally.mismatch = true;
     }
   });
@@ -178,6 +187,20 @@ void PublishFirstAmVolume(const AmVolume& first, const InsPath& relative) {
   SetEnv(variables::kAmRelativePath, relative.Str());
 }
 
+/// Looks for the AM volume in `dir`. One of another AM set is reported.
+bool IsAmVolume(VolumeNumber number, const InsPath& dir, const std::string& wanted_tag,
+                Report& report, Tally& tally) {
+  std::string tag = TagIn(dir, number);
+  if (tag.empty()) return false;
+  if (tag != wanted_tag) {
+    report.WrongVolume(AmVolumeName(number), std::move(tag), FoundIn(dir), wanted_tag);
+    tally.mismatch = true;
+    return false;
+  }
+  report.More(AmVolumeName(number) + " found in: " + dir.Str());
+  return true;
+}
+
 ScanOutcome ScanAmLayout(const MediaSet& media, Report& report) {
   const std::optional<AmVolume> first = FindFirstAmVolume(media.dir, report);
   if (!first) return Failed();
@@ -191,14 +214,7 @@ ScanOutcome ScanAmLayout(const MediaSet& media, Report& report) {
   Tally tally;
   ForEachNumber(outer, kNoExtension, {2 + ahead, media.count + ahead}, [&](VolumeNumber am_number) {
     const InsPath am_dir = Numbered(outer, am_number);
-    const std::string am_tag = TagIn(am_dir, am_number);
-    if (am_tag.empty()) return;
-    if (am_tag != first->tag) {
-      report.WrongVolume(AmVolumeName(am_number), am_tag, am_dir.Str(), first->tag);
-      tally.mismatch = true;
-      return;
-    }
-    report.More(AmVolumeName(am_number) + " found in: " + am_dir.Str());
+    if (!IsAmVolume(am_number, am_dir, first->tag, report, tally)) return;
     const VolumeNumber i = am_number - ahead;
     LookFor(i, Numbered(Join(am_dir.Str(), relative.Str()), i), media, report, tally);
   });

@@ -1,7 +1,10 @@
 // Whole runs that only ask for the number of volumes: nothing is copied, set or started.
+#include <sys/resource.h>
+
 #include <gtest/gtest.h>
 
 #include "tests/launcher/launch_world.h"
+#include "tests/support/sanitized.h"
 
 namespace kvl::test {
 namespace {
@@ -81,6 +84,29 @@ TEST(RunQuery, NeedsAnInstallerAllTheSame) {
              .out = SaysNoneIn("{1}"),
              .err = "ERROR: The installer is not found, please read the file "
                     "\"ReadMe_UNIX.txt\".\n"});
+}
+
+/// To be called in the child: it has no more than 8 MiB to write into.
+void GiveLittleMemory() {
+  const rlimit limit = {8'388'608, 8'388'608};
+  ::setrlimit(RLIMIT_DATA, &limit);
+}
+
+TEST(RunQuery, TakesLittleMemoryForTheLongestTags) {
+  if (kSanitized) GTEST_SKIP() << "a sanitizer takes memory of its own";
+  const std::string key = "MTBDIR=";
+  const std::size_t most = (1UL << 20U) - key.size();
+  const std::string one(most, 'a'), other(most, 'b');
+  LaunchWorld world;
+  world.OneVolume().Volume("1").Announces("2").File("1.txt", key + one + "cut off\n");
+  world.Volume("2").File("2.txt", key + other);
+  const LaunchSeen seen =
+      world.Run({.env = {{"KVLAdmODTMultiVolumes", "1"}}, .before = GiveLittleMemory});
+  ExpectRun(world, seen,
+            {.status = 0,
+             .out = SaysFoundIn("{1}") + " INFO: This media is composed of 2 volumes.\n"
+                                         "       Volume 1 found in: {1}\n",
+             .err = " WARN: Volume 2 of " + other + " found in {2} instead of " + one + "\n"});
 }
 
 }  // namespace
