@@ -2,6 +2,8 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <memory>
@@ -17,6 +19,7 @@ namespace kvl::test {
 namespace {
 
 using KVLInsIO::internal::FileDescriptor;
+using KVLInsIO::internal::kReadWithoutWaiting;
 
 TEST(FileDescriptor, OpensAFileForTheseFlags) {
   const TestDirectory directory;
@@ -129,6 +132,52 @@ TEST(FileDescriptor, ReportsALateErrorAndIsClosedAllTheSame) {
   EXPECT_EQ(error, EIO);
   EXPECT_FALSE(file.IsOpen());
   EXPECT_EQ(OpenDescriptors(), before);
+}
+
+/// Another process that holds a lease on a file until somebody wants to open it.
+class LeaseHolder {
+ public:
+  explicit LeaseHolder(const std::string& path) {
+    int ends[2];
+    if (::pipe(ends) != 0) return;
+    child_ = ::fork();
+    if (child_ == 0) Hold(path, ends[1]);
+    ::close(ends[1]);
+    char answer = 'n';
+    holds_ = ::read(ends[0], &answer, 1) == 1 && answer == 'y';
+    ::close(ends[0]);
+  }
+  ~LeaseHolder() { ::waitpid(child_, nullptr, 0); }
+  LeaseHolder(const LeaseHolder&) = delete;
+  LeaseHolder& operator=(const LeaseHolder&) = delete;
+
+  bool Holds() const { return holds_; }
+
+ private:
+  [[noreturn]] static void Hold(const std::string& path, int answer_to) {
+    sigset_t asked;
+    ::sigemptyset(&asked);
+    ::sigaddset(&asked, SIGIO);
+    ::sigprocmask(SIG_BLOCK, &asked, nullptr);
+    const int file = ::open(path.c_str(), O_RDONLY);
+    const bool has_lease = ::fcntl(file, F_SETLEASE, F_WRLCK) == 0;
+    const bool is_told = ::write(answer_to, has_lease ? "y" : "n", 1) == 1;
+    int signal = 0;
+    if (has_lease && is_told) ::sigwait(&asked, &signal);
+    ::_exit(0);  // which gives the lease up
+  }
+
+  pid_t child_ = -1;
+  bool holds_ = false;
+};
+
+TEST(FileDescriptor, WaitsForALeaseThatAnotherProcessHoldsOnTheFile) {
+  const TestDirectory directory;
+  const std::string path = directory.Write("file", "text");
+  const LeaseHolder holder(path);
+  if (!holder.Holds()) GTEST_SKIP() << "the file system knows no leases";
+  const FileDescriptor file(path, kReadWithoutWaiting);
+  EXPECT_TRUE(file.IsOpen());
 }
 
 }  // namespace
