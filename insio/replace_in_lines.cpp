@@ -28,7 +28,7 @@ using internal::kReadWithoutWaiting;
 namespace {
 
 constexpr char kTemporarySuffix[] = "_TmpRIL";
-constexpr mode_t kTemporaryMode = 0666;
+constexpr mode_t kTemporaryMode = 0600;  // it may hold what only its owner may read
 
 /// One replacement to be done, and its failures.
 struct Replacement {

@@ -16,10 +16,10 @@ namespace KVLInsIO {
 ///    mode stay, also when it is read-only for its owner; its times become those of the rewriting.
 ///    The lines are then separated by one line feed each: on purpose one carriage return at the end
 ///    of a line goes, and so does the last line feed of the file.   a\r\nb\n, b by c  =>  a\nc
-/// The new contents are first written to the file's name with "_TmpRIL" behind it, beside the file;
-/// what has that name already, but for a directory, is removed first, links and hard links as such, so
-/// that nothing is written through it. Needs memory for about three times
-/// the file or its new contents, whichever is larger, and time in proportion to it.
+/// The new contents are first written to the file's name with "_TmpRIL" behind it, beside the file, for
+/// nobody but the owner to read. What has that name already, but for a directory, is removed first,
+/// links and hard links as such, so that nothing is written through it. Needs memory for about three
+/// times the file or its new contents, whichever is larger, and time in proportion to it.
 ///
 /// Throws std::runtime_error, each text followed by "\nReplaced: " + old_text + "\nReplacing: " +
 /// new_text, without a line feed at the end:

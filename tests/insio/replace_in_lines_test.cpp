@@ -270,7 +270,7 @@ TEST_F(ReplaceInLinesTest, NormalisesTheNameInNoOtherWay) {
 TEST_F(ReplaceInLinesTest, IsContentWhenItCannotRemoveTheTemporaryFile) {
   const FailingCall broken(FailingCall::kUnlink, EPERM, /*after=*/1);
   EXPECT_EQ(ReplaceInLines(file_, "old", "new"), 1);
-  EXPECT_THAT(Tree(), ElementsAre("f 644 file = new", "f 644 file_TmpRIL = new"));
+  EXPECT_THAT(Tree(), ElementsAre("f 600 file_TmpRIL = new", "f 644 file = new"));
 }
 
 TEST_F(ReplaceInLinesTest, TakesAMillionLines) {
@@ -441,7 +441,7 @@ TEST_F(ReplaceInLinesFailure, OfTheCopyPassesThroughAndLeavesTheTemporaryFileAnd
     failure = FailureOfReplacing(file_);
   }
   EXPECT_EQ(failure, ExceptionErrno("Cannot write into " + file_, EDQUOT));
-  EXPECT_THAT(Tree(), ElementsAre("f 644 file = new", "f 644 file_TmpRIL = new"));
+  EXPECT_THAT(Tree(), ElementsAre("f 600 file_TmpRIL = new", "f 644 file = new"));
 }
 
 TEST_F(ReplaceInLinesTest, LeavesNoDescriptorBehind) {
