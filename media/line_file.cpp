@@ -11,10 +11,8 @@ namespace {
 
 constexpr char kLineFeed = '\n';
 
-/// 0 for an open file that comes to an end.
-int WhyNotToRead(const KVLInsIO::internal::FileDescriptor& file) {
-  struct stat status;
-  if (::fstat(file.Number(), &status) != 0) return errno;
+/// 0 for a file that comes to an end.
+int WhyNotToRead(const struct stat& status) {
   if (S_ISREG(status.st_mode)) return 0;
   return S_ISDIR(status.st_mode) ? EISDIR : EOPNOTSUPP;
 }
@@ -22,7 +20,14 @@ int WhyNotToRead(const KVLInsIO::internal::FileDescriptor& file) {
 }  // namespace
 
 LineFile::LineFile(const std::string& path) : file_(path, KVLInsIO::internal::kReadWithoutWaiting) {
-  error_ = file_.IsOpen() ? WhyNotToRead(file_) : errno;
+  struct stat status;
+  if (!file_.IsOpen() || ::fstat(file_.Number(), &status) != 0) {
+    error_ = errno;
+    return;
+  }
+  error_ = WhyNotToRead(status);
+  // Some files of the system claim to be empty, and have no end.
+  bytes_left_ = std::max<std::uint64_t>(static_cast<std::uint64_t>(status.st_size), kLongestLine);
 }
 
 bool LineFile::Next(std::string& line) {
@@ -44,9 +49,11 @@ bool LineFile::Next(std::string& line) {
 bool LineFile::Fill() {
   if (!unread_.empty()) return true;
   if (error_ != 0) return false;
-  const ssize_t length = ::read(file_.Number(), buffer_.data(), buffer_.size());
+  const std::size_t most = std::min<std::uint64_t>(buffer_.size(), bytes_left_);
+  const ssize_t length = ::read(file_.Number(), buffer_.data(), most);
   if (length < 0) error_ = errno;
   if (length <= 0) return false;
+  bytes_left_ -= static_cast<std::uint64_t>(length);
   unread_ = {buffer_.data(), static_cast<std::size_t>(length)};
   return true;
 }

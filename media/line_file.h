@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -20,7 +21,8 @@ class LineFile {
   explicit LineFile(const std::string& path);
 
   /// Reads the next line, and drops its line feed and one carriage return at its end. The last line
-  /// needs no line feed. A longer line is cut at kLongestLine, and its rest is passed over.
+  /// needs no line feed. A longer line is cut at kLongestLine, and its rest is passed over. The file
+  /// ends where it ended when it was opened, and one that claims to be empty after as many bytes.
   /// False at the end of the file and after a failure: half a line is none.
   bool Next(std::string& line);
 
@@ -37,8 +39,9 @@ class LineFile {
 
   KVLInsIO::internal::FileDescriptor file_;
   int error_ = 0;
-  bool is_cut_ = false;      // the rest of the last line is still to be passed over
-  std::string_view unread_;  // a part of the buffer
+  std::uint64_t bytes_left_ = 0;  // that may still be read
+  bool is_cut_ = false;           // the rest of the last line is still to be passed over
+  std::string_view unread_;       // a part of the buffer
   std::array<char, 16'384> buffer_;
 };
 

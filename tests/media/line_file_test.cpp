@@ -115,5 +115,13 @@ TEST(LineFile, NeverWaitsForAPipeThatTakesThePlaceOfTheFile) {
   exchanger.join();
 }
 
+TEST(LineFile, ComesToAnEndWhereAFileOfTheSystemHasNone) {
+  LineFile file("/proc/self/pagemap");
+  if (file.Error() != 0) GTEST_SKIP() << "the system does not let us read it";
+  std::size_t bytes = 0;
+  for (std::string line; file.Next(line);) bytes += line.size();
+  EXPECT_LE(bytes, kLongest);
+}
+
 }  // namespace
 }  // namespace kvl::test
