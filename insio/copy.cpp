@@ -150,19 +150,25 @@ Place LookAt(const std::string& path) {
   return S_ISLNK(status.st_mode) ? Place::kLink : Place::kOther;
 }
 
+/// Makes the directory that holds `path`, as it is normalised as a whole, with its ancestors.
+void MakeParentOf(const std::string& path) {
+  const InsPath parent = InsPath(path).Parent();
+  if (!parent.IsEmpty()) CreateDir(parent.Str());
+}
+
 /// A directory to copy into. It is made when the first file comes, with its ancestors.
 class Target {
  public:
   /// Entries are written below `path` as it stands; the directory is made, and named in messages, as
   /// `made_as`, the same path with its slashes normalised.
   Target(std::string path, std::string made_as)
-      : path_slash_(std::move(path)),
+      : path_(std::move(path)),
         made_as_(std::move(made_as)),
-        may_be_quoted_(made_as_.starts_with('"') || made_as_.starts_with('\'')) {
-    path_slash_.append(kPathSeparator);
-  }
+        may_be_quoted_(path_.starts_with('"') || path_.starts_with('\'')) {}
 
-  std::string PathOf(const std::string& name) const { return path_slash_ + name; }
+  std::string PathOf(const std::string& name) const {
+    return std::string(path_).append(kPathSeparator).append(name);
+  }
 
   /// What is there under a name. The system need not be asked below what has just been made.
   Place At(const std::string& name) const {
@@ -178,19 +184,30 @@ class Target {
     return below;
   }
 
+  /// Makes the directory that an entry is to lie in. That is another one when quotes around the
+  /// entry's whole path are dropped.
+  void MakeFor(const std::string& name) {
+    if (may_be_quoted_) {
+      MakeParentOf(PathOf(name));
+    } else {
+      Make();
+    }
+  }
+
   /// Makes it with those above it.
   void Make() {
     if (is_made_) return;
-    if (above_ != nullptr) above_->TryToMake();
-    is_known_empty_ = !may_be_quoted_ && CreateNewDirExactly(made_as_);
-    if (!is_known_empty_) Ensure();
+    if (may_be_quoted_) {
+      CreateDir(path_);
+    } else {
+      if (above_ != nullptr) above_->TryToMake();
+      is_known_empty_ = CreateNewDirExactly(made_as_);
+      if (!is_known_empty_) CreateDirExactly(made_as_);
+    }
     is_made_ = true;
   }
 
  private:
-  /// CreateDir drops quotes around the path, and around that of an ancestor.
-  void Ensure() const { may_be_quoted_ ? CreateDir(made_as_) : CreateDirExactly(made_as_); }
-
   /// A failure shows when what is below cannot be made, and is named for that.
   void TryToMake() {
     try {
@@ -200,7 +217,7 @@ class Target {
     }
   }
 
-  std::string path_slash_;
+  std::string path_;
   std::string made_as_;
   bool may_be_quoted_;
   Target* above_ = nullptr;
@@ -216,7 +233,7 @@ void CopyEntries(TreeLevel& level, Target target) {
     const std::string& source = entries.FullPath();
     const std::string destination = target.PathOf(entries.Name());
     if (!entries.IsDirectory()) {
-      target.Make();
+      target.MakeFor(entries.Name());
       CopyFileOnly(source, destination);
       continue;
     }
@@ -246,8 +263,7 @@ void Copy(const std::string& source, const std::string& destination) {
 }
 
 void CopyFile(const std::string& source, const std::string& destination) {
-  const InsPath parent = InsPath(destination).Parent();
-  if (!parent.IsEmpty()) CreateDir(parent.Str());
+  MakeParentOf(destination);
   CopyFileOnly(source, destination);
 }
 

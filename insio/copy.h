@@ -31,10 +31,10 @@ void Copy(const std::string& source, const std::string& destination);
 /// modification time, so also for a hard link); KVLInsException "Cannot read " + source or "Cannot
 /// write into " + destination with the error's text when one cannot be opened, the former also,
 /// with the text of EOPNOTSUPP, for a pipe or a device, which may never come to an end, and the
-/// latter for a pipe, which would wait for a reader; nothing is waited for, and a read that would
-/// have to wait fails; KVLInsExceptionErrno "Cannot write into " +
+/// latter for a pipe, which would wait for a reader; KVLInsExceptionErrno "Cannot write into " +
 /// destination when the data cannot be read or stored completely, with the text of ENOSPC when the
-/// system took only a part of it; and what SetTime throws.
+/// system took only a part of it, and with that of EAGAIN when a read would have to wait; and what
+/// SetTime throws.
 void CopyFile(const std::string& source, const std::string& destination);
 
 /// Copies every entry of the directory `source` into `destination`, made when missing, also for an
@@ -43,9 +43,9 @@ void CopyFile(const std::string& source, const std::string& destination);
 /// ones stay as they are, and so do entries that the source does not have. A source that is missing
 /// or cannot be opened counts as empty. Names in the tree are taken as they are, and each entry is
 /// copied to destination + "/" + its name, so that an empty destination stands for the root
-/// directory. Directories are made by CreateDir, which drops quotes around a path, while files are
-/// written to the path as it stands: in a destination in quotes there is no place for a file. A
-/// link in the tree is gone through by its path, so that links to directories, one behind the
+/// directory. The directory of an entry is made by CreateDir from that whole path, whose enclosing
+/// quotes are dropped, while the entry is written to the path as it stands: a destination that begins
+/// with a quote may have no place for it. A link in the tree is gone through by its path, so that links to directories, one behind the
 /// other, end at the system's limit for one path (Linux: 40, and above 20 now and then, when a file
 /// system is mounted at the same moment).
 /// Throws KVLInsException "opendir - " + directory for one in the tree that cannot be opened,

@@ -237,6 +237,13 @@ TEST_F(CopyDirTest, IntoAQuotedDestinationMakesTheDirectoryAndHasNoPlaceForAFile
                                      "f 644 deep/sub/file = text", "f 644 from/file = text"));
 }
 
+TEST_F(CopyDirTest, MakesTheDirectoryOfAnEntryWhoseNameClosesTheQuotesWithoutThem) {
+  directory_.Write("from/x'", "text");
+  EXPECT_EQ(FailureInside(directory_, "from", "'to"),
+            Exception("Cannot write into 'to/x'", ENOENT));
+  EXPECT_THAT(Tree("."), ElementsAre("d 755 from", "d 755 to", "f 644 from/x' = text"));
+}
+
 TEST_F(CopyDirTest, IntoADestinationWhoseNameHasTheQuotesLeavesOtherEntriesAlone) {
   directory_.Write("from/sub/file", "text");
   directory_.Write("\"to\"/sub/file", "old");
