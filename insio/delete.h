@@ -1,6 +1,7 @@
 // Deleting files and directory trees. A symbolic link is always removed as a link, never what it
 // leads to; only DeleteEmptyTree goes through links to directories, and empties what is behind them.
-// Paths and names are taken as they stand.
+// Paths and names are taken as they stand. An entry of a directory is named, in messages, by the
+// normalised path of that directory.
 //
 // The first failure ends an operation; what has been removed by then stays removed.
 #pragma once

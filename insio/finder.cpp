@@ -143,6 +143,7 @@ void InsFileFinder::Close() noexcept {
 }
 
 void InsFileFinder::ThrowIfCutShort() const {
+  if (state_ == nullptr) return;
   const Failure& failure = state_->cut_short;
   if (failure.error == 0) return;
   throw KVLInsException(failure.operation + state_->directory, failure.error);

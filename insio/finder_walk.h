@@ -15,8 +15,8 @@ namespace KVLInsIO::internal {
 /// happens while there are some of an earlier call.
 std::size_t ReadAhead(InsFileFinder& finder, std::size_t most_bytes);
 
-/// The entries of the current one of `above`, a directory that was recognised from its own: if it
-/// cannot be opened it must not pass for empty. Throws KVLInsException "lstat - " + path when its path
+/// A finder for the current entry of `above`, which is a directory. That was found out from the open
+/// directory above it, so a failure to open it by its path does not make it an empty one. Throws KVLInsException "lstat - " + path when its path
 /// leads there no longer; ThrowIfCutShort of the result throws "opendir - ", unless the directory is
 /// closed to the user.
 InsFileFinder EnterEntry(const InsFileFinder& above);

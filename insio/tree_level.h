@@ -48,7 +48,7 @@ class TreeLevel {
   InsFileFinder& Entries() { return entries_; }
 
   /// True when the way from the top to the current entry goes through a link, which may be the
-  /// entry itself. The entry can then be come to in several ways.
+  /// entry itself. Several ways can then lead to the entry.
   bool EntryIsBehindLink() const { return behind_link_ || entries_.Type() == kLinkToDirectory; }
 
   /// True when the current entry is this directory or one above it, which only a link on the way

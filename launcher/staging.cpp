@@ -20,7 +20,7 @@ constexpr char kCommon[] = "common";
 constexpr const char* kStaged[] = {kInst,      "meta.TOCxml", "media.xml",
                                    "media.db", "StartGUI.sh", "StartTUI.sh"};
 
-/// There are file systems on which every name exists.
+/// On a broken file system every name may seem to exist; the search ends all the same.
 constexpr int kMostTakenNames = 1000;
 
 bool IsTaken(const std::string& staging_dir_slash) {

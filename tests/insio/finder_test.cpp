@@ -287,6 +287,7 @@ TEST(Finder, IsAtTheEndOnceItIsClosedOrMovedFrom) {
   EXPECT_FALSE(closed.AtEnd());
   closed.Close();
   EXPECT_TRUE(closed.AtEnd());
+  EXPECT_NO_THROW(closed.ThrowIfCutShort());
   closed = FindFirstFile(world.Path(), kDirectoryOrFile);
   EXPECT_FALSE(closed.AtEnd());
   const InsFileFinder taken_over = std::move(closed);
