@@ -38,8 +38,12 @@ fi
 # Of several volumes it is therefore started from a copy, which loses its name at once; where none
 # can be made or started, from the media. The launcher closes the descriptor of the copy, and those
 # that the caller has open are left to the installer.
+# Only the beginning of the number is read, and nothing of a file without a size: one of those that
+# the system makes up may let its reader wait.
 if [ -f "$CurrentMediaDir/inst/volumes.txt" ] && [ -d /proc/self/fd ] &&
-  [ "$(head -n 1 "$CurrentMediaDir/inst/volumes.txt" 2>/dev/null)" != 1 ] &&
+  { [ ! -s "$CurrentMediaDir/inst/volumes.txt" ] ||
+    [ "$({ dd if="$CurrentMediaDir/inst/volumes.txt" bs=16 count=1 |
+      tr -d '\000' | head -n 1; } 2>/dev/null)" != 1 ]; } &&
   target=$(mktemp 2>/dev/null); then
   if cp -- "$launcher" "$target" 2>/dev/null && chmod -- 700 "$target"; then
     for number in 3 4 5 6 7 8 9; do

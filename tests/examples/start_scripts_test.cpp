@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <utility>
 
 #include <gmock/gmock.h>
@@ -315,6 +316,49 @@ TEST(StartScript, StartsTheLauncherOfTheMediaWhereItCannotBeCopied) {
     EXPECT_THAT(ReportOf(world, {{"{media/1}/StartTUI.sh", "x"}, "{}", row.env}).arguments,
                 ElementsAre(world.Path("media/1/inst/linux/code/bin/kvl-launcher"), "x"));
     EXPECT_EQ(DescribeTree(world.Path("tmp")), std::vector<std::string>());
+  }
+}
+
+/// A single line of NUL bytes behind the number would take hours to read.
+TEST(StartScript, ReadsTheNumberOfVolumesOnlyUpToABound) {
+  struct Row {
+    std::string what;
+    std::function<void(const std::string& number)> make;
+    bool is_copied = true;
+  };
+  const auto endless = [](const std::string& text) {
+    return [text](const std::string& number) {
+      std::ofstream(number) << text;
+      fs::resize_file(number, std::uintmax_t{1} << 40);
+    };
+  };
+  const std::vector<Row> rows = {
+      {"no line end behind 2", endless("2")},
+      {"no line end behind 1", endless("1"), false},
+      {"a line end behind 1", endless("1\n"), false},
+      {"another line", [](const std::string& number) { std::ofstream(number) << "1\n2\n"; }, false},
+      {"1 with more behind", [](const std::string& number) { std::ofstream(number) << "10\n"; }},
+      {"nothing", [](const std::string& number) { std::ofstream{number}; }},
+      {"a file of the system without an end",
+       [](const std::string& number) { fs::create_symlink("/proc/self/pagemap", number); }},
+  };
+  SampleWorld world;
+  TwoVolumesWithFakeLauncher(world);
+  const std::string number = world.Path("media/1/inst/volumes.txt");
+  for (const Row& row : rows) {
+    fs::remove(number);
+    row.make(number);
+    for (const std::vector<std::string>& shell : Shells()) {
+      SCOPED_TRACE(row.what + testing::PrintToString(shell));
+      std::vector<std::string> command = {"/usr/bin/timeout", "-s", "KILL", "20"};
+      command.insert(command.end(), shell.begin(), shell.end());
+      command.push_back("{media/1}/StartTUI.sh");
+      const Environment tmp = {{"TMPDIR", "{tmp}"}};
+      const std::string launcher = world.Path("media/1/inst/linux/code/bin/kvl-launcher");
+      EXPECT_THAT(ReportOf(world, {command, "{}", tmp}).arguments,
+                  ElementsAre(row.is_copied ? "/proc/self/fd/3" : launcher));
+      EXPECT_EQ(DescribeTree(world.Path("tmp")), std::vector<std::string>());
+    }
   }
 }
 
