@@ -114,7 +114,10 @@ std::string XmlText(std::string text) {
 
 /// The tag stands in the markers as it is, and in a file of XML.
 void CheckTag(const std::string& tag) {
+  // A longer one takes room that the plan has not, and, from a length on, no system hands it on.
+  constexpr std::size_t kLongestTag = 256;
   if (tag.empty()) throw CannotMake("--tag must not be empty");
+  if (tag.size() > kLongestTag) throw CannotMake("--tag must not be longer than 256 bytes");
   std::string text = tag;
   std::erase(text, '\\');
   const bool is_plain = ToOneLine(text) == text;

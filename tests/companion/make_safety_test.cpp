@@ -166,6 +166,13 @@ TEST_F(MakeSafely, RefusesTagsThatAreNoPlainText) {
               testing::HasSubstr("tag=\"\xC3\x9C a\\b &lt;&amp;&gt;&quot; \xF0\x9F\x92\xBF\""));
 }
 
+TEST_F(MakeSafely, TakesATagUpToItsGreatestLength) {
+  world_.Directory().Write("payload/file", "x");
+  const std::string tag(256, '&');
+  EXPECT_EQ(Make("media", {"--tag", tag}).status, 0);
+  EXPECT_EQ(ReadFile(world_.Path("media/1.txt")), "Volume marker\nMTBDIR=" + tag + "\n");
+}
+
 TEST_F(MakeSafely, RefusesADirectoryThatAnotherMakeHasTakenOrLeft) {
   world_.Directory().Write("payload/file", "x");
   world_.Directory().Write("media/StartTUI.sh.unfinished", "");

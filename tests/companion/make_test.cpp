@@ -296,6 +296,8 @@ TEST(KvlMediaMake, RefusesWhatMakesNoSenseAndTouchesNothing) {
   const std::string kAllowed = " (letters, digits and ._+-, no \".\" or \"-\" in front)";
   const std::vector<Row> rows = {
       {{"--tag", ""}, "--tag must not be empty"},
+      {{"--tag", std::string(257, 't')}, "--tag must not be longer than 256 bytes"},
+      {{"--tag", std::string(100'000, '\x01')}, "--tag must not be longer than 256 bytes"},
       {{"--os", "a/b"}, "--os: no plain name: a/b" + kAllowed},
       {{"--os", "a b"}, "--os: no plain name: a b" + kAllowed},
       {{"--os", ".a"}, "--os: no plain name: .a" + kAllowed},
