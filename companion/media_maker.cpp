@@ -35,8 +35,12 @@ constexpr char kStartScript[] = "StartTUI.sh";
 /// What takes a directory: the start script, which gets its name when all else is there.
 constexpr char kUnfinished[] = "StartTUI.sh.unfinished";
 
+/// Links keep their names, unless a ".." may stand behind one and leads where the system would go.
 std::string Absolute(const std::string& path) {
-  std::string text = fs::absolute(path).lexically_normal().string();
+  const fs::path absolute = fs::absolute(path);
+  const bool goes_up = std::find(absolute.begin(), absolute.end(), "..") != absolute.end();
+  std::string text =
+      (goes_up ? fs::weakly_canonical(absolute) : absolute.lexically_normal()).string();
   while (text.size() > 1 && text.back() == '/') text.pop_back();
   return text;
 }

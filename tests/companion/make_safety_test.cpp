@@ -130,6 +130,29 @@ TEST_F(MakeSafely, TakesTheNameOfItsDirectoryAsItIsAndShowsItForAShell) {
   }
 }
 
+TEST_F(MakeSafely, GoesUpFromWhereALinkLeads) {
+  world_.Directory().Write("payload/file", "x");
+  world_.Directory().MakeDir("else/where");
+  world_.Directory().Link("link", "else/where");
+  struct Row {
+    std::string given, made;
+  };
+  for (const Row& row : {Row{"link/../media", "else/media"}, Row{"link/media", "link/media"},
+                         Row{"link/../new/media/", "else/new/media"},
+                         Row{"else/where/../../media", "media"}, Row{"new/../other", "other"}}) {
+    SCOPED_TRACE(row.given);
+    const Lines before = TopNames();
+    const Outcome made = Make(row.given);
+    const std::string first = world_.Path(row.made);
+    EXPECT_EQ(made.out, Made("'" + first + "'", "'" + first + "/StartTUI.sh'"));
+    EXPECT_EQ(made.err, "");
+    EXPECT_EQ(made.status, 0);
+    EXPECT_TRUE(fs::exists(world_.Path(row.made + "/payload/1/file")));
+    fs::remove_all(world_.Path(row.made));
+    EXPECT_EQ(TopNames(), before);
+  }
+}
+
 TEST_F(MakeSafely, RefusesTagsThatAreNoPlainText) {
   world_.Directory().Write("payload/file", "x");
   const Lines before = DescribeTreeExactly(world_.Path("."));
