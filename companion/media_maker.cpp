@@ -229,6 +229,9 @@ class Maker {
   void Plan() {
     CheckTag(request_.tag);
     CheckIsPlainName(request_.os_name, "--os: no plain name: ");
+    if (request_.os_name == kCommon || request_.os_name == kNumberOfVolumes) {
+      throw CannotMake("--os: inst holds something else of this name: " + request_.os_name);
+    }
     installer_name_ = fs::path(request_.installer).filename();
     installer_.emplace(PlanFile("installer", request_.installer));
     launcher_.emplace(PlanFile("launcher", request_.launcher));

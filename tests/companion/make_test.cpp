@@ -303,6 +303,8 @@ TEST(KvlMediaMake, RefusesWhatMakesNoSenseAndTouchesNothing) {
       {{"--os", ".a"}, "--os: no plain name: .a" + kAllowed},
       {{"--os=-a"}, "--os: no plain name: -a" + kAllowed},
       {{"--os", ""}, "--os: no plain name: " + kAllowed},
+      {{"--os", "volumes.txt"}, "--os: inst holds something else of this name: volumes.txt"},
+      {{"--os", "common"}, "--os: inst holds something else of this name: common"},
       {{"--installer", "programs/set up"}, "--installer: no plain name: set up" + kAllowed},
       {{"--installer", "programs/kvl-launcher"},
        "--installer: the launcher has this name on the media: kvl-launcher"},
