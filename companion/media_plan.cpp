@@ -62,7 +62,7 @@ class Lister {
     }
     if (S_ISDIR(state.mode)) return {path, /*is_directory=*/true, 0, state};
     if (!S_ISREG(state.mode)) throw CannotMake("neither a file nor a directory: " + full);
-    directory.File(name);  // so that nothing is written when one of them cannot be read
+    (void)directory.File(name);  // so that nothing is written when one of them cannot be read
     return {path, /*is_directory=*/false, state.size, state};
   }
 

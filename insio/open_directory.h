@@ -48,10 +48,10 @@ class OpenFile {
   OpenFile& operator=(OpenFile&& other) noexcept;
   ~OpenFile();
 
-  const std::string& Path() const { return path_; }
+  [[nodiscard]] const std::string& Path() const { return path_; }
 
   /// As it is now. Throws KVLInsExceptionErrno "Cannot read " + path.
-  EntryState State() const;
+  [[nodiscard]] EntryState State() const;
 
  private:
   friend class OpenDirectory;
@@ -75,23 +75,23 @@ class OpenDirectory {
   OpenDirectory& operator=(OpenDirectory&& other) noexcept;
   ~OpenDirectory();
 
-  const std::string& Path() const { return path_; }
+  [[nodiscard]] const std::string& Path() const { return path_; }
 
   /// The names of all entries but "." and "..", sorted by their bytes.
   /// Throws KVLInsException "opendir - " or "readdir - " + path with the error's text.
-  std::vector<std::string> Names() const;
+  [[nodiscard]] std::vector<std::string> Names() const;
 
   /// What lies there; of a link, the link itself. Throws KVLInsException "lstat - " + path with the
   /// error's text.
-  EntryState Look(const std::string& name) const;
+  [[nodiscard]] EntryState Look(const std::string& name) const;
 
   /// Opens a directory. Throws KVLInsException "opendir - " + path with the error's text, also for a
   /// link to a directory.
-  OpenDirectory Directory(const std::string& name) const;
+  [[nodiscard]] OpenDirectory Directory(const std::string& name) const;
 
   /// Opens a regular file, without waiting. Throws as the constructor of OpenFile does, and with the
   /// text of ELOOP for a link.
-  OpenFile File(const std::string& name) const;
+  [[nodiscard]] OpenFile File(const std::string& name) const;
 
   /// Makes a directory with mode 755, whatever the umask, or opens the one that is there and leaves
   /// it as it is. A umask that takes the right to read from the owner makes it fail.

@@ -74,9 +74,9 @@ TEST_F(OpenDirectoryTest, RefusesWhatIsNoNameOfAnEntry) {
         std::string("/"), std::string("file/"), std::string("/etc"), std::string("../x")}) {
     SCOPED_TRACE(name);
     const std::vector<std::function<void()>> operations = {
-        [&] { inside.Look(name); },
-        [&] { inside.Directory(name); },
-        [&] { inside.File(name); },
+        [&] { return inside.Look(name); },
+        [&] { return inside.Directory(name); },
+        [&] { return inside.File(name); },
         [&] { inside.MakeDirectory(name); },
         [&] { inside.WriteFile(name, "x", FileKind::kPlain); },
         [&] { inside.CopyFile(source, name, FileKind::kPlain); },
@@ -103,11 +103,11 @@ TEST_F(OpenDirectoryTest, FollowsNoLink) {
   const OpenDirectory inside(inside_);
   const OpenFile source(Path("outside/file"));
   const auto before = Tree();
-  EXPECT_EQ(FailureOf([&] { inside.Directory("directory"); }),
+  EXPECT_EQ(FailureOf([&] { return inside.Directory("directory"); }),
             Exception("opendir - " + inside_ + "/directory", ENOTDIR));
   EXPECT_EQ(FailureOf([&] { inside.MakeDirectory("directory"); }),
             Exception("opendir - " + inside_ + "/directory", ENOTDIR));
-  EXPECT_EQ(FailureOf([&] { inside.File("file"); }),
+  EXPECT_EQ(FailureOf([&] { return inside.File("file"); }),
             Exception("Cannot read " + inside_ + "/file", ELOOP));
   for (const char* name : {"file", "new"}) {
     EXPECT_EQ(FailureOf([&] { inside.WriteFile(name, "x", FileKind::kPlain); }),
@@ -238,11 +238,11 @@ TEST_F(OpenDirectoryTest, OpensNoPipeAndWaitsForNobody) {
   MakeSocket(directory_, "inside/socket");
   const OpenDirectory inside(inside_);
   inside.MakeDirectory("directory");
-  EXPECT_EQ(FailureOf([&] { inside.File("pipe"); }),
+  EXPECT_EQ(FailureOf([&] { return inside.File("pipe"); }),
             Exception("Cannot read " + inside_ + "/pipe", EOPNOTSUPP));
-  EXPECT_EQ(FailureOf([&] { inside.File("directory"); }),
+  EXPECT_EQ(FailureOf([&] { return inside.File("directory"); }),
             Exception("Cannot read " + inside_ + "/directory", EOPNOTSUPP));
-  EXPECT_EQ(FailureOf([&] { inside.File("socket"); }),
+  EXPECT_EQ(FailureOf([&] { return inside.File("socket"); }),
             Exception("Cannot read " + inside_ + "/socket", ENXIO));
   EXPECT_EQ(FailureOf([&] { OpenFile("/dev/null"); }),
             Exception("Cannot read /dev/null", EOPNOTSUPP));
@@ -259,10 +259,11 @@ TEST_F(OpenDirectoryTest, SaysWhatHasFailed) {
             Exception("opendir - " + inside_ + "/file", ENOTDIR));
   EXPECT_EQ(FailureOf([&] { OpenFile{missing}; }), Exception("Cannot read " + missing, ENOENT));
   EXPECT_EQ(FailureOf([&] { OpenFile{""}; }), Exception("Cannot read ", ENOENT));
-  EXPECT_EQ(FailureOf([&] { inside.Look("missing"); }), Exception("lstat - " + missing, ENOENT));
-  EXPECT_EQ(FailureOf([&] { inside.Directory("missing"); }),
+  EXPECT_EQ(FailureOf([&] { return inside.Look("missing"); }),
+            Exception("lstat - " + missing, ENOENT));
+  EXPECT_EQ(FailureOf([&] { return inside.Directory("missing"); }),
             Exception("opendir - " + missing, ENOENT));
-  EXPECT_EQ(FailureOf([&] { inside.File("missing"); }),
+  EXPECT_EQ(FailureOf([&] { return inside.File("missing"); }),
             Exception("Cannot read " + missing, ENOENT));
   EXPECT_EQ(FailureOf([&] { inside.MakeDirectory("file"); }),
             Exception("opendir - " + inside_ + "/file", ENOTDIR));
@@ -274,7 +275,7 @@ TEST_F(OpenDirectoryTest, SaysWhatHasFailed) {
             Exception("rename - " + missing + " to " + inside_ + "/new", ENOENT));
   EXPECT_EQ(FailureOf([&] { inside.Delete("directory"); }),
             Exception("unlink - " + inside_ + "/directory", EISDIR));
-  EXPECT_EQ(FailureOf([&] { OpenDirectory("/").Look(TooLongName()); }),
+  EXPECT_EQ(FailureOf([&] { return OpenDirectory("/").Look(TooLongName()); }),
             Exception("lstat - /" + TooLongName(), ENAMETOOLONG));
 }
 
@@ -284,7 +285,7 @@ TEST_F(OpenDirectoryTest, SaysSoWhenItsListBreaksOffOrTheDiskIsFull) {
   const OpenFile source(directory_.Write("source", std::string(3000, 'x')));
   {
     const FailingCall readdir(FailingCall::kReadDir, EIO, 1);
-    EXPECT_EQ(FailureOf([&] { inside.Names(); }), Exception("readdir - " + inside_, EIO));
+    EXPECT_EQ(FailureOf([&] { return inside.Names(); }), Exception("readdir - " + inside_, EIO));
   }
   {
     const FailingCall close(FailingCall::kClose, EDQUOT);
@@ -300,7 +301,7 @@ TEST_F(OpenDirectoryTest, SaysSoWhenItsListBreaksOffOrTheDiskIsFull) {
   EXPECT_EQ(ModeOf(kNew), 0600U);
   EXPECT_EQ(IsolatedFailureOf([&] {
               LimitFurtherDescriptors(0);
-              inside.Names();
+              return inside.Names();
             }),
             Exception("opendir - " + inside_, EMFILE));
 }
@@ -313,7 +314,7 @@ TEST_F(OpenDirectoryTest, NeedsNoRightToListWhatItOnlyWritesInto) {
               EnterAsOrdinaryUser(directory_);
               const OpenDirectory box("box");
               box.WriteFile("file", "text", FileKind::kPlain);
-              box.Names();
+              return box.Names();
             }),
             Exception("opendir - box", EACCES));
   SetMode(Path("box"), 0755);
@@ -331,7 +332,7 @@ TEST_F(OpenDirectoryTest, LeavesNoDescriptorOpen) {
     file = OpenFile(inside_ + "/file");
     one.CopyFile(file, "copy", FileKind::kPlain);
     EXPECT_THAT(one.Names(), ElementsAre("copy"));
-    EXPECT_EQ(FailureOf([&] { one.File("other"); }).type, "KVLInsException");
+    EXPECT_EQ(FailureOf([&] { return one.File("other"); }).type, "KVLInsException");
   }
   EXPECT_EQ(OpenDescriptors(), before);
 }
