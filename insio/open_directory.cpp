@@ -35,7 +35,8 @@ constexpr int kOpenDirectory = O_PATH | O_DIRECTORY;
 EntryState StateOf(const struct stat& status) {
   return {status.st_dev,         status.st_ino,
           status.st_mode,        static_cast<std::uint64_t>(status.st_size),
-          status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+          status.st_mtim.tv_sec, status.st_mtim.tv_nsec,
+          status.st_ctim.tv_sec, status.st_ctim.tv_nsec};
 }
 
 struct stat StatusOf(const FileDescriptor& file, const std::string& path) {

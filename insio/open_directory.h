@@ -32,6 +32,10 @@ struct EntryState {
   std::uint64_t size = 0;
   std::int64_t modified = 0;  ///< seconds
   std::int64_t modified_nanoseconds = 0;
+  /// Of the status: of the last write, and of the last change to mode, owner, times or names, which
+  /// nobody can set back.
+  std::int64_t changed = 0;  ///< seconds
+  std::int64_t changed_nanoseconds = 0;
 
   friend bool operator==(const EntryState&, const EntryState&) = default;
 };

@@ -54,6 +54,10 @@ inline std::int64_t Nanoseconds(const timespec& time) {
   return time.tv_sec * kSecond + time.tv_nsec;
 }
 
+/// Rewrites a file with a text of the same length and puts its modification time, in whole seconds,
+/// back. Its change time differs afterwards, however coarse the clock.
+void RewriteUnnoticed(const std::string& path, const std::string& text);
+
 /// A socket without anybody listening: nobody, not even root, can open it as a file.
 std::string MakeSocket(const TestDirectory& directory, const std::string& name);
 
