@@ -4,11 +4,13 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <linux/fs.h>
 #include <utility>
 
 #include "insio/exceptions.h"
@@ -97,6 +99,17 @@ void SetTimes(const FileDescriptor& file, const struct stat& source, const std::
     const int error = errno;
     throw KVLInsExceptionErrno("SetTime - " + path, error);
   }
+}
+
+/// 0 or the error. Asked without the C library, of which some have no such function.
+int RenameToNew(int from, const char* name, int to, const char* new_name) {
+  return ::syscall(SYS_renameat2, from, name, to, new_name, RENAME_NOREPLACE) == 0 ? 0 : errno;
+}
+
+/// 0 or the error. A link is taken itself.
+int LinkAndUnlink(int from, const char* name, int to, const char* new_name) {
+  if (::linkat(from, name, to, new_name, /*flags=*/0) != 0) return errno;
+  return ::unlinkat(from, name, /*flags=*/0) == 0 ? 0 : errno;
 }
 
 struct StreamCloser {
@@ -237,10 +250,13 @@ void OpenDirectory::Rename(const std::string& name, const OpenDirectory& directo
                            const std::string& new_name) const {
   const std::string path = PathOf(name);
   const std::string new_path = directory.PathOf(new_name);
-  if (::renameat(Number(), name.c_str(), directory.Number(), new_name.c_str()) != 0) {
-    const int error = errno;
-    throw KVLInsException("rename - " + path + " to " + new_path, error);
+  const int from = Number();
+  const int to = directory.Number();
+  int error = RenameToNew(from, name.c_str(), to, new_name.c_str());
+  if (error == ENOSYS || error == EINVAL || error == EPERM) {  // EPERM is what a filter may say
+    error = LinkAndUnlink(from, name.c_str(), to, new_name.c_str());
   }
+  if (error != 0) throw KVLInsException("rename - " + path + " to " + new_path, error);
 }
 
 void OpenDirectory::Delete(const std::string& name) const {

@@ -119,9 +119,12 @@ class OpenDirectory {
   void CopyFile(const OpenFile& source, const std::string& name, FileKind kind,
                 const std::function<void(std::string_view)>& see = {}) const;
 
-  /// Renames an entry as rename(2) does, into a directory that may be the same one.
-  /// Throws KVLInsException "rename - " + path + " to " + the new path with the error's text; nothing
-  /// has changed then.
+  /// Renames an entry, into a directory that may be the same one. Nothing may be there yet. Where the
+  /// system cannot make sure of that in one step (renameat2(2)), the entry gets its new name and loses
+  /// the old one after that, which cannot be done with a directory.
+  /// Throws KVLInsException "rename - " + path + " to " + the new path with the error's text, with that
+  /// of EEXIST when anything is there, also a link. Nothing has changed then, but that an entry whose
+  /// old name cannot be taken away has both.
   void Rename(const std::string& name, const OpenDirectory& directory,
               const std::string& new_name) const;
 

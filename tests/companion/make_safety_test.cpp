@@ -337,6 +337,22 @@ TEST_F(MakeSafely, EndsWhenWhatItHasPlannedHasChanged) {
   }
 }
 
+TEST_F(MakeSafely, OverwritesNoStartScriptThatCameMeanwhile) {
+  for (const char* name : {"payload/file", "needs/file", "starter"}) {
+    world_.Directory().Write(name, "x");
+  }
+  const Outcome seen = RunIsolated([&] {
+    fs::current_path(world_.Path("."));
+    return MakeWhileItChanges(/*is_presorted=*/false,
+                              [&] { world_.Directory().Write("media/StartTUI.sh", "mine"); });
+  });
+  const std::string script = world_.Path("media/StartTUI.sh");
+  EXPECT_EQ(seen.err, "rename - " + script + ".unfinished to " + script + " - File exists\n");
+  EXPECT_EQ(seen.status, 1);
+  EXPECT_EQ(ReadFile(script), "mine");
+  EXPECT_TRUE(fs::exists(script + ".unfinished"));
+}
+
 /// Nobody can find out any more whether something exists by asking for permissions.
 void RefuseAccess() {
   std::vector<unsigned> calls = {SYS_faccessat, SYS_faccessat2};

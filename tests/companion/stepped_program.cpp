@@ -26,8 +26,8 @@ std::vector<unsigned> NumbersOf(Calls calls) {
 #ifdef SYS_rename
       SYS_rename,
 #endif
-      SYS_openat,    SYS_mkdirat,  SYS_write,     SYS_fchmod,
-      SYS_utimensat, SYS_renameat, SYS_renameat2, SYS_unlinkat};
+      SYS_openat,   SYS_mkdirat,   SYS_write,  SYS_fchmod,  SYS_utimensat,
+      SYS_renameat, SYS_renameat2, SYS_linkat, SYS_unlinkat};
 }
 
 void SendTo(int stream, const std::string& path) {

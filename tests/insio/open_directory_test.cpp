@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -17,6 +18,7 @@
 #include "tests/insio/failure.h"
 #include "tests/insio/odd_paths.h"
 #include "tests/insio/surroundings.h"
+#include "tests/support/call_filter.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_umask.h"
 #include "tests/support/system_faults.h"
@@ -118,6 +120,7 @@ TEST_F(OpenDirectoryTest, FollowsNoLink) {
   EXPECT_TRUE(S_ISLNK(inside.Look("file").mode));
   EXPECT_EQ(Tree(), before);
   inside.Delete("directory");
+  inside.Delete("new");
   inside.Rename("file", inside, "new");
   EXPECT_THAT(Tree(), ElementsAre("d 755 inside", "d 755 outside", "f 644 outside/file = text",
                                   "l inside/new -> ../outside/file"));
@@ -243,6 +246,42 @@ TEST_F(OpenDirectoryTest, TellsAFileThatWasRewrittenThoughItsTimeIsPutBack) {
   RewriteUnnoticed(path, "test");
   EXPECT_EQ(WithoutChangeTime(file.State()), WithoutChangeTime(state));
   EXPECT_NE(file.State(), state);
+}
+
+TEST_F(OpenDirectoryTest, RenamesOnlyToWhereNothingIs) {
+  for (const int refusal : {0, ENOSYS, EINVAL, EPERM}) {
+    SCOPED_TRACE(refusal);
+    const TestDirectory directory;
+    directory.Write("from/file", "text");
+    directory.Link("from/link", "file");
+    directory.Write("to/file", "other");
+    directory.Link("to/link", "nowhere");
+    const auto failure_of = [&](const std::string& name, const std::string& new_name) {
+      return IsolatedFailureOf([&] {
+        if (refusal != 0) {
+          FilterCalls({SYS_renameat2}, SECCOMP_RET_ERRNO | static_cast<unsigned>(refusal));
+        }
+        OpenDirectory(directory.Path("from"))
+            .Rename(name, OpenDirectory(directory.Path("to")), new_name);
+      });
+    };
+    const auto text = [&](const std::string& name, const std::string& new_name) {
+      return "rename - " + directory.Path("from/" + name) + " to " +
+             directory.Path("to/" + new_name);
+    };
+    const auto before = DescribeTree(directory.Path());
+    for (const char* there : {"file", "link"}) {
+      EXPECT_EQ(failure_of("file", there), Exception(text("file", there), EEXIST));
+    }
+    EXPECT_EQ(failure_of("missing", "new"), Exception(text("missing", "new"), ENOENT));
+    EXPECT_EQ(DescribeTree(directory.Path()), before);
+    EXPECT_EQ(failure_of("file", "new"), kNoFailure);
+    EXPECT_EQ(failure_of("link", "new link"), kNoFailure);
+    EXPECT_THAT(
+        DescribeTree(directory.Path()),
+        ElementsAre("d 755 from", "d 755 to", "f 644 to/file = other", "f 644 to/new = text",
+                    "l to/link -> nowhere", "l to/new link -> file"));
+  }
 }
 
 TEST_F(OpenDirectoryTest, GoesDeeperThanAPathCanBeLong) {
