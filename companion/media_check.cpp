@@ -14,6 +14,7 @@
 
 #include "companion/disc_access.h"
 #include "companion/installer_variables.h"
+#include "companion/path_below.h"
 #include "companion/program_head.h"
 #include "companion/special_file.h"
 #include "companion/start_check.h"
@@ -21,16 +22,16 @@
 #include "companion/tree_survey.h"
 #include "console/command_split.h"
 #include "console/logger.h"
+#include "console/run_command.h"
+#include "console/text.h"
 #include "environment/environment.h"
-#include "environment/temporary_directory.h"
+#include "environment/media_names.h"
 #include "environment/variables.h"
 #include "insio/entry.h"
 #include "insio/tree_level.h"
 #include "launcher/command_line.h"
 #include "launcher/exit_status.h"
-#include "launcher/installer_command.h"
-#include "launcher/run_steps.h"
-#include "media/installer_media.h"
+#include "launcher/run_plan.h"
 
 namespace kvl {
 namespace {
@@ -68,9 +69,10 @@ class MediaCheck {
 
   MediaReport Run() {
     if (ReadArguments()) {
-      FindInstaller();
-      Scan();
-      if (IsStillGoing()) Decide();
+      plan_ = PlanRun(state_, logger_);
+      LookAtInstaller();
+      LookAtVolumes();
+      if (IsStillGoing()) LookAtStart();
       if (is_first_volume_ && !state_.OsName.empty()) {
         CheckStart(request_.media_dir, state_.OsName, start_script_, report_.findings);
       }
@@ -80,7 +82,7 @@ class MediaCheck {
   }
 
  private:
-  std::string Script() const { return request_.media_dir + "/StartTUI.sh"; }
+  std::string Script() const { return PathBelow(request_.media_dir, names::kStartTui); }
 
   bool IsStillGoing() const { return report_.expectation == Expectation::kInstallerRuns; }
 
@@ -122,38 +124,20 @@ class MediaCheck {
     return false;
   }
 
-  void FindInstaller() {
-    bool has_blank = false;
-    std::string blank_media;
-    const auto is_usable = [&](const std::string& media) {
-      const InstallerMedia found = ValidateInstallerMedia(
-          media, {state_.OsName, state_.InstallerExeName}, kWithVerdict, logger_);
-      has_blank = found.verdict == InstallerMedia::Verdict::kBlankInDirectory;
-      if (has_blank) blank_media = media;
-      state_.CommonDirPrefix = found.inst_slash;
-      state_.InstallerPath = found.installer;
-      return found.verdict != InstallerMedia::Verdict::kNotUsable;
-    };
-    report_.source = kvl::FindInstaller(state_, is_usable, logger_);
-    if (has_blank) {
-      Add("blank-in-installer-media", Severity::kError, blank_media,
-          "the path of the external installer media has a blank in it",
-          "copy that media into a directory without blanks");
-      End(Expectation::kBlankInInstallerMedia,
-          static_cast<int>(ExitStatus::kBlankInInstallerMedia));
-      report_.source = InstallerSource::kNone;
-      return;
-    }
-    if (report_.source == InstallerSource::kCurrentMedia) {
-      state_.InstallerPath = InstallerInCurrentMedia(state_);
-    }
+  void LookAtInstaller() {
+    report_.source = plan_.Source;
     report_.installer = state_.InstallerPath;
     report_.external_inst_slash = state_.CommonDirPrefix;
-    if (report_.source != InstallerSource::kNone) return;
-    SayWhyThereIsNoInstaller();
-    logger_.Message("The installer is not found, please read the file \"ReadMe_UNIX.txt\".", kError,
-                    kMarked);
-    End(Expectation::kNoInstaller, static_cast<int>(ExitStatus::kNoInstaller));
+    if (plan_.Source != InstallerSource::kNone) return;
+    if (plan_.MediaWithBlank.empty()) {
+      SayWhyThereIsNoInstaller();
+      End(Expectation::kNoInstaller, static_cast<int>(ExitStatus::kNoInstaller));
+      return;
+    }
+    Add("blank-in-installer-media", Severity::kError, plan_.MediaWithBlank,
+        "the path of the external installer media has a blank in it",
+        "copy that media into a directory without blanks");
+    End(Expectation::kBlankInInstallerMedia, static_cast<int>(ExitStatus::kBlankInInstallerMedia));
   }
 
   void AddNoInstaller(const std::string& path, const std::string& text, const std::string& remedy) {
@@ -161,9 +145,9 @@ class MediaCheck {
   }
 
   void SayWhyThereIsNoInstaller() {
-    const std::string own = InstallerInCurrentMedia(state_);
+    const std::string& own = plan_.InstallerCandidate;
     struct stat status;
-    const std::string inst = KVLInsIO::Join(request_.media_dir, "inst").Str();
+    const std::string inst = KVLInsIO::Join(request_.media_dir, names::kInst).Str();
     const int error = ::stat(inst.c_str(), &status) == 0 ? 0 : errno;
     if (AddUnseen(inst, error, Severity::kError, report_.findings)) return;
     if (error != 0 || !S_ISDIR(status.st_mode)) {
@@ -172,7 +156,7 @@ class MediaCheck {
                      "give the directory that holds inst and StartTUI.sh");
     } else if (state_.OsName.empty()) {
       if (AddUnseen(Script(), start_script_.error, Severity::kError, report_.findings)) return;
-      AddNoInstaller(KVLInsIO::Join(request_.media_dir, "StartTUI.sh").Str(),
+      AddNoInstaller(KVLInsIO::Join(request_.media_dir, names::kStartTui).Str(),
                      "the start script is missing or names no system",
                      "copy it again, or use --os and --installer");
     } else if (KVLInsIO::Exists(own)) {
@@ -231,76 +215,75 @@ class MediaCheck {
                    "name one (-installerPath), or do without that variable");
   }
 
-  void Scan() {
-    // After a run that has ended the volumes are only looked at for the findings.
-    Logger quiet([](std::string_view) {});
+  void LookAtVolumes() {
     report_.volumes_looked_for = !state_.SoftMgt && GetEnv(variables::kOnlineRepository).empty();
     const VolumesFile file = CheckVolumesFile(state_.MediaDir, report_.findings);
-    try {
-      report_.scan =
-          ScanMediaVolumes(state_.MediaDir, state_.SoftMgt, IsStillGoing() ? logger_ : quiet);
-    } catch (const std::exception& failure) {
-      SayWhatAbortsTheScan(failure);
+    if (!IsStillGoing()) {  // the launcher does not come to them
+      Logger unheard([](std::string_view) {});
+      PlanVolumes(state_, unheard, plan_);
+    }
+    if (plan_.Abort) {
+      SayWhatAbortsTheScan();
       report_.volumes.count = 0;
       End(Expectation::kAbort, kAbortStatus);
-      return;
+    } else if (report_.volumes_looked_for) {
+      report_.layout = plan_.Scan.layout;
+      report_.volumes = CheckVolumes(state_.MediaDir, file, plan_.Scan, report_.findings);
     }
-    if (report_.scan.complete) state_.ManagementMode = true;
-    if (!report_.volumes_looked_for) return;
-    report_.volumes = CheckVolumes(state_.MediaDir, file, report_.scan, report_.findings);
   }
 
-  void SayWhatAbortsTheScan(const std::exception& failure) {
-    if (dynamic_cast<const std::logic_error*>(&failure) != nullptr) {  // as a conversion throws it
-      Add("count-is-no-number", Severity::kError,
-          KVLInsIO::Join(state_.MediaDir.Str(), "inst/volumes.txt").Str(),
+  void SayWhatAbortsTheScan() {
+    try {
+      std::rethrow_exception(plan_.Abort);
+    } catch (const std::logic_error&) {  // as the conversion of the number throws it
+      Add("count-is-no-number", Severity::kError, VolumesFileOf(state_.MediaDir).Str(),
           "its first line is no number of volumes, which aborts the launcher",
           "let its first line be the number of volumes, and nothing else");
-      return;
+    } catch (const std::exception& failure) {
+      std::string text = failure.what();
+      while (text.ends_with('\n')) text.pop_back();
+      Add("search-aborts", Severity::kError, state_.MediaDir.Str(),
+          "the search for volumes meets an error, which aborts the launcher: " + text,
+          "look at what it names");
     }
-    std::string text = failure.what();
-    while (text.ends_with('\n')) text.pop_back();
-    Add("search-aborts", Severity::kError, state_.MediaDir.Str(),
-        "the search for volumes meets an error, which aborts the launcher: " + text,
-        "look at what it names");
   }
 
-  void Decide() {
-    if (!GetEnv(variables::kQueryVolumeCount).empty()) {
-      End(Expectation::kQuery, static_cast<int>(VolumeCountStatus(report_.scan.code)) & 0xFF);
+  void LookAtStart() {
+    if (plan_.Status) {
+      End(Expectation::kQuery, static_cast<int>(*plan_.Status) & 0xFF);
       return;
     }
-    ExportVolumePaths(report_.scan.code, report_.scan.volumes);
-    report_.staged = IsToBeStaged(state_);
-    if (report_.staged) {
-      Stage();
-    } else {
-      UseInstallerInPlace();
-    }
-    if (!IsStillGoing()) return;
-    Start();
+    report_.staged = plan_.CopyInstaller;
+    if (report_.staged) ForecastCopies();
+    if (IsStillGoing()) ForecastStart();
   }
 
-  void Stage() {
-    report_.staging_directory = TemporaryDirectory() + "/" + kIdentifier;
-    const std::string staging_dir_slash = report_.staging_directory + "/";
-    report_.staging =
-        ForecastStaging({state_.MediaDir, state_.CommonDirPrefix, state_.OsName, staging_dir_slash},
-                        report_.findings);
-    if (report_.staging.fails) {
-      End(Expectation::kStagingFails, static_cast<int>(ExitStatus::kStagingFailed));
-      return;
-    }
-    UseStagedInstaller(staging_dir_slash, state_);
+  void ForecastCopies() {
+    report_.staging_directory = plan_.TempRoot + "/" + kIdentifier;
+    report_.staging = ForecastStaging(
+        {state_.MediaDir, state_.CommonDirPrefix, state_.OsName, report_.staging_directory + "/"},
+        report_.findings);
+    if (!report_.staging.fails) return;
+    End(Expectation::kStagingFails, static_cast<int>(ExitStatus::kStagingFailed));
   }
 
-  void Start() {
-    SetInstallerEnvironment(InstallerSettingOf(state_));
-    AddInstallerArguments(state_);
-    SetEnv(variables::kPanel, "");  // the last one, set when the command is run
-    report_.command = SplitCommand(InstallerCommand(state_.InstallerPath, state_.PassThroughArgs));
-    report_.variables = Changes(before_, AllVariables());
-    CheckCommand();
+  /// The text with the identifier of this plan, which is not that of any run, written as such.
+  std::string WithoutIdentifier(std::string text) const {
+    if (!plan_.CopyInstaller) return text;
+    std::string identifier = plan_.StagingDir.substr(plan_.TempRoot.size() + 1);
+    identifier.pop_back();
+    ReplaceAll(text, identifier, kIdentifier, 0);
+    return text;
+  }
+
+  void ForecastStart() {
+    state_ = plan_.AtStart;
+    ExportToInstaller(plan_);
+    ExportToCommand();
+    CheckCommand(SplitCommand(plan_.CommandLine));
+    for (const auto& [name, value] : Changes(before_, AllVariables())) {
+      report_.variables.emplace(name, WithoutIdentifier(value));
+    }
     if (AddTooLongVariables(report_.findings)) End(Expectation::kCannotStart, kCannotStartStatus);
     CheckPaths();
     if (!IsFileToStart()) {
@@ -310,15 +293,15 @@ class MediaCheck {
     CheckInstallerHead();
   }
 
-  void CheckCommand() {
+  void CheckCommand(const std::vector<std::string>& command) {
+    for (const std::string& word : command) report_.command.push_back(WithoutIdentifier(word));
     std::vector<std::string> meant = {state_.InstallerPath};
     meant.insert(meant.end(), state_.PassThroughArgs.begin(), state_.PassThroughArgs.end());
-    if (report_.command == meant) return;
-    const bool is_lost = report_.command.empty() || report_.command.front() != meant.front();
+    if (command == meant) return;
+    const bool is_lost = command.empty() || command.front() != meant.front();
     Add("command-is-split", is_lost ? Severity::kError : Severity::kWarning, "",
         "the installer does not get its path and arguments as they are: a double quote, a doubled "
-        "or "
-        "last backslash or an empty argument is among them",
+        "or last backslash or an empty argument is among them",
         "do without them in the paths and arguments");
     if (is_lost) End(Expectation::kCannotStart, kCannotStartStatus);
   }
@@ -326,7 +309,7 @@ class MediaCheck {
   void CheckPaths() {
     for (const std::string& path : {state_.MediaDir.Str(), state_.CommonDirPrefix}) {
       if (path.find(':') == std::string::npos) continue;
-      Add("colon-in-path", Severity::kWarning, path,
+      Add("colon-in-path", Severity::kWarning, WithoutIdentifier(path),
           "a colon in it takes the path lists of the installer apart",
           "use a directory without a colon in its path");
     }
@@ -352,7 +335,7 @@ class MediaCheck {
   }
 
   void CheckExecutable(mode_t mode) {
-    const std::string place = report_.staged ? TemporaryDirectory() : report_.installer;
+    const std::string place = report_.staged ? plan_.TempRoot : report_.installer;
     if (IsOnNoexecMount(place, report_.findings)) {
       Add("noexec-mount", Severity::kError, place,
           "the installer would be started from a file system that is mounted noexec",
@@ -380,8 +363,9 @@ class MediaCheck {
       return;
     }
     AddCarriageReturn(report_.installer, head, report_.findings);
-    AddMissingInterpreter(report_.installer, head, report_.findings);
-    if (head.WhyNoInterpreter() != 0) End(Expectation::kCannotStart, kCannotStartStatus);
+    if (AddMissingInterpreter(report_.installer, head, report_.findings) != 0) {
+      End(Expectation::kCannotStart, kCannotStartStatus);
+    }
   }
 
   /// It can be neither copied nor started.
@@ -430,7 +414,7 @@ class MediaCheck {
       if (row.state == "found") trees.push_back(row.directory);
     }
     if (!report_.external_inst_slash.empty()) {
-      for (const std::string& name : {std::string("common"), state_.OsName}) {
+      for (const std::string& name : {std::string(names::kCommon), state_.OsName}) {
         trees.push_back(report_.external_inst_slash + name);
       }
     }
@@ -447,6 +431,7 @@ class MediaCheck {
   const MediaCheckRequest& request_;
   Variables before_;
   LauncherState state_;
+  RunPlan plan_;
   FileStart start_script_;
   bool is_first_volume_ = true;  // until it is clear that it is none
   Logger logger_{[this](std::string_view message) { TakeMessage(message); }};

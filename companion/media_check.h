@@ -9,7 +9,8 @@
 #include "companion/findings.h"
 #include "companion/staging_survey.h"
 #include "companion/volume_check.h"
-#include "launcher/installer_search.h"
+#include "media/installer_search.h"
+#include "media/volume_scan.h"
 
 namespace kvl {
 
@@ -38,7 +39,7 @@ struct MediaReport {
   std::string installer;  ///< as found, not as staged
   std::string external_inst_slash;
 
-  ScanOutcome scan;
+  Layout layout = Layout::kNone;  ///< the one that the scan ended with
   VolumeReport volumes;
   bool volumes_looked_for = false;  ///< false in software management and with a repository
 

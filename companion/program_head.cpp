@@ -93,14 +93,15 @@ void AddCarriageReturn(const std::string& path, const ProgramHead& head, Finding
                 "save it with line feeds alone"});
 }
 
-void AddMissingInterpreter(const std::string& path, const ProgramHead& head, Findings& findings) {
+int AddMissingInterpreter(const std::string& path, const ProgramHead& head, Findings& findings) {
   const int error = head.WhyNoInterpreter();
-  if (error == 0 || head.Interpreter().ends_with('\r')) return;
-  if (AddUnseen(head.Interpreter(), error, Severity::kError, findings)) return;
+  if (error == 0 || head.Interpreter().ends_with('\r')) return error;
+  if (AddUnseen(head.Interpreter(), error, Severity::kError, findings)) return error;
   findings.Add({"interpreter-missing", Severity::kError, path,
                 "its first line names a program that is missing or cannot be executed: " +
                     head.Interpreter(),
                 "correct the line, or install that program"});
+  return error;
 }
 
 }  // namespace kvl

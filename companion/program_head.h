@@ -44,7 +44,8 @@ bool AddUnreadHead(const std::string& path, const ProgramHead& head, Severity se
 /// The carriage return at the end of its first line is an error of a script.
 void AddCarriageReturn(const std::string& path, const ProgramHead& head, Findings& findings);
 
-/// That the interpreter of a script is missing; nothing when the carriage return is the reason.
-void AddMissingInterpreter(const std::string& path, const ProgramHead& head, Findings& findings);
+/// That the interpreter of a script is missing; nothing when the carriage return is the reason. Gives
+/// back what WhyNoInterpreter says, which is asked once: a disc may answer otherwise the next time.
+int AddMissingInterpreter(const std::string& path, const ProgramHead& head, Findings& findings);
 
 }  // namespace kvl

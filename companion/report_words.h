@@ -48,7 +48,7 @@ inline const char* CodeOf(Severity severity) {
 
 inline const char* LayoutOf(const MediaReport& report) {
   if (!report.volumes_looked_for) return "not-looked-for";
-  switch (report.scan.layout) {
+  switch (report.layout) {
     case Layout::kFlat:
       return "flat";
     case Layout::kSibling:

@@ -14,7 +14,7 @@
 #include "companion/start_script.h"
 #include "environment/variables.h"
 #include "insio/path.h"
-#include "launcher/staging.h"
+#include "media/installer_search.h"
 
 namespace kvl {
 namespace {

@@ -11,8 +11,7 @@
 #include "companion/plain_text.h"
 #include "companion/special_file.h"
 #include "console/text.h"
-#include "environment/environment.h"
-#include "environment/variables.h"
+#include "environment/media_names.h"
 #include "insio/entry.h"
 #include "media/line_file.h"
 #include "media/marker.h"
@@ -29,10 +28,6 @@ constexpr std::string_view kMissing = "missing";
 constexpr std::string_view kOtherTag = "other-tag";
 constexpr std::string_view kUnreadable = "unreadable";
 constexpr std::string_view kNoTag = "no-tag";
-
-std::string VolumesFilePath(const InsPath& media_dir) {
-  return Join(Join(media_dir.Str(), "inst").Str(), "volumes.txt").Str();
-}
 
 /// A marker, in a volume's words.
 struct Marker {
@@ -88,16 +83,16 @@ class VolumeCheck {
 
   bool IsInAmVolumes() const {
     if (scan_.layout == Layout::kAm) return true;
-    return scan_.layout == Layout::kNone && !GetEnv(variables::kFirstAmPath).empty();
+    return scan_.layout == Layout::kNone && scan_.first_am.number > 0;
   }
 
   Place PlaceOf(VolumeNumber i) const {
     if (scan_.layout == Layout::kFlat) return {media_dir_, {}};
     if (!IsInAmVolumes()) return {Join(media_dir_.Parent().Str(), std::to_string(i)), {}};
-    const InsPath outer = InsPath(GetEnv(variables::kFirstAmPath)).Parent();
-    const VolumeNumber am_number = ToIntOr(GetEnv(variables::kFirstAmVolume), 1) + i - 1;
-    const InsPath am_directory = Join(outer.Str(), std::to_string(am_number));
-    const InsPath inner = Join(am_directory.Str(), GetEnv(variables::kAmRelativePath));
+    const FirstAmVolume& first = scan_.first_am;
+    const VolumeNumber am_number = first.number + i - 1;
+    const InsPath am_directory = Join(first.directory.Parent().Str(), std::to_string(am_number));
+    const InsPath inner = Join(am_directory.Str(), first.relative.Str());
     return {Join(inner.Str(), std::to_string(i)), am_directory, am_number};
   }
 
@@ -120,7 +115,7 @@ class VolumeCheck {
 
   /// False when the AM volume is not as it should be, so that nobody looks into it.
   bool LookAtAmVolume(VolumeNumber i, const Place& place) {
-    const std::string wanted = GetEnv(variables::kMtbDir);
+    const std::string& wanted = scan_.first_am.tag;
     const Marker marker(Join(place.am_directory.Str(), MarkerName(place.am_number)).Str());
     const std::string_view state = marker.State(wanted);
     if (state == kFound) return true;
@@ -163,18 +158,18 @@ class VolumeCheck {
     const bool is_flat = scan_.layout == Layout::kFlat;
     const bool is_am = IsInAmVolumes();
     const InsPath directory = is_flat ? media_dir_
-                              : is_am ? InsPath(GetEnv(variables::kFirstAmPath)).Parent()
+                              : is_am ? scan_.first_am.directory.Parent()
                                       : media_dir_.Parent();
-    const VolumeNumber ahead = is_am ? ToIntOr(GetEnv(variables::kFirstAmVolume), 1) - 1 : 0;
+    const VolumeNumber ahead = is_am ? scan_.first_am.number - 1 : 0;
     VolumeNumber looked_at = 0;
-    ForEachNumber(directory, is_flat ? kMarkerExtension : "",
+    ForEachNumber(directory, is_flat ? names::kMarkerExtension : "",
                   {last + 1 + ahead, report_.count + ahead}, [&](VolumeNumber number) {
                     ++looked_at;
                     LookAt(number - ahead);
                   });
     const VolumeNumber rest = report_.count - last - looked_at;
     if (rest == 0) return;
-    findings_.Add({"more-volumes-missing", Severity::kWarning, VolumesFilePath(media_dir_),
+    findings_.Add({"more-volumes-missing", Severity::kWarning, VolumesFileOf(media_dir_).Str(),
                    std::to_string(rest) + " volumes above " + std::to_string(last) + " are missing",
                    "copy them, or correct the number in volumes.txt"});
   }
@@ -222,7 +217,7 @@ bool IsFound(const VolumeRow& row) {
 }  // namespace
 
 VolumesFile CheckVolumesFile(const InsPath& media_dir, Findings& findings) {
-  const std::string path = VolumesFilePath(media_dir);
+  const std::string path = VolumesFileOf(media_dir).Str();
   const int missing = WhyNotAllowed(path, F_OK);
   if (AddUnseen(path, missing, Severity::kWarning, findings)) return {.count = 0, .is_fine = false};
   if (missing != 0) return {};

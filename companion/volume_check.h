@@ -40,9 +40,8 @@ struct VolumesFile {
 /// Reads "volumes.txt", once.
 VolumesFile CheckVolumesFile(const KVLInsIO::InsPath& media_dir, Findings& findings);
 
-/// Looks at every volume where the scan, which has just been made, expects it. What the scan has left
-/// in the environment is read. A scan that has failed, or
-/// has missed what is there, is always among the findings.
+/// Looks at every volume where the scan, which has just been made, expects it. A scan that has failed,
+/// or has missed what is there, is always among the findings.
 VolumeReport CheckVolumes(const KVLInsIO::InsPath& media_dir, const VolumesFile& file,
                           const ScanOutcome& scan, Findings& findings);
 

@@ -9,8 +9,12 @@
 
 namespace kvl {
 
-int RunCommand(const std::string& command, bool wait, Logger& logger, SignalScope& signals) {
+void ExportToCommand() {
   SetEnv(variables::kPanel, "");
+}
+
+int RunCommand(const std::string& command, bool wait, Logger& logger, SignalScope& signals) {
+  ExportToCommand();
   if (wait) signals.LeaveTheKeyboardToTheChild();
   ChildProcess child;
   if (!child.Start(SplitCommand(command), signals)) {

@@ -8,8 +8,11 @@ namespace kvl {
 class Logger;
 class SignalScope;
 
+/// Sets what every command finds in its environment: PANELV2ODOTOP, to the empty text.
+void ExportToCommand();
+
 /// Starts `command`, split by the rules of SplitCommand, and waits for it unless `wait` is false.
-/// Sets PANELV2ODOTOP to the empty text before. Returns the child's exit code, 0 to 250; -1 when it
+/// Calls ExportToCommand before. Returns the child's exit code, 0 to 250; -1 when it
 /// could not be started or waited for, was killed by a signal or ended with a code above 250; 0 at
 /// once when it does not wait. Without a child of its own it waits for any other that the process may
 /// have, and its exit code is then the result.

@@ -3,6 +3,7 @@
 #include <initializer_list>
 
 #include "environment/environment.h"
+#include "environment/media_names.h"
 #include "environment/temporary_directory.h"
 #include "environment/variables.h"
 #include "insio/path_text.h"
@@ -36,10 +37,11 @@ struct SearchPlaces {
   std::string external_os, external_common;  // empty without an external installer media
 
   SearchPlaces(const InstallerSetting& setting, const std::string& inst)
-      : media_os(Below(inst, setting.os_name) + "/"), media_common(Below(inst, "common/")) {
+      : media_os(Below(inst, setting.os_name) + "/"),
+        media_common(Below(inst, names::kCommon) + "/") {
     if (setting.external_inst_slash.empty()) return;
     external_os = setting.external_inst_slash + setting.os_name + "/";
-    external_common = setting.external_inst_slash + "common/";
+    external_common = setting.external_inst_slash + names::kCommon + "/";
   }
 };
 
@@ -93,7 +95,7 @@ const char* OneOrZero(bool condition) {
 }  // namespace
 
 void SetInstallerEnvironment(const InstallerSetting& setting) {
-  const std::string inst = Below(setting.media_dir, "inst");
+  const std::string inst = Below(setting.media_dir, names::kInst);
   const std::string install_path = Below(inst, setting.os_name);
   const SearchPlaces places(setting, inst);
 

@@ -2,18 +2,13 @@
 #include "launcher/launcher.h"
 
 #include <exception>
-#include <utility>
 
 #include "console/run_command.h"
-#include "environment/environment.h"
 #include "environment/installer_environment.h"
-#include "environment/variables.h"
 #include "launcher/clean_up_script.h"
 #include "launcher/command_line.h"
 #include "launcher/exit_status.h"
-#include "launcher/installer_command.h"
-#include "launcher/installer_search.h"
-#include "launcher/run_steps.h"
+#include "launcher/run_plan.h"
 #include "launcher/staging.h"
 #include "media/installer_media.h"
 #include "media/volume_scan.h"
@@ -32,57 +27,27 @@ Launcher::Launcher(int argc, const char* const* argv, const std::string& install
 }
 
 int Launcher::Run() {
-  OsName = GetEnv(variables::kOs);
-  FindInstaller();
+  const RunPlan plan = PlanRun(*this, logger_);
+  if (plan.Abort) std::rethrow_exception(plan.Abort);
+  if (plan.Status) EndProcess(*plan.Status);
 
-  std::vector<std::string> volume_paths;
-  const int volume_count = ScanMediaVolumes(volume_paths);
-  if (!GetEnv(variables::kQueryVolumeCount).empty()) EndProcess(VolumeCountStatus(volume_count));
-  ExportVolumePaths(volume_count, volume_paths);
-
-  std::string staging_dir_slash = NewStagingDirectory();
-  if (IsToBeStaged(*this)) {
-    staging_dir_slash = FreeStagingDirectory(std::move(staging_dir_slash));
-    StageInstaller(staging_dir_slash);
-  } else {
-    UseInstallerInPlace();
-  }
-
-  SetInstallerEnvironment();
-  AddInstallerArguments(*this);
-  if (InstallerCopied) LeaveCleanUpScript(staging_dir_slash);
-  return RunCommand(InstallerCommand(InstallerPath, PassThroughArgs));
+  if (plan.CopyInstaller) StageInstaller(plan);
+  static_cast<LauncherState&>(*this) = plan.AtStart;
+  ExportToInstaller(plan);
+  if (InstallerCopied) LeaveCleanUpScript(plan.StagingDir);
+  return RunCommand(plan.CommandLine);
 }
 
-void Launcher::FindInstaller() {
-  const auto is_usable = [this](const std::string& media) {
-    return ValidateInstallerMedia(media, kWithVerdict);
-  };
-  switch (kvl::FindInstaller(*this, is_usable, logger_)) {
-    case InstallerSource::kCurrentMedia:
-      InstallerPath = InstallerInCurrentMedia(*this);
-      return;
-    case InstallerSource::kArgument:
-    case InstallerSource::kVariable:
-      return;
-    case InstallerSource::kNone:
-      break;
-  }
-  Message("The installer is not found, please read the file \"ReadMe_UNIX.txt\".", kError, kMarked);
-  EndProcess(ExitStatus::kNoInstaller);
-}
-
-void Launcher::StageInstaller(const std::string& staging_dir_slash) {
+void Launcher::StageInstaller(const RunPlan& plan) {
   try {
-    kvl::StageInstaller({MediaDir, CommonDirPrefix, OsName, staging_dir_slash});
+    MakeCopies(plan.Copies);
   } catch (const std::exception& failure) {
-    Message("Cannot copy the installer to a temporary directory: " + staging_dir_slash, kError,
+    Message("Cannot copy the installer to a temporary directory: " + plan.StagingDir, kError,
             kMarked);
     const std::string reason = failure.what();
     if (!reason.empty()) Message(reason, kError, kMarked);
     EndProcess(ExitStatus::kStagingFailed);
   }
-  UseStagedInstaller(staging_dir_slash, *this);
 }
 
 void Launcher::LeaveCleanUpScript(const std::string& staging_dir_slash) {
@@ -102,8 +67,7 @@ void Launcher::Message(const std::string& text, int level, bool marked) {
 }
 
 int Launcher::ScanMediaVolumes(std::vector<std::string>& volume_paths) {
-  const ScanOutcome outcome = kvl::ScanMediaVolumes(MediaDir, SoftMgt, logger_);
-  if (outcome.complete) ManagementMode = true;
+  const ScanOutcome outcome = ScanMediaOf(*this, logger_);
   if (outcome.am_layout_tried) volume_paths.clear();
   volume_paths.insert(volume_paths.end(), outcome.volumes.begin(), outcome.volumes.end());
   return outcome.code;

@@ -1,9 +1,8 @@
 // Launcher: the program's one object. It holds what the command line and the environment asked for,
 // and runs the whole sequence from the media to the installer's exit code.
 //
-// What is to be done is decided by free functions, of this folder (run_steps.h, installer_search.h,
-// command_line.h) and of those below; the members here pass the state in, store the results and act
-// on them. Whoever wants to know what a run would do calls the same functions.
+// What is to be done is decided by free functions, of this folder (run_plan.h, command_line.h) and of
+// those below; the members here pass the state in, store the results and act on them.
 #pragma once
 
 #include <string>
@@ -16,6 +15,8 @@
 
 namespace kvl {
 
+struct RunPlan;
+
 /// The values that main starts the Launcher with.
 inline constexpr bool kWithoutUI = false;
 inline constexpr bool kWaitForInstaller = true;
@@ -27,9 +28,9 @@ class Launcher : public LauncherState {
   Launcher(int argc, const char* const* argv, const std::string& installer_exe_name,
            bool initial_ui_flag, bool initial_wait_flag);
 
-  /// The whole run; call it once. Finds the installer, scans the media, stages the installer unless
-  /// it is to run in place, prepares its environment, starts it, waits for it, and returns its exit
-  /// code as RunCommand does. Ends the process itself when there is no installer, when staging
+  /// The whole run; call it once. Plans (see run_plan.h), stages the installer unless it is to run in
+  /// place, prepares its environment, starts it, waits for it, and returns its exit code as
+  /// RunCommand does. Ends the process itself when there is no installer, when staging
   /// fails, when an external installer media has a blank in its path, and with the number of
   /// volumes when that is all that was asked for (KVLAdmODTMultiVolumes). What was staged stays
   /// behind in any case.
@@ -55,8 +56,7 @@ class Launcher : public LauncherState {
   int RunCommand(const std::string& command);
 
  private:
-  void FindInstaller();
-  void StageInstaller(const std::string& staging_dir_slash);
+  void StageInstaller(const RunPlan& plan);
   void LeaveCleanUpScript(const std::string& staging_dir_slash);
 
   SignalScope signals_;

@@ -3,7 +3,7 @@
 #include <sys/stat.h>
 
 #include "console/identifier.h"
-#include "environment/temporary_directory.h"
+#include "environment/media_names.h"
 #include "insio/copy.h"
 
 namespace kvl {
@@ -13,12 +13,9 @@ using KVLInsIO::Copy;
 using KVLInsIO::InsPath;
 using KVLInsIO::Join;
 
-constexpr char kInst[] = "inst";
-constexpr char kCommon[] = "common";
-
 /// In the order of copying.
-constexpr const char* kStaged[] = {kInst,      "meta.TOCxml", "media.xml",
-                                   "media.db", "StartGUI.sh", "StartTUI.sh"};
+constexpr const char* kStaged[] = {names::kInst,    names::kTableOfContents, names::kMediaXml,
+                                   names::kMediaDb, names::kStartGui,        names::kStartTui};
 
 /// On a broken file system every name may seem to exist; the search ends all the same.
 constexpr int kMostTakenNames = 1000;
@@ -31,23 +28,13 @@ bool IsTaken(const std::string& staging_dir_slash) {
 
 }  // namespace
 
-std::string InstallerIn(const InsPath& media_dir, const std::string& os_name,
-                        const std::string& executable) {
-  InsPath path = media_dir;
-  for (const std::string& part :
-       {std::string(kInst), os_name, std::string("code"), std::string("bin"), executable}) {
-    path = Join(path.Str(), part);
-  }
-  return path.Str();
+std::string NewStagingDirectory(const std::string& temp_root) {
+  return temp_root + "/" + NewIdentifier(kUpperCase) + "/";
 }
 
-std::string NewStagingDirectory() {
-  return TemporaryDirectory() + "/" + NewIdentifier(kUpperCase) + "/";
-}
-
-std::string FreeStagingDirectory(std::string staging_dir_slash) {
+std::string FreeStagingDirectory(const std::string& temp_root, std::string staging_dir_slash) {
   for (int taken = 0; taken < kMostTakenNames && IsTaken(staging_dir_slash); ++taken) {
-    staging_dir_slash = NewStagingDirectory();
+    staging_dir_slash = NewStagingDirectory(temp_root);
   }
   return staging_dir_slash;
 }
@@ -58,16 +45,16 @@ std::vector<StagingCopy> StagingCopies(const StagingRequest& request) {
     copies.push_back({Join(request.media_dir.Str(), name).Str(), request.staging_dir_slash + name});
   }
   if (request.external_inst_slash.empty()) return copies;
-  const std::string staged_inst_slash = request.staging_dir_slash + kInst + "/";
-  for (const std::string& name : {std::string(kCommon), request.os_name}) {
+  const std::string staged_inst_slash = request.staging_dir_slash + names::kInst + "/";
+  for (const std::string& name : {std::string(names::kCommon), request.os_name}) {
     // The doubled slash in the source is harmless.
     copies.push_back({request.external_inst_slash + "/" + name, staged_inst_slash + name});
   }
   return copies;
 }
 
-void StageInstaller(const StagingRequest& request) {
-  for (const StagingCopy& copy : StagingCopies(request)) Copy(copy.source, copy.destination);
+void MakeCopies(const std::vector<StagingCopy>& copies) {
+  for (const StagingCopy& copy : copies) Copy(copy.source, copy.destination);
 }
 
 }  // namespace kvl

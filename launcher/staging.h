@@ -9,23 +9,16 @@
 
 namespace kvl {
 
-/// Where the installer lies in a media: inst/<os_name>/code/bin/<executable> below `media_dir`,
-/// joined with single slashes; empty parts are joined like any other. With an empty `executable`
-/// this is the "bin" directory itself.
-///   /m, linux, x  =>  /m/inst/linux/code/bin/x     (empty), (empty), x  =>  /inst/code/bin/x
-std::string InstallerIn(const KVLInsIO::InsPath& media_dir, const std::string& os_name,
-                        const std::string& executable);
-
-/// A name for the staging directory: the temporary directory's text as it stands, "/", a new
+/// A name for the staging directory: the text of the temporary directory as it stands, "/", a new
 /// identifier, "/". Nothing is looked at or created.
-std::string NewStagingDirectory();
+std::string NewStagingDirectory(const std::string& temp_root);
 
 /// `staging_dir_slash` when nothing lies at that name; else the first new one of which that is true.
 /// Launches at one reading of the clock draw the same names, and somebody who guesses a name can have
 /// put anything there, also a link that leads nowhere. A name that cannot be looked at counts as free:
 /// the copy says why. Where a thousand names are taken, the next one is given unseen. Nothing is
 /// created, so whoever is faster after the look still gets the name.
-std::string FreeStagingDirectory(std::string staging_dir_slash);
+std::string FreeStagingDirectory(const std::string& temp_root, std::string staging_dir_slash);
 
 struct StagingRequest {
   KVLInsIO::InsPath media_dir;
@@ -42,15 +35,15 @@ struct StagingCopy {
   std::string destination;
 };
 
-/// The copies that staging consists of, in their order; `staging_dir_slash` need not exist.
+/// The copies that staging consists of, in their order: the media's "inst" tree, its description files
+/// and start scripts, and then, from an external installer media, "common" and the operating-system
+/// directory over those of "inst". `staging_dir_slash` need not exist.
 std::vector<StagingCopy> StagingCopies(const StagingRequest& request);
 
-/// Copies into the staging directory, in this order: the media's "inst" tree, its description files
-/// and start scripts, and then, from an external installer media, "common" and the operating-system
-/// directory over those of "inst". Links are followed. All of them must exist.
-/// A file that lies in both keeps the mode it has in the media, so an installer of the media's own
-/// without its execute permission takes that of the external one along.
+/// Makes the copies, in their order. Links are followed. Every source must exist. A file that is
+/// overwritten keeps its mode, so an installer of the media's own without its execute permission
+/// takes that of the external one along.
 /// Throws what KVLInsIO::Copy throws, at the first failure; what has been copied by then stays.
-void StageInstaller(const StagingRequest& request);
+void MakeCopies(const std::vector<StagingCopy>& copies);
 
 }  // namespace kvl

@@ -1,6 +1,7 @@
 #include "media/installer_media.h"
 
 #include "console/logger.h"
+#include "environment/media_names.h"
 #include "insio/entry.h"
 
 namespace kvl {
@@ -9,11 +10,12 @@ namespace {
 constexpr char kBlank = ' ';
 
 std::string InstSlash(const std::string& root_slash) {
-  return root_slash + "inst/";
+  return root_slash + names::kInst + "/";
 }
 
 std::string InstallerBelow(const std::string& root_slash, const InstallerPlace& place) {
-  return InstSlash(root_slash) + place.platform + "/code/bin/" + place.executable;
+  return InstSlash(root_slash) + place.platform + "/" + names::kCode + "/" + names::kBin + "/" +
+         place.executable;
 }
 
 }  // namespace

@@ -3,10 +3,13 @@
 #include <utility>
 
 #include "console/text.h"
+#include "environment/media_names.h"
 #include "media/line_file.h"
 
 namespace kvl {
 namespace {
+
+using names::kMarkerExtension;
 
 constexpr std::string_view kTagKey = "MTBDIR=";
 

@@ -9,8 +9,6 @@
 
 namespace kvl {
 
-inline constexpr std::string_view kMarkerExtension = ".txt";
-
 /// The name of the marker of a volume: the number in decimal and ".txt".   2  =>  2.txt
 std::string MarkerName(std::int64_t volume);
 

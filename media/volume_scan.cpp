@@ -1,10 +1,12 @@
 #include "media/volume_scan.h"
 
 #include <optional>
+#include <utility>
 
 #include "console/logger.h"
 #include "console/text.h"
 #include "environment/environment.h"
+#include "environment/media_names.h"
 #include "environment/variables.h"
 #include "insio/entry.h"
 #include "insio/finder.h"
@@ -23,12 +25,6 @@ using LayoutAnswer = std::optional<ScanOutcome>;
 struct MediaSet {
   InsPath dir;
   int count;
-  std::string tag;
-};
-
-struct AmVolume {
-  InsPath dir;
-  VolumeNumber number;
   std::string tag;
 };
 
@@ -124,7 +120,7 @@ void LookFor(VolumeNumber volume, const InsPath& dir, const MediaSet& media, Rep
 
 LayoutAnswer ScanFlatLayout(const MediaSet& media, Report& report) {
   Tally tally;
-  ForEachNumber(media.dir, kMarkerExtension, {2, media.count}, [&](VolumeNumber i) {
+  ForEachNumber(media.dir, names::kMarkerExtension, {2, media.count}, [&](VolumeNumber i) {
     std::string tag = TagIn(media.dir, i);
     if (tag.empty()) return;
     if (tag == media.tag) {
@@ -154,37 +150,40 @@ LayoutAnswer ScanSiblingLayout(const MediaSet& media, Report& report) {
 
 /// The first file in `dir`, in the order of the system, that is an AM volume's marker by its name.
 /// Without a tag in it, a warning is given and the result's tag is empty.
-std::optional<AmVolume> FindAmVolumeIn(const InsPath& dir, Report& report) {
+std::optional<FirstAmVolume> FindAmVolumeIn(const InsPath& dir, Report& report) {
   KVLInsIO::InsFileFinder finder = KVLInsIO::FindFirstFile(dir.Str(), KVLInsIO::kFile);
   for (; !finder.AtEnd(); FindNextFile(finder)) {
     const std::string& name = finder.Name();
     const int number = VolumeOfMarkerName(name);
     if (number < 1) continue;
-    const std::string tag = ReadMtbDir(Join(dir.Str(), name).Str());
+    std::string tag = ReadMtbDir(Join(dir.Str(), name).Str());
     if (tag.empty()) {
       report.Warning("Cannot open " + name + " in " + dir.Str());
       report.More("Please make sure you copied and/or extracted everything properly.");
     }
-    return AmVolume{dir, number, tag};
+    return FirstAmVolume{number, dir, std::move(tag), {}};
   }
   return std::nullopt;
 }
 
 /// The AM volume that holds the media: looked for in every ancestor of the media directory, the
 /// nearest first. Nothing when there is none, or one whose marker has no tag.
-std::optional<AmVolume> FindFirstAmVolume(const InsPath& media_dir, Report& report) {
+std::optional<FirstAmVolume> FindFirstAmVolume(const InsPath& media_dir, Report& report) {
   for (InsPath dir = media_dir.Parent(); !dir.IsEmpty(); dir = dir.Parent()) {
-    const std::optional<AmVolume> volume = FindAmVolumeIn(dir, report);
-    if (volume) return volume->tag.empty() ? std::nullopt : volume;
+    std::optional<FirstAmVolume> volume = FindAmVolumeIn(dir, report);
+    if (!volume) continue;
+    if (volume->tag.empty()) return std::nullopt;
+    volume->relative = MakeRelative(dir, media_dir.Parent());
+    return volume;
   }
   return std::nullopt;
 }
 
-void PublishFirstAmVolume(const AmVolume& first, const InsPath& relative) {
+void Publish(const FirstAmVolume& first) {
   SetEnv(variables::kMtbDir, first.tag);
   SetEnv(variables::kFirstAmVolume, std::to_string(first.number));
-  SetEnv(variables::kFirstAmPath, first.dir.Str());
-  SetEnv(variables::kAmRelativePath, relative.Str());
+  SetEnv(variables::kFirstAmPath, first.directory.Str());
+  SetEnv(variables::kAmRelativePath, first.relative.Str());
 }
 
 /// Looks for the AM volume in `dir`. One of another AM set is reported.
@@ -201,25 +200,31 @@ bool IsAmVolume(VolumeNumber number, const InsPath& dir, const std::string& want
   return true;
 }
 
-ScanOutcome ScanAmLayout(const MediaSet& media, Report& report) {
-  const std::optional<AmVolume> first = FindFirstAmVolume(media.dir, report);
-  if (!first) return Failed();
-  report.More(AmVolumeName(first->number) + " found in: " + first->dir.Str());
-  const InsPath relative = MakeRelative(first->dir, media.dir.Parent());
-  PublishFirstAmVolume(*first, relative);
-
-  const InsPath outer = first->dir.Parent();
+ScanOutcome ScanAmVolumes(const MediaSet& media, const FirstAmVolume& first, Report& report) {
+  const InsPath outer = first.directory.Parent();
   // So far the number of an AM volume is ahead of that of the volume in it.
-  const VolumeNumber ahead = first->number - 1;
+  const VolumeNumber ahead = first.number - 1;
   Tally tally;
   ForEachNumber(outer, kNoExtension, {2 + ahead, media.count + ahead}, [&](VolumeNumber am_number) {
     const InsPath am_dir = Numbered(outer, am_number);
-    if (!IsAmVolume(am_number, am_dir, first->tag, report, tally)) return;
+    if (!IsAmVolume(am_number, am_dir, first.tag, report, tally)) return;
     const VolumeNumber i = am_number - ahead;
-    LookFor(i, Numbered(Join(am_dir.Str(), relative.Str()), i), media, report, tally);
+    LookFor(i, Numbered(Join(am_dir.Str(), first.relative.Str()), i), media, report, tally);
   });
   // On purpose nothing is said when no volume at all was found here.
   return Judge(std::move(tally), Layout::kAm, media, report).value_or(Failed());
+}
+
+ScanOutcome ScanAmLayout(const MediaSet& media, Report& report) {
+  ScanOutcome outcome = Failed();
+  if (auto first = FindFirstAmVolume(media.dir, report)) {
+    report.More(AmVolumeName(first->number) + " found in: " + first->directory.Str());
+    Publish(*first);
+    outcome = ScanAmVolumes(media, *first, report);
+    outcome.first_am = *std::move(first);
+  }
+  outcome.am_layout_tried = true;
+  return outcome;
 }
 
 void EmptyScanVariables() {
@@ -232,9 +237,13 @@ void EmptyScanVariables() {
 
 }  // namespace
 
+InsPath VolumesFileOf(const InsPath& media_dir) {
+  return Join(Join(media_dir.Str(), names::kInst).Str(), names::kVolumesFile);
+}
+
 ScanOutcome ScanMediaVolumes(const InsPath& media_dir, bool software_management, Logger& logger) {
   EmptyScanVariables();
-  const InsPath volumes_file = Join(Join(media_dir.Str(), "inst").Str(), "volumes.txt");
+  const InsPath volumes_file = VolumesFileOf(media_dir);
   if (!KVLInsIO::Exists(volumes_file.Str())) return CompleteAsItIs();
   if (software_management || !GetEnv(variables::kOnlineRepository).empty()) {
     return CompleteAsItIs();
@@ -258,9 +267,7 @@ ScanOutcome ScanMediaVolumes(const InsPath& media_dir, bool software_management,
 
   if (const LayoutAnswer flat = ScanFlatLayout(media, report)) return *flat;
   if (const LayoutAnswer sibling = ScanSiblingLayout(media, report)) return *sibling;
-  ScanOutcome am = ScanAmLayout(media, report);
-  am.am_layout_tried = true;
-  return am;
+  return ScanAmLayout(media, report);
 }
 
 }  // namespace kvl

@@ -30,6 +30,14 @@ enum class Layout {
   kAm,
 };
 
+/// The AM volume that the media lies in.
+struct FirstAmVolume {
+  int number = 0;  ///< 0 when none was found
+  KVLInsIO::InsPath directory;
+  std::string tag;
+  KVLInsIO::InsPath relative;  ///< the way from there to the directory that holds the media
+};
+
 struct ScanOutcome {
   /// kScanFailed; kNothingMoreNeeded for a single volume, for all volumes in the media directory,
   /// and for a scan that was skipped; else the number of volumes, 2 or more.
@@ -46,7 +54,11 @@ struct ScanOutcome {
   /// The AM layout was tried, with whatever result: a list that the caller collects directories in
   /// is to be emptied before `volumes` is added.
   bool am_layout_tried = false;
+  FirstAmVolume first_am = {};  ///< of the AM layout, whether the scan succeeded or not
 };
+
+/// Where a media says how many volumes it has.
+KVLInsIO::InsPath VolumesFileOf(const KVLInsIO::InsPath& media_dir);
 
 /// Scans the media, reports on the console what it finds, and leaves its findings for the installer
 /// in the environment variables KVLAdmInstVolumesCount, KVLAdmInstMTBDIR, KVLAdmInstFirstAMVolume,

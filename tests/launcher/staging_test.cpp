@@ -10,7 +10,6 @@
 #include "insio/exceptions.h"
 #include "tests/launcher/launch_world.h"
 #include "tests/support/generator_twin.h"
-#include "tests/support/scoped_env.h"
 #include "tests/support/scoped_umask.h"
 
 namespace kvl::test {
@@ -21,53 +20,25 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 
-TEST(InstallerIn, JoinsThePartsWithSingleSlashes) {
-  struct Row {
-    const char *media_dir, *os_name, *executable, *installer;
-  };
-  const std::vector<Row> rows = {
-      {"/m", "linux", "x", "/m/inst/linux/code/bin/x"},
-      {"m/1", "linux", "x", "m/1/inst/linux/code/bin/x"},
-      {"/", "linux", "x", "/inst/linux/code/bin/x"},
-      {"", "", "x", "/inst/code/bin/x"},
-      {"/m", "", "x", "/m/inst/code/bin/x"},
-      {"/m", "linux", "", "/m/inst/linux/code/bin"},
-      {"", "", "", "/inst/code/bin"},
-      {"/m", "a//b/", "/sub\\x/", "/m/inst/a/b/code/bin/sub/x"},
-  };
-  for (const Row& row : rows) {
-    EXPECT_EQ(InstallerIn(InsPath(row.media_dir), row.os_name, row.executable), row.installer);
-  }
-}
-
 constexpr char kIdentifier[] =
     "/[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}/";
 
 TEST(NewStagingDirectory, LiesInTheTemporaryDirectoryAndIsNotMade) {
   const TestDirectory directory;
-  const ScopedEnv env(Environment{{"TMPDIR", directory.Path()}});
-  EXPECT_THAT(NewStagingDirectory(), MatchesRegex(directory.Path() + kIdentifier));
+  EXPECT_THAT(NewStagingDirectory(directory.Path()), MatchesRegex(directory.Path() + kIdentifier));
   EXPECT_THAT(DescribeTree(directory.Path()), IsEmpty());
 }
 
-TEST(NewStagingDirectory, KeepsTheTextOfTMPDIRAsItStands) {
+TEST(NewStagingDirectory, KeepsTheTextOfTheTemporaryDirectory) {
   for (const char* text : {"/a/", "//a///b//", "relative", "a b\\"}) {
-    const ScopedEnv env(Environment{{"TMPDIR", text}});
-    const std::string directory = NewStagingDirectory();
+    const std::string directory = NewStagingDirectory(text);
     ASSERT_EQ(directory.substr(0, std::string(text).size()), text);
     EXPECT_THAT(directory.substr(std::string(text).size()), MatchesRegex(kIdentifier));
   }
 }
 
-TEST(NewStagingDirectory, IsBelowSlashTmpWithoutTMPDIR) {
-  for (const Environment& variables : {Environment{}, Environment{{"TMPDIR", ""}}}) {
-    const ScopedEnv env(variables);
-    EXPECT_THAT(NewStagingDirectory(), MatchesRegex(std::string("/tmp") + kIdentifier));
-  }
-}
-
 TEST(NewStagingDirectory, IsAnotherOneEachTime) {
-  EXPECT_NE(NewStagingDirectory(), NewStagingDirectory());
+  EXPECT_NE(NewStagingDirectory("/t"), NewStagingDirectory("/t"));
 }
 
 /// The names that the process is going to make, in TMPDIR, without their "/".
@@ -82,7 +53,7 @@ TEST(FreeStagingDirectory, IsTheOneGivenWhereNothingLies) {
   const TestDirectory directory;
   for (const std::string& free : {directory.Path("free/"), directory.Path("missing/directory/"),
                                   directory.Write("file", "") + "/below/"}) {
-    EXPECT_EQ(FreeStagingDirectory(free), free);
+    EXPECT_EQ(FreeStagingDirectory(directory.Path(), free), free);
   }
   EXPECT_THAT(DescribeTree(directory.Path()), ElementsAre("f 644 file = "));
 }
@@ -90,7 +61,7 @@ TEST(FreeStagingDirectory, IsTheOneGivenWhereNothingLies) {
 TEST(FreeStagingDirectory, PassesOverEveryNameAtWhichAnythingLies) {
   const ScopedUmask umask(022);
   const TestDirectory directory;
-  const ScopedEnv env(Environment{{"TMPDIR", directory.Path("tmp")}});
+  const std::string tmp = directory.Path("tmp");
   const std::vector<std::string> paths = NextStagingPaths(6, "tmp");
   directory.MakeDir(paths[0]);
   directory.Write(paths[1], "");
@@ -98,26 +69,27 @@ TEST(FreeStagingDirectory, PassesOverEveryNameAtWhichAnythingLies) {
   directory.Link(paths[3], ".");
   directory.Pipe(paths[4]);
   const std::vector<std::string> before = DescribeTree(directory.Path());
-  EXPECT_EQ(FreeStagingDirectory(NewStagingDirectory()), directory.Path(paths[5]) + "/");
+  EXPECT_EQ(FreeStagingDirectory(tmp, NewStagingDirectory(tmp)), directory.Path(paths[5]) + "/");
   EXPECT_EQ(DescribeTree(directory.Path()), before);
 }
 
 TEST(FreeStagingDirectory, LooksWhereTheCopyGoes) {
   const TestDirectory directory;
-  const ScopedEnv env(Environment{{"TMPDIR", directory.Path("a\\\\b\\")}});
+  const std::string tmp = directory.Path("a\\\\b\\");
   const std::vector<std::string> paths = NextStagingPaths(2, "a/b");
   directory.MakeDir(paths[0]);
-  EXPECT_EQ(InsPath(FreeStagingDirectory(NewStagingDirectory())).Str(), directory.Path(paths[1]));
+  EXPECT_EQ(InsPath(FreeStagingDirectory(tmp, NewStagingDirectory(tmp))).Str(),
+            directory.Path(paths[1]));
 }
 
 TEST(FreeStagingDirectory, EndsWhereEveryNameIsTaken) {
   constexpr std::size_t kTaken = 1001;
   const TestDirectory directory;
-  const ScopedEnv env(Environment{{"TMPDIR", directory.Path()}});
+  const std::string& tmp = directory.Path();
   const std::vector<std::string> paths = NextStagingPaths(kTaken, ".");
   for (const std::string& path : paths) directory.Write(path, "");
-  EXPECT_EQ(FreeStagingDirectory(NewStagingDirectory()),
-            directory.Path() + paths.back().substr(1) + "/");
+  EXPECT_EQ(FreeStagingDirectory(tmp, NewStagingDirectory(tmp)),
+            tmp + paths.back().substr(1) + "/");
 }
 
 /// A media in "m" with the smallest "inst", an external "inst" in "ext", and the request to stage.
@@ -146,7 +118,7 @@ struct StagingWorld {
 /// The class and the text of the exception.
 std::string FailureOf(const StagingWorld& world) {
   try {
-    StageInstaller(world.request);
+    MakeCopies(StagingCopies(world.request));
     return "none";
   } catch (const KVLInsIO::KVLInsException& failure) {
     return std::string("KVLInsException: ") + failure.what();
@@ -155,14 +127,14 @@ std::string FailureOf(const StagingWorld& world) {
   }
 }
 
-TEST(StageInstaller, CopiesInstAndWhatLiesBesideItAndNothingElse) {
+TEST(MakeCopies, CopiesInstAndWhatLiesBesideItAndNothingElse) {
   StagingWorld world;
   world.directory.Write("m/inst/linux/code/bin/installer", "binary");
   SetMode(world.directory.Path("m/inst/linux/code/bin/installer"), 0755);
   world.directory.MakeDir("m/inst/common/empty");
   world.directory.Write("m/1.txt", "MTBDIR=X");
   world.directory.Write("m/payload/data", "much");
-  StageInstaller(world.request);
+  MakeCopies(StagingCopies(world.request));
   EXPECT_THAT(world.Staged(),
               ElementsAre("d 755 inst", "d 755 inst/common", "d 755 inst/common/empty",
                           "d 755 inst/linux", "d 755 inst/linux/code", "d 755 inst/linux/code/bin",
@@ -172,13 +144,13 @@ TEST(StageInstaller, CopiesInstAndWhatLiesBesideItAndNothingElse) {
                           "f 755 inst/linux/code/bin/installer = binary"));
 }
 
-TEST(StageInstaller, LaysAnExternalInstallerOverTheMediasInst) {
+TEST(MakeCopies, LaysAnExternalInstallerOverTheMediasInst) {
   StagingWorld world;
   world.directory.Write("m/inst/common/c", "of the media");
   world.directory.Write("m/inst/linux/reffiles/r", "of the media");
   world.WithExternalInstaller();
   world.directory.Write("ext/other/not-this", "external");
-  StageInstaller(world.request);
+  MakeCopies(StagingCopies(world.request));
   EXPECT_THAT(DescribeTree(world.directory.Path("s/inst")),
               ElementsAre("d 755 common", "d 755 linux", "d 755 linux/code", "d 755 linux/code/bin",
                           "d 755 linux/reffiles", "f 644 common/c = external",
@@ -186,36 +158,36 @@ TEST(StageInstaller, LaysAnExternalInstallerOverTheMediasInst) {
                           "f 644 linux/reffiles/r = of the media", "f 644 volumes.txt = 3\n"));
 }
 
-TEST(StageInstaller, WithAnEmptyOsNameCopiesTheWholeExternalInst) {
+TEST(MakeCopies, WithAnEmptyOsNameCopiesTheWholeExternalInst) {
   StagingWorld world;
   world.WithExternalInstaller();
   world.directory.Write("ext/other/also", "external");
   world.request.os_name = "";
-  StageInstaller(world.request);
+  MakeCopies(StagingCopies(world.request));
   EXPECT_EQ(ReadFile(world.directory.Path("s/inst/other/also")), "external");
   EXPECT_EQ(ReadFile(world.directory.Path("s/inst/linux/code/bin/x")), "external");
 }
 
-TEST(StageInstaller, CopiesLinksAsWhatTheyLeadTo) {
+TEST(MakeCopies, CopiesLinksAsWhatTheyLeadTo) {
   StagingWorld world;
   world.directory.Write("elsewhere/in-it", "text");
   world.directory.Link("m/inst/to-directory", "../../elsewhere");
   world.directory.Link("m/inst/to-file", world.directory.Path("elsewhere/in-it"));
   std::filesystem::remove(world.directory.Path("m/media.db"));
   world.directory.Link("m/media.db", "../elsewhere");
-  StageInstaller(world.request);
+  MakeCopies(StagingCopies(world.request));
   EXPECT_THAT(DescribeTree(world.directory.Path("s/inst")),
               ElementsAre("d 755 to-directory", "f 644 to-directory/in-it = text",
                           "f 644 to-file = text", "f 644 volumes.txt = 3\n"));
   EXPECT_THAT(DescribeTree(world.directory.Path("s/media.db")), ElementsAre("f 644 in-it = text"));
 }
 
-TEST(StageInstaller, GivesACopyTheSourcesModeLessTheUmaskAndItsTimesInWholeSeconds) {
+TEST(MakeCopies, GivesACopyTheSourcesModeLessTheUmaskAndItsTimesInWholeSeconds) {
   StagingWorld world;
   const std::string source = world.directory.Path("m/media.xml");
   SetMode(source, 04777);
   SetTimes(source, 1'000'000'000, 1'100'000'000);
-  StageInstaller(world.request);
+  MakeCopies(StagingCopies(world.request));
   struct stat copy;
   ASSERT_EQ(::stat(world.directory.Path("s/media.xml").c_str(), &copy), 0);
   EXPECT_EQ(copy.st_mode & 07777U, 0755U);
@@ -224,17 +196,17 @@ TEST(StageInstaller, GivesACopyTheSourcesModeLessTheUmaskAndItsTimesInWholeSecon
   EXPECT_EQ(copy.st_mtim.tv_nsec, 0);
 }
 
-TEST(StageInstaller, KeepsTheModeOfAFileThatAnExternalInstallerReplaces) {
+TEST(MakeCopies, KeepsTheModeOfAFileThatAnExternalInstallerReplaces) {
   StagingWorld world;
   SetMode(world.directory.Write("m/inst/common/c", "of the media"), 0640);
   world.WithExternalInstaller();
   SetMode(world.directory.Path("ext/common/c"), 0755);
-  StageInstaller(world.request);
+  MakeCopies(StagingCopies(world.request));
   EXPECT_THAT(DescribeTree(world.directory.Path("s/inst/common")),
               ElementsAre("f 640 c = external"));
 }
 
-TEST(StageInstaller, StopsAtTheFirstMissingPieceAndKeepsWhatItCopied) {
+TEST(MakeCopies, StopsAtTheFirstMissingPieceAndKeepsWhatItCopied) {
   const std::string all[] = {"inst",     "meta.TOCxml", "media.xml",
                              "media.db", "StartGUI.sh", "StartTUI.sh"};
   std::vector<std::string> staged;
@@ -253,7 +225,7 @@ TEST(StageInstaller, StopsAtTheFirstMissingPieceAndKeepsWhatItCopied) {
   }
 }
 
-TEST(StageInstaller, FailsWhenAnExternalInstallerHasNoCommonOrOsDirectory) {
+TEST(MakeCopies, FailsWhenAnExternalInstallerHasNoCommonOrOsDirectory) {
   for (const std::string missing : {"common", "linux"}) {
     StagingWorld world;
     world.WithExternalInstaller();
@@ -263,21 +235,21 @@ TEST(StageInstaller, FailsWhenAnExternalInstallerHasNoCommonOrOsDirectory) {
   }
 }
 
-TEST(StageInstaller, FailsOnADanglingLink) {
+TEST(MakeCopies, FailsOnADanglingLink) {
   StagingWorld world;
   const std::string link = world.directory.Link("m/inst/dangling", "nowhere");
   EXPECT_EQ(FailureOf(world),
             "KVLInsExceptionErrno: Cannot stat " + link + " - No such file or directory\n");
 }
 
-TEST(StageInstaller, FailsWhereAFileStandsInTheWay) {
+TEST(MakeCopies, FailsWhereAFileStandsInTheWay) {
   StagingWorld world;
   world.directory.Write("s", "a file");
   EXPECT_EQ(FailureOf(world),
             "KVLInsException: mkdir - " + world.directory.Path("s/inst") + " - Not a directory\n");
 }
 
-TEST(StageInstaller, FailsWithTheErrorOfAReadThatFails) {
+TEST(MakeCopies, FailsWithTheErrorOfAReadThatFails) {
   StagingWorld world;
   world.directory.Link("m/inst/memory", "/proc/self/mem");
   EXPECT_EQ(FailureOf(world), "KVLInsExceptionErrno: Cannot write into " +

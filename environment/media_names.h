@@ -1,0 +1,29 @@
+// The names of all files and directories of a media, each once.
+#pragma once
+
+#include <string_view>
+
+namespace kvl::names {
+
+// The tree that holds the installer: inst/<operating system>/code/bin/<installer>.
+inline constexpr char kInst[] = "inst";
+inline constexpr char kCommon[] = "common";
+inline constexpr char kCode[] = "code";
+inline constexpr char kBin[] = "bin";
+inline constexpr char kVolumesFile[] = "volumes.txt";  ///< in "inst": the number of volumes
+
+/// What a volume's marker is named by, behind the volume's number.
+inline constexpr std::string_view kMarkerExtension = ".txt";
+
+// The description files and start scripts beside "inst".
+inline constexpr char kTableOfContents[] = "meta.TOCxml";
+inline constexpr char kMediaXml[] = "media.xml";
+inline constexpr char kMediaDb[] = "media.db";
+inline constexpr char kStartGui[] = "StartGUI.sh";
+inline constexpr char kStartTui[] = "StartTUI.sh";
+inline constexpr char kReadMe[] = "ReadMe_UNIX.txt";
+
+/// Written beside a staged installer.
+inline constexpr char kCleanUpScript[] = "remove.bat";
+
+}  // namespace kvl::names

@@ -1,0 +1,177 @@
+#include "launcher/run_plan.h"
+
+#include <stdexcept>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "console/logger.h"
+#include "tests/launcher/launch_world.h"
+#include "tests/support/scoped_env.h"
+
+namespace kvl::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+/// A plan for the media in "1", and all that making it has said, set and left in the state.
+struct Planned {
+  RunPlan plan;
+  std::string messages;
+  Environment env;
+  LauncherState state;
+};
+
+Planned PlanFor(const LaunchWorld& world, const Environment& variables = {},
+                const LauncherState& asked = {}) {
+  Environment all = {{"KVL_OS", "linux"}, {"TMPDIR", world.Path("tmp")}};
+  all.insert(variables.begin(), variables.end());
+  const ScopedEnv env(all);
+  Planned made;
+  made.state = asked;
+  made.state.MediaDir = KVLInsIO::InsPath(world.Path("1"));
+  made.state.InstallerExeName = "installer";
+  Logger logger([&](std::string_view message) { made.messages += message; });
+  made.plan = PlanRun(made.state, logger);
+  made.env = EnvChanges(all, CurrentEnvironment());
+  return made;
+}
+
+const Environment kNoVolumes = {{"KVLAdmInstVolumesCount", ""},
+                                {"KVLAdmInstMTBDIR", ""},
+                                {"KVLAdmInstFirstAMVolume", ""},
+                                {"KVLAdmInstFirstAMPath", ""},
+                                {"KVLAdmInstAMRelativePath", ""}};
+
+TEST(PlanRun, OfACompleteMediaStartsTheInstallerInPlace) {
+  LaunchWorld world;
+  world.OneVolume();
+  const Planned made = PlanFor(world);
+  const std::string installer = world.Path("1/inst/linux/code/bin/installer");
+  EXPECT_FALSE(made.plan.Status);
+  EXPECT_FALSE(made.plan.Abort);
+  EXPECT_EQ(made.plan.Source, InstallerSource::kCurrentMedia);
+  EXPECT_EQ(made.plan.InstallerCandidate, installer);
+  EXPECT_EQ(made.plan.VolumeCount, 1);
+  EXPECT_THAT(made.plan.VolumePaths, IsEmpty());
+  EXPECT_FALSE(made.plan.CopyInstaller);
+  EXPECT_THAT(made.plan.Copies, IsEmpty());
+  EXPECT_EQ(made.plan.OriginalMediaDir, "");
+  EXPECT_EQ(made.plan.TempRoot, world.Path("tmp"));
+  EXPECT_THAT(made.plan.StagingDir, StartsWith(world.Path("tmp") + "/"));
+  EXPECT_EQ(made.plan.CommandLine,
+            "\"" + installer + "\" \"-CDpath\" \"" + world.Path("1") + "\"");
+  EXPECT_EQ(made.messages, world.Text(SaysFoundIn("{1}")));
+  EXPECT_EQ(made.env, kNoVolumes);
+  EXPECT_TRUE(made.state.ManagementMode);
+}
+
+TEST(PlanRun, OfAnIncompleteMediaCopiesAndStartsTheCopyWithoutTouchingAnything) {
+  LaunchWorld world;
+  world.VolumeMissing();
+  const std::vector<std::string> before = DescribeTreeExactly(world.Path("."));
+  const Planned made = PlanFor(world);
+  const RunPlan& plan = made.plan;
+  EXPECT_TRUE(plan.CopyInstaller);
+  EXPECT_EQ(plan.VolumeCount, 0);
+  EXPECT_EQ(plan.OriginalMediaDir, world.Path("1"));
+  ASSERT_EQ(plan.Copies.size(), 6U);
+  EXPECT_EQ(plan.Copies.front().source, world.Path("1/inst"));
+  EXPECT_EQ(plan.Copies.front().destination, plan.StagingDir + "inst");
+  EXPECT_TRUE(plan.AtStart.InstallerCopied);
+  EXPECT_EQ(plan.AtStart.MediaDir.Str() + "/", plan.StagingDir);
+  EXPECT_EQ(plan.CommandLine, "\"" + plan.StagingDir + "inst/linux/code/bin/installer\" \"-CDpath\" \"" +
+                                  plan.AtStart.MediaDir.Str() + "\"");
+  EXPECT_EQ(made.state.MediaDir.Str(), world.Path("1"));
+  EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
+}
+
+TEST(PlanRun, TellsTheFactsOfTheAmVolumes) {
+  LaunchWorld world;
+  world.OneVolume();
+  world.Volume("1").Announces("2").Marker(1, "SET-A");
+  world.Volume(".").Marker(4, "AM-A");
+  const FirstAmVolume first = PlanFor(world).plan.Scan.first_am;
+  EXPECT_EQ(first.number, 4);
+  EXPECT_EQ(first.directory.Str(), world.Path("."));
+  EXPECT_EQ(first.tag, "AM-A");
+  EXPECT_EQ(first.relative.Str(), "");
+}
+
+TEST(PlanRun, EndsWithTheNumberOfVolumesWhenThatIsAsked) {
+  LaunchWorld world;
+  world.OneVolume();
+  world.Volume("1").Announces("2").Marker(1, "SET-A");
+  world.Volume("2").Marker(2, "SET-A");
+  const Planned made = PlanFor(world, {{"KVLAdmODTMultiVolumes", "1"}});
+  EXPECT_EQ(static_cast<int>(*made.plan.Status), 2);
+  EXPECT_THAT(made.plan.VolumePaths, ElementsAre(world.Path("2")));
+  EXPECT_FALSE(made.env.contains("KVLAdmInstVolumePath_2"));
+  EXPECT_EQ(made.plan.CommandLine, "");
+}
+
+TEST(PlanRun, EndsBeforeTheScanWithoutAnInstaller) {
+  LaunchWorld world;
+  world.Volume("1").Announces("no number");
+  const Planned made = PlanFor(world);
+  EXPECT_EQ(made.plan.Status, ExitStatus::kNoInstaller);
+  EXPECT_EQ(made.messages, world.Text(SaysNoneIn("{1}")) +
+                               "ERROR: The installer is not found, please read the file "
+                               "\"ReadMe_UNIX.txt\".\n");
+  EXPECT_EQ(made.env, Environment());
+}
+
+TEST(PlanRun, EndsWhereAnExternalMediaHasABlankInItsPath) {
+  LaunchWorld world;
+  world.Volume("1");
+  world.Volume("an ext").Installer();
+  LauncherState asked;
+  asked.InstallerPathArg = world.Path("an ext");
+  const Planned made = PlanFor(world, {{"KVL_ZOLVEN_Installer", "/never/looked/at"}}, asked);
+  EXPECT_EQ(made.plan.Status, ExitStatus::kBlankInInstallerMedia);
+  EXPECT_EQ(made.plan.MediaWithBlank, world.Path("an ext"));
+  EXPECT_THAT(made.messages, testing::Not(testing::HasSubstr("never")));
+}
+
+TEST(PlanRun, KeepsTheExceptionThatAbortsTheRun) {
+  LaunchWorld world;
+  world.OneVolume();
+  world.Volume("1").Announces("no number");
+  const Planned made = PlanFor(world);
+  ASSERT_TRUE(made.plan.Abort);
+  EXPECT_THROW(std::rethrow_exception(made.plan.Abort), std::invalid_argument);
+  EXPECT_EQ(made.plan.CommandLine, "");
+}
+
+TEST(ExportVolumePaths, SetsNothingUnlessTheCodeIsANumberOfVolumes) {
+  const Environment before = {{"KVLAdmInstVolumePath_2", "left as it was"}};
+  const ScopedEnv env(before);
+  for (const int code : {-1, 0, 1}) {
+    ExportVolumePaths(code, {"/m/2", "/m/3"});
+    EXPECT_EQ(CurrentEnvironment(), before) << code;
+  }
+}
+
+TEST(ExportVolumePaths, SetsAVariableForEachPathFromTwoVolumesOn) {
+  for (const int code : {2, 4}) {
+    const ScopedEnv env(Environment{{"KVLAdmInstVolumePath_2", "replaced"},
+                                    {"KVLAdmInstVolumePath_5", "left as it was"}});
+    ExportVolumePaths(code, {"/m/2", "/m/3", "/m/4"});
+    EXPECT_EQ(CurrentEnvironment(), (Environment{{"KVLAdmInstVolumePath_2", "/m/2"},
+                                                 {"KVLAdmInstVolumePath_3", "/m/3"},
+                                                 {"KVLAdmInstVolumePath_4", "/m/4"},
+                                                 {"KVLAdmInstVolumePath_5", "left as it was"}}))
+        << code;
+  }
+}
+
+TEST(ExportVolumePaths, SetsNothingWithoutAPath) {
+  const ScopedEnv env;
+  ExportVolumePaths(2, {});
+  EXPECT_EQ(CurrentEnvironment(), Environment{});
+}
+
+}  // namespace
+}  // namespace kvl::test
