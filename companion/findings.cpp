@@ -5,7 +5,6 @@
 namespace kvl {
 
 void Findings::Add(Finding finding) {
-  if (finding.severity == Severity::kError) has_error_ = true;
   const auto key = std::make_pair(finding.code, finding.path);
   if (const auto known = index_.find(key); known != index_.end()) {
     Severity& severity = all_[known->second].severity;

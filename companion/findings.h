@@ -39,14 +39,12 @@ class Findings {
   const std::map<std::string, std::size_t>& NotKept() const { return not_kept_; }
   /// Those that were not kept included.
   std::size_t Count() const;
-  bool HasError() const { return has_error_; }
 
  private:
   std::vector<Finding> all_;
   std::map<std::pair<std::string, std::string>, std::size_t> index_;  // by code and path
   std::map<std::string, std::size_t> kept_;
   std::map<std::string, std::size_t> not_kept_;
-  bool has_error_ = false;
 };
 
 }  // namespace kvl

@@ -25,7 +25,7 @@ Json Volumes(const MediaReport& report) {
     list.push_back({{"number", row.number},
                     {"directory", ToOneLine(row.directory)},
                     {"tag", ToOneLine(row.tag)},
-                    {"state", row.state}});
+                    {"state", CodeOf(row.state)}});
   }
   return list;
 }

@@ -411,7 +411,7 @@ class MediaCheck {
     std::set<KVLInsIO::internal::FileIdentity> seen;  // in the flat layout all volumes are in one
     std::vector<std::string> trees = {request_.media_dir};
     for (const VolumeRow& row : report_.volumes.rows) {
-      if (row.state == "found") trees.push_back(row.directory);
+      if (row.state == VolumeState::kFound) trees.push_back(row.directory);
     }
     if (!report_.external_inst_slash.empty()) {
       for (const std::string& name : {std::string(names::kCommon), state_.OsName}) {

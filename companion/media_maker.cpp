@@ -17,6 +17,7 @@
 #include "companion/plain_text.h"
 #include "companion/start_script_text.h"
 #include "console/text.h"
+#include "environment/media_names.h"
 #include "insio/entry.h"
 #include "insio/exceptions.h"
 #include "insio/open_directory.h"
@@ -31,7 +32,6 @@ using KVLInsIO::FileKind;
 using KVLInsIO::OpenDirectory;
 using KVLInsIO::OpenFile;
 
-constexpr char kStartScript[] = "StartTUI.sh";
 /// What takes a directory: the start script, which gets its name when all else is there.
 constexpr char kUnfinished[] = "StartTUI.sh.unfinished";
 
@@ -208,7 +208,7 @@ class Maker {
     media_.emplace(*top_, OpenTree::Missing::kIsMade);
     for (std::size_t i = 1; i <= volumes_.size(); ++i) WriteVolume(i);
     WriteFirstVolume();
-    top_->Rename(kUnfinished, media_->At(VolumeDirectory(1)), kStartScript);
+    top_->Rename(kUnfinished, media_->At(VolumeDirectory(1)), names::kStartTui);
     return {layout_, volumes_.size(), media_->At(VolumeDirectory(1)).Path()};
   }
 
@@ -229,7 +229,7 @@ class Maker {
   void Plan() {
     CheckTag(request_.tag);
     CheckIsPlainName(request_.os_name, "--os: no plain name: ");
-    if (request_.os_name == kCommon || request_.os_name == kNumberOfVolumes) {
+    if (request_.os_name == names::kCommon || request_.os_name == names::kVolumesFile) {
       throw CannotMake("--os: inst holds something else of this name: " + request_.os_name);
     }
     installer_name_ = fs::path(request_.installer).filename();
@@ -249,7 +249,9 @@ class Maker {
     ChooseLayout();
   }
 
-  std::string Programs() const { return request_.os_name + "/code/bin"; }
+  std::string Programs() const {
+    return PathBelow(request_.os_name, PathBelow(names::kCode, names::kBin));
+  }
 
   void PlanInst() {
     if (request_.inst.empty()) return;
@@ -258,7 +260,7 @@ class Maker {
     inst_ = ListPayload(*inst_source_);
     const std::string programs = Programs() + "/";
     const std::vector<std::string> own = {programs + installer_name_, programs + kLauncherName,
-                                          kNumberOfVolumes, PathBelow(kCommon, "")};
+                                          names::kVolumesFile, PathBelow(names::kCommon, "")};
     for (const PayloadEntry& entry : inst_) {
       const bool is_own = std::any_of(own.begin(), own.end(), [&](const std::string& path) {
         return path == entry.name || (!entry.is_directory && path.starts_with(entry.name + "/"));
@@ -371,18 +373,18 @@ class Maker {
   }
 
   void WriteFirstVolume() {
-    const std::string inst = InVolume(1, "inst");
+    const std::string inst = InVolume(1, names::kInst);
     const std::string programs = PathBelow(inst, Programs());
-    media_->At(PathBelow(inst, kCommon));
+    media_->At(PathBelow(inst, names::kCommon));
     WriteInst(inst);
     const std::string count = std::to_string(volumes_.size());
-    Write(PathBelow(inst, kNumberOfVolumes), count + "\n");
-    Write(InVolume(1, "media.db"), all_files_);
-    Write(InVolume(1, "media.xml"), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<media tag=\"" +
-                                        XmlText(request_.tag) + "\" system=\"" + request_.os_name +
-                                        "\" volumes=\"" + count + "\"/>\n");
-    Write(InVolume(1, "meta.TOCxml"), Contents());
-    Write(InVolume(1, "StartGUI.sh"), StartScript("-UI \"$@\""), FileKind::kProgram);
+    Write(PathBelow(inst, names::kVolumesFile), count + "\n");
+    Write(InVolume(1, names::kMediaDb), all_files_);
+    Write(InVolume(1, names::kMediaXml),
+          "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<media tag=\"" + XmlText(request_.tag) +
+              "\" system=\"" + request_.os_name + "\" volumes=\"" + count + "\"/>\n");
+    Write(InVolume(1, names::kTableOfContents), Contents());
+    Write(InVolume(1, names::kStartGui), StartScript("-UI \"$@\""), FileKind::kProgram);
     CopyPlanned(*launcher_, media_->At(programs), kLauncherName, FileKind::kProgram);
     CopyPlanned(*installer_, media_->At(programs), installer_name_, FileKind::kProgram);
   }
@@ -404,8 +406,6 @@ class Maker {
   /// Scripts, descriptions, directories; the table of contents grows with the volumes.
   static constexpr std::uint64_t kTextsOfTheFirstVolume = 64 * kDiscBlock;
   static constexpr char kLauncherName[] = "kvl-launcher";
-  static constexpr char kCommon[] = "common";
-  static constexpr char kNumberOfVolumes[] = "volumes.txt";
 
   const MediaMakeRequest& request_;
   const Progress& progress_;

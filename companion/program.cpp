@@ -1,4 +1,5 @@
-// kvl-media: checks and makes installation media.
+#include "companion/program.h"
+
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -14,10 +15,12 @@
 #include "companion/json_report.h"
 #include "companion/media_check.h"
 #include "companion/media_maker.h"
+#include "companion/path_below.h"
 #include "companion/plain_text.h"
 #include "companion/text_report.h"
 #include "companion/volume_size.h"
 #include "console/text.h"
+#include "environment/media_names.h"
 
 namespace {
 
@@ -166,8 +169,8 @@ int Make(MakeCall call) try {
   const bool is_said =
       Write("Made a media with tag " + kvl::ToOneLine(call.request.tag) + ", layout " +
             made.layout + ", volumes: " + std::to_string(made.volumes) +
-            ".\nFirst volume: " + Quoted(made.first_volume) +
-            "\nStart it with: " + Quoted(made.first_volume + "/StartTUI.sh") + "\n");
+            ".\nFirst volume: " + Quoted(made.first_volume) + "\nStart it with: " +
+            Quoted(kvl::PathBelow(made.first_volume, kvl::names::kStartTui)) + "\n");
   if (is_said) return kFine;
   BadCall("the media was made, but the message cannot be written");
   return kProblems;
@@ -230,8 +233,12 @@ int Run(std::vector<std::string> arguments) {
 
 }  // namespace
 
-int main(int argc, char** argv) try {
-  return Run(std::vector<std::string>(argv + std::min(argc, 1), argv + argc));
+namespace kvl {
+
+int RunKvlMedia(const std::vector<std::string>& arguments) try {
+  return Run(arguments);
 } catch (const std::exception& failure) {
   return BadCall(failure.what());
 }
+
+}  // namespace kvl

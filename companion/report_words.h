@@ -46,6 +46,22 @@ inline const char* CodeOf(Severity severity) {
   return severity == Severity::kError ? "error" : "warning";
 }
 
+inline const char* CodeOf(VolumeState state) {
+  switch (state) {
+    case VolumeState::kMissing:
+      return "missing";
+    case VolumeState::kOtherTag:
+      return "other-tag";
+    case VolumeState::kUnreadable:
+      return "unreadable";
+    case VolumeState::kNoTag:
+      return "no-tag";
+    case VolumeState::kFound:
+      break;
+  }
+  return "found";
+}
+
 inline const char* LayoutOf(const MediaReport& report) {
   if (!report.volumes_looked_for) return "not-looked-for";
   switch (report.layout) {

@@ -9,9 +9,11 @@
 #include <functional>
 
 #include "companion/disc_access.h"
+#include "companion/path_below.h"
 #include "companion/program_head.h"
 #include "companion/special_file.h"
 #include "companion/start_script.h"
+#include "environment/media_names.h"
 #include "environment/variables.h"
 #include "insio/path.h"
 #include "media/installer_search.h"
@@ -21,8 +23,6 @@ namespace {
 
 using KVLInsIO::InsPath;
 
-constexpr char kScript[] = "/StartTUI.sh";
-constexpr char kScriptWithWindows[] = "/StartGUI.sh";
 constexpr char kLauncherName[] = "kvl-launcher";
 constexpr char kLauncherInScript[] = "/code/bin/kvl-launcher";
 
@@ -32,8 +32,8 @@ class StartCheck {
       : media_dir_(media_dir), os_name_(os_name), findings_(findings) {}
 
   void Run(const FileStart& text) {
-    LookAtScript(media_dir_ + kScript, [&] { return ProgramHead(text); });
-    const std::string other = media_dir_ + kScriptWithWindows;
+    LookAtScript(PathBelow(media_dir_, names::kStartTui), [&] { return ProgramHead(text); });
+    const std::string other = PathBelow(media_dir_, names::kStartGui);
     if (IsFile(other)) LookAtScript(other, [&] { return ProgramHead(other); });
     if (text.bytes.find(kLauncherInScript) != std::string::npos) LookAtLauncher(text.bytes);
   }

@@ -80,11 +80,15 @@ class Text {
     }
     for (const VolumeRow& row : report_.volumes.rows) {
       const std::string number = std::to_string(row.number);
-      Line("",
-           std::string(width - number.size(), ' ') + number + "  " + Padded(row.state, 10) + "  " +
-               ToOneLine(row.directory) +
-               (row.state == "other-tag" && !row.tag.empty() ? ", tag " + ToOneLine(row.tag) : ""));
+      Line("", std::string(width - number.size(), ' ') + number + "  " +
+                   Padded(CodeOf(row.state), 10) + "  " + ToOneLine(row.directory) +
+                   TagOfAnother(row));
     }
+  }
+
+  static std::string TagOfAnother(const VolumeRow& row) {
+    const bool is_shown = row.state == VolumeState::kOtherTag && !row.tag.empty();
+    return is_shown ? ", tag " + ToOneLine(row.tag) : "";
   }
 
   std::string Start() const {

@@ -23,12 +23,6 @@ using KVLInsIO::InsPath;
 using KVLInsIO::Join;
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::string_view kFound = "found";
-constexpr std::string_view kMissing = "missing";
-constexpr std::string_view kOtherTag = "other-tag";
-constexpr std::string_view kUnreadable = "unreadable";
-constexpr std::string_view kNoTag = "no-tag";
-
 /// A marker, in a volume's words.
 struct Marker {
   std::string path;
@@ -41,10 +35,11 @@ struct Marker {
     error = read.error;
   }
 
-  std::string_view State(std::string_view wanted) const {
-    if (!tag.empty()) return tag == wanted ? kFound : kOtherTag;
-    if (error == 0) return kNoTag;
-    return IsAboutThePath(error) && !KVLInsIO::Exists(path) ? kMissing : kUnreadable;
+  VolumeState State(std::string_view wanted) const {
+    if (!tag.empty()) return tag == wanted ? VolumeState::kFound : VolumeState::kOtherTag;
+    if (error == 0) return VolumeState::kNoTag;
+    return IsAboutThePath(error) && !KVLInsIO::Exists(path) ? VolumeState::kMissing
+                                                            : VolumeState::kUnreadable;
   }
 };
 
@@ -117,33 +112,33 @@ class VolumeCheck {
   bool LookAtAmVolume(VolumeNumber i, const Place& place) {
     const std::string& wanted = scan_.first_am.tag;
     const Marker marker(Join(place.am_directory.Str(), MarkerName(place.am_number)).Str());
-    const std::string_view state = marker.State(wanted);
-    if (state == kFound) return true;
-    report_.rows.push_back({i, place.directory.Str(), "", std::string(state)});
+    const VolumeState state = marker.State(wanted);
+    if (state == VolumeState::kFound) return true;
+    report_.rows.push_back({i, place.directory.Str(), "", state});
     AddFinding("AM volume " + std::to_string(place.am_number), marker, wanted);
     return false;
   }
 
   void Record(VolumeNumber i, const InsPath& directory, const Marker& marker) {
-    const std::string_view state = marker.State(wanted_);
-    report_.rows.push_back({i, directory.Str(), ShortTag(marker.tag), std::string(state)});
-    if (state != kFound) AddFinding("volume " + std::to_string(i), marker, wanted_);
+    const VolumeState state = marker.State(wanted_);
+    report_.rows.push_back({i, directory.Str(), ShortTag(marker.tag), state});
+    if (state != VolumeState::kFound) AddFinding("volume " + std::to_string(i), marker, wanted_);
   }
 
   void AddFinding(const std::string& volume, const Marker& marker, std::string_view wanted) {
     if (AddUnseen(marker.path, marker.error, Severity::kWarning, findings_)) return;
-    const std::string_view state = marker.State(wanted);
+    const VolumeState state = marker.State(wanted);
     const auto warn = [&](const char* code, const std::string& text, const std::string& remedy) {
       findings_.Add({code, Severity::kWarning, marker.path, text, remedy});
     };
-    if (state == kMissing) {
+    if (state == VolumeState::kMissing) {
       warn("volume-missing", volume + " is missing: it has no marker",
            "copy the whole volume there");
-    } else if (state == kOtherTag) {
+    } else if (state == VolumeState::kOtherTag) {
       warn("volume-of-another-media",
            volume + " has the tag " + ShortTag(marker.tag) + " instead of " + ShortTag(wanted),
            "put the volume of the same media there");
-    } else if (state == kUnreadable) {
+    } else if (state == VolumeState::kUnreadable) {
       warn("marker-unreadable", "the marker of " + volume + " cannot be read",
            "make it a regular file with read permission (chmod a+r)");
     } else {
@@ -211,7 +206,7 @@ class VolumeCheck {
 };
 
 bool IsFound(const VolumeRow& row) {
-  return row.state == kFound;
+  return row.state == VolumeState::kFound;
 }
 
 }  // namespace

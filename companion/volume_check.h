@@ -11,12 +11,19 @@
 
 namespace kvl {
 
+enum class VolumeState {
+  kFound,
+  kMissing,
+  kOtherTag,    ///< of another media
+  kUnreadable,  ///< its marker cannot be read
+  kNoTag,       ///< its marker has no tag
+};
+
 struct VolumeRow {
   VolumeNumber number = 1;
   std::string directory;  ///< where it is expected
   std::string tag;        ///< in its marker, as VolumeReport has it; empty when there is none
-  /// "found", "missing", "other-tag", "unreadable" or "no-tag"
-  std::string state;
+  VolumeState state = VolumeState::kFound;
 };
 
 struct VolumeReport {
