@@ -21,7 +21,6 @@ inline constexpr char kMediaXml[] = "media.xml";
 inline constexpr char kMediaDb[] = "media.db";
 inline constexpr char kStartGui[] = "StartGUI.sh";
 inline constexpr char kStartTui[] = "StartTUI.sh";
-inline constexpr char kReadMe[] = "ReadMe_UNIX.txt";
 
 /// Written beside a staged installer.
 inline constexpr char kCleanUpScript[] = "remove.bat";

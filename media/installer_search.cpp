@@ -84,9 +84,8 @@ InstallerFound FindInstaller(const InstallerSearch& search, Logger& logger) {
     return found;
   }
   if (EndsInArgument(search, logger, found) || EndsInVariable(search, logger, found)) return found;
-  logger.Message(
-      "The installer is not found, please read the file \"" + std::string(names::kReadMe) + "\".",
-      kError, kMarked);
+  logger.Message("The installer is not found, please read the file \"ReadMe_UNIX.txt\".", kError,
+                 kMarked);
   return found;
 }
 

@@ -749,7 +749,6 @@ TEST_F(MediaManPage, NamesEveryMessage) {
       "kvl-media: %s",
       "/proc/self/exe",
       "/code/bin/kvl-launcher",
-      "ReadMe_UNIX.txt",
       "StartTUI.sh",
       "bin",
       "code",
