@@ -61,8 +61,7 @@ TEST(PlanRun, OfACompleteMediaStartsTheInstallerInPlace) {
   EXPECT_EQ(made.plan.OriginalMediaDir, "");
   EXPECT_EQ(made.plan.TempRoot, world.Path("tmp"));
   EXPECT_THAT(made.plan.StagingDir, StartsWith(world.Path("tmp") + "/"));
-  EXPECT_EQ(made.plan.CommandLine,
-            "\"" + installer + "\" \"-CDpath\" \"" + world.Path("1") + "\"");
+  EXPECT_EQ(made.plan.CommandLine, "\"" + installer + "\" \"-CDpath\" \"" + world.Path("1") + "\"");
   EXPECT_EQ(made.messages, world.Text(SaysFoundIn("{1}")));
   EXPECT_EQ(made.env, kNoVolumes);
   EXPECT_TRUE(made.state.ManagementMode);
@@ -82,7 +81,8 @@ TEST(PlanRun, OfAnIncompleteMediaCopiesAndStartsTheCopyWithoutTouchingAnything) 
   EXPECT_EQ(plan.Copies.front().destination, plan.StagingDir + "inst");
   EXPECT_TRUE(plan.AtStart.InstallerCopied);
   EXPECT_EQ(plan.AtStart.MediaDir.Str() + "/", plan.StagingDir);
-  EXPECT_EQ(plan.CommandLine, "\"" + plan.StagingDir + "inst/linux/code/bin/installer\" \"-CDpath\" \"" +
+  EXPECT_EQ(plan.CommandLine, "\"" + plan.StagingDir +
+                                  "inst/linux/code/bin/installer\" \"-CDpath\" \"" +
                                   plan.AtStart.MediaDir.Str() + "\"");
   EXPECT_EQ(made.state.MediaDir.Str(), world.Path("1"));
   EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
