@@ -12,13 +12,13 @@
 #include <string>
 #include <vector>
 
-#include "companion/json_report.h"
-#include "companion/media_check.h"
-#include "companion/media_maker.h"
-#include "companion/path_below.h"
-#include "companion/plain_text.h"
-#include "companion/text_report.h"
-#include "companion/volume_size.h"
+#include "companion/check/media_check.h"
+#include "companion/make/media_maker.h"
+#include "companion/make/volume_size.h"
+#include "companion/names/path_below.h"
+#include "companion/names/plain_text.h"
+#include "companion/report/json_report.h"
+#include "companion/report/text_report.h"
 #include "console/text.h"
 #include "environment/media_names.h"
 

@@ -14,8 +14,8 @@
 
 #include <gtest/gtest.h>
 
-#include "companion/media_check.h"
-#include "companion/text_report.h"
+#include "companion/check/media_check.h"
+#include "companion/report/text_report.h"
 #include "tests/companion/check_world.h"
 #include "tests/support/path_faults.h"
 #include "tests/support/system_faults.h"

@@ -12,7 +12,7 @@
 
 #include <gtest/gtest.h>
 
-#include "companion/media_check.h"
+#include "companion/check/media_check.h"
 #include "tests/companion/check_world.h"
 #include "tests/support/path_faults.h"
 #include "tests/support/sanitized.h"

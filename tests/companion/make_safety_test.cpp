@@ -8,7 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "companion/media_maker.h"
+#include "companion/make/media_maker.h"
 #include "tests/companion/check_world.h"
 #include "tests/insio/odd_paths.h"
 #include "tests/insio/surroundings.h"

@@ -6,7 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "companion/media_plan.h"
+#include "companion/make/media_plan.h"
 #include "tests/companion/check_world.h"
 
 namespace kvl::test {

@@ -1,4 +1,4 @@
-#include "companion/plain_text.h"
+#include "companion/names/plain_text.h"
 
 #include <algorithm>
 #include <cstdio>

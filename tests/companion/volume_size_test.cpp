@@ -1,4 +1,4 @@
-#include "companion/volume_size.h"
+#include "companion/make/volume_size.h"
 
 #include <string>
 #include <utility>
@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "companion/media_plan.h"
+#include "companion/make/media_plan.h"
 
 namespace kvl::test {
 namespace {

@@ -121,10 +121,10 @@ Lines LiteralsIn(const std::string& file) {
 Lines FilesIn(const Lines& folders) {
   Lines files;
   for (const std::string& folder : folders) {
-    for (const auto& entry : fs::directory_iterator(SourceFile(folder))) {
+    for (const auto& entry : fs::recursive_directory_iterator(SourceFile(folder))) {
       const std::string extension = entry.path().extension();
       if (extension != ".h" && extension != ".cpp") continue;
-      files.push_back(folder + "/" + entry.path().filename().string());
+      files.push_back(entry.path().lexically_relative(SourceFile(".")).lexically_normal().string());
     }
   }
   std::sort(files.begin(), files.end());
@@ -681,15 +681,15 @@ TEST_F(MediaManPage, NamesEveryExitStatus) {
 }
 
 TEST_F(MediaManPage, NamesEveryKeyOfTheJsonReport) {
-  Names keys = FragmentsOf(LiteralsIn("companion/json_report.cpp"));
+  Names keys = FragmentsOf(LiteralsIn("companion/report/json_report.cpp"));
   EXPECT_GT(keys.size(), 25U);
   EXPECT_EQ(Items(kMediaPage, "JSON", "", "\\.It Va (\\w+)"), keys);
 }
 
 /// The words that a program finds in the JSON report: those of both reports, and states of volumes.
 Names ReportWords() {
-  Names words = FragmentsOf(LiteralsIn("companion/report_words.h"));
-  words.merge(FoundIn(Source("companion/volume_check.cpp"),
+  Names words = FragmentsOf(LiteralsIn("companion/report/report_words.h"));
+  words.merge(FoundIn(Source("companion/check/volume_check.cpp"),
                       "constexpr std::string_view k\\w+ = \"([a-z-]+)\";"));
   return words;
 }
@@ -720,7 +720,9 @@ Names MediaFragments() {
   files.push_back("environment/media_names.h");
   for (const std::string& file : files) {
     // A script, and the keys that have a test of their own.
-    if (file == "companion/start_script_text.cpp" || file == "companion/json_report.cpp") continue;
+    if (file == "companion/make/start_script_text.cpp" ||
+        file == "companion/report/json_report.cpp")
+      continue;
     for (const std::string& literal : LiteralsIn(file)) {
       const std::string text = std::regex_replace(literal, std::regex("\\s+"), " ");
       const bool is_sentence = text.find(' ') != std::string::npos && text.front() != ' ' &&

@@ -1,0 +1,90 @@
+#include "companion/check/disc_access.h"
+
+#include <dirent.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <memory>
+#include <string_view>
+
+#include "insio/file_descriptor.h"
+
+namespace kvl {
+namespace {
+
+/// An error unless it is a regular file. Asked before it is opened, because there are devices that
+/// do something when they are, and once more afterwards, because it may have been exchanged.
+int WhyNotRegular(int result, const struct stat& status) {
+  if (result != 0) return errno;
+  if (S_ISDIR(status.st_mode)) return EISDIR;
+  return S_ISREG(status.st_mode) ? 0 : EOPNOTSUPP;
+}
+
+/// Appends what comes next; nothing at the end of the file. An error, or 0.
+int ReadMore(int file, std::size_t most_bytes, std::string& bytes) {
+  constexpr std::size_t kAtOnce = 65536;
+  const std::size_t before = bytes.size();
+  bytes.resize(before + std::min(most_bytes - before, kAtOnce));
+  ssize_t count = 0;
+  int error = 0;
+  do {
+    count = ::read(file, bytes.data() + before, bytes.size() - before);
+    error = count < 0 ? errno : 0;
+  } while (error == EINTR);
+  bytes.resize(before + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+  return error;
+}
+
+struct DirectoryCloser {
+  void operator()(DIR* stream) const { ::closedir(stream); }
+};
+
+}  // namespace
+
+int WhyNotAllowed(const std::string& path, int how) {
+  if (::faccessat(AT_FDCWD, path.c_str(), how, AT_EACCESS) == 0) return 0;
+  const int error = errno;
+  if (error != EPERM) return error;
+  // An older container runtime refuses the newer call that this has become, whatever the file.
+  return ::access(path.c_str(), how) == 0 ? 0 : errno;
+}
+
+FileStart ReadStart(const std::string& path, std::size_t most_bytes) {
+  struct stat status = {};
+  if (const int error = WhyNotRegular(::stat(path.c_str(), &status), status)) return {{}, error};
+  const KVLInsIO::internal::FileDescriptor file(path, KVLInsIO::internal::kReadWithoutWaiting);
+  if (!file.IsOpen()) return {{}, errno};
+  if (const int error = WhyNotRegular(::fstat(file.Number(), &status), status)) return {{}, error};
+  FileStart start;
+  std::size_t before = 0;
+  do {
+    before = start.bytes.size();
+    if (const int error = ReadMore(file.Number(), most_bytes, start.bytes)) return {{}, error};
+  } while (start.bytes.size() > before && start.bytes.size() < most_bytes);
+  return start;
+}
+
+DirectoryNames NamesIn(const std::string& directory) {
+  const std::unique_ptr<DIR, DirectoryCloser> stream(::opendir(directory.c_str()));
+  if (stream == nullptr) return {{}, errno};
+  DirectoryNames found;
+  errno = 0;
+  while (const dirent* entry = ::readdir(stream.get())) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") found.names.emplace_back(name);
+    errno = 0;
+  }
+  found.error = errno;
+  return found;
+}
+
+DirectoryNames SortedNamesIn(const std::string& directory) {
+  DirectoryNames found = NamesIn(directory);
+  std::sort(found.names.begin(), found.names.end());
+  return found;
+}
+
+}  // namespace kvl

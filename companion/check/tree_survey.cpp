@@ -1,0 +1,194 @@
+#include "companion/check/tree_survey.h"
+
+#include <errno.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <vector>
+
+#include "companion/check/disc_access.h"
+#include "companion/check/special_file.h"
+#include "companion/names/path_below.h"
+#include "insio/tree_level.h"
+
+namespace kvl {
+namespace {
+
+using KVLInsIO::internal::FileIdentity;
+
+/// A way from one directory into another.
+struct Way {
+  FileIdentity to;
+  std::string path;
+  bool is_link;
+};
+
+/// The directories of a tree, and how they can be reached from each other.
+class Graph {
+ public:
+  void Add(const FileIdentity& from, Way way) {
+    std::vector<Way>& ways = ways_[from];
+    if (ways.empty()) order_.push_back(from);
+    ways.push_back(std::move(way));
+  }
+
+  /// Adds a finding for one link of each circle that a walk through all directories comes upon, in
+  /// the order in which they were added: that of their identities differs from copy to copy.
+  void FindCircles(Findings& findings) {
+    for (const FileIdentity& start : order_) {
+      if (!state_.contains(start)) FindCirclesBelow(start, findings);
+    }
+  }
+
+ private:
+  enum class State { kOnTheWay, kDone };
+  struct Step {
+    FileIdentity directory;
+    std::size_t next_way;
+  };
+
+  void FindCirclesBelow(const FileIdentity& start, Findings& findings) {
+    std::vector<Step> steps = {{start, 0}};
+    state_[start] = State::kOnTheWay;
+    while (!steps.empty()) {
+      Step& step = steps.back();
+      const auto ways = ways_.find(step.directory);
+      if (ways == ways_.end() || step.next_way == ways->second.size()) {
+        state_[step.directory] = State::kDone;
+        steps.pop_back();
+        continue;
+      }
+      const Way& way = ways->second[step.next_way++];
+      const auto seen = state_.find(way.to);
+      if (seen == state_.end()) {
+        state_[way.to] = State::kOnTheWay;
+        steps.push_back({way.to, 0});
+      } else if (seen->second == State::kOnTheWay) {
+        Report(steps, way, findings);
+      }
+    }
+  }
+
+  /// `last` leads back to a directory of `steps`.
+  void Report(const std::vector<Step>& steps, const Way& last, Findings& findings) {
+    const Way* link = last.is_link ? &last : nullptr;
+    for (std::size_t i = steps.size(); link == nullptr && i-- > 0;) {
+      if (steps[i].directory == last.to || i == 0) break;
+      const Step& before = steps[i - 1];
+      const Way& way = ways_[before.directory][before.next_way - 1];
+      if (way.is_link) link = &way;
+    }
+    if (link != nullptr) AddLinkCycle(link->path, Severity::kWarning, findings);
+  }
+
+  std::map<FileIdentity, std::vector<Way>> ways_;
+  std::vector<FileIdentity> order_;  // the keys of `ways_`
+  std::map<FileIdentity, State> state_;
+};
+
+class Survey {
+ public:
+  explicit Survey(Findings& findings) : findings_(findings) {}
+
+  void Run(const std::string& top) {
+    open_.push_back(top);
+    while (!open_.empty()) {
+      const std::string directory = std::move(open_.back());
+      open_.pop_back();
+      LookThrough(directory);
+    }
+    graph_.FindCircles(findings_);
+  }
+
+ private:
+  void Warn(const char* code, const std::string& path, const char* text, const char* remedy) {
+    findings_.Add({code, Severity::kWarning, path, text, remedy});
+  }
+
+  /// As the function of that name, for what is only in the way.
+  bool IsUnseen(const std::string& path, int error) {
+    return AddUnseen(path, error, Severity::kWarning, findings_);
+  }
+
+  void LookThrough(const std::string& directory) {
+    const DirectoryNames list = SortedNamesIn(directory);
+    if (list.error != 0 && !IsUnseen(directory, list.error)) AddUnlistable(directory, findings_);
+    FileIdentity here;
+    if (!KVLInsIO::internal::Identify(directory, here)) {
+      IsUnseen(directory, errno);
+      return;
+    }
+    const std::size_t first_below = open_.size();
+    for (const std::string& name : list.names) LookAt(here, PathBelow(directory, name), name);
+    std::reverse(open_.begin() + static_cast<std::ptrdiff_t>(first_below), open_.end());
+  }
+
+  void LookAt(const FileIdentity& parent, const std::string& path, const std::string& name) {
+    if (name.size() > kLongestDiscName) {
+      Warn("name-too-long", path, "a name that is cut off on a disc (ISO 9660 with Rock Ridge)",
+           "shorten it to 253 bytes or less");
+    }
+    struct stat status;
+    if (::lstat(path.c_str(), &status) != 0) {
+      LookAtError(path, errno);
+      return;
+    }
+    if (S_ISLNK(status.st_mode)) {
+      LookAtLink(parent, path);
+      return;
+    }
+    if (AddSpecialFile(path, status.st_mode, Severity::kWarning, findings_)) return;
+    const bool is_directory = S_ISDIR(status.st_mode);
+    const mode_t wanted = is_directory ? S_IROTH | S_IXOTH : S_IROTH;
+    if ((status.st_mode & wanted) != wanted &&
+        !findings_.Has("unreadable", path)) {  // as the survey of what is staged has said
+      Warn("not-readable-by-others", path, "an ordinary user cannot read it",
+           is_directory ? "give it read and execute permission for all (chmod a+rx)"
+                        : "give it read permission for all (chmod a+r)");
+    }
+    if (!is_directory) return;
+    graph_.Add(parent, {{status.st_dev, status.st_ino}, path, /*is_link=*/false});
+    open_.push_back(path);
+  }
+
+  void LookAtError(const std::string& path, int error) {
+    if (IsUnseen(path, error)) return;
+    if (error == ENAMETOOLONG) {
+      Warn("path-too-long", path, "a path that is too long for the system",
+           "put it less deep, or shorten names");
+    } else if (error != ENOENT) {  // it has just been removed
+      Warn("unreadable", path, "you cannot read it", "give the directories above it permission x");
+    }
+  }
+
+  void LookAtLink(const FileIdentity& parent, const std::string& path) {
+    struct stat target;
+    if (::stat(path.c_str(), &target) != 0) {
+      const int error = errno;
+      if (error == ELOOP) {
+        AddTooManyLinks(path, Severity::kWarning, findings_);
+      } else if (!IsUnseen(path, error)) {
+        AddDanglingLink(path, Severity::kWarning, findings_);
+      }
+      return;
+    }
+    AddSpecialFile(path, target.st_mode, Severity::kWarning, findings_);
+    if (S_ISDIR(target.st_mode)) {
+      graph_.Add(parent, {{target.st_dev, target.st_ino}, path, /*is_link=*/true});
+    }
+  }
+
+  Findings& findings_;
+  std::vector<std::string> open_;  // directories still to be looked through, the next one last
+  Graph graph_;
+};
+
+}  // namespace
+
+void SurveyTree(const std::string& directory, Findings& findings) {
+  Survey(findings).Run(directory);
+}
+
+}  // namespace kvl

@@ -1,0 +1,16 @@
+// Looking through a directory tree for what will make trouble once it is copied, burnt or installed
+// by somebody else. Nothing is opened but directories, and no link is gone through.
+#pragma once
+
+#include <string>
+
+#include "companion/check/findings.h"
+
+namespace kvl {
+
+/// Adds a finding for each: link that leads nowhere or round in a circle, pipe, socket, device, file
+/// or directory that others than its owner and group cannot read, directory that cannot be listed,
+/// name that is too long for a disc, path that is too long for the system.
+void SurveyTree(const std::string& directory, Findings& findings);
+
+}  // namespace kvl

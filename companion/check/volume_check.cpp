@@ -1,0 +1,259 @@
+#include "companion/check/volume_check.h"
+
+#include <errno.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string_view>
+
+#include "companion/check/disc_access.h"
+#include "companion/check/special_file.h"
+#include "companion/names/plain_text.h"
+#include "console/text.h"
+#include "environment/media_names.h"
+#include "insio/entry.h"
+#include "media/line_file.h"
+#include "media/marker.h"
+
+namespace kvl {
+namespace {
+
+using KVLInsIO::InsPath;
+using KVLInsIO::Join;
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+/// A marker, in a volume's words.
+struct Marker {
+  std::string path;
+  std::string tag;  // empty when there is none
+  int error = 0;    // why it cannot be read
+
+  explicit Marker(std::string marker_path) : path(std::move(marker_path)) {
+    FileText read = ReadMarker(path);
+    tag = std::move(read.text).value_or(std::string());
+    error = read.error;
+  }
+
+  VolumeState State(std::string_view wanted) const {
+    if (!tag.empty()) return tag == wanted ? VolumeState::kFound : VolumeState::kOtherTag;
+    if (error == 0) return VolumeState::kNoTag;
+    return IsAboutThePath(error) && !KVLInsIO::Exists(path) ? VolumeState::kMissing
+                                                            : VolumeState::kUnreadable;
+  }
+};
+
+/// A tag may have a million bytes, and there may be a thousand of them.
+std::string ShortTag(std::string_view tag) {
+  return Shortened(tag, VolumeReport::kLongestTag);
+}
+
+class VolumeCheck {
+ public:
+  VolumeCheck(const InsPath& media_dir, const ScanOutcome& scan, Findings& findings)
+      : media_dir_(media_dir), scan_(scan), findings_(findings) {}
+
+  VolumeReport Run(VolumeNumber count) {
+    report_.count = count;
+    if (count <= 1) return std::move(report_);
+    const Marker first(Join(media_dir_.Str(), MarkerName(1)).Str());
+    wanted_ = first.tag;
+    report_.tag = ShortTag(first.tag);
+    Record(1, media_dir_, first);
+    if (wanted_.empty()) return std::move(report_);  // the launcher looks no further, either
+    if (scan_.layout == Layout::kNone) LookForAmMarker();
+    const VolumeNumber last = std::min(report_.count, VolumeReport::kMostRows);
+    for (VolumeNumber i = 2; i <= last; ++i) LookAt(i);
+    LookAtThoseBeyond(last);
+    return std::move(report_);
+  }
+
+ private:
+  /// Where a volume belongs: in which directory, and in which AM volume.
+  struct Place {
+    InsPath directory;
+    InsPath am_directory;  // empty outside the AM layout
+    VolumeNumber am_number = 0;
+  };
+
+  bool IsInAmVolumes() const {
+    if (scan_.layout == Layout::kAm) return true;
+    return scan_.layout == Layout::kNone && scan_.first_am.number > 0;
+  }
+
+  Place PlaceOf(VolumeNumber i) const {
+    if (scan_.layout == Layout::kFlat) return {media_dir_, {}};
+    if (!IsInAmVolumes()) return {Join(media_dir_.Parent().Str(), std::to_string(i)), {}};
+    const FirstAmVolume& first = scan_.first_am;
+    const VolumeNumber am_number = first.number + i - 1;
+    const InsPath am_directory = Join(first.directory.Parent().Str(), std::to_string(am_number));
+    const InsPath inner = Join(am_directory.Str(), first.relative.Str());
+    return {Join(inner.Str(), std::to_string(i)), am_directory, am_number};
+  }
+
+  void LookAt(VolumeNumber i) {
+    LookWhereItIsNot(i);
+    const Place place = PlaceOf(i);
+    if (!place.am_directory.IsEmpty() && !LookAtAmVolume(i, place)) return;
+    Record(i, place.directory, Marker(Join(place.directory.Str(), MarkerName(i)).Str()));
+  }
+
+  /// A marker that could not be read in a layout that is tried before may be why another one is taken.
+  void LookWhereItIsNot(VolumeNumber i) {
+    const auto look_in = [&](const InsPath& directory) {
+      const Marker marker(Join(directory.Str(), MarkerName(i)).Str());
+      AddUnseen(marker.path, marker.error, Severity::kWarning, findings_);
+    };
+    if (scan_.layout != Layout::kFlat) look_in(media_dir_);
+    if (IsInAmVolumes()) look_in(Join(media_dir_.Parent().Str(), std::to_string(i)));
+  }
+
+  /// False when the AM volume is not as it should be, so that nobody looks into it.
+  bool LookAtAmVolume(VolumeNumber i, const Place& place) {
+    const std::string& wanted = scan_.first_am.tag;
+    const Marker marker(Join(place.am_directory.Str(), MarkerName(place.am_number)).Str());
+    const VolumeState state = marker.State(wanted);
+    if (state == VolumeState::kFound) return true;
+    report_.rows.push_back({i, place.directory.Str(), "", state});
+    AddFinding("AM volume " + std::to_string(place.am_number), marker, wanted);
+    return false;
+  }
+
+  void Record(VolumeNumber i, const InsPath& directory, const Marker& marker) {
+    const VolumeState state = marker.State(wanted_);
+    report_.rows.push_back({i, directory.Str(), ShortTag(marker.tag), state});
+    if (state != VolumeState::kFound) AddFinding("volume " + std::to_string(i), marker, wanted_);
+  }
+
+  void AddFinding(const std::string& volume, const Marker& marker, std::string_view wanted) {
+    if (AddUnseen(marker.path, marker.error, Severity::kWarning, findings_)) return;
+    const VolumeState state = marker.State(wanted);
+    const auto warn = [&](const char* code, const std::string& text, const std::string& remedy) {
+      findings_.Add({code, Severity::kWarning, marker.path, text, remedy});
+    };
+    if (state == VolumeState::kMissing) {
+      warn("volume-missing", volume + " is missing: it has no marker",
+           "copy the whole volume there");
+    } else if (state == VolumeState::kOtherTag) {
+      warn("volume-of-another-media",
+           volume + " has the tag " + ShortTag(marker.tag) + " instead of " + ShortTag(wanted),
+           "put the volume of the same media there");
+    } else if (state == VolumeState::kUnreadable) {
+      warn("marker-unreadable", "the marker of " + volume + " cannot be read",
+           "make it a regular file with read permission (chmod a+r)");
+    } else {
+      warn("marker-without-tag", "the marker of " + volume + " has no line MTBDIR=<tag>",
+           "copy the marker again");
+    }
+  }
+
+  /// Behind the rows, only what is there is worth a word.
+  void LookAtThoseBeyond(VolumeNumber last) {
+    if (last == report_.count) return;
+    const bool is_flat = scan_.layout == Layout::kFlat;
+    const bool is_am = IsInAmVolumes();
+    const InsPath directory = is_flat ? media_dir_
+                              : is_am ? scan_.first_am.directory.Parent()
+                                      : media_dir_.Parent();
+    const VolumeNumber ahead = is_am ? scan_.first_am.number - 1 : 0;
+    VolumeNumber looked_at = 0;
+    ForEachNumber(directory, is_flat ? names::kMarkerExtension : "",
+                  {last + 1 + ahead, report_.count + ahead}, [&](VolumeNumber number) {
+                    ++looked_at;
+                    LookAt(number - ahead);
+                  });
+    const VolumeNumber rest = report_.count - last - looked_at;
+    if (rest == 0) return;
+    findings_.Add({"more-volumes-missing", Severity::kWarning, VolumesFileOf(media_dir_).Str(),
+                   std::to_string(rest) + " volumes above " + std::to_string(last) + " are missing",
+                   "copy them, or correct the number in volumes.txt"});
+  }
+
+  /// The first file above the media with the name of an AM volume's marker has the last word; one
+  /// without a tag ends the search.
+  void LookForAmMarker() {
+    for (InsPath dir = media_dir_.Parent(); !dir.IsEmpty(); dir = dir.Parent()) {
+      const std::string found = FirstMarkerIn(dir);
+      if (found.empty()) continue;
+      const Marker marker(found);
+      if (!marker.tag.empty()) return;
+      if (AddUnseen(found, marker.error, Severity::kWarning, findings_)) return;
+      findings_.Add({"am-marker-without-tag", Severity::kWarning, found,
+                     "it looks like the marker of an AM volume, and has no line MTBDIR=<tag>",
+                     "copy the marker again, or remove it if it is none"});
+      return;
+    }
+  }
+
+  /// The path of the first one in the order of the system; empty without one.
+  std::string FirstMarkerIn(const InsPath& dir) {
+    const DirectoryNames list = NamesIn(dir.Str());
+    AddUnseen(dir.Str(), list.error, Severity::kWarning, findings_);
+    for (const std::string& name : list.names) {
+      if (VolumeOfMarkerName(name) < 1) continue;
+      std::string path = Join(dir.Str(), name).Str();
+      struct stat status;
+      if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return path;
+    }
+    return {};
+  }
+
+  const InsPath& media_dir_;
+  const ScanOutcome& scan_;
+  Findings& findings_;
+  std::string_view wanted_;  // the tag of volume 1, while it is needed
+  VolumeReport report_;
+};
+
+bool IsFound(const VolumeRow& row) {
+  return row.state == VolumeState::kFound;
+}
+
+}  // namespace
+
+VolumesFile CheckVolumesFile(const InsPath& media_dir, Findings& findings) {
+  const std::string path = VolumesFileOf(media_dir).Str();
+  const int missing = WhyNotAllowed(path, F_OK);
+  if (AddUnseen(path, missing, Severity::kWarning, findings)) return {.count = 0, .is_fine = false};
+  if (missing != 0) return {};
+  FileStart start = ReadStart(path, LineFile::kLongestLine);
+  const bool is_empty = start.bytes.empty();
+  const std::string& line = start.bytes.erase(std::min(start.bytes.find('\n'), start.bytes.size()));
+  VolumesFile file = {.count = ToIntOr(line, 0)};
+  const auto warn = [&](const char* code, const char* text, const char* remedy) {
+    findings.Add({code, Severity::kWarning, path, text, remedy});
+    file.is_fine = false;
+  };
+  if (AddUnseen(path, start.error, Severity::kWarning, findings)) {
+    file.is_fine = false;
+  } else if (start.error != 0) {
+    warn("volumes-file-unreadable", "the number of volumes cannot be read",
+         "make it a regular file with read permission (chmod a+r)");
+  } else if (is_empty) {
+    warn("volumes-file-empty", "it has no line with the number of volumes",
+         "write the number into it");
+  } else if (line.starts_with(kByteOrderMark)) {
+    warn("byte-order-mark", "it begins with a byte order mark, so that its number is none",
+         "save it without a byte order mark");
+  }
+  if (line.find('\r') != std::string::npos) {
+    warn("carriage-return", "its first line has a carriage return",
+         "save it with line feeds alone");
+  }
+  return file;
+}
+
+VolumeReport CheckVolumes(const InsPath& media_dir, const VolumesFile& file,
+                          const ScanOutcome& scan, Findings& findings) {
+  VolumeReport report = VolumeCheck(media_dir, scan, findings).Run(file.count);
+  const bool is_all_found = std::all_of(report.rows.begin(), report.rows.end(), IsFound);
+  const bool is_misled = !scan.complete || (file.count > 1 && scan.layout == Layout::kNone);
+  if (is_misled && file.is_fine && is_all_found) {
+    findings.Add({"search-fails", Severity::kWarning, media_dir.Str(),
+                  "the launcher does not find all volumes, and a second look does",
+                  "look at the disc, and check again"});
+  }
+  return report;
+}
+
+}  // namespace kvl

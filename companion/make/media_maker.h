@@ -1,0 +1,53 @@
+// Making a media from a payload: volumes with their markers, the installer's "inst", description files
+// and start scripts.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+
+#include "companion/make/media_plan.h"
+
+namespace kvl {
+
+struct MediaMakeRequest {
+  std::string payload;  ///< a directory
+  /// Its directories "1", "2", ... hold what goes onto each volume, and nothing is beside them.
+  bool is_presorted = false;
+  std::string directory;  ///< where to; empty or missing
+  /// "single", "flat", "sibling" or "am"; empty: single when one volume is enough, else sibling.
+  std::string layout;
+  std::uint64_t volume_size = kNoLimit;
+  std::string tag;
+  std::string installer;  ///< a file
+  std::string launcher;   ///< a file
+  /// A directory whose contents go into the media's "inst", too; may be empty. It holds nothing that
+  /// is put there anyway: the two programs and "volumes.txt".
+  std::string inst;
+  std::string os_name = "linux";
+};
+
+struct MadeMedia {
+  std::string layout;
+  std::size_t volumes = 1;
+  std::string first_volume;  ///< the directory, absolute
+};
+
+/// Told of each payload file before it is copied: its volume, and how many bytes of the whole payload
+/// have been copied.
+using Progress =
+    std::function<void(std::size_t volume, std::uint64_t bytes_done, std::uint64_t bytes_in_all)>;
+
+/// Volume i holds payload/i, what has been put on it, beside payload/i.cksum. Files get the modes 644
+/// and 755, whatever the umask and those of the payload, and keep their times. Names are taken as they
+/// are, and no link, name or race leads out of the directory, or elsewhere than into the payload.
+///
+/// The directory is taken with one step, so that of two who want it at once one is refused. What is
+/// written is what was planned. StartTUI.sh comes last: before, the media is not whole.
+///
+/// Throws CannotMake before anything is written; what the library throws when something cannot be
+/// read or written, and std::runtime_error when a file has changed since. What has been written by
+/// then stays.
+MadeMedia MakeMedia(const MediaMakeRequest& request, const Progress& progress);
+
+}  // namespace kvl

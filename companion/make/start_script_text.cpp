@@ -1,0 +1,72 @@
+#include "companion/make/start_script_text.h"
+
+namespace kvl {
+namespace {
+
+constexpr char kFindMedia[] = R"sh(#!/bin/sh -
+# Starts the installation from the media that this script lies in; all arguments are handed on.
+
+# The script's own path, behind symbolic links, never with a leading "-".
+self=$0
+case $self in
+  */*) ;;
+  *) if [ -e "./$self" ]; then self=./$self; else self=$(command -v -- "$self"); fi ;;
+esac
+case $self in /*) ;; *) self=./$self ;; esac
+while [ -L "$self" ] && target=$(readlink "$self" 2>/dev/null && echo x); do
+  target=${target%?x}
+  case $target in /*) self=$target ;; *) self=${self%/*}/$target ;; esac
+done
+
+# Linked directories keep their names, so that volumes linked side by side are found side by side;
+# ".." is followed as the system followed it to this script. The "x" guards a final line feed.
+case $self in */../*) links=-P ;; *) links=-L ;; esac
+CurrentMediaDir=$(cd "$links" "${self%/*}/" && pwd "$links" && echo x) || exit 1
+CurrentMediaDir=${CurrentMediaDir%?x}
+)sh";
+
+constexpr char kStart[] = R"sh(KVL_LIBPATH_VARNAME=LD_LIBRARY_PATH
+export CurrentMediaDir KVL_OS KVL_Installer_EXE KVL_LIBPATH_VARNAME
+
+launcher=$CurrentMediaDir/inst/$KVL_OS/code/bin/kvl-launcher
+if [ ! -f "$launcher" ] || [ ! -x "$launcher" ]; then
+  printf '%s: the launcher is missing or cannot be executed: %s\n' "${0##*/}" "$launcher" >&2
+  exit 1
+fi
+
+# A program that runs from a media keeps it mounted, and the launcher runs as long as the installer.
+# Of several volumes it is therefore started from a copy, which loses its name at once; where none
+# can be made or started, from the media. The launcher closes the descriptor of the copy, and those
+# that the caller has open are left to the installer.
+# Only the beginning of the number is read, and nothing of a file without a size: one of those that
+# the system makes up may let its reader wait.
+if [ -f "$CurrentMediaDir/inst/volumes.txt" ] && [ -d /proc/self/fd ] &&
+  { [ ! -s "$CurrentMediaDir/inst/volumes.txt" ] ||
+    [ "$({ dd if="$CurrentMediaDir/inst/volumes.txt" bs=16 count=1 |
+      tr -d '\000' | head -n 1; } 2>/dev/null)" != 1 ]; } &&
+  target=$(mktemp 2>/dev/null); then
+  if cp -- "$launcher" "$target" 2>/dev/null && chmod -- 700 "$target"; then
+    for number in 3 4 5 6 7 8 9; do
+      if [ -L "/proc/self/fd/$number" ]; then continue; fi
+      eval "exec $number<\"\$target\""
+      if [ -x "/proc/self/fd/$number" ]; then
+        launcher=/proc/self/fd/$number
+      else
+        eval "exec $number<&-"
+      fi
+      break
+    done
+  fi
+  rm -f -- "$target"
+fi
+)sh";
+
+}  // namespace
+
+std::string StartScriptText(const std::string& os_name, const std::string& installer_name,
+                            const std::string& arguments) {
+  return kFindMedia + ("KVL_OS=" + os_name) + "\nKVL_Installer_EXE=" + installer_name + "\n" +
+         kStart + "exec \"$launcher\" " + arguments + "\n";
+}
+
+}  // namespace kvl

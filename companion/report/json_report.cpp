@@ -1,0 +1,82 @@
+#include "companion/report/json_report.h"
+
+#include <nlohmann/json.hpp>
+
+#include "companion/names/plain_text.h"
+#include "companion/report/report_words.h"
+
+namespace kvl {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int kFormat = 1;
+constexpr int kIndent = 2;
+
+Json Texts(const std::vector<std::string>& texts) {
+  Json list = Json::array();
+  for (const std::string& text : texts) list.push_back(ToOneLine(text));
+  return list;
+}
+
+Json Volumes(const MediaReport& report) {
+  Json list = Json::array();
+  for (const VolumeRow& row : report.volumes.rows) {
+    list.push_back({{"number", row.number},
+                    {"directory", ToOneLine(row.directory)},
+                    {"tag", ToOneLine(row.tag)},
+                    {"state", CodeOf(row.state)}});
+  }
+  return list;
+}
+
+Json Staging(const MediaReport& report) {
+  if (!report.staged) return nullptr;
+  return {
+      {"directory", ToOneLine(report.staging_directory)}, {"files", report.staging.files},
+      {"directories", report.staging.directories},        {"bytes", report.staging.bytes},
+      {"free_bytes", report.staging.free_bytes},          {"names", Texts(report.staging.names)}};
+}
+
+Json FindingsOf(const MediaReport& report) {
+  Json list = Json::array();
+  for (const Finding& finding : report.findings.All()) {
+    list.push_back({{"code", finding.code},
+                    {"severity", CodeOf(finding.severity)},
+                    {"path", ToOneLine(finding.path)},
+                    {"text", ToOneLine(finding.text)},
+                    {"remedy", ToOneLine(finding.remedy)}});
+  }
+  return list;
+}
+
+}  // namespace
+
+std::string JsonReport(const MediaReport& report) {
+  Json json;
+  json["format"] = kFormat;
+  json["fine"] = report.findings.Count() == 0;
+  json["expectation"] = CodeOf(report.expectation);
+  json["status"] = report.status ? Json(*report.status) : Json();
+  json["media"] = ToOneLine(report.media_dir);
+  json["os"] = ToOneLine(report.os_name);
+  json["installer_name"] = ToOneLine(report.installer_name);
+  json["layout"] = LayoutOf(report);
+  json["volume_count"] = report.volumes.count;
+  json["tag"] = ToOneLine(report.volumes.tag);
+  json["volumes"] = Volumes(report);
+  json["installer"] = {{"path", ToOneLine(report.installer)}, {"source", CodeOf(report.source)}};
+  json["staged"] = report.staged;
+  json["staging"] = Staging(report);
+  json["command"] = Texts(report.command);
+  json["variables"] = Json::object();
+  for (const auto& [name, value] : report.variables)
+    json["variables"][ToOneLine(name)] = ToOneLine(value);
+  json["messages"] = Texts(report.messages);
+  json["findings"] = FindingsOf(report);
+  json["further"] = Json::object();
+  for (const auto& [code, count] : report.findings.NotKept()) json["further"][code] = count;
+  return json.dump(kIndent) + "\n";
+}
+
+}  // namespace kvl

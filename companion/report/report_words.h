@@ -1,0 +1,80 @@
+// The words that both reports use.
+#pragma once
+
+#include "companion/check/media_check.h"
+
+namespace kvl {
+
+/// For programs: stable.
+inline const char* CodeOf(Expectation expectation) {
+  switch (expectation) {
+    case Expectation::kBadCommandLine:
+      return "bad-command-line";
+    case Expectation::kNoInstaller:
+      return "no-installer";
+    case Expectation::kBlankInInstallerMedia:
+      return "blank-in-installer-media";
+    case Expectation::kAbort:
+      return "abort";
+    case Expectation::kQuery:
+      return "query";
+    case Expectation::kStagingFails:
+      return "staging-fails";
+    case Expectation::kCannotStart:
+      return "cannot-start";
+    case Expectation::kInstallerRuns:
+      break;
+  }
+  return "installer-runs";
+}
+
+inline const char* CodeOf(InstallerSource source) {
+  switch (source) {
+    case InstallerSource::kCurrentMedia:
+      return "media";
+    case InstallerSource::kArgument:
+      return "argument";
+    case InstallerSource::kVariable:
+      return "variable";
+    case InstallerSource::kNone:
+      break;
+  }
+  return "none";
+}
+
+inline const char* CodeOf(Severity severity) {
+  return severity == Severity::kError ? "error" : "warning";
+}
+
+inline const char* CodeOf(VolumeState state) {
+  switch (state) {
+    case VolumeState::kMissing:
+      return "missing";
+    case VolumeState::kOtherTag:
+      return "other-tag";
+    case VolumeState::kUnreadable:
+      return "unreadable";
+    case VolumeState::kNoTag:
+      return "no-tag";
+    case VolumeState::kFound:
+      break;
+  }
+  return "found";
+}
+
+inline const char* LayoutOf(const MediaReport& report) {
+  if (!report.volumes_looked_for) return "not-looked-for";
+  switch (report.layout) {
+    case Layout::kFlat:
+      return "flat";
+    case Layout::kSibling:
+      return "sibling";
+    case Layout::kAm:
+      return "am";
+    case Layout::kNone:
+      break;
+  }
+  return report.volumes.count == 1 ? "single" : "unknown";
+}
+
+}  // namespace kvl

@@ -1,0 +1,19 @@
+// The report on a media for people.
+#pragma once
+
+#include <string>
+
+#include "companion/check/media_check.h"
+
+namespace kvl {
+
+enum class Detail {
+  kShort,
+  kVerbose,  ///< with the command, the variables and the launcher's messages
+};
+
+/// Plain lines: what the launcher finds, one line for each finding, and a verdict at the end. What
+/// comes from the media is written as ToOneLine does it.
+std::string TextReport(const MediaReport& report, Detail detail);
+
+}  // namespace kvl
