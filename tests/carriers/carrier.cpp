@@ -1,22 +1,10 @@
 #include "tests/carriers/carrier.h"
 
-#include <errno.h>
-#include <sys/mount.h>
-
-#include <algorithm>
-#include <cstring>
-#include <exception>
-#include <filesystem>
-#include <stdexcept>
-
-#include <gtest/gtest.h>
-
 #include "tests/conditions/own_mounts.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr char kImage[] = "{images/set}";
 constexpr char kSet[] = "{set}";

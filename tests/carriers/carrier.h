@@ -1,11 +1,8 @@
 // What a media is put on, and read from: images, read-only mounts, read-only files.
 #pragma once
 
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "tests/carriers/carrier_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

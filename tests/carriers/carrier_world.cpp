@@ -1,22 +1,11 @@
 #include "tests/carriers/carrier_world.h"
 
-#include <unistd.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <optional>
-#include <sstream>
-#include <stdexcept>
-
-#include <gtest/gtest.h>
-
 #include "tests/conditions/ordinary_user.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr unsigned kOrdinaryUser = 65534;
 constexpr char kPath[] = "/usr/bin:/bin";

@@ -4,11 +4,8 @@
 // It is made in {set/1}, {set/2} and {set/3}; its installer is the fake one.
 #pragma once
 
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "tests/launcher/launch_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,23 +1,12 @@
 // Unmounting a media while its installer runs: the system refuses it as long as anything of the
 // media is in use.
-#include <errno.h>
-#include <fcntl.h>
-#include <sys/mount.h>
-#include <unistd.h>
-
-#include <cstring>
-#include <filesystem>
-#include <thread>
-
-#include <gtest/gtest.h>
 
 #include "tests/carriers/carrier.h"
 #include "tests/conditions/own_mounts.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr char kUnmounted[] = "unmounted";
 constexpr char kDone[] = "installed\n";

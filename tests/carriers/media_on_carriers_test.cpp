@@ -1,19 +1,13 @@
 // A media that is started from an image, a read-only mount or read-only files: whole runs of its
 // start script, in place and staged.
-#include <sys/stat.h>
-
-#include <filesystem>
-
-#include <gtest/gtest.h>
 
 #include "tests/carriers/carrier.h"
 #include "tests/conditions/own_mounts.h"
 #include "tests/insio/surroundings.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 /// With arguments that the launcher hands on, and a status of the installer's own.
 const LaunchPlan kPlan = {.arguments = {"--target", "a b"}, .env = {{"FAKE_EXIT", "7"}}};

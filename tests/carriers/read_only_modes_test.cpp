@@ -1,17 +1,11 @@
 // Two media of which nothing may be written: the installer of the second one is staged over the
 // first.
-#include <unistd.h>
-
-#include <filesystem>
-
-#include <gtest/gtest.h>
 
 #include "tests/carriers/carrier.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr char kBin[] = "inst/linux/code/bin";
 

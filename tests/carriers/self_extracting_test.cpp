@@ -1,15 +1,11 @@
 // A media in a self-extracting archive, which unpacks itself into the temporary directory, calls
 // StartTUI.sh and removes what it unpacked.
-#include <filesystem>
-
-#include <gtest/gtest.h>
 
 #include "tests/carriers/carrier.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr unsigned kUmaskOfTheArchive = 077;
 constexpr unsigned kOwnUmask = 022;

@@ -1,20 +1,13 @@
 // What kvl-media says about a media, and what the launcher does with it: the same, for hundreds of
 // media that are made up from a fixed seed.
-#include <algorithm>
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <random>
-#include <set>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/companion/check_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 using Json = nlohmann::json;
 using Lines = std::vector<std::string>;

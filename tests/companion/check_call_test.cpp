@@ -1,11 +1,9 @@
 // kvl-media: how it is called, and its report for programs.
-#include <filesystem>
 #include <nlohmann/json.hpp>
-
-#include <gtest/gtest.h>
 
 #include "tests/companion/check_world.h"
 #include "tests/launcher/expected_environment.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

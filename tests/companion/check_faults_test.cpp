@@ -1,29 +1,18 @@
 // kvl-media check on a bad disc: the system's error is what it says, and nothing that could not be
 // looked at is called fine.
-#include <errno.h>
-#include <sys/prctl.h>
-#include <unistd.h>
 
-#include <cstddef>
-#include <cstdio>
-#include <filesystem>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
-#include <stdlib.h>
-#include <system_error>
-
-#include <gtest/gtest.h>
 
 #include "companion/check/media_check.h"
 #include "companion/report/text_report.h"
 #include "tests/companion/check_world.h"
 #include "tests/support/path_faults.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr int kImpossibleHere = 99;
 

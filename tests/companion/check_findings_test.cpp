@@ -1,23 +1,14 @@
 // kvl-media check: one test for each thing that it finds, comparing all that it says.
-#include <sys/mount.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
 #include <linux/capability.h>
-#include <sched.h>
-
-#include <gtest/gtest.h>
 
 #include "tests/companion/check_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr int kImpossibleHere = 99;
 

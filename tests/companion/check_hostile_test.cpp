@@ -1,26 +1,16 @@
 // kvl-media check: media that are made to lead somebody astray, keep the program busy, or take its
 // memory.
-#include <errno.h>
-#include <fcntl.h>
-#include <sys/resource.h>
-#include <unistd.h>
 
-#include <filesystem>
 #include <nlohmann/json.hpp>
-#include <sstream>
-#include <stdlib.h>
-
-#include <gtest/gtest.h>
 
 #include "companion/check/media_check.h"
 #include "tests/companion/check_world.h"
 #include "tests/support/path_faults.h"
 #include "tests/support/sanitized.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr int kImpossibleHere = 99;
 

@@ -1,6 +1,6 @@
 #include "tests/companion/check_world.h"
 
-#include <regex>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,12 +1,10 @@
 // CheckWorld: a MediaWorld for kvl-media.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "tests/support/media_world.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_umask.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,11 +1,7 @@
 // The completions for the two shells name what kvl-media understands, and nothing else.
-#include <filesystem>
-#include <regex>
-#include <set>
-
-#include <gtest/gtest.h>
 
 #include "tests/companion/check_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

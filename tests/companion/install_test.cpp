@@ -1,18 +1,11 @@
 // The companion as "cmake --install" puts it into a system. Skipped where this program does not lie in
 // the directory it was built in, as for a copy of it.
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
-
-#include <gtest/gtest.h>
 
 #include "tests/companion/check_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 /// What the build tree was configured with.
 std::string Cached(const std::string& build, const std::string& name) {

@@ -1,23 +1,12 @@
 // kvl-media make, when it is killed, meets another one or finds its payload changed: at each moment
 // that there is, between any two of its system calls.
-#include <algorithm>
-#include <csignal>
-#include <filesystem>
-#include <set>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/companion/check_world.h"
 #include "tests/companion/stepped_program.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 using Lines = std::vector<std::string>;
 

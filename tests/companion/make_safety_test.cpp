@@ -1,25 +1,16 @@
 // kvl-media make, with names, links and changes that would lead it elsewhere.
-#include <errno.h>
 #include <sys/syscall.h>
-#include <unistd.h>
-
-#include <filesystem>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "companion/make/media_maker.h"
 #include "tests/companion/check_world.h"
 #include "tests/insio/odd_paths.h"
 #include "tests/insio/surroundings.h"
 #include "tests/support/call_filter.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
-namespace fs = std::filesystem;
-
-using testing::ElementsAre;
 using Lines = std::vector<std::string>;
 
 class MakeSafely : public testing::Test {

@@ -1,20 +1,12 @@
 // kvl-media make: what it writes, what it refuses, and that check finds nothing wrong with it.
-#include <unistd.h>
-
-#include <filesystem>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "companion/make/media_plan.h"
 #include "tests/companion/check_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
-namespace fs = std::filesystem;
-
-using testing::ElementsAre;
 using Lines = std::vector<std::string>;
 
 /// A payload of five files in "payload", and an installer that is a small program.

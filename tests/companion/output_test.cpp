@@ -1,18 +1,10 @@
 // kvl-media, when what it says cannot be written.
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <functional>
-
-#include <gtest/gtest.h>
 
 #include "tests/companion/check_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 using Lines = std::vector<std::string>;
 

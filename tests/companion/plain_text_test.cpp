@@ -1,9 +1,6 @@
 #include "companion/names/plain_text.h"
 
-#include <algorithm>
-#include <cstdio>
-
-#include <gtest/gtest.h>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,17 +1,11 @@
 // The line that "kvl-media make" shows on a terminal while it copies.
-#include <errno.h>
-#include <fcntl.h>
-#include <unistd.h>
 
-#include <array>
 #include <pty.h>
-#include <stdexcept>
 #include <termios.h>
-
-#include <gtest/gtest.h>
 
 #include "tests/companion/check_world.h"
 #include "tests/insio/surroundings.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,16 +1,10 @@
 #include "tests/companion/stepped_program.h"
 
-#include <fcntl.h>
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <csignal>
-#include <stdexcept>
-#include <vector>
 
 #include "tests/support/call_filter.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

@@ -2,10 +2,8 @@
 // any two of those that matter.
 #pragma once
 
-#include <functional>
-#include <string>
-
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,12 +1,7 @@
 #include "companion/make/volume_size.h"
 
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "companion/make/media_plan.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

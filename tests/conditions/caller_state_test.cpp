@@ -1,10 +1,7 @@
 // Whole runs of a caller whose directory is gone, or who blocks and ignores every signal.
-#include <signal.h>
-#include <unistd.h>
-
-#include <gtest/gtest.h>
 
 #include "tests/conditions/external_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

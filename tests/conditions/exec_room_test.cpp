@@ -1,14 +1,8 @@
 // Whole runs with as much, and as little, as the system lets a program have for its arguments and its
 // environment.
-#include <sys/resource.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <filesystem>
-
-#include <gtest/gtest.h>
 
 #include "tests/launcher/launch_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

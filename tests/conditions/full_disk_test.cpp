@@ -1,21 +1,14 @@
 // Whole runs with a temporary directory on a file system that has too little room, for every amount
 // of it: the staged copy is whole, or the installer is not started.
-#include <unistd.h>
-
-#include <filesystem>
-#include <iterator>
-
-#include <gtest/gtest.h>
 
 #include "tests/conditions/own_mounts.h"
 #include "tests/conditions/staging_model.h"
 #include "tests/launcher/launch_world.h"
 #include "tests/support/sanitized.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 class FullDisk : public testing::Test {
  protected:

@@ -1,24 +1,15 @@
 // Whole runs within the limits that the system sets to a process: the run is as it is without them,
 // or it ends as stated, and the installer is never started on a copy that is not whole.
-#include <signal.h>
-#include <sys/resource.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <filesystem>
-
-#include <gtest/gtest.h>
 
 #include "tests/conditions/ordinary_user.h"
 #include "tests/conditions/staging_model.h"
 #include "tests/launcher/launch_world.h"
 #include "tests/support/sanitized.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr int kCannotSetUp = 126;
 

@@ -1,12 +1,10 @@
 // Whole runs with a temporary directory on a file system that may not be written to, or from which
 // nothing may be started.
-#include <sys/mount.h>
-
-#include <gtest/gtest.h>
 
 #include "tests/conditions/external_world.h"
 #include "tests/conditions/own_mounts.h"
 #include "tests/launcher/launch_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,10 +1,7 @@
 #include "tests/conditions/ordinary_user.h"
 
-#include <unistd.h>
-
-#include <exception>
-
 #include "tests/insio/surroundings.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

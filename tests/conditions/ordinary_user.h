@@ -1,9 +1,8 @@
 // Launches by an ordinary user, whoever runs the tests.
 #pragma once
 
-#include <string>
-
 #include "tests/launcher/launch_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

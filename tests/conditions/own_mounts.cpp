@@ -1,13 +1,6 @@
 #include "tests/conditions/own_mounts.h"
 
-#include <errno.h>
-#include <sys/mount.h>
-
-#include <cstring>
-#include <exception>
-#include <sched.h>
-#include <stdexcept>
-#include <thread>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,8 +1,7 @@
 // File systems of a test's own, which nobody else sees and which do not outlive it.
 #pragma once
 
-#include <functional>
-#include <string>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,11 +1,7 @@
 #include "tests/conditions/own_mounts.h"
 
-#include <filesystem>
-#include <stdexcept>
-
-#include <gtest/gtest.h>
-
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

@@ -1,20 +1,9 @@
 #include "tests/conditions/staging_model.h"
 
-#include <errno.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <cstring>
-#include <filesystem>
-#include <set>
-#include <sstream>
-
-#include <gtest/gtest.h>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr unsigned kPlainFile = 0644;
 

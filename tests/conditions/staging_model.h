@@ -2,12 +2,8 @@
 // Nothing of the product is used for it.
 #pragma once
 
-#include <functional>
-#include <limits>
-#include <string>
-#include <vector>
-
 #include "tests/launcher/launch_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

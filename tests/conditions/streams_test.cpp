@@ -1,14 +1,8 @@
 // Whole runs with standard streams that are closed, that lead the wrong way, or that lead to one
 // place: what is written where, and what of it is the installer's.
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <ostream>
-
-#include <gtest/gtest.h>
 
 #include "tests/conditions/external_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,15 +1,10 @@
 // Whole runs with a umask that takes permissions from the owner of what is staged, too.
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <sstream>
-
-#include <gtest/gtest.h>
 
 #include "tests/conditions/external_world.h"
 #include "tests/conditions/ordinary_user.h"
 #include "tests/support/sanitized.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

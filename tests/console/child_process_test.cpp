@@ -1,27 +1,13 @@
 #include "console/child_process.h"
 
-#include <errno.h>
-#include <signal.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "console/signals.h"
 #include "tests/console/fake_child.h"
 #include "tests/support/outcome.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-using testing::ElementsAre;
 
 constexpr char kShell[] = "/bin/sh";
 

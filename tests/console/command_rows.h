@@ -1,8 +1,7 @@
 // Command texts and the arguments that they are split into.
 #pragma once
 
-#include <string>
-#include <vector>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,17 +1,11 @@
 #include "console/command_split.h"
 
-#include <unistd.h>
-
 #include <random>
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "tests/console/command_rows.h"
 #include "tests/console/fake_child.h"
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,19 +1,9 @@
 #include "console/descriptors.h"
 
-#include <errno.h>
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <iostream>
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "console/logger.h"
 #include "tests/console/fake_child.h"
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,11 +1,10 @@
 #include "tests/console/fake_child.h"
 
-#include <filesystem>
-
 #include "console/logger.h"
 #include "console/run_command.h"
 #include "console/signals.h"
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

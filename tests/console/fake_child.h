@@ -1,13 +1,9 @@
 // The fake installer as the child of the process start under test.
 #pragma once
 
-#include <sys/types.h>
-
-#include <functional>
-#include <string>
-
 #include "tests/support/child_report.h"
 #include "tests/support/scoped_env.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

@@ -1,21 +1,13 @@
 #include "console/identifier.h"
 
 #include <chrono>
-#include <cstdlib>
-#include <set>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/support/generator_twin.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
-using testing::ElementsAre;
 using testing::MatchesRegex;
 
 constexpr char kUpperCaseForm[] =

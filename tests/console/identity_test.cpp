@@ -1,16 +1,10 @@
 #include "console/identity.h"
 
-#include <errno.h>
 #include <sys/utsname.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <sched.h>
-
-#include <gtest/gtest.h>
 
 #include "tests/support/outcome.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,22 +1,8 @@
 #include "console/logger.h"
 
-#include <errno.h>
-#include <fcntl.h>
-#include <signal.h>
-#include <unistd.h>
-
-#include <climits>
-#include <cstdlib>
-#include <fstream>
-#include <functional>
-#include <string>
-#include <thread>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "console/signals.h"
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,27 +1,13 @@
 #include "console/run_command.h"
 
-#include <errno.h>
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <fstream>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "console/logger.h"
 #include "tests/console/fake_child.h"
 #include "tests/support/outcome.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-using testing::ElementsAre;
 
 constexpr bool kDoNotWait = false;
 

@@ -1,22 +1,9 @@
 #include "console/signals.h"
 
-#include <errno.h>
-#include <signal.h>
-#include <sys/resource.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <array>
-#include <cstdio>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "console/child_process.h"
 #include "tests/console/fake_child.h"
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

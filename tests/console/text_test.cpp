@@ -1,23 +1,10 @@
 #include "console/text.h"
 
-#include <errno.h>
-#include <unistd.h>
-
-#include <limits>
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr std::int32_t kFallback = -77;
 constexpr int kErrnoBefore = ENOTTY;

@@ -8,31 +8,14 @@
 // put together; and each fragment with a letter in it is used by some message, or is among those that
 // the test lists as no message. What this cannot notice is a message that consists of fragments of
 // other messages alone.
-#include <unistd.h>
-
-#include <algorithm>
-#include <csignal>
-#include <filesystem>
-#include <map>
-#include <regex>
-#include <set>
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "console/child_process.h"
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
-
-using testing::IsEmpty;
 
 using Names = std::set<std::string>;
 using Lines = std::vector<std::string>;

@@ -1,11 +1,7 @@
 #include "environment/environment.h"
 
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "tests/support/scoped_env.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

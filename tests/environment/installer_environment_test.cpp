@@ -1,12 +1,7 @@
 #include "environment/installer_environment.h"
 
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "tests/support/scoped_env.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,8 +1,7 @@
 #include "environment/temporary_directory.h"
 
-#include <gtest/gtest.h>
-
 #include "tests/support/scoped_env.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

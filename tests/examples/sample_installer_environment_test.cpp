@@ -1,16 +1,10 @@
 // What the sample installer shows of its arguments and variables: what the launcher gives to it.
-#include <unistd.h>
-
-#include <filesystem>
-
-#include <gtest/gtest.h>
 
 #include "tests/examples/sample_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 /// The variables shown of an installer that was started from a media, in place or staged, when
 /// nothing but PATH and TMPDIR was set before and nothing was found out about volumes.

@@ -1,17 +1,10 @@
 // The sample installer when something is wrong: what it says, its status, and what it leaves.
-#include <filesystem>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/examples/sample_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-using testing::IsEmpty;
-
-namespace fs = std::filesystem;
 
 using Lines = std::vector<std::string>;
 

@@ -1,18 +1,10 @@
 // The sample installer in software management mode.
-#include <filesystem>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/examples/sample_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
-
-namespace fs = std::filesystem;
 
 constexpr char kFiles[] =
     "  bin/sample-tool-1\n"

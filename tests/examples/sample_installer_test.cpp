@@ -1,17 +1,10 @@
 // The sample installer, started by the launcher from a sample media: what it installs.
-#include <filesystem>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/examples/sample_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-using testing::IsEmpty;
-
-namespace fs = std::filesystem;
 
 /// The installer's messages for a media of two volumes that are all there, into {target}.
 std::string InstallsTwo(const std::string& first, const std::string& second) {

@@ -1,18 +1,11 @@
 #include "tests/examples/sample_world.h"
 
-#include <sys/prctl.h>
-#include <unistd.h>
-
-#include <filesystem>
 #include <linux/capability.h>
-#include <stdexcept>
 
-#include <gtest/gtest.h>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr char kPath[] = "/usr/bin:/bin";
 

@@ -6,13 +6,10 @@
 // in MediaWorld, but {staging} is of no use here, see WithoutStaging.
 #pragma once
 
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "tests/support/media_world.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_umask.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

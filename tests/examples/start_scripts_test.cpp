@@ -1,23 +1,11 @@
 // The start scripts of a sample media: what they give to the launcher, however they are called.
-#include <sys/mount.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
-#include <utility>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/conditions/own_mounts.h"
 #include "tests/examples/sample_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-using testing::ElementsAre;
-
-namespace fs = std::filesystem;
 
 /// One call of a start script, by its words, from a directory. All texts as in MediaWorld.
 struct Call {

@@ -1,17 +1,12 @@
 // Every stored input of every target, as a test: what was found once is looked for again.
-#include <filesystem>
-#include <map>
-
-#include <gtest/gtest.h>
 
 #include "tests/fuzz/targets.h"
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 class Corpus : public testing::TestWithParam<FuzzTarget> {};
 

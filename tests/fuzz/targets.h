@@ -5,10 +5,7 @@
 // stored in corpus/<name>/.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <string>
-#include <vector>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

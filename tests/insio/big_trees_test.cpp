@@ -1,18 +1,5 @@
 // Trees that are very deep or very wide, in the hands of a program of its own.
-#include <dirent.h>
-#include <errno.h>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "insio/finder.h"
 #include "tests/insio/failure.h"
@@ -20,15 +7,11 @@
 #include "tests/insio/surroundings.h"
 #include "tests/support/sanitized.h"
 #include "tests/support/scoped_env.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 /// Where entries are made fastest: in memory, if the system has such a place with room for many.
 Environment PlaceForManyEntries() {

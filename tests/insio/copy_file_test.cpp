@@ -1,13 +1,4 @@
 // CopyFile: one file, and everything that can go wrong on the way.
-#include <errno.h>
-#include <fcntl.h>
-
-#include <filesystem>
-#include <fstream>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "insio/copy.h"
 #include "tests/insio/every_kind.h"
@@ -15,13 +6,12 @@
 #include "tests/insio/surroundings.h"
 #include "tests/support/scoped_umask.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
 using KVLInsIO::CopyFile;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 /// A directory that holds the file "source".
 class CopyFileTest : public testing::Test {

@@ -1,17 +1,5 @@
 #include "insio/copy.h"
 
-#include <errno.h>
-
-#include <filesystem>
-#include <functional>
-#include <iostream>
-#include <iterator>
-#include <optional>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "tests/insio/every_kind.h"
 #include "tests/insio/failure.h"
 #include "tests/insio/odd_paths.h"
@@ -20,14 +8,13 @@
 #include "tests/support/path_faults.h"
 #include "tests/support/scoped_umask.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
 using KVLInsIO::Copy;
 using KVLInsIO::CopyDir;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 /// A directory in which trees are copied.
 class CopyTest : public testing::Test {

@@ -1,28 +1,18 @@
 #include "insio/create_dir.h"
 
-#include <errno.h>
-
-#include <filesystem>
-#include <iterator>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "insio/create_new_dir.h"
 #include "insio/entry.h"
 #include "tests/insio/every_kind.h"
 #include "tests/insio/failure.h"
 #include "tests/insio/surroundings.h"
 #include "tests/support/scoped_umask.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
 using KVLInsIO::CreateDir;
 using KVLInsIO::CreateDirExactly;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 /// An empty directory to create things in.
 class CreateDirTest : public testing::Test {

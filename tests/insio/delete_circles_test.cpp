@@ -1,27 +1,17 @@
 // Trees of directories only, but for links that lead round in circles: deleting them ends soon, and
 // what is on a circle stays.
-#include <errno.h>
-
-#include <filesystem>
-#include <stdexcept>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "insio/delete.h"
 #include "tests/insio/failure.h"
 #include "tests/insio/surroundings.h"
 #include "tests/support/scoped_umask.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
-namespace fs = std::filesystem;
-
 using KVLInsIO::DeleteEmptyTree;
-using testing::ElementsAre;
 
 class DeleteEmptyTreeWithCircles : public testing::Test {
  protected:

@@ -1,16 +1,5 @@
 #include "insio/delete.h"
 
-#include <errno.h>
-
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <sstream>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "tests/insio/every_kind.h"
 #include "tests/insio/failure.h"
 #include "tests/insio/odd_paths.h"
@@ -18,6 +7,7 @@
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_umask.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
@@ -25,8 +15,6 @@ namespace {
 using KVLInsIO::Delete;
 using KVLInsIO::DeleteContents;
 using KVLInsIO::DeleteEmptyTree;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 /// An empty directory with a umask that is known.
 class DeleteTest : public testing::Test {

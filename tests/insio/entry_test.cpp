@@ -1,17 +1,10 @@
 #include "insio/entry.h"
 
-#include <errno.h>
-
-#include <functional>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "tests/insio/every_kind.h"
 #include "tests/insio/failure.h"
 #include "tests/insio/surroundings.h"
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
@@ -20,7 +13,6 @@ using KVLInsIO::Exists;
 using KVLInsIO::GetType;
 using KVLInsIO::IsDirectory;
 using KVLInsIO::IsFile;
-using testing::ElementsAre;
 
 TEST(EntryType, IsASetOfThreeBits) {
   EXPECT_EQ(KVLInsIO::kNoEntry, 0);

@@ -1,10 +1,8 @@
 // EveryKind: a directory with one entry of every kind.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "tests/support/scoped_umask.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

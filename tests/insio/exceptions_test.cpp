@@ -1,11 +1,8 @@
 #include "insio/exceptions.h"
 
-#include <errno.h>
-
-#include <cstring>
 #include <type_traits>
 
-#include <gtest/gtest.h>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

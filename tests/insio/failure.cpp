@@ -1,11 +1,8 @@
 #include "tests/insio/failure.h"
 
-#include <cstring>
-#include <iostream>
-#include <typeinfo>
-
 #include "insio/exceptions.h"
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

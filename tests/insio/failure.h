@@ -1,9 +1,7 @@
 // What an operation of the library threw: class and whole text as one value.
 #pragma once
 
-#include <functional>
-#include <ostream>
-#include <string>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

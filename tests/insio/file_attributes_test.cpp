@@ -1,20 +1,13 @@
 #include "insio/file_attributes.h"
 
-#include <errno.h>
 #include <sys/vfs.h>
-
-#include <cstdint>
-#include <filesystem>
-#include <limits>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "tests/insio/every_kind.h"
 #include "tests/insio/failure.h"
 #include "tests/insio/surroundings.h"
 #include "tests/support/outcome.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,19 +1,12 @@
 #include "insio/file_descriptor.h"
 
-#include <errno.h>
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <memory>
-
-#include <gtest/gtest.h>
 
 #include "tests/insio/surroundings.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_umask.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

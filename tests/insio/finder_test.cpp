@@ -1,20 +1,5 @@
 #include "insio/finder.h"
 
-#include <dirent.h>
-#include <errno.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <stdexcept>
-#include <string_view>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "insio/finder_walk.h"
 #include "tests/insio/every_kind.h"
 #include "tests/insio/failure.h"
@@ -22,6 +7,7 @@
 #include "tests/insio/surroundings.h"
 #include "tests/support/outcome.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
@@ -36,8 +22,6 @@ using KVLInsIO::kDirectory;
 using KVLInsIO::kDirectoryOrFile;
 using KVLInsIO::kFile;
 using KVLInsIO::internal::ReadAhead;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 /// Everything the finder says of each entry, sorted: "name type full-path", and "file" or
 /// "directory".

@@ -1,18 +1,10 @@
 // The examples in the comments of the headers of paths, read from there and tried out: not one more
 // or less than what a reader sees.
-#include <filesystem>
-#include <functional>
-#include <regex>
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "insio/path.h"
 #include "insio/path_text.h"
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

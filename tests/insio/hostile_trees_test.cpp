@@ -1,12 +1,4 @@
 // Trees whose links would lead a plain walk round in circles, or into its own results.
-#include <errno.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "insio/copy.h"
 #include "insio/delete.h"
@@ -14,11 +6,10 @@
 #include "tests/insio/surroundings.h"
 #include "tests/support/scoped_umask.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 using KVLInsIO::Copy;
 using KVLInsIO::CopyDir;
@@ -27,8 +18,6 @@ using KVLInsIO::DeleteContents;
 using KVLInsIO::DeleteEmptyTree;
 using testing::AnyOf;
 using testing::Contains;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 class HostileTree : public testing::Test {
  protected:

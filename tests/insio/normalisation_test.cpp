@@ -1,9 +1,5 @@
 // Which operation takes a path as a user may have typed it, and which takes it as it stands. The guide
 // and the manual page have this as a table.
-#include <errno.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "insio/copy.h"
 #include "insio/create_dir.h"
@@ -14,12 +10,11 @@
 #include "insio/rename.h"
 #include "insio/replace_in_lines.h"
 #include "tests/insio/failure.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {
 namespace {
-
-using testing::ElementsAre;
 
 /// A file and an empty directory, in names that only a normalised path leads to.
 class Normalisation : public testing::Test {

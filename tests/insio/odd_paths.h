@@ -1,8 +1,7 @@
 // Paths and names that a quick implementation stumbles over, for laws that hold for all of them.
 #pragma once
 
-#include <string>
-#include <vector>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

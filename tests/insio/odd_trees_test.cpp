@@ -1,12 +1,4 @@
 // Trees that are odd without malice: with names and entries of every sort.
-#include <errno.h>
-
-#include <filesystem>
-#include <sstream>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "insio/copy.h"
 #include "insio/delete.h"
@@ -15,11 +7,10 @@
 #include "tests/insio/odd_paths.h"
 #include "tests/insio/surroundings.h"
 #include "tests/support/scoped_umask.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 using KVLInsIO::Copy;
 using KVLInsIO::CopyDir;
@@ -27,8 +18,6 @@ using KVLInsIO::CopyFile;
 using KVLInsIO::Delete;
 using KVLInsIO::DeleteContents;
 using KVLInsIO::DeleteEmptyTree;
-using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::SizeIs;
 
 class OddTree : public testing::Test {

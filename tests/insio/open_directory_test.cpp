@@ -1,19 +1,6 @@
 #include "insio/open_directory.h"
 
-#include <errno.h>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <functional>
-#include <optional>
-#include <stdexcept>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/insio/failure.h"
 #include "tests/insio/odd_paths.h"
@@ -22,17 +9,14 @@
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_umask.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
-namespace fs = std::filesystem;
-
 using KVLInsIO::FileKind;
 using KVLInsIO::OpenDirectory;
 using KVLInsIO::OpenFile;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 class OpenDirectoryTest : public testing::Test {
  protected:

@@ -2,33 +2,18 @@
 //
 // Installed from the build tree that this test program lies in, with the tools that built it. Where
 // there is none, as for a copy of the program alone, these tests are skipped.
-#include <unistd.h>
 
-#include <algorithm>
 #include <cctype>
-#include <filesystem>
-#include <fstream>
-#include <regex>
-#include <set>
-#include <sstream>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/support/outcome.h"
 #include "tests/support/sanitized.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/scoped_umask.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 using Lines = std::vector<std::string>;
 

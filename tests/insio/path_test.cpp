@@ -1,14 +1,10 @@
 #include "insio/path.h"
 
-#include <set>
 #include <unordered_set>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "insio/path_text.h"
 #include "tests/insio/odd_paths.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,10 +1,7 @@
 #include "insio/path_text.h"
 
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "tests/insio/odd_paths.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

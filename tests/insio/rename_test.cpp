@@ -1,23 +1,15 @@
 #include "insio/rename.h"
 
-#include <errno.h>
-
-#include <functional>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "tests/insio/every_kind.h"
 #include "tests/insio/failure.h"
 #include "tests/insio/surroundings.h"
 #include "tests/support/scoped_umask.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
 using KVLInsIO::Rename;
-using testing::ElementsAre;
 
 TEST(Rename, GivesAFileAnotherName) {
   const ScopedUmask umask(022);

@@ -1,20 +1,8 @@
 #include "insio/replace_in_lines.h"
 
-#include <errno.h>
-#include <fcntl.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <ctime>
-#include <filesystem>
-#include <functional>
-#include <iostream>
-#include <stdexcept>
-#include <typeinfo>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/insio/failure.h"
 #include "tests/insio/run_tree_tool.h"
@@ -23,12 +11,12 @@
 #include "tests/support/sanitized.h"
 #include "tests/support/scoped_umask.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
 using KVLInsIO::ReplaceInLines;
-using testing::ElementsAre;
 
 /// A directory that holds the file "file", with one line.
 class ReplaceInLinesTest : public testing::Test {

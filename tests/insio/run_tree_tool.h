@@ -1,9 +1,7 @@
 // The library at work in a small program of its own, where its use of memory can be seen.
 #pragma once
 
-#include <functional>
-#include <string>
-#include <vector>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,27 +1,12 @@
 #include "tests/insio/surroundings.h"
 
-#include <fcntl.h>
 #include <grp.h>
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <iostream>
-#include <sched.h>
-#include <stdexcept>
-#include <stdio.h>
 
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr uid_t kNobody = 65534;
 

@@ -5,15 +5,7 @@
 // as the process: call them only in a process of its own, as in RunIsolated or IsolatedFailureOf.
 #pragma once
 
-#include <sys/stat.h>
-#include <sys/types.h>
-
-#include <cstddef>
-#include <cstdint>
-#include <functional>
-#include <string>
-#include <vector>
-
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

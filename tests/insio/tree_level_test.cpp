@@ -1,17 +1,9 @@
 #include "insio/tree_level.h"
 
-#include <algorithm>
-#include <filesystem>
-#include <stdexcept>
-#include <utility>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "tests/insio/every_kind.h"
 #include "tests/insio/failure.h"
 #include "tests/insio/surroundings.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
@@ -21,8 +13,6 @@ using KVLInsIO::InsFileFinder;
 using KVLInsIO::internal::FileIdentity;
 using KVLInsIO::internal::Identify;
 using KVLInsIO::internal::TreeLevel;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 /// The identity of what must exist.
 FileIdentity IdentityOf(const std::string& path) {

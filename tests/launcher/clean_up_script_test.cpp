@@ -1,17 +1,13 @@
 #include "launcher/clean_up_script.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "tests/launcher/launch_world.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_umask.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {
 namespace {
-
-using testing::ElementsAre;
 
 /// Writes the script and claims that nothing is said about it.
 void WriteInto(const std::string& staging_dir_slash) {

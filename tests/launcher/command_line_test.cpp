@@ -1,11 +1,9 @@
-#include <string>
-#include <vector>
 
-#include <gtest/gtest.h>
 
 #include "launcher/launcher.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_env.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,11 +1,7 @@
 #include "launcher/exit_status.h"
 
-#include <cstdio>
-#include <cstdlib>
-
-#include <gtest/gtest.h>
-
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

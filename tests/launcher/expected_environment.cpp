@@ -1,8 +1,6 @@
 #include "tests/launcher/expected_environment.h"
 
-#include <unistd.h>
-
-#include <vector>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -2,10 +2,9 @@
 // the launcher was given. Nothing of the product is used for it.
 #pragma once
 
-#include <string>
-
 #include "tests/support/media_world.h"
 #include "tests/support/scoped_env.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,25 +1,11 @@
 // Who includes whom, read from the sources: the folders point one way, and no file reaches itself.
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <map>
-#include <regex>
-#include <set>
-#include <sstream>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
-
-using testing::IsEmpty;
 
 /// What each folder may include beside its own files.
 const std::map<std::string, std::set<std::string>> kMayInclude = {

@@ -1,6 +1,6 @@
 #include "launcher/installer_command.h"
 
-#include <gtest/gtest.h>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

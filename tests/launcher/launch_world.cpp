@@ -1,14 +1,9 @@
 #include "tests/launcher/launch_world.h"
 
-#include <filesystem>
-#include <regex>
-
-#include <gtest/gtest.h>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 /// One line for each entry, so that a failed comparison shows the lines that differ.
 std::string Lines(const Environment& variables) {

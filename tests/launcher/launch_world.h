@@ -1,12 +1,10 @@
 // LaunchWorld: a MediaWorld for whole runs of the program, and what such a run is to look like.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "tests/launcher/expected_environment.h"
 #include "tests/support/media_world.h"
 #include "tests/support/scoped_umask.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,26 +1,15 @@
 #include "launcher/launcher.h"
 
-#include <errno.h>
-#include <signal.h>
-#include <sys/resource.h>
-#include <unistd.h>
-
-#include <filesystem>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "tests/launcher/expected_environment.h"
 #include "tests/launcher/launch_world.h"
 #include "tests/support/generator_twin.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-using testing::ElementsAre;
 
 constexpr bool kWithoutWaiting = false;
 

@@ -1,16 +1,8 @@
 // Whole runs: what the caller's streams, signals, descriptors and directory do to the launcher, and
 // what of them reaches the installer.
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <filesystem>
-
-#include <gtest/gtest.h>
 
 #include "tests/launcher/launch_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

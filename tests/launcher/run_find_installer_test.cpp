@@ -1,9 +1,7 @@
 // Whole runs: where the installer is looked for, and in which order.
-#include <filesystem>
-
-#include <gtest/gtest.h>
 
 #include "tests/launcher/launch_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

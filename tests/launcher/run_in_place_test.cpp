@@ -1,9 +1,7 @@
 // Whole runs of a media that is complete: the installer is started where it is.
-#include <unistd.h>
-
-#include <gtest/gtest.h>
 
 #include "tests/launcher/launch_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

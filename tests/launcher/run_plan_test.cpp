@@ -1,19 +1,13 @@
 #include "launcher/run_plan.h"
 
-#include <stdexcept>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "console/logger.h"
 #include "tests/launcher/launch_world.h"
 #include "tests/support/scoped_env.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::StartsWith;
 
 /// A plan for the media in "1", and all that making it has said, set and left in the state.

@@ -1,10 +1,8 @@
 // Whole runs that only ask for the number of volumes: nothing is copied, set or started.
-#include <sys/resource.h>
-
-#include <gtest/gtest.h>
 
 #include "tests/launcher/launch_world.h"
 #include "tests/support/sanitized.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

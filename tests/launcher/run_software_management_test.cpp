@@ -1,7 +1,7 @@
 // Whole runs in software management.
-#include <gtest/gtest.h>
 
 #include "tests/launcher/launch_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

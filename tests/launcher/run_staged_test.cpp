@@ -1,10 +1,7 @@
 // Whole runs of a media that is not complete: the installer is staged and started from the copy.
-#include <filesystem>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/launcher/launch_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,9 +1,7 @@
 // Whole runs with odd texts in paths and arguments.
-#include <regex>
-
-#include <gtest/gtest.h>
 
 #include "tests/launcher/launch_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

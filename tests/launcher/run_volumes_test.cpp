@@ -1,10 +1,7 @@
 // Whole runs: what the scan of the media makes of the run.
-#include <signal.h>
-#include <sys/resource.h>
-
-#include <gtest/gtest.h>
 
 #include "tests/launcher/launch_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,23 +1,15 @@
 #include "launcher/staging.h"
 
-#include <sys/stat.h>
-
-#include <filesystem>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "insio/exceptions.h"
 #include "tests/launcher/launch_world.h"
 #include "tests/support/generator_twin.h"
 #include "tests/support/scoped_umask.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
 using KVLInsIO::InsPath;
-using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::MatchesRegex;
 
 constexpr char kIdentifier[] =

@@ -1,11 +1,9 @@
 // The volumes of a media spread over AM volumes: numbered directories with markers of their own,
 // each holding media volumes at the same relative place.
-#include <string>
-
-#include <gtest/gtest.h>
 
 #include "tests/media/scan_checks.h"
 #include "tests/support/media_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,17 +1,10 @@
 // The search for the first AM volume: the marker above the media directory.
-#include <errno.h>
-
-#include <filesystem>
-#include <functional>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "insio/exceptions.h"
 #include "tests/media/scan_checks.h"
 #include "tests/support/media_world.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,10 +1,8 @@
 // All volumes in one directory: the markers 2.txt, 3.txt, ... beside 1.txt.
-#include <string>
-
-#include <gtest/gtest.h>
 
 #include "tests/media/scan_checks.h"
 #include "tests/support/media_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

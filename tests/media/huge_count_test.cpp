@@ -1,11 +1,9 @@
 // Media that announce so many volumes that nobody can look for each: the answer is the one that
 // trying every number would give, and depends in its time on what is there alone.
-#include <string>
-
-#include <gtest/gtest.h>
 
 #include "tests/media/scan_checks.h"
 #include "tests/support/media_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

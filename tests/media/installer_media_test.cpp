@@ -1,16 +1,8 @@
 #include "media/installer_media.h"
 
-#include <unistd.h>
-
-#include <filesystem>
-#include <iostream>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "console/logger.h"
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

@@ -1,9 +1,6 @@
 #include "media/installer_search.h"
 
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

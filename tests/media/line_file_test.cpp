@@ -1,29 +1,14 @@
 #include "media/line_file.h"
 
-#include <errno.h>
-#include <fcntl.h>
-#include <sys/resource.h>
-
 #include <atomic>
-#include <filesystem>
-#include <fstream>
-#include <stdio.h>
-#include <string>
-#include <thread>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/support/outcome.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr std::size_t kLongest = LineFile::kLongestLine;
 

@@ -1,17 +1,8 @@
 #include "media/marker.h"
 
-#include <errno.h>
-
-#include <cstdint>
-#include <limits>
-#include <optional>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "tests/media/scan_checks.h"
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

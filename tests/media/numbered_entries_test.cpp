@@ -1,26 +1,16 @@
 #include "media/numbered_entries.h"
 
-#include <errno.h>
-#include <sys/stat.h>
-
-#include <limits>
 #include <numeric>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/support/outcome.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {
 namespace {
 
 using KVLInsIO::InsPath;
-using testing::ElementsAre;
-using testing::IsEmpty;
 using Numbers = std::vector<VolumeNumber>;
 
 constexpr VolumeNumber kGreatestInt = std::numeric_limits<std::int32_t>::max();

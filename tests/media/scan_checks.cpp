@@ -1,18 +1,9 @@
 #include "tests/media/scan_checks.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <fstream>
-#include <functional>
-#include <sched.h>
-#include <stdexcept>
-
-#include <gtest/gtest.h>
-
 #include "console/logger.h"
 #include "media/volume_scan.h"
 #include "tests/support/outcome.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

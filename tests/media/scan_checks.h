@@ -2,12 +2,9 @@
 // and scans that cannot look at anything outside their world.
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "tests/support/media_world.h"
 #include "tests/support/scoped_env.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

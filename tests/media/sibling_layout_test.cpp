@@ -1,10 +1,8 @@
 // Every volume in a directory of its own, named by its number, beside the media directory.
-#include <string>
-
-#include <gtest/gtest.h>
 
 #include "tests/media/scan_checks.h"
 #include "tests/support/media_world.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

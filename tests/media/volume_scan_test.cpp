@@ -2,17 +2,12 @@
 // layouts have tests of their own.
 #include "media/volume_scan.h"
 
-#include <stdexcept>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "console/logger.h"
 #include "tests/media/scan_checks.h"
 #include "tests/support/media_world.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_env.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

@@ -1,11 +1,7 @@
 // Takes an input apart that is nothing but bytes.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <string>
-#include <string_view>
-#include <vector>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,12 +1,11 @@
 #include "tests/models/command_line_laws.h"
 
-#include <map>
-
 #include "launcher/launcher.h"
 #include "tests/models/law.h"
 #include "tests/models/path_model.h"
 #include "tests/support/in_process.h"
 #include "tests/support/scoped_env.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

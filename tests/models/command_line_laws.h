@@ -1,9 +1,7 @@
 // The laws of the command line (launcher/command_line.cpp).
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

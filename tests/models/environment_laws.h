@@ -1,9 +1,7 @@
 // The laws of the environment (environment/environment.h).
 #pragma once
 
-#include <ostream>
-#include <string>
-#include <vector>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -3,11 +3,7 @@
 // model of it, which is written in another way on purpose.
 #pragma once
 
-#include <stdexcept>
-#include <string>
-#include <string_view>
-
-#include <gtest/gtest.h>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,11 +1,10 @@
 #include "tests/models/path_laws.h"
 
-#include <utility>
-
 #include "insio/path.h"
 #include "insio/path_text.h"
 #include "tests/models/law.h"
 #include "tests/models/path_model.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,7 +1,7 @@
 // The laws of path values and path texts (insio/path.h, insio/path_text.h).
 #pragma once
 
-#include <string>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

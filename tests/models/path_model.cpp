@@ -1,6 +1,6 @@
 #include "tests/models/path_model.h"
 
-#include <algorithm>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

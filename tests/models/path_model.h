@@ -1,9 +1,7 @@
 // What paths are, once more: a list of names and whether it begins at the root.
 #pragma once
 
-#include <string>
-#include <string_view>
-#include <vector>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

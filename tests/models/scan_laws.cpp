@@ -1,23 +1,15 @@
 #include "tests/models/scan_laws.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <stdexcept>
-
 #include "console/logger.h"
 #include "media/volume_scan.h"
 #include "tests/models/law.h"
 #include "tests/models/scan_model.h"
 #include "tests/support/in_process.h"
 #include "tests/support/scoped_env.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 /// A fuzzer makes many files, so it makes them in the shortest way.
 void MakeFile(const std::string& path, const std::string& contents) {

@@ -1,11 +1,9 @@
 // What a scan is to find, say and leave behind, told from the table alone.
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "tests/models/scan_table.h"
 #include "tests/support/scoped_env.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

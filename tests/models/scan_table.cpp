@@ -1,8 +1,7 @@
 #include "tests/models/scan_table.h"
 
-#include <algorithm>
-
 #include "tests/models/text_model.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

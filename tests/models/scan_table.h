@@ -6,13 +6,8 @@
 // One of the levels may be an AM volume, by a marker in it; the other AM volumes lie beside that.
 #pragma once
 
-#include <cstdint>
-#include <map>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "tests/models/byte_source.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,11 +1,10 @@
 #include "tests/models/split_laws.h"
 
-#include <array>
-
 #include "console/command_split.h"
 #include "launcher/installer_command.h"
 #include "tests/models/byte_source.h"
 #include "tests/models/law.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

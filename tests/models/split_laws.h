@@ -1,8 +1,7 @@
 // The laws of splitting a command's text (console/command_split.h).
 #pragma once
 
-#include <string>
-#include <vector>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

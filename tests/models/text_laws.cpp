@@ -1,21 +1,11 @@
 #include "tests/models/text_laws.h"
 
-#include <errno.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <array>
-#include <cstdio>
-#include <optional>
-#include <sstream>
-#include <stdexcept>
-
 #include "console/text.h"
 #include "insio/replace_in_lines.h"
 #include "media/marker.h"
 #include "tests/models/law.h"
 #include "tests/models/text_model.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

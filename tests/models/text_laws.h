@@ -2,7 +2,7 @@
 // (media/marker.h) and of replacing in files (insio/replace_in_lines.h).
 #pragma once
 
-#include <string>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,6 +1,6 @@
 #include "tests/models/text_model.h"
 
-#include <limits>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

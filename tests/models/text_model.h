@@ -1,11 +1,7 @@
 // Numbers, lines and replacements in texts, once more and slowly.
 #pragma once
 
-#include <cstdint>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <vector>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,9 +1,4 @@
 // A copy of a random tree is that tree, with every link replaced by what it leads to.
-#include <sys/stat.h>
-
-#include <filesystem>
-#include <map>
-#include <stdexcept>
 
 #include "insio/copy.h"
 #include "insio/delete.h"
@@ -11,12 +6,11 @@
 #include "tests/models/law.h"
 #include "tests/properties/property.h"
 #include "tests/support/scoped_umask.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 /// One entry of a random tree. The numbers are cut down to what there is to choose from.
 struct Node {

@@ -4,13 +4,9 @@
 // before the first property, and with a failure what reproduces it.
 #pragma once
 
-#include <algorithm>
 #include <rapidcheck.h>
-#include <sstream>
-#include <string>
-#include <utility>
 
-#include <gtest/gtest.h>
+#include "tests/support/test.h"
 
 // Tells of failures how to reproduce them; in the library, and not in its headers.
 namespace rc::detail {

@@ -1,10 +1,8 @@
 #include "tests/support/call_filter.h"
 
-#include <sys/prctl.h>
-#include <unistd.h>
-
-#include <cstddef>
 #include <linux/filter.h>
+
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

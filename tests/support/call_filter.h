@@ -2,7 +2,8 @@
 #pragma once
 
 #include <linux/seccomp.h>
-#include <vector>
+
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,6 +1,6 @@
 #include "tests/support/child_report.h"
 
-#include <fstream>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

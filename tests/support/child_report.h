@@ -1,11 +1,8 @@
 // What the fake installer wrote down about its start.
 #pragma once
 
-#include <map>
-#include <string>
-#include <vector>
-
 #include "tests/support/scoped_env.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,8 +1,6 @@
 #include "tests/support/generator_twin.h"
 
-#include <algorithm>
-#include <stdexcept>
-#include <vector>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,9 +1,6 @@
 #include "tests/support/in_process.h"
 
-#include <sys/types.h>
-#include <unistd.h>
-
-#include <cstddef>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -3,9 +3,7 @@
 // RunIsolated of outcome.h is nearer to reality.
 #pragma once
 
-#include <functional>
-#include <optional>
-#include <string>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,14 +1,11 @@
 #include "tests/support/media_world.h"
 
-#include <filesystem>
-
 #include "console/logger.h"
 #include "media/volume_scan.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr char kTmp[] = "tmp";
 constexpr char kReport[] = "report";

@@ -11,12 +11,10 @@
 // end).
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "tests/support/child_report.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_env.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

@@ -1,17 +1,8 @@
 #include "tests/support/outcome.h"
 
-#include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
-#include <climits>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <iostream>
-#include <stdexcept>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

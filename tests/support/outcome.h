@@ -1,11 +1,8 @@
 // What a piece of code or a program said and how it ended.
 #pragma once
 
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "tests/support/scoped_env.h"
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,15 +1,10 @@
 #include "tests/support/path_faults.h"
 
-#include <dirent.h>
-#include <errno.h>
-#include <fcntl.h>
 #include <limits.h>
-#include <sys/stat.h>
-#include <sys/types.h>
-#include <unistd.h>
 
 #include <cstdarg>
-#include <optional>
+
+#include "tests/support/test.h"
 
 extern "C" int __real_access(const char* path, int how);  // see below
 

@@ -3,8 +3,7 @@
 // the calls go through here first; the product is the same as ever.
 #pragma once
 
-#include <functional>
-#include <string>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,9 +1,6 @@
 #include "tests/support/scoped_env.h"
 
-#include <unistd.h>
-
-#include <stdlib.h>
-#include <string_view>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

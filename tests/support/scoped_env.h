@@ -1,8 +1,7 @@
 // The process environment in tests: set aside for a while, and compared as a whole.
 #pragma once
 
-#include <map>
-#include <string>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,8 +1,7 @@
 // The umask in tests: set for a while.
 #pragma once
 
-#include <sys/stat.h>
-#include <sys/types.h>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

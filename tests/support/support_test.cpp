@@ -1,13 +1,5 @@
 // The test tools themselves.
-#include <errno.h>
-#include <signal.h>
 #include <sys/vfs.h>
-#include <unistd.h>
-
-#include <cstdlib>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/support/child_report.h"
 #include "tests/support/in_process.h"
@@ -15,13 +7,11 @@
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/system_faults.h"
+#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 TEST(TestDirectory, IsRemovedWithEverythingInIt) {
   std::string path;

@@ -1,14 +1,8 @@
 #include "tests/support/system_faults.h"
 
-#include <dirent.h>
-#include <errno.h>
-#include <sys/types.h>
 #include <sys/vfs.h>
 
-#include <algorithm>
-#include <array>
-#include <cstddef>
-#include <optional>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -2,7 +2,7 @@
 // these calls go through here first; the product is the same as ever.
 #pragma once
 
-#include <cstdint>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -1,22 +1,11 @@
 #include "tests/support/test_directory.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
 #include <utime.h>
 
-#include <algorithm>
-#include <cstdlib>
-#include <fstream>
-#include <iostream>
-#include <sstream>
-#include <stdexcept>
-
-#include <gtest/gtest.h>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr std::size_t kLongContents = 200;
 

@@ -4,10 +4,7 @@
 // Everything here uses std::filesystem and never the library under test.
 #pragma once
 
-#include <filesystem>
-#include <string>
-#include <string_view>
-#include <vector>
+#include "tests/support/test.h"
 
 namespace kvl::test {
 
