@@ -1,0 +1,45 @@
+# CPack runs this in the tree that it is about to pack.
+set(tree ${CPACK_TEMPORARY_INSTALL_DIRECTORY}${CPACK_PACKAGING_INSTALL_PREFIX})
+
+function(run)
+  execute_process(COMMAND ${ARGV} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+# The start scripts are those of a media that kvl-media made. What an author changes in them are the
+# names behind KVL_OS and KVL_Installer_EXE.
+function(add_start_scripts)
+  set(made ${CPACK_TEMPORARY_DIRECTORY}.media)
+  file(REMOVE_RECURSE ${made})
+  file(MAKE_DIRECTORY ${made}/payload)
+  file(WRITE ${made}/INSTALLER "#!/bin/sh\n")
+  run(${CPACK_KVL_SOURCES}/build/release/bin/kvl-media make --tag TEMPLATE --os linux
+    --installer ${made}/INSTALLER ${made}/payload ${made}/media)
+  file(COPY ${made}/media/StartTUI.sh ${made}/media/StartGUI.sh
+    DESTINATION ${tree}/share/kvl-launcher)
+endfunction()
+
+# As Debian wants it: the licence is in the file "copyright".
+function(follow_debian)
+  set(texts ${tree}/share/doc/kvl-launcher)
+  file(REMOVE ${texts}/LICENSE)
+  file(RENAME ${tree}/share/zsh/site-functions ${tree}/share/zsh/vendor-completions)
+  file(MAKE_DIRECTORY ${tree}/share/lintian/overrides)
+  file(COPY_FILE ${CPACK_KVL_SOURCES}/packaging/lintian-overrides
+    ${tree}/share/lintian/overrides/kvl-launcher)
+  set(version ${CPACK_PACKAGE_VERSION})
+  execute_process(COMMAND date -R -u -d "@$ENV{SOURCE_DATE_EPOCH}" OUTPUT_VARIABLE date)
+  file(WRITE ${texts}/changelog
+    "kvl-launcher (${version}) unstable; urgency=medium\n\n"
+    "  * Release ${version}; CHANGELOG.md says what is new.\n\n"
+    " -- ${CPACK_PACKAGE_CONTACT}  ${date}")
+  file(GLOB pages ${tree}/share/man/*/*)
+  run(gzip -9n ${texts}/changelog ${pages})
+endfunction()
+
+file(GLOB programs ${tree}/bin/*)
+run(${CPACK_KVL_STRIP} --strip-all --remove-section=.comment --remove-section=.note ${programs})
+add_start_scripts()
+if(CPACK_GENERATOR STREQUAL DEB)
+  follow_debian()
+endif()
+run(find ${CPACK_TEMPORARY_INSTALL_DIRECTORY} -exec touch -h -d "@$ENV{SOURCE_DATE_EPOCH}" "{}" +)
