@@ -1,8 +1,6 @@
 // The search for the first AM volume: the marker above the media directory.
 
-#include "insio/exceptions.h"
 #include "tests/media/scan_checks.h"
-#include "tests/support/media_world.h"
 #include "tests/support/system_faults.h"
 #include "tests/support/test.h"
 
@@ -15,49 +13,31 @@ struct SearchedMedia {
   MediaWorld world;
   VolumeBuilder am = world.Volume("w/9/am");
 
-  SearchedMedia() {
-    world.Volume("w/9/am/x/1").Announces("2").Marker(1, "SET-A");
-    world.Volume("w/9").Marker(9, "AM-TOP");
+  void ExpectOnScan(const std::string& transcript) {
+    ExpectScan(world, "w/9/am/x/1: volumes=2 1=SET-A; w/9: 9=AM-TOP", kBeginning + transcript);
   }
 
-  ScanSeen Scan() { return world.ScanFrom("w/9/am/x/1"); }
-
-  static ExpectedScan FoundInAm(int number) {
+  void ExpectFoundInAm(int number) {
     const std::string text = std::to_string(number);
-    return {.out =
-                " INFO: This media is composed of 2 volumes.\n"
-                "       Volume 1 found in: {w/9/am/x/1}\n"
-                "       AM volume " +
-                text + " found in: {w/9/am}\n",
-            .volumes_count = "2",
-            .mtb_dir = "AM-A",
-            .first_am_volume = text,
-            .first_am_path = "{w/9/am}",
-            .am_relative_path = "x"};
+    ExpectOnScan("       AM volume " + text + " found in: {w/9/am}\n= 0 AMRelativePath=x " +
+                 "FirstAMPath={w/9/am} FirstAMVolume=" + text + " MTBDIR=AM-A VolumesCount=2");
   }
 
-  static ExpectedScan FoundAtTheTop() {
-    return {.out =
-                " INFO: This media is composed of 2 volumes.\n"
-                "       Volume 1 found in: {w/9/am/x/1}\n"
-                "       AM volume 9 found in: {w/9}\n",
-            .volumes_count = "2",
-            .mtb_dir = "AM-TOP",
-            .first_am_volume = "9",
-            .first_am_path = "{w/9}",
-            .am_relative_path = "am/x"};
+  void ExpectFoundAtTheTop() {
+    ExpectOnScan(R"(       AM volume 9 found in: {w/9}
+= 0 AMRelativePath=am/x FirstAMPath={w/9} FirstAMVolume=9 MTBDIR=AM-TOP VolumesCount=2)");
   }
 
-  static ExpectedScan CannotOpen(const std::string& name) {
-    return {.out =
-                " INFO: This media is composed of 2 volumes.\n"
-                "       Volume 1 found in: {w/9/am/x/1}\n",
-            .err = " WARN: Cannot open " + name +
-                   " in {w/9/am}\n"
-                   "       Please make sure you copied and/or extracted everything properly.\n",
-            .volumes_count = "2",
-            .mtb_dir = "SET-A"};
+  void ExpectCannotOpen(const std::string& name) {
+    ExpectOnScan("2> WARN: Cannot open " + name + R"( in {w/9/am}
+2>       Please make sure you copied and/or extracted everything properly.
+= 0 MTBDIR=SET-A VolumesCount=2)");
   }
+
+  static inline const std::string kBeginning = R"(
+ INFO: This media is composed of 2 volumes.
+       Volume 1 found in: {w/9/am/x/1}
+)";
 };
 
 TEST(AmSearch, TakesFilesNamedByOneOrTwoCharactersThatReadAsANumber) {
@@ -73,7 +53,7 @@ TEST(AmSearch, TakesFilesNamedByOneOrTwoCharactersThatReadAsANumber) {
     SearchedMedia media;
     media.am.File(row.name, "MTBDIR=AM-A\n");
     SCOPED_TRACE(row.name);
-    ExpectScan(media.world, media.Scan(), SearchedMedia::FoundInAm(row.number));
+    media.ExpectFoundInAm(row.number);
   }
 }
 
@@ -86,7 +66,7 @@ TEST(AmSearch, PassesFilesWithOtherNames) {
     SearchedMedia media;
     media.am.File(name, "MTBDIR=AM-A\n");
     SCOPED_TRACE(name);
-    ExpectScan(media.world, media.Scan(), SearchedMedia::FoundAtTheTop());
+    media.ExpectFoundAtTheTop();
   }
 }
 
@@ -99,7 +79,7 @@ TEST(AmSearch, FindsTheMarkerAmongOtherNumberedFilesInAnyOrder) {
       media.am.File(name, name == "2.txt" ? "MTBDIR=AM-A\n" : "MTBDIR=AM-B\n");
     }
     SCOPED_TRACE(names.front());
-    ExpectScan(media.world, media.Scan(), SearchedMedia::FoundInAm(2));
+    media.ExpectFoundInAm(2);
   }
 }
 
@@ -110,20 +90,20 @@ TEST(AmSearch, OfSeveralMarkersTakesTheFirstInTheDirectorysOwnOrder) {
   for (const auto& entry : std::filesystem::directory_iterator(media.world.Path("w/9/am"))) {
     if (first == 0 && entry.is_regular_file()) first = std::stoi(entry.path().filename().string());
   }
-  ExpectScan(media.world, media.Scan(), SearchedMedia::FoundInAm(first));
+  media.ExpectFoundInAm(first);
 }
 
 TEST(AmSearch, TakesALinkToAFile) {
   SearchedMedia media;
   media.world.Volume("elsewhere").File("marker", "MTBDIR=AM-A\r\n");
   media.am.Link("5.txt", "{elsewhere/marker}");
-  ExpectScan(media.world, media.Scan(), SearchedMedia::FoundInAm(5));
+  media.ExpectFoundInAm(5);
 }
 
 TEST(AmSearch, PassesADirectoryAndALinkToOne) {
   SearchedMedia media;
   media.am.Dir("5.txt").Link("6.txt", "{w}");
-  ExpectScan(media.world, media.Scan(), SearchedMedia::FoundAtTheTop());
+  media.ExpectFoundAtTheTop();
 }
 
 TEST(AmSearch, EndsAtAMarkerThatCannotBeReadOrHasNoTag) {
@@ -144,60 +124,45 @@ TEST(AmSearch, EndsAtAMarkerThatCannotBeReadOrHasNoTag) {
     SearchedMedia media;
     row.make(media);
     SCOPED_TRACE(row.name);
-    ExpectScan(media.world, media.Scan(), SearchedMedia::CannotOpen(row.name));
+    media.ExpectCannotOpen(row.name);
   }
 }
 
 TEST(AmSearch, BeginsAboveTheMediaDirectory) {
   SearchedMedia media;
   media.world.Volume("w/9/am/x/1").Marker(7, "AM-A");
-  ExpectScan(media.world, media.Scan(), SearchedMedia::FoundAtTheTop());
+  media.ExpectFoundAtTheTop();
 }
 
 TEST(AmSearch, TakesTheParentOfTheMediaDirectoryFirst) {
   SearchedMedia media;
-  media.am.Marker(5, "AM-B");
-  media.world.Volume("w/9/am/x").Marker(4, "AM-A");
-  ExpectedScan expected = SearchedMedia::FoundInAm(4);
-  expected.out =
-      " INFO: This media is composed of 2 volumes.\n"
-      "       Volume 1 found in: {w/9/am/x/1}\n"
-      "       AM volume 4 found in: {w/9/am/x}\n";
-  expected.first_am_path = "{w/9/am/x}";
-  expected.am_relative_path = "";
-  ExpectScan(media.world, media.Scan(), expected);
+  media.world.Make("w/9/am: 5=AM-B; w/9/am/x: 4=AM-A");
+  media.ExpectOnScan(R"(       AM volume 4 found in: {w/9/am/x}
+= 0 FirstAMPath={w/9/am/x} FirstAMVolume=4 MTBDIR=AM-A VolumesCount=2)");
 }
 
 TEST(AmSearch, ClimbsSeveralLevels) {
-  MediaWorld world;
-  world.Volume("w/3/a/b/c/d/1").Announces("2").Marker(1, "SET-A");
-  world.Volume("w/3").Marker(3, "AM-A");
-  ExpectScan(world, world.ScanFrom("w/3/a/b/c/d/1"),
-             {.out = " INFO: This media is composed of 2 volumes.\n"
-                     "       Volume 1 found in: {w/3/a/b/c/d/1}\n"
-                     "       AM volume 3 found in: {w/3}\n",
-              .volumes_count = "2",
-              .mtb_dir = "AM-A",
-              .first_am_volume = "3",
-              .first_am_path = "{w/3}",
-              .am_relative_path = "a/b/c/d"});
+  ExpectScan("w/3/a/b/c/d/1: volumes=2 1=SET-A; w/3: 3=AM-A", R"(
+ INFO: This media is composed of 2 volumes.
+       Volume 1 found in: {w/3/a/b/c/d/1}
+       AM volume 3 found in: {w/3}
+= 0 AMRelativePath=a/b/c/d FirstAMPath={w/3} FirstAMVolume=3 MTBDIR=AM-A VolumesCount=2)");
 }
 
+/// The marker lies beyond the first name of the relative path.
 TEST(AmSearch, WithoutAMarkerOnTheWayUpFailsSilently) {
   MediaWorld world;
-  world.Volume("a/b/1").Announces("2").Marker(1, "SET-A");
-  world.Volume(".").Marker(5, "AM-A");  // beyond the first name of the relative path
-  ExpectScan(world, ScanRelative(world, "a/b/1"),
-             {.out = " INFO: This media is composed of 2 volumes.\n"
-                     "       Volume 1 found in: a/b/1\n",
-              .volumes_count = "2",
-              .mtb_dir = "SET-A"});
+  world.Make("a/b/1: volumes=2 1=SET-A; .: 5=AM-A");
+  ExpectSeen(world, ScanRelative(world, "a/b/1"), R"(
+ INFO: This media is composed of 2 volumes.
+       Volume 1 found in: a/b/1
+= 0 MTBDIR=SET-A VolumesCount=2)");
 }
 
 TEST(AmSearch, PassesADirectoryWhoseListIsBrokenOff) {
   SearchedMedia media;
   const FailingCall failing(FailingCall::kReadDir, EIO);
-  EXPECT_EQ(media.Scan().code, 0);
+  media.ExpectOnScan("= 0 MTBDIR=SET-A VolumesCount=2");
 }
 
 }  // namespace

@@ -1,105 +1,80 @@
 // All volumes in one directory: the markers 2.txt, 3.txt, ... beside 1.txt.
 
 #include "tests/media/scan_checks.h"
-#include "tests/support/media_world.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
+constexpr char kComplete[] = R"(
+ INFO: This media is composed of 3 volumes.
+       All volumes found in: {1}
+= 1 MTBDIR=SET-A)";
+
+constexpr char kIncomplete[] = R"(
+ INFO: This media is composed of 3 volumes.
+2> WARN: Missing volumes. Please make sure you copied everything correctly.
+= 0 MTBDIR=SET-A VolumesCount=3)";
+
 /// A media {1} of three volumes, none but the first one there yet.
 struct FlatMedia {
   MediaWorld world;
-  VolumeBuilder media = world.Volume("1").Announces("3").Marker(1, "SET-A");
+  VolumeBuilder media = world.Volume("1");
 
-  void ExpectOnScan(const ExpectedScan& expected) {
-    ExpectScan(world, world.ScanFrom("1"), expected);
+  void ExpectOnScan(const std::string& transcript) {
+    ExpectScan(world, "1: volumes=3 1=SET-A", transcript);
   }
 };
 
 TEST(FlatLayout, WithAllVolumesLooksLikeASingleVolume) {
-  FlatMedia flat;
-  flat.media.Marker(2, "SET-A").Marker(3, "SET-A");
-  flat.ExpectOnScan({.code = 1,
-                     .out = " INFO: This media is composed of 3 volumes.\n"
-                            "       All volumes found in: {1}\n",
-                     .volumes_count = "",
-                     .mtb_dir = "SET-A"});
+  ExpectScan("1: volumes=3 1=SET-A 2=SET-A 3=SET-A", kComplete);
 }
 
 TEST(FlatLayout, OfTwoVolumesIsComplete) {
   MediaWorld world;
-  world.Volume("a b").Announces("2").Marker(1, "SET A").Marker(2, "SET A");
-  ExpectScan(world, world.ScanFrom("a b"),
-             {.code = 1,
-              .out = " INFO: This media is composed of 2 volumes.\n"
-                     "       All volumes found in: {a b}\n",
-              .mtb_dir = "SET A"});
+  world.Volume("a b").Marker(1, "SET A").Marker(2, "SET A");
+  ExpectScan(world, "a b: volumes=2", R"(
+ INFO: This media is composed of 2 volumes.
+       All volumes found in: {a b}
+= 1 MTBDIR=SET A)");
 }
 
 TEST(FlatLayout, OfTwelveVolumesReadsNumbersWithoutLeadingZeros) {
-  MediaWorld world;
-  auto media = world.Volume("1").Announces("12");
-  for (int i = 1; i <= 12; ++i) media.Marker(i, "SET-A");
-  ExpectScan(world, world.ScanFrom("1"),
-             {.code = 1,
-              .out = " INFO: This media is composed of 12 volumes.\n"
-                     "       All volumes found in: {1}\n",
-              .mtb_dir = "SET-A"});
+  ExpectScan("1: volumes=12 1=S 2=S 3=S 4=S 5=S 6=S 7=S 8=S 9=S 10=S 11=S 12=S", R"(
+ INFO: This media is composed of 12 volumes.
+       All volumes found in: {1}
+= 1 MTBDIR=S)");
 }
 
 TEST(FlatLayout, DoesNotLookAtMarkersBeyondTheCount) {
-  FlatMedia flat;
-  flat.media.Marker(2, "SET-A").Marker(3, "SET-A").Marker(4, "SET-B").Marker(0, "SET-B");
-  flat.ExpectOnScan({.code = 1,
-                     .out = " INFO: This media is composed of 3 volumes.\n"
-                            "       All volumes found in: {1}\n",
-                     .mtb_dir = "SET-A"});
+  ExpectScan("1: volumes=3 1=SET-A 2=SET-A 3=SET-A 4=SET-B 0=SET-B", kComplete);
 }
 
 TEST(FlatLayout, WithOneOfTwoFurtherVolumesIsIncomplete) {
-  for (const int present : {2, 3}) {
-    FlatMedia flat;
-    flat.media.Marker(present, "SET-A");
-    SCOPED_TRACE(present);
-    flat.ExpectOnScan(
-        {.code = 0,
-         .out = " INFO: This media is composed of 3 volumes.\n",
-         .err = " WARN: Missing volumes. Please make sure you copied everything correctly.\n",
-         .volumes_count = "3",
-         .mtb_dir = "SET-A"});
-  }
+  ExpectScan("1: volumes=3 1=SET-A 2=SET-A", kIncomplete);
+  ExpectScan("1: volumes=3 1=SET-A 3=SET-A", kIncomplete);
 }
 
 TEST(FlatLayout, WithAVolumeOfAnotherSetFails) {
-  FlatMedia flat;
-  flat.media.Marker(2, "SET-B").Marker(3, "SET-A");
-  flat.ExpectOnScan({.code = 0,
-                     .out = " INFO: This media is composed of 3 volumes.\n",
-                     .err = " WARN: Volume 2 of SET-B found in the directory of SET-A\n",
-                     .volumes_count = "3",
-                     .mtb_dir = "SET-A"});
+  ExpectScan("1: volumes=3 1=SET-A 2=SET-B 3=SET-A", R"(
+ INFO: This media is composed of 3 volumes.
+2> WARN: Volume 2 of SET-B found in the directory of SET-A
+= 0 MTBDIR=SET-A VolumesCount=3)");
 }
 
 TEST(FlatLayout, ReportsEveryVolumeOfAnotherSet) {
-  FlatMedia flat;
-  flat.media.Marker(2, "SET-B").Marker(3, "SET-C");
-  flat.ExpectOnScan({.code = 0,
-                     .out = " INFO: This media is composed of 3 volumes.\n",
-                     .err = " WARN: Volume 2 of SET-B found in the directory of SET-A\n"
-                            " WARN: Volume 3 of SET-C found in the directory of SET-A\n",
-                     .volumes_count = "3",
-                     .mtb_dir = "SET-A"});
+  ExpectScan("1: volumes=3 1=SET-A 2=SET-B 3=SET-C", R"(
+ INFO: This media is composed of 3 volumes.
+2> WARN: Volume 2 of SET-B found in the directory of SET-A
+2> WARN: Volume 3 of SET-C found in the directory of SET-A
+= 0 MTBDIR=SET-A VolumesCount=3)");
 }
 
 TEST(FlatLayout, WithAVolumeOfAnotherSetSaysNothingOfMissingOnes) {
-  FlatMedia flat;
-  flat.media.Marker(3, "SET-B");
-  flat.ExpectOnScan({.code = 0,
-                     .out = " INFO: This media is composed of 3 volumes.\n",
-                     .err = " WARN: Volume 3 of SET-B found in the directory of SET-A\n",
-                     .volumes_count = "3",
-                     .mtb_dir = "SET-A"});
+  ExpectScan("1: volumes=3 1=SET-A 3=SET-B", R"(
+ INFO: This media is composed of 3 volumes.
+2> WARN: Volume 3 of SET-B found in the directory of SET-A
+= 0 MTBDIR=SET-A VolumesCount=3)");
 }
 
 TEST(FlatLayout, ComparesTagsByteByByte) {
@@ -108,87 +83,49 @@ TEST(FlatLayout, ComparesTagsByteByByte) {
                                    "SET-A" + zero, std::string("SET-A\xff")}) {
     FlatMedia flat;
     flat.media.Marker(2, "SET-A").Marker(3, other);
-    SCOPED_TRACE(other);
-    flat.ExpectOnScan({.code = 0,
-                       .out = " INFO: This media is composed of 3 volumes.\n",
-                       .err = " WARN: Volume 3 of " + other + " found in the directory of SET-A\n",
-                       .volumes_count = "3",
-                       .mtb_dir = "SET-A"});
+    flat.ExpectOnScan("\n INFO: This media is composed of 3 volumes.\n2> WARN: Volume 3 of " +
+                      other + " found in the directory of SET-A\n= 0 MTBDIR=SET-A VolumesCount=3");
   }
 }
 
 TEST(FlatLayout, TakesAMarkerWithCarriageReturnsForTheSameSet) {
   FlatMedia flat;
   flat.media.File("2.txt", "MTBDIR=SET-A\r\n").File("3.txt", "TITLE=x\r\nMTBDIR=SET-A");
-  flat.ExpectOnScan({.code = 1,
-                     .out = " INFO: This media is composed of 3 volumes.\n"
-                            "       All volumes found in: {1}\n",
-                     .mtb_dir = "SET-A"});
+  flat.ExpectOnScan(kComplete);
 }
 
 TEST(FlatLayout, CountsAMarkerWithoutATagAsAbsent) {
   FlatMedia flat;
   flat.media.Marker(2, "SET-A").File("3.txt", "MTBDIR=\n");
-  const ExpectedScan incomplete = {
-      .code = 0,
-      .out = " INFO: This media is composed of 3 volumes.\n",
-      .err = " WARN: Missing volumes. Please make sure you copied everything correctly.\n",
-      .volumes_count = "3",
-      .mtb_dir = "SET-A"};
-  flat.ExpectOnScan(incomplete);
+  flat.ExpectOnScan(kIncomplete);
   flat.media.File("3.txt", "mtbdir=SET-A\n");
-  flat.ExpectOnScan(incomplete);
+  flat.ExpectOnScan(kIncomplete);
 }
 
 TEST(FlatLayout, CountsAMarkerThatCannotBeReadAsAbsent) {
-  const auto expect_incomplete = [](FlatMedia& flat) {
-    flat.ExpectOnScan(
-        {.code = 0,
-         .out = " INFO: This media is composed of 3 volumes.\n",
-         .err = " WARN: Missing volumes. Please make sure you copied everything correctly.\n",
-         .volumes_count = "3",
-         .mtb_dir = "SET-A"});
-  };
   FlatMedia directory, dangling, closed;
-  directory.media.Marker(2, "SET-A").Dir("3.txt");
-  expect_incomplete(directory);
-  dangling.media.Marker(2, "SET-A").Link("3.txt", "{nowhere}");
-  expect_incomplete(dangling);
-  closed.media.Marker(2, "SET-A");
+  directory.media.Dir("3.txt");
+  dangling.media.Link("3.txt", "{nowhere}");
   MakeUnopenable(closed.world.Path("1/3.txt"));
-  expect_incomplete(closed);
+  for (FlatMedia* flat : {&directory, &dangling, &closed}) {
+    flat->media.Marker(2, "SET-A");
+    flat->ExpectOnScan(kIncomplete);
+  }
 }
 
 TEST(FlatLayout, TakesLinksToMarkers) {
   FlatMedia flat;
-  flat.world.Volume("other").Marker(2, "SET-A");
+  flat.world.Make("other: 2=SET-A");
   flat.media.Link("2.txt", "{other/2.txt}").Link("3.txt", "1.txt");
-  flat.ExpectOnScan({.code = 1,
-                     .out = " INFO: This media is composed of 3 volumes.\n"
-                            "       All volumes found in: {1}\n",
-                     .mtb_dir = "SET-A"});
+  flat.ExpectOnScan(kComplete);
 }
 
 TEST(FlatLayout, OnceBegunKeepsTheScanFromCompleteSiblings) {
-  FlatMedia incomplete;
-  incomplete.media.Marker(2, "SET-A");
-  FlatMedia mixed_up;
-  mixed_up.media.Marker(2, "SET-B");
-  for (FlatMedia* flat : {&incomplete, &mixed_up}) {
-    flat->world.Volume("2").Marker(2, "SET-A");
-    flat->world.Volume("3").Marker(3, "SET-A");
-  }
-  incomplete.ExpectOnScan(
-      {.code = 0,
-       .out = " INFO: This media is composed of 3 volumes.\n",
-       .err = " WARN: Missing volumes. Please make sure you copied everything correctly.\n",
-       .volumes_count = "3",
-       .mtb_dir = "SET-A"});
-  mixed_up.ExpectOnScan({.code = 0,
-                         .out = " INFO: This media is composed of 3 volumes.\n",
-                         .err = " WARN: Volume 2 of SET-B found in the directory of SET-A\n",
-                         .volumes_count = "3",
-                         .mtb_dir = "SET-A"});
+  ExpectScan("1: volumes=3 1=SET-A 2=SET-A; 2: 2=SET-A; 3: 3=SET-A", kIncomplete);
+  ExpectScan("1: volumes=3 1=SET-A 2=SET-B; 2: 2=SET-A; 3: 3=SET-A", R"(
+ INFO: This media is composed of 3 volumes.
+2> WARN: Volume 2 of SET-B found in the directory of SET-A
+= 0 MTBDIR=SET-A VolumesCount=3)");
 }
 
 }  // namespace

@@ -2,126 +2,95 @@
 // trying every number would give, and depends in its time on what is there alone.
 
 #include "tests/media/scan_checks.h"
-#include "tests/support/media_world.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
-constexpr char kComposed[] = " INFO: This media is composed of 2147483647 volumes.\n";
-
 TEST(HugeCount, InTheFlatLayoutFindsSomeOfTheVolumes) {
-  MediaWorld world;
-  world.Volume("m").Announces("2147483647").Marker(1, "SET-A").Marker(2147483647, "SET-A");
-  world.Volume("m").Marker(40, "").File("02.txt", "MTBDIR=SET-B\n");
-  ExpectScan(world, world.ScanFrom("m"),
-             {.out = kComposed,
-              .err = kMissingVolumes,
-              .volumes_count = "2147483647",
-              .mtb_dir = "SET-A"});
+  ExpectScan("m: volumes=2147483647 1=SET-A 2147483647=SET-A 40= 02=SET-B", R"(
+ INFO: This media is composed of 2147483647 volumes.
+2> WARN: Missing volumes. Please make sure you copied everything correctly.
+= 0 MTBDIR=SET-A VolumesCount=2147483647)");
 }
 
 TEST(HugeCount, InTheFlatLayoutReportsForeignVolumesInNumericalOrder) {
-  MediaWorld world;
-  world.Volume("m").Announces("2147483647").Marker(1, "SET-A").Marker(2, "SET-A");
-  world.Volume("m").Marker(1000000, "SET-B").Marker(999, "SET-C");
-  ExpectScan(world, world.ScanFrom("m"),
-             {.out = kComposed,
-              .err = " WARN: Volume 999 of SET-C found in the directory of SET-A\n"
-                     " WARN: Volume 1000000 of SET-B found in the directory of SET-A\n",
-              .volumes_count = "2147483647",
-              .mtb_dir = "SET-A"});
+  ExpectScan("m: volumes=2147483647 1=SET-A 2=SET-A 1000000=SET-B 999=SET-C", R"(
+ INFO: This media is composed of 2147483647 volumes.
+2> WARN: Volume 999 of SET-C found in the directory of SET-A
+2> WARN: Volume 1000000 of SET-B found in the directory of SET-A
+= 0 MTBDIR=SET-A VolumesCount=2147483647)");
 }
 
+/// {m/3} has no marker of its own.
 TEST(HugeCount, InTheSiblingLayoutFindsSomeOfTheVolumes) {
-  MediaWorld world;
-  world.Volume("m/1").Announces("2147483647").Marker(1, "SET-A");
-  world.Volume("m/2147483647").Marker(2147483647, "SET-A");
-  world.Volume("m/500").Marker(500, "SET-A");
-  world.Volume("m/3").Marker(2, "SET-A");  // no marker of its own
-  world.Volume("m/empty");
-  ExpectScan(world, world.ScanFrom("m/1"),
-             {.volumes = {"{m/500}", "{m/2147483647}"},
-              .out = kComposed + std::string("       Volume 1 found in: {m/1}\n"
-                                             "       Volume 500 found in: {m/500}\n"
-                                             "       Volume 2147483647 found in: {m/2147483647}\n"),
-              .err = kMissingVolumes,
-              .volumes_count = "2147483647",
-              .mtb_dir = "SET-A"});
+  ExpectScan(
+      "m/1: volumes=2147483647 1=SET-A; m/2147483647: 2147483647=SET-A; m/500: 500=SET-A; "
+      "m/3: 2=SET-A; m/empty:",
+      R"(
+ INFO: This media is composed of 2147483647 volumes.
+       Volume 1 found in: {m/1}
+       Volume 500 found in: {m/500}
+       Volume 2147483647 found in: {m/2147483647}
+2> WARN: Missing volumes. Please make sure you copied everything correctly.
+= 0 {m/500} {m/2147483647} MTBDIR=SET-A VolumesCount=2147483647)");
 }
 
+/// The AM volume 8 lies before the first one, 2147483656 behind the last one.
 TEST(HugeCount, InTheAmLayoutFindsSomeOfTheVolumes) {
-  MediaWorld world;
-  world.Volume("am/9/sets/1").Announces("2147483647").Marker(1, "SET-A");
-  world.Volume("am/9").Marker(9, "AM-A");
-  world.Volume("am/10").Marker(10, "AM-A");
-  world.Volume("am/10/sets/2").Marker(2, "SET-A");
-  world.Volume("am/1008").Marker(1008, "AM-A");
-  world.Volume("am/8").Marker(8, "AM-A");                                 // before the first one
-  world.Volume("am/2147483656").File("2147483656.txt", "MTBDIR=AM-A\n");  // behind the last one
-  world.Volume("am/2147483655").File("2147483655.txt", "MTBDIR=AM-A\n");
-  world.Volume("am/2147483655/sets/2147483647").Marker(2147483647, "SET-A");
-  ExpectScan(world, world.ScanFrom("am/9/sets/1"),
-             {.volumes = {"{am/10/sets/2}", "{am/2147483655/sets/2147483647}"},
-              .out = kComposed + std::string("       Volume 1 found in: {am/9/sets/1}\n"
-                                             "       AM volume 9 found in: {am/9}\n"
-                                             "       AM volume 10 found in: {am/10}\n"
-                                             "       Volume 2 found in: {am/10/sets/2}\n"
-                                             "       AM volume 1008 found in: {am/1008}\n"
-                                             "       AM volume 2147483655 found in: "
-                                             "{am/2147483655}\n"
-                                             "       Volume 2147483647 found in: "
-                                             "{am/2147483655/sets/2147483647}\n"),
-              .err = kMissingVolumes,
-              .volumes_count = "2147483647",
-              .mtb_dir = "AM-A",
-              .first_am_volume = "9",
-              .first_am_path = "{am/9}",
-              .am_relative_path = "sets"});
+  ExpectScan(
+      "am/9/sets/1: volumes=2147483647 1=SET-A; am/9: 9=AM-A; am/10: 10=AM-A; "
+      "am/10/sets/2: 2=SET-A; am/1008: 1008=AM-A; am/8: 8=AM-A; am/2147483656: 2147483656=AM-A; "
+      "am/2147483655: 2147483655=AM-A; am/2147483655/sets/2147483647: 2147483647=SET-A",
+      R"(
+ INFO: This media is composed of 2147483647 volumes.
+       Volume 1 found in: {am/9/sets/1}
+       AM volume 9 found in: {am/9}
+       AM volume 10 found in: {am/10}
+       Volume 2 found in: {am/10/sets/2}
+       AM volume 1008 found in: {am/1008}
+       AM volume 2147483655 found in: {am/2147483655}
+       Volume 2147483647 found in: {am/2147483655/sets/2147483647}
+2> WARN: Missing volumes. Please make sure you copied everything correctly.
+= 0 {am/10/sets/2} {am/2147483655/sets/2147483647} AMRelativePath=sets FirstAMPath={am/9})"
+      " FirstAMVolume=9 MTBDIR=AM-A VolumesCount=2147483647");
 }
 
 TEST(HugeCount, OfAnEmptyMediaDirectoryIsLookedForInTheRoot) {
   MediaWorld world;
-  world.Volume(".").Announces("2147483647").Marker(1, "SET-A");
-  world.Volume("77").Marker(77, "SET-A");
+  world.Make(".: volumes=2147483647 1=SET-A; 77: 77=SET-A");
   const auto seen = ScanInOwnRoot(world, "");
   if (!seen) GTEST_SKIP() << kCannotChangeRoot;
-  ExpectScan(world, *seen,
-             {.volumes = {"/77"},
-              .out = kComposed + std::string("       Volume 1 found in: \n"
-                                             "       Volume 77 found in: /77\n"),
-              .err = kMissingVolumes,
-              .volumes_count = "2147483647",
-              .mtb_dir = "SET-A"});
+  ExpectSeen(world, *seen, R"(
+ INFO: This media is composed of 2147483647 volumes.
+       Volume 1 found in: 
+       Volume 77 found in: /77
+2> WARN: Missing volumes. Please make sure you copied everything correctly.
+= 0 /77 MTBDIR=SET-A VolumesCount=2147483647)");
 }
 
+/// So many that the directory is listed.
 constexpr int kManyVolumes = 150;
 
 TEST(ManyVolumes, AllInTheMediaDirectoryAreCounted) {
-  MediaWorld world;
-  world.Volume("m").Announces("150");
-  for (int i = 1; i <= kManyVolumes; ++i) world.Volume("m").Marker(i, "SET-A");
-  ExpectScan(world, world.ScanFrom("m"),
-             {.code = 1,
-              .out = " INFO: This media is composed of 150 volumes.\n"
-                     "       All volumes found in: {m}\n",
-              .mtb_dir = "SET-A"});
+  std::string media = "m: volumes=150";
+  for (int i = 1; i <= kManyVolumes; ++i) media += " " + std::to_string(i) + "=SET-A";
+  ExpectScan(media, R"(
+ INFO: This media is composed of 150 volumes.
+       All volumes found in: {m}
+= 1 MTBDIR=SET-A)");
 }
 
 TEST(ManyVolumes, AllBesideTheMediaDirectoryAreListedInNumericalOrder) {
-  MediaWorld world;
-  world.Volume("m/1").Announces("150");
-  ExpectedScan expected = {.code = kManyVolumes,
-                           .out = " INFO: This media is composed of 150 volumes.\n",
-                           .volumes_count = "150",
-                           .mtb_dir = "SET-A"};
-  for (int i = 1; i <= kManyVolumes; ++i) {
-    const std::string number = std::to_string(i), place = "{m/" + number + "}";
-    world.Volume("m/" + number).Marker(i, "SET-A");
-    expected.out.append("       Volume ").append(number).append(" found in: ").append(place + "\n");
-    if (i > 1) expected.volumes.push_back(place);
+  std::string media = "m/1: volumes=150 1=S", lines = "       Volume 1 found in: {m/1}\n", list;
+  for (int i = 2; i <= kManyVolumes; ++i) {
+    const std::string number = std::to_string(i), place = "m/" + number;
+    media.append("; ").append(place).append(": ").append(number).append("=S");
+    lines.append("       Volume ").append(number).append(" found in: {").append(place + "}\n");
+    list.append(" {").append(place).append("}");
   }
-  ExpectScan(world, world.ScanFrom("m/1"), expected);
+  ExpectScan(media, "\n INFO: This media is composed of 150 volumes.\n" + lines + "= 150" + list +
+                        " MTBDIR=S VolumesCount=150");
 }
 
 }  // namespace

@@ -67,23 +67,33 @@ std::optional<ScanSeen> ScanIsolated(const MediaWorld& world, const std::string&
 
 }  // namespace
 
-Environment ScanVariables(const ExpectedScan& expected) {
-  return {{"KVLAdmInstVolumesCount", expected.volumes_count},
-          {"KVLAdmInstMTBDIR", expected.mtb_dir},
-          {"KVLAdmInstFirstAMVolume", expected.first_am_volume},
-          {"KVLAdmInstFirstAMPath", expected.first_am_path},
-          {"KVLAdmInstAMRelativePath", expected.am_relative_path}};
+void ExpectSeen(const MediaWorld& world, const ScanSeen& seen, const std::string& transcript) {
+  constexpr std::string_view kPrefix = "KVLAdmInst";
+  std::string text =
+      "\n" + seen.out + std::regex_replace(seen.err, std::regex("(^|\n)(?=.)"), "$012>");
+  text += "= " + std::to_string(seen.code);
+  for (const std::string& volume : seen.volumes) text += " " + volume;
+  std::set<std::string> names;
+  for (const auto& [name, value] : seen.env) {
+    names.insert(name);
+    if (!value.empty()) text += " " + name.substr(kPrefix.size()) + "=" + value;
+  }
+  EXPECT_EQ(text, world.Text(transcript));
+  EXPECT_EQ(seen.complete, seen.code != 0);
+  EXPECT_THAT(names,
+              ElementsAre("KVLAdmInstAMRelativePath", "KVLAdmInstFirstAMPath",
+                          "KVLAdmInstFirstAMVolume", "KVLAdmInstMTBDIR", "KVLAdmInstVolumesCount"));
 }
 
-void ExpectScan(const MediaWorld& world, const ScanSeen& seen, const ExpectedScan& expected) {
-  std::vector<std::string> volumes;
-  for (const std::string& volume : expected.volumes) volumes.push_back(world.Text(volume));
-  EXPECT_EQ(seen.code, expected.code);
-  EXPECT_EQ(seen.complete, expected.code != 0);
-  EXPECT_EQ(seen.volumes, volumes);
-  EXPECT_EQ(seen.out, world.Text(expected.out));
-  EXPECT_EQ(seen.err, world.Text(expected.err));
-  EXPECT_EQ(seen.env, world.Text(ScanVariables(expected)));
+void ExpectScan(MediaWorld& world, const std::string& media, const std::string& transcript) {
+  SCOPED_TRACE(media);
+  world.Make(media);
+  ExpectSeen(world, world.ScanFrom(media.substr(0, media.find(':'))), transcript);
+}
+
+void ExpectScan(const std::string& media, const std::string& transcript) {
+  MediaWorld world;
+  ExpectScan(world, media, transcript);
 }
 
 ScanSeen ScanRelative(const MediaWorld& world, const std::string& media) {

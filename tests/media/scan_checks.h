@@ -1,5 +1,5 @@
-// What a scan of a media is to give back, say and leave in the environment, compared as a whole;
-// and scans that cannot look at anything outside their world.
+// What a scan of a media gives back, says and leaves in the environment, compared as a whole; and
+// scans that cannot look at anything outside their world.
 #pragma once
 
 #include "tests/support/media_world.h"
@@ -11,25 +11,16 @@ namespace kvl::test {
 /// Why a test that needs ScanInOwnRoot is skipped.
 inline constexpr char kCannotChangeRoot[] = "this user cannot change the root directory here";
 
-/// In every text "{x}" stands for the path of x in the world. A scan is complete with every code
-/// but 0.
-struct ExpectedScan {
-  int code = 0;
-  std::vector<std::string> volumes = {};
-  std::string out = {};
-  std::string err = {};
-  // The variables: every scan sets these five, and no other.
-  std::string volumes_count = {};
-  std::string mtb_dir = {};
-  std::string first_am_volume = {};
-  std::string first_am_path = {};
-  std::string am_relative_path = {};
-};
+/// Compares a scan with a transcript, which begins with a line feed and holds: the lines of standard
+/// output; those of standard error, each behind "2>"; and last "= <code>", the volumes, and those of
+/// the five variables of a scan that are not empty, without "KVLAdmInst". "{x}" stands for the path of
+/// x in the world. A scan is complete with every code but 0, and sets these five variables and no other.
+void ExpectSeen(const MediaWorld& world, const ScanSeen& seen, const std::string& transcript);
 
-/// The five variables with the values expected.
-Environment ScanVariables(const ExpectedScan& expected);
-
-void ExpectScan(const MediaWorld& world, const ScanSeen& seen, const ExpectedScan& expected);
+/// Makes the media (see MediaWorld::Make) and scans the first of its directories.
+void ExpectScan(const std::string& media, const std::string& transcript);
+/// The same in a world that holds more already.
+void ExpectScan(MediaWorld& world, const std::string& media, const std::string& transcript);
 
 /// Scans the media named relative to the world, in a process that works in the world's directory.
 /// The way up from a relative directory ends at its first name, so nothing outside is looked at.

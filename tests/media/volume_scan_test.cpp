@@ -4,9 +4,7 @@
 
 #include "console/logger.h"
 #include "tests/media/scan_checks.h"
-#include "tests/support/media_world.h"
 #include "tests/support/outcome.h"
-#include "tests/support/scoped_env.h"
 #include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
@@ -14,8 +12,8 @@ namespace kvl::test {
 namespace {
 
 /// What "all is there, and nothing more needs to be done" looks like.
-const ExpectedScan kSilentlyComplete = {.code = 1};
-const ExpectedScan kSilentlyFailed = {.code = 0};
+constexpr char kSilentlyComplete[] = "\n= 1";
+constexpr char kSilentlyFailed[] = "\n= 0";
 
 TEST(ScanOutcome, IsAFailureUnlessToldOtherwise) {
   const ScanOutcome outcome;
@@ -25,158 +23,132 @@ TEST(ScanOutcome, IsAFailureUnlessToldOtherwise) {
 
 TEST(ScanMediaVolumes, WithoutVolumesTxtIsComplete) {
   MediaWorld world;
-  world.Volume("empty");
-  world.Volume("marked").Dir("inst").Marker(1, "SET-A").Marker(2, "SET-A");
+  world.Make("empty:; marked/inst:; marked: 1=SET-A 2=SET-A");
   world.Volume("odd").File("inst", "not a directory");
   world.Volume("dangling").Link("inst/volumes.txt", "{nowhere}");
   for (const char* name : {"empty", "marked", "odd", "dangling", "missing"}) {
     SCOPED_TRACE(name);
-    ExpectScan(world, world.ScanFrom(name), kSilentlyComplete);
+    ExpectSeen(world, world.ScanFrom(name), kSilentlyComplete);
   }
 }
 
 TEST(ScanMediaVolumes, InSoftwareManagementDoesNotReadVolumesTxt) {
   MediaWorld world;
-  world.Volume("1").Announces("no number").Marker(1, "SET-A");
-  ExpectScan(world, world.ScanFrom("1", {}, /*software_management=*/true), kSilentlyComplete);
+  world.Make("1: volumes=no_number 1=SET-A");
+  ExpectSeen(world, world.ScanFrom("1", {}, /*software_management=*/true), kSilentlyComplete);
 }
 
 TEST(ScanMediaVolumes, FromAnOnlineRepositoryDoesNotReadVolumesTxt) {
   MediaWorld world;
-  world.Volume("1").Announces("no number").Marker(1, "SET-A");
+  world.Make("1: volumes=no_number 1=SET-A");
   for (const char* value : {"http://repository", "0", " "}) {
     SCOPED_TRACE(value);
-    ExpectScan(world, world.ScanFrom("1", {{"KVL_Online_Installation_Caf_Repositiory", value}}),
+    ExpectSeen(world, world.ScanFrom("1", {{"KVL_Online_Installation_Caf_Repositiory", value}}),
                kSilentlyComplete);
   }
 }
 
 TEST(ScanMediaVolumes, ReadsVolumesTxtWhenTheRepositoryIsEmptyOrSpeltOtherwise) {
   MediaWorld world;
-  world.Volume("1").Announces("2").Marker(1, "SET-A").Marker(2, "SET-A");
+  world.Make("1: volumes=2 1=SET-A 2=SET-A");
   for (const Environment& env :
        {Environment{{"KVL_Online_Installation_Caf_Repositiory", ""}},
         Environment{{"KVL_Online_Installation_Caf_Repository", "http://repository"}}}) {
-    ExpectScan(world, world.ScanFrom("1", env),
-               {.code = 1,
-                .out = " INFO: This media is composed of 2 volumes.\n"
-                       "       All volumes found in: {1}\n",
-                .mtb_dir = "SET-A"});
+    ExpectSeen(world, world.ScanFrom("1", env), R"(
+ INFO: This media is composed of 2 volumes.
+       All volumes found in: {1}
+= 1 MTBDIR=SET-A)");
   }
 }
 
 TEST(ScanMediaVolumes, FailsSilentlyWhenVolumesTxtCannotBeRead) {
   MediaWorld world;
-  world.Volume("empty").File("inst/volumes.txt", "").Marker(1, "SET-A");
-  world.Volume("directory").Dir("inst/volumes.txt").Marker(1, "SET-A");
-  world.Volume("closed").Dir("inst").Marker(1, "SET-A");
+  world.Make("empty: 1=SET-A; directory: 1=SET-A; closed: 1=SET-A; closed/inst:; pipe: 1=SET-A");
+  world.Volume("empty").File("inst/volumes.txt", "");
+  world.Volume("directory").Dir("inst/volumes.txt");
   MakeUnopenable(world.Path("closed/inst/volumes.txt"));
-  world.Volume("pipe").Marker(1, "SET-A");
   world.Directory().Pipe("pipe/inst/volumes.txt");
   for (const char* name : {"empty", "directory", "closed", "pipe"}) {
     SCOPED_TRACE(name);
-    ExpectScan(world, world.ScanFrom(name), kSilentlyFailed);
+    ExpectSeen(world, world.ScanFrom(name), kSilentlyFailed);
   }
 }
 
 TEST(ScanMediaVolumes, OfOneVolumeOrLessIsSilentlyComplete) {
-  const std::vector<std::string> rows = {
-      "1\n",  "1",          "1\r\n", "0\n",    "-1\n",  "-2147483648\n", " 1\n",
-      "+1\n", "1 volume\n", "01\n",  "1\n3\n", "0x3\n", "1.9\n",         "-0\n",
-  };
-  for (const std::string& contents : rows) {
+  for (const char* contents : {"1\n", "1", "1\r\n", "0\n", "-1\n", "-2147483648\n", " 1\n", "+1\n",
+                               "1 volume\n", "01\n", "1\n3\n", "0x3\n", "1.9\n", "-0\n"}) {
     MediaWorld world;
     world.Volume("1").File("inst/volumes.txt", contents);
     SCOPED_TRACE(contents);
-    ExpectScan(world, world.ScanFrom("1"), kSilentlyComplete);
+    ExpectSeen(world, world.ScanFrom("1"), kSilentlyComplete);
   }
 }
 
 TEST(ScanMediaVolumes, ShowsTheFirstLineOfVolumesTxtAsItStands) {
-  struct Row {
-    std::string contents;
-    std::string shown;
-  };
-  const std::vector<Row> rows = {
-      {"3\n", "3"},     {"3", "3"},
-      {"3\r\n", "3"},   {"3\r\r\n", "3\r"},
-      {"3 \n", "3 "},   {" 3\n", " 3"},
-      {"\t3\n", "\t3"}, {"+3\n", "+3"},
-      {"003\n", "003"}, {"3 volumes\n", "3 volumes"},
-      {"3.9\n", "3.9"}, {"3abc\n", "3abc"},
-      {"3\n1\n", "3"},  {"3-1\n", "3-1"},
-  };
-  for (const Row& row : rows) {
+  const std::map<std::string, std::string> shown = {
+      {"3\n", "3"},     {"3", "3"},       {"3\r\n", "3"},     {"3\r\r\n", "3\r"},
+      {"3 \n", "3 "},   {" 3\n", " 3"},   {"\t3\n", "\t3"},   {"+3\n", "+3"},
+      {"003\n", "003"}, {"3.9\n", "3.9"}, {"3abc\n", "3abc"}, {"3 volumes\n", "3 volumes"},
+      {"3\n1\n", "3"},  {"3-1\n", "3-1"}};
+  for (const auto& [contents, line] : shown) {
     MediaWorld world;
-    world.Volume("1").File("inst/volumes.txt", row.contents).Marker(1, "SET-A");
-    world.Volume("2").Marker(2, "SET-A");
-    world.Volume("3").Marker(3, "SET-A");
-    SCOPED_TRACE(row.contents);
-    ExpectScan(world, world.ScanFrom("1"),
-               {.code = 3,
-                .volumes = {"{2}", "{3}"},
-                .out = " INFO: This media is composed of " + row.shown +
-                       " volumes.\n"
-                       "       Volume 1 found in: {1}\n"
-                       "       Volume 2 found in: {2}\n"
-                       "       Volume 3 found in: {3}\n",
-                .volumes_count = row.shown,
-                .mtb_dir = "SET-A"});
+    world.Make("1: 1=SET-A; 2: 2=SET-A; 3: 3=SET-A");
+    world.Volume("1").File("inst/volumes.txt", contents);
+    SCOPED_TRACE(contents);
+    ExpectSeen(world, world.ScanFrom("1"),
+               "\n INFO: This media is composed of " + line + R"( volumes.
+       Volume 1 found in: {1}
+       Volume 2 found in: {2}
+       Volume 3 found in: {3}
+= 3 {2} {3} MTBDIR=SET-A VolumesCount=)" +
+                   line);
   }
 }
 
-/// Scans a media whose "volumes.txt" has these contents, in an empty environment: what it says, the
-/// text of the `Failure` it throws, and the environment afterwards.
+/// Compares what a scan of a media with these contents of "volumes.txt" throws, and says nothing.
 template <typename Failure>
-void ExpectScanThrows(const std::string& contents) {
-  MediaWorld world;
-  world.Volume("1").File("inst/volumes.txt", contents);
-  const ScopedEnv scoped;
-  std::string text = "(nothing thrown)";
-  const Outcome said = Catch([&] {
+void ExpectScanThrows(const std::vector<std::string>& volumes_files) {
+  for (const std::string& contents : volumes_files) {
+    SCOPED_TRACE(contents);
+    MediaWorld world;
+    world.Volume("1").File("inst/volumes.txt", contents);
+    const ScopedEnv scoped;
     Logger logger;
-    try {
-      ScanMediaVolumes(KVLInsIO::InsPath(world.Path("1")), /*software_management=*/false, logger);
-    } catch (const Failure& failure) {
-      text = failure.what();
-    }
-  });
-  EXPECT_EQ(text, "stoi") << contents;
-  EXPECT_EQ(said.out, "") << contents;
-  EXPECT_EQ(said.err, "") << contents;
-  EXPECT_EQ(CurrentEnvironment(), ScanVariables({})) << contents;
+    const Outcome said = Catch([&] {
+      EXPECT_THAT(
+          [&] {
+            ScanMediaVolumes(KVLInsIO::InsPath(world.Path("1")), /*software_management=*/false,
+                             logger);
+          },
+          testing::ThrowsMessage<Failure>("stoi"));
+    });
+    ExpectSeen(world, {0, false, {}, said.out, said.err, CurrentEnvironment()}, kSilentlyFailed);
+  }
 }
 
 TEST(ScanMediaVolumes, ThrowsWhenVolumesTxtDoesNotBeginWithANumber) {
-  for (const char* contents :
-       {"abc\n", "\n", "\n3\n", "\r\n", " \n", "-\n", "+\n", "volumes 3\n", "- 3\n",
-        "\xff"
-        "3\n"}) {
-    ExpectScanThrows<std::invalid_argument>(contents);
-  }
+  ExpectScanThrows<std::invalid_argument>({"abc\n", "\n", "\n3\n", "\r\n", " \n", "-\n", "+\n",
+                                           "volumes 3\n", "- 3\n",
+                                           "\xff"
+                                           "3\n"});
 }
 
 TEST(ScanMediaVolumes, ThrowsWhenTheNumberOfVolumesIsNoInt) {
-  for (const char* contents : {"99999999999\n", "2147483648\n", "-2147483649\n",
-                               "99999999999999999999999\n", "2147483648 volumes\n"}) {
-    ExpectScanThrows<std::out_of_range>(contents);
-  }
+  ExpectScanThrows<std::out_of_range>({"99999999999\n", "2147483648\n", "-2147483649\n",
+                                       "99999999999999999999999\n", "2147483648 volumes\n"});
 }
 
+/// There is no marker: the numbers are not tried one by one.
 TEST(ScanMediaVolumes, TakesTheGreatestIntForACount) {
-  MediaWorld world;
-  world.Volume("1").Announces("2147483647");  // no marker: the numbers are not tried one by one
-  ExpectScan(world, world.ScanFrom("1"),
-             {.code = 0,
-              .out = " INFO: This media is composed of 2147483647 volumes.\n",
-              .err = " WARN: 1.txt not found or not accessible in: {1}\n"
-                     "       Please make sure you copied the whole volume.\n",
-              .volumes_count = "2147483647"});
+  ExpectScan("1: volumes=2147483647", R"(
+ INFO: This media is composed of 2147483647 volumes.
+2> WARN: 1.txt not found or not accessible in: {1}
+2>       Please make sure you copied the whole volume.
+= 0 VolumesCount=2147483647)");
 }
 
 TEST(ScanMediaVolumes, FailsWithoutATagInTheFirstMarker) {
   MediaWorld world;
-  world.Volume("missing");
   world.Volume("no line").File("1.txt", "SET-A\n");
   world.Volume("no tag").File("1.txt", "MTBDIR=\r\n");
   world.Volume("blank before").File("1.txt", " MTBDIR=SET-A\n");
@@ -187,15 +159,13 @@ TEST(ScanMediaVolumes, FailsWithoutATagInTheFirstMarker) {
   MakeUnopenable(world.Path("closed/1.txt"));
   for (const std::string name : {"missing", "no line", "no tag", "blank before", "lower case",
                                  "directory", "dangling", "closed"}) {
-    world.Volume(name).Announces("2").Marker(2, "SET-A");
-    SCOPED_TRACE(name);
-    ExpectScan(world, world.ScanFrom(name),
-               {.code = 0,
-                .out = " INFO: This media is composed of 2 volumes.\n",
-                .err = " WARN: 1.txt not found or not accessible in: {" + name +
-                       "}\n"
-                       "       Please make sure you copied the whole volume.\n",
-                .volumes_count = "2"});
+    ExpectScan(world, name + ": volumes=2 2=SET-A",
+               R"(
+ INFO: This media is composed of 2 volumes.
+2> WARN: 1.txt not found or not accessible in: {)" +
+                   name + R"(}
+2>       Please make sure you copied the whole volume.
+= 0 VolumesCount=2)");
   }
 }
 
@@ -208,128 +178,94 @@ TEST(ScanMediaVolumes, EmptiesWhatTheCallersEnvironmentHeld) {
   MediaWorld world;
   world.Volume("no volumes");
   world.Volume("unreadable").Dir("inst/volumes.txt");
-  ExpectScan(world, world.ScanFrom("no volumes", old), kSilentlyComplete);
-  ExpectScan(world, world.ScanFrom("unreadable", old), kSilentlyFailed);
+  ExpectSeen(world, world.ScanFrom("no volumes", old), kSilentlyComplete);
+  ExpectSeen(world, world.ScanFrom("unreadable", old), kSilentlyFailed);
 }
 
 TEST(ScanMediaVolumes, LeavesTheMediaAsItIs) {
   MediaWorld world;
-  world.Volume("m/1").Announces("3").Marker(1, "SET-A");
-  world.Volume("m/2").Marker(2, "SET-A");
-  world.Volume("m/3").Marker(3, "SET-B");
+  world.Make("m/1: volumes=3 1=SET-A; m/2: 2=SET-A; m/3: 3=SET-B");
   const std::vector<std::string> before = DescribeTreeExactly(world.Path("."));
   world.ScanFrom("m/1");
   EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
 }
 
+/// A scan of a media named `media` in a world that is the root.
+void ExpectScanInOwnRoot(MediaWorld& world, const std::string& media,
+                         const std::string& transcript) {
+  const auto seen = ScanInOwnRoot(world, media);
+  if (!seen) GTEST_SKIP() << kCannotChangeRoot;
+  ExpectSeen(world, *seen, transcript);
+}
+
 TEST(ScanMediaVolumes, OfAnEmptyDirectoryLooksInTheRoot) {
   MediaWorld world;
-  const auto bare = ScanInOwnRoot(world, "");
-  if (!bare) GTEST_SKIP() << kCannotChangeRoot;
-  ExpectScan(world, *bare, kSilentlyComplete);
-
-  world.Volume(".").Announces("2").Marker(1, "SET-A");
-  ExpectedScan expected = {.out =
-                               " INFO: This media is composed of 2 volumes.\n"
-                               "       Volume 1 found in: \n",
-                           .volumes_count = "2",
-                           .mtb_dir = "SET-A"};
-  ExpectScan(world, *ScanInOwnRoot(world, ""), expected);
-
-  world.Volume("2").Marker(2, "SET-A");
-  expected.code = 2;
-  expected.volumes = {"/2"};
-  expected.out += "       Volume 2 found in: /2\n";
-  ExpectScan(world, *ScanInOwnRoot(world, ""), expected);
+  ExpectScanInOwnRoot(world, "", kSilentlyComplete);
+  world.Make(".: volumes=2 1=SET-A");
+  ExpectScanInOwnRoot(world, "", R"(
+ INFO: This media is composed of 2 volumes.
+       Volume 1 found in: 
+= 0 MTBDIR=SET-A VolumesCount=2)");
+  world.Make("2: 2=SET-A");
+  ExpectScanInOwnRoot(world, "", R"(
+ INFO: This media is composed of 2 volumes.
+       Volume 1 found in: 
+       Volume 2 found in: /2
+= 2 /2 MTBDIR=SET-A VolumesCount=2)");
 }
 
 TEST(ScanMediaVolumes, OfTheRootDirectoryFindsItsVolumesInIt) {
   MediaWorld world;
-  world.Volume(".").Announces("2").Marker(1, "SET-A");
-  const auto alone = ScanInOwnRoot(world, "/");
-  if (!alone) GTEST_SKIP() << kCannotChangeRoot;
-  ExpectedScan expected = {.out =
-                               " INFO: This media is composed of 2 volumes.\n"
-                               "       Volume 1 found in: /\n",
-                           .volumes_count = "2",
-                           .mtb_dir = "SET-A"};
-  ExpectScan(world, *alone, expected);
-
-  world.Volume(".").Marker(2, "SET-A");
-  expected.code = 1;
-  expected.out =
-      " INFO: This media is composed of 2 volumes.\n"
-      "       All volumes found in: /\n";
-  expected.volumes_count = "";
-  ExpectScan(world, *ScanInOwnRoot(world, "/"), expected);
+  world.Make(".: volumes=2 1=SET-A");
+  ExpectScanInOwnRoot(world, "/", R"(
+ INFO: This media is composed of 2 volumes.
+       Volume 1 found in: /
+= 0 MTBDIR=SET-A VolumesCount=2)");
+  world.Make(".: 2=SET-A");
+  ExpectScanInOwnRoot(world, "/", R"(
+ INFO: This media is composed of 2 volumes.
+       All volumes found in: /
+= 1 MTBDIR=SET-A)");
 }
 
 TEST(ScanMediaVolumes, ClimbsUpToTheRootDirectoryForAnAmVolume) {
   MediaWorld world;
-  world.Volume("media/x/1").Announces("2").Marker(1, "SET-A");
-  const auto without = ScanInOwnRoot(world, "/media/x/1");
-  if (!without) GTEST_SKIP() << kCannotChangeRoot;
-  ExpectedScan expected = {.out =
-                               " INFO: This media is composed of 2 volumes.\n"
-                               "       Volume 1 found in: /media/x/1\n",
-                           .volumes_count = "2",
-                           .mtb_dir = "SET-A"};
-  ExpectScan(world, *without, expected);
-
+  world.Make("media/x/1: volumes=2 1=SET-A");
+  ExpectScanInOwnRoot(world, "/media/x/1", R"(
+ INFO: This media is composed of 2 volumes.
+       Volume 1 found in: /media/x/1
+= 0 MTBDIR=SET-A VolumesCount=2)");
   // From the root the relative path lacks its first character.
-  world.Volume(".").Marker(3, "AM-A");
-  world.Volume("4").Marker(4, "AM-A");
-  world.Volume("4/edia/x/2").Marker(2, "SET-A");
-  expected = {.code = 2,
-              .volumes = {"/4/edia/x/2"},
-              .out =
-                  " INFO: This media is composed of 2 volumes.\n"
-                  "       Volume 1 found in: /media/x/1\n"
-                  "       AM volume 3 found in: /\n"
-                  "       AM volume 4 found in: /4\n"
-                  "       Volume 2 found in: /4/edia/x/2\n",
-              .volumes_count = "2",
-              .mtb_dir = "AM-A",
-              .first_am_volume = "3",
-              .first_am_path = "/",
-              .am_relative_path = "edia/x"};
-  ExpectScan(world, *ScanInOwnRoot(world, "/media/x/1"), expected);
+  world.Make(".: 3=AM-A; 4: 4=AM-A; 4/edia/x/2: 2=SET-A");
+  ExpectScanInOwnRoot(world, "/media/x/1", R"(
+ INFO: This media is composed of 2 volumes.
+       Volume 1 found in: /media/x/1
+       AM volume 3 found in: /
+       AM volume 4 found in: /4
+       Volume 2 found in: /4/edia/x/2
+= 2 /4/edia/x/2 AMRelativePath=edia/x FirstAMPath=/ FirstAMVolume=3 MTBDIR=AM-A VolumesCount=2)");
 }
 
 /// Nothing lies above the first name of a relative path, and joining that nothing gives the root.
 TEST(ScanMediaVolumes, OfASingleRelativeNameLooksForSiblingsInTheRoot) {
   MediaWorld world;
-  world.Volume("media").Announces("2").Marker(1, "SET-A");
-  world.Volume("2").Marker(2, "SET-A");
-  const auto seen = ScanInOwnRoot(world, "media");
-  if (!seen) GTEST_SKIP() << kCannotChangeRoot;
-  ExpectScan(world, *seen,
-             {.code = 2,
-              .volumes = {"/2"},
-              .out = " INFO: This media is composed of 2 volumes.\n"
-                     "       Volume 1 found in: media\n"
-                     "       Volume 2 found in: /2\n",
-              .volumes_count = "2",
-              .mtb_dir = "SET-A"});
+  world.Make("media: volumes=2 1=SET-A; 2: 2=SET-A");
+  ExpectScanInOwnRoot(world, "media", R"(
+ INFO: This media is composed of 2 volumes.
+       Volume 1 found in: media
+       Volume 2 found in: /2
+= 2 /2 MTBDIR=SET-A VolumesCount=2)");
 }
 
 TEST(ScanMediaVolumes, OfARelativeMediaLooksForFurtherAmVolumesBesideTheFirstName) {
   MediaWorld world;
-  world.Volume("am/x/1").Announces("2").Marker(1, "SET-A");
-  world.Volume("am").Marker(5, "AM-A");
-  world.Volume("6").Marker(6, "AM-A");
-  const auto seen = ScanInOwnRoot(world, "am/x/1");
-  if (!seen) GTEST_SKIP() << kCannotChangeRoot;
-  ExpectScan(world, *seen,
-             {.out = " INFO: This media is composed of 2 volumes.\n"
-                     "       Volume 1 found in: am/x/1\n"
-                     "       AM volume 5 found in: am\n"
-                     "       AM volume 6 found in: /6\n",
-              .volumes_count = "2",
-              .mtb_dir = "AM-A",
-              .first_am_volume = "5",
-              .first_am_path = "am",
-              .am_relative_path = "../am/x"});
+  world.Make("am/x/1: volumes=2 1=SET-A; am: 5=AM-A; 6: 6=AM-A");
+  ExpectScanInOwnRoot(world, "am/x/1", R"(
+ INFO: This media is composed of 2 volumes.
+       Volume 1 found in: am/x/1
+       AM volume 5 found in: am
+       AM volume 6 found in: /6
+= 0 AMRelativePath=../am/x FirstAMPath=am FirstAMVolume=5 MTBDIR=AM-A VolumesCount=2)");
 }
 
 }  // namespace

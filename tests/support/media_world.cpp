@@ -74,6 +74,20 @@ MediaWorld::MediaWorld() {
   directory_.MakeDir(kTmp);
 }
 
+void MediaWorld::Make(const std::string& directories) {
+  static const std::regex directory("([^;:]+):([^;]*)(; )?"), word(" (\\w+)=([^ ]*)");
+  using Each = std::sregex_iterator;
+  for (Each made(directories.begin(), directories.end(), directory); made != Each(); ++made) {
+    VolumeBuilder volume = Volume((*made)[1]);
+    const std::string words = (*made)[2];
+    for (Each at(words.begin(), words.end(), word); at != Each(); ++at) {
+      const std::string name = (*at)[1];
+      name == "volumes" ? volume.Announces((*at)[2])
+                        : volume.File(name + ".txt", "MTBDIR=" + (*at)[2].str() + "\n");
+    }
+  }
+}
+
 VolumeBuilder MediaWorld::Volume(const std::string& name) {
   directory_.MakeDir(name);
   return VolumeBuilder(*this, name);

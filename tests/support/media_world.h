@@ -88,6 +88,10 @@ class MediaWorld {
  public:
   MediaWorld();
 
+  /// Makes directories, apart by "; ": "m/1: volumes=3 1=SET-A; m/2: 2=SET-A; m/empty:". Each begins
+  /// with its name; behind it "volumes=3" announces volumes, and "1=SET-A" is the marker of volume 1.
+  void Make(const std::string& directories);
+
   /// A directory of the world, made when missing; "." is the world's own.
   VolumeBuilder Volume(const std::string& name);
 
