@@ -15,6 +15,7 @@
 #include "insio/create_new_dir.h"
 #include "insio/entry.h"
 #include "insio/exceptions.h"
+#include "insio/failed_call.h"
 #include "insio/file_attributes.h"
 #include "insio/file_descriptor.h"
 #include "insio/finder.h"
@@ -69,10 +70,7 @@ bool MayNeverEnd(mode_t mode) {
 void CopyContents(const FileDescriptor& from, const std::string& destination,
                   mode_t new_file_mode) {
   FileDescriptor to(destination, kWriteWithoutWaiting, new_file_mode);
-  if (!to.IsOpen()) {
-    const int error = errno;
-    throw KVLInsException("Cannot write into " + destination, error);
-  }
+  internal::ThrowUnless<KVLInsException>(to.IsOpen(), "Cannot write into ", destination);
   int error = CopyBytes(from, to);
   if (!to.Close() && error == 0) error = errno;  // a network file system may fail as late as here
   if (error != 0) throw KVLInsExceptionErrno("Cannot write into " + destination, error);
@@ -85,10 +83,7 @@ void CopyFileOnly(const std::string& source, const std::string& destination) {
   const int opening_error = file.IsOpen() ? 0 : errno;
   struct stat from;
   const int looked = file.IsOpen() ? ::fstat(file.Number(), &from) : ::stat(source.c_str(), &from);
-  if (looked != 0) {
-    const int error = errno;
-    throw KVLInsExceptionErrno("Cannot stat " + source, error);
-  }
+  internal::ThrowUnless<KVLInsExceptionErrno>(looked == 0, "Cannot stat ", source);
   struct stat to;
   const bool exists = ::stat(destination.c_str(), &to) == 0;
   if (exists && IsSameFile(from, to)) RefuseToCopy(source);

@@ -8,6 +8,7 @@
 
 #include "insio/entry.h"
 #include "insio/exceptions.h"
+#include "insio/failed_call.h"
 #include "insio/finder.h"
 #include "insio/tree_level.h"
 
@@ -28,9 +29,7 @@ void Unlink(const std::string& path) {
 }
 
 void RemoveDirectory(const std::string& path) {
-  if (::rmdir(path.c_str()) == 0) return;
-  const int error = errno;
-  throw KVLInsException("rmdir - " + path, error);
+  internal::ThrowUnless<KVLInsException>(::rmdir(path.c_str()) == 0, "rmdir - ", path);
 }
 
 void DeleteEntries(TreeLevel level) {

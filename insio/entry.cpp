@@ -1,12 +1,12 @@
 #include "insio/entry.h"
 
-#include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "insio/entry_at.h"
 #include "insio/exceptions.h"
+#include "insio/failed_call.h"
 
 namespace KVLInsIO {
 
@@ -31,10 +31,8 @@ EntryType GetType(const std::string& path) {
 
 EntryType internal::GetTypeAt(int directory, const char* name, const std::string& path) {
   struct stat status;
-  if (::fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
-    const int error = errno;
-    throw KVLInsException("lstat - " + path, error);
-  }
+  internal::ThrowUnless<KVLInsException>(
+      ::fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0, "lstat - ", path);
   if (S_ISDIR(status.st_mode)) return kDirectory;
   if (!S_ISLNK(status.st_mode)) return kFile;
   // By its path, as it is opened: the system follows only so many links in one path.

@@ -1,6 +1,5 @@
 #include "insio/file_attributes.h"
 
-#include <errno.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
 #include <utime.h>
@@ -9,9 +8,13 @@
 
 #include "insio/entry.h"
 #include "insio/exceptions.h"
+#include "insio/failed_call.h"
 #include "insio/path.h"
 
 namespace KVLInsIO {
+
+using internal::ThrowUnless;
+
 namespace {
 
 constexpr mode_t kPermissionBits = 0777;
@@ -39,26 +42,18 @@ std::int64_t Product(std::uint64_t blocks, std::uint64_t block_size) {
 
 FileTimes GetTime(const std::string& path) {
   struct stat status;
-  if (::stat(path.c_str(), &status) != 0) {
-    const int error = errno;
-    throw KVLInsExceptionErrno("GetTime - " + path, error);
-  }
+  ThrowUnless<KVLInsExceptionErrno>(::stat(path.c_str(), &status) == 0, "GetTime - ", path);
   return {status.st_atime, status.st_mtime, status.st_ctime};
 }
 
 void SetTime(const std::string& path, std::int64_t access, std::int64_t modification) {
   const utimbuf times = {access, modification};
-  if (::utime(path.c_str(), &times) != 0) {
-    const int error = errno;
-    throw KVLInsExceptionErrno("SetTime - " + path, error);
-  }
+  ThrowUnless<KVLInsExceptionErrno>(::utime(path.c_str(), &times) == 0, "SetTime - ", path);
 }
 
 void Chmod(const std::string& path, unsigned mode) {
-  if (::chmod(path.c_str(), FromDecimalCodedOctal(mode)) != 0) {
-    const int error = errno;
-    throw KVLInsExceptionErrno("Chmod - " + path, error);
-  }
+  ThrowUnless<KVLInsExceptionErrno>(::chmod(path.c_str(), FromDecimalCodedOctal(mode)) == 0,
+                                    "Chmod - ", path);
 }
 
 bool SetReadOnly(const std::string& path, bool read_only) {
@@ -74,12 +69,10 @@ bool SetReadOnly(const std::string& path, bool read_only) {
 std::int64_t GetFileSize(const std::string& path) {
   if (!Exists(path)) throw KVLInsException("GetFileSize - " + path + " does not exist.");
   if (!IsFile(path)) throw KVLInsException("GetFileSize - " + path + " is not a file.");
-  const InsPath normalised(path);
+  const std::string normalised = InsPath(path).Str();
   struct stat status;
-  if (::stat(normalised.Str().c_str(), &status) != 0) {
-    const int error = errno;
-    throw KVLInsExceptionErrno("GetFileSize - Cannot stat " + normalised.Str(), error);
-  }
+  ThrowUnless<KVLInsExceptionErrno>(::stat(normalised.c_str(), &status) == 0,
+                                    "GetFileSize - Cannot stat ", normalised);
   return status.st_size;
 }
 

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "insio/exceptions.h"
+#include "insio/failed_call.h"
 #include "insio/file_descriptor.h"
 #include "insio/path_text.h"
 
@@ -21,6 +22,7 @@ namespace KVLInsIO {
 
 using internal::FileDescriptor;
 using internal::kReadWithoutWaiting;
+using internal::ThrowUnless;
 
 namespace {
 
@@ -43,33 +45,24 @@ EntryState StateOf(const struct stat& status) {
 
 struct stat StatusOf(const FileDescriptor& file, const std::string& path) {
   struct stat status;
-  if (::fstat(file.Number(), &status) != 0) {
-    const int error = errno;
-    throw KVLInsExceptionErrno(kCannotRead + path, error);
-  }
+  ThrowUnless<KVLInsExceptionErrno>(::fstat(file.Number(), &status) == 0, kCannotRead, path);
   return status;
 }
 
 /// For a file that has just been opened. `failed` is the beginning of the message when that failed.
 std::unique_ptr<FileDescriptor> Opened(std::unique_ptr<FileDescriptor> file, const char* failed,
                                        const std::string& path) {
-  const int error = errno;
-  if (!file->IsOpen()) throw KVLInsException(failed + path, error);
+  ThrowUnless<KVLInsException>(file->IsOpen(), failed, path);
   return file;
-}
-
-[[noreturn]] void FailToWrite(const std::string& path, int error) {
-  throw KVLInsExceptionErrno(kCannotWrite + path, error);
 }
 
 /// A write that took only a part counts as a full disk.
 void Write(const FileDescriptor& file, std::string_view bytes, const std::string& path) {
   const ssize_t written = ::write(file.Number(), bytes.data(), bytes.size());
-  if (written < 0) {
-    const int error = errno;
-    FailToWrite(path, error);
+  ThrowUnless<KVLInsExceptionErrno>(written >= 0, kCannotWrite, path);
+  if (static_cast<std::size_t>(written) < bytes.size()) {
+    throw KVLInsExceptionErrno(kCannotWrite + path, ENOSPC);
   }
-  if (static_cast<std::size_t>(written) < bytes.size()) FailToWrite(path, ENOSPC);
 }
 
 /// A file that was not there, in the directory.
@@ -80,25 +73,21 @@ std::unique_ptr<FileDescriptor> NewFile(const FileDescriptor& directory, const s
                 kCannotWrite, path);
 }
 
+void ChangeMode(const FileDescriptor& file, mode_t mode, const std::string& path) {
+  ThrowUnless<KVLInsExceptionErrno>(::fchmod(file.Number(), mode) == 0, "Chmod - ", path);
+}
+
 /// The mode comes last, so that nobody executes what is not whole.
 void Finish(FileDescriptor& file, FileKind kind, const std::string& path) {
-  const mode_t mode = kind == FileKind::kProgram ? kProgramMode : kPlainMode;
-  if (::fchmod(file.Number(), mode) != 0) {
-    const int error = errno;
-    throw KVLInsExceptionErrno("Chmod - " + path, error);
-  }
-  if (!file.Close()) {  // a network file system may fail as late as here
-    const int error = errno;
-    FailToWrite(path, error);
-  }
+  ChangeMode(file, kind == FileKind::kProgram ? kProgramMode : kPlainMode, path);
+  // A network file system may fail as late as here.
+  ThrowUnless<KVLInsExceptionErrno>(file.Close(), kCannotWrite, path);
 }
 
 void SetTimes(const FileDescriptor& file, const struct stat& source, const std::string& path) {
   const std::array<timespec, 2> times = {{{source.st_atime, 0}, {source.st_mtime, 0}}};
-  if (::futimens(file.Number(), times.data()) != 0) {
-    const int error = errno;
-    throw KVLInsExceptionErrno("SetTime - " + path, error);
-  }
+  ThrowUnless<KVLInsExceptionErrno>(::futimens(file.Number(), times.data()) == 0, "SetTime - ",
+                                    path);
 }
 
 /// 0 or the error. Asked without the C library, of which some have no such function.
@@ -174,8 +163,7 @@ std::vector<std::string> OpenDirectory::Names() const {
     if (name != "." && name != "..") names.emplace_back(name);
     errno = 0;
   }
-  const int error = errno;
-  if (error != 0) throw KVLInsException("readdir - " + path_, error);
+  ThrowUnless<KVLInsException>(errno == 0, "readdir - ", path_);
   std::sort(names.begin(), names.end());
   return names;
 }
@@ -183,10 +171,8 @@ std::vector<std::string> OpenDirectory::Names() const {
 EntryState OpenDirectory::Look(const std::string& name) const {
   const std::string path = PathOf(name);
   struct stat status;
-  if (::fstatat(Number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-    const int error = errno;
-    throw KVLInsException("lstat - " + path, error);
-  }
+  ThrowUnless<KVLInsException>(::fstatat(Number(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0,
+                               "lstat - ", path);
   return StateOf(status);
 }
 
@@ -210,10 +196,7 @@ OpenDirectory OpenDirectory::MakeDirectory(const std::string& name) const {
   }
   constexpr int kForMode = O_RDONLY | O_DIRECTORY | O_NOFOLLOW;
   OpenDirectory made(std::make_unique<FileDescriptor>(*directory_, name, kForMode), path);
-  if (::fchmod(made.Number(), kProgramMode) != 0) {
-    const int error = errno;
-    throw KVLInsExceptionErrno("Chmod - " + path, error);
-  }
+  ChangeMode(*made.directory_, kProgramMode, path);
   return made;
 }
 
@@ -232,10 +215,7 @@ void OpenDirectory::CopyFile(const OpenFile& source, const std::string& name, Fi
   std::array<char, kBufferSize> buffer;  // not cleared: every byte is read before it is written
   for (off_t at = 0;;) {
     const ssize_t length = ::pread(source.file_->Number(), buffer.data(), buffer.size(), at);
-    if (length < 0) {
-      const int error = errno;
-      throw KVLInsExceptionErrno(kCannotRead + source.path_, error);
-    }
+    ThrowUnless<KVLInsExceptionErrno>(length >= 0, kCannotRead, source.path_);
     if (length == 0) break;
     const std::string_view piece(buffer.data(), static_cast<std::size_t>(length));
     if (see) see(piece);
@@ -261,10 +241,8 @@ void OpenDirectory::Rename(const std::string& name, const OpenDirectory& directo
 
 void OpenDirectory::Delete(const std::string& name) const {
   const std::string path = PathOf(name);
-  if (::unlinkat(Number(), name.c_str(), /*flags=*/0) != 0) {
-    const int error = errno;
-    throw KVLInsException("unlink - " + path, error);
-  }
+  ThrowUnless<KVLInsException>(::unlinkat(Number(), name.c_str(), /*flags=*/0) == 0, "unlink - ",
+                               path);
 }
 
 }  // namespace KVLInsIO
