@@ -15,6 +15,7 @@
 #include "companion/check/media_check.h"
 #include "companion/make/media_maker.h"
 #include "companion/make/volume_size.h"
+#include "companion/names/layout_name.h"
 #include "companion/names/path_below.h"
 #include "companion/names/plain_text.h"
 #include "companion/report/json_report.h"
@@ -83,12 +84,13 @@ int Check(const CheckCall& call, const std::vector<std::string>& launcher_argume
 std::string LauncherBesideUs() {
   std::error_code error;
   const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
-  return error ? std::string() : (self.parent_path() / "kvl-launcher").string();
+  return error ? std::string() : (self.parent_path() / kvl::names::kLauncher).string();
 }
 
 struct MakeCall {
   kvl::MediaMakeRequest request;
-  std::optional<std::string> volume_size;  // as it was given
+  std::optional<std::string> layout;       // as it was given
+  std::optional<std::string> volume_size;  // likewise
   bool is_quiet = false;
 };
 
@@ -101,9 +103,10 @@ void AddMake(CLI::App& app, MakeCall& call) {
       "nothing is ever overwritten. Volume i holds payload/i and its list of checksums.");
   make->add_option("PAYLOAD", request.payload, "Directory of what is to be installed")->required();
   make->add_option("DIR", request.directory, "Directory to write the media into")->required();
-  make->add_option("--layout", request.layout,
+  make->add_option("--layout", call.layout,
                    "single, flat, sibling or am (default: single for one volume, else sibling)")
-      ->check(CLI::IsMember({"single", "flat", "sibling", "am"}));
+      ->check(CLI::IsMember(
+          std::vector<std::string>(kvl::kLayoutNames.begin(), kvl::kLayoutNames.end())));
   make->add_option("--volume-size", call.volume_size,
                    "Most bytes on a volume, with K, M or G for powers of 1024 (default: no limit)")
       ->type_name("SIZE");
@@ -157,6 +160,7 @@ class ProgressLine {
 };
 
 int Make(MakeCall call) try {
+  if (call.layout) call.request.layout = kvl::LayoutNamed(*call.layout);
   if (call.volume_size) call.request.volume_size = kvl::ParseVolumeSize(*call.volume_size);
   kvl::MadeMedia made;
   {
@@ -168,7 +172,7 @@ int Make(MakeCall call) try {
   }
   const bool is_said =
       Write("Made a media with tag " + kvl::ToOneLine(call.request.tag) + ", layout " +
-            made.layout + ", volumes: " + std::to_string(made.volumes) +
+            kvl::NameOf(made.layout) + ", volumes: " + std::to_string(made.volumes) +
             ".\nFirst volume: " + Quoted(made.first_volume) + "\nStart it with: " +
             Quoted(kvl::PathBelow(made.first_volume, kvl::names::kStartTui)) + "\n");
   if (is_said) return kFine;
@@ -177,9 +181,7 @@ int Make(MakeCall call) try {
 } catch (const kvl::CannotMake& reason) {
   return BadCall(reason.what());
 } catch (const std::exception& failure) {
-  std::string text = failure.what();
-  while (text.ends_with('\n')) text.pop_back();
-  BadCall(text);
+  BadCall(kvl::MessageOf(failure));
   return kProblems;
 }
 

@@ -10,10 +10,15 @@ inline constexpr char kInst[] = "inst";
 inline constexpr char kCommon[] = "common";
 inline constexpr char kCode[] = "code";
 inline constexpr char kBin[] = "bin";
+inline constexpr char kLauncher[] = "kvl-launcher";    ///< beside the installer
 inline constexpr char kVolumesFile[] = "volumes.txt";  ///< in "inst": the number of volumes
 
 /// What a volume's marker is named by, behind the volume's number.
 inline constexpr std::string_view kMarkerExtension = ".txt";
+
+/// Holds a directory for each volume, and beside it the list of its checksums.
+inline constexpr char kPayload[] = "payload";
+inline constexpr char kChecksumsExtension[] = ".cksum";
 
 // The description files and start scripts beside "inst".
 inline constexpr char kTableOfContents[] = "meta.TOCxml";
@@ -21,6 +26,7 @@ inline constexpr char kMediaXml[] = "media.xml";
 inline constexpr char kMediaDb[] = "media.db";
 inline constexpr char kStartGui[] = "StartGUI.sh";
 inline constexpr char kStartTui[] = "StartTUI.sh";
+inline constexpr char kUnfinished[] = "StartTUI.sh.unfinished";  ///< until the media is whole
 
 /// Written beside a staged installer.
 inline constexpr char kCleanUpScript[] = "remove.bat";

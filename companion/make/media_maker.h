@@ -10,25 +10,8 @@
 
 namespace kvl {
 
-struct MediaMakeRequest {
-  std::string payload;  ///< a directory
-  /// Its directories "1", "2", ... hold what goes onto each volume, and nothing is beside them.
-  bool is_presorted = false;
-  std::string directory;  ///< where to; empty or missing
-  /// "single", "flat", "sibling" or "am"; empty: single when one volume is enough, else sibling.
-  std::string layout;
-  std::uint64_t volume_size = kNoLimit;
-  std::string tag;
-  std::string installer;  ///< a file
-  std::string launcher;   ///< a file
-  /// A directory whose contents go into the media's "inst", too; may be empty. It holds nothing that
-  /// is put there anyway: the two programs and "volumes.txt".
-  std::string inst;
-  std::string os_name = "linux";
-};
-
 struct MadeMedia {
-  std::string layout;
+  Layout layout = Layout::kNone;
   std::size_t volumes = 1;
   std::string first_volume;  ///< the directory, absolute
 };

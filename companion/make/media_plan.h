@@ -1,55 +1,57 @@
-// Splitting a payload into volumes: what lies where, decided before anything is written.
+// The plan of a media: all that is decided before anything is written.
 #pragma once
 
 #include <cstdint>
-#include <stdexcept>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "companion/make/payload_split.h"
 #include "insio/open_directory.h"
+#include "media/volume_scan.h"
 
 namespace kvl {
 
-/// A call that makes no sense, or a payload that cannot be put on a media; the text says why.
-class CannotMake : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
+struct MediaMakeRequest {
+  std::string payload;  ///< a directory
+  /// Its directories "1", "2", ... hold what goes onto each volume, and nothing is beside them.
+  bool is_presorted = false;
+  std::string directory;         ///< where to; empty or missing
+  std::optional<Layout> layout;  ///< without it, kSingle when one volume is enough, else kSibling
+  std::uint64_t volume_size = kNoLimit;
+  std::string tag;
+  std::string installer;  ///< a file
+  std::string launcher;   ///< a file
+  /// A directory whose contents go into the media's "inst", too; may be empty. It holds nothing that
+  /// is put there anyway: the two programs and "volumes.txt".
+  std::string inst;
+  std::string os_name = "linux";
 };
 
-struct PayloadEntry {
-  std::string name;  ///< its path in the payload, without "/" in front
-  bool is_directory = false;
-  std::uint64_t size = 0;
-  KVLInsIO::EntryState state = {};  ///< as it was when it was listed
+/// A file and what it was when the media was planned.
+struct PlannedFile {
+  KVLInsIO::OpenFile file;
+  KVLInsIO::EntryState state;
 };
 
-/// Everything below the directory, sorted by name, a directory before what lies in it.
-/// Throws CannotMake for a link, a pipe, a socket, a device, a name with a line break or too long for
-/// a disc, and for what cannot be read; what OpenDirectory throws for what cannot be looked at.
-std::vector<PayloadEntry> ListPayload(const KVLInsIO::OpenDirectory& directory);
+struct MediaPlan {
+  std::string directory;  ///< where to, absolute
+  Layout layout;
+  std::string programs;  ///< the directory of the two programs, below "inst"
+  std::string installer_name;
+  PlannedFile installer, launcher;
+  KVLInsIO::OpenDirectory payload;
+  std::optional<KVLInsIO::OpenDirectory> inst;  ///< what goes into "inst", too
+  std::vector<PayloadEntry> inst_entries;       ///< all below it
+  std::vector<std::vector<PayloadEntry>> volumes;
+  std::uint64_t bytes_in_all;  ///< of the payload
+};
 
-/// A file takes whole blocks of a disc, and a directory one.
-inline constexpr std::uint64_t kDiscBlock = 2048;
-std::uint64_t OnDisc(std::uint64_t size);
+/// Throws CannotMake when anything about the request makes no sense, cannot be read, or does not fit.
+MediaPlan PlanMedia(const MediaMakeRequest& request);
 
-inline constexpr std::uint64_t kNoLimit = UINT64_MAX;
-inline constexpr std::size_t kMostVolumes = 999;
-
-/// Spreads the entries over volumes in their order, so that none takes more than `most_bytes` on a
-/// disc; the first one also holds `first_bytes` of other things and the list of all files. Each
-/// volume gets the directories that its files lie in. There is at least one volume.
-/// Throws CannotMake when a file is too large for any volume, the limit too small for the first one,
-/// and for more than kMostVolumes volumes.
-std::vector<std::vector<PayloadEntry>> SplitPayload(const std::vector<PayloadEntry>& payload,
-                                                    std::uint64_t most_bytes,
-                                                    std::uint64_t first_bytes);
-
-/// The entries of the directories "1", "2", ... of `directory`, each of them a volume with names of its
-/// own, with the same sizes as above.
-/// Throws CannotMake when anything else lies there or a number is missing, when a volume holds too
-/// much, and as ListPayload and SplitPayload do.
-std::vector<std::vector<PayloadEntry>> PresortedPayload(const KVLInsIO::OpenDirectory& directory,
-                                                        std::uint64_t most_bytes,
-                                                        std::uint64_t first_bytes);
+/// Throws CannotMake when there is anything in a directory that a media is to be written into.
+void CheckIsEmpty(const KVLInsIO::OpenDirectory& directory);
+[[noreturn]] void RefuseAsNotEmpty(const KVLInsIO::OpenDirectory& directory);
 
 }  // namespace kvl

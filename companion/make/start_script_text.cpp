@@ -1,5 +1,8 @@
 #include "companion/make/start_script_text.h"
 
+#include "console/text.h"
+#include "environment/media_names.h"
+
 namespace kvl {
 namespace {
 
@@ -25,10 +28,11 @@ CurrentMediaDir=$(cd "$links" "${self%/*}/" && pwd "$links" && echo x) || exit 1
 CurrentMediaDir=${CurrentMediaDir%?x}
 )sh";
 
+/// With the names of the media's files in at signs.
 constexpr char kStart[] = R"sh(KVL_LIBPATH_VARNAME=LD_LIBRARY_PATH
 export CurrentMediaDir KVL_OS KVL_Installer_EXE KVL_LIBPATH_VARNAME
 
-launcher=$CurrentMediaDir/inst/$KVL_OS/code/bin/kvl-launcher
+launcher=$CurrentMediaDir/@inst@/$KVL_OS/@code@/@bin@/@launcher@
 if [ ! -f "$launcher" ] || [ ! -x "$launcher" ]; then
   printf '%s: the launcher is missing or cannot be executed: %s\n' "${0##*/}" "$launcher" >&2
   exit 1
@@ -40,9 +44,9 @@ fi
 # that the caller has open are left to the installer.
 # Only the beginning of the number is read, and nothing of a file without a size: one of those that
 # the system makes up may let its reader wait.
-if [ -f "$CurrentMediaDir/inst/volumes.txt" ] && [ -d /proc/self/fd ] &&
-  { [ ! -s "$CurrentMediaDir/inst/volumes.txt" ] ||
-    [ "$({ dd if="$CurrentMediaDir/inst/volumes.txt" bs=16 count=1 |
+if [ -f "$CurrentMediaDir/@inst@/@volumes@" ] && [ -d /proc/self/fd ] &&
+  { [ ! -s "$CurrentMediaDir/@inst@/@volumes@" ] ||
+    [ "$({ dd if="$CurrentMediaDir/@inst@/@volumes@" bs=16 count=1 |
       tr -d '\000' | head -n 1; } 2>/dev/null)" != 1 ]; } &&
   target=$(mktemp 2>/dev/null); then
   if cp -- "$launcher" "$target" 2>/dev/null && chmod -- 700 "$target"; then
@@ -65,8 +69,14 @@ fi
 
 std::string StartScriptText(const std::string& os_name, const std::string& installer_name,
                             const std::string& arguments) {
+  std::string start = kStart;
+  ReplaceAll(start, "@inst@", names::kInst, 0);
+  ReplaceAll(start, "@code@", names::kCode, 0);
+  ReplaceAll(start, "@bin@", names::kBin, 0);
+  ReplaceAll(start, "@launcher@", names::kLauncher, 0);
+  ReplaceAll(start, "@volumes@", names::kVolumesFile, 0);
   return kFindMedia + ("KVL_OS=" + os_name) + "\nKVL_Installer_EXE=" + installer_name + "\n" +
-         kStart + "exec \"$launcher\" " + arguments + "\n";
+         start + "exec \"$launcher\" " + arguments + "\n";
 }
 
 }  // namespace kvl

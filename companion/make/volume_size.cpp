@@ -3,7 +3,7 @@
 #include <charconv>
 #include <system_error>
 
-#include "companion/make/media_plan.h"
+#include "companion/make/payload_split.h"
 
 namespace kvl {
 namespace {

@@ -16,4 +16,9 @@ inline std::string PathBelow(std::string_view directory, std::string_view name) 
   return path.append("/").append(name);
 }
 
+/// The path from the root, without a "/" at its end. Links keep their names, unless a ".." may stand
+/// behind one and leads where the system would go. The rest of it need not be there.
+/// Throws std::filesystem::filesystem_error when the system cannot say, and for the empty path.
+std::string AbsolutePath(const std::string& path);
+
 }  // namespace kvl

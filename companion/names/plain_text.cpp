@@ -93,4 +93,10 @@ std::string Shortened(std::string_view bytes, std::size_t longest) {
   return text;
 }
 
+std::string MessageOf(const std::exception& failure) {
+  std::string text = failure.what();
+  while (text.ends_with('\n')) text.pop_back();
+  return text;
+}
+
 }  // namespace kvl

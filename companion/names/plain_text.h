@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <exception>
 #include <string>
 #include <string_view>
 
@@ -18,5 +19,8 @@ std::string ToOneLine(std::string_view bytes);
 /// The bytes as they are, or of more than `longest` the first ones and how many there are.
 ///   abcdef, 2  =>  ab... (6 bytes)
 std::string Shortened(std::string_view bytes, std::size_t longest);
+
+/// What it says, without the line feed that the library ends its messages with.
+std::string MessageOf(const std::exception& failure);
 
 }  // namespace kvl

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "companion/check/media_check.h"
+#include "companion/names/layout_name.h"
 
 namespace kvl {
 
@@ -64,17 +65,8 @@ inline const char* CodeOf(VolumeState state) {
 
 inline const char* LayoutOf(const MediaReport& report) {
   if (!report.volumes_looked_for) return "not-looked-for";
-  switch (report.layout) {
-    case Layout::kFlat:
-      return "flat";
-    case Layout::kSibling:
-      return "sibling";
-    case Layout::kAm:
-      return "am";
-    case Layout::kNone:
-      break;
-  }
-  return report.volumes.count == 1 ? "single" : "unknown";
+  const bool is_unknown = report.layout == Layout::kNone && report.volumes.count != 1;
+  return is_unknown ? "unknown" : NameOf(report.layout);
 }
 
 }  // namespace kvl

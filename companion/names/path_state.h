@@ -1,0 +1,39 @@
+// What lies at a path, asked once.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <cstdint>
+#include <string>
+#include <utility>
+
+namespace kvl {
+
+/// Device and inode: what makes two paths the same file.
+using FileIdentity = std::pair<dev_t, ino_t>;
+
+struct PathState {
+  int error = 0;    ///< why nothing is known; what follows is zero then
+  mode_t mode = 0;  ///< type and permissions
+  std::uint64_t size = 0;
+  FileIdentity identity = {};
+
+  bool IsThere() const { return error == 0; }
+  bool IsFile() const { return S_ISREG(mode); }
+  bool IsDirectory() const { return S_ISDIR(mode); }
+  bool IsLink() const { return S_ISLNK(mode); }
+};
+
+/// Where a path leads to, links followed. The path is taken as it stands.
+PathState StateAt(const std::string& path);
+/// The same of the entry itself, which may be a link.
+PathState StateOfEntry(const std::string& path);
+/// The same of an open file.
+PathState StateOfOpen(int file);
+
+/// Somebody may execute it.
+inline bool IsProgram(mode_t mode) {
+  return (mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0;
+}
+
+}  // namespace kvl
