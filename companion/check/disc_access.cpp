@@ -3,13 +3,13 @@
 #include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <memory>
 #include <string_view>
 
+#include "companion/names/path_state.h"
 #include "insio/file_descriptor.h"
 
 namespace kvl {
@@ -17,10 +17,10 @@ namespace {
 
 /// An error unless it is a regular file. Asked before it is opened, because there are devices that
 /// do something when they are, and once more afterwards, because it may have been exchanged.
-int WhyNotRegular(int result, const struct stat& status) {
-  if (result != 0) return errno;
-  if (S_ISDIR(status.st_mode)) return EISDIR;
-  return S_ISREG(status.st_mode) ? 0 : EOPNOTSUPP;
+int WhyNotRegular(const PathState& state) {
+  if (!state.IsThere()) return state.error;
+  if (state.IsDirectory()) return EISDIR;
+  return state.IsFile() ? 0 : EOPNOTSUPP;
 }
 
 /// Appends what comes next; nothing at the end of the file. An error, or 0.
@@ -53,11 +53,10 @@ int WhyNotAllowed(const std::string& path, int how) {
 }
 
 FileStart ReadStart(const std::string& path, std::size_t most_bytes) {
-  struct stat status = {};
-  if (const int error = WhyNotRegular(::stat(path.c_str(), &status), status)) return {{}, error};
+  if (const int error = WhyNotRegular(StateAt(path))) return {{}, error};
   const KVLInsIO::internal::FileDescriptor file(path, KVLInsIO::internal::kReadWithoutWaiting);
   if (!file.IsOpen()) return {{}, errno};
-  if (const int error = WhyNotRegular(::fstat(file.Number(), &status), status)) return {{}, error};
+  if (const int error = WhyNotRegular(StateOfOpen(file.Number()))) return {{}, error};
   FileStart start;
   std::size_t before = 0;
   do {

@@ -2,24 +2,25 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "companion/check/finding_catalogue.h"
+
 namespace kvl {
 
-enum class Severity {
-  kWarning,  ///< the launcher gets on with it, but somebody will not
-  kError,    ///< the start script, the launcher or the installer would not do its work
-};
-
 struct Finding {
-  std::string code;  ///< short, stable, for programs
-  Severity severity = Severity::kWarning;
-  std::string path;    ///< what it is about; may be empty
-  std::string text;    ///< what is wrong
-  std::string remedy;  ///< what to do about it
+  FindingKind kind;
+  Severity severity;
+  std::string path;  ///< what it is about; may be empty
+  std::string text;  ///< of the catalogue, with its arguments
+
+  std::string_view Code() const { return RowOf(kind).code; }
+  std::string_view Remedy() const { return RowOf(kind).remedy; }
 };
 
 class Findings {
@@ -27,24 +28,30 @@ class Findings {
   /// So many of one code are kept, the others are counted: a tree may hold millions of bad files.
   static constexpr std::size_t kMostOfOneCode = 100;
 
+  /// For the words in angle brackets of a text.
+  using Arguments = std::initializer_list<std::string_view>;
+
   /// One that is about a path that has a finding of that code already only adds to its severity.
-  void Add(Finding finding);
+  void Add(FindingKind kind, Severity severity, const std::string& path, Arguments arguments = {});
+  /// The same with the severity that the catalogue has. Throws std::bad_optional_access for a kind of
+  /// which it has none.
+  void Add(FindingKind kind, const std::string& path, Arguments arguments = {});
 
   const std::vector<Finding>& All() const { return all_; }
-  /// True when one of that code about that path has been kept.
-  bool Has(const std::string& code, const std::string& path) const {
-    return index_.contains({code, path});
+  /// True when one of that kind's code about that path has been kept.
+  bool Has(FindingKind kind, const std::string& path) const {
+    return index_.contains({RowOf(kind).code, path});
   }
   /// How many of a code were not kept; without those of which all were.
-  const std::map<std::string, std::size_t>& NotKept() const { return not_kept_; }
+  const std::map<std::string_view, std::size_t>& NotKept() const { return not_kept_; }
   /// Those that were not kept included.
   std::size_t Count() const;
 
  private:
   std::vector<Finding> all_;
-  std::map<std::pair<std::string, std::string>, std::size_t> index_;  // by code and path
-  std::map<std::string, std::size_t> kept_;
-  std::map<std::string, std::size_t> not_kept_;
+  std::map<std::pair<std::string_view, std::string>, std::size_t> index_;  // by code and path
+  std::map<std::string_view, std::size_t> kept_;
+  std::map<std::string_view, std::size_t> not_kept_;
 };
 
 }  // namespace kvl

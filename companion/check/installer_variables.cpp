@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include "companion/check/media_check.h"
+#include "companion/check/media_report.h"
 #include "companion/names/plain_text.h"
 
 namespace kvl {
@@ -50,10 +50,7 @@ bool AddTooLongVariables(Findings& findings) {
   ForEachVariable([&](std::string_view text) {
     if (text.size() < LongestVariable()) return;
     is_there = true;
-    findings.Add({"variable-too-long", Severity::kError,
-                  std::string(text.substr(0, text.find('='))),
-                  "a variable of the installer that is longer than the system hands to a program",
-                  "shorten what it is set from"});
+    findings.Add(FindingKind::kVariableTooLong, std::string(text.substr(0, text.find('='))));
   });
   return is_there;
 }

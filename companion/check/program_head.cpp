@@ -1,7 +1,6 @@
 #include "companion/check/program_head.h"
 
 #include <errno.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,6 +10,7 @@
 #include <utility>
 
 #include "companion/check/special_file.h"
+#include "companion/names/path_state.h"
 
 namespace kvl {
 namespace {
@@ -60,9 +60,9 @@ std::string ProgramHead::Interpreter() const {
 int ProgramHead::WhyNoInterpreter() const {
   const std::string interpreter = Interpreter();
   if (interpreter.empty()) return 0;
-  struct stat status;
-  if (::stat(interpreter.c_str(), &status) != 0) return errno;
-  return S_ISREG(status.st_mode) ? WhyNotAllowed(interpreter, X_OK) : EACCES;
+  const PathState state = StateAt(interpreter);
+  if (!state.IsThere()) return state.error;
+  return state.IsFile() ? WhyNotAllowed(interpreter, X_OK) : EACCES;
 }
 
 bool ProgramHead::IsBinaryOfThisMachine() const {
@@ -80,7 +80,7 @@ bool AddUnreadHead(const std::string& path, const ProgramHead& head, Severity se
                    Findings& findings) {
   if (head.Error() == 0) return false;
   if (head.Error() == EACCES) {
-    AddClosedFile(path, severity, findings);
+    findings.Add(FindingKind::kClosedFile, severity, path);
   } else {
     AddUnread(path, head.Error(), severity, findings);
   }
@@ -88,19 +88,14 @@ bool AddUnreadHead(const std::string& path, const ProgramHead& head, Severity se
 }
 
 void AddCarriageReturn(const std::string& path, const ProgramHead& head, Findings& findings) {
-  if (!head.HasCarriageReturn()) return;
-  findings.Add({"carriage-return", Severity::kError, path, "its first line has a carriage return",
-                "save it with line feeds alone"});
+  if (head.HasCarriageReturn()) findings.Add(FindingKind::kCarriageReturn, Severity::kError, path);
 }
 
 int AddMissingInterpreter(const std::string& path, const ProgramHead& head, Findings& findings) {
   const int error = head.WhyNoInterpreter();
   if (error == 0 || head.Interpreter().ends_with('\r')) return error;
   if (AddUnseen(head.Interpreter(), error, Severity::kError, findings)) return error;
-  findings.Add({"interpreter-missing", Severity::kError, path,
-                "its first line names a program that is missing or cannot be executed: " +
-                    head.Interpreter(),
-                "correct the line, or install that program"});
+  findings.Add(FindingKind::kInterpreterMissing, path, {head.Interpreter()});
   return error;
 }
 

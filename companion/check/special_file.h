@@ -2,33 +2,30 @@
 #pragma once
 
 #include <errno.h>
-#include <sys/stat.h>
 
 #include <string>
 #include <system_error>
 
 #include "companion/check/findings.h"
+#include "companion/names/path_state.h"
 
 namespace kvl {
 
 /// True for a pipe, a socket or a device, which are then added to the findings.
-inline bool AddSpecialFile(const std::string& path, mode_t mode, Severity severity,
+inline bool AddSpecialFile(const std::string& path, const PathState& state, Severity severity,
                            Findings& findings) {
-  const auto add = [&](const char* code, const char* text) {
-    findings.Add({code, severity, path, text, "remove it from the media"});
+  const auto add = [&](FindingKind kind) {
+    findings.Add(kind, severity, path);
     return true;
   };
-  if (S_ISFIFO(mode)) return add("pipe", "a pipe, which cannot be copied");
-  if (S_ISSOCK(mode)) return add("socket", "a socket, which cannot be copied");
-  if (S_ISCHR(mode) || S_ISBLK(mode)) return add("device", "a device, which cannot be copied");
-  return false;
+  if (S_ISFIFO(state.mode)) return add(FindingKind::kPipe);
+  if (S_ISSOCK(state.mode)) return add(FindingKind::kSocket);
+  return (S_ISCHR(state.mode) || S_ISBLK(state.mode)) && add(FindingKind::kDevice);
 }
 
 /// What the system could not read or look at, and says why.
 inline void AddUnread(const std::string& path, int error, Severity severity, Findings& findings) {
-  findings.Add({"unreadable", severity, path,
-                "it cannot be read: " + std::generic_category().message(error),
-                "look at the disc, and copy it again"});
+  findings.Add(FindingKind::kUnread, severity, path, {std::generic_category().message(error)});
 }
 
 /// True for the errors that say what is wrong with a path, which have findings of their own. All
@@ -53,34 +50,6 @@ inline bool AddUnseen(const std::string& path, int error, Severity severity, Fin
   if (error == 0 || IsAboutThePath(error)) return false;
   AddUnread(path, error, severity, findings);
   return true;
-}
-
-inline void AddClosedFile(const std::string& path, Severity severity, Findings& findings) {
-  findings.Add(
-      {"unreadable", severity, path, "you cannot read it", "give it read permission (chmod a+r)"});
-}
-
-inline void AddLinkCycle(const std::string& path, Severity severity, Findings& findings) {
-  findings.Add({"link-cycle", severity, path, "a link that leads round in a circle",
-                "remove the link, or let it lead to something else"});
-}
-
-/// The system gives up on a path with more than forty links in it.
-inline void AddTooManyLinks(const std::string& path, Severity severity, Findings& findings) {
-  findings.Add({"too-many-links", severity, path,
-                "links that lead round in a circle, or too many of them one behind the other",
-                "remove the link, or let it lead to something else"});
-}
-
-inline void AddDanglingLink(const std::string& path, Severity severity, Findings& findings) {
-  findings.Add({"dangling-link", severity, path, "a link that leads nowhere",
-                "put there what it leads to, or remove the link"});
-}
-
-inline void AddUnlistable(const std::string& path, Findings& findings) {
-  findings.Add({"directory-not-listable", Severity::kWarning, path,
-                "a directory that you may not list, so that it counts as empty",
-                "give it read and execute permission (chmod a+rx)"});
 }
 
 }  // namespace kvl

@@ -1,7 +1,6 @@
 #include "companion/check/tree_survey.h"
 
 #include <errno.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <map>
@@ -11,12 +10,10 @@
 #include "companion/check/disc_access.h"
 #include "companion/check/special_file.h"
 #include "companion/names/path_below.h"
-#include "insio/tree_level.h"
+#include "companion/names/path_state.h"
 
 namespace kvl {
 namespace {
-
-using KVLInsIO::internal::FileIdentity;
 
 /// A way from one directory into another.
 struct Way {
@@ -80,7 +77,8 @@ class Graph {
       const Way& way = ways_[before.directory][before.next_way - 1];
       if (way.is_link) link = &way;
     }
-    if (link != nullptr) AddLinkCycle(link->path, Severity::kWarning, findings);
+    if (link == nullptr) return;
+    findings.Add(FindingKind::kLinkCycle, Severity::kWarning, link->path);
   }
 
   std::map<FileIdentity, std::vector<Way>> ways_;
@@ -103,8 +101,8 @@ class Survey {
   }
 
  private:
-  void Warn(const char* code, const std::string& path, const char* text, const char* remedy) {
-    findings_.Add({code, Severity::kWarning, path, text, remedy});
+  void Warn(FindingKind kind, const std::string& path) {
+    findings_.Add(kind, Severity::kWarning, path);
   }
 
   /// As the function of that name, for what is only in the way.
@@ -114,70 +112,60 @@ class Survey {
 
   void LookThrough(const std::string& directory) {
     const DirectoryNames list = SortedNamesIn(directory);
-    if (list.error != 0 && !IsUnseen(directory, list.error)) AddUnlistable(directory, findings_);
-    FileIdentity here;
-    if (!KVLInsIO::internal::Identify(directory, here)) {
-      IsUnseen(directory, errno);
-      return;
+    if (list.error != 0 && !IsUnseen(directory, list.error)) {
+      Warn(FindingKind::kDirectoryNotListable, directory);
     }
+    const PathState here = StateAt(directory);
+    if (IsUnseen(directory, here.error) || !here.IsThere()) return;
     const std::size_t first_below = open_.size();
-    for (const std::string& name : list.names) LookAt(here, PathBelow(directory, name), name);
+    for (const std::string& name : list.names) {
+      LookAt(here.identity, PathBelow(directory, name), name);
+    }
     std::reverse(open_.begin() + static_cast<std::ptrdiff_t>(first_below), open_.end());
   }
 
   void LookAt(const FileIdentity& parent, const std::string& path, const std::string& name) {
-    if (name.size() > kLongestDiscName) {
-      Warn("name-too-long", path, "a name that is cut off on a disc (ISO 9660 with Rock Ridge)",
-           "shorten it to 253 bytes or less");
-    }
-    struct stat status;
-    if (::lstat(path.c_str(), &status) != 0) {
-      LookAtError(path, errno);
-      return;
-    }
-    if (S_ISLNK(status.st_mode)) {
+    if (name.size() > kLongestDiscName) Warn(FindingKind::kNameTooLong, path);
+    const PathState state = StateOfEntry(path);
+    if (!state.IsThere()) {
+      LookAtError(path, state.error);
+    } else if (state.IsLink()) {
       LookAtLink(parent, path);
-      return;
+    } else if (!AddSpecialFile(path, state, Severity::kWarning, findings_)) {
+      LookAtMode(path, state);
+      if (!state.IsDirectory()) return;
+      graph_.Add(parent, {state.identity, path, /*is_link=*/false});
+      open_.push_back(path);
     }
-    if (AddSpecialFile(path, status.st_mode, Severity::kWarning, findings_)) return;
-    const bool is_directory = S_ISDIR(status.st_mode);
-    const mode_t wanted = is_directory ? S_IROTH | S_IXOTH : S_IROTH;
-    if ((status.st_mode & wanted) != wanted &&
-        !findings_.Has("unreadable", path)) {  // as the survey of what is staged has said
-      Warn("not-readable-by-others", path, "an ordinary user cannot read it",
-           is_directory ? "give it read and execute permission for all (chmod a+rx)"
-                        : "give it read permission for all (chmod a+r)");
-    }
-    if (!is_directory) return;
-    graph_.Add(parent, {{status.st_dev, status.st_ino}, path, /*is_link=*/false});
-    open_.push_back(path);
+  }
+
+  void LookAtMode(const std::string& path, const PathState& state) {
+    const mode_t wanted = state.IsDirectory() ? S_IROTH | S_IXOTH : S_IROTH;
+    if ((state.mode & wanted) == wanted) return;
+    if (findings_.Has(FindingKind::kClosedFile, path)) return;  // the survey of staging has said it
+    Warn(state.IsDirectory() ? FindingKind::kDirectoryNotForOthers : FindingKind::kFileNotForOthers,
+         path);
   }
 
   void LookAtError(const std::string& path, int error) {
     if (IsUnseen(path, error)) return;
     if (error == ENAMETOOLONG) {
-      Warn("path-too-long", path, "a path that is too long for the system",
-           "put it less deep, or shorten names");
+      Warn(FindingKind::kPathTooLong, path);
     } else if (error != ENOENT) {  // it has just been removed
-      Warn("unreadable", path, "you cannot read it", "give the directories above it permission x");
+      Warn(FindingKind::kClosedWay, path);
     }
   }
 
   void LookAtLink(const FileIdentity& parent, const std::string& path) {
-    struct stat target;
-    if (::stat(path.c_str(), &target) != 0) {
-      const int error = errno;
-      if (error == ELOOP) {
-        AddTooManyLinks(path, Severity::kWarning, findings_);
-      } else if (!IsUnseen(path, error)) {
-        AddDanglingLink(path, Severity::kWarning, findings_);
-      }
+    const PathState target = StateAt(path);
+    if (!target.IsThere()) {
+      if (IsUnseen(path, target.error)) return;
+      const bool is_long_way = target.error == ELOOP;
+      Warn(is_long_way ? FindingKind::kTooManyLinks : FindingKind::kDanglingLink, path);
       return;
     }
-    AddSpecialFile(path, target.st_mode, Severity::kWarning, findings_);
-    if (S_ISDIR(target.st_mode)) {
-      graph_.Add(parent, {{target.st_dev, target.st_ino}, path, /*is_link=*/true});
-    }
+    AddSpecialFile(path, target, Severity::kWarning, findings_);
+    if (target.IsDirectory()) graph_.Add(parent, {target.identity, path, /*is_link=*/true});
   }
 
   Findings& findings_;

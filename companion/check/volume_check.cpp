@@ -1,7 +1,5 @@
 #include "companion/check/volume_check.h"
 
-#include <errno.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,6 +7,7 @@
 
 #include "companion/check/disc_access.h"
 #include "companion/check/special_file.h"
+#include "companion/names/path_state.h"
 #include "companion/names/plain_text.h"
 #include "console/text.h"
 #include "environment/media_names.h"
@@ -23,6 +22,7 @@ using KVLInsIO::InsPath;
 using KVLInsIO::Join;
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
 /// A marker, in a volume's words.
 struct Marker {
   std::string path;
@@ -127,23 +127,22 @@ class VolumeCheck {
 
   void AddFinding(const std::string& volume, const Marker& marker, std::string_view wanted) {
     if (AddUnseen(marker.path, marker.error, Severity::kWarning, findings_)) return;
-    const VolumeState state = marker.State(wanted);
-    const auto warn = [&](const char* code, const std::string& text, const std::string& remedy) {
-      findings_.Add({code, Severity::kWarning, marker.path, text, remedy});
-    };
-    if (state == VolumeState::kMissing) {
-      warn("volume-missing", volume + " is missing: it has no marker",
-           "copy the whole volume there");
-    } else if (state == VolumeState::kOtherTag) {
-      warn("volume-of-another-media",
-           volume + " has the tag " + ShortTag(marker.tag) + " instead of " + ShortTag(wanted),
-           "put the volume of the same media there");
-    } else if (state == VolumeState::kUnreadable) {
-      warn("marker-unreadable", "the marker of " + volume + " cannot be read",
-           "make it a regular file with read permission (chmod a+r)");
-    } else {
-      warn("marker-without-tag", "the marker of " + volume + " has no line MTBDIR=<tag>",
-           "copy the marker again");
+    switch (marker.State(wanted)) {
+      case VolumeState::kFound:
+        break;
+      case VolumeState::kMissing:
+        findings_.Add(FindingKind::kVolumeMissing, marker.path, {volume});
+        break;
+      case VolumeState::kOtherTag:
+        findings_.Add(FindingKind::kVolumeOfAnotherMedia, marker.path,
+                      {volume, ShortTag(marker.tag), ShortTag(wanted)});
+        break;
+      case VolumeState::kUnreadable:
+        findings_.Add(FindingKind::kMarkerUnreadable, marker.path, {volume});
+        break;
+      case VolumeState::kNoTag:
+        findings_.Add(FindingKind::kMarkerWithoutTag, marker.path, {volume});
+        break;
     }
   }
 
@@ -164,9 +163,8 @@ class VolumeCheck {
                   });
     const VolumeNumber rest = report_.count - last - looked_at;
     if (rest == 0) return;
-    findings_.Add({"more-volumes-missing", Severity::kWarning, VolumesFileOf(media_dir_).Str(),
-                   std::to_string(rest) + " volumes above " + std::to_string(last) + " are missing",
-                   "copy them, or correct the number in volumes.txt"});
+    findings_.Add(FindingKind::kMoreVolumesMissing, VolumesFileOf(media_dir_).Str(),
+                  {std::to_string(rest), std::to_string(last)});
   }
 
   /// The first file above the media with the name of an AM volume's marker has the last word; one
@@ -178,9 +176,7 @@ class VolumeCheck {
       const Marker marker(found);
       if (!marker.tag.empty()) return;
       if (AddUnseen(found, marker.error, Severity::kWarning, findings_)) return;
-      findings_.Add({"am-marker-without-tag", Severity::kWarning, found,
-                     "it looks like the marker of an AM volume, and has no line MTBDIR=<tag>",
-                     "copy the marker again, or remove it if it is none"});
+      findings_.Add(FindingKind::kAmMarkerWithoutTag, found);
       return;
     }
   }
@@ -192,8 +188,7 @@ class VolumeCheck {
     for (const std::string& name : list.names) {
       if (VolumeOfMarkerName(name) < 1) continue;
       std::string path = Join(dir.Str(), name).Str();
-      struct stat status;
-      if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return path;
+      if (!StateAt(path).IsDirectory()) return path;
     }
     return {};
   }
@@ -220,26 +215,20 @@ VolumesFile CheckVolumesFile(const InsPath& media_dir, Findings& findings) {
   const bool is_empty = start.bytes.empty();
   const std::string& line = start.bytes.erase(std::min(start.bytes.find('\n'), start.bytes.size()));
   VolumesFile file = {.count = ToIntOr(line, 0)};
-  const auto warn = [&](const char* code, const char* text, const char* remedy) {
-    findings.Add({code, Severity::kWarning, path, text, remedy});
+  const auto warn = [&](FindingKind kind) {
+    findings.Add(kind, Severity::kWarning, path);
     file.is_fine = false;
   };
   if (AddUnseen(path, start.error, Severity::kWarning, findings)) {
     file.is_fine = false;
   } else if (start.error != 0) {
-    warn("volumes-file-unreadable", "the number of volumes cannot be read",
-         "make it a regular file with read permission (chmod a+r)");
+    warn(FindingKind::kVolumesFileUnreadable);
   } else if (is_empty) {
-    warn("volumes-file-empty", "it has no line with the number of volumes",
-         "write the number into it");
+    warn(FindingKind::kVolumesFileEmpty);
   } else if (line.starts_with(kByteOrderMark)) {
-    warn("byte-order-mark", "it begins with a byte order mark, so that its number is none",
-         "save it without a byte order mark");
+    warn(FindingKind::kByteOrderMark);
   }
-  if (line.find('\r') != std::string::npos) {
-    warn("carriage-return", "its first line has a carriage return",
-         "save it with line feeds alone");
-  }
+  if (line.find('\r') != std::string::npos) warn(FindingKind::kCarriageReturn);
   return file;
 }
 
@@ -249,9 +238,7 @@ VolumeReport CheckVolumes(const InsPath& media_dir, const VolumesFile& file,
   const bool is_all_found = std::all_of(report.rows.begin(), report.rows.end(), IsFound);
   const bool is_misled = !scan.complete || (file.count > 1 && scan.layout == Layout::kNone);
   if (is_misled && file.is_fine && is_all_found) {
-    findings.Add({"search-fails", Severity::kWarning, media_dir.Str(),
-                  "the launcher does not find all volumes, and a second look does",
-                  "look at the disc, and check again"});
+    findings.Add(FindingKind::kSearchFails, media_dir.Str());
   }
   return report;
 }

@@ -41,11 +41,11 @@ Json Staging(const MediaReport& report) {
 Json FindingsOf(const MediaReport& report) {
   Json list = Json::array();
   for (const Finding& finding : report.findings.All()) {
-    list.push_back({{"code", finding.code},
+    list.push_back({{"code", finding.Code()},
                     {"severity", CodeOf(finding.severity)},
                     {"path", ToOneLine(finding.path)},
                     {"text", ToOneLine(finding.text)},
-                    {"remedy", ToOneLine(finding.remedy)}});
+                    {"remedy", ToOneLine(finding.Remedy())}});
   }
   return list;
 }
@@ -75,7 +75,8 @@ std::string JsonReport(const MediaReport& report) {
   json["messages"] = Texts(report.messages);
   json["findings"] = FindingsOf(report);
   json["further"] = Json::object();
-  for (const auto& [code, count] : report.findings.NotKept()) json["further"][code] = count;
+  for (const auto& [code, count] : report.findings.NotKept())
+    json["further"][std::string(code)] = count;
   return json.dump(kIndent) + "\n";
 }
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "companion/check/media_check.h"
+#include "companion/check/media_report.h"
 
 namespace kvl {
 

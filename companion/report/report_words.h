@@ -1,7 +1,7 @@
 // The words that both reports use.
 #pragma once
 
-#include "companion/check/media_check.h"
+#include "companion/check/media_report.h"
 #include "companion/names/layout_name.h"
 
 namespace kvl {

@@ -119,19 +119,19 @@ class Text {
   }
 
   void WriteFindings() {
-    std::map<std::string, std::size_t> further = report_.findings.NotKept();
-    std::map<std::string, std::size_t> written;
+    std::map<std::string_view, std::size_t> further = report_.findings.NotKept();
+    std::map<std::string_view, std::size_t> written;
     for (const Finding& finding : report_.findings.All()) {
-      if (++written[finding.code] > kMostOfOneCode) {
-        ++further[finding.code];
+      if (++written[finding.Code()] > kMostOfOneCode) {
+        ++further[finding.Code()];
         continue;
       }
       text_ += Padded(CodeOf(finding.severity), kLabelWidth);
       if (!finding.path.empty()) text_ += ToOneLine(finding.path) + ": ";
-      text_ += ToOneLine(finding.text) + "; " + ToOneLine(finding.remedy) + "\n";
+      text_ += ToOneLine(finding.text) + "; " + ToOneLine(finding.Remedy()) + "\n";
     }
     for (const auto& [code, count] : further) {
-      Line("", "and " + std::to_string(count) + " more of " + code);
+      Line("", ("and " + std::to_string(count) + " more of ").append(code));
     }
   }
 
