@@ -48,8 +48,8 @@ void WriteWhole(int stream, std::string_view text) {
 }  // namespace
 
 void Logger::Message(std::string text, int level, bool /*marked*/) {
-  if (level == kError || level == kWarning) log_to_error_stream_ = true;
-  if (level == kInformation) log_to_error_stream_ = false;
+  if (level == kError || level == kWarning) LogToErrorStream = true;
+  if (level == kInformation) LogToErrorStream = false;
 
   text.insert(0, Prefix(level));
   ReplaceAll(text, "\n", kIndentedLineFeed, 0);
@@ -58,7 +58,7 @@ void Logger::Message(std::string text, int level, bool /*marked*/) {
     collect_(text);
     return;
   }
-  WriteWhole(log_to_error_stream_ ? STDERR_FILENO : STDOUT_FILENO, text);
+  WriteWhole(LogToErrorStream ? STDERR_FILENO : STDOUT_FILENO, text);
 }
 
 }  // namespace kvl

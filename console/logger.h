@@ -41,7 +41,7 @@ class Logger {
 
  private:
   std::function<void(std::string_view)> collect_;
-  bool log_to_error_stream_ = false;  // where the last message with a level of its own went
+  bool LogToErrorStream = false;  // where the last message with a level of its own went
 };
 
 }  // namespace kvl
