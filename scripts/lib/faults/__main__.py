@@ -1,34 +1,4 @@
-"""The campaign: what is failed, by how many at once, and the tables of what came out."""
-
-from __future__ import annotations
-
-import argparse
-import collections
-import concurrent.futures
-import dataclasses
-import os
-import queue
-import resource
-import shlex
-import shutil
-import signal
-import sys
-import tempfile
-import time
-from pathlib import Path
-
-import calls
-import world as worlds
-from calls import Call, Fault
-from launch import Launch, Launcher, why_not_traceable
-from verdict import ACCEPTED, FAILED, MESSAGE, SUCCESS, Judge, Verdict
-from world import World
-
-_CHECKOUT = Path(__file__).resolve().parents[3]
-_IS_SKIPPED = 77  # the exit status, as automatic test programs have it
-
-_ABOUT = """\
-Launches an installer from small medias, once for every system call that the launcher makes and
+"""Launches an installer from small medias, once for every system call that the launcher makes and
 every error that the call may end with, and has strace fail it: that one call, and that call and
 all later ones of the same name. Four kinds of launch: staged; in place; staged with the installer
 of an external media; software management.
@@ -46,219 +16,203 @@ main makes on, in the launcher and in its child until that becomes the installer
 out is listed below the table.
 """
 
+from __future__ import annotations
 
-@dataclasses.dataclass
-class Recording:
-    """A kind of launch as it is without failures."""
+import argparse
+import os
+import pprint
+import queue
+import re
+import resource
+import shlex
+import shutil
+import signal
+import sys
+import tempfile
+import time
+from collections import Counter, defaultdict
+from collections.abc import Iterator
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+from typing import NamedTuple
 
-    usual: Launch
-    made: list[Call]
+import world as worlds
+from calls import Call, Fault, fault_of
+from launch import UNTIL_INSTALLER, failing_launch, launch, why_not_traceable
+from verdict import ACCEPTED, FAILED, MESSAGE, OUTCOMES, Judge, Verdict
+from world import World
 
-    def of_main(self) -> list[tuple[int, Call]]:
-        """The calls to fail, each with its number among all of its name and process."""
-        own = {call.name for call in self.made if not call.in_child}
-        counts: collections.Counter[tuple[bool, str]] = collections.Counter()
-        found = []
-        in_main = False
-        for call in self.made:
-            counts[call.in_child, call.name] += 1
-            in_main = in_main or call.name == "poll"  # main begins with a look at the streams
-            # Calls are counted in each process on its own, so that one of the child can be told
-            # apart only when the launcher has none of that name.
-            is_apart = not call.in_child or call.name not in own - {"execve"}
-            is_start = call.name == "execve" and not call.in_child  # strace does not count it
-            if in_main and not is_start and is_apart and calls.is_failed(call.name):
-                found.append((counts[call.in_child, call.name], call))
-        return found
-
-    def left_out(self) -> collections.Counter[str]:
-        """How many calls of each name are not failed."""
-        made = collections.Counter(map(label, self.made))
-        return made - collections.Counter(label(call) for _, call in self.of_main())
-
-
-def label(call: Call) -> str:
-    return call.name + (" (child)" if call.in_child else "")
+_CHECKOUT = Path(__file__).resolve().parents[3]
+_IS_SKIPPED = 77  # the exit status, as automatic test programs have it
 
 
-@dataclasses.dataclass
-class Row:
-    """All launches with failures of one call, in one kind of launch."""
-
+class Tried(NamedTuple):
     kind: str
-    call: str
-    failures: set[str] = dataclasses.field(default_factory=set)
-    outcomes: collections.Counter[str] = dataclasses.field(default_factory=collections.Counter)
-    surprises: list[str] = dataclasses.field(default_factory=list)
+    fault: Fault
+    verdict: Verdict
+
+    @property
+    def call(self) -> tuple[str, str]:
+        return self.kind, self.fault.call.label
 
 
-def row_name(fault: Fault) -> str:
-    return fault.call + (" (child)" if fault.in_child else "")
+def name_of(kind: str, fault: Fault) -> str:
+    return f"{kind}: {fault.injection}{' (child)' if fault.call.in_child else ''}"
 
 
-def all_faults(recording: Recording) -> list[Fault]:
-    faults = []
-    for number, call in recording.of_main():
-        for failure in calls.failures_of(call):
-            for when in (str(number), calls.from_then_on(number, failure)):
-                faults.append(Fault(call.name, failure, when, call.in_child))
-    return list(dict.fromkeys(faults))
+def calls_to_fail(made: list[Call]) -> list[tuple[Call, int]]:
+    """Each with its number among all of its name and process."""
+    own = {call.name for call in made if not call.in_child}
+    counts: Counter[str] = Counter()
+    found = []
+    in_main = False
+    for call in made:
+        counts[call.label] += 1
+        in_main = in_main or call.name == "poll"  # main begins with a look at the streams
+        # Calls are counted in each process on its own, so that one of the child can be told apart
+        # only when the launcher has none of that name.
+        is_apart = not call.in_child or call.name not in own - {"execve"}
+        is_start = call.name == "execve" and not call.in_child  # strace does not count it
+        if in_main and not is_start and is_apart and call.failures():
+            found.append((call, counts[call.label]))
+    return found
 
 
-def some_faults(recording: Recording) -> list[Fault]:
+def all_faults(made: list[tuple[Call, int]]) -> Iterator[Fault]:
+    for call, number in made:
+        for failure in call.failures():
+            yield fault_of(call, number, failure)
+            yield fault_of(call, number, failure, from_then_on=True)
+
+
+def some_faults(made: list[tuple[Call, int]]) -> Iterator[Fault]:
     """Of every call: the first, the middle and the last one, each with another error, the middle
     one with all that follow, and one with each wrong result that it may give."""
-    by_name: dict[tuple[str, bool], list[tuple[int, Call]]] = collections.defaultdict(list)
-    for number, call in recording.of_main():
-        by_name[call.name, call.in_child].append((number, call))
-    faults = []
-    for (name, in_child), made in by_name.items():
-        for turn, (number, call) in enumerate([made[0], made[len(made) // 2], made[-1]]):
-            failures = calls.failures_of(call)
-            failure = failures[(turn * 3 + 1) % len(failures)]
-            faults.append(Fault(name, failure, str(number), in_child))
+    by_name: defaultdict[str, list[tuple[Call, int]]] = defaultdict(list)
+    for call, number in made:
+        by_name[call.label].append((call, number))
+    for same in by_name.values():
+        for turn, (call, number) in enumerate([same[0], same[len(same) // 2], same[-1]]):
+            failure = call.failures()[(turn * 3 + 1) % len(call.failures())]
+            yield fault_of(call, number, failure)
             if turn == 1:
-                faults.append(Fault(name, failure, calls.from_then_on(number, failure), in_child))
+                yield fault_of(call, number, failure, from_then_on=True)
         results = {
-            failure: Fault(name, failure, str(number), in_child)
-            for number, call in made
-            for failure in calls.failures_of(call)
+            failure: fault_of(call, number, failure)
+            for call, number in same
+            for failure in call.failures()
             if failure.startswith("retval=")
         }
-        faults += results.values()
-    return list(dict.fromkeys(faults))
+        yield from results.values()
 
 
 class Campaign:
-    def __init__(self, program: Path, workplace: Path, jobs: int) -> None:
-        self.launcher = Launcher(program)
-        self.rows: dict[tuple[str, str], Row] = {}
-        self.names: dict[str, collections.Counter[str]] = {}
-        self.per_kind: collections.Counter[str] = collections.Counter()
-        self.surprises: list[tuple[str, Fault, str]] = []
-        self.recordings: dict[str, Recording] = {}
-        self._workplace = workplace
-        self._jobs = jobs
+    def __init__(self, options: argparse.Namespace, workplace: Path) -> None:
+        self._options, self._workplace = options, workplace
+        self._program: Path = options.launcher.resolve()
+        self._tried: list[Tried] = []
+        self._left_out: dict[str, Counter[str]] = {}
 
-    def record(self, kind: str) -> Recording:
+    def run(self, kind: str) -> None:
         place = World(self._workplace / "recording", kind)
-        launch, made = self.launcher.recorded(place)
-        again, _ = self.launcher.recorded(place)
-        if not launch.report or launch.told() != again.told():
-            sys.exit(f"{kind}: a launch without failures does not start the installer: {launch}")
-        self.recordings[kind] = Recording(launch, made)
-        if not self.recordings[kind].of_main():
-            sys.exit(f"{kind}: no call found that could be failed")
-        return self.recordings[kind]
+        usual = launch(self._program, place, *UNTIL_INSTALLER)
+        again = launch(self._program, place, *UNTIL_INSTALLER)
+        made = calls_to_fail(usual.made)
+        if not usual.report or usual.told() != again.told() or not made:
+            sys.exit(f"{kind}: a launch without failures does not start the installer: {usual}")
+        if usual.staged and not place.is_whole(usual.staged):
+            sys.exit(f"{kind}: the copy of a launch without failures is not whole: {usual}")
+        chosen = (some_faults if self._options.quick else all_faults)(made)
+        named = {name_of(kind, fault): fault for fault in chosen}
+        faults = [fault for name, fault in named.items() if re.search(self._options.only, name)]
+        if not faults:
+            return
+        print(f"{kind}: {len(faults)} launches", file=sys.stderr, flush=True)
+        called = Counter(call.label for call in usual.made)
+        self._left_out[kind] = called - Counter(call.label for call, _ in made)
 
-    def run(self, kind: str, faults: list[Fault]) -> None:
-        judge = Judge(self.launcher, kind, self.recordings[kind].usual, self._workplace)
+        judge = Judge(self._program, usual, self._workplace)
         places: queue.SimpleQueue[World] = queue.SimpleQueue()
-        for i in range(self._jobs):
+        for i in range(self._options.jobs):
             places.put(World(self._workplace / str(i), kind))
 
-        def one(fault: Fault) -> tuple[Fault, Verdict]:
+        def one(fault: Fault) -> Tried:
             place = places.get()
             try:
-                launch = self.launcher.failing(place, fault)
-                verdict = judge.judge(place, launch)
-                if launch.media_changes:
+                seen = failing_launch(self._program, place, fault)
+                verdict = judge.judge(place, seen)
+                if len(faults) == 1:
+                    pprint.pprint(seen)
+                if seen.media_changes:
                     place = World(place.root, kind)
-                return fault, verdict
+                return Tried(kind, fault, verdict)
             finally:
                 places.put(place)
 
-        with concurrent.futures.ThreadPoolExecutor(self._jobs) as pool:
+        with ThreadPoolExecutor(self._options.jobs) as pool:
             try:
-                for fault, verdict in pool.map(one, faults):
-                    self._count(kind, fault, verdict)
+                self._tried += pool.map(one, faults)
             except BaseException:  # also when interrupted: not all that is still waiting
                 pool.shutdown(cancel_futures=True)
                 raise
 
-    def _count(self, kind: str, fault: Fault, verdict: Verdict) -> None:
-        row = self.rows.setdefault((kind, row_name(fault)), Row(kind, row_name(fault)))
-        row.failures.add(fault.failure.partition("=")[2])
-        row.outcomes[verdict.outcome] += 1
-        self.per_kind[kind] += 1
-        if verdict.outcome == FAILED:
-            row.surprises.append(f"{fault.injection}: {verdict.name}")
-            self.surprises.append((kind, fault, verdict.name))
-        elif verdict.outcome != SUCCESS:
-            self.names.setdefault(verdict.outcome, collections.Counter())[verdict.name] += 1
-
-    # --- what came out ---------------------------------------------------------------------------
-
-    def print_table(self) -> None:
+    def print_tables(self) -> None:
         form = "{:<11} {:<21} {:>5} {:>8} {:>8} {:>8} {:>7}  {}"
-        print(form.format("launch", "call", "runs", SUCCESS, MESSAGE, ACCEPTED, FAILED, "errors"))
-        for row in self.rows.values():
-            counts = [row.outcomes[name] for name in (SUCCESS, MESSAGE, ACCEPTED, FAILED)]
-            errors = " ".join(sorted(row.failures))
-            print(form.format(row.kind, row.call, sum(counts), *counts, errors))
-        for kind, recording in self.recordings.items():
-            left = ", ".join(f"{name} {n}" for name, n in sorted(recording.left_out().items()))
+        print(form.format("launch", "call", "runs", *OUTCOMES, "errors"))
+        for call, tried in self._by_call():
+            outcomes = Counter(one.verdict.outcome for one in tried)
+            errors = " ".join(sorted({one.fault.failure.partition("=")[2] for one in tried}))
+            print(form.format(*call, len(tried), *(outcomes[o] for o in OUTCOMES), errors))
+        for kind, left_out in self._left_out.items():
+            left = ", ".join(f"{name} {count}" for name, count in sorted(left_out.items()))
             print(f"\nnot failed in {kind}: {left}", end="")
+        verdicts = Counter(one.verdict for one in self._tried if one.verdict.name)
+        for outcome in (ACCEPTED, MESSAGE):
+            print(f"\n\n{outcome}:", end="")
+            for verdict, count in verdicts.most_common():
+                if verdict.outcome == outcome:
+                    print(f"\n{count:>7}  {verdict.name}", end="")
         print()
-        for outcome, names in sorted(self.names.items()):
-            print(f"\n{outcome}:")
-            for name, count in names.most_common():
-                print(f"{count:>7}  {name}")
+        for kind, fault, verdict in self._tried:
+            if verdict.outcome == FAILED:
+                name = name_of(kind, fault)
+                only = shlex.quote(f"^{re.escape(name)}$")
+                print(f"\n{FAILED}: {name}: {verdict.name}\n  again: scripts/faults --only {only}")
 
-    def print_surprises(self) -> None:
-        for kind, fault, text in self.surprises:
-            options = ["--kind", kind, "--one", fault.injection]
-            if fault.in_child:
-                options.append("--child")
-            where = " in the child" if fault.in_child else ""
-            print(f"\n{FAILED}: {kind}, {fault.injection}{where}: {text}")
-            print(f"  again: scripts/faults {shlex.join(options)}")
+    def summarise(self, seconds: float) -> bool:
+        """Prints the last line. True when nothing failed."""
+        total = Counter(one.verdict.outcome for one in self._tried)
+        per_kind = Counter(one.kind for one in self._tried)
+        kinds = ", ".join(f"{kind} {count}" for kind, count in per_kind.items())
+        counts = ", ".join(f"{total[outcome]} {outcome}" for outcome in OUTCOMES)
+        print(f"\n{len(self._tried)} launches ({kinds}) in {seconds:.0f} s: {counts}")
+        return bool(self._tried) and not total[FAILED]
 
     def write_report(self, path: Path) -> None:
         """One line for each launch kind and call: verdict, name, text, separated by tabs."""
         with path.open("w") as report:
-            for row in self.rows.values():
-                verdict = "failed" if row.surprises else "passed"
-                print(verdict, f"{row.kind}: {row.call}", *row.surprises[:1], sep="\t", file=report)
+            for (kind, label), tried in self._by_call():
+                failed = [one for one in tried if one.verdict.outcome == FAILED][:1]
+                texts = [f"{one.fault.injection}: {one.verdict.name}" for one in failed]
+                verdict = "failed" if failed else "passed"
+                print(verdict, f"{kind}: {label}", *texts, sep="\t", file=report)
 
-    def show_one(self, kind: str, fault: Fault) -> Verdict:
-        """One launch, with all that was seen of it."""
-        place = World(self._workplace / "0", kind)
-        launch = self.launcher.failing(place, fault)
-        judge = Judge(self.launcher, kind, self.recordings[kind].usual, self._workplace)
-        verdict = judge.judge(place, launch)
-        print("strace's log of what it failed:")
-        for call in launch.failed:
-            print(f"  {call.name}({call.arguments} = {call.result}")
-        print("standard output:", *launch.out, sep="\n  ")
-        print("standard error:", *launch.err, sep="\n  ")
-        print(f"status: {launch.status}, after {launch.seconds:.1f} s; installer: {launch.report}")
-        print(f"{verdict.outcome}: {verdict.name}")
-        return verdict
-
-
-def parse_arguments() -> argparse.Namespace:
-    parser = argparse.ArgumentParser(
-        prog="faults", description=_ABOUT, formatter_class=argparse.RawDescriptionHelpFormatter
-    )
-    parser.add_argument(
-        "--launcher",
-        type=Path,
-        default=_CHECKOUT / "build/release/bin/kvl-launcher",
-        help="the program (default: that of build/release)",
-    )
-    parser.add_argument("--quick", action="store_true", help="a few launches for each call only")
-    parser.add_argument("--kind", choices=worlds.KINDS, action="append", help="only this kind")
-    parser.add_argument("--call", action="append", help="only this call")
-    parser.add_argument("-j", "--jobs", type=int, default=2, help="launches at once (default: 2)")
-    parser.add_argument("--report", type=Path, metavar="FILE", help="write the checks into FILE")
-    parser.add_argument("--one", metavar="FAULT", help="this failure only, as strace takes it")
-    parser.add_argument("--child", action="store_true", help="--one is about the child")
-    return parser.parse_args()
+    def _by_call(self) -> list[tuple[tuple[str, str], list[Tried]]]:
+        calls = dict.fromkeys(one.call for one in self._tried)
+        return [(call, [one for one in self._tried if one.call == call]) for call in calls]
 
 
 def main() -> int:
-    options = parse_arguments()
+    style = argparse.RawDescriptionHelpFormatter
+    parser = argparse.ArgumentParser(prog="faults", description=__doc__, formatter_class=style)
+    add = parser.add_argument
+    release = _CHECKOUT / "build/release/bin/kvl-launcher"
+    add("--launcher", type=Path, default=release, help="the program (default: the release)")
+    add("--quick", action="store_true", help="a few launches for each call only")
+    add("--only", default="", metavar="REGEX", help="such as 'staged: read:error=EIO:when=2'")
+    add("-j", "--jobs", type=int, default=2, help="launches at once (default: 2)")
+    add("--report", type=Path, metavar="FILE", help="write the checks into FILE")
+    options = parser.parse_args()
     if reason := why_not_traceable():
         print(reason)
         if options.report:
@@ -274,32 +228,15 @@ def main() -> int:
     begin = time.monotonic()
     workplace = Path(tempfile.mkdtemp(prefix="kvl-faults.")).resolve()
     try:
-        campaign = Campaign(options.launcher.resolve(), workplace, options.jobs)
-        for kind in options.kind or worlds.KINDS:
-            recording = campaign.record(kind)
-            if options.one:
-                call, failure, when = options.one.split(":")
-                fault = Fault(call, failure, when.removeprefix("when="), options.child)
-                return campaign.show_one(kind, fault).outcome == FAILED
-            faults = some_faults(recording) if options.quick else all_faults(recording)
-            if options.call:
-                faults = [fault for fault in faults if fault.call in options.call]
-            print(f"{kind}: {len(faults)} launches", file=sys.stderr, flush=True)
-            campaign.run(kind, faults)
+        campaign = Campaign(options, workplace)
+        for kind in worlds.KINDS:
+            campaign.run(kind)
     finally:
         shutil.rmtree(workplace, ignore_errors=True)
-
-    campaign.print_table()
-    campaign.print_surprises()
+    campaign.print_tables()
     if options.report:
         campaign.write_report(options.report)
-    total: collections.Counter[str] = collections.Counter()
-    for row in campaign.rows.values():
-        total.update(row.outcomes)
-    kinds = ", ".join(f"{kind} {count}" for kind, count in campaign.per_kind.items())
-    counts = ", ".join(f"{total[name]} {name}" for name in (SUCCESS, MESSAGE, ACCEPTED, FAILED))
-    print(f"\n{total.total()} launches ({kinds}) in {time.monotonic() - begin:.0f} s: {counts}")
-    return 1 if total[FAILED] or not total.total() else 0
+    return 0 if campaign.summarise(time.monotonic() - begin) else 1
 
 
 sys.exit(main())
