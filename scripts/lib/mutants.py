@@ -7,40 +7,36 @@ that does not compile is no harm: whoever builds it takes another one.
 import hashlib
 import random
 import re
+from collections import Counter
 from collections.abc import Iterator
 from dataclasses import dataclass
-from pathlib import Path
-
-
-@dataclass(frozen=True)
-class Token:
-    kind: str  # "word", "number", "string", "character" or "sign"
-    text: str
-    start: int
-
-    @property
-    def end(self) -> int:
-        return self.start + len(self.text)
+from itertools import groupby
 
 
 @dataclass(frozen=True)
 class Mutant:
     name: str  # FILE:LINE:RULE, with .2, .3, ... behind it where a line has several
     file: str
+    text: str  # of the file
     start: int
     end: int
     new: str
 
+    @property
+    def rule(self) -> str:
+        return self.name.split(":")[2].split(".")[0]
+
+    def overlaps(self, other: "Mutant") -> bool:
+        return self.file == other.file and self.start <= other.end and other.start <= self.end
+
     def apply(self, text: str) -> str:
         return text[: self.start] + self.new + text[self.end :]
 
-    def describe(self, text: str) -> str:
+    def describe(self) -> str:
         """The lines of the edit before and after it, each without its blanks in excess."""
-        first = text.rfind("\n", 0, self.start) + 1
-        last = text.find("\n", self.end)
-        before = text[first:last]
-        after = text[first : self.start] + self.new + text[self.end : last]
-        return f"{' '.join(before.split())}  =>  {' '.join(after.split())}"
+        first, last = self.text.rfind("\n", 0, self.start) + 1, self.text.find("\n", self.end)
+        after = self.text[first : self.start] + self.new + self.text[self.end : last]
+        return f"{' '.join(self.text[first:last].split())}  =>  {' '.join(after.split())}"
 
 
 TOKEN = re.compile(
@@ -52,216 +48,138 @@ TOKEN = re.compile(
       | (?P<sign><=>|<<=|>>=|\.\.\.|->|::|\+\+|--|<<|[-+*/%&|^=!<>]=|&&|\|\||.)""",
     re.VERBOSE | re.MULTILINE | re.DOTALL,
 )
-
-
-def tokens_of(text: str) -> list[Token]:
-    return [
-        Token(match.lastgroup, match[0], match.start())
-        for match in TOKEN.finditer(text)
-        if match.lastgroup != "skip" and match.lastgroup is not None
-    ]
-
-
-# What a token in the middle of an expression becomes, and the rule's name.
+# What a sign between two values becomes, by the rule's name.
 SIGNS = {
-    "==": ("comparison", ["!="]),
-    "!=": ("comparison", ["=="]),
-    "<": ("comparison", ["<=", ">"]),
-    "<=": ("comparison", ["<", ">="]),
-    ">": ("comparison", [">=", "<"]),
-    ">=": ("comparison", [">", "<="]),
-    "&&": ("logic", ["||"]),
-    "||": ("logic", ["&&"]),
-    "+": ("arithmetic", ["-"]),
-    "-": ("arithmetic", ["+"]),
-    "*": ("arithmetic", ["/"]),
-    "/": ("arithmetic", ["*"]),
-    "%": ("arithmetic", ["/"]),
-    "&": ("bits", ["|"]),
-    "|": ("bits", ["&"]),
-    "^": ("bits", ["|"]),
-    "+=": ("arithmetic", ["-=", "="]),
-    "-=": ("arithmetic", ["+="]),
-    "*=": ("arithmetic", ["/="]),
-    "/=": ("arithmetic", ["*="]),
+    "comparison": {"==": "!=", "!=": "==", "<": "<= >", "<=": "< >=", ">": ">= <", ">=": "> <="},
+    "logic": {"&&": "||", "||": "&&"},
+    "arithmetic": {"+": "-", "-": "+", "*": "/", "/": "*", "%": "/"}
+    | {"+=": "-= =", "-=": "+=", "*=": "/=", "/=": "*="},
+    "bits": {"&": "|", "|": "&", "^": "|"},
 }
 STEPS = {"++": "--", "--": "++"}
-NAMED = {
-    "true": "false",
-    "false": "true",
-    "break": "continue",
-    "continue": "break",
-    "kError": "kWarning",
-    "kWarning": "kInformation",
-    "kInformation": "kWarning",
-    "kContinuation": "kInformation",
-    "kQuiet": "kWithVerdict",
-    "kWithVerdict": "kQuiet",
-    "kUpperCase": "kLowerCase",
-    "kReadOnly": "kWritable",
-    "kWritable": "kReadOnly",
-    "kFile": "kDirectory",
-    "kDirectory": "kFile",
-    "kDirectoryOrFile": "kFile",
-    "kLinkToDirectory": "kDirectory",
-    "kLinkToFile": "kFile",
-    "kNoEntry": "kFile",
-    "kUsable": "kNotUsable",
-    "kScanFailed": "kNothingMoreNeeded",
-    "kNothingMoreNeeded": "kScanFailed",
-    "kBadCommandLine": "kBlankInInstallerMedia",
-    "kNoInstaller": "kBlankInInstallerMedia",
-    "kStagingFailed": "kBlankInInstallerMedia",
-    "kBlankInInstallerMedia": "kNoInstaller",
-    "kCannotExecute": "kInvalidArguments",
-    "O_TRUNC": "O_APPEND",
-    "O_RDONLY": "O_RDWR",
-    "STDERR_FILENO": "STDOUT_FILENO",
-    "STDOUT_FILENO": "STDERR_FILENO",
-    "SIG_IGN": "SIG_DFL",
-    "SIG_DFL": "SIG_IGN",
-    "min": "max",
-    "max": "min",
-    "begin": "end",
-    "front": "back",
-    "back": "front",
-    "find": "rfind",
-    "rfind": "find",
-}
+NAMED = dict(
+    pair.split(">")
+    for pair in """
+    true>false false>true break>continue continue>break min>max max>min begin>end front>back
+    back>front find>rfind rfind>find kError>kWarning kWarning>kInformation kInformation>kWarning
+    kContinuation>kInformation kQuiet>kWithVerdict kWithVerdict>kQuiet kUpperCase>kLowerCase
+    kReadOnly>kWritable kWritable>kReadOnly kFile>kDirectory kDirectory>kFile
+    kDirectoryOrFile>kFile kLinkToDirectory>kDirectory kLinkToFile>kFile kNoEntry>kFile
+    kUsable>kNotUsable kScanFailed>kNothingMoreNeeded kNothingMoreNeeded>kScanFailed
+    kBadCommandLine>kBlankInInstallerMedia kNoInstaller>kBlankInInstallerMedia
+    kStagingFailed>kBlankInInstallerMedia kBlankInInstallerMedia>kNoInstaller
+    kCannotExecute>kInvalidArguments O_TRUNC>O_APPEND O_RDONLY>O_RDWR STDERR_FILENO>STDOUT_FILENO
+    STDOUT_FILENO>STDERR_FILENO SIG_IGN>SIG_DFL SIG_DFL>SIG_IGN""".split()
+)
 # A statement that begins with one of these is no call and no assignment.
 NO_ACTION = set(
     "const constexpr static auto using struct class enum union template typedef friend explicit "
     "public private protected extern namespace inline virtual static_assert case default return "
     "if else for while do switch try catch throw break continue goto operator".split()
 )
+TYPES = {"class", "struct", "enum", "union", "namespace"}
 BRACKETS = {"(": ")", "[": "]", "{": "}"}
+
+# The rule's name, first and last position, new text.
+Edit = tuple[str, int, int, str]
 
 
 class Finder:
-    """All places of one file."""
+    """All places of one text."""
 
-    def __init__(self, file: str, text: str) -> None:
-        self.file = file
+    def __init__(self, text: str) -> None:
         self.text = text
-        self.tokens = tokens_of(text)
-        self.partner: dict[int, int] = {}
+        self.tokens = [token for token in TOKEN.finditer(text) if token.lastgroup != "skip"]
+        self.partner: dict[int, int] = {}  # of each opening bracket, and of each closing one
         open_ones: list[int] = []
         for index, token in enumerate(self.tokens):
-            if token.kind != "sign":
-                continue
-            if token.text in BRACKETS:
+            if token.lastgroup == "sign" and token[0] in BRACKETS:
                 open_ones.append(index)
-            elif token.text in BRACKETS.values() and open_ones:
-                self.partner[open_ones.pop()] = index
+            elif token.lastgroup == "sign" and token[0] in BRACKETS.values() and open_ones:
+                other = open_ones.pop()
+                self.partner |= {other: index, index: other}
         self.in_function = self._function_bodies()
 
-    def edits(self) -> Iterator[tuple[str, int, int, str]]:
-        """Rule, first and last position, new text."""
+    def edits(self) -> Iterator[Edit]:
         for index, token in enumerate(self.tokens):
             yield from self._edits_of_token(index, token)
-            if token.text in ("if", "while"):
-                yield from self._negation(index)
-            if token.text == "?":
-                yield from self._choice(index)
-            if token.text == "(":
-                yield from self._swapped_arguments(index)
+            if token[0] in ("if", "while"):
+                yield from self._negation(index + 1)
+            if token[0] == "?":  # swaps what "a ? b : c" chooses between
+                yield from self._swap("choice", index, ":", {";", ",", ")", "}", "]"})
             if self.in_function[index]:
-                yield from self._statement(index)
+                before = self.tokens[index - 1]
+                if token[0] == "(" and before.lastgroup == "word" and before[0] not in NO_ACTION:
+                    yield from self._swap("swapped", index, ",", {",", ")"})
+                yield from self._statement(index, token)
 
     def _text_at(self, index: int) -> str:
-        return self.tokens[index].text if 0 <= index < len(self.tokens) else ""
+        return self.tokens[index][0] if 0 <= index < len(self.tokens) else ""
 
-    def _is_spaced(self, token: Token) -> bool:
-        """Blanks on both sides: an operator between two values, not part of a type."""
-        around = self.text[token.start - 1 : token.start] + self.text[token.end : token.end + 1]
-        return len(around) == 2 and around.isspace()
+    def _span(self, first: int, last: int) -> tuple[int, int]:
+        return self.tokens[first].start(), self.tokens[last].end()
 
-    def _edits_of_token(self, index: int, token: Token) -> Iterator[tuple[str, int, int, str]]:
-        after_operator = self._text_at(index - 1) == "operator"
-        where = (token.start, token.end)
-        if token.text in SIGNS and self._is_spaced(token) and not after_operator:
-            rule, others = SIGNS[token.text]
-            if token.text == "+" and "string" in (
-                self.tokens[index - 1].kind,
-                self.tokens[index + 1].kind,
-            ):
-                return  # texts cannot be subtracted
-            for other in others:
-                yield (rule, *where, other)
-        elif token.text in STEPS:
-            yield ("step", *where, STEPS[token.text])
-        elif token.text == "!":
+    def _edits_of_token(self, index: int, token: re.Match[str]) -> Iterator[Edit]:
+        where, before = token.span(), self._text_at(index - 1)
+        # Blanks on both sides: an operator between two values, not part of a type.
+        start, end = where
+        around = self.text[start - 1 : start] + self.text[end : end + 1]
+        if len(around) == 2 and around.isspace() and before != "operator":
+            is_of_texts = before.endswith('"') or self._text_at(index + 1).startswith('"')
+            for rule, signs in SIGNS.items():
+                if token[0] != "+" or not is_of_texts:  # texts cannot be subtracted
+                    for other in signs.get(token[0], "").split():
+                        yield (rule, *where, other)
+        if token[0] in STEPS:
+            yield ("step", *where, STEPS[token[0]])
+        elif token[0] == "!":
             yield ("not", *where, "")
-        elif token.text in NAMED and token.kind == "word":
-            yield ("named", *where, NAMED[token.text])
-        elif token.kind == "number" and re.fullmatch(r"(0x)?[\dA-Fa-f']+", token.text):
-            value = int(token.text.replace("'", ""), 16 if token.text.startswith("0x") else 10)
-            octal = "0" if re.fullmatch(r"0\d+", token.text) else ""
-            yield ("plus-one", *where, octal + str(value + 1))
+        elif token[0] in NAMED and token.lastgroup == "word":
+            yield ("named", *where, NAMED[token[0]])
+        elif token.lastgroup == "number" and re.fullmatch(r"(0x)?[\dA-Fa-f']+", token[0]):
+            value = int(token[0].replace("'", ""), 16 if token[0].startswith("0x") else 10)
+            octal = "0" if re.fullmatch(r"0\d+", token[0]) else ""
+            yield ("plus-one", *where, f"{octal}{value + 1}")
             if value > 0:
-                yield ("minus-one", *where, octal + str(value - 1))
-        elif token.kind == "string" and self._text_at(index - 1) not in ("include", "extern"):
-            yield ("altered-text", *where, token.text[:-1] + '~"')
-            if token.text != '""':
+                yield ("minus-one", *where, f"{octal}{value - 1}")
+        elif token.lastgroup == "string" and before not in ("include", "extern"):
+            yield ("altered-text", *where, token[0][:-1] + '~"')
+            if token[0] != '""':
                 yield ("emptied-text", *where, '""')
-        elif token.kind == "character":
+        elif token.lastgroup == "character":
             yield ("character", *where, "'#'")
 
-    def _negation(self, index: int) -> Iterator[tuple[str, int, int, str]]:
-        opening = index + 1
+    def _negation(self, opening: int) -> Iterator[Edit]:
         if self._text_at(opening) != "(" or opening not in self.partner:
             return
-        if self._text_at(opening + 1) == "!":  # its removal is a rule of its own
-            return
-        start, end = self.tokens[opening].end, self.tokens[self.partner[opening]].start
-        yield ("negated", start, end, f"!({self.text[start:end]})")
+        if self._text_at(opening + 1) != "!":  # its removal is a rule of its own
+            start, end = self.tokens[opening].end(), self.tokens[self.partner[opening]].start()
+            yield ("negated", start, end, f"!({self.text[start:end]})")
 
-    def _choice(self, index: int) -> Iterator[tuple[str, int, int, str]]:
-        """Swaps what "a ? b : c" chooses between."""
-        colon = self._next_at_this_level(index + 1, {":"})
-        end = self._next_at_this_level(colon + 1, {";", ",", ")", "}", "]"}) if colon else 0
-        if not colon or not end:
-            return
-        first_start, first_end = self.tokens[index + 1].start, self.tokens[colon - 1].end
-        second_start, second_end = self.tokens[colon + 1].start, self.tokens[end - 1].end
-        new = (
-            self.text[second_start:second_end]
-            + self.text[first_end:second_start]
-            + self.text[first_start:first_end]
-        )
-        yield ("choice", first_start, second_end, new)
+    def _swap(self, rule: str, opening: int, middle: str, closing: set[str]) -> Iterator[Edit]:
+        """Swaps what stands before and behind the sign in the middle."""
+        sign = self._next_at_this_level(opening + 1, {middle})
+        end = self._next_at_this_level(sign + 1, closing) if sign else 0
+        if end:
+            one, other = self._span(opening + 1, sign - 1), self._span(sign + 1, end - 1)
+            between = ", " if middle == "," else self.text[one[1] : other[0]]
+            first, second = self.text[slice(*one)], self.text[slice(*other)]
+            if first != second:
+                yield (rule, one[0], other[1], second + between + first)
 
     def _next_at_this_level(self, index: int, wanted: set[str]) -> int:
         """The next of these signs that is not inside of brackets; 0 when there is none."""
         while index < len(self.tokens):
             token = self.tokens[index]
-            if token.kind == "sign":
-                if token.text in wanted:
+            if token.lastgroup == "sign":
+                if token[0] in wanted:
                     return index
-                if token.text in BRACKETS:
+                if token[0] in BRACKETS:
                     index = self.partner.get(index, len(self.tokens))
-                elif token.text in ("}", ")", "]", ";"):
+                elif token[0] in ("}", ")", "]", ";"):
                     return 0
             index += 1
         return 0
-
-    def _swapped_arguments(self, opening: int) -> Iterator[tuple[str, int, int, str]]:
-        """Of a call with two or more arguments, the first two."""
-        called = self.tokens[opening - 1] if opening > 0 else None
-        if called is None or called.kind != "word" or called.text in NO_ACTION:
-            return
-        closing = self.partner.get(opening)
-        comma = self._next_at_this_level(opening + 1, {","})
-        if closing is None or not comma or not self.in_function[opening]:
-            return
-        second_end = self._next_at_this_level(comma + 1, {",", ")"})
-        if not second_end:
-            return
-        start, end = self.tokens[opening + 1].start, self.tokens[second_end - 1].end
-        first = self.text[start : self.tokens[comma - 1].end]
-        second = self.text[self.tokens[comma + 1].start : end]
-        if first != second:
-            yield ("swapped", start, end, f"{second}, {first}")
 
     def _function_bodies(self) -> list[bool]:
         """For each token, whether it is in a block of statements."""
@@ -270,79 +188,60 @@ class Finder:
         head = 0
         for index, token in enumerate(self.tokens):
             result.append(bool(blocks) and blocks[-1])
-            if token.kind != "sign":
+            if token.lastgroup != "sign" or token[0] not in ("{", "}", ";"):
                 continue
-            if token.text == "{":
-                words = {other.text for other in self.tokens[head:index]}
-                is_type = words & {"class", "struct", "enum", "union", "namespace"}
+            if token[0] == "{":
+                words = {other[0] for other in self.tokens[head:index]}
                 before = self._text_at(index - 1)
                 is_block = before in (")", "{", "}", ";", "const", "noexcept", "else", "try", "&&")
-                blocks.append(is_block and not (is_type and "(" not in words))
-                head = index + 1
-            elif token.text == "}" and blocks:
+                blocks.append(is_block and not (words & TYPES and "(" not in words))
+            elif token[0] == "}" and blocks:
                 blocks.pop()
-                head = index + 1
-            elif token.text == ";":
-                head = index + 1
+            head = index + 1
         return result
 
-    def _statement(self, index: int) -> Iterator[tuple[str, int, int, str]]:
+    def _statement(self, index: int, token: re.Match[str]) -> Iterator[Edit]:
         """Removes or changes the statement that begins here, if one does."""
-        before = self._text_at(index - 1)
-        if before not in (";", "{", "}", ")", "else", ":"):
+        before, end = self._text_at(index - 1), self._next_at_this_level(index, {";"})
+        begins = {
+            ")": self._text_at(self.partner.get(index - 1, 0) - 1) in ("if", "for", "while"),
+            ":": "default" == self._text_at(index - 2) or "case" == self._text_at(index - 3),
+        }
+        if not end or not begins.get(before, before in (";", "{", "}", "else")):
             return
-        if before == ")" and not self._closes_a_condition(index - 1):
-            return
-        if before == ":" and self._text_at(index - 2) != "default" and (
-            self._text_at(index - 3) != "case"
-        ):
-            return
-        end = self._next_at_this_level(index, {";"})
-        if not end:
-            return
-        token = self.tokens[index]
-        where = (token.start, self.tokens[end].start)
-        if token.text == "return" and end > index + 1:
+        where = (token.start(), self.tokens[end].start())
+        if token[0] == "return" and end > index + 1:
             if self._text_at(index + 1) not in ("{", "true", "false"):  # those have other rules
                 yield ("returned", *where, "return {}")
-        elif token.text in ("throw", "break", "continue", "return"):
+        elif token[0] in ("throw", "break", "continue", "return"):
             yield ("removed", *where, "")
-        elif token.text not in NO_ACTION and self._is_action(index, end):
+        elif token[0] not in NO_ACTION and self._is_action(index, end):
             yield ("removed", *where, "")
-
-    def _closes_a_condition(self, closing: int) -> bool:
-        for opening, other in self.partner.items():
-            if other == closing:
-                return self._text_at(opening - 1) in ("if", "for", "while")
-        return False
 
     def _is_action(self, index: int, end: int) -> bool:
         """A call, an assignment or a step, and no declaration."""
         if self._text_at(index) in STEPS or self._text_at(end - 1) in STEPS:
             return True
-        depth_end = index
-        while depth_end < end:
-            token = self.tokens[depth_end]
-            following = self._text_at(depth_end + 1)
-            if token.kind == "word" and re.match(r"\w", following):
+        for place in range(index, end):
+            token = self.tokens[place]
+            if token.lastgroup == "word" and re.match(r"\w", self._text_at(place + 1)):
                 return False  # a type and a name
-            if token.text in ("(", "=", "+=", "-=", "*=", "/=", "^="):
-                return depth_end > index
-            if token.text in ("<", "{"):
+            if token[0] in ("(", "=", "+=", "-=", "*=", "/=", "^="):
+                return place > index
+            if token[0] in ("<", "{"):
                 return False
-            depth_end += 1
         return False
 
 
 def mutants_of(file: str, text: str) -> list[Mutant]:
-    seen: dict[str, int] = {}
+    seen: Counter[str] = Counter()
     result = []
-    for rule, start, end, new in Finder(file, text).edits():
+    for rule, start, end, new in Finder(text).edits():
         name = f"{file}:{text.count(chr(10), 0, start) + 1}:{rule}"
-        seen[name] = seen.get(name, 0) + 1
+        seen[name] += 1
         if seen[name] > 1:
             name += f".{seen[name]}"
-        result.append(Mutant(name, file, start, end, new))
+        result.append(Mutant(name, file, text, start, end, new))
     return result
 
 
@@ -351,10 +250,8 @@ def shuffled(file: str, text: str, seed: int) -> list[Mutant]:
     rules take turns, so that the first few show many of them."""
     number = int.from_bytes(hashlib.sha256(f"{seed} {file}".encode()).digest()[:8], "big")
     source = random.Random(number)
-    by_rule: dict[str, list[Mutant]] = {}
-    for mutant in mutants_of(file, text):
-        by_rule.setdefault(mutant.name.split(":")[2].split(".")[0], []).append(mutant)
-    queues = [by_rule[rule] for rule in sorted(by_rule)]
+    by_rule = sorted(mutants_of(file, text), key=lambda mutant: mutant.rule)
+    queues = [list(queue) for _, queue in groupby(by_rule, lambda mutant: mutant.rule)]
     for queue in queues:
         source.shuffle(queue)
     # Each rule is spread over the whole list, the rare ones as widely as the frequent ones.
@@ -363,26 +260,14 @@ def shuffled(file: str, text: str, seed: int) -> list[Mutant]:
         for queue in queues
         for place, mutant in enumerate(queue)
     ]
-    placed.sort(key=lambda pair: pair[0])
-    return [mutant for _, mutant in placed]
+    return [mutant for _, mutant in sorted(placed, key=lambda pair: pair[0])]
 
 
 def shares(sizes: dict[str, int], count: int) -> dict[str, int]:
     """How many of `count` mutants each file gives: in proportion to how many it has, or one."""
-    total = sum(sizes.values())
-    exact = {file: count * size / total for file, size in sizes.items()}
+    exact = {file: count * size / sum(sizes.values()) for file, size in sizes.items()}
     result = {file: max(1, int(share)) for file, share in exact.items()}
-    missing = count - sum(result.values())
     by_rest = sorted(exact, key=lambda file: (int(exact[file]) - exact[file], file))
-    for file in by_rest[: max(0, missing)]:
+    for file in by_rest[: max(0, count - sum(result.values()))]:
         result[file] += 1
     return {file: min(share, sizes[file]) for file, share in result.items()}
-
-
-def product_files(checkout: Path, folders: list[str]) -> list[str]:
-    return sorted(
-        str(path.relative_to(checkout))
-        for folder in folders
-        for path in (checkout / folder).iterdir()
-        if path.suffix in (".h", ".cpp")
-    )

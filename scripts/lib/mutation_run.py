@@ -1,4 +1,4 @@
-"""Builds one mutant after the other in a copy of the sources, and lets the tests look at each.
+"""A copy of the sources in which mutants are built, and tests that can do no harm.
 
 A wrong program may delete or write anywhere. So the tests run where nothing can be written but the
 temporary directories, which are file systems of their own, and the build tree of the copy.
@@ -7,7 +7,6 @@ temporary directories, which are file systems of their own, and the build tree o
 import json
 import os
 import re
-import shutil
 import signal
 import subprocess
 import time
@@ -17,9 +16,9 @@ from pathlib import Path
 from mutants import Mutant
 
 TARGETS = ["launcher_tests", "kvl-launcher", "kvl-media", "fake_installer", "tree_tool"]
-SLOW = 0.5  # seconds; a test that takes longer comes last
-PATIENCE = 15  # seconds that any group of tests is given beyond its usual time
-USUAL_TIMES = 10  # and so many times its usual time
+PATIENCE = 15  # seconds that tests are given beyond their usual time
+USUAL_TIMES = 10  # and so many times their usual time
+ALONE = "nice unshare --mount --pid --fork --mount-proc --kill-child".split()
 
 # $1: the worker's place, with the directories "build" and "tmp". Behind it a command. The devices
 # are copies, so that their modes and times can be changed; /tmp is empty but for the place.
@@ -63,212 +62,143 @@ class Trouble(Exception):
 
 
 @dataclass(frozen=True)
-class Verdict:
-    name: str  # "killed", "survived" or "not built"
-    by: str  # the test that failed, or "timeout" with the group of tests
-
-
-@dataclass(frozen=True)
 class TestCase:
     name: str
-    file: str  # relative to the checkout
+    folder: str
+    file: str
     seconds: float
-
-
-def source_files(checkout: Path) -> set[str]:
-    """Those of a source archive are all that lies there but what was built."""
-    if (checkout / ".git").exists():
-        listed = subprocess.run(
-            ["git", "ls-files", "-z", "--cached", "--others", "--exclude-standard"],
-            cwd=checkout,
-            check=True,
-            capture_output=True,
-        ).stdout.decode()
-        names = listed.split("\0")
-    else:
-        built = ("build", "dist")
-        tops = (top for top in checkout.iterdir() if top.name not in built)
-        paths = (path for top in tops for path in (top, *top.rglob("*")))
-        names = [str(path.relative_to(checkout)) for path in paths]
-    return {name for name in names if name and (checkout / name).is_file()}
-
-
-def copy_sources(checkout: Path, copy: Path) -> None:
-    """Brings the copy to the state of the checkout. What is the same keeps its time, so that it is
-    not built again."""
-    files = source_files(checkout)
-    for name in files:
-        source, target = checkout / name, copy / name
-        contents = source.read_bytes()
-        if target.is_file() and target.read_bytes() == contents:
-            continue
-        target.parent.mkdir(parents=True, exist_ok=True)
-        target.write_bytes(contents)
-        shutil.copymode(source, target)
-    for target in copy.rglob("*"):
-        if target.is_file() and str(target.relative_to(copy)) not in files:
-            target.unlink()
 
 
 class Worker:
     """A copy of the sources with a build tree."""
 
     def __init__(self, checkout: Path, place: Path) -> None:
-        self.checkout = checkout
-        self.place = place
-        self.copy = place / "sources"
-        self.build = place / "build"
-        self.edited: str | None = None
-        self.tests: list[TestCase] = []
-        for directory in (self.copy, self.build, place / "tmp"):
-            directory.mkdir(parents=True, exist_ok=True)
+        self.checkout, self.place, self.build = checkout, place, place / "build"
+        self.edited: set[str] = set()
+        self.folders: str | None = None
+        for name in ("sources", "build", "tmp"):
+            (place / name).mkdir(parents=True, exist_ok=True)
+        # What is the same keeps its time, so that it is not built again.
+        copy = "rsync --recursive --links --perms --checksum --delete --exclude=__pycache__".split()
+        copy += ["--exclude=/build", "--exclude=/dist", "--exclude=/.git"]
+        self._run(*copy, f"{checkout}/", str(place / "sources"))
 
-    # --- building --------------------------------------------------------------------------------
+    def prepare(self, folders: str) -> None:
+        """Builds the sources as they are with the tests of these folders; of all when empty."""
+        self._put([])
+        if self.folders == folders:
+            return
+        done, said = self._run(
+            *("cmake", "-G", "Ninja", "-S", str(self.place / "sources"), "-B", str(self.build)),
+            *("-DCMAKE_BUILD_TYPE=", "-DCMAKE_CXX_FLAGS=-O0 -g0 -w -pipe -fpch-preprocess"),
+            *("-DCMAKE_CXX_COMPILER_LAUNCHER=ccache", "-DCMAKE_EXE_LINKER_FLAGS=-fuse-ld=lld"),
+            f"-DKVL_TEST_FOLDERS={folders}" if folders else "-UKVL_TEST_FOLDERS",
+            "-DKVL_COMPANION=ON",
+        )
+        if done:
+            done, said = self._run("ninja", "-C", str(self.build), *TARGETS)
+        if not done:
+            raise Trouble(f"the sources do not build:\n{said[-3000:]}")
+        self.folders = folders
 
-    def prepare(self) -> None:
-        copy_sources(self.checkout, self.copy)
-        linker = "-fuse-ld=lld" if shutil.which("ld.lld") else ""
-        command = [
-            *("cmake", "-G", "Ninja", "-S", str(self.copy), "-B", str(self.build)),
-            *("-DCMAKE_BUILD_TYPE=", "-DCMAKE_CXX_FLAGS=-O0 -g0 -w -pipe"),
-            f"-DCMAKE_EXE_LINKER_FLAGS={linker}",
-            *("-UKVL_TEST_FOLDERS", "-DKVL_COMPANION=ON"),
-        ]
-        configured = subprocess.run(command, capture_output=True, text=True, check=False)
-        if configured.returncode != 0:
-            raise Trouble(f"cmake failed:\n{configured.stdout}{configured.stderr}")
-        built = self._run_ninja()
-        if built.returncode != 0:
-            raise Trouble(f"the sources do not build:\n{built.stdout[-3000:]}")
+    def build_with(self, mutants: list[Mutant]) -> bool:
+        """Builds them all into one program; their places do not overlap."""
+        self._put(mutants)
+        return self._run("ninja", "-j1", "-C", str(self.build), *TARGETS)[0]
 
-    def _run_ninja(self) -> subprocess.CompletedProcess[str]:
-        return subprocess.run(
-            ["nice", "ninja", "-j1", "-C", str(self.build), *TARGETS],
+    def measure_tests(self, shards: int) -> list[TestCase]:
+        """Runs all tests on the sources as they are: where is each, and how long does it take?"""
+        if failed := self._run_tests([], 1800, shards)[1]:
+            raise Trouble(f"without any mutant these fail: {failed}, see {self.place}/output-*")
+        tests = []
+        for shard in range(shards):
+            report = json.loads((self.build / f"tests-{shard}.json").read_text())
+            for test in (test for suite in report["testsuites"] for test in suite["testsuite"]):
+                name, seconds = f"{test['classname']}.{test['name']}", float(test["time"][:-1])
+                folder, file = test["file"].split("/")[-2:]
+                # The manual pages hold a copy of every text in the sources.
+                if test["result"] != "SKIPPED" and folder != "docs":
+                    tests.append(TestCase(name, folder, file, seconds))
+        return tests
+
+    def killer_of(self, tests: list[TestCase]) -> str:
+        """The first test that fails twice, or does not end; empty when there is none."""
+        seconds = PATIENCE + USUAL_TIMES * sum(test.seconds for test in tests)
+        late, failed = self._run_tests([test.name for test in tests], seconds)
+        if failed and not late:  # what fails once only says nothing about the mutant
+            late, failed = self._run_tests(failed[:1], seconds)
+        return " ".join([*(["timeout in"] if late else []), *failed[:1]])
+
+    def failing(self, tests: list[TestCase], shards: int) -> list[TestCase]:
+        """Those that fail or do not end, the quick ones first; all when none could begin."""
+        seconds = PATIENCE + USUAL_TIMES * sum(test.seconds for test in tests) / shards
+        failed = self._run_tests([test.name for test in tests], seconds, shards)[1]
+        found = [test for test in tests if test.name in failed] or tests * bool(failed)
+        return sorted(found, key=lambda test: test.seconds)
+
+    def _put(self, mutants: list[Mutant]) -> None:
+        files = {mutant.file for mutant in mutants}
+        for file in self.edited | files:
+            text = (self.checkout / file).read_text()
+            for mutant in sorted(mutants, key=lambda mutant: -mutant.start):
+                text = mutant.apply(text) if mutant.file == file else text
+            if (self.place / "sources" / file).read_text() != text:
+                (self.place / "sources" / file).write_text(text)
+        self.edited = files
+
+    # The compiler's results are kept for all workers, whose places it does not tell apart.
+    def _run(self, *command: str) -> tuple[bool, str]:
+        all_places = self.place.parent
+        kept = {"CCACHE_DIR": f"{all_places}/ccache", "CCACHE_BASEDIR": str(all_places)}
+        how = {"CCACHE_NOHASHDIR": "1", "CCACHE_SLOPPINESS": "pch_defines,time_macros"}
+        ran = subprocess.run(
+            ["nice", *command],
+            env={**os.environ, **kept, **how},
             stdout=subprocess.PIPE,
             stderr=subprocess.STDOUT,
             text=True,
-            check=False,
+            start_new_session=True,  # an interruption does not make it fail
         )
+        return ran.returncode == 0, ran.stdout
 
-    def build_mutant(self, mutant: Mutant) -> bool:
-        if self.edited is not None and self.edited != mutant.file:
-            self.restore()
-        text = (self.checkout / mutant.file).read_text()
-        (self.copy / mutant.file).write_text(mutant.apply(text))
-        self.edited = mutant.file
-        return self._run_ninja().returncode == 0
+    # Whether it took longer than that, and which failed or did not end; of one shard the first.
+    # No names stand for all tests. What a test has started ends with it.
+    def _run_tests(
+        self, names: list[str], seconds: float, shards: int = 1
+    ) -> tuple[bool, list[str]]:
+        flags = ["--gtest_filter=" + ":".join(names)] * bool(names)
+        flags += ["--gtest_fail_fast"] * (shards == 1)
+        (self.place / "flags").write_text("\n".join(flags))
+        deadline = time.monotonic() + seconds
+        started = [self._start_tests(shard, shards) for shard in range(shards)]
+        late = []
+        for process in started:
+            try:
+                process.wait(max(0.01, deadline - time.monotonic()))
+            except subprocess.TimeoutExpired:
+                late.append(process)
+                os.killpg(process.pid, signal.SIGKILL)
+                process.wait()
+        failed: list[str] = []
+        for shard, process in enumerate(started):
+            output = (self.place / f"output-{shard}").read_text(errors="replace")[-200_000:]
+            found = re.findall(r"^\[  FAILED  \] ([^\s,]+\.[^\s,]+)", output, re.MULTILINE)
+            if process in late or (process.returncode != 0 and not found):
+                begun = re.findall(r"^\[ RUN      \] (\S+)", output, re.MULTILINE)
+                found = begun[-1:] or ["the start of the tests"]
+            failed += found
+        return bool(late), list(dict.fromkeys(failed))
 
-    def restore(self) -> None:
-        if self.edited is not None:
-            text = (self.checkout / self.edited).read_text()
-            (self.copy / self.edited).write_text(text)
-            self.edited = None
-
-    # --- testing ---------------------------------------------------------------------------------
-
-    def measure_tests(self) -> list[TestCase]:
-        """Runs all tests on the sources as they are: where is each, and how long does it take?"""
-        report = self.build / "tests.json"
-        program = str(self.build / "bin/launcher_tests")
-        command = [program, "--gtest_brief=1", f"--gtest_output=json:{report}"]
-        run = self._run_protected(command, 900)
-        if run is None or run[0] != 0:
-            raise Trouble("the tests fail without any mutant:\n" + (run[1][-3000:] if run else ""))
-        tests = []
-        for suite in json.loads(report.read_text())["testsuites"]:
-            for test in suite["testsuite"]:
-                # The manual pages are held against every text in the sources, as a copy of them.
-                is_copy = "/tests/docs/" in test["file"]
-                if test["result"] != "SKIPPED" and not is_copy:
-                    file = str(Path(test["file"]).relative_to(self.copy))
-                    seconds = float(test["time"].removesuffix("s"))
-                    tests.append(TestCase(f"{suite['name']}.{test['name']}", file, seconds))
-        return tests
-
-    def groups_for(self, file: str) -> list[tuple[str, list[TestCase]]]:
-        """The tests in the order of who is likely to notice something, the slow ones last."""
-        folder, stem = Path(file).parent.name, Path(file).stem
-        groups: dict[str, list[TestCase]] = {"own": [], "folder": [], "launcher": [], "others": []}
-        slow = []
-        for test in self.tests:
-            path = Path(test.file)
-            if test.seconds > SLOW:
-                slow.append(test)
-            elif path.stem == f"{stem}_test":
-                groups["own"].append(test)
-            elif path.parent.name == folder:
-                groups["folder"].append(test)
-            elif path.parent.name == "launcher":
-                groups["launcher"].append(test)
-            else:
-                groups["others"].append(test)
-        slow.sort(key=lambda test: (Path(test.file).parent.name != folder, test.seconds))
-        return [*groups.items(), ("slow", slow)]
-
-    def run_tests(self, mutant: Mutant) -> Verdict:
-        for group, tests in self.groups_for(mutant.file):
-            if not tests:
-                continue
-            wanted = ":".join(test.name for test in tests)
-            flags = self.place / "flags"
-            flags.write_text(f"--gtest_filter={wanted}\n--gtest_fail_fast\n")
-            command = [str(self.build / "bin/launcher_tests"), f"--gtest_flagfile={flags}"]
-            seconds = PATIENCE + USUAL_TIMES * sum(test.seconds for test in tests)
-            run = self._run_protected(command, seconds)
-            if run is None:
-                return Verdict("killed", f"timeout in {group} tests")
-            status, output = run
-            # What fails once only says nothing about the mutant, and is kept to be looked at.
-            if status != 0 and group not in ("own", "folder"):
-                again = self._run_protected(command, seconds)
-                if again is not None and again[0] == 0:
-                    name = mutant.name.replace("/", "-").replace(":", "-")
-                    (self.place / f"failed-once-{name}").write_text(output)
-                    status = 0
-            if status != 0:
-                return Verdict("killed", test_that_failed(output))
-        return Verdict("survived", "")
-
-    def _run_protected(self, command: list[str], seconds: float) -> tuple[int, str] | None:
-        """Status and output; nothing when it took too long. What it started ends with it."""
-        log = self.place / "output"
-        with log.open("wb") as output:
-            started = subprocess.Popen(
-                [
-                    *("nice", "unshare", "--mount", "--pid", "--fork", "--mount-proc"),
-                    *("--kill-child", "sh", "-c", PROTECTED, "sh"),
-                    *(str(self.place), *command),
-                ],
+    def _start_tests(self, shard: int, shards: int) -> subprocess.Popen[bytes]:
+        which = {"GTEST_TOTAL_SHARDS": str(shards), "GTEST_SHARD_INDEX": str(shard)}
+        program, flags = f"{self.build}/bin/launcher_tests", f"--gtest_flagfile={self.place}/flags"
+        report = f"--gtest_output=json:{self.build}/tests-{shard}.json"
+        with (self.place / f"output-{shard}").open("wb") as output:
+            return subprocess.Popen(
+                [*ALONE, "sh", "-c", PROTECTED, "sh", str(self.place), program, flags, report],
+                env={**os.environ, **which},
                 stdin=subprocess.DEVNULL,
                 stdout=output,
                 stderr=subprocess.STDOUT,
                 start_new_session=True,
             )
-            try:
-                status: int | None = started.wait(seconds)
-            except subprocess.TimeoutExpired:
-                status = None
-            finally:
-                if started.poll() is None:
-                    os.killpg(started.pid, signal.SIGKILL)
-                    started.wait()
-        text = log.read_bytes()[-200_000:].decode(errors="replace")
-        return None if status is None else (status, text)
-
-
-def test_that_failed(output: str) -> str:
-    failed = re.findall(r"^\[  FAILED  \] ([^\s,]+)", output, re.MULTILINE)
-    if failed:
-        return failed[0]
-    begun = re.findall(r"^\[ RUN      \] (\S+)", output, re.MULTILINE)
-    return f"{begun[-1]} (ended the tests)" if begun else "no test could begin"
-
-
-def can_protect() -> bool:
-    """Whether this user may set up what PROTECTED does."""
-    probe = ["unshare", "--mount", "--pid", "--fork", "--mount-proc", "true"]
-    return subprocess.run(probe, capture_output=True, check=False).returncode == 0
-
-
-def seconds_since(start: float) -> float:
-    return round(time.monotonic() - start, 1)
