@@ -1,6 +1,5 @@
-
-
 #include "launcher/launcher.h"
+#include "tests/launcher/launch_world.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/test.h"
@@ -8,41 +7,27 @@
 namespace kvl::test {
 namespace {
 
-/// Holds an argument vector as main gets it: the program's name first, a null pointer last.
-class Arguments {
- public:
-  explicit Arguments(const std::vector<const char*>& arguments) : pointers_{"kvl-launcher"} {
-    pointers_.insert(pointers_.end(), arguments.begin(), arguments.end());
-    pointers_.push_back(nullptr);
-  }
-
-  int Count() const { return static_cast<int>(pointers_.size()) - 1; }
-  const char* const* Vector() const { return pointers_.data(); }
-
- private:
-  std::vector<const char*> pointers_;
-};
-
 constexpr bool kWithoutWaiting = false;
 
-Launcher LauncherWith(const std::vector<const char*>& arguments) {
-  const Arguments given(arguments);
-  return Launcher(given.Count(), given.Vector(), "installer", kWithoutUI, kWithoutWaiting);
-}
+using Arguments = std::vector<const char*>;
 
-std::string InBrackets(const std::vector<std::string>& texts) {
-  std::string all;
-  for (const std::string& text : texts) all += "[" + text + "]";
-  return all;
+/// Gets the arguments as main does: behind the program's name, and with a null pointer at the end.
+Launcher LauncherWith(Arguments arguments) {
+  arguments.insert(arguments.begin(), "kvl-launcher");
+  arguments.push_back(nullptr);
+  return Launcher(static_cast<int>(arguments.size()) - 1, arguments.data(), "installer", kWithoutUI,
+                  kWithoutWaiting);
 }
 
 /// Every field by its name.
 Environment FieldsOf(const Launcher& launcher) {
   const auto flag = [](bool value) { return value ? "true" : "false"; };
+  std::string passed_on;
+  for (const std::string& text : launcher.PassThroughArgs) passed_on += "[" + text + "]";
   return {{"WaitFlag", flag(launcher.WaitFlag)},
           {"UIFlag", flag(launcher.UIFlag)},
           {"InteractiveSession", flag(launcher.InteractiveSession)},
-          {"PassThroughArgs", InBrackets(launcher.PassThroughArgs)},
+          {"PassThroughArgs", passed_on},
           {"InstallerPathArg", launcher.InstallerPathArg},
           {"SoftMgt", flag(launcher.SoftMgt)},
           {"SoftMgtReadOnly", flag(launcher.SoftMgtReadOnly)},
@@ -57,153 +42,112 @@ Environment FieldsOf(const Launcher& launcher) {
           {"OsName", launcher.OsName}};
 }
 
-Environment DefaultFields() {
-  return {{"WaitFlag", "false"},          {"UIFlag", "false"},
-          {"InteractiveSession", "true"}, {"PassThroughArgs", ""},
-          {"InstallerPathArg", ""},       {"SoftMgt", "false"},
-          {"SoftMgtReadOnly", "false"},   {"ManagementMode", "false"},
-          {"InstallerCopied", "false"},   {"Uninstall", "false"},
-          {"SoftMgtAction", ""},          {"MediaDir", "/m"},
-          {"CommonDirPrefix", ""},        {"InstallerExeName", "installer"},
-          {"InstallerPath", ""},          {"OsName", ""}};
+const Environment kGiven = {
+    {"CurrentMediaDir", "/m"}, {"KVL_OS", "not read yet"}, {"old", "value"}};
+
+/// Compares every field with its default, but for those that are different.
+void ExpectFields(const Launcher& launcher, const Environment& different) {
+  Environment fields = {{"WaitFlag", "false"},          {"UIFlag", "false"},
+                        {"InteractiveSession", "true"}, {"PassThroughArgs", ""},
+                        {"InstallerPathArg", ""},       {"SoftMgt", "false"},
+                        {"SoftMgtReadOnly", "false"},   {"ManagementMode", "false"},
+                        {"InstallerCopied", "false"},   {"Uninstall", "false"},
+                        {"SoftMgtAction", ""},          {"MediaDir", "/m"},
+                        {"CommonDirPrefix", ""},        {"InstallerExeName", "installer"},
+                        {"InstallerPath", ""},          {"OsName", ""}};
+  for (const auto& [name, value] : different) fields[name] = value;
+  EXPECT_EQ(FieldsOf(launcher), fields);
 }
 
-Environment DefaultFieldsBut(const Environment& others) {
-  Environment fields = DefaultFields();
-  for (const auto& [name, value] : others) fields[name] = value;
-  return fields;
+/// Reads the arguments, and compares all that they set: fields and variables.
+void ExpectSets(const Arguments& arguments, const Environment& fields,
+                const Environment& variables = {}) {
+  SCOPED_TRACE(testing::PrintToString(arguments));
+  const ScopedEnv env(kGiven);
+  ExpectFields(LauncherWith(arguments), fields);
+  EXPECT_EQ(EnvChanges(kGiven, CurrentEnvironment()), variables);
 }
 
 TEST(CommandLine, WithoutArgumentsLeavesEveryFieldAtItsDefault) {
-  const ScopedEnv env(Environment{{"CurrentMediaDir", "/m"}, {"KVL_OS", "not read yet"}});
-  EXPECT_EQ(FieldsOf(LauncherWith({})), DefaultFields());
+  ExpectSets({}, {});
 }
 
 TEST(CommandLine, TakesTheInitialFlagsFromTheCaller) {
-  const ScopedEnv env(Environment{{"CurrentMediaDir", "/m"}});
-  const Arguments none({});
-  const Launcher launcher(none.Count(), none.Vector(), "x", /*initial_ui_flag=*/true,
-                          kWaitForInstaller);
-  EXPECT_EQ(
-      FieldsOf(launcher),
-      DefaultFieldsBut({{"UIFlag", "true"}, {"WaitFlag", "true"}, {"InstallerExeName", "x"}}));
+  const ScopedEnv env(kGiven);
+  const char* const none[] = {"kvl-launcher", nullptr};
+  ExpectFields(Launcher(1, none, "x", /*initial_ui_flag=*/true, kWaitForInstaller),
+               {{"UIFlag", "true"}, {"WaitFlag", "true"}, {"InstallerExeName", "x"}});
 }
 
 TEST(CommandLine, EachOptionSetsItsFieldsAndNoOther) {
-  struct Row {
-    std::vector<const char*> arguments;
-    Environment changed;
-  };
-  const std::vector<Row> rows = {
-      {{"-wait"}, {{"WaitFlag", "true"}}},
-      {{"-UI"}, {{"UIFlag", "true"}}},
-      {{"-env", "A=b"}, {}},
-      {{"-installerPath", "/i"}, {{"InstallerPathArg", "/i"}}},
-      {{"-installerPath", "/i", "-installerPath", "/j"}, {{"InstallerPathArg", "/j"}}},
-      {{"-installerPath", ""}, {}},
-      {{"--odt"}, {{"WaitFlag", "true"}, {"InstallerExeName", "KVLInsAppliODT.exe"}}},
-      {{"--mgt"}, {{"ManagementMode", "true"}, {"PassThroughArgs", "[--mgt]"}}},
-      {{"--uninst"},
-       {{"ManagementMode", "true"}, {"Uninstall", "true"}, {"PassThroughArgs", "[--uninst]"}}},
-      {{"--mgt", "--uninst"},
-       {{"ManagementMode", "true"},
-        {"Uninstall", "true"},
-        {"PassThroughArgs", "[--mgt][--uninst]"}}},
-      {{"--uninst", "--mgt"},
-       {{"ManagementMode", "true"}, {"PassThroughArgs", "[--uninst][--mgt]"}}},
-  };
-  const ScopedEnv env(Environment{{"CurrentMediaDir", "/m"}});
-  for (const Row& row : rows) {
-    SCOPED_TRACE(testing::PrintToString(row.arguments));
-    EXPECT_EQ(FieldsOf(LauncherWith(row.arguments)), DefaultFieldsBut(row.changed));
-  }
+  ExpectSets({"-wait"}, {{"WaitFlag", "true"}});
+  ExpectSets({"-UI"}, {{"UIFlag", "true"}});
+  ExpectSets({"-installerPath", "/i"}, {{"InstallerPathArg", "/i"}});
+  ExpectSets({"-installerPath", "/i", "-installerPath", "/j"}, {{"InstallerPathArg", "/j"}});
+  ExpectSets({"-installerPath", "/i", "-installerPath", ""}, {});
+  ExpectSets({"--odt"}, {{"WaitFlag", "true"}, {"InstallerExeName", "KVLInsAppliODT.exe"}});
+  ExpectSets({"--mgt"}, {{"ManagementMode", "true"}, {"PassThroughArgs", "[--mgt]"}});
 }
 
-TEST(CommandLine, SoftwareManagementActionsAreRememberedAndTheLastOneCounts) {
-  struct Row {
-    std::vector<const char*> arguments;
-    std::string action, read_only;
+TEST(CommandLine, TheLastOfMgtAndUninstCountsAndBothArePassedOn) {
+  const auto passed_on = [](const char* texts, const char* uninstall) -> Environment {
+    return {{"ManagementMode", "true"}, {"PassThroughArgs", texts}, {"Uninstall", uninstall}};
   };
-  const std::vector<Row> rows = {
-      {{"-SoftMgt", "-List"}, "List", "true"},
-      {{"-SoftMgt", "-Check"}, "Check1", "true"},
-      {{"-SoftMgt", "-Commit"}, "Commit", "false"},
-      {{"-SoftMgt", "-Rollback"}, "Rollback", "false"},
-      {{"-Commit", "-SoftMgt"}, "Commit", "false"},
-      {{"-SoftMgt", "-Commit", "-Check"}, "Check1", "true"},
-      {{"-SoftMgt", "-List", "-Rollback"}, "Rollback", "true"},
+  ExpectSets({"--uninst"}, passed_on("[--uninst]", "true"));
+  ExpectSets({"--mgt", "--uninst"}, passed_on("[--mgt][--uninst]", "true"));
+  ExpectSets({"--uninst", "--mgt"}, passed_on("[--uninst][--mgt]", "false"));
+}
+
+TEST(CommandLine, TheLastSoftwareManagementActionCounts) {
+  const auto action = [](const char* name, const char* read_only) -> Environment {
+    return {{"SoftMgt", "true"}, {"SoftMgtAction", name}, {"SoftMgtReadOnly", read_only}};
   };
-  const ScopedEnv env(Environment{{"CurrentMediaDir", "/m"}});
-  for (const Row& row : rows) {
-    SCOPED_TRACE(testing::PrintToString(row.arguments));
-    EXPECT_EQ(FieldsOf(LauncherWith(row.arguments)),
-              DefaultFieldsBut({{"SoftMgt", "true"},
-                                {"SoftMgtAction", row.action},
-                                {"SoftMgtReadOnly", row.read_only}}));
-  }
+  ExpectSets({"-SoftMgt", "-List"}, action("List", "true"));
+  ExpectSets({"-SoftMgt", "-Check"}, action("Check1", "true"));
+  ExpectSets({"-SoftMgt", "-Commit"}, action("Commit", "false"));
+  ExpectSets({"-SoftMgt", "-Rollback"}, action("Rollback", "false"));
+  ExpectSets({"-Commit", "-SoftMgt"}, action("Commit", "false"));
+  ExpectSets({"-SoftMgt", "-Commit", "-Check"}, action("Check1", "true"));
+  ExpectSets({"-SoftMgt", "-List", "-Rollback"}, action("Rollback", "true"));
 }
 
 TEST(CommandLine, PassesEverythingElseOnUnchangedAndInOrder) {
-  const ScopedEnv env(Environment{{"CurrentMediaDir", "/m"}});
-  EXPECT_EQ(FieldsOf(LauncherWith({"--var", "a=b", "-UI", "-CDpath", "", "-wait ", "-WAIT", "--ODT",
-                                   "-softMgt", "--installerPath", "-env=A", "--", "\xff \"'\\\n"})),
-            DefaultFieldsBut({{"UIFlag", "true"},
-                              {"PassThroughArgs",
-                               "[--var][a=b][-CDpath][][-wait ][-WAIT][--ODT][-softMgt]"
-                               "[--installerPath][-env=A][--][\xff \"'\\\n]"}}));
+  ExpectSets({"--var", "a=b", "-UI", "-CDpath", "", "-wait ", "-WAIT", "--ODT", "-softMgt",
+              "--installerPath", "-env=A", "--", "\xff \"'\\\n"},
+             {{"UIFlag", "true"},
+              {"PassThroughArgs",
+               "[--var][a=b][-CDpath][][-wait ][-WAIT][--ODT][-softMgt]"
+               "[--installerPath][-env=A][--][\xff \"'\\\n]"}});
 }
 
 TEST(CommandLine, AValueIsTakenWhateverItLooksLike) {
-  const ScopedEnv env(Environment{{"CurrentMediaDir", "/m"}});
-  EXPECT_EQ(FieldsOf(LauncherWith({"-installerPath", "-wait", "-env", "--uninst"})),
-            DefaultFieldsBut({{"InstallerPathArg", "-wait"}}));
-  EXPECT_EQ(EnvChanges({{"CurrentMediaDir", "/m"}}, CurrentEnvironment()),
-            (Environment{{"--uninst", "1"}}));
+  ExpectSets({"-installerPath", "-wait", "-env", "--uninst"}, {{"InstallerPathArg", "-wait"}},
+             {{"--uninst", "1"}});
 }
 
 TEST(CommandLine, EnvSetsAVariableAtOnce) {
-  struct Row {
-    const char* value;
-    Environment changed;
-  };
-  const std::vector<Row> rows = {
-      {"FOO", {{"FOO", "1"}}},       {"FOO=", {{"FOO", ""}}},
-      {"A=x=y", {{"A", "x=y"}}},     {"A==", {{"A", "="}}},
-      {"old=new", {{"old", "new"}}}, {"old", {{"old", "1"}}},
-      {"old=", {{"old", ""}}},       {"two words=a b", {{"two words", "a b"}}},
-      {"\xff=\n", {{"\xff", "\n"}}},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.value);
-    const Environment before = {{"old", "value"}, {"CurrentMediaDir", "/m"}};
-    const ScopedEnv env(before);
-    LauncherWith({"-env", row.value});
-    EXPECT_EQ(EnvChanges(before, CurrentEnvironment()), row.changed);
-  }
+  ExpectSets({"-env", "FOO"}, {}, {{"FOO", "1"}});
+  ExpectSets({"-env", "FOO="}, {}, {{"FOO", ""}});
+  ExpectSets({"-env", "A=x=y"}, {}, {{"A", "x=y"}});
+  ExpectSets({"-env", "A=="}, {}, {{"A", "="}});
+  ExpectSets({"-env", "old=new"}, {}, {{"old", "new"}});
+  ExpectSets({"-env", "old"}, {}, {{"old", "1"}});
+  ExpectSets({"-env", "old="}, {}, {{"old", ""}});
+  ExpectSets({"-env", "two words=a b"}, {}, {{"two words", "a b"}});
+  ExpectSets({"-env", "\xff=\n"}, {}, {{"\xff", "\n"}});
 }
 
 TEST(CommandLine, EnvWithAnEmptyOrRefusedNameChangesNothing) {
-  for (const char* value : {"", "=x", "=", "=x=y"}) {
-    SCOPED_TRACE(value);
-    const ScopedEnv env(Environment{{"x", "old"}});
-    LauncherWith({"-env", value});
-    EXPECT_EQ(CurrentEnvironment(), (Environment{{"x", "old"}}));
-  }
+  for (const char* value : {"", "=old", "=", "=old=y"}) ExpectSets({"-env", value}, {});
 }
 
-TEST(CommandLine, TheMediaDirectoryIsReadBeforeTheOptions) {
-  const ScopedEnv env(Environment{{"CurrentMediaDir", "/m"}});
-  EXPECT_EQ(LauncherWith({"-env", "CurrentMediaDir=/later"}).MediaDir.Str(), "/m");
-}
-
-TEST(CommandLine, OdtReadsTheMediaDirectoryAgain) {
-  const ScopedEnv env(Environment{{"CurrentMediaDir", "/m"}});
-  EXPECT_EQ(LauncherWith({"-env", "CurrentMediaDir=/later", "--odt"}).MediaDir.Str(), "/later");
-}
-
-TEST(CommandLine, OdtSeesNoEnvBehindIt) {
-  const ScopedEnv env(Environment{{"CurrentMediaDir", "/m"}});
-  EXPECT_EQ(LauncherWith({"--odt", "-env", "CurrentMediaDir=/later"}).MediaDir.Str(), "/m");
+TEST(CommandLine, TheMediaIsReadBeforeTheOptionsAndAgainByOdt) {
+  const Environment later = {{"CurrentMediaDir", "/later"}};
+  Environment odt = {{"WaitFlag", "true"}, {"InstallerExeName", "KVLInsAppliODT.exe"}};
+  ExpectSets({"-env", "CurrentMediaDir=/later"}, {}, later);
+  ExpectSets({"--odt", "-env", "CurrentMediaDir=/later"}, odt, later);
+  odt["MediaDir"] = "/later";
+  ExpectSets({"-env", "CurrentMediaDir=/later", "--odt"}, odt, later);
 }
 
 TEST(CommandLine, TheMediaDirectoryIsNormalised) {
@@ -217,85 +161,63 @@ TEST(CommandLine, TheMediaDirectoryIsNormalised) {
   }
 }
 
-TEST(CommandLine, WithoutCurrentMediaDirTheMediaDirectoryIsEmptyAndRelative) {
+TEST(CommandLine, WithoutCurrentMediaDirTheMediaIsAnEmptyPath) {
   const ScopedEnv env;
   const Launcher launcher = LauncherWith({});
   EXPECT_EQ(launcher.MediaDir.Str(), "");
   EXPECT_FALSE(launcher.MediaDir.IsAbsolute());
 }
 
-TEST(CommandLine, WithoutAnArgumentVectorTheLauncherIsComplete) {
-  const ScopedEnv env(Environment{{"CurrentMediaDir", "/m"}});
-  const Launcher launcher(5, nullptr, "installer", kWithoutUI, kWithoutWaiting);
-  EXPECT_EQ(FieldsOf(launcher), DefaultFields());
-}
-
-TEST(CommandLine, WithoutEvenTheProgramsNameThereAreNoArguments) {
-  const ScopedEnv env(Environment{{"CurrentMediaDir", "/m"}});
-  const char* const empty[] = {nullptr};
-  const Launcher launcher(0, empty, "installer", kWithoutUI, kWithoutWaiting);
-  EXPECT_EQ(FieldsOf(launcher), DefaultFields());
-}
-
-TEST(CommandLine, ANullPointerAmongTheArgumentsIsTheirEnd) {
-  const ScopedEnv env(Environment{{"CurrentMediaDir", "/m"}});
-  EXPECT_EQ(FieldsOf(LauncherWith({"a", nullptr, "-wait", "b"})),
-            DefaultFieldsBut({{"PassThroughArgs", "[a]"}}));
-}
-
-TEST(CommandLine, LooksAtNoMoreThanTheNumberOfArgumentsGiven) {
-  const ScopedEnv env(Environment{{"CurrentMediaDir", "/m"}});
-  const Arguments given({"a", "b", "-env"});
-  const Launcher launcher(2, given.Vector(), "installer", kWithoutUI, kWithoutWaiting);
-  EXPECT_EQ(FieldsOf(launcher), DefaultFieldsBut({{"PassThroughArgs", "[a]"}}));
-}
-
-TEST(CommandLine, ABadOneIsAnErrorMessageAndStatus1) {
-  struct Row {
-    std::vector<const char*> arguments;
-    const char* message;
+TEST(CommandLine, EndsWithItsVectorItsNumberOrANullPointer) {
+  ExpectSets({"a", nullptr, "-wait", "b"}, {{"PassThroughArgs", "[a]"}});
+  const ScopedEnv env(kGiven);
+  const char* const arguments[] = {"kvl-launcher", "a", "-env", nullptr};
+  const auto read = [](int argc, const char* const* argv) {
+    return Launcher(argc, argv, "installer", kWithoutUI, kWithoutWaiting);
   };
-  const std::vector<Row> rows = {
-      {{"-env"}, "Bad -env argument"},
-      {{"-env", "A=1", "-env"}, "Bad -env argument"},
-      {{"-env", nullptr}, "Bad -env argument"},
-      {{"-installerPath"}, "Bad -installerPath argument"},
-      {{"-installerPath", nullptr}, "Bad -installerPath argument"},
-      {{"-SoftMgt", "-installerPath"}, "Bad -installerPath argument"},
-      {{"-SoftMgt"},
-       "-SoftMgt must be used with another flag (either -List, -Check, -Commit or -Rollback)."},
-      {{"-List"}, "-List must be used with the -SoftMgt flag."},
-      {{"-Check"}, "-Check must be used with the -SoftMgt flag."},
-      {{"-Commit"}, "-Commit must be used with the -SoftMgt flag."},
-      {{"-Rollback", "--mgt"}, "-Rollback must be used with the -SoftMgt flag."},
-      {{"-Check", "-List"}, "-List must be used with the -SoftMgt flag."},
-      {{"-List", "-Check"}, "-Check must be used with the -SoftMgt flag."},
+  ExpectFields(read(2, arguments), {{"PassThroughArgs", "[a]"}});
+  ExpectFields(read(0, arguments + 3), {});  // without even the program's name
+  ExpectFields(read(5, nullptr), {});
+}
+
+TEST(CommandLine, ABadOneIsAnErrorAndStatus1BeforeAnythingElse) {
+  const std::vector<std::pair<std::vector<std::string>, std::string>> rows = {
+      {{"-env"}, says::BadArgument("-env")},
+      {{"-env", "A=1", "-env"}, says::BadArgument("-env")},
+      {{"--uninst", "-installerPath"}, says::BadArgument("-installerPath")},
+      {{"-SoftMgt", "-installerPath"}, says::BadArgument("-installerPath")},
+      {{"-SoftMgt"}, says::NoAction()},
+      {{"-List"}, says::ActionAlone("-List")},
+      {{"-Check"}, says::ActionAlone("-Check")},
+      {{"-Commit"}, says::ActionAlone("-Commit")},
+      {{"-Rollback", "--mgt"}, says::ActionAlone("-Rollback")},
+      {{"-Check", "-List"}, says::ActionAlone("-List")},
+      {{"-List", "-Check"}, says::ActionAlone("-Check")},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(testing::PrintToString(row.arguments));
+  LaunchWorld world;
+  world.VolumeMissing();
+  for (const auto& [arguments, message] : rows) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    world.Expect({.status = 1, .err = message}, {.arguments = arguments});
+  }
+}
+
+TEST(CommandLine, ABadOneNeitherUnwindsNorFlushesNorRunsHandlers) {
+  struct Noisy {
+    ~Noisy() { std::fputs("unwound", stderr); }
+  };
+  for (const char* option : {"-env", "-installerPath"}) {
     const Outcome outcome = RunIsolated([&] {
-      LauncherWith(row.arguments);
+      const Noisy noisy;
+      std::atexit([] { std::fputs("handler", stderr); });
+      std::fputs("unflushed", stdout);
+      LauncherWith({option, nullptr});
       return 0;
     });
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(outcome.err, "ERROR: " + std::string(row.message) + "\n");
+    EXPECT_EQ(outcome.err, says::BadArgument(option));
   }
-}
-
-TEST(CommandLine, ABadOneEndsTheProcessWithoutUnwindingOrFlushing) {
-  struct Noisy {
-    ~Noisy() { std::fputs("unwound", stderr); }
-  };
-  const Outcome outcome = RunIsolated([] {
-    const Noisy noisy;
-    std::fputs("unflushed", stdout);
-    LauncherWith({"-env"});
-    return 0;
-  });
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.out, "");
-  EXPECT_EQ(outcome.err, "ERROR: Bad -env argument\n");
 }
 
 }  // namespace

@@ -3,72 +3,50 @@
 #include "tests/support/test.h"
 
 namespace kvl::test {
-namespace {
-
-class Setup {
- public:
-  Setup(Environment& env, const Prepared& from)
-      : env_(env), from_(from), inst_(from.media + "/inst"), install_path_(inst_ + "/" + from.os) {}
-
-  void Run() {
-    env_["KVLAdmInstCurrentMediaDir"] = from_.media;
-    Replace("ORBInst", inst_);
-    Replace("ORBInstaller", from_.external);
-    Replace("ORBInstallPath", install_path_);
-    ReplaceByList("ORBDictionaryPath", {"code/dictionary"});
-    ReplaceByList("ORBReffilesPath", {"reffiles"});
-    ReplaceByList("ORBGraphicPath", {"resources/graphic", "resources/graphic/icons",
-                                     "resources/graphic/splashscreens"});
-    ReplaceByList("ORBMsgCatalogPath", {"resources/msgcatalog"});
-    Replace("PATH", install_path_ + "/code/bin:" + Get("PATH"));
-    for (const char* name : {"KVLSysIRManagementActivation", "ORBAppBridge"}) env_[name] = "NO";
-    for (const char* name : {"KVLAdmInstDebugEnv", "KVLAdmInstDebugSummary",
-                             "KVLAdmInstDebugIndexes", "KVLAdmInstDebugAction"}) {
-      env_[name] = "f";
-    }
-    for (const char* name : {"KVLAdmInstDebugError", "KVLAdmInstDebugEverything"}) env_[name] = "1";
-    ReplaceByList(Get("KVL_LIBPATH_VARNAME"), {"code/bin"});
-    env_["TEMP"] = Get("TMPDIR").empty() ? "/tmp" : Get("TMPDIR");
-    env_["ORBTemp"] = "/tmp";
-    env_["KVLIns_HasElevatedPrivileges"] = ::getuid() == 0 ? "1" : "0";
-    env_["KVLIns_IsInteractiveSession"] = "1";
-  }
-
- private:
-  std::string Get(const std::string& name) const {
-    const auto found = env_.find(name);
-    return found == env_.end() ? "" : found->second;
-  }
-
-  void Replace(const std::string& name, const std::string& value) {
-    if (name.find('=') != std::string::npos) return;  // the system refuses such a name
-    env_["KVL_BAK_" + name] = "KVL_BAK=" + Get(name);
-    if (!name.empty()) env_[name] = value;
-  }
-
-  void ReplaceByList(const std::string& name, const std::vector<std::string>& entries) {
-    std::string list;
-    for (const std::string& entry : entries) {
-      list += ":" + install_path_ + "/" + entry + ":" + inst_ + "/common/" + entry;
-    }
-    for (const std::string& entry : entries) {
-      if (from_.external.empty()) break;
-      list += ":" + from_.external + from_.os + "/" + entry;
-      list += ":" + from_.external + "common/" + entry;
-    }
-    Replace(name, list.substr(1));
-  }
-
-  Environment& env_;
-  const Prepared& from_;
-  std::string inst_;
-  std::string install_path_;
-};
-
-}  // namespace
 
 Environment AfterSetup(Environment env, const Prepared& from) {
-  Setup(env, from).Run();
+  const std::string inst = from.media + "/inst", install_path = inst + "/" + from.os;
+  const auto get = [&](const std::string& name) {
+    return env.contains(name) ? env.at(name) : std::string();
+  };
+  const auto replace = [&](const std::string& name, const std::string& value) {
+    if (name.find('=') != std::string::npos) return;  // the system refuses such a name
+    env["KVL_BAK_" + name] = "KVL_BAK=" + get(name);
+    if (!name.empty()) env[name] = value;
+  };
+  const auto replace_by_list = [&](const std::string& name,
+                                   const std::vector<std::string>& entries) {
+    std::string list;
+    for (const std::string& entry : entries) {
+      list += ":" + install_path + "/" + entry + ":" + inst + "/common/" + entry;
+    }
+    for (const std::string& entry : entries) {
+      if (from.external.empty()) break;
+      list += ":" + from.external + from.os + "/" + entry;
+      list += ":" + from.external + "common/" + entry;
+    }
+    replace(name, list.substr(1));
+  };
+  env["KVLAdmInstCurrentMediaDir"] = from.media;
+  replace("ORBInst", inst);
+  replace("ORBInstaller", from.external);
+  replace("ORBInstallPath", install_path);
+  replace_by_list("ORBDictionaryPath", {"code/dictionary"});
+  replace_by_list("ORBReffilesPath", {"reffiles"});
+  replace_by_list("ORBGraphicPath", {"resources/graphic", "resources/graphic/icons",
+                                     "resources/graphic/splashscreens"});
+  replace_by_list("ORBMsgCatalogPath", {"resources/msgcatalog"});
+  replace("PATH", install_path + "/code/bin:" + get("PATH"));
+  for (const char* name : {"KVLSysIRManagementActivation", "ORBAppBridge"}) env[name] = "NO";
+  for (const char* name : {"Env", "Summary", "Indexes", "Action"}) {
+    env[std::string("KVLAdmInstDebug") + name] = "f";
+  }
+  for (const char* name : {"Error", "Everything"}) env[std::string("KVLAdmInstDebug") + name] = "1";
+  replace_by_list(get("KVL_LIBPATH_VARNAME"), {"code/bin"});
+  env["TEMP"] = get("TMPDIR").empty() ? "/tmp" : get("TMPDIR");
+  env["ORBTemp"] = "/tmp";
+  env["KVLIns_HasElevatedPrivileges"] = ::getuid() == 0 ? "1" : "0";
+  env["KVLIns_IsInteractiveSession"] = "1";
   return env;
 }
 

@@ -5,20 +5,7 @@
 namespace kvl::test {
 namespace {
 
-/// One line for each entry, so that a failed comparison shows the lines that differ.
-std::string Lines(const Environment& variables) {
-  std::string lines;
-  for (const auto& [name, value] : variables) {
-    lines += name + " = " + testing::PrintToString(value) + "\n";
-  }
-  return lines;
-}
-
-std::string Lines(const std::vector<std::string>& texts) {
-  std::string lines;
-  for (const std::string& text : texts) lines += testing::PrintToString(text) + "\n";
-  return lines;
-}
+using testing::ContainerEq;
 
 std::vector<std::string> AllTexts(const MediaWorld& world, std::vector<std::string> texts) {
   for (std::string& text : texts) text = world.Text(text);
@@ -41,17 +28,6 @@ void CopyOver(const std::string& from, const std::string& to) {
 
 }  // namespace
 
-const char kTwoOfThree[] =
-    " INFO: This media is composed of 3 volumes.\n"
-    "       Volume 1 found in: {1}\n"
-    "       Volume 2 found in: {2}\n";
-
-const char kStagedWarning[] =
-    " WARN: This media is composed of multiple volumes.\n"
-    " WARN: If it is not done already, please copy each volume on a local hard drive before "
-    "starting the installation.\n"
-    " WARN: Not doing so might result in the installation leaving temporary files behind.\n";
-
 LaunchWorld& LaunchWorld::OneVolume() {
   Volume("1").Installer().Descriptions();
   return *this;
@@ -71,28 +47,55 @@ void LaunchWorld::EmptyTmp() const {
 
 LaunchSeen LaunchWorld::Run(const LaunchPlan& plan, const std::string& media) {
   const std::vector<std::string> before = MediaIn(*this);
-  const LaunchSeen seen = Launch(media, plan);
-  EXPECT_EQ(Lines(MediaIn(*this)), Lines(before)) << "the run changed something";
+  LaunchPlan launch = plan;
+  launch.directory = Text(plan.directory);
+  const LaunchSeen seen = Launch(media, launch);
+  EXPECT_THAT(MediaIn(*this), ContainerEq(before)) << "the run changed something";
   return seen;
 }
 
-ExpectedRun InPlace() {
-  ExpectedRun run;
-  run.out = SaysFoundIn("{1}");
-  run.arguments = StartedFrom("{1}");
+LaunchSeen LaunchWorld::Expect(const ExpectedRun& expected, const LaunchPlan& plan,
+                               const std::string& media) {
+  const LaunchSeen seen = Run(plan, media);
+  ExpectRun(*this, seen, expected);
+  return seen;
+}
+
+void ExpectRuns(const std::vector<RunRow>& rows) {
+  for (const RunRow& row : rows) {
+    SCOPED_TRACE(row.name);
+    LaunchWorld world;
+    row.media(world);
+    world.Expect(row.expected, row.plan);
+  }
+}
+
+LaunchPlan WithArguments(const std::vector<std::string>& arguments, const Environment& env) {
+  return {.arguments = arguments, .env = env};
+}
+
+LaunchPlan WithVariables(const Environment& env) {
+  return {.env = env};
+}
+
+ExpectedRun ExpectedRun::But(const std::function<void(ExpectedRun&)>& change) const {
+  ExpectedRun run = *this;
+  change(run);
   return run;
 }
 
+ExpectedRun InPlace() {
+  return {.out = SaysFoundIn("{1}"), .arguments = StartedFrom("{1}")};
+}
+
 ExpectedRun Staged() {
-  ExpectedRun run;
-  run.out = SaysFoundIn("{1}") + kTwoOfThree;
-  run.err = std::string(kMissingVolumes) + kStagedWarning;
-  run.arguments = StartedFrom("{staging}");
-  run.env = {.media = "{staging}",
-             .original = "{1}",
-             .found = {{"KVLAdmInstVolumesCount", "3"}, {"KVLAdmInstMTBDIR", "SET-A"}}};
-  run.left.media = "1";
-  return run;
+  return {.out = SaysFoundIn("{1}") + kTwoOfThree,
+          .err = std::string(kMissingVolumes) + kStagedWarning,
+          .arguments = StartedFrom("{staging}"),
+          .env = {.media = "{staging}",
+                  .original = "{1}",
+                  .found = {{"KVLAdmInstVolumesCount", "3"}, {"KVLAdmInstMTBDIR", "SET-A"}}},
+          .left = {.media = "1"}};
 }
 
 std::string InstallerOf(const std::string& media) {
@@ -113,35 +116,22 @@ std::string CommandOf(const std::vector<std::string>& arguments) {
 }
 
 std::string SaysFoundIn(const std::string& media) {
-  return " INFO: " + InstallerOf(media) + "\n INFO: Installer found in current media: \"" +
-         InstallerOf(media) + "\".\n";
+  return says::FoundInCurrentMedia(InstallerOf(media));
 }
 
 std::string SaysNoneIn(const std::string& media) {
-  return " INFO: " + InstallerOf(media) + "\n INFO: No installer in the current media.\n";
-}
-
-std::string SaysStagingFailed(const std::string& staging_slash, const std::string& reason) {
-  return "ERROR: Cannot copy the installer to a temporary directory: " + staging_slash +
-         "\nERROR: " + reason + "\n       \n";
-}
-
-std::string SaysCannotCreate(const std::string& command) {
-  return "ERROR: Cannot create process " + command + "\n" + SaysCannotWait(command);
-}
-
-std::string SaysCannotWait(const std::string& command) {
-  return "ERROR: Cannot wait for process " + command + "\n";
+  return says::NoneInCurrentMedia(InstallerOf(media));
 }
 
 std::string CleanUpScriptIn(const std::string& staging_slash) {
+  const std::string inst = "\"" + staging_slash + "inst\"";
   return ":begin\n"
-         "rmdir /Q /S \"" +
-         staging_slash +
-         "inst\" 1>nul 2>nul\n"
-         "if exist \"" +
-         staging_slash +
-         "inst\" goto begin\n"
+         "rmdir /Q /S " +
+         inst +
+         " 1>nul 2>nul\n"
+         "if exist " +
+         inst +
+         " goto begin\n"
          "rmdir /Q /S \"" +
          staging_slash + "\" 1>nul 2>nul\n";
 }
@@ -173,6 +163,11 @@ std::vector<std::string> LinesOf(const StagedTree& tree, const MediaWorld& world
   return DescribeTree(twin.Path());
 }
 
+void LeaveNoCore() {
+  const rlimit none = {0, 0};
+  ::setrlimit(RLIMIT_CORE, &none);
+}
+
 void ExpectRun(const LaunchWorld& world, const LaunchSeen& seen, const ExpectedRun& expected) {
   EXPECT_EQ(seen.status, expected.status);
   EXPECT_EQ(seen.out, world.Text(expected.out));
@@ -180,10 +175,10 @@ void ExpectRun(const LaunchWorld& world, const LaunchSeen& seen, const ExpectedR
   EXPECT_EQ(seen.child.started, !expected.arguments.empty());
   EXPECT_EQ(seen.child.arguments, AllTexts(world, expected.arguments));
   if (!expected.arguments.empty()) {
-    EXPECT_EQ(Lines(EnvChanges(seen.given, seen.child.env)),
-              Lines(EnvChanges(seen.given, InstallerEnvironment(world, seen.given, expected.env))));
+    const Environment env = InstallerEnvironment(world, seen.given, expected.env);
+    EXPECT_THAT(EnvChanges(seen.given, seen.child.env), ContainerEq(EnvChanges(seen.given, env)));
   }
-  EXPECT_EQ(Lines(seen.staged), Lines(LinesOf(expected.left, world, expected.env.os)));
+  EXPECT_THAT(seen.staged, ContainerEq(LinesOf(expected.left, world, expected.env.os)));
 }
 
 }  // namespace kvl::test

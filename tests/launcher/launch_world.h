@@ -3,7 +3,7 @@
 
 #include "tests/launcher/expected_environment.h"
 #include "tests/support/media_world.h"
-#include "tests/support/scoped_umask.h"
+#include "tests/support/messages.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
@@ -31,14 +31,33 @@ struct ExpectedRun {
   std::vector<std::string> arguments = {};
   Prepared env = {};     ///< what the installer's environment is made from
   StagedTree left = {};  ///< what lies below {tmp} afterwards
+
+  // The same run with one thing different.
+  ExpectedRun Ends(int with) const {
+    return But([&](auto& run) { run.status = with; });
+  }
+  ExpectedRun Says(const std::string& on_standard_output) const {
+    return But([&](auto& run) { run.out = on_standard_output; });
+  }
+  ExpectedRun Warns(const std::string& on_standard_error) const {
+    return But([&](auto& run) { run.err = on_standard_error; });
+  }
+  ExpectedRun Passes(const std::vector<std::string>& further) const {
+    return But([&](auto& run) {
+      run.arguments.insert(run.arguments.end(), further.begin(), further.end());
+    });
+  }
+  ExpectedRun Sets(const Environment& by_options) const {
+    return But([&](auto& run) { run.env.options = by_options; });
+  }
+  ExpectedRun Finds(const Environment& by_the_scan) const {
+    return But([&](auto& run) { run.env.found = by_the_scan; });
+  }
+  ExpectedRun But(const std::function<void(ExpectedRun&)>& change) const;
 };
 
-/// New files in it have the modes 644 and 755, whoever runs the tests, and the launcher is started
-/// with the same umask.
-class LaunchWorld : private ScopedUmask, public MediaWorld {
+class LaunchWorld : public MediaWorld {
  public:
-  LaunchWorld() : ScopedUmask(022) {}
-
   /// A media in "1" with an installer and no further volume: the installer runs in place.
   LaunchWorld& OneVolume();
   /// A media in "1" with an installer, the first of three volumes of the set SET-A. The second is
@@ -48,9 +67,24 @@ class LaunchWorld : private ScopedUmask, public MediaWorld {
   /// Removes what earlier launches left in {tmp}.
   void EmptyTmp() const;
 
-  /// Launches the media in that directory, and claims that the run changed nothing but {tmp}.
+  /// Launches the media in that directory, and claims that the run changed nothing but {tmp}. The
+  /// working directory is a text, too.
   LaunchSeen Run(const LaunchPlan& plan = {}, const std::string& media = "1");
+  /// The same, and compares everything.
+  LaunchSeen Expect(const ExpectedRun& expected, const LaunchPlan& plan = {},
+                    const std::string& media = "1");
 };
+
+/// One run of the media in "1" of a new world.
+struct RunRow {
+  std::string name = {};
+  std::function<void(LaunchWorld&)> media = {};  ///< describes it, as &LaunchWorld::OneVolume does
+  ExpectedRun expected = {};
+  LaunchPlan plan = {};
+};
+void ExpectRuns(const std::vector<RunRow>& rows);
+LaunchPlan WithArguments(const std::vector<std::string>& arguments, const Environment& env = {});
+LaunchPlan WithVariables(const Environment& env);
 
 /// What a run of OneVolume, or of VolumeMissing, without any arguments is to look like.
 ExpectedRun InPlace();
@@ -61,25 +95,20 @@ std::string InstallerOf(const std::string& media);
 /// The installer's arguments in normal mode: its path, "-CDpath", the media, and the further ones.
 std::vector<std::string> StartedFrom(const std::string& media,
                                      const std::vector<std::string>& further = {});
-
 /// The command, as messages name it, of an installer with these arguments.
 std::string CommandOf(const std::vector<std::string>& arguments);
 
-/// The messages of a media whose installer is found.
+/// The messages of a media whose installer is found, and of one without an installer.
 std::string SaysFoundIn(const std::string& media);
-/// The messages of a media without an installer.
 std::string SaysNoneIn(const std::string& media);
 /// The messages of a media in {1} of three volumes that finds the second in {2}.
-extern const char kTwoOfThree[];
+inline const std::string kTwoOfThree = says::Volumes("3", {"{1}", "{2}"});
 /// The messages before a staged installer starts.
-extern const char kStagedWarning[];
-/// The messages of a staging that failed; `staging_slash` ends in "/". The reason ends in a line feed
-/// of its own, so the second message ends in a line of seven blanks.
-std::string SaysStagingFailed(const std::string& staging_slash, const std::string& reason);
-/// The messages for an installer that no process could be made for, by its command.
-std::string SaysCannotCreate(const std::string& command);
-/// The message for an installer that cannot be run, by its command.
-std::string SaysCannotWait(const std::string& command);
+inline const std::string kStagedWarning = says::Staged();
+constexpr auto SaysStagingFailed = says::StagingFailed;
+constexpr auto SaysCannotCreate = says::CannotCreate;
+constexpr auto SaysCannotWait = says::CannotWait;
+
 /// The text of "remove.bat"; `staging_slash` ends in "/".
 std::string CleanUpScriptIn(const std::string& staging_slash);
 
@@ -89,6 +118,9 @@ std::string WithoutIdentifiers(const std::string& text);
 /// The tree as LaunchSeen::staged is to have it; `os` is the operating-system directory.
 std::vector<std::string> LinesOf(const StagedTree& tree, const MediaWorld& world,
                                  const std::string& os);
+
+/// For LaunchPlan::before: a death by a signal leaves no core file.
+void LeaveNoCore();
 
 /// Compares everything.
 void ExpectRun(const LaunchWorld& world, const LaunchSeen& seen, const ExpectedRun& expected);

@@ -9,19 +9,14 @@ namespace {
 constexpr int kHighestPassedOn = 250;
 constexpr int kAnythingElse = 255;
 
-const std::string kCommand = "\"{1}/inst/linux/code/bin/installer\" \"-CDpath\" \"{1}\"";
-
-/// A run whose installer was started but has no exit code to pass on.
-ExpectedRun WithoutExitCode() {
-  ExpectedRun expected = InPlace();
-  expected.status = kAnythingElse;
-  expected.err = SaysCannotWait(kCommand);
-  return expected;
+/// The run of an installer without an exit code to pass on.
+ExpectedRun WithoutExitCode(const ExpectedRun& run) {
+  return run.Ends(kAnythingElse).Warns(run.err + says::CannotWait(CommandOf(run.arguments)));
 }
 
-/// A run whose installer could not be run.
+/// The run of an installer that could not be run.
 ExpectedRun NotStarted() {
-  ExpectedRun expected = WithoutExitCode();
+  ExpectedRun expected = WithoutExitCode(InPlace());
   expected.arguments = {};
   return expected;
 }
@@ -29,7 +24,7 @@ ExpectedRun NotStarted() {
 TEST(RunExitCode, IsTheInstallersUpTo250AndElse255WithAMessage) {
   LaunchWorld world;
   world.OneVolume();
-  const std::string message = world.Text(SaysCannotWait(kCommand));
+  const std::string message = world.Text(WithoutExitCode(InPlace()).err);
   for (int code = 0; code <= 255; ++code) {
     const bool passed_on = code <= kHighestPassedOn;
     const LaunchSeen seen = world.Launch("1", {.env = {{"FAKE_EXIT", std::to_string(code)}}});
@@ -38,51 +33,40 @@ TEST(RunExitCode, IsTheInstallersUpTo250AndElse255WithAMessage) {
   }
 }
 
+TEST(RunExitCode, OfAStagedInstallerIsPassedOnToo) {
+  const auto ends = [](const char* code) -> LaunchPlan { return {.env = {{"FAKE_EXIT", code}}}; };
+  ExpectRuns({
+      {"12", &LaunchWorld::VolumeMissing, Staged().Ends(12), ends("12")},
+      {"250", &LaunchWorld::VolumeMissing, Staged().Ends(250), ends("250")},
+      {"251", &LaunchWorld::VolumeMissing, WithoutExitCode(Staged()), ends("251")},
+  });
+}
+
 TEST(RunExitCode, OfAnInstallerKilledByASignalIs255) {
   LaunchWorld world;
   world.OneVolume();
-  const auto without_core = [] {
-    const rlimit none = {0, 0};
-    ::setrlimit(RLIMIT_CORE, &none);
-  };
   for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGABRT, SIGKILL, SIGSEGV, SIGPIPE, SIGTERM}) {
     SCOPED_TRACE(number);
-    const LaunchSeen seen =
-        world.Run({.env = {{"FAKE_SIGNAL", std::to_string(number)}}, .before = without_core});
-    ExpectRun(world, seen, WithoutExitCode());
+    world.Expect(WithoutExitCode(InPlace()),
+                 {.env = {{"FAKE_SIGNAL", std::to_string(number)}}, .before = LeaveNoCore});
   }
 }
 
-TEST(RunExitCode, OfAnInstallerThatMayNotBeExecutedIs255) {
-  LaunchWorld world;
-  world.OneVolume();
-  SetMode(world.Path("1/inst/linux/code/bin/installer"), 0644);
-  ExpectRun(world, world.Run(), NotStarted());
-}
-
-TEST(RunExitCode, OfAProgramThatIsMissingIs255) {
-  LaunchWorld world;
-  world.OneVolume();
-  world.Directory().Write("1/inst/linux/code/bin/installer", "#!/nonexistent/interpreter\n");
-  SetMode(world.Path("1/inst/linux/code/bin/installer"), 0755);
-  ExpectRun(world, world.Run(), NotStarted());
-}
-
-TEST(RunExitCode, OfAStagedInstallerIsPassedOnToo) {
-  for (const int code : {12, 250, 251}) {
-    LaunchWorld world;
-    world.VolumeMissing();
-    const LaunchSeen seen = world.Run({.env = {{"FAKE_EXIT", std::to_string(code)}}});
-    ExpectedRun expected = Staged();
-    if (code <= kHighestPassedOn) {
-      expected.status = code;
-    } else {
-      expected.status = kAnythingElse;
-      expected.err +=
-          SaysCannotWait("\"{staging}/inst/linux/code/bin/installer\" \"-CDpath\" \"{staging}\"");
-    }
-    ExpectRun(world, seen, expected);
-  }
+TEST(RunExitCode, OfAnInstallerThatCannotBeRunIs255) {
+  const std::string installer = InstallerOf("1");
+  ExpectRuns({
+      {"it may not be executed",
+       [&](LaunchWorld& world) {
+         world.OneVolume();
+         SetMode(world.Path(installer), 0644);
+       },
+       NotStarted()},
+      {"its program is missing",
+       [&](LaunchWorld& world) {
+         SetMode(world.Directory().Write(installer, "#!/nonexistent/interpreter\n"), 0755);
+       },
+       NotStarted()},
+  });
 }
 
 }  // namespace

@@ -6,326 +6,181 @@
 namespace kvl::test {
 namespace {
 
-const std::string kByOption = "-installerPath", kByVariable = "KVL_ZOLVEN_Installer";
+const std::string kByOption = "-installerPath", kByVariable = "KVL_ZOLVEN_Installer",
+                  kPassOver = "KVL_UseExternalInstaller";
 
-constexpr char kNotFound[] =
-    "ERROR: The installer is not found, please read the file \"ReadMe_UNIX.txt\".\n";
-
-constexpr char kBlank[] =
-    "ERROR: The directory of the installer contains space characters.\n"
-    "       Please copy the Installer media into a directory that does not contain space "
-    "characters\n"
-    "       and run the installer again.\n";
-
-std::string SaysOption(const std::string& value) {
-  return " INFO: Argument \"-installerPath\" found and its value is \"" + value + "\".\n";
-}
-
-std::string SaysVariable(const std::string& value) {
-  return " INFO: Environment variable KVL_ZOLVEN_Installer is defined and its value is \"" + value +
-         "\".\n";
-}
-
-/// `media_slash` ends in "/".
 std::string SaysNotBelow1(const std::string& media_slash) {
-  return " INFO: Installer executable \"" + media_slash +
-         "1/inst/linux/code/bin/installer\" does not exist, trying without sub dir \"1\"\n";
+  return says::NotBelowOne(InstallerOf(media_slash + "1"));
 }
 
-std::string SaysInvalid(const std::string& media_slash) {
-  return SaysNotBelow1(media_slash) + " INFO: Invalid Installer media, \"" + media_slash +
-         "inst/linux/code/bin/installer\" does not exist\n";
+std::string SaysInvalid(const std::string& media) {
+  return SaysNotBelow1(media + "/") + says::NoInstallerMedia(InstallerOf(media));
 }
 
-std::string SaysUsable(const std::string& root) {
-  return " INFO: Installer Media: \"" + InstallerOf(root) + "\"\n";
+/// A media in "1" without an installer, and installer media in these directories.
+std::function<void(LaunchWorld&)> With(const std::vector<std::string>& directories) {
+  return [=](LaunchWorld& world) {
+    world.Volume("1");
+    for (const std::string& directory : directories) world.Volume(directory).Installer();
+  };
 }
 
 /// A run in place of the media {1} with the installer of the media root `root`.
-ExpectedRun StartedByExternal(const std::string& root, const std::string& out) {
-  return {.out = out,
+ExpectedRun StartedBy(const std::string& root, const std::string& out) {
+  return {.out = out + says::InstallerMedia(InstallerOf(root)),
           .arguments = {InstallerOf(root), "-CDpath", "{1}"},
           .env = {.external = root + "/inst/"}};
 }
 
-/// A run that ends before anything is started.
-ExpectedRun Ended(int status, const std::string& out, const std::string& err) {
-  return {.status = status, .out = out, .err = err};
+const std::string kNone = SaysNoneIn("{1}"), kExtNamed = says::ArgumentNames("{ext}"),
+                  kOtherNamed = says::VariableNames("{other}"),
+                  kPassedOver = says::PassedOver(InstallerOf("{1}"));
+
+TEST(RunFindInstaller, LooksInTheMediaThenByOptionThenByVariable) {
+  const LaunchPlan by_option = {.arguments = {kByOption, "{ext}"}},
+                   by_variable = {.env = {{kByVariable, "{other}"}}},
+                   by_both = {.arguments = by_option.arguments, .env = by_variable.env};
+  ExpectRuns({
+      {"by option, in the media itself", With({"ext"}),
+       StartedBy("{ext}", kNone + kExtNamed + SaysNotBelow1("{ext}/")), by_option},
+      {"by option, in the sub-directory 1", With({"ext/1"}),
+       StartedBy("{ext}/1", kNone + kExtNamed), by_option},
+      {"the sub-directory 1 is preferred, and no slash doubled", With({"ext", "ext/1"}),
+       StartedBy("{ext}/1", kNone + says::ArgumentNames("{ext}/")),
+       WithArguments({kByOption, "{ext}/"})},
+      {"by variable, in the media itself, and no slash doubled", With({"other"}),
+       StartedBy("{other}", kNone + says::VariableNames("{other}/") + SaysNotBelow1("{other}/")),
+       WithVariables({{kByVariable, "{other}/"}})},
+      {"by variable, in the sub-directory 1", With({"other/1"}),
+       StartedBy("{other}/1", kNone + kOtherNamed), by_variable},
+      {"by variable, set by an option", With({"other/1"}),
+       StartedBy("{other}/1", kNone + kOtherNamed).Sets({{kByVariable, "{other}"}}),
+       WithArguments({"-env", kByVariable + "={other}"})},
+      {"the option wins, and the variable is not read", With({"ext/1", "other/1"}),
+       StartedBy("{ext}/1", kNone + kExtNamed), by_both},
+      {"the option is invalid, and the variable valid", With({"other/1"}),
+       StartedBy("{other}/1", kNone + kExtNamed + SaysInvalid("{ext}") + kOtherNamed), by_both},
+      {"a blank in a media without an installer does not end the search",
+       [](LaunchWorld& world) {
+         With({"other/1"})(world);
+         world.Volume("my ext");
+       },
+       StartedBy("{other}/1",
+                 kNone + says::ArgumentNames("{my ext}") + SaysInvalid("{my ext}") + kOtherNamed),
+       {.arguments = {kByOption, "{my ext}"}, .env = by_variable.env}},
+      {"an installer in the media comes first",
+       &LaunchWorld::OneVolume,
+       InPlace(),
+       {.arguments = {kByOption, "{a b}"}, .env = {{kByVariable, "{a b}"}}}},
+  });
+}
+
+TEST(RunFindInstaller, PassesOverTheMediasOwnOnlyOnRequest) {
+  LaunchWorld world;
+  world.OneVolume().Volume("ext/1").Installer();
+  for (const char* value : {"1", "0", " "}) {
+    world.Expect(StartedBy("{ext}/1", kPassedOver + kExtNamed),
+                 WithArguments({kByOption, "{ext}"}, {{kPassOver, value}}));
+  }
+  world.Expect(InPlace(), WithArguments({kByOption, "{ext}"}, {{kPassOver, ""}}));
 }
 
 TEST(RunFindInstaller, WithoutAnyInstallerIsAnErrorAndStatus1) {
-  LaunchWorld world;
-  world.Volume("1");
-  ExpectRun(world, world.Run(), Ended(1, SaysNoneIn("{1}"), kNotFound));
+  const auto ended = [](const std::string& out) -> ExpectedRun {
+    return {.status = 1, .out = out, .err = says::NoInstaller()};
+  };
+  ExpectRuns({
+      {"no media named", With({}), ended(kNone)},
+      {"empty values name none", With({}), ended(kNone),
+       WithArguments({kByOption, ""}, {{kByVariable, ""}})},
+      {"a dangling link is no installer",
+       [](LaunchWorld& world) {
+         world.Volume("1").Link("inst/linux/code/bin/installer", "{nowhere}");
+       },
+       ended(kNone)},
+      {"two invalid media",
+       [](LaunchWorld& world) { world.Volume("1").Dir("../ext"); },
+       ended(kNone + kExtNamed + SaysInvalid("{ext}") + says::VariableNames("{missing}") +
+             SaysInvalid("{missing}")),
+       {.arguments = {kByOption, "{ext}"}, .env = {{kByVariable, "{missing}"}}}},
+      {"the media's own is passed over",
+       &LaunchWorld::OneVolume,
+       ended(kPassedOver),
+       {.env = {{kPassOver, "yes"}}}},
+  });
+}
+
+TEST(RunFindInstaller, ABlankInAnExternalMediaIsStatus12) {
+  for (const std::string directory : {"my ext", "my/e xt/1", "a/ /b"}) {
+    const std::string ext = "{" + directory + "}", tried = SaysNotBelow1(ext + "/");
+    const ExpectedRun ended = {.status = 12, .err = says::BlankInInstallerMedia()};
+    ExpectRuns({
+        {"by option: " + ext, With({directory}),
+         ended.Says(kNone + says::ArgumentNames(ext) + tried), WithArguments({kByOption, ext})},
+        {"by variable: " + ext, With({directory}),
+         ended.Says(kNone + says::VariableNames(ext) + tried), WithVariables({{kByVariable, ext}})},
+    });
+  }
 }
 
 TEST(RunFindInstaller, AnythingAtTheCandidatesPlaceIsTheInstaller) {
-  for (const bool is_directory : {true, false}) {
-    LaunchWorld world;
-    if (is_directory) {
-      world.Volume("1").Dir("inst/linux/code/bin/installer");
-    } else {
-      SetMode(world.Directory().Write("1/inst/linux/code/bin/installer", "no program"), 0);
-    }
-    const std::string command = "\"{1}/inst/linux/code/bin/installer\" \"-CDpath\" \"{1}\"";
-    ExpectRun(world, world.Run(), Ended(255, SaysFoundIn("{1}"), SaysCannotWait(command)));
-  }
+  const std::string place = "inst/linux/code/bin/installer", bin = "{1}/inst/linux/code/bin";
+  const ExpectedRun found = {.status = 255,
+                             .out = SaysFoundIn("{1}"),
+                             .err = says::CannotWait(CommandOf(StartedFrom("{1}")))};
+  ExpectRuns({
+      {"a directory", [&](LaunchWorld& world) { world.Volume("1").Dir(place); }, found},
+      {"a file that nobody may read",
+       [&](LaunchWorld& world) { SetMode(world.Directory().Write("1/" + place, "no program"), 0); },
+       found},
+      {"without the installer's name, the directory bin",
+       &LaunchWorld::OneVolume,
+       found.Says(says::FoundInCurrentMedia(bin))
+           .Warns(says::CannotWait(CommandOf({bin, "-CDpath", "{1}"}))),
+       {.without = {"KVL_Installer_EXE"}}},
+  });
 }
 
-TEST(RunFindInstaller, WithoutTheInstallersNameTheBinDirectoryIsFoundAndCannotBeRun) {
+/// A run of an installer in the media {ext} itself, at this place, with nothing in the media before.
+ExpectedRun StartedAt(const std::string& candidate, const std::string& place) {
+  return {.out = says::NoneInCurrentMedia(candidate) + kExtNamed +
+                 says::NotBelowOne("{ext}/1/" + place) + says::InstallerMedia("{ext}/" + place),
+          .arguments = {"{ext}/" + place, "-CDpath"},
+          .env = {.external = "{ext}/inst/"}};
+}
+
+TEST(RunFindInstaller, WithoutAMediaLooksInTheRootAndTellsNoMedia) {
   LaunchWorld world;
-  world.OneVolume();
-  const LaunchSeen seen = world.Run({.without = {"KVL_Installer_EXE"}});
-  ExpectRun(world, seen,
-            Ended(255,
-                  " INFO: {1}/inst/linux/code/bin\n"
-                  " INFO: Installer found in current media: \"{1}/inst/linux/code/bin\".\n",
-                  SaysCannotWait("\"{1}/inst/linux/code/bin\" \"-CDpath\" \"{1}\"")));
-}
-
-TEST(RunFindInstaller, ADanglingLinkIsNoInstaller) {
-  LaunchWorld world;
-  world.Volume("1").Link("inst/linux/code/bin/installer", "{nowhere}");
-  ExpectRun(world, world.Run(), Ended(1, SaysNoneIn("{1}"), kNotFound));
-}
-
-TEST(RunFindInstaller, ByOptionInTheInstallerMediaItself) {
-  LaunchWorld world;
-  world.Volume("1");
-  world.Volume("ext").Installer();
-  const LaunchSeen seen = world.Run({.arguments = {kByOption, "{ext}"}});
-  ExpectRun(world, seen,
-            StartedByExternal("{ext}", SaysNoneIn("{1}") + SaysOption("{ext}") +
-                                           SaysNotBelow1("{ext}/") + SaysUsable("{ext}")));
-}
-
-TEST(RunFindInstaller, ByOptionInTheSubDirectory1) {
-  LaunchWorld world;
-  world.Volume("1");
-  world.Volume("ext/1").Installer();
-  const LaunchSeen seen = world.Run({.arguments = {kByOption, "{ext}"}});
-  ExpectRun(world, seen,
-            StartedByExternal("{ext/1}",
-                              SaysNoneIn("{1}") + SaysOption("{ext}") + SaysUsable("{ext}/1")));
-}
-
-TEST(RunFindInstaller, TheSubDirectory1IsPreferred) {
-  LaunchWorld world;
-  world.Volume("1");
-  world.Volume("ext").Installer();
-  world.Volume("ext/1").Installer();
-  const LaunchSeen seen = world.Run({.arguments = {kByOption, "{ext}/"}});
-  ExpectRun(world, seen,
-            StartedByExternal("{ext/1}",
-                              SaysNoneIn("{1}") + SaysOption("{ext}/") + SaysUsable("{ext}/1")));
-}
-
-TEST(RunFindInstaller, ByVariableInTheInstallerMediaItself) {
-  LaunchWorld world;
-  world.Volume("1");
-  world.Volume("ext").Installer();
-  const LaunchSeen seen = world.Run({.env = {{kByVariable, "{ext}/"}}});
-  ExpectRun(world, seen,
-            StartedByExternal("{ext}", SaysNoneIn("{1}") + SaysVariable("{ext}/") +
-                                           SaysNotBelow1("{ext}/") + SaysUsable("{ext}")));
-}
-
-TEST(RunFindInstaller, ByVariableInTheSubDirectory1) {
-  LaunchWorld world;
-  world.Volume("1");
-  world.Volume("ext/1").Installer();
-  const LaunchSeen seen = world.Run({.env = {{kByVariable, "{ext}"}}});
-  ExpectRun(world, seen,
-            StartedByExternal("{ext/1}",
-                              SaysNoneIn("{1}") + SaysVariable("{ext}") + SaysUsable("{ext}/1")));
-}
-
-TEST(RunFindInstaller, TheVariableMayBeSetByAnOption) {
-  LaunchWorld world;
-  world.Volume("1");
-  world.Volume("ext/1").Installer();
-  const LaunchSeen seen = world.Run({.arguments = {"-env", kByVariable + "={ext}"}});
-  ExpectedRun expected = StartedByExternal(
-      "{ext/1}", SaysNoneIn("{1}") + SaysVariable("{ext}") + SaysUsable("{ext}/1"));
-  expected.env.options = {{kByVariable, "{ext}"}};
-  ExpectRun(world, seen, expected);
-}
-
-TEST(RunFindInstaller, ExternalPathListsNameTheMediaFirstAndThenTheExternalMedia) {
-  LaunchWorld world;
-  world.Volume("1");
-  world.Volume("ext/1").Installer();
-  const LaunchSeen seen = world.Run({.arguments = {kByOption, "{ext}"}});
-  EXPECT_EQ(seen.child.env.at("ORBInstaller"), world.Text("{ext}/1/inst/"));
-  EXPECT_EQ(seen.child.env.at("ORBDictionaryPath"),
-            world.Text("{1}/inst/linux/code/dictionary:{1}/inst/common/code/dictionary:"
-                       "{ext}/1/inst/linux/code/dictionary:{ext}/1/inst/common/code/dictionary"));
-}
-
-TEST(RunFindInstaller, TheOptionWinsAndTheVariableIsNotRead) {
-  LaunchWorld world;
-  world.Volume("1");
-  world.Volume("ext/1").Installer();
-  world.Volume("other/1").Installer();
-  const LaunchSeen seen =
-      world.Run({.arguments = {kByOption, "{ext}"}, .env = {{kByVariable, "{other}"}}});
-  ExpectRun(world, seen,
-            StartedByExternal("{ext/1}",
-                              SaysNoneIn("{1}") + SaysOption("{ext}") + SaysUsable("{ext}/1")));
-}
-
-TEST(RunFindInstaller, TheVariableIsTriedWhenTheOptionIsInvalid) {
-  LaunchWorld world;
-  world.Volume("1");
-  world.Volume("ext");
-  world.Volume("other/1").Installer();
-  const LaunchSeen seen =
-      world.Run({.arguments = {kByOption, "{ext}"}, .env = {{kByVariable, "{other}"}}});
-  ExpectRun(world, seen,
-            StartedByExternal("{other/1}", SaysNoneIn("{1}") + SaysOption("{ext}") +
-                                               SaysInvalid("{ext}/") + SaysVariable("{other}") +
-                                               SaysUsable("{other}/1")));
-}
-
-TEST(RunFindInstaller, WithTwoInvalidMediaIsAnErrorAndStatus1) {
-  LaunchWorld world;
-  world.Volume("1");
-  world.Volume("ext");
-  const LaunchSeen seen =
-      world.Run({.arguments = {kByOption, "{ext}"}, .env = {{kByVariable, "{missing}"}}});
-  ExpectRun(world, seen,
-            Ended(1,
-                  SaysNoneIn("{1}") + SaysOption("{ext}") + SaysInvalid("{ext}/") +
-                      SaysVariable("{missing}") + SaysInvalid("{missing}/"),
-                  kNotFound));
-}
-
-TEST(RunFindInstaller, EmptyValuesNameNoMedia) {
-  LaunchWorld world;
-  world.Volume("1");
-  const LaunchSeen seen = world.Run({.arguments = {kByOption, ""}, .env = {{kByVariable, ""}}});
-  ExpectRun(world, seen, Ended(1, SaysNoneIn("{1}"), kNotFound));
-}
-
-TEST(RunFindInstaller, AnExternalMediaIsNotLookedAtWhenTheMediaHasAnInstaller) {
-  LaunchWorld world;
-  world.OneVolume();
-  const LaunchSeen seen =
-      world.Run({.arguments = {kByOption, "{a b}"}, .env = {{kByVariable, "{a b}"}}});
-  ExpectRun(world, seen, InPlace());
-}
-
-TEST(RunFindInstaller, ABlankInTheExternalMediasDirectoryIsAnErrorAndStatus12) {
-  for (const std::string ext : {"my ext", "my/e xt/1", "a/ /b"}) {
-    SCOPED_TRACE(ext);
-    LaunchWorld world;
-    world.Volume("1");
-    world.Volume(ext).Installer();
-    const LaunchSeen by_option = world.Run({.arguments = {kByOption, "{" + ext + "}"}});
-    const std::string tried = SaysNotBelow1("{" + ext + "}/");
-    ExpectRun(world, by_option,
-              Ended(12, SaysNoneIn("{1}") + SaysOption("{" + ext + "}") + tried, kBlank));
-    const LaunchSeen by_variable = world.Run({.env = {{kByVariable, "{" + ext + "}"}}});
-    ExpectRun(world, by_variable,
-              Ended(12, SaysNoneIn("{1}") + SaysVariable("{" + ext + "}") + tried, kBlank));
-  }
-}
-
-TEST(RunFindInstaller, ABlankInAMediaWithoutAnInstallerDoesNotEndTheSearch) {
-  LaunchWorld world;
-  world.Volume("1");
-  world.Volume("my ext");
-  world.Volume("other/1").Installer();
-  const LaunchSeen seen =
-      world.Run({.arguments = {kByOption, "{my ext}"}, .env = {{kByVariable, "{other}"}}});
-  ExpectRun(world, seen,
-            StartedByExternal("{other/1}", SaysNoneIn("{1}") + SaysOption("{my ext}") +
-                                               SaysInvalid("{my ext}/") + SaysVariable("{other}") +
-                                               SaysUsable("{other}/1")));
-}
-
-std::string SaysNotUsed() {
-  return " INFO: {1}/inst/linux/code/bin/installer\n"
-         " INFO: Installer found in the current media, \"{1}/inst/linux/code/bin/installer\" but "
-         "do "
-         "not use it because of KVL_UseExternalInstaller env var.\n";
-}
-
-TEST(RunFindInstaller, TheMediasInstallerIsPassedOverOnRequest) {
-  LaunchWorld world;
-  world.OneVolume();
-  world.Volume("ext/1").Installer();
-  for (const char* value : {"1", "0", " "}) {
-    const LaunchSeen seen = world.Run(
-        {.arguments = {kByOption, "{ext}"}, .env = {{"KVL_UseExternalInstaller", value}}});
-    ExpectRun(
-        world, seen,
-        StartedByExternal("{ext/1}", SaysNotUsed() + SaysOption("{ext}") + SaysUsable("{ext}/1")));
-  }
-}
-
-TEST(RunFindInstaller, ARequestForAnExternalInstallerWithoutOneIsAnErrorAndStatus1) {
-  LaunchWorld world;
-  world.OneVolume();
-  const LaunchSeen seen = world.Run({.env = {{"KVL_UseExternalInstaller", "yes"}}});
-  ExpectRun(world, seen, Ended(1, SaysNotUsed(), kNotFound));
-}
-
-TEST(RunFindInstaller, AnEmptyRequestForAnExternalInstallerIsNone) {
-  LaunchWorld world;
-  world.OneVolume();
-  const LaunchSeen seen =
-      world.Run({.arguments = {kByOption, "{ext}"}, .env = {{"KVL_UseExternalInstaller", ""}}});
-  ExpectRun(world, seen, InPlace());
-}
-
-/// An operating-system name that no directory at the root of the file system has.
-std::string UniqueOs(const MediaWorld& world) {
-  return std::filesystem::path(world.Path(".")).filename().string();
-}
-
-TEST(RunFindInstaller, WithoutAMediaTheRootDirectoryIsItAndItsEmptyNameVanishes) {
-  LaunchWorld world;
-  const std::string os = UniqueOs(world);
-  world.Volume("ext").Installer(os);
-  LaunchPlan plan = {.arguments = {kByOption, "{ext}"},
-                     .env = {{"KVL_OS", os}, {"KVL_Online_Installation_Caf_Repositiory", "1"}},
-                     .without = {"CurrentMediaDir"}};
+  // No directory at the root of the file system has this name.
+  const std::string os = fs::path(world.Path(".")).filename().string();
   const std::string place = "inst/" + os + "/code/bin/installer";
-  ExpectRun(world, world.Run(plan),
-            {.out = " INFO: /" + place + "\n INFO: No installer in the current media.\n" +
-                    SaysOption("{ext}") + " INFO: Installer executable \"{ext}/1/" + place +
-                    "\" does not exist, trying without sub dir \"1\"\n" +
-                    " INFO: Installer Media: \"{ext}/" + place + "\"\n",
-             .arguments = {"{ext}/" + place, "-CDpath"},
-             .env = {.media = "", .external = "{ext}/inst/", .os = os}});
+  world.Volume("ext").Installer(os);
+  ExpectedRun expected = StartedAt("/" + place, place);
+  expected.env.media = "";
+  expected.env.os = os;
+  world.Expect(expected, {.arguments = {kByOption, "{ext}"},
+                          .env = {{"KVL_OS", os}, {"KVL_Online_Installation_Caf_Repositiory", "1"}},
+                          .without = {"CurrentMediaDir"}});
 }
 
-TEST(RunFindInstaller, WithoutAnOperatingSystemIsLookedForInInstItself) {
-  const std::string place = "inst//code/bin/installer";
+TEST(RunFindInstaller, WithoutAnOperatingSystemLooksInInstItself) {
   LaunchWorld world;
   world.Volume("1");
   world.Volume("ext").Installer("");
-  const LaunchPlan plan = {.arguments = {kByOption, "{ext}"}, .without = {"KVL_OS"}};
-  ExpectRun(
-      world, world.Run(plan),
-      {.out = " INFO: {1}/inst/code/bin/installer\n INFO: No installer in the current media.\n" +
-              SaysOption("{ext}") + " INFO: Installer executable \"{ext}/1/" + place +
-              "\" does not exist, trying without sub dir \"1\"\n" +
-              " INFO: Installer Media: \"{ext}/" + place + "\"\n",
-       .arguments = {"{ext}/" + place, "-CDpath", "{1}"},
-       .env = {.external = "{ext}/inst/", .os = ""}});
+  ExpectedRun expected =
+      StartedAt("{1}/inst/code/bin/installer", "inst//code/bin/installer").Passes({"{1}"});
+  expected.env.os = "";
+  world.Expect(expected, {.arguments = {kByOption, "{ext}"}, .without = {"KVL_OS"}});
 }
 
 TEST(RunFindInstaller, WithAnEmptyEnvironmentIsAnErrorAndStatus1) {
-  if (std::filesystem::exists("/inst")) GTEST_SKIP() << "this machine has a directory /inst";
+  if (fs::exists("/inst")) GTEST_SKIP() << "this machine has a directory /inst";
   LaunchWorld world;
-  const LaunchSeen seen = world.Run({.without = {"CurrentMediaDir", "KVL_OS", "KVL_Installer_EXE",
-                                                 "TMPDIR", "PATH", "FAKE_REPORT"}});
+  const LaunchSeen seen = world.Expect(
+      {.status = 1, .out = says::NoneInCurrentMedia("/inst/code/bin"), .err = says::NoInstaller()},
+      {.without = {"CurrentMediaDir", "KVL_OS", "KVL_Installer_EXE", "TMPDIR", "PATH",
+                   "FAKE_REPORT"}});
   EXPECT_EQ(seen.given, Environment{});
-  ExpectRun(
-      world, seen,
-      Ended(1, " INFO: /inst/code/bin\n INFO: No installer in the current media.\n", kNotFound));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Whole runs of a media that is complete: the installer is started where it is.
+// Whole runs that start the installer where it is: of a media that is complete, or in management.
 
 #include "tests/launcher/launch_world.h"
 #include "tests/support/test.h"
@@ -6,72 +6,19 @@
 namespace kvl::test {
 namespace {
 
-TEST(RunInPlace, StartsTheInstallerOfAMediaWithoutVolumes) {
-  LaunchWorld world;
-  world.OneVolume();
-  const LaunchSeen seen = world.Run();
-  ExpectRun(world, seen,
-            {.out = " INFO: {1}/inst/linux/code/bin/installer\n"
-                    " INFO: Installer found in current media: "
-                    "\"{1}/inst/linux/code/bin/installer\".\n",
-             .arguments = {"{1}/inst/linux/code/bin/installer", "-CDpath", "{1}"}});
+constexpr char kOdt[] = "KVLInsAppliODT.exe";
+
+TEST(RunInPlace, PassesOnWhatItDoesNotKnowInOrder) {
+  ExpectRuns({
+      {"no argument", &LaunchWorld::OneVolume, InPlace()},
+      {"-UI changes nothing", &LaunchWorld::OneVolume, InPlace(), WithArguments({"-UI"})},
+      {"others", &LaunchWorld::OneVolume,
+       InPlace().Passes({"--var", "a=b c", "-x", "-CDpath", "/own", "last"}),
+       WithArguments({"--var", "a=b c", "-wait", "-x", "-UI", "-CDpath", "/own", "last"})},
+  });
 }
 
-TEST(RunInPlace, GivesTheInstallerThisEnvironment) {
-  LaunchWorld world;
-  world.OneVolume();
-  const LaunchSeen seen = world.Run(
-      {.env = {{"KVL_LIBPATH_VARNAME", "LD_LIBRARY_PATH"}, {"LD_LIBRARY_PATH", "/old/lib"}}});
-  const std::string graphic = "/resources/graphic", linux = "{1}/inst/linux",
-                    common = "{1}/inst/common";
-  EXPECT_EQ(
-      EnvChanges(seen.given, seen.child.env),
-      world.Text(Environment{
-          {"KVLAdmInstVolumesCount", ""},
-          {"KVLAdmInstMTBDIR", ""},
-          {"KVLAdmInstFirstAMVolume", ""},
-          {"KVLAdmInstFirstAMPath", ""},
-          {"KVLAdmInstAMRelativePath", ""},
-          {"KVLAdmInstOriginalMediaDir", ""},
-          {"KVLAdmInstCurrentMediaDir", "{1}"},
-          {"ORBInst", "{1}/inst"},
-          {"KVL_BAK_ORBInst", "KVL_BAK="},
-          {"ORBInstaller", ""},
-          {"KVL_BAK_ORBInstaller", "KVL_BAK="},
-          {"ORBInstallPath", "{1}/inst/linux"},
-          {"KVL_BAK_ORBInstallPath", "KVL_BAK="},
-          {"ORBDictionaryPath", linux + "/code/dictionary:" + common + "/code/dictionary"},
-          {"KVL_BAK_ORBDictionaryPath", "KVL_BAK="},
-          {"ORBReffilesPath", linux + "/reffiles:" + common + "/reffiles"},
-          {"KVL_BAK_ORBReffilesPath", "KVL_BAK="},
-          {"ORBGraphicPath", linux + graphic + ":" + common + graphic + ":" + linux + graphic +
-                                 "/icons:" + common + graphic + "/icons:" + linux + graphic +
-                                 "/splashscreens:" + common + graphic + "/splashscreens"},
-          {"KVL_BAK_ORBGraphicPath", "KVL_BAK="},
-          {"ORBMsgCatalogPath",
-           linux + "/resources/msgcatalog:" + common + "/resources/msgcatalog"},
-          {"KVL_BAK_ORBMsgCatalogPath", "KVL_BAK="},
-          {"PATH", "{1}/inst/linux/code/bin:/usr/bin:/bin"},
-          {"KVL_BAK_PATH", "KVL_BAK=/usr/bin:/bin"},
-          {"KVLSysIRManagementActivation", "NO"},
-          {"ORBAppBridge", "NO"},
-          {"KVLAdmInstDebugEnv", "f"},
-          {"KVLAdmInstDebugSummary", "f"},
-          {"KVLAdmInstDebugIndexes", "f"},
-          {"KVLAdmInstDebugAction", "f"},
-          {"KVLAdmInstDebugError", "1"},
-          {"KVLAdmInstDebugEverything", "1"},
-          {"LD_LIBRARY_PATH", linux + "/code/bin:" + common + "/code/bin"},
-          {"KVL_BAK_LD_LIBRARY_PATH", "KVL_BAK=/old/lib"},
-          {"TEMP", "{tmp}"},
-          {"ORBTemp", "/tmp"},
-          {"KVLIns_HasElevatedPrivileges", ::getuid() == 0 ? "1" : "0"},
-          {"KVLIns_IsInteractiveSession", "1"},
-          {"PANELV2ODOTOP", ""},
-      }));
-}
-
-TEST(RunInPlace, ReplacesTheCallersValuesAndKeepsThemWhereABackupIsMade) {
+TEST(RunInPlace, ReplacesTheCallersVariablesAndKeepsTheirBackups) {
   LaunchWorld world;
   world.OneVolume();
   Environment set_by_caller = InstallerEnvironment(world, {}, {});
@@ -80,158 +27,151 @@ TEST(RunInPlace, ReplacesTheCallersValuesAndKeepsThemWhereABackupIsMade) {
     set_by_caller.emplace(left_alone, "");
   }
   for (auto& [name, value] : set_by_caller) value = "the caller's " + name;
-  ExpectRun(world, world.Run({.env = set_by_caller}), InPlace());
+  world.Expect(InPlace(), {.env = set_by_caller});
 }
 
 TEST(RunInPlace, TheLibraryPathMayBeAnyVariable) {
-  for (const char* name : {"PATH", "TMPDIR", "ORBInst", "KVL_LIBPATH_VARNAME", "KVL_BAK_PATH"}) {
-    SCOPED_TRACE(name);
-    LaunchWorld world;
-    world.OneVolume();
-    ExpectRun(world, world.Run({.env = {{"KVL_LIBPATH_VARNAME", name}}}), InPlace());
-  }
-}
-
-TEST(RunInPlace, ALibraryPathThatIsNoVariablesNameIsPassedOver) {
   LaunchWorld world;
   world.OneVolume();
-  const LaunchSeen seen = world.Run({.env = {{"KVL_LIBPATH_VARNAME", "A=B"}}});
-  ExpectRun(world, seen, InPlace());
+  for (const char* name : {"LD_LIBRARY_PATH", "PATH", "TMPDIR", "ORBInst", "KVL_LIBPATH_VARNAME",
+                           "KVL_BAK_PATH", "no=name"}) {
+    SCOPED_TRACE(name);
+    world.Expect(InPlace(), WithVariables({{"KVL_LIBPATH_VARNAME", name}}));
+  }
 }
 
 TEST(RunInPlace, WithoutTMPDIRTheInstallersTEMPIsSlashTmp) {
   LaunchWorld world;
   world.OneVolume();
-  const LaunchSeen seen = world.Run({.without = {"TMPDIR"}});
-  ExpectRun(world, seen, InPlace());
+  const LaunchSeen seen = world.Expect(InPlace(), {.without = {"TMPDIR"}});
   EXPECT_EQ(seen.child.env.at("TEMP"), "/tmp");
 }
 
-TEST(RunInPlace, PassesUnknownArgumentsOnInOrder) {
-  LaunchWorld world;
-  world.OneVolume();
-  const LaunchSeen seen =
-      world.Run({.arguments = {"--var", "a=b c", "-wait", "-x", "-UI", "-CDpath", "/own", "last"}});
-  ExpectedRun expected = InPlace();
-  expected.arguments = StartedFrom("{1}", {"--var", "a=b c", "-x", "-CDpath", "/own", "last"});
-  ExpectRun(world, seen, expected);
+TEST(RunInPlace, OfAMediaThatIsNotComplete) {
+  const ExpectedRun expected =
+      InPlace().Says(Staged().out).Warns(says::Missing()).Finds(Staged().env.found);
+  ExpectRuns({
+      {"to uninstall", &LaunchWorld::VolumeMissing, expected.Passes({"-x", "--uninst", "-y"}),
+       WithArguments({"-x", "--uninst", "-y"})},
+      {"to manage", &LaunchWorld::VolumeMissing, expected.Passes({"-x", "--mgt", "-y"}),
+       WithArguments({"-x", "--mgt", "-y"})},
+      {"on request", &LaunchWorld::VolumeMissing, expected,
+       WithVariables({{"KVLAdmInstDontCopyInstaller", "0"}})},
+  });
 }
 
-TEST(RunInPlace, UIChangesNothing) {
-  LaunchWorld world;
-  world.OneVolume();
-  ExpectRun(world, world.Run({.arguments = {"-UI"}}), InPlace());
-}
-
-TEST(RunInPlace, ManagementModesAreNeverStaged) {
-  for (const std::string mode : {"--uninst", "--mgt"}) {
-    SCOPED_TRACE(mode);
-    LaunchWorld world;
-    world.VolumeMissing();
-    const LaunchSeen seen = world.Run({.arguments = {"-x", mode, "-y"}});
-    ExpectedRun expected = InPlace();
-    expected.out = Staged().out;
-    expected.err = kMissingVolumes;
-    expected.arguments = StartedFrom("{1}", {"-x", mode, "-y"});
-    expected.env.found = {{"KVLAdmInstVolumesCount", "3"}, {"KVLAdmInstMTBDIR", "SET-A"}};
-    ExpectRun(world, seen, expected);
-  }
-}
-
-TEST(RunInPlace, OnRequestEvenWhenVolumesAreMissing) {
-  LaunchWorld world;
-  world.VolumeMissing();
-  const LaunchSeen seen = world.Run({.env = {{"KVLAdmInstDontCopyInstaller", "0"}}});
-  ExpectedRun expected = InPlace();
-  expected.out = Staged().out;
-  expected.err = kMissingVolumes;
-  expected.env.found = {{"KVLAdmInstVolumesCount", "3"}, {"KVLAdmInstMTBDIR", "SET-A"}};
-  ExpectRun(world, seen, expected);
-}
-
-TEST(RunInPlace, OdtStartsItsOwnInstaller) {
-  LaunchWorld world;
-  world.OneVolume().Volume("1").Installer("linux", "KVLInsAppliODT.exe");
-  const LaunchSeen seen = world.Run({.arguments = {"--odt", "-x"}});
-  ExpectRun(world, seen,
-            {.out = " INFO: {1}/inst/linux/code/bin/KVLInsAppliODT.exe\n"
-                    " INFO: Installer found in current media: "
-                    "\"{1}/inst/linux/code/bin/KVLInsAppliODT.exe\".\n",
-             .arguments = {"{1}/inst/linux/code/bin/KVLInsAppliODT.exe", "-CDpath", "{1}", "-x"}});
-}
-
-/// What a run of the ODT installer in place is to look like.
+/// What a run of the ODT installer of that media is to look like.
 ExpectedRun OdtIn(const std::string& media) {
-  const std::string installer = media + "/inst/linux/code/bin/KVLInsAppliODT.exe";
-  return {.out = " INFO: " + installer + "\n INFO: Installer found in current media: \"" +
-                 installer + "\".\n",
+  const std::string installer = media + "/inst/linux/code/bin/" + kOdt;
+  return {.out = says::FoundInCurrentMedia(installer),
           .arguments = {installer, "-CDpath", media},
-          .env = {.media = media, .options = {{"CurrentMediaDir", "{other}"}}}};
+          .env = {.media = media}};
 }
 
-TEST(RunInPlace, EnvChangesTheMediaForALaterOdtOnly) {
-  LaunchWorld world;
-  for (const char* media : {"1", "other"}) {
-    world.Volume(media).Installer().Installer("linux", "KVLInsAppliODT.exe");
-  }
-  const std::string setting = "CurrentMediaDir={other}";
-  ExpectRun(world, world.Run({.arguments = {"-env", setting, "--odt"}}), OdtIn("{other}"));
-  ExpectRun(world, world.Run({.arguments = {"--odt", "-env", setting}}), OdtIn("{1}"));
+void OdtInTwoMedia(LaunchWorld& world) {
+  for (const char* media : {"1", "other"}) world.Volume(media).Installer().Installer("linux", kOdt);
+}
 
-  ExpectedRun without_odt = InPlace();
-  without_odt.env.options = {{"CurrentMediaDir", "{other}"}};
-  ExpectRun(world, world.Run({.arguments = {"-env", setting}}), without_odt);
+TEST(RunInPlace, OdtStartsItsOwnInstallerOfTheMediaNamedByThen) {
+  const Environment other = {{"CurrentMediaDir", "{other}"}};
+  const std::string setting = "CurrentMediaDir={other}";
+  ExpectRuns({
+      {"alone", OdtInTwoMedia, OdtIn("{1}").Passes({"-x"}), WithArguments({"--odt", "-x"})},
+      {"named before", OdtInTwoMedia, OdtIn("{other}").Sets(other),
+       WithArguments({"-env", setting, "--odt"})},
+      {"named behind", OdtInTwoMedia, OdtIn("{1}").Sets(other),
+       WithArguments({"--odt", "-env", setting})},
+      {"named for another installer", OdtInTwoMedia, InPlace().Sets(other),
+       WithArguments({"-env", setting})},
+  });
 }
 
 TEST(RunInPlace, EnvDoesNotChangeTheInstallersName) {
   LaunchWorld world;
   world.OneVolume().Volume("1").Installer("linux", "other");
-  ExpectedRun expected = InPlace();
-  expected.env.options = {{"KVL_Installer_EXE", "other"}};
-  ExpectRun(world, world.Run({.arguments = {"-env", "KVL_Installer_EXE=other"}}), expected);
+  world.Expect(InPlace().Sets({{"KVL_Installer_EXE", "other"}}),
+               {.arguments = {"-env", "KVL_Installer_EXE=other"}});
 }
 
 TEST(RunInPlace, EnvIsFollowedByAllThatIsReadLater) {
   LaunchWorld world;
   world.OneVolume();
-  const LaunchSeen seen =
-      world.Run({.arguments = {"-env", "KVL_OS=linux", "-env", "PATH=/my/bin", "-env",
-                               "KVL_LIBPATH_VARNAME=LIB", "-env", "NEW", "-env", "TMPDIR=/my/tmp",
-                               "-env", "ORBInst=mine", "-env", "KVLAdmInstDebugEnv=t"},
-                 .env = {{"KVL_OS", "wrong"}}});
-  ExpectedRun expected = InPlace();
-  expected.env.options = {
+  const Environment set = {
       {"KVL_OS", "linux"},   {"PATH", "/my/bin"}, {"KVL_LIBPATH_VARNAME", "LIB"}, {"NEW", "1"},
       {"TMPDIR", "/my/tmp"}, {"ORBInst", "mine"}, {"KVLAdmInstDebugEnv", "t"}};
-  ExpectRun(world, seen, expected);
+  LaunchPlan plan = {.arguments = {"-env", "NEW"}, .env = {{"KVL_OS", "wrong"}}};
+  for (const auto& [name, value] : set) {
+    if (name != "NEW") plan.arguments.insert(plan.arguments.end(), {"-env", name + "=" + value});
+  }
+  world.Expect(InPlace().Sets(set), plan);
 }
 
 TEST(RunInPlace, AnEmptyEnvironmentCanBeFilledByOptions) {
   LaunchWorld world;
-  world.Volume("1").Installer("linux", "KVLInsAppliODT.exe");
-  const LaunchSeen seen =
-      world.Run({.arguments = {"-env", "CurrentMediaDir={1}", "-env", "KVL_OS=linux", "-env",
-                               "FAKE_REPORT={report}", "--odt"},
-                 .without = {"CurrentMediaDir", "KVL_OS", "KVL_Installer_EXE", "TMPDIR", "PATH",
-                             "FAKE_REPORT"}});
-  EXPECT_EQ(seen.given, Environment{});
-  ExpectedRun expected = OdtIn("{1}");
-  expected.env.options = {
+  OdtInTwoMedia(world);
+  const Environment set = {
       {"CurrentMediaDir", "{1}"}, {"KVL_OS", "linux"}, {"FAKE_REPORT", "{report}"}};
-  ExpectRun(world, seen, expected);
+  LaunchPlan plan = {.without = {"CurrentMediaDir", "KVL_OS", "KVL_Installer_EXE", "TMPDIR", "PATH",
+                                 "FAKE_REPORT"}};
+  for (const auto& [name, value] : set) {
+    plan.arguments.insert(plan.arguments.end(), {"-env", name + "=" + value});
+  }
+  plan.arguments.push_back("--odt");
+  const LaunchSeen seen = world.Expect(OdtIn("{1}").Sets(set), plan);
+  EXPECT_EQ(seen.given, Environment{});
   EXPECT_EQ(seen.child.env.at("PATH"), world.Text("{1}/inst/linux/code/bin:"));
 }
 
-TEST(RunInPlace, AnEmptyOsNameIsJoinedInTheCandidateAndConcatenatedInTheEnvironment) {
+TEST(RunInPlace, AnEmptyOsNameDoublesASlashInTheEnvironmentOnly) {
   LaunchWorld world;
   world.Volume("1").Installer("");
-  const LaunchSeen seen = world.Run({.without = {"KVL_OS"}});
-  ExpectRun(world, seen,
-            {.out = " INFO: {1}/inst/code/bin/installer\n"
-                    " INFO: Installer found in current media: \"{1}/inst/code/bin/installer\".\n",
-             .arguments = {"{1}/inst/code/bin/installer", "-CDpath", "{1}"},
-             .env = {.os = ""}});
+  const std::string installer = "{1}/inst/code/bin/installer";
+  const LaunchSeen seen = world.Expect({.out = says::FoundInCurrentMedia(installer),
+                                        .arguments = {installer, "-CDpath", "{1}"},
+                                        .env = {.os = ""}},
+                                       {.without = {"KVL_OS"}});
   EXPECT_EQ(seen.child.env.at("PATH"), world.Text("{1}/inst//code/bin:/usr/bin:/bin"));
+}
+
+/// A run in software management of the media in "m/x/1", with these arguments of the installer.
+void ExpectManagement(const std::vector<std::string>& given,
+                      const std::vector<std::string>& received,
+                      const std::string& number_of_volumes = "3") {
+  SCOPED_TRACE(testing::PrintToString(given));
+  LaunchWorld world;
+  world.Volume("m/x/1").Installer().Announces(number_of_volumes).Marker(1, "SET-A");
+  const ExpectedRun expected = {.out = SaysFoundIn("{m/x/1}"),
+                                .arguments = {InstallerOf("{m/x/1}")},
+                                .env = {.media = "{m/x/1}", .software_management = true}};
+  world.Expect(expected.Passes(received), {.arguments = given}, "m/x/1");
+}
+
+TEST(RunSoftwareManagement, TellsActionAndGrandparentScansNothing) {
+  const auto told = [](const std::string& action) -> std::vector<std::string> {
+    return {"--mgt", "{m}", "--var", "Radio_KVLSoftwareMgtCheck?" + action + "=true"};
+  };
+  ExpectManagement({"-SoftMgt", "-List"}, told("List"));
+  ExpectManagement({"-SoftMgt", "-Check"}, told("Check1"));
+  ExpectManagement({"-SoftMgt", "-Commit"}, told("Commit"));
+  ExpectManagement({"-SoftMgt", "-Rollback"}, told("Rollback"));
+  ExpectManagement({"-List", "-SoftMgt", "-Commit"}, told("Commit"));
+  ExpectManagement({"-SoftMgt", "-List"}, told("List"), "not a number");
+}
+
+TEST(RunSoftwareManagement, PutsUserArgumentsFirstAndRepeatsMgt) {
+  ExpectManagement(
+      {"-x", "--mgt", "-SoftMgt", "y", "-List"},
+      {"-x", "--mgt", "y", "--mgt", "{m}", "--var", "Radio_KVLSoftwareMgtCheck?List=true"});
+}
+
+TEST(RunSoftwareManagement, AnEmptyGrandparentVanishes) {
+  LaunchWorld world;
+  world.OneVolume();
+  world.Expect(
+      {.out = SaysFoundIn("1"),
+       .arguments = {InstallerOf("1"), "--mgt", "--var", "Radio_KVLSoftwareMgtCheck?List=true"},
+       .env = {.media = "1", .software_management = true}},
+      {.arguments = {"-SoftMgt", "-List"}, .env = {{"CurrentMediaDir", "1"}}, .directory = "{}"});
 }
 
 }  // namespace

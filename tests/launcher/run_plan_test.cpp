@@ -1,14 +1,13 @@
 #include "launcher/run_plan.h"
 
 #include "console/logger.h"
+#include "launcher/installer_command.h"
 #include "tests/launcher/launch_world.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
-
-using testing::StartsWith;
 
 /// A plan for the media in "1", and all that making it has said, set and left in the state.
 struct Planned {
@@ -20,8 +19,8 @@ struct Planned {
 
 Planned PlanFor(const LaunchWorld& world, const Environment& variables = {},
                 const LauncherState& asked = {}) {
-  Environment all = {{"KVL_OS", "linux"}, {"TMPDIR", world.Path("tmp")}};
-  all.insert(variables.begin(), variables.end());
+  Environment all = variables;
+  all.insert({{"KVL_OS", "linux"}, {"TMPDIR", world.Path("tmp")}});
   const ScopedEnv env(all);
   Planned made;
   made.state = asked;
@@ -33,35 +32,32 @@ Planned PlanFor(const LaunchWorld& world, const Environment& variables = {},
   return made;
 }
 
-const Environment kNoVolumes = {{"KVLAdmInstVolumesCount", ""},
-                                {"KVLAdmInstMTBDIR", ""},
-                                {"KVLAdmInstFirstAMVolume", ""},
-                                {"KVLAdmInstFirstAMPath", ""},
-                                {"KVLAdmInstAMRelativePath", ""}};
-
 TEST(PlanRun, OfACompleteMediaStartsTheInstallerInPlace) {
   LaunchWorld world;
   world.OneVolume();
   const Planned made = PlanFor(world);
-  const std::string installer = world.Path("1/inst/linux/code/bin/installer");
   EXPECT_FALSE(made.plan.Status);
   EXPECT_FALSE(made.plan.Abort);
   EXPECT_EQ(made.plan.Source, InstallerSource::kCurrentMedia);
-  EXPECT_EQ(made.plan.InstallerCandidate, installer);
+  EXPECT_EQ(made.plan.InstallerCandidate, world.Path(InstallerOf("1")));
   EXPECT_EQ(made.plan.VolumeCount, 1);
   EXPECT_THAT(made.plan.VolumePaths, IsEmpty());
   EXPECT_FALSE(made.plan.CopyInstaller);
   EXPECT_THAT(made.plan.Copies, IsEmpty());
   EXPECT_EQ(made.plan.OriginalMediaDir, "");
   EXPECT_EQ(made.plan.TempRoot, world.Path("tmp"));
-  EXPECT_THAT(made.plan.StagingDir, StartsWith(world.Path("tmp") + "/"));
-  EXPECT_EQ(made.plan.CommandLine, "\"" + installer + "\" \"-CDpath\" \"" + world.Path("1") + "\"");
+  EXPECT_EQ(WithoutIdentifiers(made.plan.StagingDir), world.Path("tmp/<id>/"));
+  EXPECT_EQ(made.plan.CommandLine, CommandOf(StartedFrom(world.Path("1"))));
   EXPECT_EQ(made.messages, world.Text(SaysFoundIn("{1}")));
-  EXPECT_EQ(made.env, kNoVolumes);
+  EXPECT_EQ(made.env, (Environment{{"KVLAdmInstVolumesCount", ""},
+                                   {"KVLAdmInstMTBDIR", ""},
+                                   {"KVLAdmInstFirstAMVolume", ""},
+                                   {"KVLAdmInstFirstAMPath", ""},
+                                   {"KVLAdmInstAMRelativePath", ""}}));
   EXPECT_TRUE(made.state.ManagementMode);
 }
 
-TEST(PlanRun, OfAnIncompleteMediaCopiesAndStartsTheCopyWithoutTouchingAnything) {
+TEST(PlanRun, OfAnIncompleteMediaStagesAndTouchesNothing) {
   LaunchWorld world;
   world.VolumeMissing();
   const std::vector<std::string> before = DescribeTreeExactly(world.Path("."));
@@ -70,22 +66,29 @@ TEST(PlanRun, OfAnIncompleteMediaCopiesAndStartsTheCopyWithoutTouchingAnything) 
   EXPECT_TRUE(plan.CopyInstaller);
   EXPECT_EQ(plan.VolumeCount, 0);
   EXPECT_EQ(plan.OriginalMediaDir, world.Path("1"));
-  ASSERT_EQ(plan.Copies.size(), 6U);
-  EXPECT_EQ(plan.Copies.front().source, world.Path("1/inst"));
-  EXPECT_EQ(plan.Copies.front().destination, plan.StagingDir + "inst");
+  std::vector<std::string> pieces;
+  for (const StagingCopy& copy : plan.Copies) {
+    pieces.push_back(fs::path(copy.source).filename());
+    EXPECT_EQ(copy.source, world.Path("1/" + pieces.back()));
+    EXPECT_EQ(copy.destination, plan.StagingDir + pieces.back());
+  }
+  EXPECT_EQ(pieces, StagedTree().pieces);
   EXPECT_TRUE(plan.AtStart.InstallerCopied);
   EXPECT_EQ(plan.AtStart.MediaDir.Str() + "/", plan.StagingDir);
-  EXPECT_EQ(plan.CommandLine, "\"" + plan.StagingDir +
-                                  "inst/linux/code/bin/installer\" \"-CDpath\" \"" +
-                                  plan.AtStart.MediaDir.Str() + "\"");
+  EXPECT_EQ(plan.CommandLine, CommandOf(StartedFrom(plan.AtStart.MediaDir.Str())));
   EXPECT_EQ(made.state.MediaDir.Str(), world.Path("1"));
   EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
 }
 
+TEST(PlanRun, WithoutTMPDIRStagesBelowSlashTmp) {
+  LaunchWorld world;
+  world.VolumeMissing();
+  EXPECT_EQ(WithoutIdentifiers(PlanFor(world, {{"TMPDIR", ""}}).plan.StagingDir), "/tmp/<id>/");
+}
+
 TEST(PlanRun, TellsTheFactsOfTheAmVolumes) {
   LaunchWorld world;
-  world.OneVolume();
-  world.Volume("1").Announces("2").Marker(1, "SET-A");
+  world.OneVolume().Volume("1").Announces("2").Marker(1, "SET-A");
   world.Volume(".").Marker(4, "AM-A");
   const FirstAmVolume first = PlanFor(world).plan.Scan.first_am;
   EXPECT_EQ(first.number, 4);
@@ -96,8 +99,7 @@ TEST(PlanRun, TellsTheFactsOfTheAmVolumes) {
 
 TEST(PlanRun, EndsWithTheNumberOfVolumesWhenThatIsAsked) {
   LaunchWorld world;
-  world.OneVolume();
-  world.Volume("1").Announces("2").Marker(1, "SET-A");
+  world.OneVolume().Volume("1").Announces("2").Marker(1, "SET-A");
   world.Volume("2").Marker(2, "SET-A");
   const Planned made = PlanFor(world, {{"KVLAdmODTMultiVolumes", "1"}});
   EXPECT_EQ(static_cast<int>(*made.plan.Status), 2);
@@ -111,9 +113,7 @@ TEST(PlanRun, EndsBeforeTheScanWithoutAnInstaller) {
   world.Volume("1").Announces("no number");
   const Planned made = PlanFor(world);
   EXPECT_EQ(made.plan.Status, ExitStatus::kNoInstaller);
-  EXPECT_EQ(made.messages, world.Text(SaysNoneIn("{1}")) +
-                               "ERROR: The installer is not found, please read the file "
-                               "\"ReadMe_UNIX.txt\".\n");
+  EXPECT_EQ(made.messages, world.Text(SaysNoneIn("{1}") + says::NoInstaller()));
   EXPECT_EQ(made.env, Environment());
 }
 
@@ -131,40 +131,38 @@ TEST(PlanRun, EndsWhereAnExternalMediaHasABlankInItsPath) {
 
 TEST(PlanRun, KeepsTheExceptionThatAbortsTheRun) {
   LaunchWorld world;
-  world.OneVolume();
-  world.Volume("1").Announces("no number");
+  world.OneVolume().Volume("1").Announces("no number");
   const Planned made = PlanFor(world);
   ASSERT_TRUE(made.plan.Abort);
   EXPECT_THROW(std::rethrow_exception(made.plan.Abort), std::invalid_argument);
   EXPECT_EQ(made.plan.CommandLine, "");
 }
 
-TEST(ExportVolumePaths, SetsNothingUnlessTheCodeIsANumberOfVolumes) {
-  const Environment before = {{"KVLAdmInstVolumePath_2", "left as it was"}};
-  const ScopedEnv env(before);
-  for (const int code : {-1, 0, 1}) {
-    ExportVolumePaths(code, {"/m/2", "/m/3"});
-    EXPECT_EQ(CurrentEnvironment(), before) << code;
-  }
-}
-
 TEST(ExportVolumePaths, SetsAVariableForEachPathFromTwoVolumesOn) {
-  for (const int code : {2, 4}) {
-    const ScopedEnv env(Environment{{"KVLAdmInstVolumePath_2", "replaced"},
-                                    {"KVLAdmInstVolumePath_5", "left as it was"}});
-    ExportVolumePaths(code, {"/m/2", "/m/3", "/m/4"});
-    EXPECT_EQ(CurrentEnvironment(), (Environment{{"KVLAdmInstVolumePath_2", "/m/2"},
-                                                 {"KVLAdmInstVolumePath_3", "/m/3"},
-                                                 {"KVLAdmInstVolumePath_4", "/m/4"},
-                                                 {"KVLAdmInstVolumePath_5", "left as it was"}}))
-        << code;
+  const Environment before = {{"KVLAdmInstVolumePath_2", "replaced"},
+                              {"KVLAdmInstVolumePath_5", "left as it was"}};
+  const std::vector<std::string> paths = {"/m/2", "/m/3", "/m/4"};
+  const Environment all = {{"KVLAdmInstVolumePath_2", "/m/2"},
+                           {"KVLAdmInstVolumePath_3", "/m/3"},
+                           {"KVLAdmInstVolumePath_4", "/m/4"}};
+  for (const int code : {-1, 0, 1, 2, 4}) {
+    const ScopedEnv env(before);
+    ExportVolumePaths(code, paths);
+    EXPECT_EQ(EnvChanges(before, CurrentEnvironment()), code < 2 ? Environment() : all) << code;
   }
+  const ScopedEnv env(before);
+  ExportVolumePaths(2, {});
+  EXPECT_EQ(CurrentEnvironment(), before);
 }
 
-TEST(ExportVolumePaths, SetsNothingWithoutAPath) {
-  const ScopedEnv env;
-  ExportVolumePaths(2, {});
-  EXPECT_EQ(CurrentEnvironment(), Environment{});
+TEST(InstallerCommand, QuotesAllButAQuotedPathAndEscapesNothing) {
+  EXPECT_EQ(InstallerCommand("/m y/x", {"-CDpath", "/m y", ""}), R"("/m y/x" "-CDpath" "/m y" "")");
+  EXPECT_EQ(InstallerCommand("", {}), R"("")");
+  EXPECT_EQ(InstallerCommand(R"("/m/x)", {"a"}), R"("/m/x "a")");
+  EXPECT_EQ(InstallerCommand(R"(")", {"a"}), R"(" "a")");
+  EXPECT_EQ(InstallerCommand(R"(/m"/x")", {}), R"("/m"/x"")");
+  EXPECT_EQ(InstallerCommand("'/m/x'", {R"(say "hi")", R"(end\)", "it's", "a\nb", "\xff"}),
+            "\"'/m/x'\" \"say \"hi\"\" \"end\\\" \"it's\" \"a\nb\" \"\xff\"");
 }
 
 }  // namespace

@@ -9,79 +9,54 @@ namespace {
 
 const LaunchPlan kQuery = {.env = {{"KVLAdmODTMultiVolumes", "1"}}};
 
-TEST(RunQuery, OfASingleVolumeIsOneWithoutAFurtherMessage) {
-  LaunchWorld world;
-  world.OneVolume();
-  ExpectRun(world, world.Run(kQuery), {.status = 1, .out = SaysFoundIn("{1}")});
+TEST(RunQuery, EndsWithTheResultOfTheScan) {
+  const std::string found = SaysFoundIn("{1}");
+  ExpectRuns({
+      {"a single volume, without a further message",
+       &LaunchWorld::OneVolume,
+       {.status = 1, .out = found},
+       kQuery},
+      {"all volumes in one directory",
+       [](LaunchWorld& world) {
+         world.OneVolume().Volume("1").Announces("2").Marker(1, "X").Marker(2, "X");
+       },
+       {.status = 1, .out = found + says::ComposedOf("2") + says::AllFound("{1}")},
+       kQuery},
+      {"a failed scan",
+       &LaunchWorld::VolumeMissing,
+       {.status = 0, .out = found + kTwoOfThree, .err = says::Missing()},
+       kQuery},
+      {"no installer",
+       [](LaunchWorld& world) { world.Volume("1").Announces("2"); },
+       {.status = 1, .out = SaysNoneIn("{1}"), .err = says::NoInstaller()},
+       kQuery},
+  });
 }
 
-TEST(RunQuery, OfAllVolumesInOneDirectoryIsOne) {
-  LaunchWorld world;
-  world.OneVolume().Volume("1").Announces("2").Marker(1, "X").Marker(2, "X");
-  ExpectRun(world, world.Run(kQuery),
-            {.status = 1,
-             .out = SaysFoundIn("{1}") + " INFO: This media is composed of 2 volumes.\n"
-                                         "       All volumes found in: {1}\n"});
-}
-
-TEST(RunQuery, OfAFailedScanIsZero) {
-  LaunchWorld world;
-  world.VolumeMissing();
-  const LaunchSeen seen = world.Run(kQuery);
-  ExpectRun(world, seen, {.status = 0, .out = Staged().out, .err = kMissingVolumes});
-}
-
-/// Further volumes of the set SET-A beside the media in "1".
-LaunchSeen QueryOf(LaunchWorld& world, int volumes) {
-  world.OneVolume().Volume("1").Announces(std::to_string(volumes)).Marker(1, "SET-A");
-  for (int i = 2; i <= volumes; ++i) world.Volume(std::to_string(i)).Marker(i, "SET-A");
-  return world.Run(kQuery);
-}
-
-std::string SaysSiblings(int volumes) {
-  std::string text = SaysFoundIn("{1}") + " INFO: This media is composed of " +
-                     std::to_string(volumes) + " volumes.\n";
-  for (int i = 1; i <= volumes; ++i) {
-    text += "       Volume " + std::to_string(i) + " found in: {" + std::to_string(i) + "}\n";
+TEST(RunQuery, OfSiblingVolumesIsTheirNumberInEightBits) {
+  for (const auto& [volumes, status] : {std::pair(3, 3), std::pair(258, 2)}) {
+    LaunchWorld world;
+    world.OneVolume().Volume("1").Announces(std::to_string(volumes)).Marker(1, "SET-A");
+    std::vector<std::string> directories = {"{1}"};
+    for (int i = 2; i <= volumes; ++i) {
+      world.Volume(std::to_string(i)).Marker(i, "SET-A");
+      directories.push_back("{" + std::to_string(i) + "}");
+    }
+    world.Expect({.status = status,
+                  .out = SaysFoundIn("{1}") + says::Volumes(std::to_string(volumes), directories)},
+                 kQuery);
   }
-  return text;
 }
 
-TEST(RunQuery, OfSiblingVolumesIsTheirNumber) {
-  LaunchWorld world;
-  ExpectRun(world, QueryOf(world, 3), {.status = 3, .out = SaysSiblings(3)});
-}
-
-TEST(RunQuery, IsCutToTheLowEightBitsByTheSystem) {
-  LaunchWorld world;
-  ExpectRun(world, QueryOf(world, 258), {.status = 2, .out = SaysSiblings(258)});
-}
-
-TEST(RunQuery, IsMadeByAnyValueButTheEmptyOne) {
+TEST(RunQuery, IsMadeByAnyValueButTheEmptyOneAlsoByAnOption) {
+  const ExpectedRun one = {.status = 1, .out = SaysFoundIn("{1}")};
   LaunchWorld world;
   world.OneVolume();
   for (const char* value : {"0", " ", "no"}) {
-    const LaunchSeen seen = world.Run({.env = {{"KVLAdmODTMultiVolumes", value}}});
-    ExpectRun(world, seen, {.status = 1, .out = SaysFoundIn("{1}")});
+    world.Expect(one, {.env = {{"KVLAdmODTMultiVolumes", value}}});
   }
-  ExpectRun(world, world.Run({.env = {{"KVLAdmODTMultiVolumes", ""}}}), InPlace());
-}
-
-TEST(RunQuery, MayBeAskedForByAnOption) {
-  LaunchWorld world;
-  world.OneVolume();
-  const LaunchSeen seen = world.Run({.arguments = {"-env", "KVLAdmODTMultiVolumes"}});
-  ExpectRun(world, seen, {.status = 1, .out = SaysFoundIn("{1}")});
-}
-
-TEST(RunQuery, NeedsAnInstallerAllTheSame) {
-  LaunchWorld world;
-  world.Volume("1").Announces("2");
-  ExpectRun(world, world.Run(kQuery),
-            {.status = 1,
-             .out = SaysNoneIn("{1}"),
-             .err = "ERROR: The installer is not found, please read the file "
-                    "\"ReadMe_UNIX.txt\".\n"});
+  world.Expect(one, {.arguments = {"-env", "KVLAdmODTMultiVolumes"}});
+  world.Expect(InPlace(), {.env = {{"KVLAdmODTMultiVolumes", ""}}});
 }
 
 /// To be called in the child: it has no more than 8 MiB to write into.
@@ -98,13 +73,10 @@ TEST(RunQuery, TakesLittleMemoryForTheLongestTags) {
   LaunchWorld world;
   world.OneVolume().Volume("1").Announces("2").File("1.txt", key + one + "cut off\n");
   world.Volume("2").File("2.txt", key + other);
-  const LaunchSeen seen =
-      world.Run({.env = {{"KVLAdmODTMultiVolumes", "1"}}, .before = GiveLittleMemory});
-  ExpectRun(world, seen,
-            {.status = 0,
-             .out = SaysFoundIn("{1}") + " INFO: This media is composed of 2 volumes.\n"
-                                         "       Volume 1 found in: {1}\n",
-             .err = " WARN: Volume 2 of " + other + " found in {2} instead of " + one + "\n"});
+  world.Expect({.status = 0,
+                .out = SaysFoundIn("{1}") + says::Volumes("2", {"{1}"}),
+                .err = says::Wrong("Volume 2", other, "{2}", one)},
+               {.env = kQuery.env, .before = GiveLittleMemory});
 }
 
 }  // namespace

@@ -6,39 +6,16 @@
 namespace kvl::test {
 namespace {
 
+using testing::Contains;
+
 /// The name of the staging directory of the last run.
 std::string StagingName(const MediaWorld& world) {
-  return std::filesystem::path(world.Text("{staging}")).filename().string();
+  return fs::path(world.Text("{staging}")).filename().string();
 }
 
-TEST(RunStaged, StartsACopyOfTheInstallerAndWarns) {
+TEST(RunStaged, StartsACopyBelowAnUpperCaseIdentifierAndWarns) {
   LaunchWorld world;
-  world.VolumeMissing();
-  const LaunchSeen seen = world.Run();
-  ExpectRun(world, seen,
-            {.out = " INFO: {1}/inst/linux/code/bin/installer\n"
-                    " INFO: Installer found in current media: "
-                    "\"{1}/inst/linux/code/bin/installer\".\n"
-                    " INFO: This media is composed of 3 volumes.\n"
-                    "       Volume 1 found in: {1}\n"
-                    "       Volume 2 found in: {2}\n",
-             .err = " WARN: Missing volumes. Please make sure you copied everything correctly.\n"
-                    " WARN: This media is composed of multiple volumes.\n"
-                    " WARN: If it is not done already, please copy each volume on a local hard "
-                    "drive before starting the installation.\n"
-                    " WARN: Not doing so might result in the installation leaving temporary files "
-                    "behind.\n",
-             .arguments = {"{staging}/inst/linux/code/bin/installer", "-CDpath", "{staging}"},
-             .env = {.media = "{staging}",
-                     .original = "{1}",
-                     .found = {{"KVLAdmInstVolumesCount", "3"}, {"KVLAdmInstMTBDIR", "SET-A"}}},
-             .left = {.media = "1"}});
-}
-
-TEST(RunStaged, UsesADirectoryNamedByAnUpperCaseIdentifier) {
-  LaunchWorld world;
-  world.VolumeMissing();
-  world.Run();
+  world.VolumeMissing().Expect(Staged());
   EXPECT_EQ(WithoutIdentifiers(StagingName(world)), "<id>");
 }
 
@@ -51,20 +28,15 @@ TEST(RunStaged, NothingIsRemovedAndEachRunHasADirectoryOfItsOwn) {
   EXPECT_NE(second.child.arguments, first.child.arguments);
 }
 
-TEST(RunStaged, PassesArgumentsOnBehindTheStagedMedia) {
-  LaunchWorld world;
-  world.VolumeMissing();
-  const LaunchSeen seen = world.Run({.arguments = {"-x", "a b"}, .env = {{"FAKE_EXIT", "9"}}});
-  ExpectedRun expected = Staged();
-  expected.status = 9;
-  expected.arguments = StartedFrom("{staging}", {"-x", "a b"});
-  ExpectRun(world, seen, expected);
-}
-
-TEST(RunStaged, AnEmptyRequestToRunInPlaceIsNone) {
-  LaunchWorld world;
-  world.VolumeMissing();
-  ExpectRun(world, world.Run({.env = {{"KVLAdmInstDontCopyInstaller", ""}}}), Staged());
+TEST(RunStaged, ByItsVariablesAndArguments) {
+  ExpectRuns({
+      {"arguments come behind the staged media", &LaunchWorld::VolumeMissing,
+       Staged().Passes({"-x", "a b"}), WithArguments({"-x", "a b"})},
+      {"an empty request to run in place is none", &LaunchWorld::VolumeMissing, Staged(),
+       WithVariables({{"KVLAdmInstDontCopyInstaller", ""}})},
+      {"TMPDIR set by an option", &LaunchWorld::VolumeMissing, Staged().Sets({{"TMPDIR", "{tmp}"}}),
+       WithArguments({"-env", "TMPDIR={tmp}"}, {{"TMPDIR", "{elsewhere}"}})},
+  });
 }
 
 TEST(RunStaged, ASlashAtTheEndOfTMPDIRIsDoubledInTheScript) {
@@ -79,7 +51,7 @@ TEST(RunStaged, ASlashAtTheEndOfTMPDIRIsDoubledInTheScript) {
 TEST(RunStaged, ARelativeTMPDIRStaysRelative) {
   LaunchWorld world;
   world.VolumeMissing();
-  const LaunchSeen seen = world.Run({.env = {{"TMPDIR", "tmp"}}, .directory = world.Path(".")});
+  const LaunchSeen seen = world.Run({.env = {{"TMPDIR", "tmp"}}, .directory = "{}"});
   const std::string staging = "tmp/" + StagingName(world);
   ExpectedRun expected = Staged();
   expected.arguments = StartedFrom(staging);
@@ -88,43 +60,34 @@ TEST(RunStaged, ARelativeTMPDIRStaysRelative) {
   ExpectRun(world, seen, expected);
 }
 
-TEST(RunStaged, TMPDIRMayBeSetByAnOption) {
-  LaunchWorld world;
-  world.VolumeMissing();
-  const LaunchSeen seen =
-      world.Run({.arguments = {"-env", "TMPDIR={tmp}"}, .env = {{"TMPDIR", "{elsewhere}"}}});
-  ExpectedRun expected = Staged();
-  expected.env.options = {{"TMPDIR", "{tmp}"}};
-  ExpectRun(world, seen, expected);
-}
-
 TEST(RunStaged, AMissingTMPDIRIsMade) {
   LaunchWorld world;
   world.VolumeMissing();
-  ExpectRun(world, world.Run({.env = {{"TMPDIR", "{tmp/a/b}"}}}), Staged());
+  world.Expect(Staged(), {.env = {{"TMPDIR", "{tmp/a/b}"}}});
   EXPECT_EQ(ModeOf(world.Path("tmp/a/b")), 0755U);
 }
 
 TEST(RunStaged, LinksInTheMediaAreCopiedAsWhatTheyLeadTo) {
   LaunchWorld world;
-  world.VolumeMissing();
-  world.Volume("elsewhere").File("in/it", "text");
+  world.VolumeMissing().Volume("elsewhere").File("in/it", "text");
+  fs::remove(world.Path("1/media.db"));
   world.Volume("1")
+      .Link("media.db", "{elsewhere/in}")
       .Link("inst/common/directory", "{elsewhere}")
       .Link("inst/common/file", "../../../elsewhere/in/it")
       .Link("inst/linux/installer-too", "code/bin/installer");
-  const LaunchSeen seen = world.Run();
-  ExpectRun(world, seen, Staged());
-  EXPECT_THAT(seen.staged, testing::Not(testing::Contains(testing::StartsWith("l "))));
-  EXPECT_THAT(seen.staged, testing::Contains("f 644 {staging}/inst/common/directory/in/it = text"));
+  const LaunchSeen seen = world.Expect(Staged());
+  EXPECT_THAT(seen.staged, testing::Not(Contains(testing::StartsWith("l "))));
+  EXPECT_THAT(seen.staged, Contains("f 644 {staging}/inst/common/directory/in/it = text"));
+  EXPECT_THAT(seen.staged, Contains("f 644 {staging}/media.db/it = text"));
 }
 
 TEST(RunStaged, AMediaBehindALinkKeepsItsName) {
   LaunchWorld world;
-  world.Volume("real/1").Installer().Descriptions().Announces("3").Marker(1, "SET-A");
-  world.Volume("2").Marker(2, "SET-A");
-  world.Volume(".").Link("1", "real/1");
-  ExpectRun(world, world.Run(), Staged());
+  world.VolumeMissing();
+  fs::rename(world.Path("1"), world.Path("real"));
+  world.Volume(".").Link("1", "real");
+  world.Expect(Staged());
 }
 
 /// A media in "1" without an installer of its own, the first of three volumes with one missing.
@@ -139,22 +102,28 @@ void MediaWithoutInstaller(LaunchWorld& world) {
   world.Volume("2").Marker(2, "SET-A");
 }
 
+/// What a run with the installer of the media root `root` is to look like, which is at this place.
+ExpectedRun StagedFrom(const std::string& root, const std::string& before,
+                       const std::string& place = "/inst/linux/code/bin/installer") {
+  ExpectedRun expected = Staged();
+  expected.out = before + says::InstallerMedia("{" + root + "}" + place) + kTwoOfThree;
+  expected.arguments.front() = "{staging}" + place;
+  expected.env.external = "{" + root + "}/inst/";
+  expected.left.external_inst = root + "/inst";
+  return expected;
+}
+
+const LaunchPlan kByOption = {.arguments = {"-installerPath", "{ext}"}};
+const std::string kExtNamed = says::ArgumentNames("{ext}");
+
 TEST(RunStaged, AnExternalInstallerIsLaidOverTheMediasInst) {
   LaunchWorld world;
   MediaWithoutInstaller(world);
   world.Volume("ext/1").Installer().File("inst/other/file", "not copied");
-  const LaunchSeen seen = world.Run({.arguments = {"-installerPath", "{ext}"}});
-  ExpectedRun expected = Staged();
-  expected.out = SaysNoneIn("{1}") +
-                 " INFO: Argument \"-installerPath\" found and its value is \"{ext}\".\n"
-                 " INFO: Installer Media: \"{ext}/1/inst/linux/code/bin/installer\"\n" +
-                 kTwoOfThree;
-  expected.env.external = "{ext}/1/inst/";
-  expected.left.external_inst = "ext/1/inst";
-  ExpectRun(world, seen, expected);
-  EXPECT_THAT(seen.staged, testing::Contains("f 644 {staging}/inst/common/own = kept"));
-  EXPECT_THAT(seen.staged,
-              testing::Contains("f 644 {staging}/inst/common/reffiles/list = common of ext/1"));
+  const LaunchSeen seen =
+      world.Expect(StagedFrom("ext/1", SaysNoneIn("{1}") + kExtNamed), kByOption);
+  EXPECT_THAT(seen.staged, Contains("f 644 {staging}/inst/common/own = kept"));
+  EXPECT_THAT(seen.staged, Contains("f 644 {staging}/inst/common/reffiles/list = common of ext/1"));
 }
 
 TEST(RunStaged, AnExternalInstallerReplacesTheMediasOwn) {
@@ -162,44 +131,38 @@ TEST(RunStaged, AnExternalInstallerReplacesTheMediasOwn) {
   world.VolumeMissing();
   world.Volume("1").File("inst/linux/code/bin/installer", "not this one");
   world.Volume("ext").Installer();
+  world.Expect(
+      StagedFrom("ext", says::PassedOver(InstallerOf("{1}")) + says::VariableNames("{ext}") +
+                            says::NotBelowOne(InstallerOf("{ext}/1"))),
+      {.env = {{"KVL_ZOLVEN_Installer", "{ext}"}, {"KVL_UseExternalInstaller", "1"}}});
+}
+
+TEST(RunStaged, WithoutAnOperatingSystemCopiesAllOfExternalInst) {
+  LaunchWorld world;
+  MediaWithoutInstaller(world);
+  world.Volume("ext/1").Installer("").File("inst/other/file", "copied");
+  ExpectedRun expected =
+      StagedFrom("ext/1", says::NoneInCurrentMedia("{1}/inst/code/bin/installer") + kExtNamed,
+                 "/inst//code/bin/installer");
+  expected.arguments.front() = "{staging}/inst/code/bin/installer";
+  expected.env.os = "";
   const LaunchSeen seen =
-      world.Run({.env = {{"KVL_ZOLVEN_Installer", "{ext}"}, {"KVL_UseExternalInstaller", "1"}}});
-  ExpectedRun expected = Staged();
-  expected.out =
-      " INFO: {1}/inst/linux/code/bin/installer\n"
-      " INFO: Installer found in the current media, \"{1}/inst/linux/code/bin/installer\" but do "
-      "not use it because of KVL_UseExternalInstaller env var.\n"
-      " INFO: Environment variable KVL_ZOLVEN_Installer is defined and its value is \"{ext}\".\n"
-      " INFO: Installer executable \"{ext}/1/inst/linux/code/bin/installer\" does not exist, "
-      "trying without sub dir \"1\"\n"
-      " INFO: Installer Media: \"{ext}/inst/linux/code/bin/installer\"\n";
-  expected.out += kTwoOfThree;
-  expected.env.external = "{ext}/inst/";
-  expected.left.external_inst = "ext/inst";
-  ExpectRun(world, seen, expected);
+      world.Expect(expected, {.arguments = kByOption.arguments, .without = {"KVL_OS"}});
+  EXPECT_THAT(seen.staged, Contains("f 644 {staging}/inst/other/file = copied"));
 }
 
 TEST(RunStaged, WithoutACleanUpScriptWhenItCannotBeOpened) {
   // An operating-system directory of this name makes "remove.bat" a directory of the staged copy.
-  const std::string os = "../remove.bat";
+  const std::string os = "../remove.bat", place = "/inst/../remove.bat/code/bin/installer";
   LaunchWorld world;
   MediaWithoutInstaller(world);
   world.Volume("ext/1").Dir("inst").Installer(os);
-  const LaunchSeen seen =
-      world.Run({.arguments = {"-installerPath", "{ext}"}, .env = {{"KVL_OS", os}}});
-  const std::string place = "/inst/../remove.bat/code/bin/installer";
-  ExpectedRun expected = Staged();
-  expected.out = " INFO: {1}" + place + "\n INFO: No installer in the current media.\n" +
-                 " INFO: Argument \"-installerPath\" found and its value is \"{ext}\".\n"
-                 " INFO: Installer Media: \"{ext}/1" +
-                 place + "\"\n" + kTwoOfThree;
-  expected.arguments = {"{staging}" + place, "-CDpath", "{staging}"};
-  expected.env.external = "{ext}/1/inst/";
+  ExpectedRun expected =
+      StagedFrom("ext/1", says::NoneInCurrentMedia("{1}" + place) + kExtNamed, place);
   expected.env.os = os;
-  expected.left.external_inst = "ext/1/inst";
   expected.left.script_for = "";
-  ExpectRun(world, seen, expected);
-  EXPECT_TRUE(std::filesystem::is_directory(world.Text("{staging}/remove.bat")));
+  world.Expect(expected, {.arguments = kByOption.arguments, .env = {{"KVL_OS", os}}});
+  EXPECT_TRUE(fs::is_directory(world.Text("{staging}/remove.bat")));
 }
 
 }  // namespace

@@ -6,55 +6,33 @@
 namespace kvl::test {
 namespace {
 
-std::string Quoted(const std::string& text) {
-  return "\"" + text + "\"";
-}
-
-TEST(RunTexts, AMediaPathWithoutDoubleQuotesReachesTheInstallerUnchanged) {
+TEST(RunTexts, AMediaPathReachesTheInstallerUnchanged) {
   for (const std::string name : {"my media", " ", "it's", "a&b;c|d$HOME*?~#", "ca\xc3\xa7\xc3\xa3o",
                                  "\xff\xfe\x80", "tab\there", "-env", "[1]"}) {
     SCOPED_TRACE(name);
     LaunchWorld world;
     const std::string media = "{" + name + "}";
     world.Volume(name).Installer();
-    ExpectRun(
-        world, world.Run({}, name),
-        {.out = SaysFoundIn(media), .arguments = StartedFrom(media), .env = {.media = media}});
+    world.Expect(
+        {.out = SaysFoundIn(media), .arguments = StartedFrom(media), .env = {.media = media}}, {},
+        name);
   }
-}
-
-/// The text as a message shows it.
-std::string Indented(const std::string& text) {
-  return std::regex_replace(text, std::regex("\n"), "\n       ");
 }
 
 TEST(RunTexts, AnOddMediaPathIsStagedToo) {
   for (const std::string name : {"my media/\xff 1", "it's/\n/1"}) {
     LaunchWorld world;
     world.Volume(name).Installer().Descriptions().Announces("2");
-    const LaunchSeen seen = world.Run({}, name);
-    const std::string shown = Indented(world.Path(name));
-    ExpectedRun expected = Staged();
-    expected.out = SaysFoundIn(shown) + " INFO: This media is composed of 2 volumes.\n";
-    expected.err = " WARN: 1.txt not found or not accessible in: " + shown +
-                   "\n       Please make sure you copied the whole volume.\n" + kStagedWarning;
+    const std::string shown =
+        std::regex_replace(world.Path(name), std::regex("\n"), "\n       ");  // as in a message
+    ExpectedRun expected = Staged()
+                               .Says(SaysFoundIn(shown) + says::ComposedOf("2"))
+                               .Warns(says::NoFirstMarker(shown) + says::Staged())
+                               .Finds({{"KVLAdmInstVolumesCount", "2"}});
     expected.env.original = "{" + name + "}";
-    expected.env.found = {{"KVLAdmInstVolumesCount", "2"}};
     expected.left.media = name;
-    ExpectRun(world, seen, expected);
+    world.Expect(expected, {}, name);
   }
-}
-
-TEST(RunTexts, ALineFeedInAMediaPathIndentsTheRestOfTheMessage) {
-  LaunchWorld world;
-  world.Volume("two\nlines").Installer();
-  const LaunchSeen seen = world.Run({}, "two\nlines");
-  ExpectRun(world, seen,
-            {.out = " INFO: {two}\n       lines/inst/linux/code/bin/installer\n"
-                    " INFO: Installer found in current media: \"{two}\n"
-                    "       lines/inst/linux/code/bin/installer\".\n",
-             .arguments = StartedFrom("{two\nlines}"),
-             .env = {.media = "{two\nlines}"}});
 }
 
 TEST(RunTexts, AMediaPathIsNormalised) {
@@ -62,39 +40,31 @@ TEST(RunTexts, AMediaPathIsNormalised) {
   world.OneVolume();
   for (const std::string given : {"{1}/", "{}//1//", "\"{1}\"", "'{1}'", "{}\\1\\"}) {
     SCOPED_TRACE(given);
-    ExpectRun(world, world.Run({.env = {{"CurrentMediaDir", given}}}), InPlace());
+    world.Expect(InPlace(), WithVariables({{"CurrentMediaDir", given}}));
   }
 }
 
-TEST(RunTexts, AMediaPathWithADoubleQuoteInItIsSplitAndCannotBeStarted) {
+/// A media in this directory, named so to the launcher, whose installer cannot be started.
+void ExpectNotStarted(const std::string& directory, const std::string& given,
+                      const std::string& media, const std::string& command) {
   LaunchWorld world;
-  world.Volume("a\"b").Installer();
-  const LaunchSeen seen = world.Run({}, "a\"b");
-  const std::string command = Quoted(InstallerOf("{a\"b}")) + " \"-CDpath\" " + Quoted("{a\"b}");
-  ExpectRun(world, seen,
-            {.status = 255, .out = SaysFoundIn("{a\"b}"), .err = SaysCannotWait(command)});
+  world.Volume(directory).Installer();
+  world.Expect({.status = 255, .out = SaysFoundIn(media), .err = says::CannotWait(command)},
+               {.env = {{"CurrentMediaDir", given}}, .directory = "{}"});
 }
 
-TEST(RunTexts, AnInstallerPathThatBeginsWithADoubleQuoteIsNotQuotedAgain) {
-  LaunchWorld world;
-  world.Volume("\"m").Installer();
-  const LaunchSeen seen =
-      world.Run({.env = {{"CurrentMediaDir", "\"m"}}, .directory = world.Path(".")});
-  ExpectRun(world, seen,
-            {.status = 255,
-             .out = SaysFoundIn("\"m"),
-             .err = SaysCannotWait("\"m/inst/linux/code/bin/installer \"-CDpath\" \"\"m\"")});
+TEST(RunTexts, AMediaPathWithADoubleQuoteCannotBeStarted) {
+  ExpectNotStarted("a\"b", "{a\"b}", "{a\"b}", CommandOf(StartedFrom("{a\"b}")));
+}
+
+TEST(RunTexts, AnInstallerPathInQuotesIsNotQuotedAgain) {
+  ExpectNotStarted("\"m", "\"m", "\"m", "\"m/inst/linux/code/bin/installer \"-CDpath\" \"\"m\"");
 }
 
 TEST(RunTexts, OnlyOnePairOfQuotesIsTakenFromAMediaPath) {
-  LaunchWorld world;
-  world.Volume("\"m\"").Installer();
-  const LaunchSeen seen =
-      world.Run({.env = {{"CurrentMediaDir", "\"\"m\"\""}}, .directory = world.Path(".")});
-  const std::string command = "\"m\"/inst/linux/code/bin/installer \"-CDpath\" \"\"m\"\"";
-  // Split, this is the path without its quotes, and that names nothing.
-  ExpectRun(world, seen,
-            {.status = 255, .out = SaysFoundIn("\"m\""), .err = SaysCannotWait(command)});
+  // Split, the command begins with the path without its quotes, and that names nothing.
+  ExpectNotStarted("\"m\"", "\"\"m\"\"", "\"m\"",
+                   "\"m\"/inst/linux/code/bin/installer \"-CDpath\" \"\"m\"\"");
 }
 
 TEST(RunTexts, ArgumentsAreQuotedWithoutEscapingAndSplitAgain) {
@@ -121,9 +91,7 @@ TEST(RunTexts, ArgumentsAreQuotedWithoutEscapingAndSplitAgain) {
   world.OneVolume();
   for (const Row& row : rows) {
     SCOPED_TRACE(testing::PrintToString(row.given));
-    ExpectedRun expected = InPlace();
-    expected.arguments = StartedFrom("{1}", row.received);
-    ExpectRun(world, world.Run({.arguments = row.given}), expected);
+    world.Expect(InPlace().Passes(row.received), {.arguments = row.given});
   }
 }
 
@@ -131,23 +99,20 @@ TEST(RunTexts, AnOddTMPDIRIsUsedAsItStands) {
   for (const std::string name : {"a b", "it's", "\xff"}) {
     SCOPED_TRACE(name);
     LaunchWorld world;
-    world.VolumeMissing();
-    ExpectRun(world, world.Run({.env = {{"TMPDIR", "{tmp/" + name + "}"}}}), Staged());
+    world.VolumeMissing().Expect(Staged(), WithVariables({{"TMPDIR", "{tmp/" + name + "}"}}));
   }
 }
 
 TEST(RunTexts, AnOddExternalMediaIsPassedOnUnchanged) {
+  const std::string ext = "{it's\t\xff}", installer = InstallerOf(ext + "/1");
   LaunchWorld world;
   world.Volume("1");
   world.Volume("it's\t\xff/1").Installer();
-  const std::string ext = "{it's\t\xff}";
-  const LaunchSeen seen = world.Run({.arguments = {"-installerPath", ext}});
-  ExpectRun(
-      world, seen,
-      {.out = SaysNoneIn("{1}") + " INFO: Argument \"-installerPath\" found and its value is " +
-              Quoted(ext) + ".\n INFO: Installer Media: " + Quoted(InstallerOf(ext + "/1")) + "\n",
-       .arguments = {InstallerOf(ext + "/1"), "-CDpath", "{1}"},
-       .env = {.external = ext + "/1/inst/"}});
+  world.Expect(
+      {.out = SaysNoneIn("{1}") + says::ArgumentNames(ext) + says::InstallerMedia(installer),
+       .arguments = {installer, "-CDpath", "{1}"},
+       .env = {.external = ext + "/1/inst/"}},
+      {.arguments = {"-installerPath", ext}});
 }
 
 }  // namespace

@@ -6,246 +6,132 @@
 namespace kvl::test {
 namespace {
 
-std::string SaysComposedOf(const std::string& line) {
-  return " INFO: This media is composed of " + line + " volumes.\n";
+/// In that directory an installer and the first of so many volumes, and the tags of further markers.
+std::function<void(LaunchWorld&)> First(const std::string& directory, const std::string& volumes,
+                                        const Environment& tags) {
+  return [=](LaunchWorld& world) {
+    world.Volume(directory).Installer().Descriptions().Announces(volumes).Marker(1, "SET-A");
+    for (const auto& [file, tag] : tags) world.Volume(".").File(file, "MTBDIR=" + tag + "\n");
+  };
 }
 
-std::string Further(const std::string& text) {
-  return "       " + text + "\n";
-}
-
-/// The messages of an installer found in {1} and a media of three volumes.
-std::string SaysThreeVolumes() {
-  return SaysFoundIn("{1}") + SaysComposedOf("3");
-}
-
-/// The first of three volumes, with an installer, in "1".
-VolumeBuilder FirstOfThree(LaunchWorld& world) {
-  return world.Volume("1").Installer().Descriptions().Announces("3").Marker(1, "SET-A");
-}
-
-ExpectedRun StagedAfter(const std::string& out, const std::string& err) {
-  ExpectedRun expected = Staged();
-  expected.out = out;
-  expected.err = err + kStagedWarning;
-  return expected;
+ExpectedRun StagedAfter(const std::string& further_out, const std::string& err) {
+  return Staged().Says(SaysFoundIn("{1}") + further_out).Warns(err + says::Staged());
 }
 
 TEST(RunVolumes, AMediaOfOneVolumeRunsInPlace) {
   for (const char* line : {"1", "0", "-5", " +1 volume"}) {
     LaunchWorld world;
     world.OneVolume().Volume("1").Announces(line);
-    ExpectRun(world, world.Run(), InPlace());
+    world.Expect(InPlace());
   }
 }
 
-TEST(RunVolumes, AnOnlineRepositoryMakesVolumesUnnecessary) {
-  LaunchWorld world;
-  world.VolumeMissing();
-  const LaunchSeen seen = world.Run({.env = {{"KVL_Online_Installation_Caf_Repositiory", "x"}}});
-  ExpectRun(world, seen, InPlace());
+TEST(RunVolumes, InTheMediasOwnDirectory) {
+  const std::string three = says::ComposedOf("3");
+  ExpectRuns({
+      {"all of them run in place as a single volume",
+       First("1", "3", {{"1/2.txt", "SET-A"}, {"1/3.txt", "SET-A"}}),
+       InPlace()
+           .Says(SaysFoundIn("{1}") + three + says::AllFound("{1}"))
+           .Finds({{"KVLAdmInstMTBDIR", "SET-A"}})},
+      {"some are staged", First("1", "3", {{"1/3.txt", "SET-A"}}),
+       StagedAfter(three, says::Missing())},
+      {"of two sets are staged", First("1", "3", {{"1/2.txt", "SET-B"}, {"1/3.txt", "SET-A"}}),
+       StagedAfter(three, says::WrongBeside("2", "SET-B", "SET-A"))},
+      {"without its own marker are staged",
+       [](LaunchWorld& world) { world.OneVolume().Volume("1").Announces("3 CDs"); },
+       StagedAfter(says::ComposedOf("3 CDs"), says::NoFirstMarker("{1}"))
+           .Finds({{"KVLAdmInstVolumesCount", "3 CDs"}})},
+      {"with an unreadable volumes file are staged in silence",
+       [](LaunchWorld& world) { world.OneVolume().Volume("1").File("inst/volumes.txt", ""); },
+       StagedAfter("", "").Finds({})},
+  });
 }
 
-TEST(RunVolumes, AllInOneDirectoryRunInPlaceAsASingleVolume) {
-  LaunchWorld world;
-  FirstOfThree(world).Marker(2, "SET-A").Marker(3, "SET-A");
-  const LaunchSeen seen = world.Run();
-  ExpectedRun expected = InPlace();
-  expected.out = SaysThreeVolumes() + Further("All volumes found in: {1}");
-  expected.env.found = {{"KVLAdmInstMTBDIR", "SET-A"}};
-  ExpectRun(world, seen, expected);
+TEST(RunVolumes, InSiblingDirectories) {
+  const Environment paths = {{"KVLAdmInstVolumePath_2", "{2}"},
+                             {"KVLAdmInstVolumePath_3", "{3}"},
+                             {"KVLAdmInstVolumePath_4", "{4}"}};
+  Environment found = {{"KVLAdmInstVolumesCount", "4"}, {"KVLAdmInstMTBDIR", "SET-A"}};
+  found.insert(paths.begin(), paths.end());
+  ExpectRuns({
+      {"all run in place and are named to the installer",
+       First("1", "4", {{"2/2.txt", "SET-A"}, {"3/3.txt", "SET-A"}, {"4/4.txt", "SET-A"}}),
+       InPlace()
+           .Says(SaysFoundIn("{1}") + says::Volumes("4", {"{1}", "{2}", "{3}", "{4}"}))
+           .Finds(found),
+       WithVariables(
+           {{"KVLAdmInstVolumePath_2", "old"}, {"KVLAdmInstVolumePath_5", "left alone"}})},
+      {"some are staged and not named", &LaunchWorld::VolumeMissing, Staged(),
+       WithVariables({{"KVLAdmInstVolumePath_2", "left alone"}})},
+      {"are not looked for in an online installation", &LaunchWorld::VolumeMissing, InPlace(),
+       WithVariables({{"KVL_Online_Installation_Caf_Repositiory", "x"}})},
+      {"one found after a warning is reported on standard error",
+       First("1", "3", {{"2/2.txt", "SET-B"}, {"3/3.txt", "SET-A"}}),
+       StagedAfter(says::Volumes("3", {"{1}"}),
+                   says::Wrong("Volume 2", "SET-B", "{2}", "SET-A") + says::Found("3", "{3}"))},
+  });
 }
 
-TEST(RunVolumes, SomeInOneDirectoryAreStaged) {
-  LaunchWorld world;
-  FirstOfThree(world).Marker(3, "SET-A");
-  ExpectRun(world, world.Run(), StagedAfter(SaysThreeVolumes(), kMissingVolumes));
+constexpr char kInAm[] = "{am/1/media/1}";
+
+/// The run of such a media that is staged.
+ExpectedRun StagedFromAm(const std::string& volumes, const std::string& out,
+                         const std::string& err) {
+  ExpectedRun expected = Staged()
+                             .Says(SaysFoundIn(kInAm) + says::Volumes(volumes, {kInAm}) + out)
+                             .Warns(err + says::Staged())
+                             .Finds({{"KVLAdmInstVolumesCount", volumes},
+                                     {"KVLAdmInstMTBDIR", "AM-SET"},
+                                     {"KVLAdmInstFirstAMVolume", "1"},
+                                     {"KVLAdmInstFirstAMPath", "{am/1}"},
+                                     {"KVLAdmInstAMRelativePath", "media"}});
+  expected.env.original = kInAm;
+  expected.left.media = "am/1/media/1";
+  return expected;
 }
 
-TEST(RunVolumes, OfTwoSetsInOneDirectoryAreStaged) {
-  LaunchWorld world;
-  FirstOfThree(world).Marker(2, "SET-B").Marker(3, "SET-A");
-  ExpectRun(world, world.Run(),
-            StagedAfter(SaysThreeVolumes(),
-                        " WARN: Volume 2 of SET-B found in the directory of SET-A\n"));
+TEST(RunVolumes, InAmVolumes) {
+  const auto made = [](const std::string& volumes, Environment tags) {
+    tags.emplace("am/1/1.txt", "AM-SET");
+    return First("am/1/media/1", volumes, tags);
+  };
+  const std::string first = says::FoundAm("1", "{am/1}"), second = says::FoundAm("2", "{am/2}"),
+                    both = first + second + says::Found("2", "{am/2/media/2}");
+  const Environment tags = {{"am/2/2.txt", "AM-SET"}, {"am/2/media/2/2.txt", "SET-A"}},
+                    other_tags = {{"am/2/2.txt", "AM-SET"}, {"am/2/media/2/2.txt", "SET-B"}};
+  ExpectedRun complete = InPlace().Says(StagedFromAm("2", both, "").out);
+  complete.arguments = StartedFrom(kInAm);
+  complete.env = {.media = kInAm, .found = StagedFromAm("2", "", "").env.found};
+  complete.env.found["KVLAdmInstVolumePath_2"] = "{am/2/media/2}";
+  const LaunchPlan from = WithVariables({{"CurrentMediaDir", kInAm}});
+  ExpectRuns({
+      {"all run in place and are named to the installer", made("2", tags), complete, from},
+      {"none are staged in silence", made("2", {}), StagedFromAm("2", first, ""), from},
+      {"some are staged", made("3", tags), StagedFromAm("3", both, says::Missing()), from},
+      {"of two sets are staged", made("2", other_tags),
+       StagedFromAm("2", first + second,
+                    says::Wrong("Volume 2", "SET-B", "{am/2/media/2}", "SET-A")),
+       from},
+      {"of another AM set are staged", made("2", {{"am/2/2.txt", "OTHER"}}),
+       StagedFromAm("2", first, says::Wrong("AM volume 2", "OTHER", "{am/2}", "AM-SET")), from},
+      {"below a marker without a tag are staged", made("2", {{"am/1/1.txt", ""}}),
+       StagedFromAm("2", "", says::CannotOpen("1.txt", "{am/1}"))
+           .Finds({{"KVLAdmInstVolumesCount", "2"}, {"KVLAdmInstMTBDIR", "SET-A"}}),
+       from},
+  });
 }
 
-TEST(RunVolumes, InSiblingDirectoriesRunInPlaceAndAreNamedToTheInstaller) {
-  LaunchWorld world;
-  world.OneVolume().Volume("1").Announces("4").Marker(1, "SET-A");
-  for (const int number : {2, 3, 4}) world.Volume(std::to_string(number)).Marker(number, "SET-A");
-  const LaunchSeen seen = world.Run(
-      {.env = {{"KVLAdmInstVolumePath_2", "old"}, {"KVLAdmInstVolumePath_5", "left as it was"}}});
-  ExpectedRun expected = InPlace();
-  expected.out = SaysFoundIn("{1}") + SaysComposedOf("4") + Further("Volume 1 found in: {1}") +
-                 Further("Volume 2 found in: {2}") + Further("Volume 3 found in: {3}") +
-                 Further("Volume 4 found in: {4}");
-  expected.env.found = {{"KVLAdmInstVolumesCount", "4"},
-                        {"KVLAdmInstMTBDIR", "SET-A"},
-                        {"KVLAdmInstVolumePath_2", "{2}"},
-                        {"KVLAdmInstVolumePath_3", "{3}"},
-                        {"KVLAdmInstVolumePath_4", "{4}"}};
-  ExpectRun(world, seen, expected);
-}
-
-TEST(RunVolumes, SomeInSiblingDirectoriesAreStagedAndNotNamedToTheInstaller) {
-  LaunchWorld world;
-  world.VolumeMissing();
-  ExpectRun(world, world.Run({.env = {{"KVLAdmInstVolumePath_2", "left as it was"}}}), Staged());
-}
-
-TEST(RunVolumes, AVolumeFoundAfterAWarningIsReportedOnStandardError) {
-  LaunchWorld world;
-  FirstOfThree(world);
-  world.Volume("2").Marker(2, "SET-B");
-  world.Volume("3").Marker(3, "SET-A");
-  ExpectRun(world, world.Run(),
-            StagedAfter(SaysThreeVolumes() + Further("Volume 1 found in: {1}"),
-                        " WARN: Volume 2 of SET-B found in {2} instead of SET-A\n"
-                        "       Volume 3 found in: {3}\n"));
-}
-
-TEST(RunVolumes, WithoutTheMediasOwnMarkerAreStaged) {
-  LaunchWorld world;
-  world.OneVolume().Volume("1").Announces("3 CDs");
-  const LaunchSeen seen = world.Run();
-  ExpectedRun expected = StagedAfter(SaysFoundIn("{1}") + SaysComposedOf("3 CDs"),
-                                     " WARN: 1.txt not found or not accessible in: {1}\n"
-                                     "       Please make sure you copied the whole volume.\n");
-  expected.env.found = {{"KVLAdmInstVolumesCount", "3 CDs"}};
-  ExpectRun(world, seen, expected);
-}
-
-TEST(RunVolumes, WithAnUnreadableVolumesFileAreStagedInSilence) {
-  LaunchWorld world;
-  world.OneVolume().Volume("1").File("inst/volumes.txt", "");
-  const LaunchSeen seen = world.Run();
-  ExpectedRun expected = StagedAfter(SaysFoundIn("{1}"), "");
-  expected.env.found = {};
-  ExpectRun(world, seen, expected);
-}
-
-/// The media of an AM layout of two volumes, in {am/1/media/1}.
-class AmWorld : public LaunchWorld {
- public:
-  AmWorld() {
-    Volume("am/1").Marker(1, "AM-SET");
-    Volume("am/1/media/1").Installer().Descriptions().Announces("2").Marker(1, "SET-A");
-  }
-
-  static std::string SaysFirst() {
-    return SaysFoundIn("{am/1/media/1}") + SaysComposedOf("2") +
-           Further("Volume 1 found in: {am/1/media/1}") + Further("AM volume 1 found in: {am/1}");
-  }
-
-  /// What a run in place is to look like.
-  static ExpectedRun Complete() {
-    return {.out = SaysFirst(),
-            .arguments = StartedFrom("{am/1/media/1}"),
-            .env = {.media = "{am/1/media/1}",
-                    .found = {{"KVLAdmInstVolumesCount", "2"},
-                              {"KVLAdmInstMTBDIR", "AM-SET"},
-                              {"KVLAdmInstFirstAMVolume", "1"},
-                              {"KVLAdmInstFirstAMPath", "{am/1}"},
-                              {"KVLAdmInstAMRelativePath", "media"}}}};
-  }
-
-  /// What a staged run that warns of `err` is to look like.
-  static ExpectedRun StagedWith(const std::string& out, const std::string& err) {
-    ExpectedRun expected = Complete();
-    expected.out = out;
-    expected.err = err + kStagedWarning;
-    expected.arguments = StartedFrom("{staging}");
-    expected.env.media = "{staging}";
-    expected.env.original = "{am/1/media/1}";
-    expected.left.media = "am/1/media/1";
-    return expected;
-  }
-};
-
-TEST(RunVolumes, InAmVolumesRunInPlaceAndAreNamedToTheInstaller) {
-  AmWorld world;
-  world.Volume("am/2").Marker(2, "AM-SET");
-  world.Volume("am/2/media/2").Marker(2, "SET-A");
-  const LaunchSeen seen = world.Run({}, "am/1/media/1");
-  ExpectedRun expected = AmWorld::Complete();
-  expected.out +=
-      Further("AM volume 2 found in: {am/2}") + Further("Volume 2 found in: {am/2/media/2}");
-  expected.env.found["KVLAdmInstVolumePath_2"] = "{am/2/media/2}";
-  ExpectRun(world, seen, expected);
-}
-
-TEST(RunVolumes, WithoutAnyInAmVolumesAreStagedInSilence) {
-  AmWorld world;
-  const LaunchSeen seen = world.Run({}, "am/1/media/1");
-  ExpectRun(world, seen, AmWorld::StagedWith(AmWorld::SaysFirst(), ""));
-}
-
-TEST(RunVolumes, OfTwoSetsInAmVolumesAreStaged) {
-  AmWorld world;
-  world.Volume("am/2").Marker(2, "AM-SET");
-  world.Volume("am/2/media/2").Marker(2, "SET-B");
-  const LaunchSeen seen = world.Run({}, "am/1/media/1");
-  ExpectRun(
-      world, seen,
-      AmWorld::StagedWith(AmWorld::SaysFirst() + Further("AM volume 2 found in: {am/2}"),
-                          " WARN: Volume 2 of SET-B found in {am/2/media/2} instead of SET-A\n"));
-}
-
-TEST(RunVolumes, InAnAmVolumeOfAnotherSetAreStaged) {
-  AmWorld world;
-  world.Volume("am/2").Marker(2, "OTHER");
-  const LaunchSeen seen = world.Run({}, "am/1/media/1");
-  ExpectRun(world, seen,
-            AmWorld::StagedWith(AmWorld::SaysFirst(),
-                                " WARN: AM volume 2 of OTHER found in {am/2} instead of AM-SET\n"));
-}
-
-TEST(RunVolumes, SomeInAmVolumesAreStaged) {
-  AmWorld world;
-  world.Volume("am/1/media/1").Announces("3");
-  world.Volume("am/2").Marker(2, "AM-SET");
-  world.Volume("am/2/media/2").Marker(2, "SET-A");
-  const LaunchSeen seen = world.Run({}, "am/1/media/1");
-  ExpectedRun expected = AmWorld::StagedWith(
-      SaysFoundIn("{am/1/media/1}") + SaysComposedOf("3") +
-          Further("Volume 1 found in: {am/1/media/1}") + Further("AM volume 1 found in: {am/1}") +
-          Further("AM volume 2 found in: {am/2}") + Further("Volume 2 found in: {am/2/media/2}"),
-      kMissingVolumes);
-  expected.env.found["KVLAdmInstVolumesCount"] = "3";
-  ExpectRun(world, seen, expected);
-}
-
-TEST(RunVolumes, BelowAnAmMarkerWithoutATagAreStaged) {
-  AmWorld world;
-  world.Volume("am/1").File("1.txt", "no tag\n");
-  const LaunchSeen seen = world.Run({}, "am/1/media/1");
-  ExpectedRun expected = AmWorld::StagedWith(
-      SaysFoundIn("{am/1/media/1}") + SaysComposedOf("2") +
-          Further("Volume 1 found in: {am/1/media/1}"),
-      " WARN: Cannot open 1.txt in {am/1}\n"
-      "       Please make sure you copied and/or extracted everything properly.\n");
-  expected.env.found = {{"KVLAdmInstVolumesCount", "2"}, {"KVLAdmInstMTBDIR", "SET-A"}};
-  ExpectRun(world, seen, expected);
-}
-
-TEST(RunVolumes, OfARelativeMediaAreLookedForInItsOwnDirectoriesOnly) {
+TEST(RunVolumes, OfARelativeMediaAreLookedForInItselfOnly) {
   LaunchWorld world;
   world.Volume("m/1").Installer().Descriptions().Announces("2").Marker(1, "SET-A");
-  const LaunchSeen seen =
-      world.Run({.env = {{"CurrentMediaDir", "m/1"}}, .directory = world.Path(".")});
-  ExpectedRun expected = Staged();
-  expected.out = SaysFoundIn("m/1") + SaysComposedOf("2") + Further("Volume 1 found in: m/1");
-  expected.err = kStagedWarning;
+  ExpectedRun expected =
+      Staged().Says(SaysFoundIn("m/1") + says::Volumes("2", {"m/1"})).Warns(says::Staged());
   expected.env.original = "m/1";
   expected.env.found["KVLAdmInstVolumesCount"] = "2";
   expected.left.media = "m/1";
-  ExpectRun(world, seen, expected);
-}
-
-void WithoutCore() {
-  const rlimit none = {0, 0};
-  ::setrlimit(RLIMIT_CORE, &none);
+  world.Expect(expected, {.env = {{"CurrentMediaDir", "m/1"}}, .directory = "{}"});
 }
 
 TEST(RunVolumes, WhoseNumberIsNoIntEndTheProgramAbnormally) {
@@ -254,11 +140,11 @@ TEST(RunVolumes, WhoseNumberIsNoIntEndTheProgramAbnormally) {
     SCOPED_TRACE(line);
     LaunchWorld world;
     world.OneVolume().Volume("1").Announces(line);
-    const LaunchSeen seen = world.Run({.before = WithoutCore});
+    const LaunchSeen seen = world.Run({.before = LeaveNoCore});
     EXPECT_EQ(seen.status, -SIGABRT);
     EXPECT_EQ(seen.out, world.Text(SaysFoundIn("{1}")));
     EXPECT_FALSE(seen.child.started);
-    EXPECT_EQ(seen.staged, std::vector<std::string>());
+    EXPECT_THAT(seen.staged, IsEmpty());
   }
 }
 

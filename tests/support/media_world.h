@@ -14,6 +14,7 @@
 #include "tests/support/child_report.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_env.h"
+#include "tests/support/scoped_umask.h"
 #include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
@@ -109,6 +110,8 @@ class MediaWorld {
   LaunchSeen Launch(const std::string& name, const LaunchPlan& plan = {});
 
  private:
+  /// New files in it have the modes 644 and 755, whoever runs the tests; programs start with it too.
+  const ScopedUmask umask_{022};
   TestDirectory directory_;
   std::string staging_;
 };
