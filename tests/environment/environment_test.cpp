@@ -1,5 +1,6 @@
 #include "environment/environment.h"
 
+#include "environment/temporary_directory.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/test.h"
 
@@ -7,63 +8,41 @@ namespace kvl::test {
 namespace {
 
 TEST(GetEnv, IsTheValueAsItStands) {
-  for (const std::string value : {"value", " a  b ", "x=y", "=", "\n", "\xFF"}) {
+  for (const std::string value : {"value", " a  b ", "x=y", "=", "\n", "\xFF", ""}) {
     const ScopedEnv env(Environment{{"FOO", value}, {"FOO2", "other"}});
     EXPECT_EQ(GetEnv("FOO"), value);
   }
 }
 
-TEST(GetEnv, CannotTellAnUnsetVariableFromAnEmptyOne) {
-  const ScopedEnv env(Environment{{"EMPTY", ""}});
-  EXPECT_EQ(GetEnv("EMPTY"), "");
-  EXPECT_EQ(GetEnv("UNSET"), "");
-}
-
-TEST(GetEnv, OfAnEmptyNameIsEmpty) {
-  const ScopedEnv env(Environment{{"A", "1"}});
-  EXPECT_EQ(GetEnv(""), "");
-}
-
-TEST(GetEnv, IsNotMisledByNamesThatBeginAlike) {
+TEST(GetEnv, OfAnUnsetVariableOrAnEmptyNameIsEmpty) {
   const ScopedEnv env(Environment{{"FOO2", "longer"}, {"FO", "shorter"}, {"foo", "small"}});
-  EXPECT_EQ(GetEnv("FOO"), "");
+  for (const std::string name : {"FOO", "UNSET", ""}) EXPECT_EQ(GetEnv(name), "") << name;
 }
 
-/// Every variable that setting this one changes.
-Environment ChangesOfSetting(const std::string& name, const std::string& value) {
-  const ScopedEnv env(Environment{{"OLD", "old"}, {"A", "1"}});
-  const Environment before = CurrentEnvironment();
-  SetEnv(name, value);
+/// Every variable that the call changes.
+Environment ChangesOf(const Environment& before, const std::function<void()>& call) {
+  const ScopedEnv env(before);
+  call();
   return EnvChanges(before, CurrentEnvironment());
 }
 
 TEST(SetEnv, SetsOrReplacesTheVariable) {
-  EXPECT_EQ(ChangesOfSetting("NEW", "value"), (Environment{{"NEW", "value"}}));
-  EXPECT_EQ(ChangesOfSetting("NEW", ""), (Environment{{"NEW", ""}}));
-  EXPECT_EQ(ChangesOfSetting("NEW", " x=y\n"), (Environment{{"NEW", " x=y\n"}}));
-  EXPECT_EQ(ChangesOfSetting("OLD", "value"), (Environment{{"OLD", "value"}}));
-  EXPECT_EQ(ChangesOfSetting("OLD", ""), (Environment{{"OLD", ""}}));
-  EXPECT_EQ(ChangesOfSetting("not a usual name", "1"), (Environment{{"not a usual name", "1"}}));
-}
-
-TEST(SetEnv, ChangesNothingForAnEmptyName) {
-  EXPECT_EQ(ChangesOfSetting("", "value"), Environment{});
-}
-
-TEST(SetEnv, ChangesNothingForANameThatTheSystemRefuses) {
-  for (const std::string name : {"=", "=x", "x=", "A=B", "OLD="}) {
-    EXPECT_EQ(ChangesOfSetting(name, "value"), Environment{}) << name;
+  for (const std::string name : {"NEW", "OLD", "not a usual name"}) {
+    for (const std::string value : {"value", "", " x=y\n"}) {
+      EXPECT_EQ(ChangesOf({{"OLD", "old"}, {"A", "1"}}, [&] { SetEnv(name, value); }),
+                (Environment{{name, value}}));
+    }
   }
 }
 
-/// Every variable that backing this one up changes.
-Environment ChangesOfBackup(const std::string& name, const Environment& variables) {
-  const ScopedEnv env(variables);
-  BackupEnv(name);
-  return EnvChanges(variables, CurrentEnvironment());
+TEST(SetEnv, ChangesNothingForAnEmptyOrRefusedName) {
+  for (const std::string name : {"", "=", "=x", "x=", "A=B", "OLD="}) {
+    EXPECT_EQ(ChangesOf({{"OLD", "old"}, {"A", "1"}}, [&] { SetEnv(name, "value"); }),
+              Environment());
+  }
 }
 
-TEST(BackupEnv, RecordsTheValueUnderADerivedName) {
+TEST(BackupEnv, RecordsTheLatestValueUnderADerivedName) {
   struct Row {
     std::string name;
     Environment before, changes;
@@ -74,23 +53,26 @@ TEST(BackupEnv, RecordsTheValueUnderADerivedName) {
       {"FOO", {{"FOO", ""}}, {{"KVL_BAK_FOO", "KVL_BAK="}}},
       {"FOO", {{"FOO", " x=y:z "}}, {{"KVL_BAK_FOO", "KVL_BAK= x=y:z "}}},
       {"", {{"FOO", "1"}}, {{"KVL_BAK_", "KVL_BAK="}}},
-      {"FOO", {{"FOO", "1"}, {"KVL_BAK_FOO", "old"}}, {{"KVL_BAK_FOO", "KVL_BAK=1"}}},
+      {"FOO", {{"FOO", "1"}, {"KVL_BAK_FOO", "KVL_BAK=0"}}, {{"KVL_BAK_FOO", "KVL_BAK=1"}}},
       {"KVL_BAK_FOO", {{"KVL_BAK_FOO", "1"}}, {{"KVL_BAK_KVL_BAK_FOO", "KVL_BAK=1"}}},
       {"A=B", {{"A", "1"}}, {}},
   };
   for (const Row& row : rows) {
-    EXPECT_EQ(ChangesOfBackup(row.name, row.before), row.changes) << row.name;
+    EXPECT_EQ(ChangesOf(row.before, [&] { BackupEnv(row.name); }), row.changes) << row.name;
   }
 }
 
-TEST(BackupEnv, HoldsTheValueOfTheLatestBackup) {
-  const ScopedEnv env(Environment{{"FOO", "first"}});
-  BackupEnv("FOO");
-  SetEnv("FOO", "second");
-  EXPECT_EQ(GetEnv("KVL_BAK_FOO"), "KVL_BAK=first");
-  BackupEnv("FOO");
-  EXPECT_EQ(CurrentEnvironment(),
-            (Environment{{"FOO", "second"}, {"KVL_BAK_FOO", "KVL_BAK=second"}}));
+TEST(TemporaryDirectory, IsTMPDIRAsItStandsOrSlashTmp) {
+  for (const std::string value :
+       {"/var/tmp", "/var/tmp/", "a//b\\c", "\"/quoted\"", " ", "/nonexistent", "."}) {
+    const ScopedEnv env(Environment{{"TMPDIR", value}});
+    EXPECT_EQ(TemporaryDirectory(), value);
+  }
+  for (const Environment& none :
+       {Environment{{"TEMP", "/elsewhere"}, {"TMP", "/elsewhere"}}, Environment{{"TMPDIR", ""}}}) {
+    const ScopedEnv env(none);
+    EXPECT_EQ(TemporaryDirectory(), "/tmp");
+  }
 }
 
 }  // namespace

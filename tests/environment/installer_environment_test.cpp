@@ -1,52 +1,37 @@
 #include "environment/installer_environment.h"
 
+#include "tests/launcher/expected_environment.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
-/// Media /m, operating-system directory "x", the installer in the media, an ordinary user.
-InstallerSetting PlainSetting() {
-  return {"/m", "", "x", /*elevated_privileges=*/false, /*interactive_session=*/true};
-}
-
-/// As before, and an external installer media /e.
-InstallerSetting ExternalSetting() {
-  return {"/m", "/e/inst/", "x", /*elevated_privileges=*/false, /*interactive_session=*/true};
-}
-
-TEST(InstallerSetting, IsOfAnOrdinaryUserInAnInteractiveSessionUnlessToldOtherwise) {
-  const InstallerSetting setting;
-  EXPECT_FALSE(setting.elevated_privileges);
-  EXPECT_TRUE(setting.interactive_session);
-}
+/// Media /m, operating-system directory "x", the installer in the media, an ordinary user in an
+/// interactive session.
+const InstallerSetting kPlain = {"/m", "", "x"};
 
 constexpr char kPlainPrograms[] = "/m/inst/x/code/bin:/m/inst/common/code/bin";
 
+const std::vector<std::string> kBackedUp = {
+    "ORBInst",         "ORBInstaller",   "ORBInstallPath",    "ORBDictionaryPath",
+    "ORBReffilesPath", "ORBGraphicPath", "ORBMsgCatalogPath", "PATH"};
+
 /// All that the plain setting changes in an environment that holds no variable.
 Environment PlainChanges() {
-  return {
+  Environment changes = {
       {"KVLAdmInstCurrentMediaDir", "/m"},
       {"ORBInst", "/m/inst"},
-      {"KVL_BAK_ORBInst", "KVL_BAK="},
       {"ORBInstaller", ""},
-      {"KVL_BAK_ORBInstaller", "KVL_BAK="},
       {"ORBInstallPath", "/m/inst/x"},
-      {"KVL_BAK_ORBInstallPath", "KVL_BAK="},
       {"ORBDictionaryPath", "/m/inst/x/code/dictionary:/m/inst/common/code/dictionary"},
-      {"KVL_BAK_ORBDictionaryPath", "KVL_BAK="},
       {"ORBReffilesPath", "/m/inst/x/reffiles:/m/inst/common/reffiles"},
-      {"KVL_BAK_ORBReffilesPath", "KVL_BAK="},
       {"ORBGraphicPath",
        "/m/inst/x/resources/graphic:/m/inst/common/resources/graphic:"
        "/m/inst/x/resources/graphic/icons:/m/inst/common/resources/graphic/icons:"
        "/m/inst/x/resources/graphic/splashscreens:/m/inst/common/resources/graphic/splashscreens"},
-      {"KVL_BAK_ORBGraphicPath", "KVL_BAK="},
       {"ORBMsgCatalogPath", "/m/inst/x/resources/msgcatalog:/m/inst/common/resources/msgcatalog"},
-      {"KVL_BAK_ORBMsgCatalogPath", "KVL_BAK="},
       {"PATH", "/m/inst/x/code/bin:"},
-      {"KVL_BAK_PATH", "KVL_BAK="},
       {"KVLSysIRManagementActivation", "NO"},
       {"ORBAppBridge", "NO"},
       {"KVLAdmInstDebugEnv", "f"},
@@ -61,6 +46,8 @@ Environment PlainChanges() {
       {"KVLIns_HasElevatedPrivileges", "0"},
       {"KVLIns_IsInteractiveSession", "1"},
   };
+  for (const std::string& name : kBackedUp) changes["KVL_BAK_" + name] = "KVL_BAK=";
+  return changes;
 }
 
 /// PlainChanges with some variables different, and some not changed at all.
@@ -79,232 +66,132 @@ Environment ChangesOf(const InstallerSetting& setting, const Environment& caller
   return EnvChanges(callers, CurrentEnvironment());
 }
 
-TEST(SetInstallerEnvironment, SetsEverythingForAnInstallerInTheMedia) {
-  EXPECT_EQ(ChangesOf(PlainSetting()), PlainChanges());
-}
-
-TEST(SetInstallerEnvironment, NamesAnExternalInstallerMediaBehindTheMedia) {
-  const Environment different = {
-      {"ORBInstaller", "/e/inst/"},
-      {"ORBDictionaryPath",
-       "/m/inst/x/code/dictionary:/m/inst/common/code/dictionary:"
-       "/e/inst/x/code/dictionary:/e/inst/common/code/dictionary"},
-      {"ORBReffilesPath",
-       "/m/inst/x/reffiles:/m/inst/common/reffiles:/e/inst/x/reffiles:/e/inst/common/reffiles"},
-      {"ORBGraphicPath",
-       "/m/inst/x/resources/graphic:/m/inst/common/resources/graphic:"
-       "/m/inst/x/resources/graphic/icons:/m/inst/common/resources/graphic/icons:"
-       "/m/inst/x/resources/graphic/splashscreens:/m/inst/common/resources/graphic/splashscreens:"
-       "/e/inst/x/resources/graphic:/e/inst/common/resources/graphic:"
-       "/e/inst/x/resources/graphic/icons:/e/inst/common/resources/graphic/icons:"
-       "/e/inst/x/resources/graphic/splashscreens:/e/inst/common/resources/graphic/splashscreens"},
-      {"ORBMsgCatalogPath",
-       "/m/inst/x/resources/msgcatalog:/m/inst/common/resources/msgcatalog:"
-       "/e/inst/x/resources/msgcatalog:/e/inst/common/resources/msgcatalog"},
-      {"LD_LIBRARY_PATH",
-       "/m/inst/x/code/bin:/m/inst/common/code/bin:/e/inst/x/code/bin:/e/inst/common/code/bin"},
-      {"KVL_BAK_LD_LIBRARY_PATH", "KVL_BAK="},
-  };
-  EXPECT_EQ(ChangesOf(ExternalSetting(), {{"KVL_LIBPATH_VARNAME", "LD_LIBRARY_PATH"}}),
-            PlainChangesBut(different, {"KVL_BAK_"}));
-}
-
-TEST(SetInstallerEnvironment, TakesTheExternalDirectoryAsItStands) {
-  InstallerSetting setting = ExternalSetting();
-  setting.external_inst_slash = "no-slash";
-  const Environment changes = ChangesOf(setting);
-  EXPECT_EQ(changes.at("ORBInstaller"), "no-slash");
-  EXPECT_EQ(
-      changes.at("ORBReffilesPath"),
-      "/m/inst/x/reffiles:/m/inst/common/reffiles:no-slashx/reffiles:no-slashcommon/reffiles");
-}
-
-TEST(SetInstallerEnvironment, LeavesADoubledSlashForAnEmptyOperatingSystemName) {
-  InstallerSetting setting = PlainSetting();
-  setting.os_name = "";
-  const Environment different = {
-      {"ORBInstallPath", "/m/inst/"},
-      {"ORBDictionaryPath", "/m/inst//code/dictionary:/m/inst/common/code/dictionary"},
-      {"ORBReffilesPath", "/m/inst//reffiles:/m/inst/common/reffiles"},
-      {"ORBGraphicPath",
-       "/m/inst//resources/graphic:/m/inst/common/resources/graphic:"
-       "/m/inst//resources/graphic/icons:/m/inst/common/resources/graphic/icons:"
-       "/m/inst//resources/graphic/splashscreens:/m/inst/common/resources/graphic/splashscreens"},
-      {"ORBMsgCatalogPath", "/m/inst//resources/msgcatalog:/m/inst/common/resources/msgcatalog"},
-      {"PATH", "/m/inst//code/bin:"},
-  };
-  EXPECT_EQ(ChangesOf(setting), PlainChangesBut(different));
-}
-
-TEST(SetInstallerEnvironment, LeavesADoubledSlashInTheExternalMediaToo) {
-  InstallerSetting setting = ExternalSetting();
-  setting.os_name = "";
-  EXPECT_EQ(ChangesOf(setting).at("ORBReffilesPath"),
-            "/m/inst//reffiles:/m/inst/common/reffiles:/e/inst//reffiles:/e/inst/common/reffiles");
+TEST(SetInstallerEnvironment, SetsAllForAnInstallerInTheMedia) {
+  EXPECT_EQ(ChangesOf(kPlain), PlainChanges());
 }
 
 TEST(SetInstallerEnvironment, PutsTextsTogetherAsTheyStand) {
   struct Row {
-    std::string media_dir, os_name, inst, install_path;
+    std::string media, external, os, reffiles;
   };
-  const std::vector<Row> rows = {{"", "x", "/inst", "/inst/x"},
-                                 {"/", "x", "//inst", "//inst/x"},
-                                 {"m", "x", "m/inst", "m/inst/x"},
-                                 {"/a b", "x:y", "/a b/inst", "/a b/inst/x:y"},
-                                 {"/m", "a/b", "/m/inst", "/m/inst/a/b"}};
+  const std::vector<Row> rows = {
+      {"/m", "/e/inst/", "x",
+       "/m/inst/x/reffiles:/m/inst/common/reffiles:/e/inst/x/reffiles:/e/inst/common/reffiles"},
+      {"/m", "no-slash", "x",
+       "/m/inst/x/reffiles:/m/inst/common/reffiles:no-slashx/reffiles:no-slashcommon/reffiles"},
+      {"/m", "", "", "/m/inst//reffiles:/m/inst/common/reffiles"},
+      {"/m", "/e/inst/", "",
+       "/m/inst//reffiles:/m/inst/common/reffiles:/e/inst//reffiles:/e/inst/common/reffiles"},
+      {"", "", "x", "/inst/x/reffiles:/inst/common/reffiles"},
+      {"/", "", "x", "//inst/x/reffiles://inst/common/reffiles"},
+      {"m", "", "x", "m/inst/x/reffiles:m/inst/common/reffiles"},
+      {"/a b", "", "x:y", "/a b/inst/x:y/reffiles:/a b/inst/common/reffiles"},
+      {"/m", "", "a/b", "/m/inst/a/b/reffiles:/m/inst/common/reffiles"},
+  };
+  const Environment callers = {{"KVL_LIBPATH_VARNAME", "LD_LIBRARY_PATH"}};
   for (const Row& row : rows) {
-    SCOPED_TRACE(row.media_dir + ", " + row.os_name);
-    InstallerSetting setting = PlainSetting();
-    setting.media_dir = row.media_dir;
-    setting.os_name = row.os_name;
-    const Environment changes = ChangesOf(setting);
-    EXPECT_EQ(changes.at("KVLAdmInstCurrentMediaDir"), row.media_dir);
-    EXPECT_EQ(changes.at("ORBInst"), row.inst);
-    EXPECT_EQ(changes.at("ORBInstallPath"), row.install_path);
-    EXPECT_EQ(changes.at("PATH"), row.install_path + "/code/bin:");
-    EXPECT_EQ(changes.at("ORBReffilesPath"),
-              row.install_path + "/reffiles:" + row.inst + "/common/reffiles");
+    SCOPED_TRACE(row.reffiles);
+    const Environment changes =
+        ChangesOf({row.media, row.external, row.os, ::getuid() == 0, true}, callers);
+    EXPECT_EQ(changes, EnvChanges(callers, AfterSetup(callers, {.media = row.media,
+                                                                .external = row.external,
+                                                                .os = row.os})));
+    EXPECT_EQ(changes.at("ORBReffilesPath"), row.reffiles);
   }
 }
 
-TEST(SetInstallerEnvironment, KeepsWhatPathHeldBehindTheInstallersPrograms) {
-  EXPECT_EQ(ChangesOf(PlainSetting(), {{"PATH", "/usr/bin:/bin"}}),
-            PlainChangesBut({{"PATH", "/m/inst/x/code/bin:/usr/bin:/bin"},
-                             {"KVL_BAK_PATH", "KVL_BAK=/usr/bin:/bin"}}));
-}
-
-TEST(SetInstallerEnvironment, EndsPathWithAColonWhenItWasEmpty) {
-  EXPECT_EQ(ChangesOf(PlainSetting(), {{"PATH", ""}}), PlainChanges());
-}
-
-/// A value of the user's for every variable that the setup sets.
-Environment UserValues() {
-  Environment values;
-  for (const auto& [name, value] : PlainChanges()) {
-    if (name.starts_with("KVL_BAK_")) continue;
-    values[name] = "user's " + name;
-    values["KVL_BAK_" + name] = "user's backup";
-  }
-  return values;
+TEST(SetInstallerEnvironment, NamesTheMediaBeforeAnExternalOne) {
+  EXPECT_EQ(ChangesOf({"/m", "/e/inst/", "x"}).at("ORBGraphicPath"),
+            PlainChanges().at("ORBGraphicPath") +
+                ":/e/inst/x/resources/graphic:/e/inst/common/resources/graphic:"
+                "/e/inst/x/resources/graphic/icons:/e/inst/common/resources/graphic/icons:"
+                "/e/inst/x/resources/graphic/splashscreens:"
+                "/e/inst/common/resources/graphic/splashscreens");
 }
 
 TEST(SetInstallerEnvironment, BacksUpTheUsersValuesAndReplacesThem) {
-  const Environment different = {
-      {"KVL_BAK_ORBInst", "KVL_BAK=user's ORBInst"},
-      {"KVL_BAK_ORBInstaller", "KVL_BAK=user's ORBInstaller"},
-      {"KVL_BAK_ORBInstallPath", "KVL_BAK=user's ORBInstallPath"},
-      {"KVL_BAK_ORBDictionaryPath", "KVL_BAK=user's ORBDictionaryPath"},
-      {"KVL_BAK_ORBReffilesPath", "KVL_BAK=user's ORBReffilesPath"},
-      {"KVL_BAK_ORBGraphicPath", "KVL_BAK=user's ORBGraphicPath"},
-      {"KVL_BAK_ORBMsgCatalogPath", "KVL_BAK=user's ORBMsgCatalogPath"},
-      {"KVL_BAK_PATH", "KVL_BAK=user's PATH"},
-      {"PATH", "/m/inst/x/code/bin:user's PATH"},
-  };
+  Environment callers;
+  for (const auto& [name, value] : PlainChanges()) {
+    if (name.starts_with("KVL_BAK_")) continue;
+    callers[name] = "user's " + name;
+    callers["KVL_BAK_" + name] = "user's backup";
+  }
+  Environment changes = PlainChangesBut({{"PATH", "/m/inst/x/code/bin:user's PATH"}});
+  for (const std::string& name : kBackedUp) changes["KVL_BAK_" + name] = "KVL_BAK=user's " + name;
   // No other backup is touched: the switches are forced, and TEMP and the rest set, without one.
-  EXPECT_EQ(ChangesOf(PlainSetting(), UserValues()), PlainChangesBut(different));
+  EXPECT_EQ(ChangesOf(kPlain, callers), changes);
 }
 
-TEST(SetInstallerEnvironment, ForcesTheErrorSwitchWithoutABackup) {
-  EXPECT_EQ(ChangesOf(PlainSetting(), {{"KVLAdmInstDebugError", "0"}}), PlainChanges());
-}
+/// The user's variables, and what becomes different by them.
+struct Row {
+  std::string name;
+  Environment callers, different = {};
+};
 
-TEST(SetInstallerEnvironment, SetsTempFromTmpDirButNotOrbTemp) {
-  struct Row {
-    Environment callers;
-    std::string temp;
+TEST(SetInstallerEnvironment, FollowsTheUsersVariables) {
+  const std::vector<Row> rows = {
+      {"PATH is kept behind the installer's programs",
+       {{"PATH", "/usr/bin:/bin"}},
+       {{"PATH", "/m/inst/x/code/bin:/usr/bin:/bin"}, {"KVL_BAK_PATH", "KVL_BAK=/usr/bin:/bin"}}},
+      {"an empty PATH ends with a colon", {{"PATH", ""}}},
+      {"the error switch is forced without a backup", {{"KVLAdmInstDebugError", "0"}}},
+      {"an empty TMPDIR is none", {{"TMPDIR", ""}}},
+      {"TEMP follows TMPDIR, and ORBTemp does not",
+       {{"TMPDIR", "/var//tmp/"}, {"TEMP", "/mine"}},
+       {{"TEMP", "/var//tmp/"}}},
+      {"TEMP and ORBTemp are replaced", {{"TEMP", "/mine"}, {"ORBTemp", "/mine"}}},
+      {"an empty name of the library path leaves a bare backup", {{"KVL_LIBPATH_VARNAME", ""}}},
   };
-  const std::vector<Row> rows = {{{}, "/tmp"},
-                                 {{{"TMPDIR", ""}}, "/tmp"},
-                                 {{{"TMPDIR", "/var/tmp"}}, "/var/tmp"},
-                                 {{{"TMPDIR", "/var//tmp/"}}, "/var//tmp/"},
-                                 {{{"TEMP", "/mine"}, {"ORBTemp", "/mine"}}, "/tmp"},
-                                 {{{"TEMP", "/mine"}, {"TMPDIR", "/var/tmp"}}, "/var/tmp"}};
   for (const Row& row : rows) {
-    EXPECT_EQ(ChangesOf(PlainSetting(), row.callers), PlainChangesBut({{"TEMP", row.temp}}));
+    EXPECT_EQ(ChangesOf(kPlain, row.callers), PlainChangesBut(row.different)) << row.name;
   }
 }
 
 TEST(SetInstallerEnvironment, TellsPrivilegesAndSessionAsOneOrZero) {
   for (const auto& [elevated, interactive] : {std::pair(false, false), std::pair(false, true),
                                               std::pair(true, false), std::pair(true, true)}) {
-    const InstallerSetting setting = {"/m", "", "x", elevated, interactive};
-    EXPECT_EQ(ChangesOf(setting),
+    EXPECT_EQ(ChangesOf({"/m", "", "x", elevated, interactive}),
               PlainChangesBut({{"KVLIns_HasElevatedPrivileges", elevated ? "1" : "0"},
                                {"KVLIns_IsInteractiveSession", interactive ? "1" : "0"}}));
   }
 }
 
-TEST(SetInstallerEnvironment, ReplacesTheLibrarySearchPathWholly) {
-  const Environment callers = {{"KVL_LIBPATH_VARNAME", "LD_LIBRARY_PATH"},
-                               {"LD_LIBRARY_PATH", "/usr/lib:/lib"}};
-  EXPECT_EQ(ChangesOf(PlainSetting(), callers),
-            PlainChangesBut({{"LD_LIBRARY_PATH", kPlainPrograms},
-                             {"KVL_BAK_LD_LIBRARY_PATH", "KVL_BAK=/usr/lib:/lib"}},
-                            {"KVL_BAK_"}));
-}
-
-TEST(SetInstallerEnvironment, WritesOnlyABareBackupWithoutALibraryVariable) {
-  EXPECT_EQ(ChangesOf(PlainSetting(), {{"KVL_LIBPATH_VARNAME", ""}}), PlainChanges());
-  // Unset: SetsEverythingForAnInstallerInTheMedia.
-}
-
-TEST(SetInstallerEnvironment, SetsNoLibraryVariableWhoseNameTheSystemRefuses) {
-  for (const std::string name : {"A=B", "=", "PATH="}) {
-    EXPECT_EQ(ChangesOf(PlainSetting(), {{"KVL_LIBPATH_VARNAME", name}}),
-              PlainChangesBut({}, {"KVL_BAK_"}))
-        << name;
+TEST(SetInstallerEnvironment, TakesAnyVariableAsLibraryPath) {
+  std::vector<Row> rows = {
+      {"LD_LIBRARY_PATH",  // replaced wholly
+       {{"LD_LIBRARY_PATH", "/usr/lib:/lib"}},
+       {{"LD_LIBRARY_PATH", kPlainPrograms}, {"KVL_BAK_LD_LIBRARY_PATH", "KVL_BAK=/usr/lib:/lib"}}},
+      {"PATH",  // after it was set
+       {{"PATH", "/usr/bin"}},
+       {{"PATH", kPlainPrograms}, {"KVL_BAK_PATH", "KVL_BAK=/m/inst/x/code/bin:/usr/bin"}}},
+      {"TMPDIR",  // before TEMP is set
+       {{"TMPDIR", "/var/tmp"}},
+       {{"TMPDIR", kPlainPrograms},
+        {"KVL_BAK_TMPDIR", "KVL_BAK=/var/tmp"},
+        {"TEMP", kPlainPrograms}}},
+      {"KVL_LIBPATH_VARNAME",
+       {},
+       {{"KVL_LIBPATH_VARNAME", kPlainPrograms},
+        {"KVL_BAK_KVL_LIBPATH_VARNAME", "KVL_BAK=KVL_LIBPATH_VARNAME"}}},
+  };
+  for (const std::string refused : {"A=B", "=", "PATH="}) rows.push_back({refused, {}});
+  for (const std::string name :
+       {"TEMP", "ORBTemp", "KVLIns_HasElevatedPrivileges", "KVLIns_IsInteractiveSession"}) {
+    rows.push_back(
+        {name, {{name, "user's"}}, {{"KVL_BAK_" + name, "KVL_BAK=user's"}}});  // set later
   }
-}
-
-TEST(SetInstallerEnvironment, TakesPathAsLibraryVariableAfterPathWasSet) {
-  const Environment callers = {{"KVL_LIBPATH_VARNAME", "PATH"}, {"PATH", "/usr/bin"}};
-  EXPECT_EQ(ChangesOf(PlainSetting(), callers),
-            PlainChangesBut(
-                {{"PATH", kPlainPrograms}, {"KVL_BAK_PATH", "KVL_BAK=/m/inst/x/code/bin:/usr/bin"}},
-                {"KVL_BAK_"}));
-}
-
-TEST(SetInstallerEnvironment, TakesTmpDirAsLibraryVariableBeforeTempIsSet) {
-  const Environment callers = {{"KVL_LIBPATH_VARNAME", "TMPDIR"}, {"TMPDIR", "/var/tmp"}};
-  EXPECT_EQ(ChangesOf(PlainSetting(), callers),
-            PlainChangesBut({{"TMPDIR", kPlainPrograms},
-                             {"KVL_BAK_TMPDIR", "KVL_BAK=/var/tmp"},
-                             {"TEMP", kPlainPrograms}},
-                            {"KVL_BAK_"}));
-}
-
-TEST(SetInstallerEnvironment, TakesTheNamingVariableItselfAsLibraryVariable) {
-  EXPECT_EQ(ChangesOf(PlainSetting(), {{"KVL_LIBPATH_VARNAME", "KVL_LIBPATH_VARNAME"}}),
-            PlainChangesBut({{"KVL_LIBPATH_VARNAME", kPlainPrograms},
-                             {"KVL_BAK_KVL_LIBPATH_VARNAME", "KVL_BAK=KVL_LIBPATH_VARNAME"}},
-                            {"KVL_BAK_"}));
-}
-
-TEST(SetInstallerEnvironment, TakesAnyVariableSetBeforeAsLibraryVariable) {
-  // Among them the switches and the backups.
-  for (const auto& [name, value] : PlainChanges()) {
+  for (const auto& [name, value] : PlainChanges()) {  // among them the switches and the backups
     if (name == "KVL_BAK_" || name == "TEMP" || name == "ORBTemp" || name.starts_with("KVLIns_")) {
       continue;
     }
-    EXPECT_EQ(ChangesOf(PlainSetting(), {{"KVL_LIBPATH_VARNAME", name}}),
-              PlainChangesBut({{"KVL_BAK_" + name, "KVL_BAK=" + value}, {name, kPlainPrograms}},
-                              {"KVL_BAK_"}))
-        << name;
+    rows.push_back({name, {}, {{"KVL_BAK_" + name, "KVL_BAK=" + value}, {name, kPlainPrograms}}});
   }
-}
-
-TEST(SetInstallerEnvironment, OverwritesALibraryVariableThatIsSetLater) {
-  for (const std::string name :
-       {"TEMP", "ORBTemp", "KVLIns_HasElevatedPrivileges", "KVLIns_IsInteractiveSession"}) {
-    const Environment callers = {{"KVL_LIBPATH_VARNAME", name}, {name, "user's"}};
-    EXPECT_EQ(ChangesOf(PlainSetting(), callers),
-              PlainChangesBut({{"KVL_BAK_" + name, "KVL_BAK=user's"}}, {"KVL_BAK_"}))
-        << name;
+  for (Row& row : rows) {
+    row.callers["KVL_LIBPATH_VARNAME"] = row.name;
+    EXPECT_EQ(ChangesOf(kPlain, row.callers), PlainChangesBut(row.different, {"KVL_BAK_"}))
+        << row.name;
   }
-}
-
-TEST(SetInstallerEnvironment, TakesTheBareBackupAsLibraryVariable) {
-  EXPECT_EQ(ChangesOf(PlainSetting(), {{"KVL_LIBPATH_VARNAME", "KVL_BAK_"}}),
+  EXPECT_EQ(ChangesOf(kPlain, {{"KVL_LIBPATH_VARNAME", "KVL_BAK_"}}),
             PlainChangesBut({{"KVL_BAK_", kPlainPrograms}, {"KVL_BAK_KVL_BAK_", "KVL_BAK="}}));
 }
 
