@@ -130,7 +130,7 @@ TEST(SampleInstallerShows, TheStagedCopyAndTheOriginalMedia) {
                      "       Volume 1 found in: {media/1}\n"
                      "       Volume 3 found in: {media/3}\n" +
                      Shown({"-CDpath", "<staging>", "--show-environment"}, variables),
-                 std::string(kWarnsOfMissingVolumes) + kWarnsOfStaging});
+                 says::Missing() + says::Staged()});
 }
 
 TEST(SampleInstallerShows, WhatSoftwareManagementIsGiven) {

@@ -42,9 +42,9 @@ TEST(SampleInstallerFails, WithStatus3WhenAVolumeDoesNotCome) {
     fs::remove_all(world.Path("target"));
     const Outcome outcome = world.Start("media/1", {"--target", "{target}"}, {.input = input});
     const std::string questions = input == "\n\n" ? question + question + question : question;
-    ExpectOutcome(world, outcome,
-                  {3, InstallsTwoOfThree() + questions,
-                   std::string(kWarnsOfMissingVolumes) + kWarnsOfStaging + SaysMissing("3")});
+    ExpectOutcome(
+        world, outcome,
+        {3, InstallsTwoOfThree() + questions, says::Missing() + says::Staged() + SaysMissing("3")});
     EXPECT_EQ(DescribeTree(world.Path("target")), world.TreeOf(kTwoOfThree));
   }
 }
@@ -64,7 +64,7 @@ TEST(SampleInstallerFails, WithStatus3WhenAVolumeOfAnOuterSetDoesNotCome) {
            "Sample Suite: installing 2 volume(s) of SAMPLE-1 into: {target}\n"
            "Volume 1: installed 3 files from: {media/1/media/1}\n"
            "Volume 2 of SAMPLE-1 is expected in: {media/2/media/2} (Enter when it is there)\n",
-       kWarnsOfStaging + SaysMissing("2")});
+       says::Staged() + SaysMissing("2")});
 }
 
 TEST(SampleInstallerFails, WithStatus3WhenNothingButAnOuterMarkerIsAboveAndTheVolumeDoesNotCome) {
@@ -82,7 +82,7 @@ TEST(SampleInstallerFails, WithStatus3WhenNothingButAnOuterMarkerIsAboveAndTheVo
                      "Sample Suite: installing 2 volume(s) of SAMPLE-1 into: {target}\n"
                      "Volume 1: installed 3 files from: {outer/4/1}\n"
                      "Volume 2 of SAMPLE-1 is expected in: {outer/5/2} (Enter when it is there)\n",
-                 kWarnsOfStaging + SaysMissing("2")});
+                 says::Staged() + SaysMissing("2")});
 }
 
 TEST(SampleInstallerFails, WithStatus3WhenAVolumeBelongsToAnotherMedia) {
@@ -104,7 +104,7 @@ TEST(SampleInstallerFails, WithStatus3WhenAVolumeBelongsToAnotherMedia) {
     const Outcome outcome = world.Start(row.first, {"--target", "{target}"});
     EXPECT_EQ(outcome.status, 3);
     EXPECT_EQ(outcome.err,
-              world.Text(" WARN: " + row.warning + "\n" + kWarnsOfStaging + SaysMissing("2")));
+              world.Text(" WARN: " + row.warning + "\n" + says::Staged() + SaysMissing("2")));
     EXPECT_EQ(DescribeTree(world.Path("target")),
               world.TreeOf({.volumes = {row.first}, .state = "incomplete"}));
   }

@@ -208,7 +208,7 @@ TEST(SampleInstaller, StagedItGoesOnWithAVolumeThatArrivesWhenItIsAskedFor) {
                      "Volume 3 of SAMPLE-1 is expected in: {media/3} (Enter when it is there)\n"
                      "Volume 3: installed 3 files from: {media/3}\n"
                      "Installed 9 files. Everything is in place.\n",
-                 std::string(kWarnsOfMissingVolumes) + kWarnsOfStaging});
+                 says::Missing() + says::Staged()});
   EXPECT_EQ(DescribeTree(world.Path("target")),
             world.TreeOf(
                 {.volumes = {"media/1", "media/2", "media/3"}, .media = "SAMPLE-1, 3 volume(s)"}));
@@ -254,7 +254,7 @@ TEST(SampleInstaller, AMediaWithoutAMarkerOfItsFirstVolumeIsKnownByItsPayload) {
                                      "Installed 6 files. Everything is in place.\n",
        " WARN: 1.txt not found or not accessible in: {media/1}\n"
        "       Please make sure you copied the whole volume.\n" +
-           std::string(kWarnsOfStaging)});
+           says::Staged()});
   EXPECT_EQ(DescribeTree(world.Path("target")),
             world.TreeOf({.volumes = {"media/1", "media/2"}, .media = "no tag, 2 volume(s)"}));
 }

@@ -11,14 +11,6 @@ constexpr char kPath[] = "/usr/bin:/bin";
 
 }  // namespace
 
-const char kWarnsOfMissingVolumes[] =
-    " WARN: Missing volumes. Please make sure you copied everything correctly.\n";
-const char kWarnsOfStaging[] =
-    " WARN: This media is composed of multiple volumes.\n"
-    " WARN: If it is not done already, please copy each volume on a local hard drive before "
-    "starting the installation.\n"
-    " WARN: Not doing so might result in the installation leaving temporary files behind.\n";
-
 void SampleWorld::Media(const MediaPlan& plan) const {
   const int volumes = plan.volumes != 0 ? plan.volumes : plan.layout.empty() ? 1 : 2;
   const TestDirectory payload;
@@ -89,8 +81,7 @@ void ExpectOutcome(const SampleWorld& world, const Outcome& seen, const Outcome&
 
 std::string FindsInstallerIn(const std::string& first_volume) {
   const std::string installer = "{" + first_volume + "/inst/linux/code/bin/sample-installer}";
-  return " INFO: " + installer + "\n INFO: Installer found in current media: \"" + installer +
-         "\".\n";
+  return says::FoundInCurrentMedia(installer);
 }
 
 void GiveUpSuperpowers() {

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "tests/support/media_world.h"
+#include "tests/support/messages.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_umask.h"
 #include "tests/support/test.h"
@@ -66,9 +67,6 @@ void ExpectOutcome(const SampleWorld& world, const Outcome& seen, const Outcome&
 /// The launcher's messages about the installer of a media whose first volume lies in that
 /// directory.
 std::string FindsInstallerIn(const std::string& first_volume);
-/// The launcher's warnings about a media of which only some volumes are there, and staging.
-extern const char kWarnsOfMissingVolumes[];
-extern const char kWarnsOfStaging[];
 
 /// To be called before a program that is to ask for permissions even when the superuser runs the
 /// tests. Where that is impossible, the program is not started and the status is kStillSuper.
