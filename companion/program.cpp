@@ -25,7 +25,9 @@
 
 namespace {
 
-enum Status : int { kFine = 0, kProblems = 1, kBadCall = 2 };
+using kvl::kBadCall;
+using kvl::kFine;
+using kvl::kProblems;
 
 constexpr char kCannotWrite[] = "the report cannot be written";
 

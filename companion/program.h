@@ -6,9 +6,15 @@
 
 namespace kvl {
 
+/// What the program ends with.
+enum MediaStatus : int {
+  kFine = 0,      ///< no findings, or the media was made
+  kProblems = 1,  ///< findings, or a media that could not be made
+  kBadCall = 2,   ///< a bad call, or a report that could not be written
+};
+
 /// Does what the arguments ask for, the program's own name not among them, and writes to the console.
-/// Gives back the exit status: 0 fine, 1 problems or a media that could not be made, 2 a bad call or
-/// a report that could not be written. Throws nothing.
+/// Gives back a MediaStatus. Throws nothing.
 int RunKvlMedia(const std::vector<std::string>& arguments);
 
 }  // namespace kvl

@@ -9,7 +9,6 @@
 namespace kvl {
 namespace {
 
-constexpr int kHighestExitCode = 250;
 constexpr int kCannotExecute = 251;
 constexpr int kInvalidArguments = 252;
 

@@ -10,6 +10,8 @@ namespace kvl {
 
 class SignalScope;
 
+/// The highest exit code of a child that a wait gives back.
+inline constexpr int kHighestExitCode = 250;
 /// The result of a wait that has no exit code of the child's to give.
 inline constexpr int kNoExitCode = -1;
 
@@ -23,8 +25,8 @@ class ChildProcess {
   /// nothing was started then.
   bool Start(const std::vector<std::string>& arguments, const SignalScope& signals);
 
-  /// Waits for the child to end; an interrupted wait goes on. Its exit code, 0 to 250; kNoExitCode
-  /// for a code above 250, a death by a signal, or when there is nothing to wait for. Without a
+  /// Waits for the child to end; an interrupted wait goes on. Its exit code, 0 to kHighestExitCode;
+  /// kNoExitCode for a code above it, a death by a signal, or when there is nothing to wait for. Without a
   /// child of its own (a failed Start) it waits for any child of the process, which there normally
   /// is not.
   int Wait() const;

@@ -1,4 +1,5 @@
-// The names of all environment variables that the launcher reads or writes, each once.
+// The names of all environment variables that the launcher reads or writes, and which of them belong
+// together.
 #pragma once
 
 namespace kvl::variables {
@@ -55,5 +56,38 @@ inline constexpr char kInteractiveSession[] = "KVLIns_IsInteractiveSession";
 
 // Written by the process start.
 inline constexpr char kPanel[] = "PANELV2ODOTOP";
+
+// The same, to go through.
+inline constexpr const char* kRead[] = {
+    kInstallerExe,           kCurrentMediaDir,  kOs,     kUseExternalInstaller,
+    kExternalInstallerMedia, kQueryVolumeCount, kTmpDir, kDontCopyInstaller,
+    kOnlineRepository,       kLibraryPathName};
+inline constexpr const char* kOfMediaScan[] = {kVolumesCount, kMtbDir, kFirstAmVolume, kFirstAmPath,
+                                               kAmRelativePath};
+inline constexpr const char* kOfRunSequence[] = {kVolumePathPrefix, kOriginalMediaDir, kSingleExec,
+                                                 kResume};
+inline constexpr const char* kOfEnvironmentSetup[] = {kBackupPrefix,
+                                                      kInstallerMediaDir,
+                                                      kInst,
+                                                      kInstaller,
+                                                      kInstallPath,
+                                                      kDictionaryPath,
+                                                      kReffilesPath,
+                                                      kGraphicPath,
+                                                      kMsgCatalogPath,
+                                                      kPath,
+                                                      kIrManagement,
+                                                      kAppBridge,
+                                                      kDebugEnv,
+                                                      kDebugSummary,
+                                                      kDebugIndexes,
+                                                      kDebugAction,
+                                                      kDebugError,
+                                                      kDebugEverything,
+                                                      kTemp,
+                                                      kOrbTemp,
+                                                      kElevatedPrivileges,
+                                                      kInteractiveSession};
+inline constexpr const char* kOfProcessStart[] = {kPanel};
 
 }  // namespace kvl::variables

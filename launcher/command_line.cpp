@@ -1,5 +1,6 @@
 #include "launcher/command_line.h"
 
+#include <algorithm>
 #include <string_view>
 
 #include "environment/environment.h"
@@ -53,42 +54,63 @@ void ApplyEnvSetting(std::string_view setting) {
   }
 }
 
-/// Returns an error message, or nothing.
+constexpr bool kAlone = false;
+constexpr bool kWithValue = true;
+
+using Value = std::string_view;
+constexpr CommandLineOption kOptions[] = {
+    {"-wait", kAlone, [](LauncherState& state, Value) { state.WaitFlag = true; }},
+    {"-UI", kAlone, [](LauncherState& state, Value) { state.UIFlag = true; }},
+    {"-env", kWithValue, [](LauncherState&, Value setting) { ApplyEnvSetting(setting); }},
+    {"-installerPath", kWithValue,
+     [](LauncherState& state, Value media) { state.InstallerPathArg = media; }},
+    {"-SoftMgt", kAlone, [](LauncherState& state, Value) { state.SoftMgt = true; }},
+    {"-List", kAlone,
+     [](LauncherState& state, Value) {
+       state.SoftMgtAction = "List";
+       state.SoftMgtReadOnly = true;
+     }},
+    {"-Check", kAlone,
+     [](LauncherState& state, Value) {
+       state.SoftMgtAction = kCheckAction;
+       state.SoftMgtReadOnly = true;
+     }},
+    {"-Commit", kAlone, [](LauncherState& state, Value) { state.SoftMgtAction = "Commit"; }},
+    {"-Rollback", kAlone, [](LauncherState& state, Value) { state.SoftMgtAction = "Rollback"; }},
+    {"--odt", kAlone,
+     [](LauncherState& state, Value) {
+       state.WaitFlag = true;
+       state.InstallerExeName = kOdtInstaller;
+       state.MediaDir = CurrentMediaDir();
+     }},
+    {"--mgt", kAlone,
+     [](LauncherState& state, Value) {
+       state.ManagementMode = true;
+       state.Uninstall = false;
+       state.PassThroughArgs.emplace_back("--mgt");
+     }},
+    {"--uninst", kAlone,
+     [](LauncherState& state, Value) {
+       state.ManagementMode = true;
+       state.Uninstall = true;
+       state.PassThroughArgs.emplace_back("--uninst");
+     }},
+};
+
+/// Returns an error message, or nothing. What is no option goes to the installer.
 std::string ApplyArgument(ArgumentReader& arguments, LauncherState& state) {
   const std::string_view argument = arguments.Take();
-  if (argument == "-wait") {
-    state.WaitFlag = true;
-  } else if (argument == "-UI") {
-    state.UIFlag = true;
-  } else if (argument == "-env" || argument == "-installerPath") {
-    if (arguments.AtEnd()) return "Bad " + std::string(argument) + " argument";
-    if (argument == "-env") {
-      ApplyEnvSetting(arguments.Take());
-    } else {
-      state.InstallerPathArg = arguments.Take();
-    }
-  } else if (argument == "-SoftMgt") {
-    state.SoftMgt = true;
-  } else if (argument == "-List") {
-    state.SoftMgtAction = "List";
-    state.SoftMgtReadOnly = true;
-  } else if (argument == "-Check") {
-    state.SoftMgtAction = kCheckAction;
-    state.SoftMgtReadOnly = true;
-  } else if (argument == "-Commit") {
-    state.SoftMgtAction = "Commit";
-  } else if (argument == "-Rollback") {
-    state.SoftMgtAction = "Rollback";
-  } else if (argument == "--odt") {
-    state.WaitFlag = true;
-    state.InstallerExeName = kOdtInstaller;
-    state.MediaDir = CurrentMediaDir();
-  } else if (argument == "--mgt" || argument == "--uninst") {
-    state.ManagementMode = true;
-    state.Uninstall = argument == "--uninst";
+  const auto* const option =
+      std::find_if(std::begin(kOptions), std::end(kOptions),
+                   [&](const CommandLineOption& known) { return known.name == argument; });
+  if (option == std::end(kOptions)) {
     state.PassThroughArgs.emplace_back(argument);
+  } else if (!option->takes_value) {
+    option->apply(state, {});
+  } else if (arguments.AtEnd()) {
+    return "Bad " + std::string(argument) + " argument";
   } else {
-    state.PassThroughArgs.emplace_back(argument);
+    option->apply(state, arguments.Take());
   }
   return {};
 }
@@ -104,6 +126,10 @@ std::string CheckSoftwareManagement(LauncherState& state) {
 }
 
 }  // namespace
+
+std::span<const CommandLineOption> CommandLineOptions() {
+  return kOptions;
+}
 
 std::string ReadCommandLine(int argc, const char* const* argv, LauncherState& state) {
   state.MediaDir = CurrentMediaDir();

@@ -228,11 +228,7 @@ ScanOutcome ScanAmLayout(const MediaSet& media, Report& report) {
 }
 
 void EmptyScanVariables() {
-  SetEnv(variables::kVolumesCount, "");
-  SetEnv(variables::kMtbDir, "");
-  SetEnv(variables::kFirstAmVolume, "");
-  SetEnv(variables::kFirstAmPath, "");
-  SetEnv(variables::kAmRelativePath, "");
+  for (const char* variable : variables::kOfMediaScan) SetEnv(variable, "");
 }
 
 }  // namespace

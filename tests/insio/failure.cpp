@@ -1,6 +1,7 @@
 #include "tests/insio/failure.h"
 
 #include "insio/exceptions.h"
+#include "tests/support/manual.h"
 #include "tests/support/outcome.h"
 #include "tests/support/test.h"
 
@@ -18,6 +19,23 @@ std::string ClassOf(const std::exception& exception) {
 
 std::string WithErrorText(const std::string& message, int error) {
   return message + " - " + std::strerror(error) + "\n";
+}
+
+Failure Caught(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const std::exception& exception) {
+    return {ClassOf(exception), exception.what()};
+  }
+  return kNoFailure;
+}
+
+/// The same failure; a text of the library has to stand in its manual.
+Failure InManual(Failure failure) {
+  if (failure.type.starts_with("KVLIns") || failure.text.starts_with("KVLInsIO")) {
+    ExpectInLibraryManual(failure.text);
+  }
+  return failure;
 }
 
 }  // namespace
@@ -39,19 +57,14 @@ Failure ExceptionErrno(const std::string& message, int error) {
 }
 
 Failure FailureOf(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const std::exception& exception) {
-    return {ClassOf(exception), exception.what()};
-  }
-  return kNoFailure;
+  return InManual(Caught(action));
 }
 
 Failure IsolatedFailureOf(const std::function<void()>& action) {
   const Outcome outcome = RunIsolated([&action] {
     // A sanitizer that meets a class for the first time opens descriptors; `action` may leave none.
-    FailureOf([] { throw KVLInsIO::KVLInsException("seen"); });
-    const Failure failure = FailureOf(action);
+    Caught([] { throw KVLInsIO::KVLInsException("seen"); });
+    const Failure failure = Caught(action);
     std::cout << failure.type << '\0' << failure.text;
     return 0;
   });
@@ -59,7 +72,7 @@ Failure IsolatedFailureOf(const std::function<void()>& action) {
   if (outcome.status != 0 || end_of_type == std::string::npos) {
     return {"ended with status " + std::to_string(outcome.status), outcome.out + outcome.err};
   }
-  return {outcome.out.substr(0, end_of_type), outcome.out.substr(end_of_type + 1)};
+  return InManual({outcome.out.substr(0, end_of_type), outcome.out.substr(end_of_type + 1)});
 }
 
 }  // namespace kvl::test

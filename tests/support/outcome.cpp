@@ -2,6 +2,7 @@
 
 #include <sys/mman.h>
 
+#include "tests/support/manual.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
@@ -50,6 +51,14 @@ int WaitFor(pid_t child) {
   int status = 0;
   if (::waitpid(child, &status, 0) != child) throw std::runtime_error("waitpid failed");
   return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+bool HasLineFeed(const ProgramStart& start) {
+  const auto has_one = [](const std::string& text) { return text.find('\n') != text.npos; };
+  return has_one(start.directory) ||
+         std::any_of(start.command.begin(), start.command.end(), has_one) ||
+         std::any_of(start.env.begin(), start.env.end(),
+                     [&](const auto& pair) { return has_one(pair.second); });
 }
 
 [[noreturn]] void Become(const ProgramStart& start) {
@@ -136,7 +145,10 @@ Outcome RunProgram(const ProgramStart& start) {
     Become(start);
   }
   const int status = WaitFor(child);
-  return {status, out.Contents(), err.Contents()};
+  Outcome outcome = {status, out.Contents(), err.Contents()};
+  // A line feed in a name would make lines that are no message.
+  if (!HasLineFeed(start)) ExpectInManual(outcome);
+  return outcome;
 }
 
 std::string BuiltProgram(const std::string& name) {
