@@ -6,26 +6,18 @@
 namespace kvl::test {
 namespace {
 
-using Lines = std::vector<std::string>;
-
 /// Three volumes side by side in {media}, the third one missing.
 void TwoOfThree(const SampleWorld& world) {
   world.Media({.volumes = 3});
   fs::remove_all(world.Path("media/3"));
 }
 
-const Installation kTwoOfThree = {
-    .volumes = {"media/1", "media/2"}, .media = "SAMPLE-1, 3 volume(s)", .state = "incomplete"};
+const Installation kTwoOfThree = {.volumes = {"media/1", "media/2"}, .of = 3};
+const std::string kFoundTwo = says::Volumes("3", {"{media/1}", "{media/2}"});
 
-/// The messages of such a media up to its second volume.
-std::string InstallsTwoOfThree() {
-  return FindsInstallerIn("media/1") +
-         " INFO: This media is composed of 3 volumes.\n"
-         "       Volume 1 found in: {media/1}\n"
-         "       Volume 2 found in: {media/2}\n"
-         "Sample Suite: installing 3 volume(s) of SAMPLE-1 into: {target}\n"
-         "Volume 1: installed 3 files from: {media/1}\n"
-         "Volume 2: installed 3 files from: {media/2}\n";
+std::string Asks(const std::string& volume, const std::string& directory) {
+  return "Volume " + volume + " of SAMPLE-1 is expected in: " + directory +
+         " (Enter when it is there)\n";
 }
 
 std::string SaysMissing(const std::string& volume) {
@@ -33,56 +25,41 @@ std::string SaysMissing(const std::string& volume) {
 }
 
 TEST(SampleInstallerFails, WithStatus3WhenAVolumeDoesNotCome) {
-  const std::string question =
-      "Volume 3 of SAMPLE-1 is expected in: {media/3} (Enter when it is there)\n";
+  const std::string asks = Asks("3", "{media/3}");
   SampleWorld world;
   TwoOfThree(world);
-  for (const std::string input : {"", "\n\n", "no line feed"}) {
+  for (const auto& [input, questions] :
+       {std::pair("", asks), {"\n\n", asks + asks + asks}, {"no line feed", asks}}) {
     SCOPED_TRACE(input);
     fs::remove_all(world.Path("target"));
-    const Outcome outcome = world.Start("media/1", {"--target", "{target}"}, {.input = input});
-    const std::string questions = input == "\n\n" ? question + question + question : question;
-    ExpectOutcome(
-        world, outcome,
-        {3, InstallsTwoOfThree() + questions, says::Missing() + says::Staged() + SaysMissing("3")});
-    EXPECT_EQ(DescribeTree(world.Path("target")), world.TreeOf(kTwoOfThree));
+    world.ExpectInstallation(
+        "media/1", {3, kFoundTwo, questions, says::Missing() + says::Staged() + SaysMissing("3")},
+        kTwoOfThree, {.input = input});
   }
 }
 
 TEST(SampleInstallerFails, WithStatus3WhenAVolumeOfAnOuterSetDoesNotCome) {
+  const std::string first = "media/1/media/1";
   SampleWorld world;
   world.Media({.layout = "am"});
   fs::remove_all(world.Path("media/2"));
-  const Outcome outcome = world.Start("media/1/media/1", {"--target", "{target}"});
-  ExpectOutcome(
-      world, outcome,
-      {3,
-       FindsInstallerIn("media/1/media/1") +
-           " INFO: This media is composed of 2 volumes.\n"
-           "       Volume 1 found in: {media/1/media/1}\n"
-           "       AM volume 1 found in: {media/1}\n"
-           "Sample Suite: installing 2 volume(s) of SAMPLE-1 into: {target}\n"
-           "Volume 1: installed 3 files from: {media/1/media/1}\n"
-           "Volume 2 of SAMPLE-1 is expected in: {media/2/media/2} (Enter when it is there)\n",
-       says::Staged() + SaysMissing("2")});
+  world.ExpectInstallation(
+      first,
+      {3, says::Volumes("2", {"{media/1/media/1}"}) + says::FoundAm("1", "{media/1}"),
+       Asks("2", "{media/2/media/2}"), says::Staged() + SaysMissing("2")},
+      {.volumes = {first}, .of = 2});
 }
 
-TEST(SampleInstallerFails, WithStatus3WhenNothingButAnOuterMarkerIsAboveAndTheVolumeDoesNotCome) {
+TEST(SampleInstallerFails, WithStatus3WhenOnlyTheMarkerOfAnOuterSetIsAbove) {
   SampleWorld world;
   world.Media({.layout = "sibling", .directory = "outer/4"});
   fs::remove_all(world.Path("outer/4/2"));
   world.Volume("outer/4").Marker(4, "OUTER");
-  const Outcome outcome = world.Start("outer/4/1", {"--target", "{target}"});
-  ExpectOutcome(world, outcome,
-                {3,
-                 FindsInstallerIn("outer/4/1") +
-                     " INFO: This media is composed of 2 volumes.\n"
-                     "       Volume 1 found in: {outer/4/1}\n"
-                     "       AM volume 4 found in: {outer/4}\n"
-                     "Sample Suite: installing 2 volume(s) of SAMPLE-1 into: {target}\n"
-                     "Volume 1: installed 3 files from: {outer/4/1}\n"
-                     "Volume 2 of SAMPLE-1 is expected in: {outer/5/2} (Enter when it is there)\n",
-                 says::Staged() + SaysMissing("2")});
+  world.ExpectInstallation(
+      "outer/4/1",
+      {3, says::Volumes("2", {"{outer/4/1}"}) + says::FoundAm("4", "{outer/4}"),
+       Asks("2", "{outer/5/2}"), says::Staged() + SaysMissing("2")},
+      {.volumes = {"outer/4/1"}, .of = 2});
 }
 
 TEST(SampleInstallerFails, WithStatus3WhenAVolumeBelongsToAnotherMedia) {
@@ -90,11 +67,11 @@ TEST(SampleInstallerFails, WithStatus3WhenAVolumeBelongsToAnotherMedia) {
     std::string layout, first, marker, warning;
   };
   const std::vector<Row> rows = {
-      {"flat", "media", "media/2.txt", "Volume 2 of OTHER found in the directory of SAMPLE-1"},
+      {"flat", "media", "media/2.txt", says::WrongBeside("2", "OTHER", "SAMPLE-1")},
       {"sibling", "media/1", "media/2/2.txt",
-       "Volume 2 of OTHER found in {media/2} instead of SAMPLE-1"},
+       says::Wrong("Volume 2", "OTHER", "{media/2}", "SAMPLE-1")},
       {"am", "media/1/media/1", "media/2/media/2/2.txt",
-       "Volume 2 of OTHER found in {media/2/media/2} instead of SAMPLE-1"},
+       says::Wrong("Volume 2", "OTHER", "{media/2/media/2}", "SAMPLE-1")},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.layout);
@@ -103,22 +80,19 @@ TEST(SampleInstallerFails, WithStatus3WhenAVolumeBelongsToAnotherMedia) {
     world.Directory().Write(row.marker, "MTBDIR=OTHER\n");
     const Outcome outcome = world.Start(row.first, {"--target", "{target}"});
     EXPECT_EQ(outcome.status, 3);
-    EXPECT_EQ(outcome.err,
-              world.Text(" WARN: " + row.warning + "\n" + says::Staged() + SaysMissing("2")));
-    EXPECT_EQ(DescribeTree(world.Path("target")),
-              world.TreeOf({.volumes = {row.first}, .state = "incomplete"}));
+    EXPECT_EQ(outcome.err, world.Text(row.warning + says::Staged() + SaysMissing("2")));
+    EXPECT_EQ(DescribeTree(world.Path("target")), world.TreeOf({.volumes = {row.first}, .of = 2}));
   }
 }
 
-TEST(SampleInstallerFails, RatherThanInstallAVolumeOfAnotherMediaNamedByAnOldVariable) {
+TEST(SampleInstallerFails, RatherThanTrustAnOldVariableOfAnotherMedia) {
   SampleWorld world;
   TwoOfThree(world);
   world.Media({.volumes = 3, .tag = "OTHER", .directory = "other"});
-  const Outcome outcome = world.Start("media/1", {"--target", "{target}"},
-                                      {.env = {{"KVLAdmInstVolumePath_3", "{other/3}"}}});
-  EXPECT_EQ(outcome.status, 3);
-  EXPECT_EQ(LastLineOf(outcome.err) + "\n", SaysMissing("3"));
-  EXPECT_EQ(DescribeTree(world.Path("target")), world.TreeOf(kTwoOfThree));
+  world.ExpectInstallation(
+      "media/1",
+      {3, kFoundTwo, Asks("3", "{media/3}"), says::Missing() + says::Staged() + SaysMissing("3")},
+      kTwoOfThree, {.env = {{"KVLAdmInstVolumePath_3", "{other/3}"}}});
 }
 
 /// Two volumes side by side in {media}, of which the second one gets damaged again and again.
@@ -132,17 +106,8 @@ class DamagedWorld : public SampleWorld {
   /// Claims that volume 1 is installed and volume 2 is refused with these messages; then the volume
   /// is whole again.
   void ExpectRefusal(const std::string& messages) const {
-    ExpectOutcome(*this, Start("media/1", {"--target", "{target}"}),
-                  {4,
-                   FindsInstallerIn("media/1") +
-                       " INFO: This media is composed of 2 volumes.\n"
-                       "       Volume 1 found in: {media/1}\n"
-                       "       Volume 2 found in: {media/2}\n"
-                       "Sample Suite: installing 2 volume(s) of SAMPLE-1 into: {target}\n"
-                       "Volume 1: installed 3 files from: {media/1}\n",
-                   messages});
-    EXPECT_EQ(DescribeTree(Path("target")),
-              TreeOf({.volumes = {"media/1"}, .state = "incomplete"}));
+    ExpectInstallation("media/1", {4, says::Volumes("2", {"{media/1}", "{media/2}"}), "", messages},
+                       {.volumes = {"media/1"}, .of = 2});
     fs::remove_all(Path("target"));
     fs::remove_all(Path("media/2"));
     fs::copy(Path("whole volume 2"), Path("media/2"), fs::copy_options::recursive);
@@ -213,17 +178,20 @@ TEST(SampleInstallerFails, WithStatus4WhenAFileIsNotWhatWasCopied) {
   }
 }
 
+std::string CannotWriteInto(const std::string& target) {
+  return "sample-installer: cannot write into the target directory: " + target;
+}
+
 TEST(SampleInstallerFails, WithStatus5WhenTheTargetCannotBeADirectory) {
   SampleWorld world;
   world.Media();
   world.Directory().Write("file", "kept");
   world.Directory().Link("dangling", "nowhere/at/all");
   const auto before = DescribeTreeExactly(world.Path("."));
-  for (const char* target : {"file", "file/below", "dangling"}) {
-    const Outcome outcome = world.Start("media", {"--target", std::string("{}/") + target});
+  for (const std::string target : {"{}/file", "{}/file/below", "{}/dangling"}) {
+    const Outcome outcome = world.Start("media", {"--target", target});
     EXPECT_EQ(outcome.status, 5);
-    EXPECT_EQ(LastLineOf(outcome.err),
-              world.Text("sample-installer: cannot write into the target directory: {}/") + target);
+    EXPECT_EQ(LastLineOf(outcome.err), world.Text(CannotWriteInto(target)));
   }
   EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
 }
@@ -236,8 +204,7 @@ TEST(SampleInstallerFails, WithStatus5WithoutThePermissionToWrite) {
       world.Start("media", {"--target", "{target}"}, {.before = GiveUpSuperpowers});
   if (outcome.status == kStillSuper) GTEST_SKIP() << "the superuser keeps its powers here";
   EXPECT_EQ(outcome.status, 5);
-  EXPECT_EQ(LastLineOf(outcome.err),
-            world.Text("sample-installer: cannot write into the target directory: {target}"));
+  EXPECT_EQ(LastLineOf(outcome.err), world.Text(CannotWriteInto("{target}")));
   EXPECT_THAT(DescribeTree(world.Path("target")), IsEmpty());
 }
 
@@ -248,68 +215,46 @@ TEST(SampleInstallerFails, WithStatus6WhenAnInstallationIsThereAlready) {
   for (const std::string state : {"installed", "committed", "incomplete"}) {
     world.Directory().Write("target/.sample-suite/state", state + "\n");
     const auto before = DescribeTreeExactly(world.Path("."));
-    const Outcome outcome = world.Start("media", {"--target", "{target}"});
     ExpectOutcome(
-        world, outcome,
-        {6,
-         FindsInstallerIn("media") +
-             "Sample Suite: installing 1 volume(s) of SAMPLE-1 into: {target}\n",
+        world, world.Start("media", {"--target", "{target}"}),
+        {6, FindsInstallerIn("media") + SaysInstalled({.of = 1}),
          "sample-installer: an installation is there already (" + state + "): {target}\n"});
     EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
   }
 }
 
-/// What is in the way of an installation, and where.
-struct Obstacle {
-  std::string name;
-  std::function<void(const SampleWorld&, const std::string&)> put;
-};
-
-/// The obstacle stops the installation, and undoing what was installed leaves the obstacle alone.
-void ExpectInTheWay(const SampleWorld& world, const Obstacle& obstacle) {
-  SCOPED_TRACE(obstacle.name);
-  fs::remove_all(world.Path("target"));
-  obstacle.put(world, "target/" + obstacle.name);
-  const auto before = DescribeTree(world.Path("target"));
-  const Outcome outcome = world.Start("media", {"--target", "{target}"});
-  EXPECT_EQ(outcome.status, 6);
-  EXPECT_EQ(LastLineOf(outcome.err),
-            world.Text("sample-installer: the target has such a file already: {target/" +
-                       obstacle.name + "}"));
-  EXPECT_EQ(ReadFile(world.Path("target/.sample-suite/state")), "incomplete\n");
-  EXPECT_EQ(world.Start("media", {"-SoftMgt", "-Rollback", "--target", "{target}"}).status, 0);
-  EXPECT_EQ(DescribeTree(world.Path("target")), before);
-}
-
-const auto kPutFile = [](const SampleWorld& world, const std::string& name) {
-  world.Directory().Write(name, "kept");
-};
-const auto kPutDanglingLink = [](const SampleWorld& world, const std::string& name) {
-  world.Directory().Link(name, "nowhere");
-};
-const auto kPutDirectory = [](const SampleWorld& world, const std::string& name) {
-  world.Directory().MakeDir(name);
-};
-
-TEST(SampleInstallerFails, WithStatus6WhenSomethingHasTheNameOfAPayloadFile) {
+TEST(SampleInstallerFails, WithStatus6WhenSomethingHasTheNameOfAFileOrDirectory) {
+  enum class Kind { kFile, kDanglingLink, kDirectory };
   SampleWorld world;
   world.Media();
-  ExpectInTheWay(world, {"bin/sample-tool-1", kPutFile});
-  ExpectInTheWay(world, {"bin/sample-tool-1", kPutDanglingLink});
-  ExpectInTheWay(world, {"share/sample suite/volume 1/table.dat", kPutDirectory});
-}
-
-TEST(SampleInstallerFails, WithStatus6WhenAFileHasTheNameOfAPayloadDirectory) {
-  SampleWorld world;
-  world.Media();
-  ExpectInTheWay(world, {"bin", kPutFile});
-  ExpectInTheWay(world, {"share/sample suite", kPutDanglingLink});
+  for (const auto& [name, kind] : {std::pair("bin/sample-tool-1", Kind::kFile),
+                                   {"bin/sample-tool-1", Kind::kDanglingLink},
+                                   {"share/sample suite/volume 1/table.dat", Kind::kDirectory},
+                                   {"bin", Kind::kFile},
+                                   {"share/sample suite", Kind::kDanglingLink}}) {
+    const std::string obstacle = std::string("target/") + name;
+    SCOPED_TRACE(obstacle);
+    fs::remove_all(world.Path("target"));
+    if (kind == Kind::kFile) world.Directory().Write(obstacle, "kept");
+    if (kind == Kind::kDanglingLink) world.Directory().Link(obstacle, "nowhere");
+    if (kind == Kind::kDirectory) world.Directory().MakeDir(obstacle);
+    const auto before = DescribeTree(world.Path("target"));
+    const Outcome outcome = world.Start("media", {"--target", "{target}"});
+    EXPECT_EQ(outcome.status, 6);
+    EXPECT_EQ(
+        LastLineOf(outcome.err),
+        world.Text("sample-installer: the target has such a file already: {" + obstacle + "}"));
+    EXPECT_EQ(ReadFile(world.Path("target/.sample-suite/state")), "incomplete\n");
+    // Undoing what was installed leaves the obstacle alone.
+    EXPECT_EQ(world.Start("media", {"-SoftMgt", "-Rollback", "--target", "{target}"}).status, 0);
+    EXPECT_EQ(DescribeTree(world.Path("target")), before);
+  }
 }
 
 TEST(SampleInstallerFails, WithStatus2WhenTheArgumentsMakeNoSense) {
   const std::string needs_directory = " needs a directory (one that begins with - as ./-...)";
   const std::string action = "Radio_KVLSoftwareMgtCheck?";
-  const std::vector<std::pair<Lines, std::string>> rows = {
+  const std::vector<std::pair<std::vector<std::string>, std::string>> rows = {
       {{}, "--target DIR is missing"},
       {{"--var", "a=b"}, "--target DIR is missing"},
       {{"--target"}, "--target" + needs_directory},

@@ -6,11 +6,6 @@
 namespace kvl::test {
 namespace {
 
-constexpr char kFiles[] =
-    "  bin/sample-tool-1\n"
-    "  share/sample suite/volume 1/read me.txt\n"
-    "  share/sample suite/volume 1/table.dat\n";
-
 /// A media of one volume in {media}.
 class ManagedWorld : public SampleWorld {
  public:
@@ -28,29 +23,37 @@ class ManagedWorld : public SampleWorld {
 
   std::vector<std::string> Target() const { return DescribeTree(Path("target")); }
   std::vector<std::string> InstalledTree(const std::string& state) const {
-    return TreeOf({.volumes = {"media"}, .media = "SAMPLE-1, 1 volume(s)", .state = state});
+    return TreeOf({.volumes = {"media"}, .state = state});
   }
 };
+
+std::string Lists(const std::string& media) {
+  return media +
+         ", in: {target}\n"
+         "  bin/sample-tool-1\n"
+         "  share/sample suite/volume 1/read me.txt\n"
+         "  share/sample suite/volume 1/table.dat\n";
+}
+
+const std::string kAllRight = "All 3 files are right in: {target}\n";
 
 TEST(SampleInstallerManages, ListAndCheckTellAboutEveryFileAndChangeNothing) {
   const ManagedWorld world;
   world.Install();
   const auto before = DescribeTreeExactly(world.Path("."));
-  world.Expect("-List",
-               {0, std::string("SAMPLE-1, 1 volume(s), installed, in: {target}\n") + kFiles, ""});
-  world.Expect("-Check", {0, "All 3 files are right in: {target}\n", ""});
+  world.Expect("-List", {0, Lists("SAMPLE-1, 1 volume(s), installed"), ""});
+  world.Expect("-Check", {0, kAllRight, ""});
   EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
 }
 
 TEST(SampleInstallerManages, CommitChecksAndIsFinal) {
   const ManagedWorld world;
   world.Install();
-  const std::string committed = "All 3 files are right in: {target}\nFinal from now on: {target}\n";
+  const std::string committed = kAllRight + "Final from now on: {target}\n";
   world.Expect("-Commit", {0, committed, ""});
   EXPECT_EQ(world.Target(), world.InstalledTree("committed"));
-  world.Expect("-List",
-               {0, std::string("SAMPLE-1, 1 volume(s), committed, in: {target}\n") + kFiles, ""});
-  world.Expect("-Check", {0, "All 3 files are right in: {target}\n", ""});
+  world.Expect("-List", {0, Lists("SAMPLE-1, 1 volume(s), committed"), ""});
+  world.Expect("-Check", {0, kAllRight, ""});
   world.Expect("-Commit", {0, committed, ""});
   world.Expect("-Rollback", {7, "", "sample-installer: committed, cannot be undone: {target}\n"});
   EXPECT_EQ(world.Target(), world.InstalledTree("committed"));
@@ -126,8 +129,7 @@ TEST(SampleInstallerManages, AnIncompleteInstallationCanBeListedAndUndoneOnly) {
   fs::remove_all(world.Path("three/2"));
   ASSERT_EQ(world.Start("three/1", {"--target", "{target}"}).status, 3);
   const std::string incomplete = "sample-installer: incomplete: {target}\n";
-  world.Expect("-List",
-               {0, std::string("SAMPLE-1, 3 volume(s), incomplete, in: {target}\n") + kFiles, ""});
+  world.Expect("-List", {0, Lists("SAMPLE-1, 3 volume(s), incomplete"), ""});
   world.Expect("-Check", {7, "", incomplete});
   world.Expect("-Commit", {7, "", incomplete});
   world.Expect("-Rollback", {0, "Removed from: {target}\n", ""});

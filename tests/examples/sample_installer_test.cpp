@@ -6,82 +6,28 @@
 namespace kvl::test {
 namespace {
 
-/// The installer's messages for a media of two volumes that are all there, into {target}.
-std::string InstallsTwo(const std::string& first, const std::string& second) {
-  return "Sample Suite: installing 2 volume(s) of SAMPLE-1 into: {target}\n"
-         "Volume 1: installed 3 files from: " +
-         first +
-         "\n"
-         "Volume 2: installed 3 files from: " +
-         second +
-         "\n"
-         "Installed 6 files. Everything is in place.\n";
-}
-
-TEST(SampleInstaller, InstallsASingleVolumeInPlace) {
-  SampleWorld world;
-  world.Media();
-  const Outcome outcome = world.Start("media", {"--target", "{target}"});
-  ExpectOutcome(world, outcome,
-                {0,
-                 FindsInstallerIn("media") +
-                     "Sample Suite: installing 1 volume(s) of SAMPLE-1 into: {target}\n"
-                     "Volume 1: installed 3 files from: {media}\n"
-                     "Installed 3 files. Everything is in place.\n",
-                 ""});
-  EXPECT_EQ(DescribeTree(world.Path("target")),
-            world.TreeOf({.volumes = {"media"}, .media = "SAMPLE-1, 1 volume(s)"}));
-  EXPECT_THAT(DescribeTree(world.Path("tmp")), IsEmpty());
-}
-
-TEST(SampleInstaller, InstallsVolumesThatLieTogetherInPlace) {
-  SampleWorld world;
-  world.Media({.layout = "flat"});
-  const Outcome outcome = world.Start("media", {"--target", "{target}"});
-  ExpectOutcome(world, outcome,
-                {0,
-                 FindsInstallerIn("media") +
-                     " INFO: This media is composed of 2 volumes.\n"
-                     "       All volumes found in: {media}\n" +
-                     InstallsTwo("{media}", "{media}"),
-                 ""});
-  EXPECT_EQ(DescribeTree(world.Path("target")), world.TreeOf({.volumes = {"media", "media"}}));
-  EXPECT_THAT(DescribeTree(world.Path("tmp")), IsEmpty());
-}
-
-TEST(SampleInstaller, InstallsVolumesThatLieSideBySideInPlace) {
-  SampleWorld world;
-  world.Media({.layout = "sibling"});
-  const Outcome outcome = world.Start("media/1", {"--target", "{target}"});
-  ExpectOutcome(world, outcome,
-                {0,
-                 FindsInstallerIn("media/1") +
-                     " INFO: This media is composed of 2 volumes.\n"
-                     "       Volume 1 found in: {media/1}\n"
-                     "       Volume 2 found in: {media/2}\n" +
-                     InstallsTwo("{media/1}", "{media/2}"),
-                 ""});
-  EXPECT_EQ(DescribeTree(world.Path("target")), world.TreeOf({.volumes = {"media/1", "media/2"}}));
-  EXPECT_THAT(DescribeTree(world.Path("tmp")), IsEmpty());
-}
-
-TEST(SampleInstaller, InstallsVolumesInAnOuterSetOfVolumesInPlace) {
-  SampleWorld world;
-  world.Media({.layout = "am"});
-  const Outcome outcome = world.Start("media/1/media/1", {"--target", "{target}"});
-  ExpectOutcome(world, outcome,
-                {0,
-                 FindsInstallerIn("media/1/media/1") +
-                     " INFO: This media is composed of 2 volumes.\n"
-                     "       Volume 1 found in: {media/1/media/1}\n"
-                     "       AM volume 1 found in: {media/1}\n"
-                     "       AM volume 2 found in: {media/2}\n"
-                     "       Volume 2 found in: {media/2/media/2}\n" +
-                     InstallsTwo("{media/1/media/1}", "{media/2/media/2}"),
-                 ""});
-  EXPECT_EQ(DescribeTree(world.Path("target")),
-            world.TreeOf({.volumes = {"media/1/media/1", "media/2/media/2"}}));
-  EXPECT_THAT(DescribeTree(world.Path("tmp")), IsEmpty());
+TEST(SampleInstaller, InstallsEveryLayoutInPlace) {
+  struct Row {
+    std::string layout, first, second, search;
+  };
+  const std::string one = "media/1/media/1", two = "media/2/media/2";
+  const std::vector<Row> rows = {
+      {"single", "media", "", ""},
+      {"flat", "media", "media", says::Volumes("2", {}) + says::AllFound("{media}")},
+      {"sibling", "media/1", "media/2", says::Volumes("2", {"{media/1}", "{media/2}"})},
+      {"am", one, two,
+       says::Volumes("2", {"{" + one + "}"}) + says::FoundAm("1", "{media/1}") +
+           says::FoundAm("2", "{media/2}") + says::Found("2", "{" + two + "}")},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.layout);
+    SampleWorld world;
+    world.Media({.layout = row.layout, .volumes = row.second.empty() ? 1 : 2});
+    Installation installation = {.volumes = {row.first}};
+    if (!row.second.empty()) installation.volumes.push_back(row.second);
+    world.ExpectInstallation(row.first, {.search = row.search}, installation);
+    EXPECT_THAT(DescribeTree(world.Path("tmp")), IsEmpty());
+  }
 }
 
 TEST(SampleInstaller, InstallsMoreThanNineVolumes) {
@@ -90,7 +36,7 @@ TEST(SampleInstaller, InstallsMoreThanNineVolumes) {
   const Outcome outcome = world.Start("media/1", {"--target", "{target}"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_EQ(LastLineOf(outcome.out), "Installed 30 files. Everything is in place.");
-  Installation ten = {.media = "SAMPLE-1, 10 volume(s)"};
+  Installation ten;
   for (int i = 1; i <= 10; ++i) ten.volumes.push_back("media/" + std::to_string(i));
   EXPECT_EQ(DescribeTree(world.Path("target")), world.TreeOf(ten));
 }
@@ -105,15 +51,8 @@ TEST(SampleInstaller, OddNamesOfMediaAndTargetAreNoTrouble) {
   const std::string shown = "{}/it's [a]\n       media*/";
   ExpectOutcome(world, outcome,
                 {0,
-                 " INFO: " + shown +
-                     "1/inst/linux/code/bin/sample-installer\n"
-                     " INFO: Installer found in current media: \"" +
-                     shown +
-                     "1/inst/linux/code/bin/sample-installer\".\n"
-                     " INFO: This media is composed of 2 volumes.\n"
-                     "       Volume 1 found in: " +
-                     shown + "1\n       Volume 2 found in: " + shown +
-                     "2\n"
+                 says::FoundInCurrentMedia(shown + "1/inst/linux/code/bin/sample-installer") +
+                     says::Volumes("2", {shown + "1", shown + "2"}) +
                      "Sample Suite: installing 2 volume(s) of SAMPLE-1 into: {the 'target'\n*}\n"
                      "Volume 1: installed 3 files from: {it's [a]\nmedia*/1}\n"
                      "Volume 2: installed 3 files from: {it's [a]\nmedia*/2}\n"
@@ -138,8 +77,7 @@ TEST(SampleInstaller, OtherFilesInTheTargetStayAsTheyAre) {
   SampleWorld world;
   world.Media();
   world.Volume("target").File("bin/other", "kept").File("notes", "kept").Dir("share");
-  std::vector<std::string> expected =
-      world.TreeOf({.volumes = {"media"}, .media = "SAMPLE-1, 1 volume(s)"});
+  std::vector<std::string> expected = world.TreeOf({.volumes = {"media"}});
   expected.push_back("f 644 bin/other = kept");
   expected.push_back("f 644 notes = kept");
   EXPECT_EQ(world.Start("media", {"--target", "{target}"}).status, 0);
@@ -196,22 +134,15 @@ TEST(SampleInstaller, StagedItGoesOnWithAVolumeThatArrivesWhenItIsAskedFor) {
   world.Media({.volumes = 3});
   fs::rename(world.Path("media/3"), world.Path("volume 3"));
   const Outcome outcome = StartAndBringVolume(world, "media/1", "volume 3", "media/3");
-  ExpectOutcome(world, outcome,
-                {0,
-                 FindsInstallerIn("media/1") +
-                     " INFO: This media is composed of 3 volumes.\n"
-                     "       Volume 1 found in: {media/1}\n"
-                     "       Volume 2 found in: {media/2}\n"
-                     "Sample Suite: installing 3 volume(s) of SAMPLE-1 into: {target}\n"
-                     "Volume 1: installed 3 files from: {media/1}\n"
-                     "Volume 2: installed 3 files from: {media/2}\n"
-                     "Volume 3 of SAMPLE-1 is expected in: {media/3} (Enter when it is there)\n"
-                     "Volume 3: installed 3 files from: {media/3}\n"
-                     "Installed 9 files. Everything is in place.\n",
-                 says::Missing() + says::Staged()});
-  EXPECT_EQ(DescribeTree(world.Path("target")),
-            world.TreeOf(
-                {.volumes = {"media/1", "media/2", "media/3"}, .media = "SAMPLE-1, 3 volume(s)"}));
+  const Installation three = {.volumes = {"media/1", "media/2", "media/3"}};
+  std::string installed = SaysInstalled(three);
+  installed.insert(installed.find("Volume 3"),
+                   "Volume 3 of SAMPLE-1 is expected in: {media/3} (Enter when it is there)\n");
+  ExpectOutcome(
+      world, outcome,
+      {0, FindsInstallerIn("media/1") + says::Volumes("3", {"{media/1}", "{media/2}"}) + installed,
+       says::Missing() + says::Staged()});
+  EXPECT_EQ(DescribeTree(world.Path("target")), world.TreeOf(three));
 }
 
 TEST(SampleInstaller, AVolumeBesideTheMediaIsTakenEvenBelowAnOuterSetOfOthers) {
@@ -232,10 +163,7 @@ TEST(SampleInstaller, ANumberOfVolumesBelowTwoMeansOne) {
     SCOPED_TRACE(number);
     world.Volume("media").Announces(number);
     fs::remove_all(world.Path("target"));
-    const Outcome outcome = world.Start("media", {"--target", "{target}"});
-    EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(DescribeTree(world.Path("target")),
-              world.TreeOf({.volumes = {"media"}, .media = "SAMPLE-1, 1 volume(s)"}));
+    world.ExpectInstallation("media", {}, {.volumes = {"media"}});
   }
 }
 
@@ -243,20 +171,10 @@ TEST(SampleInstaller, AMediaWithoutAMarkerOfItsFirstVolumeIsKnownByItsPayload) {
   SampleWorld world;
   world.Media({.layout = "sibling"});
   fs::remove(world.Path("media/1/1.txt"));
-  const Outcome outcome = world.Start("media/1", {"--target", "{target}"});
-  ExpectOutcome(
-      world, outcome,
-      {0,
-       FindsInstallerIn("media/1") + " INFO: This media is composed of 2 volumes.\n"
-                                     "Sample Suite: installing 2 volume(s) into: {target}\n"
-                                     "Volume 1: installed 3 files from: {media/1}\n"
-                                     "Volume 2: installed 3 files from: {media/2}\n"
-                                     "Installed 6 files. Everything is in place.\n",
-       " WARN: 1.txt not found or not accessible in: {media/1}\n"
-       "       Please make sure you copied the whole volume.\n" +
-           says::Staged()});
-  EXPECT_EQ(DescribeTree(world.Path("target")),
-            world.TreeOf({.volumes = {"media/1", "media/2"}, .media = "no tag, 2 volume(s)"}));
+  world.ExpectInstallation(
+      "media/1",
+      {.search = says::ComposedOf("2"), .err = says::NoFirstMarker("{media/1}") + says::Staged()},
+      {.volumes = {"media/1", "media/2"}, .tag = ""});
 }
 
 TEST(SampleInstaller, ReadsTheNumberOfVolumesAndTheTagsAsTheLauncherDoes) {
@@ -264,15 +182,9 @@ TEST(SampleInstaller, ReadsTheNumberOfVolumesAndTheTagsAsTheLauncherDoes) {
   world.Media({.layout = "sibling"});
   world.Volume("media/1").Announces(" +2 volumes").File("1.txt", "MTBDIR=SAMPLE-1\r\n");
   world.Volume("media/2").File("2.txt", " MTBDIR=x\nMTBDIR=SAMPLE-1\nMTBDIR=y\n");
-  const Outcome outcome = world.Start("media/1", {"--target", "{target}"});
-  ExpectOutcome(world, outcome,
-                {0,
-                 FindsInstallerIn("media/1") +
-                     " INFO: This media is composed of  +2 volumes volumes.\n"
-                     "       Volume 1 found in: {media/1}\n"
-                     "       Volume 2 found in: {media/2}\n" +
-                     InstallsTwo("{media/1}", "{media/2}"),
-                 ""});
+  world.ExpectInstallation("media/1",
+                           {.search = says::Volumes(" +2 volumes", {"{media/1}", "{media/2}"})},
+                           {.volumes = {"media/1", "media/2"}});
 }
 
 TEST(SampleInstaller, TakesItsTextsFromTheFirstCatalogueOfThePathList) {

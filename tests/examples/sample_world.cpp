@@ -9,6 +9,10 @@ namespace {
 
 constexpr char kPath[] = "/usr/bin:/bin";
 
+std::string CountOf(const Installation& installation) {
+  return std::to_string(std::max(installation.of, installation.volumes.size())) + " volume(s)";
+}
+
 }  // namespace
 
 void SampleWorld::Media(const MediaPlan& plan) const {
@@ -56,7 +60,8 @@ std::vector<std::string> SampleWorld::TreeOf(const Installation& installation) c
     files += ReadFile(payload + ".cksum");
     directories += "share/sample suite/volume " + std::to_string(number) + "\n";
   }
-  model.Write(".sample-suite/media", installation.media + "\n");
+  const std::string tag = installation.tag.empty() ? "no tag" : installation.tag;
+  model.Write(".sample-suite/media", tag + ", " + CountOf(installation) + "\n");
   model.Write(".sample-suite/state", installation.state + "\n");
   model.Write(".sample-suite/files", files);
   model.Write(".sample-suite/directories", directories);
@@ -73,6 +78,15 @@ std::string SampleWorld::WithoutStaging(std::string text) const {
   return text;
 }
 
+void SampleWorld::ExpectInstallation(const std::string& first_volume, const Told& told,
+                                     const Installation& left, const StartPlan& plan) const {
+  ExpectOutcome(
+      *this, Start(first_volume, {"--target", "{target}"}, plan),
+      {told.status, FindsInstallerIn(first_volume) + told.search + SaysInstalled(left) + told.asked,
+       told.err});
+  EXPECT_EQ(DescribeTree(Path("target")), TreeOf(left));
+}
+
 void ExpectOutcome(const SampleWorld& world, const Outcome& seen, const Outcome& expected) {
   EXPECT_EQ(seen.status, expected.status);
   EXPECT_EQ(seen.out, world.Text(expected.out));
@@ -82,6 +96,18 @@ void ExpectOutcome(const SampleWorld& world, const Outcome& seen, const Outcome&
 std::string FindsInstallerIn(const std::string& first_volume) {
   const std::string installer = "{" + first_volume + "/inst/linux/code/bin/sample-installer}";
   return says::FoundInCurrentMedia(installer);
+}
+
+std::string SaysInstalled(const Installation& installation) {
+  const std::string of = installation.tag.empty() ? "" : " of " + installation.tag;
+  std::string text = "Sample Suite: installing " + CountOf(installation) + of + " into: {target}\n";
+  std::size_t volumes = 0;
+  for (const std::string& directory : installation.volumes) {
+    text +=
+        "Volume " + std::to_string(++volumes) + ": installed 3 files from: {" + directory + "}\n";
+  }
+  if (installation.state != "installed") return text;
+  return text + "Installed " + std::to_string(3 * volumes) + " files. Everything is in place.\n";
 }
 
 void GiveUpSuperpowers() {

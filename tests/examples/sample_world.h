@@ -2,8 +2,7 @@
 // what examples/sample-installer makes of them when the built launcher starts it through their start
 // scripts.
 //
-// {tmp} is TMPDIR. All texts given to it are as
-// in MediaWorld, but {staging} is of no use here, see WithoutStaging.
+// {tmp} is TMPDIR. All texts given to it are as in MediaWorld, but {staging} is of no use here, see WithoutStaging.
 #pragma once
 
 #include "tests/support/media_world.h"
@@ -32,10 +31,18 @@ struct StartPlan {
 
 /// What an installation is to have left in its target.
 struct Installation {
-  /// The directories of the volumes installed, in their order.
-  std::vector<std::string> volumes = {};
-  std::string media = "SAMPLE-1, 2 volume(s)";
-  std::string state = "installed";
+  std::vector<std::string> volumes = {};  ///< the directories of those installed, in their order
+  std::size_t of = 0;                     ///< so many there are; 0: all are installed
+  std::string tag = "SAMPLE-1";
+  std::string state = of > volumes.size() ? "incomplete" : "installed";
+};
+
+/// What a run is to say, besides what every installation says, and its status.
+struct Told {
+  int status = 0;
+  std::string search = {};  ///< of the launcher, about volumes
+  std::string asked = {};   ///< on standard output, behind the volumes installed
+  std::string err = {};
 };
 
 /// New files in it have the modes 644 and 755, whoever runs the tests, and all programs are started
@@ -57,6 +64,10 @@ class SampleWorld : private ScopedUmask, public MediaWorld {
   /// The whole tree that the target of such an installation is to hold, see DescribeTree.
   std::vector<std::string> TreeOf(const Installation& installation) const;
 
+  /// Installs the media into {target}, and claims what that says and leaves there.
+  void ExpectInstallation(const std::string& first_volume, const Told& told,
+                          const Installation& left, const StartPlan& plan = {}) const;
+
   /// The text with each directory below {tmp} written as "<staging>".
   std::string WithoutStaging(std::string text) const;
 };
@@ -67,6 +78,9 @@ void ExpectOutcome(const SampleWorld& world, const Outcome& seen, const Outcome&
 /// The launcher's messages about the installer of a media whose first volume lies in that
 /// directory.
 std::string FindsInstallerIn(const std::string& first_volume);
+
+/// What the installer says of an installation, its questions left out.
+std::string SaysInstalled(const Installation& installation);
 
 /// To be called before a program that is to ask for permissions even when the superuser runs the
 /// tests. Where that is impossible, the program is not started and the status is kStillSuper.

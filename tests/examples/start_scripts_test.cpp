@@ -27,16 +27,22 @@ ChildReport ReportOf(const SampleWorld& world, const Call& call) {
   return ReadReport(world.Path("report"));
 }
 
-/// Every row calls a start script in its own way and names the media directory to be found.
-void ExpectMediaDirectories(const SampleWorld& world,
-                            const std::vector<std::pair<Call, std::string>>& rows) {
-  for (const auto& [call, media] : rows) {
+/// A call, and the media directory that the script finds.
+using Calls = std::vector<std::pair<Call, std::string>>;
+
+void ExpectMediaDirectories(const SampleWorld& world, const Calls& calls) {
+  for (const auto& [call, media] : calls) {
     SCOPED_TRACE(testing::PrintToString(call.command) + " in " + call.directory);
     ChildReport report = ReportOf(world, call);
     EXPECT_EQ(report.env["CurrentMediaDir"], world.Text(media));
     EXPECT_EQ(report.directory, world.Text(call.directory));
   }
 }
+
+const Environment kTmp = {{"TMPDIR", "{tmp}"}};
+/// Of a media in {media} and of one of several volumes in {media/1}.
+constexpr char kLauncher[] = "{media/inst/linux/code/bin/kvl-launcher}";
+constexpr char kLauncherOfTwo[] = "{media/1/inst/linux/code/bin/kvl-launcher}";
 
 TEST(StartScript, SetsFourVariablesAndChangesNoOther) {
   SampleWorld world;
@@ -65,18 +71,18 @@ TEST(StartScript, FindsItsMediaHoweverItIsCalled) {
   world.Directory().MakeDir("else where/a blank/media");
   const std::string media = "{a blank/media}";
   const Environment path = {{"PATH", media + ":/usr/bin:/bin"}};
-  ExpectMediaDirectories(world,
-                         {
-                             {{{media + "/StartTUI.sh"}}, media},
-                             {{{"a blank/media/StartTUI.sh"}}, media},
-                             {{{"/bin/sh", "StartTUI.sh"}, media}, media},
-                             {{{"/bin/sh", "a blank/media/StartTUI.sh"}}, media},
-                             {{{"/usr/bin/env", "StartTUI.sh"}, "{tmp}", path}, media},
-                             {{{"./a blank//media/./StartTUI.sh"}}, media},
-                             {{{"./StartTUI.sh"}, media}, media},
-                             {{{"media/StartTUI.sh"}, "{a blank}"}, media},
-                             {{{"../../a blank/media/StartTUI.sh"}, "{else where/a blank}"}, media},
-                         });
+  const Calls calls = {
+      {{{media + "/StartTUI.sh"}}, media},
+      {{{"a blank/media/StartTUI.sh"}}, media},
+      {{{"/bin/sh", "StartTUI.sh"}, media}, media},
+      {{{"/bin/sh", "a blank/media/StartTUI.sh"}}, media},
+      {{{"/usr/bin/env", "StartTUI.sh"}, "{tmp}", path}, media},
+      {{{"./a blank//media/./StartTUI.sh"}}, media},
+      {{{"./StartTUI.sh"}, media}, media},
+      {{{"media/StartTUI.sh"}, "{a blank}"}, media},
+      {{{"../../a blank/media/StartTUI.sh"}, "{else where/a blank}"}, media},
+  };
+  ExpectMediaDirectories(world, calls);
 }
 
 TEST(StartScript, FindsItsMediaThroughSymbolicLinksToIt) {
@@ -91,15 +97,13 @@ TEST(StartScript, FindsItsMediaThroughSymbolicLinksToIt) {
   world.Directory().Link("hop\n", "a blank/media/StartTUI.sh");
   world.Directory().Link("links/odd chain", "../hop\n");
   const std::string media = "{a blank/media}";
-  ExpectMediaDirectories(world, {
-                                    {{{"{links/absolute}"}}, media},
-                                    {{{"links/relative"}}, media},
-                                    {{{"./chain"}, "{links}"}, media},
-                                    {{{"/bin/sh", "chain"}, "{links}"}, media},
-                                    {{{"-dash"}, "{links}"}, media},
-                                    {{{"links/odd"}}, "{}/line feed\n"},
-                                    {{{"links/odd chain"}}, media},
-                                });
+  const Calls calls = {
+      {{{"{links/absolute}"}}, media},   {{{"links/relative"}}, media},
+      {{{"./chain"}, "{links}"}, media}, {{{"/bin/sh", "chain"}, "{links}"}, media},
+      {{{"-dash"}, "{links}"}, media},   {{{"links/odd"}}, "{}/line feed\n"},
+      {{{"links/odd chain"}}, media},
+  };
+  ExpectMediaDirectories(world, calls);
 }
 
 TEST(StartScript, ALinkedDirectoryKeepsItsNameButForDotDot) {
@@ -107,11 +111,12 @@ TEST(StartScript, ALinkedDirectoryKeepsItsNameButForDotDot) {
   world.MediaWithFakeLauncher("store/first");
   world.MediaWithFakeLauncher("store/media");
   world.Directory().Link("set/1", "../store/first");
-  ExpectMediaDirectories(world, {
-                                    {{{"{set/1}/StartTUI.sh"}}, "{set/1}"},
-                                    {{{"1/StartTUI.sh"}, "{set}"}, "{set/1}"},
-                                    {{{"set/1/../media/StartTUI.sh"}}, "{store/media}"},
-                                });
+  const Calls calls = {
+      {{{"{set/1}/StartTUI.sh"}}, "{set/1}"},
+      {{{"1/StartTUI.sh"}, "{set}"}, "{set/1}"},
+      {{{"set/1/../media/StartTUI.sh"}}, "{store/media}"},
+  };
+  ExpectMediaDirectories(world, calls);
 }
 
 TEST(StartScript, FindsItsMediaWhateverTheNamesAndCdpathAre) {
@@ -123,10 +128,9 @@ TEST(StartScript, FindsItsMediaWhateverTheNamesAndCdpathAre) {
     fs::rename(world.Path(std::exchange(place, name)), world.Path(name));
     world.Directory().MakeDir("elsewhere/" + name);
     const Environment cdpath = {{"CDPATH", "{elsewhere}"}};
-    ExpectMediaDirectories(world, {
-                                      {{{"{}/" + name + "/StartTUI.sh"}}, "{}/" + name},
-                                      {{{name + "/StartTUI.sh"}, "{}", cdpath}, "{}/" + name},
-                                  });
+    const Calls calls = {{{{"{}/" + name + "/StartTUI.sh"}}, "{}/" + name},
+                         {{{name + "/StartTUI.sh"}, "{}", cdpath}, "{}/" + name}};
+    ExpectMediaDirectories(world, calls);
   }
   EXPECT_FALSE(fs::exists(world.Path("x")));
 }
@@ -134,17 +138,16 @@ TEST(StartScript, FindsItsMediaWhateverTheNamesAndCdpathAre) {
 TEST(StartScript, HandsEveryArgumentOnAsItIs) {
   SampleWorld world;
   world.MediaWithFakeLauncher();
-  const std::string launcher = world.Path("media/inst/linux/code/bin/kvl-launcher");
-  const std::vector<std::string> odd = {"a b", "", "*", "\"", "'", "\\", "two\nlines\n", "-UI"};
-  std::vector<std::string> tui = {"{media}/StartTUI.sh"}, gui = {"{media}/StartGUI.sh"};
-  tui.insert(tui.end(), odd.begin(), odd.end());
-  gui.insert(gui.end(), odd.begin(), odd.end());
-  EXPECT_THAT(ReportOf(world, {tui}).arguments,
-              ElementsAre(launcher, "a b", "", "*", "\"", "'", "\\", "two\nlines\n", "-UI"));
-  EXPECT_THAT(ReportOf(world, {gui}).arguments,
-              ElementsAre(launcher, "-UI", "a b", "", "*", "\"", "'", "\\", "two\nlines\n", "-UI"));
-  EXPECT_THAT(ReportOf(world, {{"{media}/StartTUI.sh"}}).arguments, ElementsAre(launcher));
-  EXPECT_THAT(ReportOf(world, {{"{media}/StartGUI.sh"}}).arguments, ElementsAre(launcher, "-UI"));
+  using Words = std::vector<std::string>;
+  for (const Words& given : {Words{}, {"a b", "", "*", "\"", "'", "\\", "two\nlines\n", "-UI"}}) {
+    for (const std::string script : {"StartTUI.sh", "StartGUI.sh"}) {
+      Words command = {"{media}/" + script}, expected = {world.Text(kLauncher)};
+      if (script == "StartGUI.sh") expected.push_back("-UI");
+      command.insert(command.end(), given.begin(), given.end());
+      expected.insert(expected.end(), given.begin(), given.end());
+      EXPECT_EQ(ReportOf(world, {command}).arguments, expected);
+    }
+  }
 }
 
 TEST(StartScript, TheLauncherTakesItsPlaceAndEndsWithItsOwnStatus) {
@@ -169,10 +172,9 @@ void TwoVolumesWithFakeLauncher(const SampleWorld& world) {
 TEST(StartScript, OfSeveralVolumesStartsACopyWithoutAName) {
   SampleWorld world;
   TwoVolumesWithFakeLauncher(world);
-  const Environment tmp = {{"TMPDIR", "{tmp}"}};
   for (const std::string script : {"StartTUI.sh", "StartGUI.sh"}) {
     SCOPED_TRACE(script);
-    ChildReport report = ReportOf(world, {{"{media/1}/" + script, "a b", ""}, "{}", tmp});
+    ChildReport report = ReportOf(world, {{"{media/1}/" + script, "a b", ""}, "{}", kTmp});
     std::vector<std::string> arguments = {"/proc/self/fd/3", "a b", ""};
     if (script == "StartGUI.sh") arguments.insert(arguments.begin() + 1, "-UI");
     EXPECT_EQ(report.arguments, arguments);
@@ -193,7 +195,7 @@ TEST(StartScript, TakesADescriptorForTheCopyThatTheCallerDoesNotUse) {
       {{3}, "/proc/self/fd/4"},
       {{3, 4, 6, 9}, "/proc/self/fd/5"},
       {{3, 4, 5, 6, 7, 8}, "/proc/self/fd/9"},
-      {{3, 4, 5, 6, 7, 8, 9}, "{media/1/inst/linux/code/bin/kvl-launcher}"},
+      {{3, 4, 5, 6, 7, 8, 9}, kLauncherOfTwo},
   };
   SampleWorld world;
   TwoVolumesWithFakeLauncher(world);
@@ -220,15 +222,10 @@ std::string MediaWithInstaller(const SampleWorld& world, int volumes, const std:
 /// The shells of this machine, as words of a command.
 std::vector<std::vector<std::string>> Shells() {
   std::vector<std::vector<std::string>> shells;
-  for (const std::vector<std::string>& shell :
-       std::vector<std::vector<std::string>>{{"/bin/sh"},
-                                             {"/bin/dash"},
-                                             {"/bin/bash"},
-                                             {"/bin/busybox", "sh"},
-                                             {"/bin/ksh93"},
-                                             {"/bin/mksh"},
-                                             {"/usr/bin/yash"},
-                                             {"/bin/zsh"}}) {
+  for (const char* words : {"/bin/sh", "/bin/dash", "/bin/bash", "/bin/busybox sh", "/bin/ksh93",
+                            "/bin/mksh", "/usr/bin/yash", "/bin/zsh"}) {
+    std::istringstream stream(words);
+    const std::vector<std::string> shell(std::istream_iterator<std::string>(stream), {});
     if (fs::exists(shell.front())) shells.push_back(shell);
   }
   return shells;
@@ -282,19 +279,17 @@ TEST(StartScript, StartsTheLauncherOfTheMediaWhereItCannotBeCopied) {
     Environment env;
     std::function<void(const SampleWorld&)> change = [](const SampleWorld&) {};
   };
-  const auto without_number = [](const SampleWorld& world) {
-    fs::remove(world.Path("media/1/inst/volumes.txt"));
+  const std::string number = "media/1/inst/volumes.txt";
+  const auto remove = [&](const SampleWorld& world) { fs::remove(world.Path(number)); };
+  const auto pipe = [&](const SampleWorld& world) {
+    remove(world);
+    world.Directory().Pipe(number);
   };
   const std::vector<Row> rows = {
       {"no temporary directory", {{"TMPDIR", "{missing}"}}},
       {"no programs", {{"TMPDIR", "{tmp}"}, {"PATH", "{tmp}"}}},
-      {"no number of volumes", {{"TMPDIR", "{tmp}"}}, without_number},
-      {"a pipe for the number of volumes",
-       {{"TMPDIR", "{tmp}"}},
-       [&](const SampleWorld& world) {
-         without_number(world);
-         world.Directory().Pipe("media/1/inst/volumes.txt");
-       }},
+      {"no number of volumes", kTmp, remove},
+      {"a pipe for the number of volumes", kTmp, pipe},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.what);
@@ -302,7 +297,7 @@ TEST(StartScript, StartsTheLauncherOfTheMediaWhereItCannotBeCopied) {
     TwoVolumesWithFakeLauncher(world);
     row.change(world);
     EXPECT_THAT(ReportOf(world, {{"{media/1}/StartTUI.sh", "x"}, "{}", row.env}).arguments,
-                ElementsAre(world.Path("media/1/inst/linux/code/bin/kvl-launcher"), "x"));
+                ElementsAre(world.Text(kLauncherOfTwo), "x"));
     EXPECT_EQ(DescribeTree(world.Path("tmp")), std::vector<std::string>());
   }
 }
@@ -341,10 +336,8 @@ TEST(StartScript, ReadsTheNumberOfVolumesOnlyUpToABound) {
       std::vector<std::string> command = {"/usr/bin/timeout", "-s", "KILL", "20"};
       command.insert(command.end(), shell.begin(), shell.end());
       command.push_back("{media/1}/StartTUI.sh");
-      const Environment tmp = {{"TMPDIR", "{tmp}"}};
-      const std::string launcher = world.Path("media/1/inst/linux/code/bin/kvl-launcher");
-      EXPECT_THAT(ReportOf(world, {command, "{}", tmp}).arguments,
-                  ElementsAre(row.is_copied ? "/proc/self/fd/3" : launcher));
+      EXPECT_THAT(ReportOf(world, {command, "{}", kTmp}).arguments,
+                  ElementsAre(row.is_copied ? "/proc/self/fd/3" : world.Text(kLauncherOfTwo)));
       EXPECT_EQ(DescribeTree(world.Path("tmp")), std::vector<std::string>());
     }
   }
@@ -358,9 +351,8 @@ TEST(StartScript, StartsTheLauncherOfTheMediaWhereACopyIsOfNoUse) {
     for (const auto& [options, flags] : {std::pair("size=8k", 0UL), {"size=8m", MS_NOEXEC}}) {
       SCOPED_TRACE(options);
       const MemoryMount mount(world.Path("tmp"), std::string(options) + ",mode=1777", flags);
-      const Environment tmp = {{"TMPDIR", "{tmp}"}};
-      EXPECT_THAT(ReportOf(world, {{"{media/1}/StartTUI.sh", "x"}, "{}", tmp}).arguments,
-                  ElementsAre(world.Path("media/1/inst/linux/code/bin/kvl-launcher"), "x"));
+      EXPECT_THAT(ReportOf(world, {{"{media/1}/StartTUI.sh", "x"}, "{}", kTmp}).arguments,
+                  ElementsAre(world.Text(kLauncherOfTwo), "x"));
       EXPECT_EQ(DescribeTree(world.Path("tmp")), std::vector<std::string>());
     }
   });
