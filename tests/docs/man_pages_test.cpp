@@ -95,7 +95,7 @@ TEST_F(ManPages, HaveNoMessageThatTheCodeHasNot) {
                                       {"KVLInsIO.3", "ERRORS"}}) {
     for (const std::string& message : MessagesOf(page, section)) {
       // The code puts some together: behind the first word, a colon, a semicolon and a parenthesis.
-      const std::regex joint("^(\\w+) |; |: | \\("), put_in("<[^<>]*>");
+      const std::regex joint("^(\\w+) |; |: | \\("), put_in(" *<[^<>]*> *");
       const std::string text = std::regex_replace(message, joint, "$1<>");
       for (auto part = std::sregex_token_iterator(text.begin(), text.end(), put_in, -1);
            part != std::sregex_token_iterator(); ++part) {
