@@ -114,8 +114,8 @@ TEST_F(ManPages, HaveTheMessagesOfTheAdministratorsPage) {
     std::vector<std::string> messages = MessagesOf(page, "DIAGNOSTICS", subsection);
     for (const std::string& message : messages) {
       EXPECT_TRUE(std::any_of(texts.begin(), texts.end(),
-                              [&](const std::string& text) {
-                                return IsOneOf(text, {message, level + message});
+                              [&, marked = level + message](const std::string& text) {
+                                return IsOneOf(text, {message, marked});
                               }))
           << "not on the administrator's page: " << message;
     }
