@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 
+#include "companion/check/finding_catalogue.h"
 #include "companion/program.h"
 #include "companion/report/json_report.h"
 #include "companion/report/report_words.h"
@@ -46,25 +47,30 @@ void PrintJsonTables() {
   MediaReport report;
   std::set<std::string> words = {LayoutOf(report)};
   report.volumes_looked_for = true;
+  report.volumes.count = 2;
+  words.insert(LayoutOf(report));  // not known
+  words.insert(kLayoutNames.begin(), kLayoutNames.end());
   // More than any enumeration has; a value beyond counts as one of the others.
   for (int i = 0; i < 64; ++i) {
     words.insert({CodeOf(Expectation(i)), CodeOf(InstallerSource(i)), CodeOf(Severity(i)),
                   CodeOf(VolumeState(i))});
-    report.layout = Layout(i);
-    for (const int volumes : {1, 2}) {
-      report.volumes.count = volumes;
-      words.insert(LayoutOf(report));
-    }
   }
   Print("kvl-media.1 JSON, words", words);
 
   report.staged = true;  // so that the report has one of everything
   report.volumes.rows.emplace_back();
-  report.findings.Add({});
+  report.findings.Add(FindingKind::kColonInPath, "");
   const std::string json = JsonReport(report);
   const std::regex key("\"(\\w+)\":");
   Print("kvl-media.1 JSON, keys",
         std::set<std::string>(std::sregex_token_iterator(json.begin(), json.end(), key, 1), {}));
+}
+
+void PrintFindings() {
+  for (const FindingRow& row : FindingCatalogue()) {
+    std::cout << "kvl-media.1 FINDINGS: " << row.code << "\n"
+              << "kvl-media.1 FINDINGS: " << row.text << "; " << row.remedy << "\n";
+  }
 }
 
 }  // namespace
@@ -73,5 +79,6 @@ void PrintJsonTables() {
 int main() {
   kvl::PrintLauncherTables();
   kvl::PrintJsonTables();
+  kvl::PrintFindings();
   kvl::Print("kvl-media.1 EXIT STATUS", std::set{kvl::kFine, kvl::kProblems, kvl::kBadCall});
 }
