@@ -1,19 +1,20 @@
 // Whole runs of a caller whose directory is gone, or who blocks and ignores every signal.
 
-#include "tests/conditions/external_world.h"
+#include "tests/conditions/worlds.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
-constexpr int kSignals = 32;
+LaunchPlan InDeletedDirectory(LaunchWorld& world, const Environment& env) {
+  world.Volume("gone");
+  const std::string gone = world.Path("gone");
+  return {.env = env, .before = [gone] { ::rmdir(gone.c_str()); }, .directory = gone};
+}
 
 TEST(DeletedDirectory, HasNoPlaceForARelativeTemporaryDirectory) {
   ExternalWorld world;
-  world.Volume("gone");
-  const std::string gone = world.Path("gone");
-  LaunchPlan plan = {.env = {{"TMPDIR", "tmp"}}, .directory = gone};
-  plan.before = [&] { ::rmdir(gone.c_str()); };
+  LaunchPlan plan = InDeletedDirectory(world, {{"TMPDIR", "tmp"}});
   plan.arguments = {"-installerPath", "{ext}"};
   LaunchSeen seen = world.Launch("1", plan);
   seen.err = WithoutIdentifiers(seen.err);
@@ -23,48 +24,45 @@ TEST(DeletedDirectory, HasNoPlaceForARelativeTemporaryDirectory) {
 
 TEST(DeletedDirectory, HoldsNoRelativeMedia) {
   LaunchWorld world;
-  world.OneVolume().Volume("gone");
-  const std::string gone = world.Path("gone");
-  LaunchPlan plan = {.env = {{"CurrentMediaDir", "1"}}, .directory = gone};
-  plan.before = [&] { ::rmdir(gone.c_str()); };
-  ExpectRun(world, world.Launch("1", plan),
+  world.OneVolume();
+  ExpectRun(world, world.Launch("1", InDeletedDirectory(world, {{"CurrentMediaDir", "1"}})),
             {.status = 1,
              .out = SaysNoneIn("1"),
              .err = "ERROR: The installer is not found, please read the file "
                     "\"ReadMe_UNIX.txt\".\n"});
 }
 
+/// Every signal that can be blocked.
+std::vector<int> AllSignals() {
+  std::vector<int> signals;
+  for (int signal = 1; signal < 32; ++signal) {
+    if (signal != SIGKILL && signal != SIGSTOP) signals.push_back(signal);
+  }
+  return signals;
+}
+
 /// What is pending stays with the launcher, which ends before it could be delivered.
 TEST(Signals, ThatAreBlockedAndPendingChangeNothing) {
-  for (const bool staged : {false, true}) {
-    LaunchWorld world;
-    staged ? world.VolumeMissing() : world.OneVolume();
+  InPlaceAndStaged([](LaunchWorld& world, ExpectedRun expected) {
     const LaunchSeen seen = world.Run({.env = {{"FAKE_EXIT", "7"}}, .before = [] {
                                          sigset_t all;
                                          ::sigfillset(&all);
                                          ::sigprocmask(SIG_SETMASK, &all, nullptr);
-                                         for (int signal = 1; signal < kSignals; ++signal) {
-                                           if (signal == SIGKILL || signal == SIGSTOP) continue;
-                                           ::raise(signal);
-                                         }
+                                         for (const int signal : AllSignals()) ::raise(signal);
                                        }});
-    ExpectedRun expected = staged ? Staged() : InPlace();
     expected.status = 7;
     ExpectRun(world, seen, expected);
-    std::string blockable;
-    for (int signal = 1; signal < kSignals; ++signal) {
-      if (signal == SIGKILL || signal == SIGSTOP) continue;
-      blockable += std::to_string(signal) + " ";
-    }
-    EXPECT_EQ(seen.child.facts.at("blocked"), blockable);
-  }
+    std::string blocked;
+    for (const int signal : AllSignals()) blocked += std::to_string(signal) + " ";
+    EXPECT_EQ(seen.child.facts.at("blocked"), blocked);
+  });
 }
 
 TEST(Signals, ThatAreAllIgnoredStaySoForAStagedInstaller) {
   LaunchWorld world;
   world.VolumeMissing();
   const LaunchSeen seen = world.Run({.env = {{"FAKE_EXIT", "7"}}, .before = [] {
-                                       for (int signal = 1; signal < kSignals; ++signal) {
+                                       for (const int signal : AllSignals()) {
                                          ::signal(signal, SIG_IGN);
                                        }
                                      }});

@@ -1,7 +1,7 @@
 // Whole runs with as much, and as little, as the system lets a program have for its arguments and its
 // environment.
 
-#include "tests/launcher/launch_world.h"
+#include "tests/conditions/worlds.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
@@ -12,28 +12,13 @@ std::size_t LongestText() {
   return 32 * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
 }
 
-/// A quarter of the stack is what all of them may take together.
-constexpr rlim_t kStack = 8 * 1024 * 1024;
-constexpr std::size_t kAllTexts = kStack / 4;
-
-void SetStack() {
+/// Gives the texts as much room as they usually have: a quarter of the stack. False where that is not
+/// allowed.
+bool SetStack() {
   rlimit limit;
   ::getrlimit(RLIMIT_STACK, &limit);
-  limit.rlim_cur = kStack;
-  ::setrlimit(RLIMIT_STACK, &limit);
-}
-
-bool StackMayBeSet() {
-  rlimit limit;
-  return ::getrlimit(RLIMIT_STACK, &limit) == 0 && limit.rlim_max >= kStack;
-}
-
-/// A run whose installer the system would not start.
-ExpectedRun NotStarted(ExpectedRun expected) {
-  expected.status = 255;
-  expected.err += SaysCannotWait(CommandOf(expected.arguments));
-  expected.arguments = {};
-  return expected;
+  limit.rlim_cur = 8 * 1024 * 1024;
+  return ::setrlimit(RLIMIT_STACK, &limit) == 0;
 }
 
 /// Compares everything. Of arguments and messages that nobody could read in a failure, only the
@@ -50,15 +35,18 @@ void ExpectLongRun(const LaunchWorld& world, LaunchSeen seen, ExpectedRun expect
   ExpectRun(world, seen, expected);
 }
 
-TEST(Environment, OfAHundredThousandVariablesReachesTheInstallerWhole) {
-  if (!StackMayBeSet()) GTEST_SKIP() << "the stack may not become as large as it usually is";
-  constexpr int kVariables = 100'000;
+TEST(Environment, ThatFillsItsRoomReachesTheInstallerWhole) {
+  if (RunIsolated([] { return SetStack() ? 0 : 1; }).status != 0) {
+    GTEST_SKIP() << "the stack may not become as large as it usually is";
+  }
+  constexpr int kVariables = 10'000;
+  const std::string value(150, 'x');  // more than 80 % of the room, together
   LaunchPlan plan = {.env = {{"FAKE_EXIT", "7"}}, .before = SetStack};
-  for (int i = 0; i < kVariables; ++i) plan.env["v" + std::to_string(i)] = "";
+  for (int i = 0; i < kVariables; ++i) plan.env["v" + std::to_string(i)] = value;
   LaunchWorld world;
-  world.VolumeMissing();
+  world.OneVolume();
   const LaunchSeen seen = world.Run(plan);
-  ExpectedRun expected = Staged();
+  ExpectedRun expected = InPlace();
   expected.status = 7;
   ExpectRun(world, seen, expected);
   EXPECT_GT(seen.child.env.size(), std::size_t{kVariables});
@@ -67,14 +55,22 @@ TEST(Environment, OfAHundredThousandVariablesReachesTheInstallerWhole) {
 const std::vector<std::string> kUsualVariables = {"CurrentMediaDir",   "KVL_OS", "TMPDIR",
                                                   "KVL_Installer_EXE", "PATH",   "FAKE_REPORT"};
 
+/// With arguments, and without even a name of its own, which some systems then put in as an empty one.
 TEST(Environment, OfNothingAtAllFindsNoInstaller) {
   LaunchWorld world;
   world.VolumeMissing();
-  ExpectRun(world, world.Run({.without = kUsualVariables}),
-            {.status = 1,
-             .out = " INFO: /inst/code/bin\n INFO: No installer in the current media.\n",
-             .err = "ERROR: The installer is not found, please read the file "
-                    "\"ReadMe_UNIX.txt\".\n"});
+  const std::string launcher = BuiltProgram("kvl-launcher");
+  const std::function<void()> start_without_arguments = [&] {
+    char* nothing[] = {nullptr};
+    ::execve(launcher.c_str(), nothing, nothing);
+  };
+  for (const std::function<void()>& before : {std::function<void()>(), start_without_arguments}) {
+    ExpectRun(world, world.Run({.without = kUsualVariables, .before = before}),
+              {.status = 1,
+               .out = " INFO: /inst/code/bin\n INFO: No installer in the current media.\n",
+               .err = "ERROR: The installer is not found, please read the file "
+                      "\"ReadMe_UNIX.txt\".\n"});
+  }
 }
 
 TEST(Environment, OfNothingAtAllIsFilledByOptions) {
@@ -94,114 +90,42 @@ TEST(Environment, OfNothingAtAllIsFilledByOptions) {
   ExpectedRun expected = Staged();
   expected.status = 7;
   for (std::string* text : {&expected.out, &expected.arguments[0]}) {
-    for (std::size_t at; (at = text->find("/installer")) != std::string::npos;) {
-      text->replace(at, std::string("/installer").size(), "/KVLInsAppliODT.exe");
-    }
+    *text = std::regex_replace(*text, std::regex("/installer"), "/KVLInsAppliODT.exe");
   }
   expected.env.options = options;
   ExpectRun(world, world.Run(plan), expected);
 }
 
-/// Not even a name of its own, which some systems then put in as an empty one.
-TEST(Environment, AndArgumentsMayBothBeMissing) {
-  LaunchWorld world;
-  world.VolumeMissing();
-  const std::string launcher = BuiltProgram("kvl-launcher");
-  const LaunchSeen seen = world.Run({.before = [&] {
-    char* nothing[] = {nullptr};
-    ::execve(launcher.c_str(), nothing, nothing);
-  }});
-  EXPECT_EQ(seen.status, 1);
-  EXPECT_EQ(seen.out, " INFO: /inst/code/bin\n INFO: No installer in the current media.\n");
-  EXPECT_EQ(seen.err,
-            "ERROR: The installer is not found, please read the file \"ReadMe_UNIX.txt\".\n");
-}
-
-TEST(Arguments, AsLongAsTheSystemAllowsReachTheInstaller) {
-  const std::string longest(LongestText() - 1, 'x');
-  for (const bool staged : {false, true}) {
-    LaunchWorld world;
-    staged ? world.VolumeMissing() : world.OneVolume();
-    ExpectedRun expected = staged ? Staged() : InPlace();
-    expected.arguments.insert(expected.arguments.end(), {longest, "and", longest});
-    ExpectLongRun(world, world.Run({.arguments = {longest, "and", longest}}), expected);
-  }
-}
-
-/// Two arguments become one by the quotes in them, and that one is too long by a byte.
+/// Two arguments become one by the quotes in them: as long as the system allows, and longer by a byte.
 TEST(Arguments, ThatBecomeLongerThanTheSystemAllowsEndWith255) {
+  const std::string first(LongestText() / 2, 'x');
   for (const std::size_t too_long : {0U, 1U}) {
-    const std::string first(LongestText() / 2, 'x');
-    const std::string second(LongestText() - first.size() - std::string(" ").size() - 1 + too_long,
-                             'y');
+    const std::string second(LongestText() - (first + " ").size() - 1 + too_long, 'y');
     LaunchWorld world;
     world.OneVolume();
     // "xxx"" "yyy""  - the second pair of quotes holds the blank, and the last one nothing.
     const std::vector<std::string> arguments = {first + "\"", second + "\""};
-    ExpectedRun expected = InPlace();
-    if (too_long == 0) {
-      expected.arguments.push_back(first + " " + second);
-    } else {
-      expected.arguments.insert(expected.arguments.end(), arguments.begin(), arguments.end());
-      expected = NotStarted(expected);
-    }
-    ExpectLongRun(world, world.Run({.arguments = arguments}), expected);
+    ExpectedRun fits = InPlace(), fails = InPlace();
+    fits.arguments.push_back(first + " " + second);
+    fails.arguments.insert(fails.arguments.end(), arguments.begin(), arguments.end());
+    ExpectLongRun(world, world.Run({.arguments = arguments}),
+                  too_long == 0 ? fits : NotStarted(fails));
   }
 }
 
 /// The search path grows by that of the media, and its backup by a name and a mark.
 TEST(Environment, WithAVariableThatGrowsBeyondWhatTheSystemAllowsEndsWith255) {
-  for (const bool staged : {false, true}) {
-    LaunchWorld world;
-    staged ? world.VolumeMissing() : world.OneVolume();
+  InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& run) {
+    const bool staged = !run.left.media.empty();
     const std::string media = staged ? "tmp/" + std::string(36, 'I') : "1";
     const std::size_t grows =
         std::max(("PATH=" + world.Path(media + "/inst/linux/code/bin:")).size(),
                  std::string("KVL_BAK_PATH=KVL_BAK=").size());
-    const std::size_t longest = LongestText() - 1 - grows;
-    for (const std::size_t too_long : {0U, 1U}) {
-      world.EmptyTmp();
-      const std::string path = "/" + std::string(longest - 1 + too_long, 'x');
-      ExpectedRun expected = staged ? Staged() : InPlace();
-      if (too_long != 0) expected = NotStarted(expected);
-      ExpectLongRun(world, world.Run({.env = {{"PATH", path}}}), expected);
-    }
-  }
-}
-
-/// Everything that the system counts of a program's start.
-std::size_t RoomFor(const std::vector<std::string>& arguments, const Environment& env,
-                    const std::string& program) {
-  std::size_t room = program.size() + 1;
-  for (const std::string& argument : arguments) room += argument.size() + 1 + sizeof(char*);
-  for (const auto& [name, value] : env) room += name.size() + value.size() + 2 + sizeof(char*);
-  return room;
-}
-
-/// The launcher itself is started with less than the installer is to get, so its own start tells
-/// nothing.
-TEST(Arguments, ThatLeaveNoRoomForTheInstallersEndWith255) {
-  if (!StackMayBeSet()) GTEST_SKIP() << "the stack may not become as large as it usually is";
-  constexpr std::size_t kMargin = 512, kPiece = 100'000;
-  LaunchWorld world;
-  world.OneVolume();
-  const LaunchSeen without = world.Run({.before = SetStack});
-  ASSERT_TRUE(without.child.started);
-  const std::size_t taken =
-      RoomFor(without.child.arguments, without.child.env, without.child.arguments[0]);
-  const std::size_t pieces = (kAllTexts - taken) / (kPiece + 1 + sizeof(char*));
-  const std::size_t left =
-      kAllTexts - taken - pieces * (kPiece + 1 + sizeof(char*)) - 1 - sizeof(char*);
-  for (const bool fits : {true, false}) {
-    std::vector<std::string> arguments(pieces, std::string(kPiece, 'x'));
-    arguments.emplace_back(fits ? left - kMargin : left + kMargin, 'y');
-    const std::string launcher = BuiltProgram("kvl-launcher");
-    ASSERT_LT(RoomFor(arguments, without.given, launcher) + launcher.size(), kAllTexts - kMargin);
-    ExpectedRun expected = InPlace();
-    expected.arguments.insert(expected.arguments.end(), arguments.begin(), arguments.end());
-    if (!fits) expected = NotStarted(expected);
-    ExpectLongRun(world, world.Run({.arguments = arguments, .before = SetStack}), expected);
-  }
+    const std::string longest = "/" + std::string(LongestText() - 1 - grows - 1, 'x');
+    ExpectLongRun(world, world.Run({.env = {{"PATH", longest}}}), run);
+    world.EmptyTmp();
+    ExpectLongRun(world, world.Run({.env = {{"PATH", longest + "x"}}}), NotStarted(run));
+  });
 }
 
 }  // namespace

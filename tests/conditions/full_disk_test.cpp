@@ -3,46 +3,41 @@
 
 #include "tests/conditions/own_mounts.h"
 #include "tests/conditions/staging_model.h"
-#include "tests/launcher/launch_world.h"
-#include "tests/support/sanitized.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
-class FullDisk : public testing::Test {
+class FullDisk : public OwnMountsTest {
  protected:
-  void SetUp() override {
-    if (const std::string why = WhyNoOwnMounts(); !why.empty()) GTEST_SKIP() << why;
-    world_.VolumeMissing();
-  }
+  FullDisk() { world_.VolumeMissing(); }
 
-  bool IsEnough(const std::string& mount_options, const Room& room) {
-    const MemoryMount small(world_.Path("tmp"), mount_options);
-    return ExpectRunIn(world_, room);
+  /// The least amount that is enough, of those up to `most`.
+  long Enough(const std::string& option, long unit, long most,
+              const std::function<Room(long)>& room) {
+    long enough = 0;
+    RunWithOwnMounts([&] {
+      enough = FirstEnough(1, most, 1, [&](long amount) {
+        const MemoryMount small(world_.Path("tmp"), option + std::to_string(amount * unit));
+        return ExpectRunIn(world_, room(amount));
+      });
+    });
+    return enough;
   }
 
   LaunchWorld world_;
 };
 
 TEST_F(FullDisk, WithPagesForPartOfTheCopyNeverStartsTheInstaller) {
-  constexpr long kMedia = 600 * 1024;
-  constexpr long kMost = 256;
-  constexpr long kStep = kSanitized ? 16 : 1;  // a sanitizer makes each launch slow
   const long page = ::sysconf(_SC_PAGESIZE);
-  const long installer = static_cast<long>(fs::file_size(world_.Path(InstallerOf("1"))));
-  ASSERT_LT(installer, kMedia);
+  const auto installer = static_cast<long>(fs::file_size(world_.Path(InstallerOf("1"))));
   // A file that takes several writes, and one that fills its page.
+  constexpr long kSeveralWrites = 135'000;
   world_.Volume("1")
-      .File("media.db", DifferentBytes(kMedia - installer))
+      .File("media.db", DifferentBytes(kSeveralWrites))
       .File("StartGUI.sh", DifferentBytes(page));
-
-  RunWithOwnMounts([&] {
-    const long enough = FirstEnough(1, kMost, kStep, [&](long pages) {
-      return IsEnough("size=" + std::to_string(pages * page), {.pages = pages});
-    });
-    EXPECT_GT(enough, kMedia / page);
-  });
+  const long least = (installer + kSeveralWrites) / page, most = least + 16;
+  EXPECT_GT(Enough("size=", page, most, [](long pages) { return Room{.pages = pages}; }), least);
 }
 
 long EntriesIn(const std::string& directory) {
@@ -51,17 +46,14 @@ long EntriesIn(const std::string& directory) {
 }
 
 TEST_F(FullDisk, WithInodesForPartOfTheCopyNeverStartsTheInstaller) {
-  constexpr long kMost = 24;
   constexpr long kOfTheFileSystem = 1, kStagingDirectory = 1;
-  const auto pieces = static_cast<long>(StagedTree().pieces.size());
-  RunWithOwnMounts([&] {
-    const long enough = FirstEnough(1, kMost, 1, [&](long inodes) {
-      return IsEnough("nr_inodes=" + std::to_string(inodes), {.inodes = inodes - kOfTheFileSystem});
-    });
-    // The clean-up script alone may be missing.
-    EXPECT_EQ(enough,
-              kOfTheFileSystem + kStagingDirectory + pieces + EntriesIn(world_.Path("1/inst")));
-  });
+  // The clean-up script alone may be missing.
+  const long enough = kOfTheFileSystem + kStagingDirectory +
+                      static_cast<long>(StagedTree().pieces.size()) +
+                      EntriesIn(world_.Path("1/inst"));
+  EXPECT_EQ(Enough("nr_inodes=", 1, enough + 3,
+                   [](long inodes) { return Room{.inodes = inodes - kOfTheFileSystem}; }),
+            enough);
 }
 
 }  // namespace

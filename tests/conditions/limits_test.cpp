@@ -3,7 +3,7 @@
 
 #include "tests/conditions/ordinary_user.h"
 #include "tests/conditions/staging_model.h"
-#include "tests/launcher/launch_world.h"
+#include "tests/conditions/worlds.h"
 #include "tests/support/sanitized.h"
 #include "tests/support/system_faults.h"
 #include "tests/support/test.h"
@@ -36,7 +36,7 @@ TEST(Limits, OnDescriptorsEndTheStagingWhereOneIsMissing) {
   if (kSanitized) GTEST_SKIP() << "a sanitizer takes descriptors of its own";
   LaunchWorld world;
   world.VolumeMissing();
-  constexpr long kStreams = 3, kLeastForTheScan = 4, kMost = 16;
+  constexpr long kStreams = 3, kLeastForTheScan = 4, kMost = 11;
   const auto limited = [](long count) {
     return [=] {
       CloseAllButTheStreams();
@@ -71,19 +71,17 @@ TEST(Limits, OnDescriptorsThatLeaveNoneEndTheStagingAtItsBeginning) {
 }
 
 TEST(Limits, OnTheSizeOfFilesEndTheStagingAtTheFirstThatIsLonger) {
-  constexpr long kStep = kSanitized ? 32'768 : 4096;  // a sanitizer makes each launch slow
+  constexpr long kSeveralWrites = 150'000, kStep = 32'768;
   LaunchWorld world;
   world.VolumeMissing();
-  // Longer than two writes.
-  world.Volume("1").File("media.db", DifferentBytes(150'000));
+  world.Volume("1").File("media.db", DifferentBytes(kSeveralWrites));
   const auto run_within = [&](long size) {
     return ExpectRunIn(world, {.file_size = size}, {.before = [&] {
                          SetLimit(RLIMIT_FSIZE, size);
                          ::signal(SIGXFSZ, SIG_DFL);
                        }});
   };
-  const auto most = static_cast<long>(fs::file_size(world.Path(InstallerOf("1")))) + 150'000;
-  FirstEnough(0, most, kStep, run_within);
+  FirstEnough(0, kSeveralWrites + kStep, kStep, run_within);
   // Messages that are cut off, and the last byte of a write.
   for (const long size : {1L, 7L, 100L, 200L, 400L, 500L, 1000L, 65'535L, 65'537L, 131'071L}) {
     SCOPED_TRACE(size);
@@ -92,9 +90,7 @@ TEST(Limits, OnTheSizeOfFilesEndTheStagingAtTheFirstThatIsLonger) {
 }
 
 TEST(Limits, OnProcessesLeaveNoneForTheInstaller) {
-  for (const bool staged : {false, true}) {
-    LaunchWorld world;
-    staged ? world.VolumeMissing() : world.OneVolume();
+  InPlaceAndStaged([](LaunchWorld& world, ExpectedRun expected) {
     if (const std::string why = WhyNoOrdinaryUser(world); !why.empty()) GTEST_SKIP() << why;
     const FakeUser ordinary(65534);  // for what is expected: the limit does not bind the superuser
     for (const bool limited : {false, true}) {
@@ -104,7 +100,6 @@ TEST(Limits, OnProcessesLeaveNoneForTheInstaller) {
       }};
       // A sanitizer looks for leaks in one more process.
       plan.env = {{"ASAN_OPTIONS", "detect_leaks=0"}};
-      ExpectedRun expected = staged ? Staged() : InPlace();
       if (limited) {
         expected.status = 255;
         expected.err += SaysCannotCreate(CommandOf(expected.arguments));
@@ -113,22 +108,20 @@ TEST(Limits, OnProcessesLeaveNoneForTheInstaller) {
       ExpectRun(world, world.Run(plan), expected);
       world.EmptyTmp();
     }
-  }
+  });
 }
 
-/// Whether the launch with this limit is as without one. If it is not, it has not succeeded, and an
-/// installer that was started all the same was so from a whole copy.
-bool IsAsEver(LaunchWorld& world, const std::function<void()>& limit) {
-  constexpr int kOfTheInstaller = 7;
+/// Whether the staged launch with this limit is as without one. If it is not, it has not succeeded, and
+/// an installer that was started all the same was so from a whole copy.
+bool IsAsEver(LaunchWorld& world, __rlimit_resource resource, long limit) {
   world.EmptyTmp();
-  const LaunchSeen seen =
-      world.Run({.env = {{"FAKE_EXIT", std::to_string(kOfTheInstaller)}}, .before = [&] {
-                   SetLimit(RLIMIT_CORE, 0);
-                   limit();
-                 }});
+  const LaunchSeen seen = world.Run({.env = {{"FAKE_EXIT", "7"}}, .before = [&] {
+                                       SetLimit(RLIMIT_CORE, 0);
+                                       SetLimit(resource, limit);
+                                     }});
   ExpectedRun expected = Staged();
-  expected.status = kOfTheInstaller;
-  if (seen.status == kOfTheInstaller) {
+  expected.status = 7;
+  if (seen.status == expected.status) {
     ExpectRun(world, seen, expected);
     return true;
   }
@@ -145,19 +138,23 @@ TEST(Limits, OnTheStackDoNotMatterOrKeepThePartOfACopyFromBeingStarted) {
   LaunchWorld world;
   world.VolumeMissing();
   // In steps that are longer than what the system leaves free at random.
-  const long enough = FirstEnough(32 * kKibibyte, 512 * kKibibyte, 32 * kKibibyte, [&](long size) {
-    return IsAsEver(world, [&] { SetLimit(RLIMIT_STACK, size); });
-  });
+  const long enough = FirstEnough(32 * kKibibyte, 256 * kKibibyte, 32 * kKibibyte,
+                                  [&](long size) { return IsAsEver(world, RLIMIT_STACK, size); });
   EXPECT_LE(enough, kAlwaysEnough);
 }
 
 TEST(Limits, OnMemoryDoNotMatterOrKeepThePartOfACopyFromBeingStarted) {
   if (kSanitized) GTEST_SKIP() << "a sanitizer reserves most of the address space";
-  constexpr long kMebibyte = 1024 * 1024;
+  constexpr long kMebibyte = 1024 * 1024, kStep = kMebibyte / 8;
   LaunchWorld world;
   world.VolumeMissing();
-  FirstEnough(kMebibyte, 16 * kMebibyte, kMebibyte / 8,
-              [&](long size) { return IsAsEver(world, [&] { SetLimit(RLIMIT_AS, size); }); });
+  // With less, not even the programs themselves get into memory.
+  long least = kMebibyte;
+  while (least < 16 * kMebibyte && !CanBeStarted([&] { SetLimit(RLIMIT_AS, least); })) {
+    least += kMebibyte;
+  }
+  FirstEnough(least - kMebibyte, least + 2 * kMebibyte, kStep,
+              [&](long size) { return IsAsEver(world, RLIMIT_AS, size); });
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "tests/conditions/own_mounts.h"
 
+#include <future>
+
 #include "tests/support/test.h"
 
 namespace kvl::test {
@@ -35,27 +37,18 @@ std::string WhyNoOwnMounts() {
 }
 
 void RunWithOwnMounts(const std::function<void()>& action) {
-  std::exception_ptr failure;
-  std::thread thread([&] {
-    try {
-      LeaveTheMountsOfOthers();
-      action();
-    } catch (...) {
-      failure = std::current_exception();
-    }
+  std::packaged_task<void()> task([&] {
+    LeaveTheMountsOfOthers();
+    action();
   });
-  thread.join();
-  if (failure) std::rethrow_exception(failure);
+  std::thread(std::ref(task)).join();
+  task.get_future().get();  // throws what was thrown there
 }
 
 MemoryMount::MemoryMount(const std::string& directory, const std::string& options,
                          unsigned long flags)
-    : directory_(directory) {
+    : Undo([directory] { ::umount2(directory.c_str(), MNT_DETACH); }), directory_(directory) {
   Mount(directory, "mode=0755," + options, flags);
-}
-
-MemoryMount::~MemoryMount() {
-  ::umount2(directory_.c_str(), MNT_DETACH);
 }
 
 void MemoryMount::MakeReadOnly() const {

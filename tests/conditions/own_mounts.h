@@ -14,16 +14,21 @@ std::string WhyNoOwnMounts();
 /// process does not.
 void RunWithOwnMounts(const std::function<void()>& action);
 
+/// Tests that are skipped where there are none.
+class OwnMountsTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (const std::string why = WhyNoOwnMounts(); !why.empty()) GTEST_SKIP() << why;
+  }
+};
+
 /// Within RunWithOwnMounts, and as long as it lives: an empty file system in memory that covers a
 /// directory.
-class MemoryMount {
+class MemoryMount : Undo {
  public:
   /// The options are those of a tmpfs, such as "size=64k". (There a size, or a number of inodes, of 0
   /// stands for no limit, and the file system's own directory takes one inode.)
   MemoryMount(const std::string& directory, const std::string& options, unsigned long flags = 0);
-  ~MemoryMount();
-  MemoryMount(const MemoryMount&) = delete;
-  MemoryMount& operator=(const MemoryMount&) = delete;
 
   /// From now on nothing can be written.
   void MakeReadOnly() const;

@@ -5,8 +5,6 @@
 namespace kvl::test {
 namespace {
 
-constexpr unsigned kPlainFile = 0644;
-
 class Staging {
  public:
   Staging(std::string media, Room room) : media_(std::move(media)), room_(room) {}
@@ -19,16 +17,18 @@ class Staging {
   }
 
   /// As much of it as there is room for.
-  void WriteScript(const std::string& text) { Write("remove.bat", kPlainFile, text); }
+  void WriteScript(const std::string& text) { Write("remove.bat", 0644, text); }
 
-  ModelledStaging Outcome() && {
-    std::sort(staging_.left.begin(), staging_.left.end());
-    return std::move(staging_);
-  }
+  /// The text of the failure that ends it, with "{staging}" for the staging directory; empty when
+  /// the copy is whole.
+  const std::string& Failure() const { return failure_; }
+
+  /// What is left below the temporary directory, as LaunchSeen::staged has it.
+  std::vector<std::string> Left() const { return {left_.begin(), left_.end()}; }
 
  private:
   bool Fail(const std::string& what, int error) {
-    staging_.failure = what + " - " + std::strerror(error);
+    failure_ = what + " - " + std::strerror(error);
     return false;
   }
 
@@ -38,18 +38,12 @@ class Staging {
     return true;
   }
 
-  void Add(char kind, unsigned mode, const std::string& path, const std::string& rest = {}) {
-    std::ostringstream line;
-    line << kind << " " << std::oct << mode << " " << path << rest;
-    staging_.left.push_back(line.str());
-  }
-
   int MakeOne(const std::string& path, const std::string& parent) {
     if (directories_.contains(path)) return 0;
     if (!parent.empty() && !directories_.contains(parent)) return ENOENT;
     if (!TakeInode()) return ENOSPC;
     directories_.insert(path);
-    Add('d', 0755, path);
+    left_.insert(TreeLine('d', 0755, path));
     return 0;
   }
 
@@ -97,8 +91,8 @@ class Staging {
     const long free = room_.pages > kNoLimit / page ? kNoLimit : room_.pages * page;
     const long stored = std::min({size, free, room_.file_size});
     if (room_.pages != kNoLimit) room_.pages -= (stored + page - 1) / page;
-    Add('f', mode, "{staging}/" + name,
-        " = " + DescribeContents(contents.substr(0, static_cast<std::size_t>(stored))));
+    const std::string written = contents.substr(0, static_cast<std::size_t>(stored));
+    left_.insert(TreeLine('f', mode, "{staging}/" + name + " = " + DescribeContents(written)));
     if (stored == size) return 0;
     // A write that was cut short is taken for a full disk, whatever cut it.
     return stored == room_.file_size && stored % kWrittenAtOnce == 0 ? EFBIG : ENOSPC;
@@ -106,43 +100,43 @@ class Staging {
 
   std::string media_;
   Room room_;
-  std::set<std::string> directories_;
-  ModelledStaging staging_;
+  std::set<std::string> directories_, left_;
+  std::string failure_;
 };
 
-/// The failed run, or the whole one, that leaves this.
-ExpectedRun RunThatLeaves(const ModelledStaging& modelled) {
-  ExpectedRun expected = Staged();
-  expected.left = {.exactly = modelled.left};
-  if (modelled.failure.empty()) return expected;
-  // A directory that was never made has no name that is known.
-  const std::string staging = modelled.left.empty() ? "{tmp}/<id>" : "{staging}";
-  std::string reason = modelled.failure;
-  if (const std::size_t at = reason.find("{staging}"); at != std::string::npos) {
-    reason.replace(at, std::string("{staging}").size(), staging);
+/// The staging of the media in "1", after its launch.
+Staging ModelStaging(const LaunchWorld& world, const Room& room) {
+  Staging staging(world.Path("1"), room);
+  if (staging.Copy(StagedTree().pieces)) {
+    staging.WriteScript(CleanUpScriptIn(world.Text("{staging}/")));
   }
+  return staging;
+}
+
+/// The failed run, or the whole one, that follows.
+ExpectedRun RunOf(const Staging& modelled) {
+  ExpectedRun expected = Staged();
+  expected.left = {.exactly = modelled.Left()};
+  if (modelled.Failure().empty()) return expected;
+  // A directory that was never made has no name that is known.
+  const std::string staging = modelled.Left().empty() ? "{tmp}/<id>" : "{staging}";
   expected.status = 1;
-  expected.err = kMissingVolumes + SaysStagingFailed(staging + "/", reason);
+  expected.err = kMissingVolumes +
+                 SaysStagingFailed(
+                     staging + "/",
+                     std::regex_replace(modelled.Failure(), std::regex("\\{staging\\}"), staging));
   expected.arguments = {};
   return expected;
 }
 
 }  // namespace
 
-ModelledStaging ModelStaging(const LaunchWorld& world, Room room) {
-  Staging staging(world.Path("1"), room);
-  if (staging.Copy(StagedTree().pieces)) {
-    staging.WriteScript(CleanUpScriptIn(world.Text("{staging}/")));
-  }
-  return std::move(staging).Outcome();
-}
-
 bool ExpectRunIn(LaunchWorld& world, const Room& room, const LaunchPlan& plan) {
   world.EmptyTmp();
   LaunchSeen seen = world.Run(plan);
-  const ModelledStaging modelled = ModelStaging(world, room);
-  if (modelled.left.empty()) seen.err = WithoutIdentifiers(seen.err);
-  ExpectedRun expected = RunThatLeaves(modelled);
+  const Staging modelled = ModelStaging(world, room);
+  if (modelled.Left().empty()) seen.err = WithoutIdentifiers(seen.err);
+  ExpectedRun expected = RunOf(modelled);
   for (std::string* stream : {&expected.out, &expected.err}) {
     *stream = world.Text(*stream).substr(0, static_cast<std::size_t>(room.file_size));
   }

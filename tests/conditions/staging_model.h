@@ -21,18 +21,6 @@ struct Room {
   long file_size = kNoLimit;
 };
 
-struct ModelledStaging {
-  /// The text of the failure that ends it, with "{staging}" for the staging directory; empty when
-  /// the copy is whole.
-  std::string failure;
-  /// What is left below the temporary directory, as LaunchSeen::staged has it. A whole copy has its
-  /// clean-up script, or as much of it as there is room for.
-  std::vector<std::string> left;
-};
-
-/// The staging of the media in "1", after its launch.
-ModelledStaging ModelStaging(const LaunchWorld& world, Room room);
-
 /// Launches a media made by VolumeMissing with an empty {tmp}, and compares everything with what follows from the room
 /// that it has: either the copy is whole and the installer runs, or the staging fails with status 1
 /// and leaves what there was room for. Returns whether the installer was started.

@@ -1,7 +1,7 @@
 // Whole runs with standard streams that are closed, that lead the wrong way, or that lead to one
 // place: what is written where, and what of it is the installer's.
 
-#include "tests/conditions/external_world.h"
+#include "tests/conditions/worlds.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
@@ -47,60 +47,45 @@ struct Useless {
   friend void PrintTo(const Useless& useless, std::ostream* out) { *out << useless.Name(); }
 };
 
-/// Launches with these streams, and compares everything but the messages that cannot be seen.
-void ExpectRunWith(const Useless& useless, LaunchWorld& world, LaunchPlan plan,
-                   ExpectedRun expected) {
-  plan.before = [&] { useless.Make(); };
-  world.EmptyTmp();
-  const LaunchSeen seen = world.Run(plan);
-  if (useless.Has(STDOUT_FILENO)) expected.out = "";
-  if (useless.Has(STDERR_FILENO)) expected.err = "";
-  ExpectRun(world, seen, expected);
-  if (seen.child.started) {
-    EXPECT_EQ(seen.child.facts.at("descriptors"), useless.LeftOpen());
-  }
-}
-
 class Streams : public testing::TestWithParam<Useless> {
  protected:
-  LaunchWorld world_;
+  /// Launches with these streams, and compares everything but the messages that cannot be seen.
+  static void ExpectRunWithThem(LaunchWorld& world, LaunchPlan plan, ExpectedRun expected) {
+    const Useless& useless = GetParam();
+    plan.before = [&] { useless.Make(); };
+    const LaunchSeen seen = world.Run(plan);
+    if (useless.Has(STDOUT_FILENO)) expected.out = "";
+    if (useless.Has(STDERR_FILENO)) expected.err = "";
+    ExpectRun(world, seen, expected);
+    if (seen.child.started) {
+      EXPECT_EQ(seen.child.facts.at("descriptors"), useless.LeftOpen());
+    }
+  }
 };
 
-TEST_P(Streams, OfNoUseLoseWhatIsWrittenToThemInPlace) {
-  world_.OneVolume();
-  ExpectedRun expected = InPlace();
-  expected.status = 7;
-  expected.out += "installing\n";
-  ExpectRunWith(GetParam(), world_, {.env = {{"FAKE_EXIT", "7"}, {"FAKE_PRINT", "installing\n"}}},
-                expected);
-}
-
-TEST_P(Streams, OfNoUseLoseWhatIsWrittenToThemWhenStaged) {
-  world_.VolumeMissing();
-  ExpectedRun expected = Staged();
-  expected.status = 7;
-  expected.out += "installing\n";
-  ExpectRunWith(GetParam(), world_, {.env = {{"FAKE_EXIT", "7"}, {"FAKE_PRINT", "installing\n"}}},
-                expected);
+TEST_P(Streams, OfNoUseLoseWhatIsWrittenToThem) {
+  InPlaceAndStaged([](LaunchWorld& world, ExpectedRun expected) {
+    expected.status = 7;
+    expected.out += "installing\n";
+    ExpectRunWithThem(world, {.env = {{"FAKE_EXIT", "7"}, {"FAKE_PRINT", "installing\n"}}},
+                      expected);
+  });
 }
 
 TEST_P(Streams, OfNoUseLoseTheMessagesOfAFailedStaging) {
   ExternalWorld world;
-  std::filesystem::remove(world.Path("1/media.xml"));
+  fs::remove(world.Path("1/media.xml"));
   ExpectedRun expected =
       FailedFromExternal("{staging}/", "lstat - {1}/media.xml - No such file or directory");
   expected.left = {.media = "1", .pieces = {"inst", "meta.TOCxml"}, .script_for = ""};
-  ExpectRunWith(GetParam(), world, {.arguments = {"-installerPath", "{ext}"}}, expected);
+  ExpectRunWithThem(world, {.arguments = {"-installerPath", "{ext}"}}, expected);
 }
 
 TEST_P(Streams, OfNoUseLoseTheMessagesOfAnInstallerThatCannotBeRun) {
-  world_.OneVolume();
-  SetMode(world_.Path(InstallerOf("1")), 0644);
-  ExpectedRun expected = InPlace();
-  expected.status = 255;
-  expected.err = SaysCannotWait(CommandOf(expected.arguments));
-  expected.arguments = {};
-  ExpectRunWith(GetParam(), world_, {}, expected);
+  LaunchWorld world;
+  world.OneVolume();
+  SetMode(world.Path(InstallerOf("1")), 0644);
+  ExpectRunWithThem(world, {}, NotStarted(InPlace()));
 }
 
 std::vector<Useless> EveryCombination() {
@@ -116,25 +101,20 @@ std::vector<Useless> EveryCombination() {
 INSTANTIATE_TEST_SUITE_P(EveryCombination, Streams, testing::ValuesIn(EveryCombination()),
                          [](const auto& row) { return row.param.Name(); });
 
-/// Opens the file in place of the two streams for output.
-void SendBothTo(const std::string& path, int flags) {
-  const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | flags, 0644);
-  ::dup2(file, STDOUT_FILENO);
-  ::dup2(file, STDERR_FILENO);
-}
-
 TEST(OneStream, ForEverythingHoldsAllOfItInItsOrder) {
-  for (const int flags : {0, O_APPEND}) {
+  for (const auto& [flags, before] : {std::pair(O_TRUNC, ""), {O_APPEND, "before\n"}}) {
     LaunchWorld world;
     world.VolumeMissing();
     const std::string log = world.Directory().Write("report.log", "before\n");
     LaunchPlan plan = {.env = {{"FAKE_PRINT", "installing\n"}, {"FAKE_EXIT", "251"}}};
-    plan.before = [&] { SendBothTo(log, flags | (flags == 0 ? O_TRUNC : 0)); };
+    plan.before = [&, flags = flags] {
+      const int file = ::open(log.c_str(), O_WRONLY | O_CLOEXEC | flags);
+      for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) ::dup2(file, stream);
+    };
     const LaunchSeen seen = world.Launch("1", plan);
     ExpectedRun expected = Staged();
-    EXPECT_EQ(ReadFile(log),
-              world.Text((flags == 0 ? "" : "before\n") + expected.out + expected.err +
-                         "installing\n" + SaysCannotWait(CommandOf(expected.arguments))));
+    EXPECT_EQ(ReadFile(log), world.Text(before + expected.out + expected.err + "installing\n" +
+                                        SaysCannotWait(CommandOf(expected.arguments))));
     expected.status = 255;
     expected.out = expected.err = "";
     ExpectRun(world, seen, expected);
@@ -142,19 +122,15 @@ TEST(OneStream, ForEverythingHoldsAllOfItInItsOrder) {
 }
 
 TEST(StandardInput, IsLeftToTheInstallerWhole) {
-  for (const bool staged : {false, true}) {
-    LaunchWorld world;
-    staged ? world.VolumeMissing() : world.OneVolume();
-    const std::string installer =
-        world.Directory().Write(InstallerOf("1"), "#!/bin/sh\nexec cat\n");
+  InPlaceAndStaged([](LaunchWorld& world, ExpectedRun expected) {
+    world.Directory().Write(InstallerOf("1"), "#!/bin/sh\nexec cat\n");
     const std::string answers = world.Directory().Write("answers", "yes\nno\n");
     const LaunchSeen seen = world.Run(
         {.before = [&] { ::dup2(::open(answers.c_str(), O_RDONLY | O_CLOEXEC), STDIN_FILENO); }});
-    ExpectedRun expected = staged ? Staged() : InPlace();
     expected.out += "yes\nno\n";
     expected.arguments = {};  // this installer writes no report
     ExpectRun(world, seen, expected);
-  }
+  });
 }
 
 }  // namespace

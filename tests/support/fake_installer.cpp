@@ -17,26 +17,6 @@
 
 namespace {
 
-class Record {
- public:
-  explicit Record(const char* path) : file_(std::fopen(path, "we")) {
-    if (file_ == nullptr) std::_Exit(249);
-  }
-  ~Record() { std::fclose(file_); }
-  Record(const Record&) = delete;
-  Record& operator=(const Record&) = delete;
-
-  void Add(const std::string& name, const std::string& value) {
-    const std::string text = name + "=" + value;
-    std::fwrite(text.c_str(), 1, text.size() + 1, file_);
-  }
-
-  int Descriptor() const { return ::fileno(file_); }
-
- private:
-  std::FILE* file_;
-};
-
 std::string HandlerOf(int signal) {
   struct sigaction action;
   ::sigaction(signal, nullptr, &action);
@@ -45,11 +25,11 @@ std::string HandlerOf(int signal) {
                                         : "own";
 }
 
-std::string OpenDescriptors(int own) {
+std::string OpenDescriptors() {
   std::string numbers;
   for (int number = 0; number < 256; ++number) {
     struct stat status;
-    if (number != own && ::fstat(number, &status) == 0) numbers += std::to_string(number) + " ";
+    if (::fstat(number, &status) == 0) numbers += std::to_string(number) + " ";
   }
   return numbers;
 }
@@ -64,28 +44,39 @@ std::string BlockedSignals() {
   return numbers;
 }
 
-void Report(const char* path, int argc, char** argv) {
-  Record record(path);
-  for (int i = 0; i < argc; ++i) record.Add("argument", argv[i]);
+std::string Records(int argc, char** argv) {
+  std::string records;
+  const auto add = [&](const std::string& name, const std::string& value) {
+    records.append(name).append("=").append(value).push_back('\0');
+  };
+  for (int i = 0; i < argc; ++i) add("argument", argv[i]);
   std::error_code ignored;
-  record.Add("directory", std::filesystem::current_path(ignored).string());
-  for (char** entry = environ; *entry != nullptr; ++entry) record.Add("variable", *entry);
+  add("directory", std::filesystem::current_path(ignored).string());
+  for (char** entry = environ; *entry != nullptr; ++entry) add("variable", *entry);
 
   const mode_t mask = ::umask(0);
   ::umask(mask);
-  record.Add("umask", std::to_string(mask));
-  record.Add("process", std::to_string(::getpid()));
-  record.Add("parent", std::to_string(::getppid()));
-  record.Add("group", std::to_string(::getpgrp()));
-  record.Add("session", std::to_string(::getsid(0)));
-  record.Add("user", std::to_string(::getuid()) + " " + std::to_string(::geteuid()));
-  record.Add("descriptors", OpenDescriptors(record.Descriptor()));
-  record.Add("SIGPIPE", HandlerOf(SIGPIPE));
-  record.Add("SIGXFSZ", HandlerOf(SIGXFSZ));
-  record.Add("SIGCHLD", HandlerOf(SIGCHLD));
-  record.Add("SIGINT", HandlerOf(SIGINT));
-  record.Add("SIGQUIT", HandlerOf(SIGQUIT));
-  record.Add("blocked", BlockedSignals());
+  add("umask", std::to_string(mask));
+  add("process", std::to_string(::getpid()));
+  add("parent", std::to_string(::getppid()));
+  add("group", std::to_string(::getpgrp()));
+  add("session", std::to_string(::getsid(0)));
+  add("user", std::to_string(::getuid()) + " " + std::to_string(::geteuid()));
+  add("descriptors", OpenDescriptors());
+  add("SIGPIPE", HandlerOf(SIGPIPE));
+  add("SIGXFSZ", HandlerOf(SIGXFSZ));
+  add("SIGCHLD", HandlerOf(SIGCHLD));
+  add("SIGINT", HandlerOf(SIGINT));
+  add("SIGQUIT", HandlerOf(SIGQUIT));
+  add("blocked", BlockedSignals());
+  return records;
+}
+
+void Write(const char* path, const std::string& text) {
+  std::FILE* file = std::fopen(path, "we");
+  if (file == nullptr) std::_Exit(249);
+  std::fwrite(text.data(), 1, text.size(), file);
+  std::fclose(file);
 }
 
 void WaitForTheEndOf(const char* path) {
@@ -105,7 +96,7 @@ void SendToTheParent(const char* numbers) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (const char* path = std::getenv("FAKE_REPORT")) Report(path, argc, argv);
+  if (const char* path = std::getenv("FAKE_REPORT")) Write(path, Records(argc, argv));
   if (const char* path = std::getenv("FAKE_WAIT")) WaitForTheEndOf(path);
   if (const char* numbers = std::getenv("FAKE_KILL")) SendToTheParent(numbers);
   if (const char* text = std::getenv("FAKE_PRINT")) std::fputs(text, stdout);

@@ -13,23 +13,16 @@ struct ProcessEnd {
 /// What the present action does; null while there is none.
 InProcessOutcome* present = nullptr;
 
-class Presence {
- public:
-  explicit Presence(InProcessOutcome& outcome) { present = &outcome; }
-  ~Presence() { present = nullptr; }
-  Presence(const Presence&) = delete;
-  Presence& operator=(const Presence&) = delete;
-};
-
 }  // namespace
 
 InProcessOutcome RunInProcess(const std::function<void()>& action) {
   InProcessOutcome outcome;
-  const Presence presence(outcome);
+  const Undo end([] { present = nullptr; });
+  present = &outcome;
   try {
     action();
-  } catch (const ProcessEnd& end) {
-    outcome.status = end.status;
+  } catch (const ProcessEnd& process_end) {
+    outcome.status = process_end.status;
   }
   return outcome;
 }

@@ -146,15 +146,13 @@ LaunchSeen MediaWorld::Launch(const std::string& name, const LaunchPlan& plan) {
   const Outcome outcome = RunProgram({command, env, plan.directory, {}, plan.before});
 
   const std::string tmp = StagedBelow(env, plan.directory, Path(kTmp));
-  staging_.clear();
-  for (const fs::directory_entry& entry : fs::directory_iterator(tmp)) {
-    staging_ = entry.path().string();
-  }
   LaunchSeen seen = {outcome.status,   outcome.out, outcome.err, ReadReport(Path(kReport)), env,
                      DescribeTree(tmp)};
+  staging_.clear();
+  for (const fs::directory_entry& entry : fs::directory_iterator(tmp)) staging_ = entry.path();
   if (staging_.empty()) return seen;
   for (std::string& line : seen.staged) {
-    ReplaceIn(line, fs::path(staging_).filename().string(), "{staging}");
+    ReplaceIn(line, fs::path(staging_).filename(), "{staging}");
   }
   return seen;
 }

@@ -47,10 +47,26 @@ void FlushOwnStreams() {
   std::fflush(nullptr);
 }
 
-int WaitFor(pid_t child) {
+/// What a child says that does this, with standard input, if there is any, and how it ends.
+Outcome InAChild(const CaughtStream* in, const std::function<void()>& action) {
+  const CaughtStream out, err;
+  FlushOwnStreams();
+  const pid_t child = ::fork();
+  if (child < 0) throw std::runtime_error("fork failed");
+  if (child == 0) {
+    if (in != nullptr) in->TakeOver(STDIN_FILENO);
+    out.TakeOver(STDOUT_FILENO);
+    err.TakeOver(STDERR_FILENO);
+    rlimit core;
+    if (::getrlimit(RLIMIT_CORE, &core) == 0) core.rlim_cur = 0;
+    ::setrlimit(RLIMIT_CORE, &core);
+    // An exception ends the child; it must not get back into the rest of the tests.
+    [&]() noexcept { action(); }();
+  }
   int status = 0;
   if (::waitpid(child, &status, 0) != child) throw std::runtime_error("waitpid failed");
-  return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+  return {WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status), out.Contents(),
+          err.Contents()};
 }
 
 bool HasLineFeed(const ProgramStart& start) {
@@ -79,80 +95,51 @@ bool HasLineFeed(const ProgramStart& start) {
   ::_exit(kCannotStart);
 }
 
-/// Where the running test program lies.
-const std::filesystem::path& OwnDirectory() {
-  static const std::filesystem::path directory =
-      std::filesystem::read_symlink("/proc/self/exe").parent_path();
-  return directory;
-}
-/// Asked for at the start: in a directory that was made the root, a test with mounts of its own is
-/// told of another path.
-[[maybe_unused]] const std::filesystem::path& kAskedAtTheStart = OwnDirectory();
+/// Where the running test program lies. Asked for at the start: in a directory that was made the
+/// root, a test with mounts of its own is told of another path.
+const fs::path kOwnDirectory = fs::read_symlink("/proc/self/exe").parent_path();
 
 }  // namespace
 
 Outcome Catch(const std::function<void()>& action) {
   const CaughtStream out, err;
   FlushOwnStreams();
-  const int old_out = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
-  const int old_err = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
-  const auto restore = [&] {
-    FlushOwnStreams();
-    ::dup2(old_out, STDOUT_FILENO);
-    ::dup2(old_err, STDERR_FILENO);
-    ::close(old_out);
-    ::close(old_err);
-  };
-  out.TakeOver(STDOUT_FILENO);
-  err.TakeOver(STDERR_FILENO);
-  try {
+  {
+    const int old_out = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
+    const int old_err = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
+    const Undo restore([&] {
+      FlushOwnStreams();
+      ::dup2(old_out, STDOUT_FILENO);
+      ::dup2(old_err, STDERR_FILENO);
+      ::close(old_out);
+      ::close(old_err);
+    });
+    out.TakeOver(STDOUT_FILENO);
+    err.TakeOver(STDERR_FILENO);
     action();
-  } catch (...) {
-    restore();
-    throw;
   }
-  restore();
   return {0, out.Contents(), err.Contents()};
 }
 
 Outcome RunIsolated(const std::function<int()>& action) {
-  const CaughtStream out, err;
-  FlushOwnStreams();
-  const pid_t child = ::fork();
-  if (child < 0) throw std::runtime_error("fork failed");
-  if (child == 0) {
-    out.TakeOver(STDOUT_FILENO);
-    err.TakeOver(STDERR_FILENO);
-    // An exception ends the child; it must not get back into the rest of the tests.
-    const int status = [&]() noexcept { return action(); }();
+  return InAChild(nullptr, [&] {
+    const int status = action();
     FlushOwnStreams();
     ::_exit(status);
-  }
-  const int status = WaitFor(child);
-  return {status, out.Contents(), err.Contents()};
+  });
 }
 
 Outcome RunProgram(const ProgramStart& start) {
-  const CaughtStream in, out, err;
+  const CaughtStream in;
   in.Fill(start.input);
-  FlushOwnStreams();
-  const pid_t child = ::fork();
-  if (child < 0) throw std::runtime_error("fork failed");
-  if (child == 0) {
-    in.TakeOver(STDIN_FILENO);
-    out.TakeOver(STDOUT_FILENO);
-    err.TakeOver(STDERR_FILENO);
-    Become(start);
-  }
-  const int status = WaitFor(child);
-  Outcome outcome = {status, out.Contents(), err.Contents()};
+  const Outcome outcome = InAChild(&in, [&] { Become(start); });
   // A line feed in a name would make lines that are no message.
   if (!HasLineFeed(start)) ExpectInManual(outcome);
   return outcome;
 }
 
 std::string BuiltProgram(const std::string& name) {
-  return OwnDirectory() / name;
+  return kOwnDirectory / name;
 }
 
 std::string SourceFile(const std::string& relative) {

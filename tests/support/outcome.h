@@ -7,9 +7,15 @@
 namespace kvl::test {
 
 struct Outcome {
-  int status = 0;   ///< the exit status; minus the signal's number after a death by a signal
-  std::string out;  ///< everything on standard output
-  std::string err;  ///< everything on standard error
+  int status = 0;        ///< the exit status; minus the signal's number after a death by a signal
+  std::string out = {};  ///< everything on standard output
+  std::string err = {};  ///< everything on standard error
+
+  bool operator==(const Outcome&) const = default;
+  friend void PrintTo(const Outcome& outcome, std::ostream* stream) {
+    *stream << "status " << outcome.status << ", out \"" << outcome.out << "\", err \""
+            << outcome.err << "\"";
+  }
 };
 
 /// Runs `action` in this process with both streams caught. The status is always 0.
@@ -17,7 +23,7 @@ Outcome Catch(const std::function<void()>& action);
 
 /// Runs `action` in a child of its own, so that it may end the process, change ids or variables.
 /// The status is what it ended the child with; when it returns, its result. An exception that
-/// leaves it ends the child by SIGABRT.
+/// leaves it ends the child by SIGABRT. No child leaves a core file.
 Outcome RunIsolated(const std::function<int()>& action);
 
 /// How a program is started.

@@ -22,12 +22,9 @@ Environment CurrentEnvironment() {
   return variables;
 }
 
-ScopedEnv::ScopedEnv(const Environment& variables) : before_(CurrentEnvironment()) {
+ScopedEnv::ScopedEnv(const Environment& variables)
+    : Undo([before = CurrentEnvironment()] { Replace(before); }) {
   Replace(variables);
-}
-
-ScopedEnv::~ScopedEnv() {
-  Replace(before_);
 }
 
 Environment EnvChanges(const Environment& before, const Environment& after) {

@@ -11,15 +11,9 @@ using Environment = std::map<std::string, std::string>;
 Environment CurrentEnvironment();
 
 /// While it lives, the environment holds exactly the pairs given; then the old one is back.
-class ScopedEnv {
+class ScopedEnv : Undo {
  public:
   explicit ScopedEnv(const Environment& variables = {});
-  ~ScopedEnv();
-  ScopedEnv(const ScopedEnv&) = delete;
-  ScopedEnv& operator=(const ScopedEnv&) = delete;
-
- private:
-  Environment before_;
 };
 
 /// Every variable of `after` that `before` does not hold with the same value, and with the value

@@ -6,15 +6,9 @@
 namespace kvl::test {
 
 /// While it lives, the process has this umask.
-class ScopedUmask {
+class ScopedUmask : Undo {
  public:
-  explicit ScopedUmask(mode_t mask) : before_(::umask(mask)) {}
-  ~ScopedUmask() { ::umask(before_); }
-  ScopedUmask(const ScopedUmask&) = delete;
-  ScopedUmask& operator=(const ScopedUmask&) = delete;
-
- private:
-  mode_t before_;
+  explicit ScopedUmask(mode_t mask) : Undo([before = ::umask(mask)] { ::umask(before); }) {}
 };
 
 }  // namespace kvl::test

@@ -2,98 +2,114 @@
 
 #include <sys/vfs.h>
 
+#include <cstdarg>
+
 #include "tests/support/test.h"
+
+extern "C" int __real_access(const char* path, int how);  // see below
 
 namespace kvl::test {
 namespace {
 
 struct Fault {
-  bool armed = false;
-  int error = 0;
-  int after = 0;
-  int times = 0;
+  int error, after, times;
+  std::optional<std::string> path = {};
   int failed = 0;
 };
+std::array<std::optional<Fault>, FailingCall::kOpenDir + 1> faults;
 
-constexpr std::size_t kCalls = FailingCall::kUnlink + 1;
-std::array<Fault, kCalls> faults;
+std::optional<std::pair<std::string, std::function<void()>>> before_open;
 std::optional<uid_t> fake_user;
+std::optional<std::pair<std::uint64_t, std::uint64_t>> fake_free_blocks;
 
-struct FreeBlocks {
-  std::uint64_t blocks, block_size;
-};
-std::optional<FreeBlocks> fake_free_blocks;
+bool IsAbout(const Fault& fault, std::string_view path) {
+  if (!fault.path) return true;
+  return fault.path->empty() ? __real_access(path.data(), F_OK) == 0 : *fault.path == path;
+}
 
 /// True, with errno set, when this call is to fail.
-bool Fails(FailingCall::Call call) {
-  Fault& fault = faults[call];
-  if (!fault.armed || fault.after-- > 0) return false;
-  if (fault.times != 0 && fault.failed++ >= fault.times) return false;
-  errno = fault.error;
+bool Fails(FailingCall::Call call, std::string_view path = {}) {
+  std::optional<Fault>& fault = faults[call];
+  if (!fault || !IsAbout(*fault, path) || fault->after-- > 0) return false;
+  if (fault->times != 0 && fault->failed++ >= fault->times) return false;
+  errno = fault->error;
   return true;
+}
+
+std::string PathBelow(int directory, const char* name) {
+  char path[PATH_MAX];
+  const std::string link = "/proc/self/fd/" + std::to_string(directory);
+  const ssize_t length = ::readlink(link.c_str(), path, sizeof path);
+  return std::string(path, static_cast<std::size_t>(length < 0 ? 0 : length)) + "/" + name;
 }
 
 }  // namespace
 
-FailingCall::FailingCall(Call call, int error, int after, int times) : call_(call) {
-  faults[call] = {true, error, after, times, 0};
+FailingCall::FailingCall(Call call, int error, int after, int times)
+    : Undo([call] { faults[call].reset(); }) {
+  faults[call] = Fault{error, after, times};
 }
 
-FailingCall::~FailingCall() {
-  faults[call_] = {};
+FailingCall::FailingCall(Call call, std::string path, int error, int after, int times)
+    : FailingCall(call, error, after, times) {
+  faults[call]->path = std::move(path);
 }
 
-FakeUser::FakeUser(unsigned real_user_id) {
+BeforeOpen::BeforeOpen(std::string path, std::function<void()> action)
+    : Undo([] { before_open.reset(); }) {
+  before_open.emplace(std::move(path), std::move(action));
+}
+
+FakeUser::FakeUser(unsigned real_user_id) : Undo([] { fake_user.reset(); }) {
   fake_user = real_user_id;
 }
 
-FakeUser::~FakeUser() {
-  fake_user.reset();
-}
-
-FakeFreeBlocks::FakeFreeBlocks(std::uint64_t blocks, std::uint64_t block_size) {
-  fake_free_blocks = {blocks, block_size};
-}
-
-FakeFreeBlocks::~FakeFreeBlocks() {
-  fake_free_blocks.reset();
+FakeFreeBlocks::FakeFreeBlocks(std::uint64_t blocks, std::uint64_t block_size)
+    : Undo([] { fake_free_blocks.reset(); }) {
+  fake_free_blocks.emplace(blocks, block_size);
 }
 
 }  // namespace kvl::test
 
 using kvl::test::FailingCall;
 using kvl::test::Fails;
-using kvl::test::fake_free_blocks;
-using kvl::test::fake_user;
 
-// The names are the linker's: see --wrap in its manual.
+// The names are the linker's: see --wrap in its manual. Those with 64 are what stands behind the
+// names without where offsets have 64 bits.
 extern "C" {
 
-pid_t __real_fork();
-pid_t __wrap_fork() {
-  return Fails(FailingCall::kFork) ? -1 : __real_fork();
-}
+/// A call that gives back `failure` when `fails`, and goes through otherwise.
+#define KVL_WRAP(Result, name, parameters, arguments, fails, failure) \
+  Result __real_##name parameters;                                    \
+  Result __wrap_##name parameters {                                   \
+    return (fails) ? (failure) : __real_##name arguments;             \
+  }
+
+KVL_WRAP(pid_t, fork, (), (), Fails(FailingCall::kFork), -1)
+KVL_WRAP(uid_t, getuid, (), (), kvl::test::fake_user, *kvl::test::fake_user)
+KVL_WRAP(dirent*, readdir, (DIR * list), (list), Fails(FailingCall::kReadDir), nullptr)
+KVL_WRAP(dirent*, readdir64, (DIR * list), (list), Fails(FailingCall::kReadDir), nullptr)
+KVL_WRAP(ssize_t, read, (int file, void* data, std::size_t size), (file, data, size),
+         Fails(FailingCall::kRead), -1)
+KVL_WRAP(pid_t, waitpid, (pid_t child, int* status, int options), (child, status, options),
+         Fails(FailingCall::kWaitPid), -1)
+KVL_WRAP(int, execvp, (const char* file, char* const* arguments), (file, arguments),
+         Fails(FailingCall::kExecVp), -1)
+KVL_WRAP(int, unlink, (const char* path), (path), Fails(FailingCall::kUnlink), -1)
+KVL_WRAP(int, stat64, (const char* path, struct stat* status), (path, status),
+         Fails(FailingCall::kLook, path), -1)
+KVL_WRAP(int, lstat64, (const char* path, struct stat* status), (path, status),
+         Fails(FailingCall::kLook, path), -1)
+KVL_WRAP(int, access, (const char* path, int how), (path, how), Fails(FailingCall::kAsk, path), -1)
+KVL_WRAP(int, faccessat, (int directory, const char* path, int how, int flags),
+         (directory, path, how, flags), Fails(FailingCall::kAsk, path), -1)
+KVL_WRAP(DIR*, opendir, (const char* path), (path), Fails(FailingCall::kOpenDir, path), nullptr)
 
 int __real_gethostname(char* name, std::size_t size);
 int __wrap_gethostname(char* name, std::size_t size) {
   if (!Fails(FailingCall::kGetHostName)) return __real_gethostname(name, size);
   std::fill_n(name, size, 'x');  // as a name that is too long leaves its beginning behind
   return -1;
-}
-
-dirent* __real_readdir(DIR* stream);
-dirent* __wrap_readdir(DIR* stream) {
-  return Fails(FailingCall::kReadDir) ? nullptr : __real_readdir(stream);
-}
-// The name behind readdir where offsets have 64 bits.
-dirent* __real_readdir64(DIR* stream);
-dirent* __wrap_readdir64(DIR* stream) {
-  return Fails(FailingCall::kReadDir) ? nullptr : __real_readdir64(stream);
-}
-
-ssize_t __real_read(int number, void* buffer, std::size_t size);
-ssize_t __wrap_read(int number, void* buffer, std::size_t size) {
-  return Fails(FailingCall::kRead) ? -1 : __real_read(number, buffer, size);
 }
 
 int __real_close(int number);
@@ -103,34 +119,32 @@ int __wrap_close(int number) {
   return Fails(FailingCall::kClose) ? -1 : result;
 }
 
-pid_t __real_waitpid(pid_t child, int* status, int options);
-pid_t __wrap_waitpid(pid_t child, int* status, int options) {
-  return Fails(FailingCall::kWaitPid) ? -1 : __real_waitpid(child, status, options);
+int __real_fstatat64(int directory, const char* path, struct stat* status, int flags);
+int __wrap_fstatat64(int directory, const char* path, struct stat* status, int flags) {
+  const bool is_below = directory >= 0 && kvl::test::faults[FailingCall::kLook];
+  const std::string whole = is_below ? kvl::test::PathBelow(directory, path) : path;
+  return Fails(FailingCall::kLook, whole) ? -1 : __real_fstatat64(directory, path, status, flags);
 }
 
-int __real_execvp(const char* file, char* const* arguments);
-int __wrap_execvp(const char* file, char* const* arguments) {
-  return Fails(FailingCall::kExecVp) ? -1 : __real_execvp(file, arguments);
+int __real_open64(const char* path, int flags, mode_t mode);
+int __wrap_open64(const char* path, int flags, ...) {
+  va_list rest;
+  va_start(rest, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+  va_end(rest);
+  const auto& before_open = kvl::test::before_open;
+  if (before_open && before_open->first == path) before_open->second();
+  return Fails(FailingCall::kOpen, path) ? -1 : __real_open64(path, flags, mode);
 }
 
-int __real_unlink(const char* path);
-int __wrap_unlink(const char* path) {
-  return Fails(FailingCall::kUnlink) ? -1 : __real_unlink(path);
-}
-
-// The name behind statfs where offsets have 64 bits.
 int __real_statfs64(const char* path, struct statfs* status);
 int __wrap_statfs64(const char* path, struct statfs* status) {
   const int result = __real_statfs64(path, status);
-  if (!fake_free_blocks) return result;
-  status->f_bavail = fake_free_blocks->blocks;
-  status->f_bsize = static_cast<decltype(status->f_bsize)>(fake_free_blocks->block_size);
+  if (!kvl::test::fake_free_blocks) return result;
+  const auto [blocks, block_size] = *kvl::test::fake_free_blocks;
+  status->f_bavail = blocks;
+  status->f_bsize = static_cast<decltype(status->f_bsize)>(block_size);
   return result;
-}
-
-uid_t __real_getuid();
-uid_t __wrap_getuid() {
-  return fake_user ? *fake_user : __real_getuid();
 }
 
 }  // extern "C"

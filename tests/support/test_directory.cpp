@@ -25,21 +25,16 @@ std::string AllOf(const std::ifstream& file) {
 
 std::string Describe(const fs::directory_entry& entry, const std::string& name, bool exactly) {
   const struct stat status = StatusOf(entry.path().string(), /*follow=*/false);
+  const bool is_link = S_ISLNK(status.st_mode), is_file = S_ISREG(status.st_mode);
+  const char kind = is_file ? 'f' : S_ISDIR(status.st_mode) ? 'd' : 'p';
   std::ostringstream line;
-  const auto mode = [&] {
-    std::ostringstream text;
-    text << std::oct << (status.st_mode & 07777) << " ";
-    return text.str();
-  };
-  if (S_ISLNK(status.st_mode)) {
+  if (is_link) {
     line << "l " << name << " -> " << fs::read_symlink(entry.path()).string();
-  } else if (S_ISDIR(status.st_mode)) {
-    line << "d " << mode() << name;
-  } else if (S_ISREG(status.st_mode)) {
-    line << "f " << mode() << name << " = "
-         << DescribeContents(AllOf(std::ifstream(entry.path(), std::ios::binary)));
   } else {
-    line << "p " << mode() << name;
+    line << TreeLine(kind, status.st_mode & 07777, name);
+  }
+  if (is_file) {
+    line << " = " << DescribeContents(AllOf(std::ifstream(entry.path(), std::ios::binary)));
   }
   if (exactly) {
     line << " [inode " << status.st_ino << ", owner " << status.st_uid << ":" << status.st_gid
@@ -98,9 +93,14 @@ std::string TestDirectory::MakeDir(std::string_view relative) const {
   return path;
 }
 
-std::string TestDirectory::Write(std::string_view relative, std::string_view contents) const {
+std::string TestDirectory::PathWithParents(std::string_view relative) const {
   const std::string path = Path(relative);
   fs::create_directories(fs::path(path).parent_path());
+  return path;
+}
+
+std::string TestDirectory::Write(std::string_view relative, std::string_view contents) const {
+  const std::string path = PathWithParents(relative);
   std::ofstream file(path, std::ios::binary);
   file << contents;
   if (!file.flush()) throw std::runtime_error("cannot write " + path);
@@ -108,22 +108,19 @@ std::string TestDirectory::Write(std::string_view relative, std::string_view con
 }
 
 std::string TestDirectory::Link(std::string_view relative, const std::string& target) const {
-  const std::string path = Path(relative);
-  fs::create_directories(fs::path(path).parent_path());
+  const std::string path = PathWithParents(relative);
   fs::create_symlink(target, path);
   return path;
 }
 
 std::string TestDirectory::HardLink(std::string_view relative, const std::string& existing) const {
-  const std::string path = Path(relative);
-  fs::create_directories(fs::path(path).parent_path());
+  const std::string path = PathWithParents(relative);
   fs::create_hard_link(existing, path);
   return path;
 }
 
 std::string TestDirectory::Pipe(std::string_view relative) const {
-  const std::string path = Path(relative);
-  fs::create_directories(fs::path(path).parent_path());
+  const std::string path = PathWithParents(relative);
   if (::mkfifo(path.c_str(), 0600) != 0) throw std::runtime_error("cannot make " + path);
   return path;
 }
@@ -138,6 +135,18 @@ std::string DescribeContents(std::string_view contents) {
   if (contents.size() <= kLongContents) return std::string(contents);
   return std::to_string(contents.size()) + " bytes, hash " +
          std::to_string(std::hash<std::string_view>()(contents));
+}
+
+std::string TreeLine(char kind, unsigned mode, const std::string& rest) {
+  std::ostringstream line;
+  line << kind << " " << std::oct << mode << " " << rest;
+  return line.str();
+}
+
+std::string Masked(const std::string& line, unsigned umask) {
+  std::size_t length = 0;
+  const auto mode = static_cast<unsigned>(std::stoul(line.substr(2), &length, 8));
+  return TreeLine(line[0], mode & ~umask, line.substr(2 + length + 1));
 }
 
 std::vector<std::string> DescribeTree(const std::string& directory) {

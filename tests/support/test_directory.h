@@ -29,6 +29,8 @@ class TestDirectory {
   std::string Pipe(std::string_view relative) const;
 
  private:
+  std::string PathWithParents(std::string_view relative) const;
+
   std::string path_;
 };
 
@@ -40,6 +42,10 @@ std::string ReadFile(const std::string& path);
 /// Long contents are given by length and hash. Empty for a missing directory.
 std::vector<std::string> DescribeTree(const std::string& directory);
 
+/// Such a line; `rest` is the name, and for a file " = " and the contents.
+std::string TreeLine(char kind, unsigned mode, const std::string& rest);
+/// The line of an entry that is made as this one, with a umask.
+std::string Masked(const std::string& line, unsigned umask);
 /// The contents of a file as they stand in such a line.
 std::string DescribeContents(std::string_view contents);
 

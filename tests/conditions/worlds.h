@@ -1,11 +1,29 @@
-// A world whose installer is in another media, so that the order of the first copies is known.
+// The worlds of whole runs under hard conditions.
 #pragma once
 
 #include "tests/launcher/launch_world.h"
 
 namespace kvl::test {
 
-/// The media in "1" is the first of three volumes, the third of which is missing. Its "inst" holds a
+/// Calls `check` with a world whose installer runs in place, and with one whose installer is staged.
+inline void InPlaceAndStaged(const std::function<void(LaunchWorld&, ExpectedRun)>& check) {
+  for (const bool staged : {false, true}) {
+    SCOPED_TRACE(staged ? "staged" : "in place");
+    LaunchWorld world;
+    check(staged ? world.VolumeMissing() : world.OneVolume(), staged ? Staged() : InPlace());
+  }
+}
+
+/// The same run, of an installer that the system does not start.
+inline ExpectedRun NotStarted(ExpectedRun expected) {
+  expected.status = 255;
+  expected.err += SaysCannotWait(CommandOf(expected.arguments));
+  expected.arguments = {};
+  return expected;
+}
+
+/// A world whose installer is in another media, so that the order of the first copies is known. The
+/// media in "1" is the first of three volumes, the third of which is missing. Its "inst" holds a
 /// single file; the installer is in the media "ext".
 class ExternalWorld : public LaunchWorld {
  public:
@@ -16,7 +34,7 @@ class ExternalWorld : public LaunchWorld {
   }
 
   LaunchSeen Run(LaunchPlan plan = {}) {
-    plan.arguments.insert(plan.arguments.begin(), {"-installerPath", "{ext}"});
+    plan.arguments = {"-installerPath", "{ext}"};
     return LaunchWorld::Run(plan);
   }
 };
