@@ -34,38 +34,33 @@ bool IsThere(const std::string& tool) {
 }  // namespace
 
 Carrier IsoImage() {
-  return {.name = "IsoImage",
-          .tools = {"xorriso"},
-          .make =
-              [](const CarrierWorld& world) {
-                world.RunTool({"/usr/bin/xorriso", "-as", "mkisofs", "-quiet", "--stdio_sync",
-                               "off", "-r", "-V", "SET_A", "-o", kImage, kSet});
-              },
-          .mount = [](const CarrierWorld& world) { MountImage(world, "iso9660"); },
-          .unpack =
-              [](const CarrierWorld& world) {
-                RemovePlace(world);
-                world.RunTool({"/usr/bin/xorriso", "-osirrox", "on", "-indev", kImage, "-extract",
-                               "/", kInserted});
-              }};
+  Carrier iso = {.name = "IsoImage", .tools = {"xorriso"}};
+  iso.make = [](const CarrierWorld& world) {
+    world.RunTool({"/usr/bin/xorriso", "-as", "mkisofs", "-quiet", "--stdio_sync", "off", "-r",
+                   "-V", "SET_A", "-o", kImage, kSet});
+  };
+  iso.mount = [](const CarrierWorld& world) { MountImage(world, "iso9660"); };
+  iso.unpack = [](const CarrierWorld& world) {
+    RemovePlace(world);
+    world.RunTool(
+        {"/usr/bin/xorriso", "-osirrox", "on", "-indev", kImage, "-extract", "/", kInserted});
+  };
+  return iso;
 }
 
 Carrier SquashfsImage() {
-  return {.name = "SquashfsImage",
-          .tools = {"mksquashfs", "unsquashfs"},
-          .make =
-              [](const CarrierWorld& world) {
-                // It is not the compression that is tested.
-                world.RunTool({"/usr/bin/mksquashfs", kSet, kImage, "-quiet", "-no-progress",
-                               "-noI", "-noD", "-noF", "-noX"});
-              },
-          .mount = [](const CarrierWorld& world) { MountImage(world, "squashfs"); },
-          .unpack =
-              [](const CarrierWorld& world) {
-                RemovePlace(world);
-                world.RunTool(
-                    {"/usr/bin/unsquashfs", "-quiet", "-no-progress", "-dest", kInserted, kImage});
-              }};
+  Carrier squashfs = {.name = "SquashfsImage", .tools = {"mksquashfs", "unsquashfs"}};
+  squashfs.make = [](const CarrierWorld& world) {
+    // It is not the compression that is tested.
+    world.RunTool({"/usr/bin/mksquashfs", kSet, kImage, "-quiet", "-no-progress", "-noI", "-noD",
+                   "-noF", "-noX"});
+  };
+  squashfs.mount = [](const CarrierWorld& world) { MountImage(world, "squashfs"); };
+  squashfs.unpack = [](const CarrierWorld& world) {
+    RemovePlace(world);
+    world.RunTool({"/usr/bin/unsquashfs", "-quiet", "-no-progress", "-dest", kInserted, kImage});
+  };
+  return squashfs;
 }
 
 Carrier ReadOnlyMount() {
@@ -73,16 +68,13 @@ Carrier ReadOnlyMount() {
 }
 
 Carrier ReadOnlyModes() {
-  return {.name = "ReadOnlyModes",
-          .make =
-              [](const CarrierWorld& world) {
-                world.RunTool({"/bin/chmod", "-R", "a=rX", kSet});
-              },
-          .unpack =
-              [](const CarrierWorld& world) {
-                RemovePlace(world);
-                fs::rename(world.Path("set"), world.Path("carrier"));
-              }};
+  Carrier modes = {.name = "ReadOnlyModes"};
+  modes.make = [](const CarrierWorld& world) { world.RunTool({"/bin/chmod", "-R", "a=rX", kSet}); };
+  modes.unpack = [](const CarrierWorld& world) {
+    RemovePlace(world);
+    fs::rename(world.Path("set"), world.Path("carrier"));
+  };
+  return modes;
 }
 
 void PrintTo(const Carrier& carrier, std::ostream* stream) {

@@ -37,8 +37,8 @@ std::string WhyNoMountOf(const Carrier& carrier, const CarrierWorld& world);
 /// Puts {set} on the carrier: an image is in {images} then.
 void PutOn(const Carrier& carrier, const CarrierWorld& world);
 
-/// Does so, and calls `action` while it can be read in {carrier}: mounted where
-/// that is possible, else unpacked. The test's property "carrier" tells which.
+/// Does so, and calls `action` while it can be read in {carrier}: mounted where that is possible, else
+/// unpacked. The test's property "carrier" tells which.
 void WithCarrier(const Carrier& carrier, const CarrierWorld& world,
                  const std::function<void()>& action);
 

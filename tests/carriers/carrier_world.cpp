@@ -5,47 +5,6 @@
 #include "tests/support/test.h"
 
 namespace kvl::test {
-namespace {
-
-constexpr unsigned kOrdinaryUser = 65534;
-constexpr char kPath[] = "/usr/bin:/bin";
-
-const Environment kSetByTheScript = {{"KVL_OS", "linux"},
-                                     {"KVL_Installer_EXE", "installer"},
-                                     {"KVL_LIBPATH_VARNAME", "LD_LIBRARY_PATH"}};
-
-/// An entry of a tree as DescribeTree gives it, taken apart.
-struct Line {
-  char kind = '\0';
-  unsigned mode = 0;
-  std::string rest;  ///< the name, and for a file its contents
-};
-
-Line LineFrom(const std::string& text) {
-  std::istringstream stream(text);
-  Line line;
-  stream >> line.kind >> std::oct >> line.mode;
-  stream.get();
-  line.rest = text.substr(static_cast<std::size_t>(stream.tellg()));
-  return line;
-}
-
-std::string Written(const Line& line) {
-  std::ostringstream text;
-  text << line.kind << " " << std::oct << line.mode << " " << line.rest;
-  return text.str();
-}
-
-bool LiesIn(const std::string& rest, const std::string& piece) {
-  return rest == piece || rest.starts_with(piece + "/") || rest.starts_with(piece + " = ");
-}
-
-}  // namespace
-
-std::vector<Starter> AllStarters() {
-  if (::geteuid() != 0) return {Starter::kOurselves};
-  return {Starter::kOurselves, Starter::kOrdinaryUser};
-}
 
 void CarrierWorld::Make(const std::string& directory,
                         const std::vector<std::string>& options) const {
@@ -83,46 +42,42 @@ void CarrierWorld::RunTool(const std::vector<std::string>& command) const {
                            ": " + outcome.out + outcome.err);
 }
 
-std::string CarrierWorld::WhyNot(Starter starter) const {
-  return starter == Starter::kOurselves ? std::string() : WhyNoOrdinaryUser(*this);
-}
-
-LaunchPlan CarrierWorld::StartOf(const std::string& script, Starter starter,
-                                 LaunchPlan plan) const {
+LaunchPlan CarrierWorld::StartOf(const std::string& script, LaunchPlan plan) const {
   plan.command = {script};
-  plan.env.emplace("PATH", kPath);
   plan.without = {"CurrentMediaDir", "KVL_OS", "KVL_Installer_EXE"};
   plan.directory = Path(".");
-  if (starter == Starter::kOrdinaryUser) plan.before = [this] { BecomeOrdinaryUser(*this); };
+  if (ordinary_user_) plan.before = [this] { BecomeOrdinaryUser(*this); };
   return plan;
 }
 
-LaunchSeen CarrierWorld::Start(Starter starter, const LaunchPlan& plan) {
-  LaunchSeen seen = Run(StartOf(std::string(kFirst) + "/StartTUI.sh", starter, plan));
+LaunchSeen CarrierWorld::Start(const LaunchPlan& plan) {
+  LaunchSeen seen = Run(StartOf(std::string(kFirst) + "/StartTUI.sh", plan));
   TakeAwayTheScript(seen, Text(kFirst));
   return seen;
 }
 
-void TakeAwayTheScript(LaunchSeen& seen, const std::string& media) {
-  seen.given.insert(kSetByTheScript.begin(), kSetByTheScript.end());
-  seen.given["CurrentMediaDir"] = media;
-  for (const char* of_shell : {"PWD", "OLDPWD", "SHLVL", "_"}) seen.child.env.erase(of_shell);
+void CarrierWorld::Expect(const LaunchSeen& seen, const ExpectedRun& expected) const {
+  const FakeUser user(ordinary_user_ ? 65534 : ::getuid());
+  ExpectRun(*this, seen, expected);
 }
 
-ExpectedRun InPlaceFromCarrier() {
-  ExpectedRun run;
-  run.out = SaysFoundIn(kFirst) +
-            " INFO: This media is composed of 3 volumes.\n"
-            "       Volume 1 found in: {carrier/1}\n"
-            "       Volume 2 found in: {carrier/2}\n"
-            "       Volume 3 found in: {carrier/3}\n";
-  run.arguments = StartedFrom(kFirst);
-  run.env = {.media = kFirst,
-             .found = {{"KVLAdmInstVolumesCount", "3"},
-                       {"KVLAdmInstMTBDIR", "SET-A"},
-                       {"KVLAdmInstVolumePath_2", "{carrier/2}"},
-                       {"KVLAdmInstVolumePath_3", "{carrier/3}"}}};
-  return run;
+void ForAllStarters(const std::function<void(CarrierWorld&)>& check) {
+  for (const bool ordinary_user : {false, true}) {
+    if (ordinary_user && ::geteuid() != 0) return;  // who is nobody else
+    SCOPED_TRACE(ordinary_user ? "by an ordinary user" : "by ourselves");
+    CarrierWorld world(ordinary_user);
+    const std::string why = ordinary_user ? WhyNoOrdinaryUser(world) : std::string();
+    if (!why.empty()) GTEST_SKIP() << why;
+    check(world);
+  }
+}
+
+void TakeAwayTheScript(LaunchSeen& seen, const std::string& media) {
+  seen.given.insert({{"KVL_OS", "linux"},
+                     {"KVL_Installer_EXE", "installer"},
+                     {"KVL_LIBPATH_VARNAME", "LD_LIBRARY_PATH"}});
+  seen.given["CurrentMediaDir"] = media;
+  for (const char* of_shell : {"PWD", "OLDPWD", "SHLVL", "_"}) seen.child.env.erase(of_shell);
 }
 
 ExpectedRun StagedFromCarrier() {
@@ -139,32 +94,35 @@ ExpectedRun StagedFromCarrier() {
   return run;
 }
 
+ExpectedRun InPlaceFromCarrier() {
+  ExpectedRun run = StagedFromCarrier();
+  run.out += "       Volume 3 found in: {carrier/3}\n";
+  run.err = "";
+  run.arguments = StartedFrom(kFirst);
+  run.env.media = kFirst;
+  run.env.original = "";
+  run.env.found["KVLAdmInstVolumePath_2"] = "{carrier/2}";
+  run.env.found["KVLAdmInstVolumePath_3"] = "{carrier/3}";
+  return run;
+}
+
 std::vector<std::string> StagedCopyOf(const MediaWorld& world, const std::string& media,
                                       unsigned umask) {
   const std::vector<std::string> pieces = StagedTree().pieces;
-  std::vector<std::string> lines = {Written({'d', 0755 & ~umask, "{staging}"})};
-  for (const std::string& text : DescribeTree(world.Text(media))) {
-    Line line = LineFrom(text);
-    if (std::none_of(pieces.begin(), pieces.end(),
-                     [&](const std::string& piece) { return LiesIn(line.rest, piece); })) {
-      continue;
-    }
-    line.mode = (line.kind == 'd' ? 0755 : line.mode) & ~umask;
-    line.rest = "{staging}/" + line.rest;
-    lines.push_back(Written(line));
+  std::vector<std::string> lines = {
+      "d 755 {staging}", "f 666 {staging}/remove.bat = " +
+                             DescribeContents(CleanUpScriptIn(world.Text("{staging}/")))};
+  for (const std::string& line : DescribeTree(world.Text(media))) {
+    const std::size_t behind_mode = line.find(' ', 2) + 1;
+    const std::string rest = line.substr(behind_mode),
+                      name = rest.substr(0, rest.find_first_of("/ "));
+    if (std::find(pieces.begin(), pieces.end(), name) == pieces.end()) continue;
+    lines.push_back((line[0] == 'd' ? "d 755 " : line.substr(0, behind_mode)) + "{staging}/" +
+                    rest);
   }
-  lines.push_back(Written(
-      {'f', 0666 & ~umask,
-       "{staging}/remove.bat = " + DescribeContents(CleanUpScriptIn(world.Text("{staging}/")))}));
+  for (std::string& line : lines) line = Masked(line, umask);
   std::sort(lines.begin(), lines.end());
   return lines;
-}
-
-void ExpectRunBy(Starter starter, const LaunchWorld& world, const LaunchSeen& seen,
-                 const ExpectedRun& expected) {
-  std::optional<FakeUser> user;
-  if (starter == Starter::kOrdinaryUser) user.emplace(kOrdinaryUser);
-  ExpectRun(world, seen, expected);
 }
 
 }  // namespace kvl::test

@@ -12,14 +12,11 @@ namespace kvl::test {
 /// Where the first volume lies for those who start it.
 inline constexpr char kFirst[] = "{carrier/1}";
 
-/// Who starts a media.
-enum class Starter { kOurselves, kOrdinaryUser };
-
-/// Both for the superuser; an ordinary user cannot be anybody else.
-std::vector<Starter> AllStarters();
-
 class CarrierWorld : public LaunchWorld {
  public:
+  /// Whether its media is started by an ordinary user, or by ourselves.
+  explicit CarrierWorld(bool ordinary_user = false) : ordinary_user_(ordinary_user) {}
+
   /// Makes a media in that directory; `options` are further ones for "kvl-media make".
   void Make(const std::string& directory, const std::vector<std::string>& options = {}) const;
   /// Makes the media in {set}, of three volumes, in that layout.
@@ -29,16 +26,25 @@ class CarrierWorld : public LaunchWorld {
   /// world's own. Its streams are only for the exception when it fails.
   void RunTool(const std::vector<std::string>& command) const;
 
-  /// Why this starter cannot be had; empty when it can.
-  std::string WhyNot(Starter starter) const;
-
   /// The plan of a run of a start script. The environment is that of a LaunchPlan without what the
   /// script sets.
-  LaunchPlan StartOf(const std::string& script, Starter starter, LaunchPlan plan = {}) const;
+  LaunchPlan StartOf(const std::string& script, LaunchPlan plan = {}) const;
 
   /// Runs StartTUI.sh of the first volume, and claims that the run changed nothing but {tmp}.
-  LaunchSeen Start(Starter starter, const LaunchPlan& plan = {});
+  LaunchSeen Start(const LaunchPlan& plan = {});
+
+  bool IsStartedByOrdinaryUser() const { return ordinary_user_ || ::geteuid() != 0; }
+
+  /// As ExpectRun of LaunchWorld.
+  void Expect(const LaunchSeen& seen, const ExpectedRun& expected) const;
+
+ private:
+  bool ordinary_user_;
 };
+
+/// Calls `check` with a world of its own for everybody who may start a media: ourselves, and, where the
+/// superuser runs the tests, an ordinary user. The test is skipped where that one cannot be had.
+void ForAllStarters(const std::function<void(CarrierWorld&)>& check);
 
 /// Adds to what was given what the script sets for the launcher, and takes from what the child got
 /// what only the shell needs: as if the launcher had been started without a script.
@@ -52,9 +58,5 @@ ExpectedRun StagedFromCarrier();
 /// directories, files that keep their modes, both less the umask.
 std::vector<std::string> StagedCopyOf(const MediaWorld& world, const std::string& media,
                                       unsigned umask = 022);
-
-/// As ExpectRun of LaunchWorld, for a run by that starter.
-void ExpectRunBy(Starter starter, const LaunchWorld& world, const LaunchSeen& seen,
-                 const ExpectedRun& expected);
 
 }  // namespace kvl::test

@@ -11,46 +11,32 @@ constexpr char kBin[] = "inst/linux/code/bin";
 
 /// In {carrier/1} the first of three volumes, the third of which is missing; in {update} a media of
 /// one volume, whose programs have the same names; one of them is another program.
-class ReadOnlyUpdate : public testing::Test {
- protected:
-  static void ForAllStarters(const std::function<void(CarrierWorld&, Starter)>& check) {
-    for (const Starter starter : AllStarters()) {
-      SCOPED_TRACE(starter == Starter::kOurselves ? "by ourselves" : "by an ordinary user");
-      CarrierWorld world;
-      if (const std::string why = world.WhyNot(starter); !why.empty()) GTEST_SKIP() << why;
-      world.MakeSet();
-      fs::remove_all(world.Path("set/3"));
-      fs::rename(world.Path("set"), world.Path("carrier"));
-      world.Make("update", {"--launcher", BuiltProgram("fake_installer")});
-      check(world, starter);
-    }
-  }
+void MakeMediaAndUpdate(const CarrierWorld& world) {
+  world.MakeSet();
+  fs::remove_all(world.Path("set/3"));
+  fs::rename(world.Path("set"), world.Path("carrier"));
+  world.Make("update", {"--launcher", BuiltProgram("fake_installer")});
+}
 
-  static LaunchPlan Plan() {
-    return {.arguments = {"-installerPath", "{update}"},
-            .env = {{"KVL_UseExternalInstaller", "1"}, {"FAKE_EXIT", "7"}}};
-  }
+const LaunchPlan kPlan = {.arguments = {"-installerPath", "{update}"},
+                          .env = {{"KVL_UseExternalInstaller", "1"}, {"FAKE_EXIT", "7"}}};
 
-  static ExpectedRun Expected() {
-    const std::string installer = InstallerOf(kFirst), external = InstallerOf("{update}");
-    ExpectedRun run = StagedFromCarrier();
-    run.status = 7;
-    run.out = " INFO: " + installer + "\n INFO: Installer found in the current media, \"" +
-              installer +
-              "\" but do not use it because of KVL_UseExternalInstaller env var.\n"
-              " INFO: Argument \"-installerPath\" found and its value is \"{update}\".\n"
-              " INFO: Installer executable \"" +
-              InstallerOf("{update}/1") +
-              "\" does not exist, trying without sub dir \"1\"\n"
-              " INFO: Installer Media: \"" +
-              external + "\"\n" +
-              " INFO: This media is composed of 3 volumes.\n"
-              "       Volume 1 found in: {carrier/1}\n"
-              "       Volume 2 found in: {carrier/2}\n";
-    run.env.external = "{update}/inst/";
-    return run;
-  }
-};
+ExpectedRun ExpectedUpdate() {
+  const std::string installer = InstallerOf(kFirst), external = InstallerOf("{update}");
+  ExpectedRun run = StagedFromCarrier();
+  run.status = 7;
+  run.out = " INFO: " + installer + "\n INFO: Installer found in the current media, \"" +
+            installer +
+            "\" but do not use it because of KVL_UseExternalInstaller env var.\n"
+            " INFO: Argument \"-installerPath\" found and its value is \"{update}\".\n"
+            " INFO: Installer executable \"" +
+            InstallerOf("{update}/1") +
+            "\" does not exist, trying without sub dir \"1\"\n"
+            " INFO: Installer Media: \"" +
+            external + "\"\n" + run.out.substr(SaysFoundIn(kFirst).size());
+  run.env.external = "{update}/inst/";
+  return run;
+}
 
 /// The staged copy of the first media with the program of the second one, which has taken the place
 /// of the first one's contents but not of its mode.
@@ -64,27 +50,27 @@ std::vector<std::string> UpdatedCopy(const CarrierWorld& world, const std::strin
   return lines;
 }
 
-TEST_F(ReadOnlyUpdate, ReplacesTheInstallerWhoseFilesMayBeWritten) {
-  ForAllStarters([](CarrierWorld& world, Starter starter) {
+TEST(ReadOnlyUpdate, ReplacesTheInstallerWhoseFilesMayBeWritten) {
+  ForAllStarters([](CarrierWorld& world) {
+    MakeMediaAndUpdate(world);
     world.RunTool({"/bin/chmod", "-R", "a=rX", "{update}"});
-    const LaunchSeen seen = world.Start(starter, Plan());
-    ExpectedRun expected = Expected();
+    const LaunchSeen seen = world.Start(kPlan);
+    ExpectedRun expected = ExpectedUpdate();
     expected.left.exactly = UpdatedCopy(world, "755");
-    ExpectRunBy(starter, world, seen, expected);
+    world.Expect(seen, expected);
   });
 }
 
 /// Files keep their modes, and who is not the superuser cannot overwrite a copy that is read-only:
 /// the first of them ends the staging.
-TEST_F(ReadOnlyUpdate, OfReadOnlyFilesIsOnlyForTheSuperuser) {
-  ForAllStarters([](CarrierWorld& world, Starter starter) {
-    for (const char* media : {"{carrier}", "{update}"}) {
-      world.RunTool({"/bin/chmod", "-R", "a=rX", media});
-    }
-    const LaunchSeen seen = world.Start(starter, Plan());
-    ExpectedRun expected = Expected();
+TEST(ReadOnlyUpdate, OfReadOnlyFilesIsOnlyForTheSuperuser) {
+  ForAllStarters([](CarrierWorld& world) {
+    MakeMediaAndUpdate(world);
+    world.RunTool({"/bin/chmod", "-R", "a=rX", "{carrier}", "{update}"});
+    const LaunchSeen seen = world.Start(kPlan);
+    ExpectedRun expected = ExpectedUpdate();
     expected.left.exactly = UpdatedCopy(world, "555");
-    if (starter == Starter::kOrdinaryUser || ::geteuid() != 0) {
+    if (world.IsStartedByOrdinaryUser()) {
       const fs::path first = *fs::directory_iterator(world.Path("update/") + kBin);
       expected.status = 1;
       expected.err =
@@ -97,7 +83,7 @@ TEST_F(ReadOnlyUpdate, OfReadOnlyFilesIsOnlyForTheSuperuser) {
         return line.find(" {staging}/remove.bat = ") != std::string::npos;
       });
     }
-    ExpectRunBy(starter, world, seen, expected);
+    world.Expect(seen, expected);
   });
 }
 

@@ -18,16 +18,6 @@ class SelfExtractingArchive : public testing::Test {
     if (const std::string why = WhyNoTools({"makeself"}); !why.empty()) GTEST_SKIP() << why;
   }
 
-  /// Calls `check` in a world of its own for everybody who may start an archive.
-  static void ForAllStarters(const std::function<void(CarrierWorld&, Starter)>& check) {
-    for (const Starter starter : AllStarters()) {
-      SCOPED_TRACE(starter == Starter::kOurselves ? "by ourselves" : "by an ordinary user");
-      CarrierWorld world;
-      if (const std::string why = world.WhyNot(starter); !why.empty()) GTEST_SKIP() << why;
-      check(world, starter);
-    }
-  }
-
   /// Makes {archives/suite.run} of the media in {set}.
   static void Pack(const CarrierWorld& world, const std::vector<std::string>& options = {}) {
     world.Directory().MakeDir("archives");
@@ -37,19 +27,17 @@ class SelfExtractingArchive : public testing::Test {
     world.RunTool(command);
   }
 
-  static void PackWithoutThirdVolume(const CarrierWorld& world,
-                                     const std::vector<std::string>& options = {}) {
+  static void MakeSetWithoutThirdVolume(const CarrierWorld& world) {
     world.MakeSet("flat");
     for (const char* piece : {"set/3.txt", "set/payload/3", "set/payload/3.cksum"}) {
       fs::remove_all(world.Path(piece));
     }
-    Pack(world, options);
   }
 
   /// Runs the archive, and claims that it changed nothing but {tmp}. The texts of the run have
   /// "{unpacked}" for the directory that it unpacked itself into.
-  static LaunchSeen StartArchive(CarrierWorld& world, Starter starter) {
-    LaunchSeen seen = world.Run(world.StartOf("{archives/suite.run}", starter, kPlan));
+  static LaunchSeen StartArchive(CarrierWorld& world) {
+    LaunchSeen seen = world.Run(world.StartOf("{archives/suite.run}", kPlan));
     const std::string unpacked = seen.child.directory;
     const std::string beginning = world.Path("tmp/selfgz");
     EXPECT_EQ(unpacked.substr(0, beginning.size()), beginning);
@@ -71,8 +59,8 @@ class SelfExtractingArchive : public testing::Test {
     return run;
   }
 
-  static void ExpectStaged(CarrierWorld& world, Starter starter, unsigned umask) {
-    const LaunchSeen seen = StartArchive(world, starter);
+  static void ExpectStaged(CarrierWorld& world, unsigned umask) {
+    const LaunchSeen seen = StartArchive(world);
     const std::string unpacked = seen.child.directory;
     ExpectedRun expected = Expected(unpacked);
     expected.out += " INFO: This media is composed of 3 volumes.\n";
@@ -82,34 +70,36 @@ class SelfExtractingArchive : public testing::Test {
                     .original = unpacked,
                     .found = {{"KVLAdmInstVolumesCount", "3"}, {"KVLAdmInstMTBDIR", "SET-A"}}};
     expected.left.exactly = StagedCopyOf(world, "{set}", umask);
-    ExpectRunBy(starter, world, seen, expected);
+    world.Expect(seen, expected);
     EXPECT_EQ(seen.child.facts.at("umask"), std::to_string(umask));
   }
 };
 
 TEST_F(SelfExtractingArchive, RunsTheInstallerWhereItWasUnpacked) {
-  ForAllStarters([](CarrierWorld& world, Starter starter) {
+  ForAllStarters([](CarrierWorld& world) {
     world.Directory().Write("payload/a", "of the only volume");
     world.Make("set");
     Pack(world);
-    const LaunchSeen seen = StartArchive(world, starter);
-    ExpectRunBy(starter, world, seen, Expected(seen.child.directory));
+    const LaunchSeen seen = StartArchive(world);
+    world.Expect(seen, Expected(seen.child.directory));
     EXPECT_EQ(seen.child.facts.at("umask"), std::to_string(kUmaskOfTheArchive));
   });
 }
 
 /// What was staged stays when what was unpacked goes, with modes by the umask of the archive.
 TEST_F(SelfExtractingArchive, LeavesTheStagedCopyOfAMediaWithoutOneOfItsVolumes) {
-  ForAllStarters([](CarrierWorld& world, Starter starter) {
-    PackWithoutThirdVolume(world);
-    ExpectStaged(world, starter, kUmaskOfTheArchive);
+  ForAllStarters([](CarrierWorld& world) {
+    MakeSetWithoutThirdVolume(world);
+    Pack(world);
+    ExpectStaged(world, kUmaskOfTheArchive);
   });
 }
 
 TEST_F(SelfExtractingArchive, LeavesItWithTheUmaskOfItsCallerOnDemand) {
   CarrierWorld world;
-  PackWithoutThirdVolume(world, {"--keep-umask"});
-  ExpectStaged(world, Starter::kOurselves, kOwnUmask);
+  MakeSetWithoutThirdVolume(world);
+  Pack(world, {"--keep-umask"});
+  ExpectStaged(world, kOwnUmask);
 }
 
 }  // namespace
