@@ -3,40 +3,26 @@
 #include "console/logger.h"
 #include "console/run_command.h"
 #include "console/signals.h"
-#include "tests/support/outcome.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
-namespace {
 
-constexpr char kReport[] = "report";
-constexpr char kProgram[] = "installer";
-
-}  // namespace
-
-FakeChild::FakeChild() {
-  directory_.Link(kProgram, BuiltProgram("fake_installer"));
-}
-
-std::string FakeChild::Program() const {
-  return directory_.Path(kProgram);
-}
-
-Environment FakeChild::Env(Environment more) const {
-  more["FAKE_REPORT"] = directory_.Path(kReport);
-  return more;
+FakeChild::FakeChild(const Environment& more) : env_(more) {
+  directory_.Link("installer", BuiltProgram("fake_installer"));
+  ::setenv("FAKE_REPORT", directory_.Path("report").c_str(), 1);
 }
 
 ChildReport FakeChild::Report() const {
-  const ChildReport report = ReadReport(directory_.Path(kReport));
-  std::filesystem::remove(directory_.Path(kReport));
+  const ChildReport report = ReadReport(directory_.Path("report"));
+  fs::remove(directory_.Path("report"));
   return report;
 }
 
-Ran RunCaught(const std::string& command, bool wait) {
+Outcome RunCaught(const std::string& command, bool wait) {
   int code = 0;
-  const Outcome said = Catch([&] { code = RunBare(command, wait); });
-  return {code, said.out, said.err};
+  Outcome outcome = Catch([&] { code = RunBare(command, wait); });
+  outcome.status = code;
+  return outcome;
 }
 
 int RunBare(const std::string& command, bool wait) {

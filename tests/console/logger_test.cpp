@@ -22,74 +22,50 @@ TEST(Logger, ThatCollectsGetsTheMessagesOfBothStreamsAndShowsNothing) {
     logger.Message("", kError, kMarked);
     logger.Message("three", kContinuation, kMarked);
   });
-  EXPECT_EQ(collected,
-            (std::vector<std::string>{" INFO: one\n       two\n", "ERROR: \n", "       three\n"}));
-  EXPECT_EQ(outcome.out, "");
-  EXPECT_EQ(outcome.err, "");
+  EXPECT_THAT(collected, ElementsAre(" INFO: one\n       two\n", "ERROR: \n", "       three\n"));
+  EXPECT_EQ(outcome, Outcome());
 }
 
-TEST(Logger, PutsThePrefixOfTheLevelInFrontOnItsStream) {
+TEST(Logger, PutsThePrefixOfTheLevelInFrontOnItsStreamMarkedOrNot) {
   struct Row {
     int level;
-    std::string out, err;
+    std::string prefix;
+    int stream;
   };
   const std::vector<Row> rows = {
-      {kError, "", "ERROR: text\n"},
-      {kWarning, "", " WARN: text\n"},
-      {kInformation, " INFO: text\n", ""},
-      {kContinuation, "       text\n", ""},
-      {4, "       text\n", ""},
-      {kNoLevel, "       text\n", ""},
-      {-1, "       text\n", ""},
-      {INT_MAX, "       text\n", ""},
-      {INT_MIN, "       text\n", ""},
+      {3, "ERROR: ", STDERR_FILENO},  {2, " WARN: ", STDERR_FILENO},
+      {1, " INFO: ", STDOUT_FILENO},  {0, "       ", STDOUT_FILENO},
+      {4, "       ", STDOUT_FILENO},  {kNoLevel, "       ", STDOUT_FILENO},
+      {-1, "       ", STDOUT_FILENO}, {INT_MAX, "       ", STDOUT_FILENO},
   };
   for (const Row& row : rows) {
-    const Outcome said = Said("text", row.level);
-    EXPECT_EQ(said.out, row.out) << row.level;
-    EXPECT_EQ(said.err, row.err) << row.level;
+    for (const std::string text : {"text", ""}) {
+      for (const bool marked : {kMarked, kUnmarked}) {
+        const std::string line = row.prefix + text + "\n";
+        const bool is_error = row.stream == STDERR_FILENO;
+        EXPECT_EQ(Said(text, row.level, marked),
+                  (Outcome{0, is_error ? "" : line, is_error ? line : ""}));
+      }
+    }
   }
 }
 
-TEST(Logger, NumbersItsLevelsFromZeroToThree) {
-  EXPECT_EQ(Said("text", 3).err, "ERROR: text\n");
-  EXPECT_EQ(Said("text", 2).err, " WARN: text\n");
-  EXPECT_EQ(Said("text", 1).out, " INFO: text\n");
-  EXPECT_EQ(Said("text", 0).out, "       text\n");
-}
-
-TEST(Logger, PutsAContinuationOnTheStreamOfTheMessageBefore) {
-  struct Row {
-    int level_before;
-    std::string out, err;
-  };
-  const std::string lines = "       detail\n       more\n       stray\n";
-  const std::vector<Row> rows = {{kError, "", "ERROR: text\n" + lines},
-                                 {kWarning, "", " WARN: text\n" + lines},
-                                 {kInformation, " INFO: text\n" + lines, ""},
-                                 {kContinuation, "       text\n" + lines, ""}};
-  for (const Row& row : rows) {
-    const Outcome said = Catch([&] {
-      Logger logger;
-      logger.Message("text", row.level_before, kMarked);
-      logger.Message("detail", kContinuation, kMarked);
-      logger.Message("more", kContinuation, kMarked);
-      logger.Message("stray", kNoLevel, kMarked);
-    });
-    EXPECT_EQ(said.out, row.out) << row.level_before;
-    EXPECT_EQ(said.err, row.err) << row.level_before;
-  }
-}
-
-TEST(Logger, FollowsTheLastMessageThatHadALevel) {
+TEST(Logger, PutsAContinuationOnTheStreamOfTheLastMessageWithALevel) {
   const Outcome said = Catch([] {
     Logger logger;
-    const std::vector<int> levels = {kContinuation, kWarning,      kContinuation, kInformation,
-                                     kNoLevel,      kContinuation, kError,        kNoLevel};
-    for (const int level : levels) logger.Message("text", level, kMarked);
+    int number = 0;
+    for (const int level : {kContinuation, kWarning, kContinuation, kContinuation, kInformation,
+                            kContinuation, kContinuation, kError, kContinuation}) {
+      logger.Message(std::to_string(++number), level, kMarked);
+      logger.Message("stray", kNoLevel, kMarked);
+    }
   });
-  EXPECT_EQ(said.out, "       text\n INFO: text\n       text\n       text\n");
-  EXPECT_EQ(said.err, " WARN: text\n       text\nERROR: text\n       text\n");
+  const std::string stray = "       stray\n";
+  EXPECT_EQ(said, (Outcome{0,
+                           "       1\n" + stray + " INFO: 5\n" + stray + "       6\n" + stray +
+                               "       7\n" + stray,
+                           " WARN: 2\n" + stray + "       3\n" + stray + "       4\n" + stray +
+                               "ERROR: 8\n" + stray + "       9\n" + stray}));
 }
 
 TEST(Logger, KeepsTheStreamOfEachLoggerApart) {
@@ -98,8 +74,7 @@ TEST(Logger, KeepsTheStreamOfEachLoggerApart) {
     one.Message("text", kError, kMarked);
     other.Message("of the other", kContinuation, kMarked);
   });
-  EXPECT_EQ(said.out, "       of the other\n");
-  EXPECT_EQ(said.err, "ERROR: text\n");
+  EXPECT_EQ(said, (Outcome{0, "       of the other\n", "ERROR: text\n"}));
 }
 
 TEST(Logger, IndentsEveryFurtherLineUnderTheFirst) {
@@ -117,24 +92,7 @@ TEST(Logger, IndentsEveryFurtherLineUnderTheFirst) {
       {"a\r\nb", "ERROR: a\r\n       b\n"},
   };
   for (const Row& row : rows) {
-    const Outcome said = Said(row.text, kError);
-    EXPECT_EQ(said.err, row.shown);
-    EXPECT_EQ(said.out, "");
-  }
-}
-
-TEST(Logger, ShowsThePrefixAloneForAnEmptyText) {
-  EXPECT_EQ(Said("", kError).err, "ERROR: \n");
-  EXPECT_EQ(Said("", kWarning).err, " WARN: \n");
-  EXPECT_EQ(Said("", kInformation).out, " INFO: \n");
-  EXPECT_EQ(Said("", kContinuation).out, "       \n");
-}
-
-TEST(Logger, ShowsTheSameMarkedOrNot) {
-  for (const int level : {0, 1, 2, 3, kNoLevel}) {
-    const Outcome marked = Said("a\nb", level, kMarked), unmarked = Said("a\nb", level, kUnmarked);
-    EXPECT_EQ(marked.out, unmarked.out) << level;
-    EXPECT_EQ(marked.err, unmarked.err) << level;
+    EXPECT_EQ(Said(row.text, kError), (Outcome{0, "", row.shown}));
   }
 }
 
@@ -159,27 +117,16 @@ class PipeAsConsole {
     ::dup2(ends[1], STDOUT_FILENO);
     ::close(ends[1]);
     ::fcntl(STDOUT_FILENO, F_SETFL, flags);
+    ::alarm(60);  // instead of waiting without an end
   }
 
   void LoseReader() const { ::close(reader_); }
-  void EndMessages() const { ::close(STDOUT_FILENO); }
 
-  /// Fills the pipe until nothing more goes in; gives back what it holds then.
-  std::string FillUp() const {
-    std::string filling;
-    const int flags = ::fcntl(STDOUT_FILENO, F_GETFL);
-    ::fcntl(STDOUT_FILENO, F_SETFL, flags | O_NONBLOCK);
-    while (::write(STDOUT_FILENO, ".", 1) == 1) filling += '.';
-    ::fcntl(STDOUT_FILENO, F_SETFL, flags);
-    return filling;
-  }
-
-  /// Fills the pipe in such a way that of a page and one byte it takes one byte only.
-  std::string FillUpButOneByte() const {
-    std::string filling(static_cast<std::size_t>(::fcntl(STDOUT_FILENO, F_GETPIPE_SZ)) - 1, '.');
-    for (const char& byte : filling) {
-      if (::write(STDOUT_FILENO, &byte, 1) != 1) std::_Exit(98);
-    }
+  /// Fills the pipe but for so many bytes, and gives back what it holds then.
+  std::string FillUpBut(int left) const {
+    const int size = ::fcntl(STDOUT_FILENO, F_GETPIPE_SZ) - left;
+    const std::string filling(static_cast<std::size_t>(size), '.');
+    if (::write(STDOUT_FILENO, filling.data(), filling.size()) != size) std::_Exit(98);
     return filling;
   }
 
@@ -212,23 +159,28 @@ TEST(Logger, WritesEachMessageInOnePiece) {
   EXPECT_EQ(outcome.status, 0);
 }
 
-TEST(Logger, LosesOnlyTheMessagesThatNobodyReads) {
-  const Outcome outcome = RunIsolated([] {
-    ::signal(SIGPIPE, SIG_DFL);
-    const SignalScope signals;
-    const int console = ::dup(STDOUT_FILENO);
-    PipeAsConsole().LoseReader();
-    Logger logger;
-    logger.Message("lost", kInformation, kMarked);
-    logger.Message("lost, too", kContinuation, kMarked);
-    logger.Message("on the other stream", kError, kMarked);
-    ::dup2(console, STDOUT_FILENO);
-    logger.Message("again", kInformation, kMarked);
-    return 0;
-  });
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.out, " INFO: again\n");
-  EXPECT_EQ(outcome.err, "ERROR: on the other stream\n");
+TEST(Logger, LosesOnlyTheMessagesThatTheConsoleDoesNotTake) {
+  const std::vector<std::function<void()>> losses = {
+      [] { PipeAsConsole().LoseReader(); },
+      [] { ::dup2(::open("/dev/full", O_RDWR | O_CLOEXEC), STDOUT_FILENO); },
+      [] { ::close(STDOUT_FILENO); },
+  };
+  for (const std::function<void()>& lose_the_console : losses) {
+    const Outcome outcome = RunIsolated([&] {
+      ::signal(SIGPIPE, SIG_DFL);
+      const SignalScope signals;
+      const int console = ::dup(STDOUT_FILENO);
+      lose_the_console();
+      Logger logger;
+      logger.Message("lost", kInformation, kMarked);
+      logger.Message("lost, too", kContinuation, kMarked);
+      logger.Message("on the other stream", kWarning, kMarked);
+      ::dup2(console, STDOUT_FILENO);
+      logger.Message("again", kInformation, kMarked);
+      return 0;
+    });
+    EXPECT_EQ(outcome, (Outcome{0, " INFO: again\n", " WARN: on the other stream\n"}));
+  }
 }
 
 TEST(Logger, EndsTheProcessWhenNobodyReadsAndSigpipeIsNotIgnored) {
@@ -241,33 +193,6 @@ TEST(Logger, EndsTheProcessWhenNobodyReadsAndSigpipeIsNotIgnored) {
   EXPECT_EQ(outcome.status, -SIGPIPE);
 }
 
-/// A place for standard output that takes no message.
-void TakeNothing(const std::string& place) {
-  if (place == "closed") {
-    ::close(STDOUT_FILENO);
-  } else {
-    ::dup2(::open(place.c_str(), O_RDWR | O_CLOEXEC), STDOUT_FILENO);
-  }
-}
-
-TEST(Logger, LosesOnlyTheMessagesThatTheConsoleDoesNotTake) {
-  for (const std::string place : {"/dev/full", "closed"}) {
-    const Outcome outcome = RunIsolated([&] {
-      const int console = ::dup(STDOUT_FILENO);
-      TakeNothing(place);
-      Logger logger;
-      logger.Message("lost", kInformation, kMarked);
-      logger.Message("on the other stream", kWarning, kMarked);
-      ::dup2(console, STDOUT_FILENO);
-      logger.Message("again", kInformation, kMarked);
-      return 0;
-    });
-    EXPECT_EQ(outcome.status, 0) << place;
-    EXPECT_EQ(outcome.out, " INFO: again\n") << place;
-    EXPECT_EQ(outcome.err, " WARN: on the other stream\n") << place;
-  }
-}
-
 /// Returns when this thread of the process waits in the system.
 void WaitUntilAsleep(pid_t thread) {
   const std::string path = "/proc/self/task/" + std::to_string(thread) + "/stat";
@@ -276,13 +201,12 @@ void WaitUntilAsleep(pid_t thread) {
   }
 }
 
-/// Shows a long message on a full console. It is read from another thread, once the message waits
-/// for that and `before_reading` is done. 0 when the message arrives whole behind the filling.
-int ShowOnAFullConsole(int flags, const std::function<void()>& before_reading) {
-  ::alarm(60);  // instead of waiting without an end
-  const std::string text(1'000'000, 'x');
+/// Shows a message on a console that is full but for so many bytes. Another thread does something,
+/// and reads, once the message waits for that. 0 when the message arrives whole behind the filling.
+int ShowOnAFullConsole(int flags, int left, const std::string& text,
+                       const std::function<void()>& before_reading) {
   const PipeAsConsole console(flags);
-  const std::string filling = console.FillUp();
+  const std::string filling = console.FillUpBut(left);
   std::string seen;
   std::thread reader([&] {
     WaitUntilAsleep(::getpid());
@@ -290,48 +214,21 @@ int ShowOnAFullConsole(int flags, const std::function<void()>& before_reading) {
     seen = console.ReadToTheEnd();
   });
   Logger().Message(text, kInformation, kMarked);
-  console.EndMessages();
+  ::close(STDOUT_FILENO);
   reader.join();
   return seen == filling + " INFO: " + text + "\n" ? 0 : 1;
 }
 
-TEST(Logger, WaitsForAConsoleThatIsFull) {
-  for (const int flags : {0, O_NONBLOCK}) {
-    const Outcome outcome = RunIsolated([&] { return ShowOnAFullConsole(flags, [] {}); });
-    EXPECT_EQ(outcome.status, 0) << flags;
-  }
-}
+constexpr int kBlocking = 0;
 
-TEST(Logger, GoesOnWhenTheConsoleTookASingleByte) {
-  const Outcome outcome = RunIsolated([] {
-    ::alarm(60);  // instead of waiting without an end
-    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
-    const std::string text(page + 1 - std::string_view(" INFO: \n").size(), 'x');
-    const PipeAsConsole rehearsal(O_NONBLOCK);
-    rehearsal.FillUpButOneByte();
-    if (::write(STDOUT_FILENO, (text + " INFO: \n").data(), page + 1) != 1) return 2;
-    const PipeAsConsole console(O_NONBLOCK);
-    const std::string filling = console.FillUpButOneByte();
-    std::string seen;
-    std::thread reader([&] {
-      WaitUntilAsleep(::getpid());
-      seen = console.ReadToTheEnd();
-    });
-    Logger().Message(text, kInformation, kMarked);
-    console.EndMessages();
-    reader.join();
-    return seen == filling + " INFO: " + text + "\n" ? 0 : 1;
-  });
-  EXPECT_EQ(outcome.status, 0);
-}
-
-TEST(Logger, GoesOnAfterASignalThatTheProcessHandles) {
-  for (const int flags : {0, O_NONBLOCK}) {
+TEST(Logger, WaitsForAConsoleThatIsFullAndGoesOnAfterASignal) {
+  for (const int flags : {kBlocking, O_NONBLOCK}) {
     const Outcome outcome = RunIsolated([&] {
       struct sigaction action = {};
       action.sa_handler = [](int) {};
       ::sigaction(SIGUSR1, &action, nullptr);
-      return ShowOnAFullConsole(flags, [writer = ::pthread_self()] {
+      const std::string longer_than_the_console(1'000'000, 'x');
+      return ShowOnAFullConsole(flags, 0, longer_than_the_console, [writer = ::pthread_self()] {
         ::pthread_kill(writer, SIGUSR1);
         WaitUntilAsleep(::getpid());
       });
@@ -340,13 +237,24 @@ TEST(Logger, GoesOnAfterASignalThatTheProcessHandles) {
   }
 }
 
+TEST(Logger, GoesOnWhenTheConsoleTookASingleByte) {
+  const Outcome outcome = RunIsolated([] {
+    const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    const std::string text(page + 1 - std::string_view(" INFO: \n").size(), 'x');
+    const PipeAsConsole rehearsal(O_NONBLOCK);
+    rehearsal.FillUpBut(1);
+    if (::write(STDOUT_FILENO, (text + " INFO: \n").data(), page + 1) != 1) return 2;
+    return ShowOnAFullConsole(O_NONBLOCK, 1, text, [] {});
+  });
+  EXPECT_EQ(outcome.status, 0);
+}
+
 TEST(Logger, GivesUpWhenTheReaderOfAFullConsoleLeaves) {
-  for (const int flags : {0, O_NONBLOCK}) {
+  for (const int flags : {kBlocking, O_NONBLOCK}) {
     const Outcome outcome = RunIsolated([&] {
-      ::alarm(60);  // instead of waiting without an end
       const SignalScope signals;
       const PipeAsConsole console(flags);
-      console.FillUp();
+      console.FillUpBut(0);
       std::thread reader([&] {
         WaitUntilAsleep(::getpid());
         console.LoseReader();

@@ -7,22 +7,14 @@ namespace kvl::test {
 namespace {
 
 constexpr std::int32_t kFallback = -77;
-constexpr int kErrnoBefore = ENOTTY;
-constexpr char kIndent[] = "\n       ";
 
 TEST(ToIntOr, ReadsTheNumberInFront) {
-  struct Row {
-    std::string text;
-    std::int32_t number;
-  };
-  const std::vector<Row> rows = {
+  const std::vector<std::pair<std::string, std::int32_t>> rows = {
       {"7", 7},
       {" 7", 7},
       {" \t\n\v\f\r7", 7},
       {"+7", 7},
-      {"-7", -7},
       {"  -7", -7},
-      {"0", 0},
       {"-0", 0},
       {"0012", 12},
       {"12abc", 12},
@@ -30,32 +22,17 @@ TEST(ToIntOr, ReadsTheNumberInFront) {
       {"1.9", 1},
       {"0x10", 0},
       {std::string("5\0006", 3), 5},
-      {"2147483647", std::numeric_limits<std::int32_t>::max()},
       {"-2147483648", std::numeric_limits<std::int32_t>::min()},
       {"2147483647 volumes", std::numeric_limits<std::int32_t>::max()},
   };
-  for (const Row& row : rows) EXPECT_EQ(ToIntOr(row.text, kFallback), row.number) << row.text;
+  for (const auto& [text, number] : rows) EXPECT_EQ(ToIntOr(text, kFallback), number) << text;
 }
 
 TEST(ToIntOr, FallsBackWithoutANumberThatFits) {
-  const std::vector<std::string> texts = {"",
-                                          " ",
-                                          "abc",
-                                          "a7",
-                                          "+",
-                                          "-",
-                                          "+-7",
-                                          "- 7",
-                                          ".5",
-                                          "2147483648",
-                                          "-2147483649",
-                                          "4294967297",
-                                          "99999999999",
-                                          "9223372036854775807",
-                                          "9223372036854775808",
-                                          "-99999999999999999999",
-                                          std::string(1000, '9')};
-  for (const std::string& text : texts) {
+  const std::string long_number(1000, '9');
+  for (const std::string text :
+       {"", " ", "abc", "a7", "+", "+-7", "- 7", ".5", "2147483648", "-2147483649", "4294967297",
+        "99999999999", "9223372036854775808", "-99999999999999999999", long_number.c_str()}) {
     EXPECT_EQ(ToIntOr(text, kFallback), kFallback) << text;
     EXPECT_EQ(ToIntOr(text, 5), 5) << text;
   }
@@ -64,35 +41,31 @@ TEST(ToIntOr, FallsBackWithoutANumberThatFits) {
 TEST(ToIntOr, LeavesErrnoAsItWasUnlessTheSystemReportsARangeError) {
   struct Row {
     std::string text;
-    int errno_after;
+    int before, after;
   };
-  const std::vector<Row> rows = {{"7", kErrnoBefore},
-                                 {"", kErrnoBefore},
-                                 {"abc", kErrnoBefore},
-                                 {"99999999999", kErrnoBefore},
-                                 {"9999999999999999999999", ERANGE}};
+  const std::vector<Row> rows = {{"7", ENOTTY, ENOTTY},
+                                 {"7", ERANGE, ERANGE},  // not misled by an error from before
+                                 {"", ENOTTY, ENOTTY},
+                                 {"abc", ENOTTY, ENOTTY},
+                                 {"99999999999", ENOTTY, ENOTTY},
+                                 {"9999999999999999999999", ENOTTY, ERANGE}};
   for (const Row& row : rows) {
-    errno = kErrnoBefore;
-    ToIntOr(row.text, kFallback);
-    EXPECT_EQ(errno, row.errno_after) << row.text;
+    errno = row.before;
+    const std::int32_t number = ToIntOr(row.text, kFallback);
+    EXPECT_EQ(errno, row.after) << row.text;
+    EXPECT_EQ(number, row.text == "7" ? 7 : kFallback);
   }
 }
 
-TEST(ToIntOr, IsNotMisledByAnErrorFromBefore) {
-  errno = ERANGE;
-  EXPECT_EQ(ToIntOr("7", kFallback), 7);
-  EXPECT_EQ(errno, ERANGE);
-}
-
-struct Replacement {
-  std::string text, what, with;
-  std::size_t start;
-  std::string result;
-  std::size_t count;
-};
-
 TEST(ReplaceAll, ReplacesEveryOccurrenceBehindTheStart) {
-  const std::vector<Replacement> rows = {
+  struct Row {
+    std::string text, what, with;
+    std::size_t start;
+    std::string result;
+    std::size_t count;
+  };
+  constexpr char kIndent[] = "\n       ";
+  const std::vector<Row> rows = {
       {"aaa", "a", "aa", 0, "aaaaaa", 3},
       {"a\nb\nc", "\n", kIndent, 0, "a\n       b\n       c", 2},
       {"x\n", "\n", kIndent, 0, "x\n       ", 1},
@@ -100,33 +73,24 @@ TEST(ReplaceAll, ReplacesEveryOccurrenceBehindTheStart) {
       {"", "x", "y", 0, "", 0},
       {"x", "x", "", 0, "", 1},
       {"axbxc", "x", "", 0, "abc", 2},
-      {"x and x", "x", "longer", 0, "longer and longer", 2},
       {"long and long", "long", "x", 0, "x and x", 2},
       {"aaaaa", "aa", "b", 0, "bba", 2},
-      {"abab", "ab", "a", 0, "aa", 2},
       {"aab", "ab", "b", 0, "ab", 1},
       {"aXaXa", "a", "b", 1, "aXbXb", 2},
-      {"aXaXa", "a", "b", 4, "aXaXb", 1},
       {"aXaXa", "a", "b", 5, "aXaXa", 0},
       {"aXaXa", "a", "b", 99, "aXaXa", 0},
-      {"aaa", "aa", "b", 1, "ab", 1},
       {"x", "xx", "y", 0, "x", 0},
       {"xx", "xx", "xx", 0, "xx", 1},
       {std::string("a\0b\0", 4), std::string(1, '\0'), "0", 0, "a0b0", 2},
+      {"abc", "", "x", 0, "abc", 0},  // an empty search finds nothing
   };
-  for (const Replacement& row : rows) {
+  for (const Row& row : rows) {
     SCOPED_TRACE("\"" + row.text + "\", " + row.what + " by " + row.with + " from " +
                  std::to_string(row.start));
     std::string text = row.text;
     EXPECT_EQ(ReplaceAll(text, row.what, row.with, row.start), row.count);
     EXPECT_EQ(text, row.result);
   }
-}
-
-TEST(ReplaceAll, ReplacesNothingForAnEmptySearch) {
-  std::string text = "abc";
-  EXPECT_EQ(ReplaceAll(text, "", "x", 0), 0U);
-  EXPECT_EQ(text, "abc");
 }
 
 TEST(ReplaceAll, TakesTimeInProportionToTheLength) {
@@ -139,49 +103,36 @@ TEST(ReplaceAll, TakesTimeInProportionToTheLength) {
   EXPECT_EQ(outcome.status, 0);
 }
 
-/// Every line that ReadLine delivers.
-std::vector<std::string> LinesOf(const std::string& contents) {
-  std::istringstream stream(contents);
-  std::vector<std::string> lines;
-  for (std::string line; ReadLine(stream, line);) lines.push_back(line);
-  return lines;
-}
-
 TEST(ReadLine, DeliversLinesWithoutTheirEnds) {
-  EXPECT_THAT(LinesOf("a\nb c\n\nd\n"), ElementsAre("a", "b c", "", "d"));
-  EXPECT_THAT(LinesOf("a\r\nb c\r\n\r\nd\r\n"), ElementsAre("a", "b c", "", "d"));
+  struct Row {
+    std::string what, contents;
+    std::vector<std::string> lines;
+  };
+  const std::string odd_bytes("\0 \t\xFF x ", 7);
+  const std::vector<Row> rows = {
+      {"line feeds", "a\nb c\n\nd\n", {"a", "b c", "", "d"}},
+      {"carriage returns and line feeds", "a\r\nb c\r\n\r\nd\r\n", {"a", "b c", "", "d"}},
+      {"a last line without a line feed", "a\nlast", {"a", "last"}},
+      {"one that ends in a carriage return", "a\r\nlast\r", {"a", "last"}},
+      {"of two carriage returns one", "a\r\r\n\rb\rc\n\r\n", {"a\r", "\rb\rc", ""}},
+      {"every other byte stays", odd_bytes + "\n", {odd_bytes}},
+      {"nothing of nothing", "", {}},
+  };
+  for (const Row& row : rows) {
+    std::istringstream stream(row.contents);
+    std::vector<std::string> lines;
+    for (std::string line; ReadLine(stream, line);) lines.push_back(line);
+    EXPECT_EQ(lines, row.lines) << row.what;
+  }
 }
 
-TEST(ReadLine, DeliversALastLineWithoutALineFeedWhole) {
-  EXPECT_THAT(LinesOf("a\nlast"), ElementsAre("a", "last"));
-  EXPECT_THAT(LinesOf("a\r\nlast\r"), ElementsAre("a", "last"));
-}
-
-TEST(ReadLine, DropsOneCarriageReturnAtTheEndOnly) {
-  EXPECT_THAT(LinesOf("a\r\r\n\rb\rc\n\r\n"), ElementsAre("a\r", "\rb\rc", ""));
-}
-
-TEST(ReadLine, KeepsEveryOtherByte) {
-  const std::string line("\0 \t\xFF x ", 7);
-  EXPECT_THAT(LinesOf(line + "\n"), ElementsAre(line));
-}
-
-TEST(ReadLine, OfAnEmptyStreamFails) {
-  EXPECT_THAT(LinesOf(""), IsEmpty());
-}
-
-TEST(ReadLine, LeavesTheLineAloneOnAFailedStream) {
+TEST(ReadLine, LeavesTheLineAloneOnAFailedStreamWhichItReturns) {
   std::istringstream stream("b\n");
   stream.setstate(std::ios::badbit);
   std::string line = "a\r";
-  EXPECT_FALSE(ReadLine(stream, line));
-  EXPECT_EQ(line, "a\r");
-}
-
-TEST(ReadLine, ReturnsTheStreamItWasGiven) {
-  std::istringstream stream("a\n");
-  std::string line;
   EXPECT_EQ(&ReadLine(stream, line), &stream);
+  EXPECT_TRUE(stream.bad());
+  EXPECT_EQ(line, "a\r");
 }
 
 }  // namespace
