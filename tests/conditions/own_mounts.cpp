@@ -11,10 +11,24 @@ void Require(bool done, const std::string& what) {
   if (!done) throw std::runtime_error("cannot " + what + ": " + std::strerror(errno));
 }
 
+/// In a build chroot the root directory may be no mount point, and mounts below it would show outside.
+/// /proc is one: the root directory, with all that is mounted below it, is put there once more, and made
+/// the root. Its paths are the same.
+void MakeTheRootAMountPoint() {
+  constexpr char kPlace[] = "/proc/sys";
+  const fs::path working_directory = fs::current_path();
+  Require(::mount("none", "/proc", nullptr, MS_PRIVATE, nullptr) == 0 &&
+              ::mount("/", kPlace, nullptr, MS_BIND | MS_REC, nullptr) == 0 &&
+              ::mount("none", kPlace, nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+              ::chroot(kPlace) == 0,
+          "have a root directory of its own");
+  fs::current_path(working_directory);
+}
+
 /// Gives the calling thread a copy of the mounts, and keeps its changes to itself.
 void LeaveTheMountsOfOthers() {
   Require(::unshare(CLONE_NEWNS) == 0, "have mounts of its own");
-  Require(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "keep mounts private");
+  if (::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) MakeTheRootAMountPoint();
 }
 
 void Mount(const std::string& directory, const std::string& options, unsigned long flags) {
