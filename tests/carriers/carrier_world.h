@@ -42,8 +42,9 @@ class CarrierWorld : public LaunchWorld {
   bool ordinary_user_;
 };
 
-/// Calls `check` with a world of its own for everybody who may start a media: ourselves, and, where the
-/// superuser runs the tests, an ordinary user. The test is skipped where that one cannot be had.
+/// Calls `check` with a world of its own for everybody who may start a media: ourselves, and, where
+/// the superuser runs the tests, an ordinary user. The test is skipped where that one cannot be
+/// had.
 void ForAllStarters(const std::function<void(CarrierWorld&)>& check);
 
 /// Adds to what was given what the script sets for the launcher, and takes from what the child got

@@ -25,8 +25,8 @@ class MediaInUse : public testing::TestWithParam<Carrier> {
     }
   }
 
-  /// Starts the media and unmounts it as soon as the installer runs, which waits for that, says that
-  /// it is done and ends with 7. Only from a staged copy it can.
+  /// Starts the media and unmounts it as soon as the installer runs, which waits for that, says
+  /// that it is done and ends with 7. Only from a staged copy it can.
   static void ExpectRunsAndUnmounts(bool volume_is_missing) {
     ForAllStarters([&](CarrierWorld& world) {
       world.MakeSet();

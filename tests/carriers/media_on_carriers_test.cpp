@@ -30,8 +30,8 @@ class MediaOn : public testing::TestWithParam<Carrier> {
     if (!why.empty()) GTEST_SKIP() << why;
   }
 
-  /// Starts the media on its carrier, by everybody who may do so, without the third volume if one is
-  /// to be missing, and compares everything.
+  /// Starts the media on its carrier, by everybody who may do so, without the third volume if one
+  /// is to be missing, and compares everything.
   static void ExpectRuns(bool volume_is_missing) {
     ForAllStarters([&](CarrierWorld& world) {
       world.MakeSet();

@@ -87,7 +87,7 @@ TEST_F(SelfExtractingArchive, RunsTheInstallerWhereItWasUnpacked) {
 }
 
 /// What was staged stays when what was unpacked goes, with modes by the umask of the archive.
-TEST_F(SelfExtractingArchive, LeavesTheStagedCopyOfAMediaWithoutOneOfItsVolumes) {
+TEST_F(SelfExtractingArchive, LeavesTheStagedCopyOfWhatLacksAVolume) {
   ForAllStarters([](CarrierWorld& world) {
     MakeSetWithoutThirdVolume(world);
     Pack(world);
@@ -95,7 +95,7 @@ TEST_F(SelfExtractingArchive, LeavesTheStagedCopyOfAMediaWithoutOneOfItsVolumes)
   });
 }
 
-TEST_F(SelfExtractingArchive, LeavesItWithTheUmaskOfItsCallerOnDemand) {
+TEST_F(SelfExtractingArchive, LeavesItWithTheCallersUmaskOnDemand) {
   CarrierWorld world;
   MakeSetWithoutThirdVolume(world);
   Pack(world, {"--keep-umask"});

@@ -1,5 +1,5 @@
-// Whole runs with as much, and as little, as the system lets a program have for its arguments and its
-// environment.
+// Whole runs with as much, and as little, as the system lets a program have for its arguments and
+// its environment.
 
 #include "tests/conditions/worlds.h"
 #include "tests/support/test.h"
@@ -12,8 +12,8 @@ std::size_t LongestText() {
   return 32 * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
 }
 
-/// Gives the texts as much room as they usually have: a quarter of the stack. False where that is not
-/// allowed.
+/// Gives the texts as much room as they usually have: a quarter of the stack. False where that is
+/// not allowed.
 bool SetStack() {
   rlimit limit;
   ::getrlimit(RLIMIT_STACK, &limit);
@@ -55,7 +55,8 @@ TEST(Environment, ThatFillsItsRoomReachesTheInstallerWhole) {
 const std::vector<std::string> kUsualVariables = {"CurrentMediaDir",   "KVL_OS", "TMPDIR",
                                                   "KVL_Installer_EXE", "PATH",   "FAKE_REPORT"};
 
-/// With arguments, and without even a name of its own, which some systems then put in as an empty one.
+/// With arguments, and without even a name of its own, which some systems then put in as an empty
+/// one.
 TEST(Environment, OfNothingAtAllFindsNoInstaller) {
   LaunchWorld world;
   world.VolumeMissing();
@@ -96,7 +97,8 @@ TEST(Environment, OfNothingAtAllIsFilledByOptions) {
   ExpectRun(world, world.Run(plan), expected);
 }
 
-/// Two arguments become one by the quotes in them: as long as the system allows, and longer by a byte.
+/// Two arguments become one by the quotes in them: as long as the system allows, and longer by a
+/// byte.
 TEST(Arguments, ThatBecomeLongerThanTheSystemAllowsEndWith255) {
   const std::string first(LongestText() / 2, 'x');
   for (const std::size_t too_long : {0U, 1U}) {
@@ -114,7 +116,7 @@ TEST(Arguments, ThatBecomeLongerThanTheSystemAllowsEndWith255) {
 }
 
 /// The search path grows by that of the media, and its backup by a name and a mark.
-TEST(Environment, WithAVariableThatGrowsBeyondWhatTheSystemAllowsEndsWith255) {
+TEST(Environment, ThatGrowsBeyondWhatIsAllowedEndsWith255) {
   InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& run) {
     const bool staged = !run.left.media.empty();
     const std::string media = staged ? "tmp/" + std::string(36, 'I') : "1";

@@ -53,8 +53,9 @@ TEST(Limits, OnDescriptorsEndTheStagingWhereOneIsMissing) {
   EXPECT_EQ(enough, kStreams + 4 + 2);
 }
 
-/// Nothing of the media can be opened then, so nothing is said of its volumes. The one descriptor that
-/// the system needs to start the launcher is that of standard input, which the launcher occupies.
+/// Nothing of the media can be opened then, so nothing is said of its volumes. The one descriptor
+/// that the system needs to start the launcher is that of standard input, which the launcher
+/// occupies.
 TEST(Limits, OnDescriptorsThatLeaveNoneEndTheStagingAtItsBeginning) {
   if (kSanitized) GTEST_SKIP() << "a sanitizer takes descriptors of its own";
   LaunchWorld world;
@@ -111,8 +112,8 @@ TEST(Limits, OnProcessesLeaveNoneForTheInstaller) {
   });
 }
 
-/// Whether the staged launch with this limit is as without one. If it is not, it has not succeeded, and
-/// an installer that was started all the same was so from a whole copy.
+/// Whether the staged launch with this limit is as without one. If it is not, it has not succeeded,
+/// and an installer that was started all the same was so from a whole copy.
 bool IsAsEver(LaunchWorld& world, __rlimit_resource resource, long limit) {
   world.EmptyTmp();
   const LaunchSeen seen = world.Run({.env = {{"FAKE_EXIT", "7"}}, .before = [&] {
@@ -132,7 +133,7 @@ bool IsAsEver(LaunchWorld& world, __rlimit_resource resource, long limit) {
   return false;
 }
 
-TEST(Limits, OnTheStackDoNotMatterOrKeepThePartOfACopyFromBeingStarted) {
+TEST(Limits, OnTheStackNeverStartPartOfACopy) {
   if (kSanitized) GTEST_SKIP() << "a sanitizer needs more of the stack";
   constexpr long kKibibyte = 1024, kAlwaysEnough = 128 * kKibibyte;
   LaunchWorld world;
@@ -143,7 +144,7 @@ TEST(Limits, OnTheStackDoNotMatterOrKeepThePartOfACopyFromBeingStarted) {
   EXPECT_LE(enough, kAlwaysEnough);
 }
 
-TEST(Limits, OnMemoryDoNotMatterOrKeepThePartOfACopyFromBeingStarted) {
+TEST(Limits, OnMemoryNeverStartPartOfACopy) {
   if (kSanitized) GTEST_SKIP() << "a sanitizer reserves most of the address space";
   constexpr long kMebibyte = 1024 * 1024, kStep = kMebibyte / 8;
   LaunchWorld world;

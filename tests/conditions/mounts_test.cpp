@@ -10,8 +10,8 @@ namespace {
 
 using MountedTmp = OwnMountsTest;
 
-/// The message is that of the last directory, which cannot be made because the one above it was not:
-/// the failure of that one is passed over.
+/// The message is that of the last directory, which cannot be made because the one above it was
+/// not: the failure of that one is passed over.
 TEST_F(MountedTmp, ThatIsReadOnlyEndsTheStagingAtItsFirstDirectory) {
   ExternalWorld world;
   RunWithOwnMounts([&] {
@@ -41,7 +41,7 @@ TEST_F(MountedTmp, MayBeReadOnlyInPlaceAndTheMediaAlwaysMay) {
 }
 
 /// The copy is whole and stays; the child that cannot become the installer has no code to hand on.
-TEST_F(MountedTmp, FromWhichNothingMayBeStartedKeepsTheCopyAndEndsWith255) {
+TEST_F(MountedTmp, ThatIsNoexecKeepsTheCopyAndEndsWith255) {
   LaunchWorld world;
   world.VolumeMissing();
   RunWithOwnMounts([&] {

@@ -11,9 +11,9 @@ void Require(bool done, const std::string& what) {
   if (!done) throw std::runtime_error("cannot " + what + ": " + std::strerror(errno));
 }
 
-/// In a build chroot the root directory may be no mount point, and mounts below it would show outside.
-/// /proc is one: the root directory, with all that is mounted below it, is put there once more, and made
-/// the root. Its paths are the same.
+/// In a build chroot the root directory may be no mount point, and mounts below it would show
+/// outside. /proc is one: the root directory, with all that is mounted below it, is put there once
+/// more, and made the root. Its paths are the same.
 void MakeTheRootAMountPoint() {
   constexpr char kPlace[] = "/proc/sys";
   const fs::path working_directory = fs::current_path();

@@ -14,7 +14,7 @@ std::string Mounts() {
 
 using OwnMounts = OwnMountsTest;
 
-TEST_F(OwnMounts, AreSeenByTheThreadAndItsProgramsAndEndWithTheirObject) {
+TEST_F(OwnMounts, AreSeenByThreadAndProgramsAndEndWithTheirObject) {
   const TestDirectory directory;
   const std::string file = directory.Write("covered", "");
   RunWithOwnMounts([&] {

@@ -21,14 +21,15 @@ struct Room {
   long file_size = kNoLimit;
 };
 
-/// Launches a media made by VolumeMissing with an empty {tmp}, and compares everything with what follows from the room
-/// that it has: either the copy is whole and the installer runs, or the staging fails with status 1
-/// and leaves what there was room for. Returns whether the installer was started.
+/// Launches a media made by VolumeMissing with an empty {tmp}, and compares everything with what
+/// follows from the room that it has: either the copy is whole and the installer runs, or the
+/// staging fails with status 1 and leaves what there was room for. Returns whether the installer
+/// was started.
 bool ExpectRunIn(LaunchWorld& world, const Room& room, const LaunchPlan& plan = {});
 
-/// Tries one amount of something after the other, from `least` to `most`, up to the first failure of
-/// the test. Claims that the first one is not enough, and from some amount on all are. Returns that
-/// amount.
+/// Tries one amount of something after the other, from `least` to `most`, up to the first failure
+/// of the test. Claims that the first one is not enough, and from some amount on all are. Returns
+/// that amount.
 long FirstEnough(long least, long most, long step, const std::function<bool(long)>& is_enough);
 
 /// This many bytes, all pages of which differ.

@@ -46,7 +46,7 @@ class Umask : public testing::Test {
 };
 
 /// Who may do everything still needs somebody's permission to execute.
-TEST_F(Umask, OfTheSuperuserStagesEverythingAndStartsWhatAnybodyMayExecute) {
+TEST_F(Umask, OfTheSuperuserStagesAllAndStartsWhatMayBeExecuted) {
   std::vector<unsigned> masks = {0077, 0177, 0677, 0777};
   masks.insert(masks.end(), kUsualForOthers.begin(), kUsualForOthers.end());
   for (const unsigned mask : masks) {
@@ -55,12 +55,13 @@ TEST_F(Umask, OfTheSuperuserStagesEverythingAndStartsWhatAnybodyMayExecute) {
   }
 }
 
-TEST_F(Umask, OfAnOrdinaryUserEndsTheStagingInADirectoryThatCannotBeFilled) {
+TEST_F(Umask, OfAnOrdinaryUserEndsInADirectoryThatCannotBeFilled) {
   if (const std::string why = WhyNoOrdinaryUser(world_); !why.empty()) GTEST_SKIP() << why;
   const FakeUser expected_of(65534);
   for (const unsigned mask : kUsualForOthers) {
     SCOPED_TRACE(Masked("d 777 with the umask", mask));
-    // A sanitizer has to look at its process, which is closed to those who may not read its program.
+    // A sanitizer has to look at its process, which is closed to those who may not read its
+    // program.
     if (kSanitized && mask == (kRead | 022)) continue;
     const LaunchSeen seen = RunWith(mask, /*as_ordinary_user=*/true);
     if ((mask & (kWrite | kExecute)) == 0) {

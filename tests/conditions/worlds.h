@@ -5,7 +5,8 @@
 
 namespace kvl::test {
 
-/// Calls `check` with a world whose installer runs in place, and with one whose installer is staged.
+/// Calls `check` with a world whose installer runs in place, and with one whose installer is
+/// staged.
 inline void InPlaceAndStaged(const std::function<void(LaunchWorld&, ExpectedRun)>& check) {
   for (const bool staged : {false, true}) {
     SCOPED_TRACE(staged ? "staged" : "in place");

@@ -116,7 +116,7 @@ TEST(ChildProcess, EndsWith251WhenItsProgramCannotBeRun) {
   }
 }
 
-TEST(ChildProcess, EndsWith252WhenTheSystemCallsItsArgumentsInvalid) {
+TEST(ChildProcess, EndsWith252WhenItsArgumentsAreCalledInvalid) {
   const FailingCall failing(FailingCall::kExecVp, EINVAL);
   EXPECT_EQ(RawExitCodeOf({kShell}), 252);
 }

@@ -9,14 +9,15 @@ namespace {
 constexpr int kStreams = 3;
 constexpr int kHighest = 256;
 
-/// What a caller may have left, within RunIsolated: the standard streams and three descriptors more.
+/// What a caller may have left, within RunIsolated: the standard streams and three descriptors
+/// more.
 void SetUpDescriptors() {
   ::dup2(::open("/dev/null", O_RDWR), STDIN_FILENO);
   for (int number = kStreams; number < kHighest; ++number) ::close(number);
   for (const int number : {3, 9, 200}) ::dup2(STDIN_FILENO, number);
 }
 
-TEST(PrepareDescriptors, LeavesOccupiedStreamsWithNothingToReadOrWrite) {
+TEST(PrepareDescriptors, LeavesNothingToReadOrWriteOnClosedStreams) {
   const Outcome outcome = RunIsolated([] {
     SetUpDescriptors();
     for (int stream = 0; stream < kStreams; ++stream) ::close(stream);
@@ -45,12 +46,12 @@ std::string LeftOpenBy(std::string_view own_name) {
       .out;
 }
 
-TEST(PrepareDescriptors, ClosesTheOneThatTheProgramWasStartedThrough) {
+TEST(PrepareDescriptors, ClosesTheOneTheProgramWasStartedThrough) {
   EXPECT_EQ(LeftOpenBy("/proc/self/fd/3"), "0 1 2 9 200 ");
   EXPECT_EQ(LeftOpenBy("/proc/self/fd/200"), "0 1 2 3 9 ");
 }
 
-TEST(PrepareDescriptors, ClosesNothingOfAProgramThatWasStartedOtherwise) {
+TEST(PrepareDescriptors, ClosesNothingOfAProgramStartedOtherwise) {
   for (const char* name :
        {"", "3", "kvl-launcher", "/proc/self/fd/", "/proc/self/fd/3/kvl-launcher",
         "/proc/self/fd/+3", "/proc/self/fd/ 3", "/proc/self/fd/-3", "/proc/self/fd/3 ",

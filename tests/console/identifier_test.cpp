@@ -22,7 +22,7 @@ TEST(MinimalStandardGenerator, GivesTheKnownNumbersForSeedOne) {
   EXPECT_EQ(generator.Next(), 1043618065U);
 }
 
-TEST(MinimalStandardGenerator, SeedsItselfFromTheLowHalfOfAClockReading) {
+TEST(MinimalStandardGenerator, SeedsItselfFromHalfOfAClockReading) {
   const std::vector<std::pair<std::int64_t, std::int64_t>> equal_seeds = {
       {0, 1},                             // a seed of 0 is replaced
       {2147483647, 1},                    // the modulus itself
@@ -91,7 +91,7 @@ TEST(NewIdentifier, IsFixedByTheSeed) {
   }
 }
 
-TEST(NewIdentifier, HasTheFormOfAVersion4UuidAndDiffersFromTheOthers) {
+TEST(NewIdentifier, HasTheFormOfAVersion4UuidAndDiffers) {
   const testing::Matcher<std::string> form =
       testing::MatchesRegex("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
   constexpr std::size_t kCount = 200;

@@ -14,7 +14,8 @@ bool AnswerFor(unsigned user) {
   return HasElevatedPrivileges();
 }
 
-/// Ends with 0 when the answers for one user, and then, as it is remembered, for another, are these.
+/// Ends with 0 when the answers for one user, and then, as it is remembered, for another, are
+/// these.
 [[noreturn]] void EndWithAnswers(unsigned user, bool expected, unsigned later_user) {
   std::_Exit(AnswerFor(user) == expected && AnswerFor(later_user) == expected ? 0 : 1);
 }

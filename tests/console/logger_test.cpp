@@ -14,7 +14,7 @@ Outcome Said(const std::string& text, int level, bool marked = kMarked) {
   return Catch([&] { Logger().Message(text, level, marked); });
 }
 
-TEST(Logger, ThatCollectsGetsTheMessagesOfBothStreamsAndShowsNothing) {
+TEST(Logger, ThatCollectsGetsBothStreamsAndShowsNothing) {
   std::vector<std::string> collected;
   const Outcome outcome = Catch([&] {
     Logger logger([&](std::string_view message) { collected.emplace_back(message); });
@@ -50,7 +50,7 @@ TEST(Logger, PutsThePrefixOfTheLevelInFrontOnItsStreamMarkedOrNot) {
   }
 }
 
-TEST(Logger, PutsAContinuationOnTheStreamOfTheLastMessageWithALevel) {
+TEST(Logger, ContinuesOnTheStreamOfTheLastMessageWithALevel) {
   const Outcome said = Catch([] {
     Logger logger;
     int number = 0;

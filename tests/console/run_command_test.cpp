@@ -36,7 +36,7 @@ TEST(RunCommand, StartsTheProgramOnPathWithOneQuotedArgument) {
   EXPECT_THAT(child.Report().arguments, ElementsAre("a", "b c"));
 }
 
-TEST(RunCommand, CannotWaitForAKilledChildOrAProgramThatCannotBeRun) {
+TEST(RunCommand, CannotWaitForAKilledChildOrWhatCannotBeRun) {
   const TestDirectory directory;
   const std::string missing = directory.Path("missing"), a_directory = directory.Path();
   for (const std::string& command : {std::string("/bin/sh -c 'kill -KILL $$'"), missing,
@@ -107,7 +107,7 @@ TEST(RunCommand, ReturnsZeroWithoutWaitingEvenWhenNothingStarted) {
   }
 }
 
-TEST(RunCommand, GivesTheChildTheWholeEnvironmentAndAnEmptyPanelVariable) {
+TEST(RunCommand, GivesTheEnvironmentAndAnEmptyPanelVariable) {
   for (const Environment& callers :
        {Environment{{"A", "1"}, {"EMPTY", ""}}, Environment{{"PANELV2ODOTOP", "of the user"}}}) {
     const FakeChild child(callers);

@@ -11,7 +11,8 @@ using Handler = void (*)(int);
 
 void OwnHandler(int) {}
 
-/// The signals that the launcher needs in a state of its own, and two whose action it does not touch.
+/// The signals that the launcher needs in a state of its own, and two whose action it does not
+/// touch.
 constexpr std::array kSignals = {SIGPIPE, SIGXFSZ, SIGCHLD, SIGINT, SIGQUIT};
 using Handlers = std::array<Handler, kSignals.size()>;
 
@@ -106,7 +107,7 @@ std::vector<int> BlockedSignals() {
   return signals;
 }
 
-TEST(SignalScope, BlocksTwoSignalsWhileItLivesAndThoseOfTheKeyboardOnRequest) {
+TEST(SignalScope, BlocksTwoSignalsAndTheKeyboardsOnRequest) {
   const auto callers = BlockedSignals();
   {
     SignalScope signals;
