@@ -13,6 +13,9 @@
 namespace kvl::test {
 namespace {
 
+using KVLInsIO::FindFirstFile;
+using KVLInsIO::kFile;
+
 /// Where entries are made fastest: in memory, if the system has such a place with room for many.
 Environment PlaceForManyEntries() {
   constexpr fsfilcnt_t kEnough = 1'000'000;
@@ -26,110 +29,75 @@ Environment PlaceForManyEntries() {
 /// A directory for trees that would take too long elsewhere.
 class BigTree : public testing::Test {
  protected:
+  static std::vector<std::string> NamesIn(const std::string& directory) {
+    std::vector<std::string> names;
+    for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
+      names.push_back(entry.path().filename());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
   std::string Path(const std::string& name) const { return directory_.Path(name); }
 
   ScopedEnv env_{PlaceForManyEntries()};
   TestDirectory directory_;
 };
 
-/// Directories "d" in one another below a directory, down to where "..", which every directory has,
-/// can just be named.
 class DeepTree : public BigTree {
  protected:
   static constexpr std::size_t kLongestPath = 4095;
-
-  /// Returns the path of the deepest.
-  static std::string MakeDeep(const std::string& top) {
-    std::string path = top;
-    fs::create_directory(path);
-    while (path.size() + std::string("/d/..").size() <= kLongestPath) {
-      path += "/d";
-      fs::create_directory(path);
-    }
-    return path;
-  }
+  /// So long is the path of a directory of which "..", which every directory has, can just be named.
+  static constexpr std::size_t kDeepest = kLongestPath - 3;
 
   static ToolSeen RunWithFewDescriptors(const std::vector<std::string>& words) {
     return RunTreeTool(words, [] { LimitDescriptors(16); });
   }
-
-  static void ExpectDone(const std::vector<std::string>& words) {
-    const ToolSeen seen = RunWithFewDescriptors(words);
-    EXPECT_EQ(seen.status, 0) << seen.err;
-  }
-
-  static std::vector<std::string> NamesIn(const std::string& directory) {
-    std::vector<std::string> names;
-    for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
-      names.push_back(entry.path().filename());
-    }
-    return names;
-  }
-
-  /// The number of levels below the directory that hold "d" and nothing else.
-  static int LevelsBelow(std::string directory) {
-    int levels = 0;
-    while (NamesIn(directory) == std::vector<std::string>{"d"}) {
-      directory += "/d";
-      ++levels;
-    }
-    return levels;
-  }
 };
 
 TEST_F(DeepTree, IsCopiedAndDeletedToTheDeepestThatTheSystemAllows) {
-  const std::string deepest = MakeDeep(Path("from"));
+  std::string deepest = directory_.MakeDir("from");
+  while (deepest.size() + 2 <= kDeepest) fs::create_directory(deepest += "/d");
   std::ofstream(deepest + "/f") << "text";
-  const int levels = LevelsBelow(Path("from"));
-  ASSERT_GT(levels, 1900);
-
-  ExpectDone({"copy", Path("from"), Path("copy")});
-  EXPECT_EQ(LevelsBelow(Path("copy")), levels);
-  const std::string copied = Path("copy") + deepest.substr(Path("from").size());
+  EXPECT_EQ(RunWithFewDescriptors({"copy", Path("from"), Path("copy")}).err, "");
+  std::string copied = Path("copy");
+  while (NamesIn(copied) == std::vector<std::string>{"d"}) copied += "/d";
+  EXPECT_EQ(copied, Path("copy") + deepest.substr(Path("from").size()));
   EXPECT_THAT(NamesIn(copied), ElementsAre("f"));
   EXPECT_EQ(ReadFile(copied + "/f"), "text");
 
-  ExpectDone({"delete", Path("from")});
-  ExpectDone({"delete", Path("copy")});
+  EXPECT_EQ(RunWithFewDescriptors({"delete", Path("from")}).err, "");
+  fs::remove(copied + "/f");
+  EXPECT_EQ(RunWithFewDescriptors({"delete_empty", Path("copy")}).result, 1);
   EXPECT_THAT(NamesIn(directory_.Path()), IsEmpty());
 }
 
-TEST_F(DeepTree, IsDeletedAsAnEmptyTree) {
-  MakeDeep(Path("tree"));
-  const ToolSeen seen = RunWithFewDescriptors({"delete_empty", Path("tree")});
-  EXPECT_EQ(seen.result, 1);
-  EXPECT_THAT(NamesIn(directory_.Path()), IsEmpty());
-}
-
-TEST_F(DeepTree, EndsTheCopyWithItsMessageWhereTheDestinationHasTooLongAPath) {
-  const std::string deepest = MakeDeep(Path("from"));
+TEST_F(DeepTree, EndsTheCopyWithItsMessageWhereTheNewPathIsTooLong) {
+  const std::string deepest = PathOfLength(Path("from"), kDeepest);
+  fs::create_directories(deepest);
   // So much longer that nothing but the deepest is too long.
   const std::string to = Path("from") + std::string(kLongestPath + 1 - deepest.size(), 't');
-  const std::string target = to + deepest.substr(Path("from").size());
   const ToolSeen seen = RunWithFewDescriptors({"copy", Path("from"), to});
   EXPECT_EQ(seen.status, 1);
-  EXPECT_EQ(seen.err, Exception("mkdir - " + target, ENAMETOOLONG).text);
-  ExpectDone({"delete", Path("from")});
-  fs::rename(to, Path("to"));  // its own paths are too long to be deleted
-  ExpectDone({"delete", Path("to")});
+  EXPECT_EQ(seen.err,
+            Exception("mkdir - " + to + deepest.substr(Path("from").size()), ENAMETOOLONG).text);
 }
 
 TEST_F(DeepTree, EndsWithItsMessageWhereItHasGrownTooDeep) {
-  const std::string inner =
-      PathOfLength(Path("tree"), kLongestPath - 100).substr(Path("tree").size());
-  directory_.Write("tree" + inner + "/file", "");
+  const std::string file = PathOfLength(Path("tree"), kLongestPath - 100) + "/file";
+  fs::create_directories(fs::path(file).parent_path());
+  std::ofstream{file};
   const std::string longer = Path(std::string(200, 't'));
   fs::rename(Path("tree"), longer);
-  for (const std::string what : {"copy", "delete"}) {
-    std::vector<std::string> words = {what, longer};
-    if (what == "copy") words.push_back(Path("to"));
+  for (const std::vector<std::string>& words :
+       {std::vector{std::string("copy"), longer, Path("to")}, {"delete", longer}}) {
     const ToolSeen seen = RunWithFewDescriptors(words);
-    EXPECT_EQ(seen.status, 1) << what;
-    EXPECT_THAT(seen.err, testing::StartsWith("lstat - " + longer)) << what;
-    EXPECT_THAT(seen.err, testing::EndsWith(" - File name too long\n")) << what;
+    EXPECT_EQ(seen.status, 1) << words[0];
+    EXPECT_THAT(seen.err, testing::StartsWith("lstat - " + longer)) << words[0];
+    EXPECT_THAT(seen.err, testing::EndsWith(" - File name too long\n")) << words[0];
   }
   fs::rename(longer, Path("tree"));
-  EXPECT_TRUE(fs::exists(Path("tree" + inner + "/file")));
+  EXPECT_TRUE(fs::exists(file));
 }
 
 TEST_F(DeepTree, IsListedUpToTheLongestPathAndNotBeyond) {
@@ -138,101 +106,79 @@ TEST_F(DeepTree, IsListedUpToTheLongestPathAndNotBeyond) {
   fs::create_directories(directory);
   const int opened = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY);
   ASSERT_GE(opened, 0);
-  const auto make = [&](std::size_t length) {
-    ::close(::openat(opened, std::string(length, 'f').c_str(), O_WRONLY | O_CREAT, 0644));
+  const auto make = [&](const std::string& name) {
+    ::close(::openat(opened, name.c_str(), O_WRONLY | O_CREAT, 0644));
   };
-  make(room);
-  EXPECT_EQ(KVLInsIO::FindFirstFile(directory, KVLInsIO::kFile).FullPath().size(), kLongestPath);
-  ::unlinkat(opened, std::string(room, 'f').c_str(), 0);
-  make(room + 1);
-  EXPECT_EQ(FailureOf([&] { return KVLInsIO::FindFirstFile(directory, KVLInsIO::kFile); }),
-            Exception("lstat - " + directory + "/" + std::string(room + 1, 'f'), ENAMETOOLONG));
-  ::unlinkat(opened, std::string(room + 1, 'f').c_str(), 0);
+  const std::string longest(room, 'f'), too_long(room + 1, 'f');
+  make(longest);
+  EXPECT_EQ(FindFirstFile(directory, kFile).FullPath(), directory + "/" + longest);
+  ::unlinkat(opened, longest.c_str(), 0);
+  make(too_long);
+  EXPECT_EQ(FailureOf([&] { return FindFirstFile(directory, kFile); }),
+            Exception("lstat - " + directory + "/" + too_long, ENAMETOOLONG));
   ::close(opened);
 }
 
 class WideTree : public BigTree {
  protected:
-  static constexpr int kEntries = 200'000;
-  static constexpr long kMostMemory = 8 * 1024;  // KiB
+  static constexpr int kEntries = 100'000;
+  static constexpr long kMostGrowth = 2 * 1024;  // KiB, less than a list of their names takes
 
-  void MakeEntries(const std::string& name) const {
-    const std::string directory = directory_.MakeDir(name) + "/";
+  /// Makes entries of this type, named "prefix100000", "prefix100001" and so on. Returns the names.
+  std::vector<std::string> MakeEntries(const std::string& directory, mode_t type,
+                                       const std::string& prefix = "") const {
+    const std::string beginning = directory_.MakeDir(directory) + "/";
+    std::vector<std::string> names;
     for (int i = 0; i < kEntries; ++i) {
-      ASSERT_EQ(::mknod((directory + std::to_string(i)).c_str(), S_IFREG | 0644, 0), 0);
+      names.push_back(prefix + std::to_string(kEntries + i));
+      const std::string path = beginning + names.back();
+      const int made =
+          type == S_IFDIR ? ::mkdir(path.c_str(), 0755) : ::mknod(path.c_str(), type | 0644, 0);
+      if (made != 0) throw std::runtime_error("cannot make " + path);
     }
-  }
-
-  void MakeLongNames(const std::string& name) const {
-    constexpr int kLongNames = 60'000;  // 15 MB of names
-    const std::string prefix = directory_.MakeDir(name) + "/" + std::string(249, 'n');
-    for (int i = 0; i < kLongNames; ++i) {
-      const std::string number = std::to_string(100'000 + i);
-      ASSERT_EQ(::mknod((prefix + number).c_str(), S_IFREG | 0644, 0), 0);
-    }
-  }
-
-  /// How many of the entries made are there, and nothing else; -1 when something else is.
-  int EntriesIn(const std::string& name) const {
-    std::vector<bool> seen(kEntries, false);
-    int count = 0;
-    DIR* stream = ::opendir(Path(name).c_str());
-    while (const dirent* entry = ::readdir(stream)) {
-      const std::string entry_name = entry->d_name;
-      if (entry_name == "." || entry_name == "..") continue;
-      const int number = std::atoi(entry->d_name);
-      if (std::to_string(number) != entry_name || number >= kEntries) return -1;
-      if (!seen[static_cast<std::size_t>(number)]) ++count;
-      seen[static_cast<std::size_t>(number)] = true;
-    }
-    ::closedir(stream);
-    return count;
+    return names;
   }
 
   /// Runs the tool and gives its result back.
-  static int DoneInFlatMemory(const std::vector<std::string>& words) {
+  int DoneInFlatMemory(const std::vector<std::string>& words) const {
+    static const long little = RunTreeTool({"list", directory_.MakeDir("empty")}).memory;
     const ToolSeen seen = RunTreeTool(words);
     EXPECT_EQ(seen.status, 0) << seen.err;
     EXPECT_GT(seen.memory, 0);
-    EXPECT_TRUE(kSanitized || seen.memory < kMostMemory) << words[0] << ": " << seen.memory;
+    EXPECT_TRUE(kSanitized || seen.memory < little + kMostGrowth)
+        << words[0] << ": " << seen.memory << " instead of " << little;
     return seen.result;
   }
 };
 
-TEST_F(WideTree, IsCopiedInFlatMemory) {
-  MakeEntries("from");
+TEST_F(WideTree, IsListedCopiedAndDeletedInFlatMemory) {
+  const auto names = MakeEntries("from", S_IFREG);
+  EXPECT_EQ(DoneInFlatMemory({"list", Path("from")}), kEntries);
+  EXPECT_EQ(DoneInFlatMemory({"delete_empty", Path("from")}), 0);
   DoneInFlatMemory({"copy", Path("from"), Path("to")});
-  EXPECT_EQ(EntriesIn("to"), kEntries);
-}
-
-TEST_F(WideTree, IsListedAndDeletedInFlatMemory) {
-  MakeEntries("tree");
-  EXPECT_EQ(DoneInFlatMemory({"list", Path("tree")}), kEntries);
-  EXPECT_EQ(DoneInFlatMemory({"delete_empty", Path("tree")}), 0);
-  EXPECT_EQ(EntriesIn("tree"), kEntries);
-  DoneInFlatMemory({"delete", Path("tree")});
-  EXPECT_FALSE(fs::exists(Path("tree")));
+  EXPECT_TRUE(NamesIn(Path("from")) == names);
+  EXPECT_TRUE(NamesIn(Path("to")) == names);
+  DoneInFlatMemory({"delete", Path("to")});
+  EXPECT_FALSE(fs::exists(Path("to")));
 }
 
 // Deep down, the names of a directory are read before its subdirectories are entered.
 TEST_F(WideTree, OfLongNamesDeepDownIsDeletedInFlatMemory) {
   // One of them is listed before most of the files, in whatever order the file system goes.
   directory_.MakeDir("tree/1/2/3/4/5/first");
-  MakeLongNames("tree/1/2/3/4/5");
+  MakeEntries("tree/1/2/3/4/5", S_IFREG, std::string(249, 'n'));
   directory_.MakeDir("tree/1/2/3/4/5/last");
   DoneInFlatMemory({"delete", Path("tree")});
   EXPECT_FALSE(fs::exists(Path("tree")));
 }
 
-TEST_F(WideTree, OfDirectoriesLosesAllButItsCirclesAsAnEmptyTreeInFlatMemory) {
-  const std::string top = directory_.MakeDir("tree") + "/";
-  for (int i = 0; i < kEntries; ++i) {
-    ASSERT_EQ(::mkdir((top + std::to_string(i)).c_str(), 0755), 0);
-  }
+TEST_F(WideTree, OfDirectoriesLosesAllButItsCirclesAsAnEmptyTree) {
+  MakeEntries("tree", S_IFDIR);
   directory_.Link("tree/up", ".");
-  directory_.Link("tree/1/up", "..");
+  directory_.Link("tree/100001/up", "..");
   EXPECT_EQ(DoneInFlatMemory({"delete_empty", Path("tree")}), 0);
-  EXPECT_THAT(DescribeTree(Path("tree")), ElementsAre("d 755 1", "l 1/up -> ..", "l up -> ."));
+  EXPECT_THAT(DescribeTree(Path("tree")),
+              ElementsAre("d 755 100001", "l 100001/up -> ..", "l up -> ."));
 }
 
 }  // namespace

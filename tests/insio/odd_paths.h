@@ -6,86 +6,28 @@
 namespace kvl::test {
 
 inline const std::vector<std::string> kOddPaths = {
-    "",
-    "/",
-    "//",
-    "///////",
-    ".",
-    "..",
-    "/.",
-    "/..",
-    "./",
-    "a",
-    "/a",
-    "a/",
-    "/a/",
-    "//a",
-    "/abc",
-    "a//b///",
-    "/a/b/",
-    "/m/1/x",
-    "a/./b/../c",
-    "\\",
-    "\\\\",
-    "\\\\server\\share\\",
-    "X:\\dir\\\\sub\\",
-    "C:/dir",
-    "/\\/\\/",
-    "a;b:c",
-    " ",
-    " / ",
-    "a b/c d",
-    "\t\n/\r",
-    "*?[a-z]~$HOME",
-    "-rf",
-    "\xff\xfe/\x80",
-    std::string("nul\0byte/x", 10),
-    std::string(300, 'n'),
-    std::string(5000, '/'),
-    "\"",
-    "'",
-    "\"\"",
-    "''",
-    "'''",
-    "\"\"\"",
-    "\"/a/\"",
-    "'/a/'",
-    "\"a'",
-    "'a\"",
-    "\"\"a\"\"",
-    "'\"a\"'",
-    "\"a\"/",
-    "/\"a\"",
-    "\"\\\"",
-    "'a'/'b'",
-};
+    // slashes and dots
+    "", "/", "//", "///////", ".", "..", "/.", "/..", "./", "a", "/a", "a/", "/a/", "//a", "/abc",
+    "a//b///", "/a/b/", "/m/1/x", "a/./b/../c",
+    // backslashes
+    "\\", "\\\\", "\\\\server\\share\\", "X:\\dir\\\\sub\\", "C:/dir", "/\\/\\/",
+    // what means something elsewhere, or nothing anywhere
+    "a;b:c", " ", " / ", "a b/c d", "\t\n/\r", "*?[a-z]~$HOME", "-rf", "\xff\xfe/\x80",
+    std::string("nul\0byte/x", 10), std::string(300, 'n'), std::string(5000, '/'),
+    // quotes
+    "\"", "'", "\"\"", "''", "'''", "\"\"\"", "\"/a/\"", "'/a/'", "\"a'", "'a\"", "\"\"a\"\"",
+    "'\"a\"'", "\"a\"/", "/\"a\"", "\"\\\"", "'a'/'b'"};
 
 /// Names that an entry of a directory can have.
 inline const std::vector<std::string> kOddNames = {
-    " ",
-    "...",
-    ".hidden",
-    "-rf",
-    "a b",
-    "tab\tline\nfeed",
-    "\n",
-    "'quoted'",
-    "\"quoted\"",
-    "'",
-    "\"",
-    "''",
-    "\"\"",
-    "\\",
-    "back\\slash",
-    "\\\\two\\",
-    "\\.",
-    "..\\x",
-    "*?[a-z]~$HOME",
-    "X:",
-    ";",
+    // plain, but for a quick look
+    " ", "...", ".hidden", "-rf", "a b", "tab\tline\nfeed", "\n", "*?[a-z]~$HOME", "X:", ";",
     "\xff\xfe\x80",
-    std::string(255, 'n'),
-    std::string(255, '\\'),
-};
+    // quotes
+    "'quoted'", "\"quoted\"", "'", "\"", "''", "\"\"",
+    // backslashes
+    "\\", "back\\slash", "\\\\two\\", "\\.", "..\\x",
+    // as long as a name can be
+    std::string(255, 'n'), std::string(255, '\\')};
 
 }  // namespace kvl::test
