@@ -1,9 +1,8 @@
 #include "insio/delete.h"
 
+#include "insio/copy.h"
 #include "tests/insio/every_kind.h"
-#include "tests/insio/failure.h"
-#include "tests/insio/surroundings.h"
-#include "tests/insio/tree_test.h"
+#include "tests/insio/in_own_directory.h"
 #include "tests/support/system_faults.h"
 #include "tests/support/test.h"
 
@@ -14,33 +13,42 @@ using KVLInsIO::Delete;
 using KVLInsIO::DeleteContents;
 using KVLInsIO::DeleteEmptyTree;
 
-using DeleteTest = TreeTest;
-using DeleteContentsTest = TreeTest;
-using DeleteEmptyTreeTest = TreeTest;
+using DeleteTest = InOwnDirectory;
+using DeleteEmptyTreeTest = InOwnDirectory;
 
 TEST(Delete, RemovesAnEntryOfEveryKindAndNothingElse) {
+  const EveryKind world;
   for (const Kind& kind : kEveryKind) {
-    const EveryKind world, expected;
+    const EveryKind one, expected;
     fs::remove_all(expected.Path(kind.name));
-    Delete(world.Path(kind.name));
-    EXPECT_EQ(DescribeTree(world.Path()), DescribeTree(expected.Path())) << kind.name;
+    Delete(one.Path(kind.name));
+    EXPECT_EQ(DescribeTree(one.Path()), DescribeTree(expected.Path())) << kind.name;
   }
+  DeleteContents(world.Path());
+  EXPECT_TRUE(fs::is_empty(world.Path()));
 }
 
 TEST_F(DeleteTest, OfALinkToADirectoryLeavesTheDirectoryAndItsContents) {
   Make({"outside/file", "link -> outside", "tree/a/to_directory -> ../../outside",
-        "tree/to_file -> ../outside/file"});
+        "tree/to_file -> ../outside/file", "tree/self -> .", "tree/up -> ..",
+        "tree/by_name -> ../tree", "tree/round -> round", "emptied/a/file", "to -> emptied"});
   Delete(Path("link"));
   Delete(Path("tree"));
-  EXPECT_THAT(Tree(), ElementsAre("d 755 outside", "f 644 outside/file = text"));
+  DeleteContents(Path("to"));
+  EXPECT_THAT(Tree(), ElementsAre("d 755 emptied", "d 755 outside", "f 644 outside/file = text",
+                                  "l to -> emptied"));
 }
 
-TEST(Delete, OfWhatCannotBeFoundDoesNothing) {
+TEST(Delete, OfWhatIsMissingOrCannotBeOpenedDoesNothing) {
   const EveryKind world;
   const auto before = DescribeTreeExactly(world.Path());
   for (const std::string& name : std::vector<std::string>{"missing", "missing/x", "file/x", "file/",
                                                           "link_to_self/x", TooLongName()}) {
     EXPECT_EQ(FailureOf([&] { Delete(world.Path(name)); }), kNoFailure) << name;
+  }
+  for (const std::string name :
+       {"missing", "missing\\x", "file", "link_to_file", "dangling_link", "pipe"}) {
+    EXPECT_EQ(FailureOf([&] { DeleteContents(world.Path(name)); }), kNoFailure) << name;
   }
   EXPECT_EQ(DescribeTreeExactly(world.Path()), before);
 }
@@ -54,7 +62,7 @@ TEST(Delete, RefusesAnEmptyPath) {
 }
 
 TEST_F(DeleteTest, ReportsWhatCannotBeRemoved) {
-  Make({"full/sub/file", "holding/empty/", "unseen/file"});
+  Make({"full/sub/file", "holding/empty/", "unseen/file", "bare/", "link -> bare"});
   SetMode(Path(""), 0777);
   SetMode(Path("full/sub"), 0555);
   SetMode(Path("holding"), 0555);
@@ -66,28 +74,20 @@ TEST_F(DeleteTest, ReportsWhatCannotBeRemoved) {
       {"full", expected},
       {".//full//", Exception("unlink - ./full/sub/file", EACCES)},
       {"holding", Exception("rmdir - holding/empty", EACCES)},
+      {"bare/.", Exception("rmdir - bare/.", EINVAL)},
+      {"link/", Exception("rmdir - link/", ENOTDIR)},
       {"unseen", Exception("rmdir - unseen", ENOTEMPTY)}};
   for (const auto& row : rows) {
-    EXPECT_EQ(OrdinaryUsersFailureOf(directory_, [&] { Delete(row.first); }), row.second);
+    EXPECT_EQ(FailureAsOrdinaryUser([&] { Delete(row.first); }), row.second);
   }
-  EXPECT_EQ(OrdinaryUsersFailureOf(directory_, [] { DeleteContents("full//"); }), expected);
+  EXPECT_EQ(FailureAsOrdinaryUser([] { DeleteContents("full//"); }), expected);
   const auto delete_empty = [] {
     if (DeleteEmptyTree("holding")) throw std::runtime_error("gone");
   };
-  EXPECT_EQ(OrdinaryUsersFailureOf(directory_, delete_empty), kNoFailure);
+  EXPECT_EQ(FailureAsOrdinaryUser(delete_empty), kNoFailure);
   SetMode(Path("full/sub"), 0755);
   EXPECT_THAT(Tree("full"), ElementsAre("d 755 sub", "f 644 sub/file = text"));
   EXPECT_THAT(Tree("holding"), ElementsAre("d 755 empty"));
-}
-
-TEST_F(DeleteTest, ReportsADirectoryThatIsNamedInAWayThatCannotBeRemoved) {
-  Make({"directory/", "link -> directory"});
-  for (const auto& [name, error] :
-       std::vector<std::pair<std::string, int>>{{"directory/.", EINVAL}, {"link/", ENOTDIR}}) {
-    const std::string path = Path(name);
-    EXPECT_EQ(FailureOf([&] { Delete(path); }), Exception("rmdir - " + path, error));
-  }
-  EXPECT_THAT(Tree(), ElementsAre("d 755 directory", "l link -> directory"));
 }
 
 TEST_F(DeleteTest, EndsWithTheFirstFailureAndClosesItsDirectories) {
@@ -101,28 +101,6 @@ TEST_F(DeleteTest, EndsWithTheFirstFailureAndClosesItsDirectories) {
   }
   EXPECT_EQ(OpenDescriptors(), descriptors);
   EXPECT_EQ(Tree(), tree);
-}
-
-TEST(DeleteContents, EmptiesADirectoryOfEveryKindOfEntryAndLeavesIt) {
-  const EveryKind world;
-  DeleteContents(world.Path());
-  EXPECT_THAT(DescribeTree(world.Path()), IsEmpty());
-  EXPECT_TRUE(fs::exists(world.Path()));
-}
-
-TEST(DeleteContents, OfWhatCannotBeOpenedDoesNothing) {
-  const EveryKind world;
-  const auto before = DescribeTreeExactly(world.Path());
-  for (const std::string name : {"missing", "file", "link_to_file", "dangling_link", "pipe"}) {
-    EXPECT_EQ(FailureOf([&] { DeleteContents(world.Path(name)); }), kNoFailure) << name;
-  }
-  EXPECT_EQ(DescribeTreeExactly(world.Path()), before);
-}
-
-TEST_F(DeleteContentsTest, OfALinkEmptiesTheDirectoryThatItLeadsTo) {
-  Make({"target/a/file", "link -> target"});
-  DeleteContents(Path("link"));
-  EXPECT_THAT(Tree(), ElementsAre("d 755 target", "l link -> target"));
 }
 
 // A file has no entries, so no file is found in it; what remains to do is to delete it.
@@ -163,34 +141,28 @@ TEST_F(DeleteEmptyTreeTest, FollowsALinkToADirectoryAndRemovesTheLink) {
   EXPECT_THAT(Tree(), ElementsAre("d 755 outside"));
 }
 
-TEST_F(DeleteEmptyTreeTest, LeavesTheFilesOfADirectoryWhoseListBrokeOffBeforeThem) {
-  Make({"tree/file", "tree/a/file"});
-  const auto before = Tree();
-  for (const int after : {0, 1, 2}) {
-    const FailingCall broken(FailingCall::kReadDir, EIO, after, /*times=*/1);
-    EXPECT_FALSE(DeleteEmptyTree(Path("tree"))) << after;
-    EXPECT_EQ(Tree(), before) << after;
-  }
-}
-
-TEST_F(DeleteEmptyTreeTest, IsFalseWhenAnEntryCannotBeAskedForItsType) {
-  const std::string tree = Path("tree");
+TEST_F(DeleteTest, OfATreeThatHasGrownTooDeepEndsWithItsMessage) {
+  const std::string tree = Path("tree"), longer = Path(std::string(200, 't'));
   fs::create_directories(PathOfLength(tree, 4000));
   const auto before = Tree();
   Make({"tree/empty/"});
   // With a longer name above them, the deepest directories have paths that the system refuses.
-  const std::string renamed = Path(std::string(200, 't'));
-  fs::rename(tree, renamed);
+  fs::rename(tree, longer);
   const auto descriptors = OpenDescriptors();
-  EXPECT_FALSE(DeleteEmptyTree(renamed));
+  EXPECT_FALSE(DeleteEmptyTree(longer));
+  for (const Failure& failure : {FailureOf([&] { Delete(longer); }),
+                                 FailureOf([&] { KVLInsIO::Copy(longer, Path("to")); })}) {
+    EXPECT_THAT(failure.text, testing::StartsWith("lstat - " + longer + "/ddd"));
+    EXPECT_THAT(failure.text, testing::EndsWith(" - File name too long\n"));
+  }
   EXPECT_EQ(OpenDescriptors(), descriptors);
-  fs::rename(renamed, tree);
+  fs::rename(longer, tree);
   EXPECT_EQ(Tree(), before);
 }
 
 /// A directory "w" that is named through an entry, an empty directory that comes first in the order
 /// of the system, and ".."; so the way to the other entries ends with it.
-class NamedThroughItsOwnEntry : public TreeTest {
+class NamedThroughItsOwnEntry : public InOwnDirectory {
  protected:
   /// Gives "w" four entries: what Make makes of a name and this ending.
   void MakeEntries(const std::string& ending) {
@@ -217,13 +189,7 @@ class NamedThroughItsOwnEntry : public TreeTest {
   std::vector<std::string> left_;  // the tree without the first entry
 };
 
-TEST_F(NamedThroughItsOwnEntry, AnEmptyTreeIsNotTakenForRemovedWhileFilesRemain) {
-  MakeEntries("/file");
-  EXPECT_FALSE(DeleteEmptyTree(path_));
-  EXPECT_EQ(Tree(), left_);
-}
-
-TEST_F(NamedThroughItsOwnEntry, DeletionReportsTheFirstThatCannotBeFoundAnyMore) {
+TEST_F(NamedThroughItsOwnEntry, IsNotTakenForRemovedWhileEntriesRemain) {
   for (const std::string ending : {"/file", "/", ""}) {
     MakeEntries(ending);
     EXPECT_EQ(FailureOf([this] { Delete(path_); }),
@@ -231,6 +197,9 @@ TEST_F(NamedThroughItsOwnEntry, DeletionReportsTheFirstThatCannotBeFoundAnyMore)
     EXPECT_EQ(Tree(), left_);
     Clear();
   }
+  MakeEntries("/file");
+  EXPECT_FALSE(DeleteEmptyTree(path_));
+  EXPECT_EQ(Tree(), left_);
 }
 
 TEST_F(NamedThroughItsOwnEntry, DeletionReportsTheDirectoryWhenNothingElseIsInIt) {
@@ -238,6 +207,102 @@ TEST_F(NamedThroughItsOwnEntry, DeletionReportsTheDirectoryWhenNothingElseIsInIt
   path_ = Path("w/a/..");
   EXPECT_EQ(FailureOf([this] { Delete(path_); }), Exception("rmdir - " + path_, ENOENT));
   EXPECT_THAT(Tree(), ElementsAre("d 755 w"));
+}
+
+// Links that lead round in circles: deleting ends soon, and what is on a circle stays.
+using DeleteEmptyTreeWithCircles = InOwnDirectory;
+
+TEST_F(DeleteEmptyTreeWithCircles, LeavesCirclesAndFilesAndRemovesTheRest) {
+  struct Row {
+    std::string what;
+    std::vector<std::string> stays, goes;
+  };
+  const std::vector<Row> rows = {
+      {"to the top as itself", {"tree/link -> ."}, {"tree/b/empty/"}},
+      {"to the top by its name", {"tree/link -> ../tree"}, {"tree/b/empty/"}},
+      {"to the top by its path", {"tree/link -> " + Path("tree")}, {"tree/b/empty/"}},
+      {"to the top from below", {"tree/a/link -> .."}, {"tree/b/empty/"}},
+      {"to the directory of the link", {"tree/a/link -> ."}, {"tree/b/empty/"}},
+      {"to the top from far below", {"tree/a/b/link -> ../.."}, {"tree/b/empty/"}},
+      {"to the top by its name from below", {"tree/a/b/link -> ../../../tree"}, {"tree/b/empty/"}},
+      {"above the top", {"tree/up -> .."}, {"tree/a/", "beside/empty/"}},
+      {"through a directory outside",
+       {"outside/back -> ../tree", "tree/a/link -> ../../outside"},
+       {"outside/empty/"}},
+      {"beside a dangling link", {"tree/up -> ../tree", "tree/a/entry -> nowhere"}, {}},
+      {"beside a link to itself", {"tree/up -> ../tree", "tree/a/entry -> entry"}, {}},
+      {"beside a file",
+       {"tree/a/file", "tree/b/up -> ..", "tree/a/self -> .", "tree/c/one -> ../..",
+        "tree/c/two -> .."},
+       {"tree/a/empty/deep/", "tree/b/empty/"}},
+      {"to a file beside the tree", {"beside/file", "tree/up -> .."}, {"tree/empty/"}},
+      // Whichever of the two links the system lists first, by name or by age.
+      {"before a file", {"out/file", "tree/a/1 -> .", "tree/a/2 -> ../../out"}, {}},
+      {"before an older file", {"out/file", "tree/a/2 -> ../../out", "tree/a/1 -> ."}, {}},
+      {"behind a file", {"out/file", "tree/a/1 -> ../../out", "tree/a/2 -> ."}, {}},
+      {"behind a younger file", {"out/file", "tree/a/2 -> .", "tree/a/1 -> ../../out"}, {}}};
+  for (const Row& row : rows) {
+    Make(row.stays);
+    const auto left = Tree();
+    Make(row.goes);
+    EXPECT_FALSE(DeleteEmptyTree(Path("tree"))) << row.what;
+    EXPECT_EQ(Tree(), left) << row.what;
+    Clear();
+  }
+}
+
+// There are so many ways that nobody can go them all.
+TEST_F(DeleteEmptyTreeWithCircles, EndsWhereEveryDirectoryLeadsToEveryOther) {
+  constexpr int kDirectories = 25;
+  for (int i = 0; i < kDirectories * kDirectories; ++i) {
+    const std::string to = std::to_string(i % kDirectories);
+    Link("tree/" + std::to_string(i / kDirectories) + "/to_" + to, "../" + to);
+  }
+  const auto without_file = Tree();
+  Make({"tree/24/file"});
+  const auto before = Tree();
+  EXPECT_FALSE(DeleteEmptyTree(Path("tree")));
+  EXPECT_EQ(Tree(), before);
+  fs::remove(Path("tree/24/file"));
+  EXPECT_FALSE(DeleteEmptyTree(Path("tree")));
+  EXPECT_EQ(Tree(), without_file);
+}
+
+TEST_F(DeleteEmptyTreeWithCircles, EndsWhereTwoLinksLeadToTheNextAgainAndAgain) {
+  for (int step = 0; step < 35; ++step) {
+    const std::string directory = "steps/" + std::to_string(step), next = std::to_string(step + 1);
+    Make({directory + "/one -> ../" + next, directory + "/two -> ../" + next});
+  }
+  Make({"steps/35/file"});
+  const auto before = Tree();
+  EXPECT_FALSE(DeleteEmptyTree(Path("steps/0")));
+  EXPECT_EQ(Tree(), before);
+  fs::remove(Path("steps/35/file"));
+  EXPECT_TRUE(DeleteEmptyTree(Path("steps/0")));
+  EXPECT_EQ(Tree("steps").size(), 35U);  // the directories themselves, but the first
+}
+
+TEST_F(DeleteEmptyTreeWithCircles, SeesAFileThoughOtherLinksLeadToOneEmptyDirectory) {
+  Make({"empty/", "beside/file"});
+  Make({"tree/a/up -> .."});  // before and after the others, as the order of a listing
+  for (const std::string name : {"1", "2", "3", "4", "file", "5", "6", "7", "8"}) {
+    Link("tree/b/" + name, name == "file" ? "../../beside" : "../../empty");
+  }
+  Make({"tree/c/up -> .."});  // may be any
+  EXPECT_FALSE(DeleteEmptyTree(Path("tree")));
+  EXPECT_THAT(Tree("beside"), ElementsAre("f 644 file = text"));
+  EXPECT_THAT(Tree("tree"), ElementsAre("d 755 a", "d 755 b", "d 755 c", "l a/up -> ..",
+                                        "l b/file -> ../../beside", "l c/up -> .."));
+}
+
+TEST_F(DeleteEmptyTreeWithCircles, LeavesAFileAndALinkToItWhicheverListIsCutShort) {
+  Make({"tree/up -> .", "tree/file", "tree/a/file"});
+  const auto before = Tree();
+  for (int calls = 0; calls < 20; ++calls) {
+    const FailingCall failure(FailingCall::kReadDir, EIO, /*after=*/calls, /*times=*/1);
+    EXPECT_FALSE(DeleteEmptyTree(Path("tree"))) << calls;
+  }
+  EXPECT_EQ(Tree(), before);
 }
 
 }  // namespace

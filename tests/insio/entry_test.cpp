@@ -1,14 +1,15 @@
 #include "insio/entry.h"
 
 #include "tests/insio/every_kind.h"
-#include "tests/insio/failure.h"
-#include "tests/insio/surroundings.h"
+#include "tests/insio/in_own_directory.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
 using namespace KVLInsIO;
+
+using EntryTest = InOwnDirectory;
 
 TEST(EntryType, IsASetOfThreeBits) {
   const std::vector<int> types = {kNoEntry,         kDirectory,       kFile,      kLink,
@@ -28,11 +29,9 @@ TEST(GetType, TellsEveryKindOfEntry) {
   EXPECT_EQ(GetType(world.Path("link_to_directory/")), 1) << "with a slash it is the target";
 }
 
-TEST(GetType, TakesThePathAsGiven) {
-  const TestDirectory directory;
-  directory.Write("a\\b", "");
-  directory.MakeDir("a/b");
-  EXPECT_EQ(GetType(directory.Path("a\\b")), 2);
+TEST_F(EntryTest, IsNamedByThePathAsGiven) {
+  Make({"a\\b", "a/b/"});
+  EXPECT_EQ(GetType(Path("a\\b")), 2);
 }
 
 TEST(GetType, FailsWithLstatsMessageAndRefusesAnEmptyPath) {
@@ -91,15 +90,14 @@ TEST(Exists, OfAnEmptyPathIsFalseWithoutAskingTheSystem) {
   EXPECT_EQ(error, 0);
 }
 
-TEST(Entry, ThatIsClosedToTheUserExistsAndNothingBehindItDoes) {
-  const TestDirectory directory;
-  directory.Write("closed/file", "");
-  SetMode(directory.Path("closed"), 0);
+TEST_F(EntryTest, ThatIsClosedToTheUserExistsAndNothingBehindItDoes) {
+  Make({"closed/file"});
+  SetMode(Path("closed"), 0);
   const auto look = [] {
     if (!Exists("closed") || Exists("closed/file")) throw std::runtime_error("wrong");
     return GetType("closed/file");
   };
-  EXPECT_EQ(OrdinaryUsersFailureOf(directory, look), Exception("lstat - closed/file", EACCES));
+  EXPECT_EQ(FailureAsOrdinaryUser(look), Exception("lstat - closed/file", EACCES));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // EveryKind: a directory with one entry of every kind.
 #pragma once
 
+#include "tests/insio/surroundings.h"
 #include "tests/support/scoped_umask.h"
 #include "tests/support/test.h"
 #include "tests/support/test_directory.h"
@@ -13,11 +14,26 @@ struct Kind {
 };
 
 /// The entries' names, sorted, with the types that the library has to give them.
-extern const std::vector<Kind> kEveryKind;
+inline const std::vector<Kind> kEveryKind = {
+    {"dangling_link", 6}, {"directory", 1},    {"file", 2},         {"link_to_directory", 5},
+    {"link_to_file", 6},  {"link_to_link", 5}, {"link_to_pipe", 6}, {"link_to_self", 6},
+    {"pipe", 2},          {"socket", 2},
+};
 
 class EveryKind {
  public:
-  EveryKind();
+  EveryKind() {
+    directory_.Link("dangling_link", "nowhere");
+    directory_.Write("directory/inside", "inside");
+    directory_.Write("file", "file");
+    directory_.Link("link_to_directory", "directory");
+    directory_.Link("link_to_file", "file");
+    directory_.Link("link_to_link", "link_to_directory");
+    directory_.Link("link_to_pipe", "pipe");
+    directory_.Link("link_to_self", "link_to_self");
+    directory_.Pipe("pipe");
+    MakeSocket(directory_, "socket");
+  }
 
   const TestDirectory& Directory() const { return directory_; }
   const std::string& Path() const { return directory_.Path(); }

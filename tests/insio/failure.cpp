@@ -1,7 +1,6 @@
 #include "tests/insio/failure.h"
 
 #include "insio/exceptions.h"
-#include "tests/insio/surroundings.h"
 #include "tests/support/manual.h"
 #include "tests/support/outcome.h"
 #include "tests/support/test.h"
@@ -74,14 +73,6 @@ Failure IsolatedFailureOf(const std::function<void()>& action) {
     return {"ended with status " + std::to_string(outcome.status), outcome.out + outcome.err};
   }
   return InManual({outcome.out.substr(0, end_of_type), outcome.out.substr(end_of_type + 1)});
-}
-
-Failure OrdinaryUsersFailureOf(const TestDirectory& directory,
-                               const std::function<void()>& action) {
-  return IsolatedFailureOf([&] {
-    EnterAsOrdinaryUser(directory);
-    action();
-  });
 }
 
 }  // namespace kvl::test

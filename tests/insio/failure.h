@@ -2,7 +2,6 @@
 #pragma once
 
 #include "tests/support/test.h"
-#include "tests/support/test_directory.h"
 
 namespace kvl::test {
 
@@ -29,9 +28,5 @@ Failure FailureOf(const std::function<void()>& action);
 
 /// As FailureOf, with `action` in a process of its own, where it may change its surroundings.
 Failure IsolatedFailureOf(const std::function<void()>& action);
-
-/// The same for a user who is not root, with the directory as the working directory: see
-/// EnterAsOrdinaryUser.
-Failure OrdinaryUsersFailureOf(const TestDirectory& directory, const std::function<void()>& action);
 
 }  // namespace kvl::test

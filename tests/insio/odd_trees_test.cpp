@@ -1,11 +1,10 @@
-// Trees that are odd without malice: with names and entries of every sort.
+// Trees that are odd: with names and entries of every sort, and with links that would lead a plain
+// walk round in circles, or into its own results.
 
 #include "insio/copy.h"
 #include "insio/delete.h"
-#include "tests/insio/failure.h"
+#include "tests/insio/in_own_directory.h"
 #include "tests/insio/odd_paths.h"
-#include "tests/insio/surroundings.h"
-#include "tests/insio/tree_test.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
@@ -13,14 +12,16 @@ namespace {
 
 using namespace KVLInsIO;
 
-using OddNames = TreeTest;
-using OddEntries = TreeTest;
+using OddNames = InOwnDirectory;
+using OddEntries = InOwnDirectory;
+using CopyOfACircle = InOwnDirectory;
+using CopyIntoItself = InOwnDirectory;
 
 TEST_F(OddNames, OfFilesAndDirectoriesAreCopiedAndDeleted) {
   for (const std::string& name : kOddNames) {
-    directory_.Write("from/directories/" + name + "/" + name, name);
-    directory_.Write("from/files/" + name, name);
-    directory_.MakeDir("from/empty/" + name + "/" + name);
+    Write("from/directories/" + name + "/" + name, name);
+    Write("from/files/" + name, name);
+    MakeDir("from/empty/" + name + "/" + name);
   }
   Copy(Path("from"), Path("to"));
   EXPECT_EQ(Tree("to"), Tree("from"));
@@ -36,7 +37,7 @@ TEST_F(OddNames, OfFilesAndDirectoriesAreCopiedAndDeleted) {
 TEST_F(OddNames, OfTheTreesThemselvesAreTakenAsTheyAre) {
   for (const std::string& name : kOddNames) {
     SCOPED_TRACE(name);
-    directory_.Write(name + "/file", "text");
+    Write(name + "/file", "text");
     Copy(Path(name), Path("to"));
     EXPECT_THAT(Tree("to"), ElementsAre("f 644 file = text"));
     Delete(Path(name));
@@ -46,10 +47,10 @@ TEST_F(OddNames, OfTheTreesThemselvesAreTakenAsTheyAre) {
 }
 
 /// A tree in which the directory "a\b" lies beside the directory "a" with a "b" in it.
-class NameWithBackslashBesideItsDecoy : public TreeTest {
+class NameWithBackslashBesideItsDecoy : public InOwnDirectory {
  protected:
   NameWithBackslashBesideItsDecoy() {
-    directory_.Write("tree/a/b/file", "decoy");
+    Write("tree/a/b/file", "decoy");
     Make({"tree/e/f/empty/"});
     decoys_ = Tree("tree");
     Make({"tree/a\\b/file", "tree/e\\f/empty/"});
@@ -73,15 +74,10 @@ TEST_F(NameWithBackslashBesideItsDecoy, IsEmptiedOrDeletedAndTheDecoyStays) {
   EXPECT_EQ(Tree("tree"), decoys_);
 }
 
-TEST_F(NameWithBackslashBesideItsDecoy, IsDeletedAsAnEmptyTreeAndTheDecoyStays) {
+TEST_F(NameWithBackslashBesideItsDecoy, IsToldFromItAsOrWithinAnEmptyTree) {
   EXPECT_FALSE(DeleteEmptyTree(Path("tree/a\\b")));
   EXPECT_EQ(ReadFile(Path("tree/a\\b/file")), "text");
   EXPECT_TRUE(DeleteEmptyTree(Path("tree/e\\f")));
-  fs::remove_all(Path("tree/a\\b"));
-  EXPECT_EQ(Tree("tree"), decoys_);
-}
-
-TEST_F(NameWithBackslashBesideItsDecoy, IsToldFromTheDecoyWithinAnEmptyTree) {
   fs::remove(Path("tree/a\\b/file"));
   EXPECT_FALSE(DeleteEmptyTree(Path("tree")));
   EXPECT_THAT(Tree("tree"), ElementsAre("d 755 a", "d 755 a/b", "f 644 a/b/file = decoy"));
@@ -97,21 +93,21 @@ TEST_F(OddNames, WithBackslashesAreDeletedBehindALinkAsALink) {
 }
 
 TEST_F(OddEntries, HardLinksArriveAsFilesOfTheirOwnAndAreNotCopiedOntoEachOther) {
-  const std::string file = directory_.Write("from/file", "text");
-  directory_.HardLink("from/a/link", file);
+  const std::string file = Write("from/file", "text");
+  HardLink("from/a/link", file);
   Copy(Path("from"), Path("to"));
   EXPECT_EQ(Tree("to"), Tree("from"));
   EXPECT_EQ(StatusOf(Path("to/file")).st_nlink, 1U);
   EXPECT_EQ(StatusOf(Path("to/a/link")).st_nlink, 1U);
-  directory_.HardLink("there/file", file);
+  HardLink("there/file", file);
   EXPECT_EQ(FailureOf([this] { CopyDir(Path("from"), Path("there")); }),
             Exception("Cannot copy " + Path("from/file") + " to itself."));
   EXPECT_EQ(ReadFile(file), "text");
 }
 
 TEST_F(OddEntries, SparseFilesArriveWithAllTheirZeros) {
-  directory_.Write("from/end", "text");
-  directory_.Write("from/hole", "");
+  Write("from/end", "text");
+  Write("from/hole", "");
   fs::resize_file(Path("from/end"), 1'000'000);
   fs::resize_file(Path("from/hole"), 3 * 65'536);
   Copy(Path("from"), Path("to"));
@@ -123,8 +119,8 @@ TEST_F(OddEntries, StickyAndSetIdBitsAreNotCopied) {
   const ScopedUmask umask(0);
   for (const auto& [name, mode] : std::vector<std::pair<std::string, unsigned>>{
            {"4755", 04755}, {"2755", 02755}, {"1744", 01744}, {"7777", 07777}}) {
-    SetMode(directory_.MakeDir("from/d" + name), mode);
-    SetMode(directory_.Write("from/f" + name, ""), mode);
+    SetMode(MakeDir("from/d" + name), mode);
+    SetMode(Write("from/f" + name, ""), mode);
   }
   Copy(Path("from"), Path("to"));
   EXPECT_THAT(Tree("to"),
@@ -133,10 +129,10 @@ TEST_F(OddEntries, StickyAndSetIdBitsAreNotCopied) {
 }
 
 TEST_F(OddEntries, PipesDevicesAndSocketsAreNotCopied) {
-  directory_.Pipe("pipe/entry");
+  Pipe("pipe/entry");
   Make({"to_pipe/entry -> ../pipe/entry", "to_null/entry -> /dev/null",
         "to_zero/entry -> /dev/zero", "socket/"});
-  MakeSocket(directory_, "socket/entry");
+  MakeSocket(*this, "socket/entry");
   for (const std::string tree : {"pipe", "to_pipe", "to_null", "to_zero", "socket"}) {
     SCOPED_TRACE(tree);
     const std::string entry = Path(tree + "/entry");
@@ -147,6 +143,197 @@ TEST_F(OddEntries, PipesDevicesAndSocketsAreNotCopied) {
     EXPECT_EQ(FailureOf([&] { Copy(entry, Path("to/copy")); }), expected);
     EXPECT_THAT(Tree("to"), IsEmpty());
   }
+}
+
+Failure ToItself(const std::string& source) {
+  return Exception("Cannot copy " + source + " to itself.");
+}
+
+Failure FailureOfCopying(const std::string& source, const std::string& destination) {
+  return FailureOf([&] { Copy(source, destination); });
+}
+
+TEST_F(CopyOfACircle, OrIntoItselfIsRefusedWhereItClosesAndChangesNothing) {
+  struct Row {
+    std::vector<std::string> entries;
+    std::string source, refused_at;
+    std::string destination = "elsewhere/to";
+  };
+  const std::vector<Row> rows = {
+      {{"from/link -> ."}, "from", "from/link"},
+      {{"from/link -> ../from"}, "from", "from/link"},
+      {{"from/link -> " + Path("from")}, "from", "from/link"},
+      {{"from/a/link -> .."}, "from", "from/a/link"},
+      {{"from/a/link -> ."}, "from", "from/a/link"},
+      {{"from/a/b/c/link -> ../../.."}, "from", "from/a/b/c/link"},
+      {{"from/a/b/c/link -> ../.."}, "from", "from/a/b/c/link"},
+      {{"from/a/link -> ../../to_from", "to_from -> from"}, "from", "from/a/link"},
+      {{"from/link -> ../outside", "outside/back -> ../from"}, "from", "from/link/back"},
+      {{"above/from/up -> .."}, "above/from", "above/from/up/from"},
+      {{"from/a/up -> ..", "link -> from"}, "link", "link/a/up"},
+      {{"from/a/up -> ..", "link -> from"}, "link/a/..", "link/a/../a/up"},
+      // an empty directory, what a link in the source leads to, what one in the destination leads to
+      {{"empty/"}, "empty", "empty", "empty/to"},
+      {{"big/file", "from/a/link -> ../../big"}, "from", "from/a/link", "big/deep/to"},
+      {{"from/sub/inner/file", "to/sub -> ../from/sub/inner"}, "from", "from/sub", "to"}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.entries[0]);
+    Make(row.entries);
+    const auto before = ExactTree();
+    EXPECT_EQ(FailureOfCopying(Path(row.source), Path(row.destination)),
+              ToItself(Path(row.refused_at)));
+    EXPECT_EQ(ExactTree(), before);
+    Clear();
+  }
+}
+
+TEST_F(CopyOfACircle, KeepsWhatWasCopiedBeforeTheRefusal) {
+  Make({"from/file", "from/a/file", "from/a/b/up -> ../.."});
+  EXPECT_EQ(FailureOfCopying(Path("from"), Path("to")), ToItself(Path("from/a/b/up")));
+  EXPECT_THAT(Tree("to"),
+              testing::IsSubsetOf({"d 755 a", "f 644 a/file = text", "f 644 file = text"}));
+}
+
+TEST_F(CopyOfACircle, IsNoneWhereLinksLeadAsideOrDown) {
+  Make({"from/a/b/file", "from/down -> a/b", "from/aside/one -> ../a/b",
+        "from/aside/two -> ../a/b"});
+  EXPECT_EQ(FailureOfCopying(Path("from"), Path("to")), kNoFailure);
+  EXPECT_THAT(Tree("to"), ElementsAre("d 755 a", "d 755 a/b", "d 755 aside", "d 755 aside/one",
+                                      "d 755 aside/two", "d 755 down", "f 644 a/b/file = text",
+                                      "f 644 aside/one/file = text", "f 644 aside/two/file = text",
+                                      "f 644 down/file = text"));
+}
+
+/// Directories that each have a link "next" to the next one, of which the last one holds a file.
+class LinksBehindLinks : public InOwnDirectory {
+ protected:
+  LinksBehindLinks() {
+    for (int step = 0; step < 60; ++step) {
+      Make({"steps/" + std::to_string(step) + "/next -> ../" + std::to_string(step + 1)});
+    }
+    Make({"steps/60/file"});
+  }
+};
+
+TEST_F(LinksBehindLinks, AreCopiedUpToTheFirstThatTheSystemDoesNotFollow) {
+  std::string below;
+  std::error_code ignored;
+  while (fs::exists(Path("steps/0" + below + "/next"), ignored)) below += "/next";
+  EXPECT_EQ(FailureOfCopying(Path("steps/0"), Path("to")),
+            ExceptionErrno("Cannot stat " + Path("steps/0" + below + "/next"), ELOOP));
+  EXPECT_TRUE(fs::is_empty(Path("to" + below)));
+  Copy(Path("steps/40"), Path("whole"));
+  EXPECT_EQ(Tree("whole").size(), 21U);
+  EXPECT_THAT(Tree("whole").back(), testing::EndsWith("/next/file = text"));
+}
+
+TEST_F(LinksBehindLinks, KeepAnEmptyTreeWhereTheSystemDoesNotFollowThem) {
+  fs::remove(Path("steps/60/file"));
+  const auto before = Tree();
+  EXPECT_FALSE(DeleteEmptyTree(Path("steps/0")));
+  EXPECT_EQ(Tree(), before);
+  EXPECT_TRUE(DeleteEmptyTree(Path("steps/30")));
+  EXPECT_EQ(Tree("steps").size(), 30U + 60U);  // 30 links, and the directories, but the one
+}
+
+/// A directory "from" with "file", "sub" and "sub/file", and ways that lead into it.
+class CopyIntoItselfByAnyWay : public InOwnDirectory {
+ protected:
+  CopyIntoItselfByAnyWay() {
+    Make({"from/file", "from/sub/file", "to_from -> from", "to_sub -> from/sub",
+          "back\\slash -> from/sub", "beside/"});
+  }
+
+  std::string Absolute(const std::string& path) const { return path[0] == '/' ? path : Path(path); }
+};
+
+TEST_F(CopyIntoItselfByAnyWay, IsRefusedBeforeAnythingIsDone) {
+  const std::vector<std::string> destinations = {
+      "from/to", "from/sub", "from/sub/", "from/file", "from/new/deep/to", "from//new/.",
+      "./from/new/to", Path("from/to"),
+      // through what is there, and what is not
+      "from/sub/../to", "from/../from/to", "beside/../from/to", "missing/../from/to",
+      "missing/deep/../../from/sub/to", "from/missing/../to",
+      // through links and backslashes
+      "to_from/to", "to_sub", "to_sub/", "to_sub/to", "to_from/new/to", "to_sub/../to", "from\\to",
+      "back\\slash"};
+  std::vector<std::pair<std::string, std::string>> rows = {{".", "from"}, {".", "./to"}};
+  for (const std::string& destination : destinations) rows.emplace_back("from", destination);
+  for (const std::string source :
+       {"from/", "from//.", "from/sub/..", "./from", "to_from", "to_sub/.."}) {
+    rows.emplace_back(source, "from/to");
+    rows.emplace_back(source, Path("from/to"));
+  }
+  for (const std::string above : {".", "..", "from/.."}) rows.emplace_back(above, "to");
+  rows.emplace_back(Path("from"), "from/to");
+  const auto before = ExactTree();
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.first + " to " + row.second);
+    EXPECT_EQ(FailureOfCopying(Absolute(row.first), Absolute(row.second)),
+              ToItself(Absolute(row.first)));
+    EXPECT_EQ(FailureInside([&] { Copy(row.first, row.second); }), ToItself(row.first));
+    EXPECT_EQ(ExactTree(), before);
+  }
+}
+
+TEST_F(CopyIntoItselfByAnyWay, IsNoneBesideOrAboveTheSource) {
+  for (const std::string name : {"from2", "fro", "beside/from", "from/../to", "from/sub/../../to",
+                                 "beside", "missing/from"}) {
+    EXPECT_EQ(FailureOfCopying(Path("from"), Path(name)), kNoFailure) << name;
+    EXPECT_EQ(ReadFile(Path(name + "/sub/file")), "text") << name;
+  }
+  EXPECT_EQ(FailureOfCopying(Path("from/sub"), Path()), kNoFailure);
+  EXPECT_EQ(ReadFile(Path("file")), "text");
+}
+
+/// Goes so deep down that the system has no path for the working directory.
+void EnterWhereThereIsNoPath() {
+  const std::string name(200, 'n');
+  for (int level = 0; level < 25; ++level) {
+    fs::create_directory(name);
+    fs::current_path(name);
+  }
+}
+
+TEST_F(CopyIntoItself, IsToldFromOthersWhereTheWorkingDirectoryHasNoPath) {
+  const std::string from = MakeDir("from");
+  Make({"from/file"});
+  const auto copy_from_elsewhere = [&] {
+    EnterWhereThereIsNoPath();
+    Copy(from, from.substr(1) + "/to");
+    if (ReadFile(from.substr(1) + "/to/file") != "text") throw std::runtime_error("none");
+  };
+  EXPECT_EQ(FailureInside(copy_from_elsewhere), kNoFailure);
+  const auto copy_into_itself = [] {
+    EnterWhereThereIsNoPath();
+    fs::create_directories("from/empty");
+    Copy("from", "from/to");
+  };
+  EXPECT_EQ(FailureInside(copy_into_itself), ToItself("from"));
+}
+
+TEST_F(CopyIntoItself, IsNoneForASourceThatIsNoDirectory) {
+  const std::string file = Write("file", "text");
+  EXPECT_EQ(FailureOf([&] { CopyDir(file, file + "/to"); }),
+            Exception("mkdir - " + file + "/to", ENOTDIR));
+  EXPECT_EQ(FailureOf([&] { CopyDir(Path("missing"), Path("missing/to")); }), kNoFailure);
+}
+
+// The same place is not inside: each of its files refuses to be copied onto itself.
+TEST_F(CopyIntoItself, OfADirectoryOntoItselfIsRefusedByItsFiles) {
+  Make({"from/empty/"});
+  EXPECT_EQ(FailureOfCopying(Path("from"), Path("from")), kNoFailure);
+  Make({"from/sub/file"});
+  EXPECT_EQ(FailureOfCopying(Path("from"), Path("from")), ToItself(Path("from/sub/file")));
+  EXPECT_THAT(Tree("from"), ElementsAre("d 755 empty", "d 755 sub", "f 644 sub/file = text"));
+}
+
+// "to/a\b" is no way through the link "to/a".
+TEST_F(CopyIntoItself, IsNotMistakenForNamesWithBackslashes) {
+  Make({"other/file", "from/a\\b -> ../other", "to/a -> ../other"});
+  EXPECT_EQ(FailureOfCopying(Path("from"), Path("to")), kNoFailure);
+  EXPECT_THAT(Tree("to"), ElementsAre("d 755 a\\b", "f 644 a\\b/file = text", "l a -> ../other"));
+  EXPECT_THAT(Tree("other"), ElementsAre("f 644 file = text"));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The library at work in a small program of its own, where its use of memory can be seen.
 #pragma once
 
+#include "tests/support/outcome.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
@@ -13,7 +14,13 @@ struct ToolSeen {
 };
 
 /// Runs tree_tool with these words, see tree_tool.cpp. `before` is called in the new process first.
-ToolSeen RunTreeTool(const std::vector<std::string>& words,
-                     const std::function<void()>& before = {});
+inline ToolSeen RunTreeTool(std::vector<std::string> words,
+                            const std::function<void()>& before = {}) {
+  words.insert(words.begin(), BuiltProgram("tree_tool"));
+  const Outcome outcome = RunProgram({.command = words, .before = before});
+  ToolSeen seen = {.status = outcome.status, .err = outcome.err};
+  std::istringstream(outcome.out) >> seen.result >> seen.memory;
+  return seen;
+}
 
 }  // namespace kvl::test

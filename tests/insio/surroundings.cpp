@@ -123,12 +123,9 @@ std::string WhileExchanged(const std::string& one, const std::string& other,
 }
 
 std::string PathOfLength(std::string beginning, std::size_t length) {
-  constexpr std::size_t kMostLetters = 200;
   while (beginning.size() < length) {
-    std::size_t letters = std::min(length - beginning.size() - 1, kMostLetters);
-    // A single byte would be left over, too little for a slash and a letter.
-    if (length - beginning.size() - 1 - letters == 1) --letters;
-    beginning += "/" + std::string(letters, 'd');
+    const std::size_t left = length - beginning.size();
+    beginning += "/" + std::string(left <= 250 ? left - 1 : 199, 'd');
   }
   return beginning;
 }
