@@ -14,7 +14,7 @@ using KVLInsIO::DeleteContents;
 using KVLInsIO::DeleteEmptyTree;
 
 using DeleteTest = InOwnDirectory;
-using DeleteEmptyTreeTest = InOwnDirectory;
+using EmptyTree = InOwnDirectory;
 
 TEST(Delete, RemovesAnEntryOfEveryKindAndNothingElse) {
   const EveryKind world;
@@ -28,7 +28,7 @@ TEST(Delete, RemovesAnEntryOfEveryKindAndNothingElse) {
   EXPECT_TRUE(fs::is_empty(world.Path()));
 }
 
-TEST_F(DeleteTest, OfALinkToADirectoryLeavesTheDirectoryAndItsContents) {
+TEST_F(DeleteTest, OfALinkToADirectoryLeavesItAndItsContents) {
   Make({"outside/file", "link -> outside", "tree/a/to_directory -> ../../outside",
         "tree/to_file -> ../outside/file", "tree/self -> .", "tree/up -> ..",
         "tree/by_name -> ../tree", "tree/round -> round", "emptied/a/file", "to -> emptied"});
@@ -104,7 +104,7 @@ TEST_F(DeleteTest, EndsWithTheFirstFailureAndClosesItsDirectories) {
 }
 
 // A file has no entries, so no file is found in it; what remains to do is to delete it.
-TEST_F(DeleteEmptyTreeTest, RemovesDirectoriesOnlyAndAFileAndWhatIsMissing) {
+TEST_F(EmptyTree, RemovesDirectoriesOnlyAndAFileAndWhatIsMissing) {
   Make({"tree/a/b/c/", "tree/d/", "file"});
   for (const std::string name : {"tree", "file", "missing", "missing/x"}) {
     EXPECT_TRUE(DeleteEmptyTree(Path(name))) << name;
@@ -112,7 +112,7 @@ TEST_F(DeleteEmptyTreeTest, RemovesDirectoriesOnlyAndAFileAndWhatIsMissing) {
   EXPECT_THAT(Tree(), IsEmpty());
 }
 
-TEST_F(DeleteEmptyTreeTest, RemovesTheEmptyBranchesBesideAFileDeepInside) {
+TEST_F(EmptyTree, RemovesTheEmptyBranchesBesideAFileDeepInside) {
   Make({"tree/a/b/file", "tree/a/b/empty/x/", "tree/a/empty/", "tree/empty/y/z/"});
   EXPECT_FALSE(DeleteEmptyTree(Path("tree")));
   EXPECT_THAT(Tree("tree"), ElementsAre("d 755 a", "d 755 a/b", "f 644 a/b/file = text"));
@@ -130,7 +130,7 @@ TEST(DeleteEmptyTree, IsStoppedByAnythingThatIsNoDirectory) {
   }
 }
 
-TEST_F(DeleteEmptyTreeTest, FollowsALinkToADirectoryAndRemovesTheLink) {
+TEST_F(EmptyTree, FollowsALinkToADirectoryAndRemovesTheLink) {
   Make({"outside/file", "tree/link -> ../outside"});
   const auto before = Tree();
   EXPECT_FALSE(DeleteEmptyTree(Path("tree")));
@@ -189,7 +189,7 @@ class NamedThroughItsOwnEntry : public InOwnDirectory {
   std::vector<std::string> left_;  // the tree without the first entry
 };
 
-TEST_F(NamedThroughItsOwnEntry, IsNotTakenForRemovedWhileEntriesRemain) {
+TEST_F(NamedThroughItsOwnEntry, IsNotTakenForGoneWhileEntriesRemain) {
   for (const std::string ending : {"/file", "/", ""}) {
     MakeEntries(ending);
     EXPECT_EQ(FailureOf([this] { Delete(path_); }),
@@ -202,7 +202,7 @@ TEST_F(NamedThroughItsOwnEntry, IsNotTakenForRemovedWhileEntriesRemain) {
   EXPECT_EQ(Tree(), left_);
 }
 
-TEST_F(NamedThroughItsOwnEntry, DeletionReportsTheDirectoryWhenNothingElseIsInIt) {
+TEST_F(NamedThroughItsOwnEntry, IsReportedItselfWhenNothingElseIsIn) {
   Make({"w/a/"});
   path_ = Path("w/a/..");
   EXPECT_EQ(FailureOf([this] { Delete(path_); }), Exception("rmdir - " + path_, ENOENT));
@@ -210,9 +210,9 @@ TEST_F(NamedThroughItsOwnEntry, DeletionReportsTheDirectoryWhenNothingElseIsInIt
 }
 
 // Links that lead round in circles: deleting ends soon, and what is on a circle stays.
-using DeleteEmptyTreeWithCircles = InOwnDirectory;
+using EmptyTreeWithCircles = InOwnDirectory;
 
-TEST_F(DeleteEmptyTreeWithCircles, LeavesCirclesAndFilesAndRemovesTheRest) {
+TEST_F(EmptyTreeWithCircles, LeavesCirclesAndFilesAndRemovesTheRest) {
   struct Row {
     std::string what;
     std::vector<std::string> stays, goes;
@@ -252,7 +252,7 @@ TEST_F(DeleteEmptyTreeWithCircles, LeavesCirclesAndFilesAndRemovesTheRest) {
 }
 
 // There are so many ways that nobody can go them all.
-TEST_F(DeleteEmptyTreeWithCircles, EndsWhereEveryDirectoryLeadsToEveryOther) {
+TEST_F(EmptyTreeWithCircles, EndsWhereEveryDirectoryLeadsToEveryOther) {
   constexpr int kDirectories = 25;
   for (int i = 0; i < kDirectories * kDirectories; ++i) {
     const std::string to = std::to_string(i % kDirectories);
@@ -268,21 +268,23 @@ TEST_F(DeleteEmptyTreeWithCircles, EndsWhereEveryDirectoryLeadsToEveryOther) {
   EXPECT_EQ(Tree(), without_file);
 }
 
-TEST_F(DeleteEmptyTreeWithCircles, EndsWhereTwoLinksLeadToTheNextAgainAndAgain) {
-  for (int step = 0; step < 35; ++step) {
-    const std::string directory = "steps/" + std::to_string(step), next = std::to_string(step + 1);
-    Make({directory + "/one -> ../" + next, directory + "/two -> ../" + next});
+// The system may count the links of a path twice, so there are fewer than half of those it follows.
+TEST_F(EmptyTreeWithCircles, EndsWhereFourLinksLeadOnAgainAndAgain) {
+  for (int step = 0; step < 19; ++step) {
+    for (const std::string name : {"one", "two", "three", "four"}) {
+      Link("steps/" + std::to_string(step) + "/" + name, "../" + std::to_string(step + 1));
+    }
   }
-  Make({"steps/35/file"});
+  Make({"steps/19/file"});
   const auto before = Tree();
   EXPECT_FALSE(DeleteEmptyTree(Path("steps/0")));
   EXPECT_EQ(Tree(), before);
-  fs::remove(Path("steps/35/file"));
+  fs::remove(Path("steps/19/file"));
   EXPECT_TRUE(DeleteEmptyTree(Path("steps/0")));
-  EXPECT_EQ(Tree("steps").size(), 35U);  // the directories themselves, but the first
+  EXPECT_EQ(Tree("steps").size(), 19U);  // the directories themselves, but the first
 }
 
-TEST_F(DeleteEmptyTreeWithCircles, SeesAFileThoughOtherLinksLeadToOneEmptyDirectory) {
+TEST_F(EmptyTreeWithCircles, SeesAFileBesideLinksToOneEmptyDirectory) {
   Make({"empty/", "beside/file"});
   Make({"tree/a/up -> .."});  // before and after the others, as the order of a listing
   for (const std::string name : {"1", "2", "3", "4", "file", "5", "6", "7", "8"}) {
@@ -295,7 +297,7 @@ TEST_F(DeleteEmptyTreeWithCircles, SeesAFileThoughOtherLinksLeadToOneEmptyDirect
                                         "l b/file -> ../../beside", "l c/up -> .."));
 }
 
-TEST_F(DeleteEmptyTreeWithCircles, LeavesAFileAndALinkToItWhicheverListIsCutShort) {
+TEST_F(EmptyTreeWithCircles, LeavesAFileWhicheverListIsCutShort) {
   Make({"tree/up -> .", "tree/file", "tree/a/file"});
   const auto before = Tree();
   for (int calls = 0; calls < 20; ++calls) {

@@ -47,9 +47,9 @@ TEST_F(OddNames, OfTheTreesThemselvesAreTakenAsTheyAre) {
 }
 
 /// A tree in which the directory "a\b" lies beside the directory "a" with a "b" in it.
-class NameWithBackslashBesideItsDecoy : public InOwnDirectory {
+class BackslashBesideItsDecoy : public InOwnDirectory {
  protected:
-  NameWithBackslashBesideItsDecoy() {
+  BackslashBesideItsDecoy() {
     Write("tree/a/b/file", "decoy");
     Make({"tree/e/f/empty/"});
     decoys_ = Tree("tree");
@@ -59,14 +59,14 @@ class NameWithBackslashBesideItsDecoy : public InOwnDirectory {
   std::vector<std::string> decoys_;
 };
 
-TEST_F(NameWithBackslashBesideItsDecoy, IsCopiedAsItIsWithItsTreeAndByItself) {
+TEST_F(BackslashBesideItsDecoy, IsCopiedAsItIsWithItsTreeAndByItself) {
   Copy(Path("tree"), Path("to"));
   EXPECT_EQ(Tree("to"), Tree("tree"));
   CopyDir(Path("tree/a\\b"), Path("alone"));
   EXPECT_THAT(Tree("alone"), ElementsAre("f 644 file = text"));
 }
 
-TEST_F(NameWithBackslashBesideItsDecoy, IsEmptiedOrDeletedAndTheDecoyStays) {
+TEST_F(BackslashBesideItsDecoy, IsEmptiedOrDeletedAndTheDecoyStays) {
   DeleteContents(Path("tree/a\\b"));
   EXPECT_TRUE(fs::is_empty(Path("tree/a\\b")));
   Delete(Path("tree/a\\b"));
@@ -74,7 +74,7 @@ TEST_F(NameWithBackslashBesideItsDecoy, IsEmptiedOrDeletedAndTheDecoyStays) {
   EXPECT_EQ(Tree("tree"), decoys_);
 }
 
-TEST_F(NameWithBackslashBesideItsDecoy, IsToldFromItAsOrWithinAnEmptyTree) {
+TEST_F(BackslashBesideItsDecoy, IsToldFromItAsOrWithinAnEmptyTree) {
   EXPECT_FALSE(DeleteEmptyTree(Path("tree/a\\b")));
   EXPECT_EQ(ReadFile(Path("tree/a\\b/file")), "text");
   EXPECT_TRUE(DeleteEmptyTree(Path("tree/e\\f")));
@@ -92,7 +92,7 @@ TEST_F(OddNames, WithBackslashesAreDeletedBehindALinkAsALink) {
                                   "f 644 outside/file = text", "f 644 tree/a/b/decoy = text"));
 }
 
-TEST_F(OddEntries, HardLinksArriveAsFilesOfTheirOwnAndAreNotCopiedOntoEachOther) {
+TEST_F(OddEntries, HardLinksArriveAsFilesAndNotOnThemselves) {
   const std::string file = Write("from/file", "text");
   HardLink("from/a/link", file);
   Copy(Path("from"), Path("to"));
@@ -153,7 +153,7 @@ Failure FailureOfCopying(const std::string& source, const std::string& destinati
   return FailureOf([&] { Copy(source, destination); });
 }
 
-TEST_F(CopyOfACircle, OrIntoItselfIsRefusedWhereItClosesAndChangesNothing) {
+TEST_F(CopyOfACircle, OrIntoItselfIsRefusedAndChangesNothing) {
   struct Row {
     std::vector<std::string> entries;
     std::string source, refused_at;
@@ -215,7 +215,7 @@ class LinksBehindLinks : public InOwnDirectory {
   }
 };
 
-TEST_F(LinksBehindLinks, AreCopiedUpToTheFirstThatTheSystemDoesNotFollow) {
+TEST_F(LinksBehindLinks, AreCopiedAsFarAsTheSystemFollows) {
   std::string below;
   std::error_code ignored;
   while (fs::exists(Path("steps/0" + below + "/next"), ignored)) below += "/next";
@@ -227,13 +227,13 @@ TEST_F(LinksBehindLinks, AreCopiedUpToTheFirstThatTheSystemDoesNotFollow) {
   EXPECT_THAT(Tree("whole").back(), testing::EndsWith("/next/file = text"));
 }
 
-TEST_F(LinksBehindLinks, KeepAnEmptyTreeWhereTheSystemDoesNotFollowThem) {
+TEST_F(LinksBehindLinks, KeepAnEmptyTreeWhereNobodyFollows) {
   fs::remove(Path("steps/60/file"));
   const auto before = Tree();
   EXPECT_FALSE(DeleteEmptyTree(Path("steps/0")));
   EXPECT_EQ(Tree(), before);
-  EXPECT_TRUE(DeleteEmptyTree(Path("steps/30")));
-  EXPECT_EQ(Tree("steps").size(), 30U + 60U);  // 30 links, and the directories, but the one
+  EXPECT_TRUE(DeleteEmptyTree(Path("steps/40")));
+  EXPECT_EQ(Tree("steps").size(), 40U + 60U);  // 40 links, and the directories, but the one
 }
 
 /// A directory "from" with "file", "sub" and "sub/file", and ways that lead into it.
@@ -295,7 +295,7 @@ void EnterWhereThereIsNoPath() {
   }
 }
 
-TEST_F(CopyIntoItself, IsToldFromOthersWhereTheWorkingDirectoryHasNoPath) {
+TEST_F(CopyIntoItself, IsToldWhereTheWorkingDirectoryHasNoPath) {
   const std::string from = MakeDir("from");
   Make({"from/file"});
   const auto copy_from_elsewhere = [&] {

@@ -115,7 +115,7 @@ TEST_F(OpenDirectoryTest, FollowsLinksOnlyWhereItBegins) {
   EXPECT_EQ(OpenFile(Path("to_file")).State(), OpenDirectory(inside_).Look("file"));
 }
 
-TEST_F(OpenDirectoryTest, GivesModesWhateverTheUmaskAndLeavesADirectoryThatIsThere) {
+TEST_F(OpenDirectoryTest, GivesModesWhateverTheUmaskToWhatIsNew) {
   Make({"source", "inside/there/file"});
   SetMode(Inside("there"), 0700);
   const ScopedUmask umask(077);
@@ -132,7 +132,7 @@ TEST_F(OpenDirectoryTest, GivesModesWhateverTheUmaskAndLeavesADirectoryThatIsThe
                                           "f 755 program = ", "f 755 program copy = text"));
 }
 
-TEST_F(OpenDirectoryTest, CopiesEverySizeWithItsTimesAndShowsEachByteBefore) {
+TEST_F(OpenDirectoryTest, CopiesAnySizeWithTimesAndShowsEachByte) {
   const OpenDirectory inside(inside_);
   for (const std::size_t size : {0U, 1U, 65'535U, 65'536U, 65'537U, 200'000U}) {
     std::string contents, seen;

@@ -55,7 +55,7 @@ TEST_F(TreeLevelTop, NamesItsEntriesByTheNormalisedPath) {
   }
 }
 
-TEST_F(TreeLevelTop, NamesItsEntriesByThePathAsGivenWhereTheOtherLeadsElsewhere) {
+TEST_F(TreeLevelTop, NamesItsEntriesAsGivenWhereTheOtherLeadsElsewhere) {
   Make({"a\\b/entry"});
   EXPECT_THAT(PathsOf(TreeLevel::Top(Path("a\\b"))), ElementsAre(Path("a\\b/entry")));
   Make({"a/b/decoy"});
