@@ -1,10 +1,7 @@
 #include "insio/file_descriptor.h"
 
-#include <memory>
-
-#include "tests/insio/surroundings.h"
+#include "tests/insio/in_own_directory.h"
 #include "tests/support/outcome.h"
-#include "tests/support/scoped_umask.h"
 #include "tests/support/system_faults.h"
 #include "tests/support/test.h"
 
@@ -14,91 +11,78 @@ namespace {
 using KVLInsIO::internal::FileDescriptor;
 using KVLInsIO::internal::kReadWithoutWaiting;
 
-TEST(FileDescriptor, OpensAFileForTheseFlags) {
-  const TestDirectory directory;
-  const FileDescriptor file(directory.Write("file", "text"), O_RDONLY);
-  char contents[4] = {};
+/// A directory with a file, and the descriptors that are open before the test opens one.
+class Descriptor : public InOwnDirectory {
+ protected:
+  const std::string path_ = Write("sub/file", "text");
+  const std::vector<std::string> before_ = OpenDescriptors();
+};
+
+/// The inode of what is open; 0 when nothing is.
+ino_t InodeOf(const FileDescriptor& file) {
+  struct stat status;
+  return ::fstat(file.Number(), &status) == 0 ? status.st_ino : 0;
+}
+
+TEST_F(Descriptor, OpensAFileForTheseFlagsAndNoOtherProgram) {
+  const FileDescriptor file(path_, O_RDONLY);
+  char contents[5] = {};
   ASSERT_TRUE(file.IsOpen());
   EXPECT_EQ(::read(file.Number(), contents, sizeof(contents)), 4);
-  EXPECT_EQ(std::string(contents, sizeof(contents)), "text");
+  EXPECT_STREQ(contents, "text");
+  EXPECT_EQ(::write(file.Number(), contents, 1), -1);
+  EXPECT_EQ(::fcntl(file.Number(), F_GETFD), FD_CLOEXEC);
 }
 
-TEST(FileDescriptor, MakesAFileWithItsModeLessTheUmask) {
+TEST_F(Descriptor, MakesAFileWithItsModeLessTheUmask) {
   const ScopedUmask umask(026);
-  const TestDirectory directory;
-  const FileDescriptor file(directory.Path("new"), O_WRONLY | O_CREAT, 0777);
+  const FileDescriptor file(Path("new"), O_WRONLY | O_CREAT, 0777);
   ASSERT_TRUE(file.IsOpen());
-  EXPECT_EQ(ModeOf(directory.Path("new")), 0751U);
+  EXPECT_EQ(ModeOf(Path("new")), 0751U);
 }
 
-TEST(FileDescriptor, KeepsTheReasonOfAFailureInErrno) {
-  const TestDirectory directory;
-  const FileDescriptor file(directory.Path("missing"), O_RDONLY);
+TEST_F(Descriptor, KeepsTheReasonOfAFailureInErrno) {
+  const FileDescriptor file(Path("missing"), O_RDONLY);
   const int error = errno;
   EXPECT_FALSE(file.IsOpen());
   EXPECT_EQ(error, ENOENT);
 }
 
-TEST(FileDescriptor, OpensANameInADirectory) {
-  const TestDirectory directory;
-  directory.Write("sub/file", "text");
-  const FileDescriptor sub(directory.Path("sub"), O_PATH | O_DIRECTORY);
+TEST_F(Descriptor, OpensANameInADirectory) {
+  const FileDescriptor sub(Path("sub"), O_PATH | O_DIRECTORY);
   const FileDescriptor file(sub, "file", O_RDONLY), parent(sub, "..", O_PATH);
-  const FileDescriptor missing(sub, "missing", O_RDONLY);
-  struct stat opened;
-  ASSERT_EQ(::fstat(file.Number(), &opened), 0);
-  EXPECT_EQ(opened.st_ino, StatusOf(directory.Path("sub/file")).st_ino);
-  ASSERT_EQ(::fstat(parent.Number(), &opened), 0);
-  EXPECT_EQ(opened.st_ino, StatusOf(directory.Path()).st_ino);
+  EXPECT_EQ(InodeOf(file), StatusOf(path_).st_ino);
+  EXPECT_EQ(InodeOf(parent), StatusOf(Path()).st_ino);
   EXPECT_EQ(::fcntl(file.Number(), F_GETFD), FD_CLOEXEC);
-  EXPECT_FALSE(missing.IsOpen());
+  EXPECT_FALSE(FileDescriptor(sub, "missing", O_RDONLY).IsOpen());
 }
 
-TEST(FileDescriptor, IsTakenOverAndTheFileReplacedIsClosed) {
-  const TestDirectory directory;
-  const std::string path = directory.Write("file", "");
-  const auto before = OpenDescriptors();
-  FileDescriptor first(path, O_RDONLY);
-  FileDescriptor second(path, O_RDONLY);
-  const int number = second.Number();
-  first = std::move(second);
-  EXPECT_EQ(first.Number(), number);
-  EXPECT_EQ(OpenDescriptors().size(), before.size() + 1);
-  FileDescriptor& itself = first;
-  first = std::move(itself);
-  EXPECT_EQ(first.Number(), number);
-}
-
-TEST(FileDescriptor, IsHandedToNoOtherProgram) {
-  const TestDirectory directory;
-  const FileDescriptor file(directory.Write("file", ""), O_RDONLY);
-  EXPECT_EQ(::fcntl(file.Number(), F_GETFD), FD_CLOEXEC);
-}
-
-TEST(FileDescriptor, ClosesItsFileWhenItIsDestroyed) {
-  const TestDirectory directory;
-  directory.Write("file", "");
-  const auto before = OpenDescriptors();
+TEST_F(Descriptor, IsTakenOverAndClosedWhenReplacedOrDestroyed) {
   {
-    const FileDescriptor file(directory.Path("file"), O_RDONLY);
-    const FileDescriptor missing(directory.Path("missing"), O_RDONLY);
-    EXPECT_EQ(OpenDescriptors().size(), before.size() + 1);
+    FileDescriptor first(path_, O_RDONLY), second(path_, O_RDONLY);
+    const FileDescriptor missing(Path("missing"), O_RDONLY);
+    const int number = second.Number();
+    first = std::move(second);
+    EXPECT_EQ(first.Number(), number);
+    EXPECT_EQ(OpenDescriptors().size(), before_.size() + 1);
+    FileDescriptor& itself = first;
+    first = std::move(itself);
+    EXPECT_EQ(first.Number(), number);
   }
-  EXPECT_EQ(OpenDescriptors(), before);
+  EXPECT_EQ(OpenDescriptors(), before_);
 }
 
-TEST(FileDescriptor, ClosesItsFileOnce) {
-  const TestDirectory directory;
-  const std::string path = directory.Write("file", "");
-  auto closed = std::make_unique<FileDescriptor>(path, O_RDONLY);
+TEST_F(Descriptor, ClosesItsFileOnce) {
+  std::optional<FileDescriptor> closed(std::in_place, path_, O_RDONLY);
   EXPECT_TRUE(closed->Close());
   EXPECT_FALSE(closed->IsOpen());
-  const FileDescriptor other(path, O_RDONLY);  // takes the number that has become free
+  const FileDescriptor other(path_, O_RDONLY);  // takes the number that has become free
+  EXPECT_FALSE(closed->Close());
   closed.reset();
-  EXPECT_EQ(::fcntl(other.Number(), F_GETFD), FD_CLOEXEC);
+  EXPECT_TRUE(InodeOf(other) == StatusOf(path_).st_ino);
 }
 
-TEST(FileDescriptor, MayHaveTheNumberOfAStandardStreamThatIsClosed) {
+TEST_F(Descriptor, MayHaveTheNumberOfAStandardStreamThatIsClosed) {
   EXPECT_EQ(RunIsolated([] {
               ::close(STDIN_FILENO);
               FileDescriptor file("/dev/null", O_RDONLY);
@@ -109,11 +93,8 @@ TEST(FileDescriptor, MayHaveTheNumberOfAStandardStreamThatIsClosed) {
             0);
 }
 
-TEST(FileDescriptor, ReportsALateErrorAndIsClosedAllTheSame) {
-  const TestDirectory directory;
-  const std::string path = directory.Write("file", "");
-  const auto before = OpenDescriptors();
-  FileDescriptor file(path, O_WRONLY);
+TEST_F(Descriptor, ReportsALateErrorAndIsClosedAllTheSame) {
+  FileDescriptor file(path_, O_WRONLY);
   bool closed = true;
   int error = 0;
   {
@@ -124,53 +105,37 @@ TEST(FileDescriptor, ReportsALateErrorAndIsClosedAllTheSame) {
   EXPECT_FALSE(closed);
   EXPECT_EQ(error, EIO);
   EXPECT_FALSE(file.IsOpen());
-  EXPECT_EQ(OpenDescriptors(), before);
+  EXPECT_EQ(OpenDescriptors(), before_);
 }
 
-/// Another process that holds a lease on a file until somebody wants to open it.
-class LeaseHolder {
- public:
-  explicit LeaseHolder(const std::string& path) {
-    int ends[2];
-    if (::pipe(ends) != 0) return;
-    child_ = ::fork();
-    if (child_ == 0) Hold(path, ends[1]);
-    ::close(ends[1]);
-    char answer = 'n';
-    holds_ = ::read(ends[0], &answer, 1) == 1 && answer == 'y';
-    ::close(ends[0]);
-  }
-  ~LeaseHolder() { ::waitpid(child_, nullptr, 0); }
-  LeaseHolder(const LeaseHolder&) = delete;
-  LeaseHolder& operator=(const LeaseHolder&) = delete;
+/// In another process: holds a lease on a file until somebody wants to open it, and says "y" or "n"
+/// when it has it or cannot.
+[[noreturn]] void HoldLease(const std::string& path, int answer_to) {
+  sigset_t asked;
+  ::sigemptyset(&asked);
+  ::sigaddset(&asked, SIGIO);
+  ::sigprocmask(SIG_BLOCK, &asked, nullptr);
+  const int file = ::open(path.c_str(), O_RDONLY);
+  const bool has_lease = ::fcntl(file, F_SETLEASE, F_WRLCK) == 0;
+  const bool is_told = ::write(answer_to, has_lease ? "y" : "n", 1) == 1;
+  int signal = 0;
+  if (has_lease && is_told) ::sigwait(&asked, &signal);
+  ::_exit(0);  // which gives the lease up
+}
 
-  bool Holds() const { return holds_; }
-
- private:
-  [[noreturn]] static void Hold(const std::string& path, int answer_to) {
-    sigset_t asked;
-    ::sigemptyset(&asked);
-    ::sigaddset(&asked, SIGIO);
-    ::sigprocmask(SIG_BLOCK, &asked, nullptr);
-    const int file = ::open(path.c_str(), O_RDONLY);
-    const bool has_lease = ::fcntl(file, F_SETLEASE, F_WRLCK) == 0;
-    const bool is_told = ::write(answer_to, has_lease ? "y" : "n", 1) == 1;
-    int signal = 0;
-    if (has_lease && is_told) ::sigwait(&asked, &signal);
-    ::_exit(0);  // which gives the lease up
-  }
-
-  pid_t child_ = -1;
-  bool holds_ = false;
-};
-
-TEST(FileDescriptor, WaitsForALeaseThatAnotherProcessHoldsOnTheFile) {
-  const TestDirectory directory;
-  const std::string path = directory.Write("file", "text");
-  const LeaseHolder holder(path);
-  if (!holder.Holds()) GTEST_SKIP() << "the file system knows no leases";
-  const FileDescriptor file(path, kReadWithoutWaiting);
-  EXPECT_TRUE(file.IsOpen());
+TEST_F(Descriptor, WaitsForALeaseThatAnotherProcessHoldsOnTheFile) {
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  const pid_t holder = ::fork();
+  if (holder == 0) HoldLease(path_, ends[1]);
+  ::close(ends[1]);
+  char answer = 'n';
+  EXPECT_EQ(::read(ends[0], &answer, 1), 1);
+  ::close(ends[0]);
+  const bool opened = answer == 'n' || FileDescriptor(path_, kReadWithoutWaiting).IsOpen();
+  EXPECT_EQ(::waitpid(holder, nullptr, 0), holder);
+  EXPECT_TRUE(opened);
+  if (answer == 'n') GTEST_SKIP() << "the file system knows no leases";
 }
 
 }  // namespace

@@ -12,123 +12,81 @@ namespace {
 
 using KVLInsIO::InsPath;
 
-struct Example {
-  std::string given;
-  std::string expected;
+/// A function of one path or two; what stands between two in an example keeps them apart.
+struct Operation {
+  std::size_t examples;  ///< how many its header gives
+  std::string separator;
+  std::function<std::string(const std::string&, const std::string&)> result;
 };
 
-/// The lines of comment right above the line that is this declaration.
-std::vector<std::string> CommentAbove(const std::string& declaration, const std::string& header) {
-  std::vector<std::string> comment;
-  std::istringstream lines(header);
-  for (std::string line; std::getline(lines, line);) {
-    line = std::regex_replace(line, std::regex("^ *(\\[\\[nodiscard\\]\\] )?"), "");
-    if (line == declaration) return comment;
-    if (line.starts_with("///")) {
-      comment.push_back(line.substr(3));
-    } else {
-      comment.clear();
-    }
-  }
-  return {};
-}
+/// By the words of the declaration before the "(".
+const std::map<std::string, Operation> kOperations = {
+    {"std::string NormalizeString",
+     {9, "", [](auto& text, auto&) { return KVLInsIO::NormalizeString(text); }}},
+    {"std::string ToSlashes", {1, "", [](auto& text, auto&) { return KVLInsIO::ToSlashes(text); }}},
+    {"std::string ToColons", {1, "", [](auto& text, auto&) { return KVLInsIO::ToColons(text); }}},
+    {"std::string Root", {4, "", [](auto& path, auto&) { return InsPath(path).Root(); }}},
+    {"std::string RelativePart",
+     {5, "", [](auto& path, auto&) { return InsPath(path).RelativePart(); }}},
+    {"std::string FileName", {5, "", [](auto& path, auto&) { return InsPath(path).FileName(); }}},
+    {"InsPath Parent", {5, "", [](auto& path, auto&) { return InsPath(path).Parent().Str(); }}},
+    {"InsPath& operator/=",
+     {3, " /= ", [](auto& path, auto& text) { return (InsPath(path) /= text).Str(); }}},
+    {"InsPath Join", {4, ", ", [](auto& a, auto& b) { return KVLInsIO::Join(a, b).Str(); }}},
+    {"InsPath Combine",
+     {3, ", ", [](auto& base, auto& path) { return Combine(InsPath(base), InsPath(path)).Str(); }}},
+    {"InsPath MakeRelative",
+     {14, ", ",
+      [](auto& from, auto& to) { return MakeRelative(InsPath(from), InsPath(to)).Str(); }}},
+};
 
-/// The columns of a line, which two blanks or more keep apart.
-std::vector<std::string> ColumnsOf(const std::string& line) {
-  static const std::regex gap(" {2,}");
-  return {std::sregex_token_iterator(line.begin(), line.end(), gap, -1), {}};
-}
+/// "given" and "expected" of one example.
+using Example = std::pair<std::string, std::string>;
 
 std::string Meant(const std::string& text) {
   return text == "(empty)" ? "" : text;
 }
 
-/// Every "given  =>  expected" of the comment above a declaration.
-std::vector<Example> ExamplesAbove(const std::string& declaration, const std::string& header) {
+/// Every "given  =>  expected" of a line, in columns that two blanks or more keep apart.
+void AddExamplesOf(const std::string& line, std::vector<Example>& examples) {
+  static const std::regex example("(\\S+(?: \\S+)*) {2,}=> {2,}(\\S+(?: \\S+)*)");
+  for (std::sregex_iterator match(line.begin(), line.end(), example), end; match != end; ++match) {
+    examples.emplace_back((*match)[1], (*match)[2]);
+  }
+}
+
+/// The examples in the comment above each declaration of a header.
+std::map<std::string, std::vector<Example>> ExamplesIn(const std::string& header) {
+  static const std::regex declaration(" *(?:\\[\\[nodiscard\\]\\] )?([^(]*)\\(.*");
+  std::map<std::string, std::vector<Example>> all;
   std::vector<Example> examples;
-  for (const std::string& line : CommentAbove(declaration, header)) {
-    const std::vector<std::string> columns = ColumnsOf(line);
-    for (std::size_t i = 1; i + 1 < columns.size(); ++i) {
-      if (columns[i] == "=>") examples.push_back({columns[i - 1], Meant(columns[i + 1])});
+  std::istringstream lines(header);
+  std::smatch match;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.find("///") != std::string::npos) {
+      AddExamplesOf(line, examples);
+    } else if (std::regex_match(line, match, declaration) && !examples.empty()) {
+      all[match[1]] = std::exchange(examples, {});
     }
   }
-  return examples;
+  return all;
 }
-
-/// The two operands of an example, with `separator` between.
-std::pair<std::string, std::string> Operands(const std::string& given,
-                                             const std::string& separator) {
-  const std::size_t at = given.find(separator);
-  if (at == std::string::npos) return {"no operand", "no operand"};
-  return {Meant(given.substr(0, at)), Meant(given.substr(at + separator.size()))};
-}
-
-/// An operation on one path, as one on texts.
-using OnOne = std::function<std::string(const std::string&)>;
-using OnTwo = std::function<std::string(const std::string&, const std::string&)>;
-
-OnOne Taking(const OnOne& operation) {
-  return [operation](const std::string& given) { return operation(Meant(given)); };
-}
-
-OnOne TakingTwo(const OnTwo& operation, const std::string& separator = ", ") {
-  return [operation, separator](const std::string& given) {
-    const auto [left, right] = Operands(given, separator);
-    return operation(left, right);
-  };
-}
-
-std::string Appended(const std::string& path, const std::string& text) {
-  InsPath result(path);
-  result /= text;
-  return result.Str();
-}
-
-struct Operation {
-  std::string header, declaration;
-  std::size_t examples;  ///< how many its header gives
-  OnOne result;
-};
-
-const std::vector<Operation> kOperations = {
-    {"insio/path_text.h", "std::string NormalizeString(std::string text);", 9,
-     Taking(KVLInsIO::NormalizeString)},
-    {"insio/path_text.h", "std::string ToSlashes(std::string text);", 1,
-     Taking(KVLInsIO::ToSlashes)},
-    {"insio/path_text.h", "std::string ToColons(std::string text);", 1, Taking(KVLInsIO::ToColons)},
-    {"insio/path.h", "std::string Root() const;", 4,
-     Taking([](const std::string& path) { return InsPath(path).Root(); })},
-    {"insio/path.h", "std::string RelativePart() const;", 5,
-     Taking([](const std::string& path) { return InsPath(path).RelativePart(); })},
-    {"insio/path.h", "std::string FileName() const;", 5,
-     Taking([](const std::string& path) { return InsPath(path).FileName(); })},
-    {"insio/path.h", "InsPath Parent() const;", 5,
-     Taking([](const std::string& path) { return InsPath(path).Parent().Str(); })},
-    {"insio/path.h", "InsPath& operator/=(std::string_view text);", 3, TakingTwo(Appended, " /= ")},
-    {"insio/path.h", "InsPath Join(std::string_view a, std::string_view b);", 4,
-     TakingTwo(
-         [](const std::string& a, const std::string& b) { return KVLInsIO::Join(a, b).Str(); })},
-    {"insio/path.h", "InsPath Combine(const InsPath& base, const InsPath& path);", 3,
-     TakingTwo([](const std::string& base, const std::string& path) {
-       return KVLInsIO::Combine(InsPath(base), InsPath(path)).Str();
-     })},
-    {"insio/path.h", "InsPath MakeRelative(const InsPath& from, const InsPath& to);", 14,
-     TakingTwo([](const std::string& from, const std::string& to) {
-       return KVLInsIO::MakeRelative(InsPath(from), InsPath(to)).Str();
-     })},
-};
 
 TEST(HeaderExamples, OfEveryPathOperationAreTrue) {
-  for (const Operation& operation : kOperations) {
-    SCOPED_TRACE(operation.declaration);
-    if (!std::filesystem::exists(SourceFile(operation.header))) {
-      GTEST_SKIP() << "the sources are not there";
-    }
-    const auto examples =
-        ExamplesAbove(operation.declaration, ReadFile(SourceFile(operation.header)));
-    EXPECT_EQ(examples.size(), operation.examples);
-    for (const Example& example : examples) {
-      EXPECT_EQ(operation.result(example.given), example.expected) << "given: " << example.given;
+  if (!fs::exists(SourceFile("insio/path.h"))) GTEST_SKIP() << "the sources are not there";
+  auto examples = ExamplesIn(ReadFile(SourceFile("insio/path.h")));
+  examples.merge(ExamplesIn(ReadFile(SourceFile("insio/path_text.h"))));
+  EXPECT_EQ(examples.size(), kOperations.size());
+  for (const auto& [declaration, operation] : kOperations) {
+    SCOPED_TRACE(declaration);
+    EXPECT_EQ(examples[declaration].size(), operation.examples);
+    for (const auto& [given, expected] : examples[declaration]) {
+      const std::size_t end =
+          operation.separator.empty() ? given.size() : given.find(operation.separator);
+      const std::size_t next = std::min(end + operation.separator.size(), given.size());
+      EXPECT_EQ(operation.result(Meant(given.substr(0, end)), Meant(given.substr(next))),
+                Meant(expected))
+          << "given: " << given;
     }
   }
 }

@@ -1,9 +1,7 @@
 #include "insio/rename.h"
 
 #include "tests/insio/every_kind.h"
-#include "tests/insio/failure.h"
-#include "tests/insio/surroundings.h"
-#include "tests/support/scoped_umask.h"
+#include "tests/insio/in_own_directory.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
@@ -11,79 +9,50 @@ namespace {
 
 using KVLInsIO::Rename;
 
-TEST(Rename, GivesAFileAnotherName) {
-  const ScopedUmask umask(022);
-  const TestDirectory directory;
-  Rename(directory.Write("old", "text"), directory.Path("new"));
-  EXPECT_THAT(DescribeTree(directory.Path()), ElementsAre("f 644 new = text"));
+using RenameTest = InOwnDirectory;
+
+TEST_F(RenameTest, GivesAFileAnotherNameAndReplacesAnExistingOne) {
+  Write("new", "replaced");
+  Rename(Write("old", "text"), Path("new"));
+  Rename(Path("new"), Path("newest"));
+  EXPECT_THAT(Tree(), ElementsAre("f 644 newest = text"));
 }
 
-TEST(Rename, ReplacesAnExistingFile) {
-  const ScopedUmask umask(022);
-  const TestDirectory directory;
-  directory.Write("new", "replaced");
-  Rename(directory.Write("old", "text"), directory.Path("new"));
-  EXPECT_THAT(DescribeTree(directory.Path()), ElementsAre("f 644 new = text"));
+TEST_F(RenameTest, MovesADirectoryWithItsContentsAndALinkItself) {
+  Write("old/file", "text");
+  MakeDir("other");
+  Rename(Path("old"), Path("other/new"));
+  Rename(Link("link", "other"), Path("moved"));
+  Rename(Link("dangling", "nowhere"), Path("still_dangling"));
+  EXPECT_THAT(Tree(), ElementsAre("d 755 other", "d 755 other/new", "f 644 other/new/file = text",
+                                  "l moved -> other", "l still_dangling -> nowhere"));
 }
 
-TEST(Rename, MovesADirectoryWithItsContents) {
-  const ScopedUmask umask(022);
-  const TestDirectory directory;
-  directory.Write("old/file", "text");
-  directory.MakeDir("other");
-  Rename(directory.Path("old"), directory.Path("other/new"));
-  EXPECT_THAT(DescribeTree(directory.Path()),
-              ElementsAre("d 755 other", "d 755 other/new", "f 644 other/new/file = text"));
-}
-
-TEST(Rename, MovesALinkItself) {
-  const ScopedUmask umask(022);
-  const TestDirectory directory;
-  directory.Write("target", "text");
-  Rename(directory.Link("link", "target"), directory.Path("moved"));
-  Rename(directory.Link("dangling", "nowhere"), directory.Path("still_dangling"));
-  EXPECT_THAT(
-      DescribeTree(directory.Path()),
-      ElementsAre("f 644 target = text", "l moved -> target", "l still_dangling -> nowhere"));
-}
-
-TEST(Rename, TakesItsPathsAsGiven) {
-  const ScopedUmask umask(022);
-  const TestDirectory directory;
-  directory.MakeDir("a");
-  Rename(directory.Write("x\\y", "text"), directory.Path("a\\b"));
-  EXPECT_THAT(DescribeTree(directory.Path()), ElementsAre("d 755 a", "f 644 a\\b = text"));
-}
-
-TEST(Rename, RefusesEmptyPathsTheSourceFirst) {
-  const TestDirectory directory;
-  const std::string file = directory.Write("file", "");
-  EXPECT_EQ(FailureOf([&] { Rename("", file); }), Exception("Rename - empty source path"));
-  EXPECT_EQ(FailureOf([&] { Rename("", ""); }), Exception("Rename - empty source path"));
-  EXPECT_EQ(FailureOf([&] { Rename(file, ""); }), Exception("Rename - empty destination path"));
+TEST_F(RenameTest, TakesItsPathsAsGiven) {
+  MakeDir("a");
+  Rename(Write("x\\y", "text"), Path("a\\b"));
+  EXPECT_THAT(Tree(), ElementsAre("d 755 a", "f 644 a\\b = text"));
 }
 
 TEST(Rename, FailsWithItsMessageAndChangesNothing) {
-  struct Row {
-    std::string source, destination;
-    int error;
-  };
-  const std::vector<Row> rows = {
-      {"missing", "new", ENOENT},
-      {"file", "missing/new", ENOENT},
-      {"file//", "new", ENOTDIR},
-      {"file", "directory", EISDIR},
-      {"directory", "file", ENOTDIR},
-      {"directory", "directory/inside_itself", EINVAL},
-      {"file", TooLongName(), ENAMETOOLONG},
-  };
   const EveryKind world;
-  const auto before = DescribeTreeExactly(world.Path());
-  for (const Row& row : rows) {
-    const std::string source = world.Path(row.source), destination = world.Path(row.destination);
+  const std::string file = world.Path("file"), directory = world.Path("directory");
+  const auto no_renaming = [](const std::string& source, const std::string& destination,
+                              int error) {
     EXPECT_EQ(FailureOf([&] { Rename(source, destination); }),
-              Exception("rename - " + source + " to " + destination, row.error));
-  }
+              Exception("rename - " + source + " to " + destination, error));
+  };
+  const auto before = DescribeTreeExactly(world.Path());
+  no_renaming(world.Path("missing"), world.Path("new"), ENOENT);
+  no_renaming(file, world.Path("missing/new"), ENOENT);
+  no_renaming(file + "//", world.Path("new"), ENOTDIR);
+  no_renaming(file, directory, EISDIR);
+  no_renaming(directory, file, ENOTDIR);
+  no_renaming(directory, directory + "/inside_itself", EINVAL);
+  no_renaming(file, world.Path(TooLongName()), ENAMETOOLONG);
+  EXPECT_EQ(FailureOf([&] { Rename("", file); }), Exception("Rename - empty source path"));
+  EXPECT_EQ(FailureOf([&] { Rename("", ""); }), Exception("Rename - empty source path"));
+  EXPECT_EQ(FailureOf([&] { Rename(file, ""); }), Exception("Rename - empty destination path"));
   EXPECT_EQ(DescribeTreeExactly(world.Path()), before);
 }
 
