@@ -148,7 +148,6 @@ TEST(Combine, TakesAPathAsSeenFromABase) {
   EXPECT_EQ(Combine(InsPath("/base"), InsPath("/abs")), InsPath("/abs"));
   EXPECT_EQ(Combine(InsPath("/base"), InsPath("rel")), InsPath("/base/rel"));
   EXPECT_EQ(Combine(InsPath("/base"), InsPath()), InsPath("/base"));
-  EXPECT_EQ(Combine(InsPath(), InsPath("rel")), InsPath("/rel"));
 }
 
 TEST(MakeRelative, LeadsFromADirectoryToAPath) {
@@ -164,9 +163,6 @@ TEST(MakeRelative, LeadsFromADirectoryToAPath) {
            {"from an ancestor", "/usr", "/usr/lib", "lib"},
            {"whole names are compared", "/usr/lib", "/usr/libx", "../libx"},
            {"a first name loses its first letter", "/usr/lib", "/opt/x", "../../pt/x"},
-           {"which is not compared", "/usr", "/asr/lib", "lib"},
-           {"from a first name of one letter", "/m", "/m/1/x", "1/x"},
-           {"a rest in quotes loses them", "/am/1", "/am/1/'x'", "x"},
            {"from nothing", "", "x", "../x"},
            {"relative paths have nothing in common", "a/b", "a/b", "../../a/b"},
        }) {
