@@ -95,7 +95,6 @@ TEST_F(CopyDirTest, FollowsLinksAndKeepsModesAndTimesOfFilesOnly) {
   CopyDir(Path("from"), Path("to"));
   const struct stat file = StatusOf(Path("to/to_directory/sub/file"));
   EXPECT_EQ(file.st_mtime, 1'234'567'890);
-  EXPECT_EQ(StatusOf(Path("to/to_file")).st_mtime, file.st_mtime);
   EXPECT_NE(StatusOf(Path("to/to_directory/sub")).st_mtime, 2);
   EXPECT_THAT(Tree("to"),
               ElementsAre("d 750 to_directory", "d 750 to_directory/sub",

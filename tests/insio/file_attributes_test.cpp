@@ -186,7 +186,6 @@ TEST_F(FileAttributes, GetFreeSpaceIsAtMostTheGreatestNumber) {
   constexpr std::int64_t kGreatest = std::numeric_limits<std::int64_t>::max();
   for (const auto& [blocks, block_size, expected] : std::vector<Row>{
            {3, 0, 0},
-           {0, 4096, 0},
            {3, 4096, 12'288},
            {kGreatest, 1, kGreatest},
            {kGreatest / 7, 7, kGreatest},
