@@ -39,8 +39,6 @@ def add(case: str, peer: str, value: str, limit: float | None = None, found: flo
     print(f"{case:<34} {peer:<28} {value:<26} {goal:<10} {verdict:<8} {memory:<18} {calls}", flush=True)
 
 
-# --- measuring -----------------------------------------------------------------------------------
-
 class Command:
     def __init__(self, name: str, words: list[str], goal: float | None = None) -> None:
         self.name, self.goal, self.line = name, goal, shlex.join(words)
@@ -82,28 +80,6 @@ def run_under(tool: list[str], launcher: str, env: Environment) -> str:
                           stderr=subprocess.PIPE).stderr
 
 
-def calls_until_exec(launcher: str, env: Environment, work: Path) -> int:
-    """System calls from the launcher's exec, not counted, to the child's, counted."""
-    run_under(["strace", "-f", "-o", str(work / "trace")], launcher, env)
-    calls = [line for line in (work / "trace").read_text().splitlines()
-             if re.match(r"\d+ +\w+\(", line) and " wait4(" not in line]
-    return [number for number, line in enumerate(calls) if " execve(" in line][1]
-
-
-def all_calls(launcher: str, env: Environment, work: Path) -> int:
-    """System calls of the launcher alone, the child not counted."""
-    run_under(["strace", "-c", "-U", "calls", "-o", str(work / "trace")], launcher, env)
-    return int((work / "trace").read_text().split()[-2])  # the last line: "123 total"
-
-
-def instructions(launcher: str, env: Environment, work: Path) -> int:
-    said = run_under(["valgrind", "--tool=callgrind", f"--callgrind-out-file={work}/callgrind"], launcher, env)
-    # The child's figure comes from its own process; the launcher's is the last one.
-    return int(re.findall(r"I +refs: +([\d,]+)", said)[-1].replace(",", ""))
-
-
-# --- the media -----------------------------------------------------------------------------------
-
 def make_media(place: Path, missing_volume: bool) -> Environment:
     """A media whose installer is a static program that ends at once, and the variables for its launch."""
     (place / "media/inst/linux/code/bin").mkdir(parents=True)
@@ -128,21 +104,6 @@ def fill(directory: Path, sizes: Iterable[int], directories: int) -> None:
                 size -= file.write(block[:size])
 
 
-def sizes_of_an_installer(files: int, total: int) -> list[int]:
-    """Log-normal, up to 20 MiB; they add up to about `total`."""
-    generator = random.Random(1)
-    sizes = [min(generator.lognormvariate(0, 2.0), 200.0) for _ in range(files)]
-    return [min(int(size * total / sum(sizes)), 20 * MIB) for size in sizes]
-
-
-def fill_nested(directory: Path, depth: int) -> None:
-    deepest = directory.joinpath(*["d"] * depth)
-    deepest.mkdir(parents=True)
-    (deepest / "file").write_text("deep\n")
-
-
-# --- the cases -----------------------------------------------------------------------------------
-
 def launch_in_place(launcher: str, work: Path) -> None:
     env = make_media(work / "in place", missing_volume=False)
     child = f"{env['CurrentMediaDir']}/inst/linux/code/bin/installer"
@@ -156,11 +117,22 @@ def launch_in_place(launcher: str, work: Path) -> None:
         Command("dumb-init", ["dumb-init", child]),
     ]
     take_turns(2 if QUICK else 2100, [ours, *peers], env, work)
-    calls = calls_until_exec(launcher, env, work)
-    add("launch in place", "calls to the child's exec", f"{calls}", 26, calls)
-    million = instructions(launcher, env, work) / 1e6
+    # From the launcher's exec, not counted, to the child's, counted.
+    run_under(["strace", "-f", "-o", str(work / "trace")], launcher, env)
+    calls = [line for line in (work / "trace").read_text().splitlines()
+             if re.match(r"\d+ +\w+\(", line) and " wait4(" not in line]
+    until_exec = [number for number, line in enumerate(calls) if " execve(" in line][1]
+    add("launch in place", "calls to the child's exec", f"{until_exec}", 26, until_exec)
+    said = run_under(["valgrind", "--tool=callgrind", f"--callgrind-out-file={work}/callgrind"], launcher, env)
+    # The child's figure comes from its own process; the launcher's is the last one.
+    million = int(re.findall(r"I +refs: +([\d,]+)", said)[-1].replace(",", "")) / 1e6
     add("launch in place", "instructions", f"{million:.2f} million", 0.40, million)
     compare("launch in place", ours, peers)
+    # Short ones: all have to fit into what the system takes at a program's start.
+    env |= {f"V{number}": "x" for number in range(1_000 if QUICK else 100_000)}
+    ours, peer = Command("", [launcher]), Command(peers[1].name, shlex.split(peers[1].line))
+    take_turns(1 if QUICK else 42, [ours, peer], env, work)
+    compare("1,000 inherited variables" if QUICK else "100,000 inherited variables", ours, [peer])
 
 
 def staging(case: str, launcher: str, work: Path, rounds: int, fill_with: Callable[[Path], None],
@@ -180,7 +152,9 @@ def staging(case: str, launcher: str, work: Path, rounds: int, fill_with: Callab
     clean_up = shlex.join(["find", to, "-mindepth", "1", "-delete"])
     take_turns(rounds, [ours, *peers], env, work, clean_up)
     files = sum(len(names) for _, _, names in os.walk(inst))
-    calls = all_calls(launcher, env, work) / files
+    # Those of the launcher alone, the child not counted; the last line is: "123 total".
+    run_under(["strace", "-c", "-U", "calls", "-o", str(work / "trace")], launcher, env)
+    calls = int((work / "trace").read_text().split()[-2]) / files
     compare(case, ours, peers, f"{calls:.2f} per file" if files > 100 else "")
     if calls_goal and not QUICK:
         add(case, "calls for each file", f"{calls:.2f}", calls_goal, calls)
@@ -192,18 +166,18 @@ def staging(case: str, launcher: str, work: Path, rounds: int, fill_with: Callab
 def stage_trees(launcher: str, work: Path) -> None:
     part = 100 if QUICK else 1
     few, some, many = (1, 1, 1) if QUICK else (5, 9, 21)
+    generator = random.Random(1)
+    sizes = [min(generator.lognormvariate(0, 2.0), 200.0) for _ in range(3_000 // part)]
+    of_an_installer = [min(int(size * 600 * MIB / part / sum(sizes)), 20 * MIB) for size in sizes]
     staging("10,000 files of 4 KiB", launcher, work, many,
             lambda to: fill(to, [4 * KIB] * (10_000 // part), 500 // part), 0.78, True, 11.6)
     staging("100,000 files of 200 bytes", launcher, work, some,
             lambda to: fill(to, [200] * (100_000 // part), 2_000 // part), 0.78, calls_goal=11.6)
     staging("3,000 files of an installer", launcher, work, some,
-            lambda to: fill(to, sizes_of_an_installer(3_000 // part, 600 * MIB // part), 150), 0.80)
+            lambda to: fill(to, of_an_installer, 150), 0.80)
     staging("one file of 512 MiB", launcher, work, few, lambda to: fill(to, [512 * MIB // part], 1), 1.05)
     staging("200 nested directories", launcher, work, 2 if QUICK else 210,
-            lambda to: fill_nested(to, 200), 1.15, memory_goal=3 * KIB)
-
-
-def growth(launcher: str, work: Path) -> None:
+            lambda to: fill(to.joinpath(*["d"] * 199), [5], 1), 1.15, memory_goal=3 * KIB)
     counts = [(100, 1), (200, 1)] if QUICK else [(1_000, 42), (10_000, 11), (50_000, 5), (200_000, 5)]
     times = [staging(f"growth: {count:,} files", launcher, work, rounds,
                      partial(fill, sizes=[200] * count, directories=count // 50))
@@ -211,17 +185,6 @@ def growth(launcher: str, work: Path) -> None:
     for (count, _), time in zip(counts[1:], times[1:]):
         add(f"growth: {count:,} files", f"time per file at {counts[0][0]:,}", f"{time / times[0]:.2f}",
             1.15, time / times[0])
-
-
-def many_variables(launcher: str, work: Path) -> None:
-    env = make_media(work / "variables", missing_volume=False)
-    count = 1_000 if QUICK else 100_000
-    child = f"{env['CurrentMediaDir']}/inst/linux/code/bin/installer"
-    ours = Command("", [launcher])
-    peer = Command("fork, exec and wait in C", [str(BIN / "only_start_and_wait"), child])
-    # Short ones: all have to fit into what the system takes at a program's start.
-    take_turns(1 if QUICK else 42, [ours, peer], env | {f"V{number}": "x" for number in range(count)}, work)
-    compare(f"{count:,} inherited variables", ours, [peer])
 
 
 def parts(work: Path) -> None:
@@ -233,28 +196,22 @@ def parts(work: Path) -> None:
                    check=True)
 
 
-def roomy_directory() -> str | None:
-    """A memory file system with room for the largest comparison, or the usual temporary place."""
-    memory = "/dev/shm"
-    needed = (100 if QUICK else 3_000) * MIB
-    return memory if os.access(memory, os.W_OK) and shutil.disk_usage(memory).free > needed else None
-
-
 def main() -> None:
     parser = argparse.ArgumentParser(prog="scripts/bench")
     parser.add_argument("--quick", action="store_true", help="everything once, on small trees")
     parser.parse_args()
     print(f"{'case':<34} {'peer':<28} {'figure (quartiles)':<26} {'goal':<10} {'verdict':<8} "
           f"{'peak memory':<18} system calls")
-    with tempfile.TemporaryDirectory(prefix="kvl-bench.", dir=roomy_directory()) as name:
+    # A memory file system with room for the largest comparison, or the usual temporary place.
+    memory, needed = "/dev/shm", (100 if QUICK else 3_000) * MIB
+    is_roomy = os.access(memory, os.W_OK) and shutil.disk_usage(memory).free > needed
+    with tempfile.TemporaryDirectory(prefix="kvl-bench.", dir=memory if is_roomy else None) as name:
         work, launcher = Path(name), f"{name}/kvl-launcher"
         subprocess.run(["strip", "-o", launcher, BIN / "kvl-launcher"], check=True)
         size = os.path.getsize(launcher) / MIB
         add("static program, stripped", "size", f"{size:.2f} MiB", 1.50, size)
         launch_in_place(launcher, work)
         stage_trees(launcher, work)
-        growth(launcher, work)
-        many_variables(launcher, work)
         parts(work)
     if QUICK:
         print("\nEvery comparison ran; so quick, their figures say nothing")
