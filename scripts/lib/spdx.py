@@ -19,36 +19,52 @@ from datetime import datetime, timezone
 from pathlib import Path
 from typing import Any
 
-LIBRARIES = json.loads((Path(__file__).resolve().parent.parent.parent / "packaging/libraries.json").read_text())
+VERSION = sys.argv[1]
+LIBRARIES = json.loads((Path(__file__).resolve().parents[2] / "packaging/libraries.json").read_text())
 AUTHORS = "Organization: KVL Launcher authors"
 COPYRIGHT = "Copyright (c) 2026 the KVL Launcher authors"
 
 Element = dict[str, Any]
+packages: dict[str, Element] = {}
+files: list[Element] = []
+relationships: list[Element] = []
+
+
+def relate(one: str, kind: str, other: str) -> None:
+    relationships.append({"spdxElementId": one, "relationshipType": kind, "relatedSpdxElement": other})
 
 
 def spdx_id(*words: str) -> str:
     return "SPDXRef-" + re.sub(r"[^A-Za-z0-9.]+", "-", "-".join(words))
 
 
-def describe(library: dict[str, str], cross: str) -> Element:
-    """`cross` is what Debian puts behind the names of packages for another processor."""
-    package = library["package"].format(cross=cross)
-    query = ["dpkg-query", "-W", "-f", "${Version} ${source:Package}", package]
-    version, source = subprocess.run(query, check=True, capture_output=True, text=True).stdout.split()
-    return {
-        "SPDXID": spdx_id("Library", package), "name": library["name"], "versionInfo": version,
-        "supplier": "Organization: Debian", "downloadLocation": "NOASSERTION", "filesAnalyzed": False,
-        "licenseConcluded": library["licence"], "licenseDeclared": library["licence"],
-        "copyrightText": library["copyright"],
-        "comment": f"from the Debian package {package}, source package {source}",
-    }
+def add_package(key: str, name: str, version: str, supplier: str, licence: str, copyright: str,
+                **more: Any) -> Element:
+    packages[key] = {"SPDXID": key, "name": name, "versionInfo": version, "supplier": supplier,
+                     "downloadLocation": "NOASSERTION", "licenseDeclared": licence,
+                     "licenseConcluded": licence, "copyrightText": copyright, **more}
+    return packages[key]
 
 
-def linked_into(archive: str, name: str) -> list[Element]:
+def output_of(*command: str) -> bytes:
+    return subprocess.run(command, check=True, stdout=subprocess.PIPE).stdout
+
+
+def libraries_in(archive: str, name: str) -> list[Element]:
+    """Those that are linked into a program, in the form of Debian for its processor."""
     if archive.endswith("-source.tar.gz") or "/bin/" not in name:
         return []
-    cross = "-arm64-cross" if "arm64" in archive else ""
-    return [describe(library, cross) for library in LIBRARIES if Path(name).name in library["in"]]
+    found = []
+    for library in LIBRARIES:
+        if Path(name).name in library["in"]:
+            package = library["package"].format(cross="-arm64-cross" if "arm64" in archive else "")
+            version, source = output_of("dpkg-query", "-W", "-f", "${Version} ${source:Package}",
+                                        package).decode().split()
+            found.append(add_package(
+                spdx_id("Library", package), library["name"], version, "Organization: Debian",
+                library["licence"], library["copyright"], filesAnalyzed=False,
+                comment=f"from the Debian package {package}, source package {source}"))
+    return found
 
 
 def checksums_of(data: bytes) -> list[dict[str, str]]:
@@ -56,77 +72,53 @@ def checksums_of(data: bytes) -> list[dict[str, str]]:
             for name in ("sha1", "sha256")]
 
 
-def files_in(archive: Path) -> dict[str, bytes]:
-    data = archive.read_bytes()
+def add_file(archive: str, name: str, data: bytes) -> Element:
+    libraries = libraries_in(archive, name)
+    place = hashlib.sha1(f"{archive}/{name}".encode()).hexdigest()[:16]
+    licences = {"MIT", *(one["licenseConcluded"] for one in libraries)}
+    files.append({
+        "SPDXID": spdx_id("File", place, Path(name).name), "fileName": f"./{name}",
+        "fileTypes": ["BINARY" if libraries else "OTHER"], "checksums": checksums_of(data),
+        "licenseConcluded": " AND ".join(sorted(licences)), "licenseInfoInFiles": ["NOASSERTION"],
+        "copyrightText": "\n".join(dict.fromkeys([COPYRIGHT, *(one["copyrightText"] for one in libraries)])),
+    })
+    for one in libraries:
+        relate(files[-1]["SPDXID"], "STATIC_LINK", one["SPDXID"])
+    return files[-1]
+
+
+def add_archive(archive: Path) -> None:
+    data = tree = archive.read_bytes()
     if archive.suffix == ".deb":
-        data = subprocess.run(["dpkg-deb", "--fsys-tarfile", archive], check=True, capture_output=True).stdout
-    with tarfile.open(fileobj=io.BytesIO(data)) as tar:
-        opened = {member.name.removeprefix("./"): tar.extractfile(member) for member in tar}
-        return {name: file.read() for name, file in sorted(opened.items()) if file is not None}
+        tree = output_of("dpkg-deb", "--fsys-tarfile", str(archive))
+    key, held = spdx_id("Archive", archive.name), []
+    with tarfile.open(fileobj=io.BytesIO(tree)) as tar:
+        for member in sorted(tar, key=lambda member: member.name):
+            if opened := tar.extractfile(member):
+                held.append(add_file(archive.name, member.name.removeprefix("./"), opened.read()))
+    sums = "".join(sorted(file["checksums"][0]["checksumValue"] for file in held))
+    licences = {one for file in held for one in file["licenseConcluded"].split(" AND ")}
+    package = add_package(
+        key, archive.name, VERSION, AUTHORS, "MIT", COPYRIGHT, packageFileName=archive.name,
+        filesAnalyzed=True, checksums=checksums_of(data), licenseInfoFromFiles=["NOASSERTION"],
+        packageVerificationCode={"packageVerificationCodeValue": hashlib.sha1(sums.encode()).hexdigest()})
+    package["licenseConcluded"] = " AND ".join(sorted(licences))
+    for file in held:
+        relate(key, "CONTAINS", file["SPDXID"])
+    relate("SPDXRef-DOCUMENT", "DESCRIBES", key)
 
 
-class Document:
-    def __init__(self, version: str) -> None:
-        self.version = version
-        self.packages: dict[str, Element] = {}
-        self.files: list[Element] = []
-        self.relationships: list[dict[str, str]] = []
-
-    def relate(self, one: str, kind: str, other: str) -> None:
-        self.relationships.append(
-            {"spdxElementId": one, "relationshipType": kind, "relatedSpdxElement": other})
-
-    def add_file(self, archive: str, name: str, data: bytes) -> Element:
-        linked = linked_into(archive, name)
-        place = hashlib.sha1(f"{archive}/{name}".encode()).hexdigest()[:16]
-        file: Element = {
-            "SPDXID": spdx_id("File", place, Path(name).name), "fileName": f"./{name}",
-            "fileTypes": ["BINARY" if linked else "OTHER"], "checksums": checksums_of(data),
-            "licenseConcluded": " AND ".join(sorted({"MIT", *(one["licenseConcluded"] for one in linked)})),
-            "licenseInfoInFiles": ["NOASSERTION"],
-            "copyrightText": "\n".join(dict.fromkeys([COPYRIGHT, *(one["copyrightText"] for one in linked)])),
-        }
-        self.files.append(file)
-        for one in linked:
-            self.packages[one["SPDXID"]] = one
-            self.relate(file["SPDXID"], "STATIC_LINK", one["SPDXID"])
-        return file
-
-    def add_archive(self, archive: Path) -> None:
-        files = [self.add_file(archive.name, name, data) for name, data in files_in(archive).items()]
-        sums = sorted(file["checksums"][0]["checksumValue"] for file in files)
-        licences = {one for file in files for one in file["licenseConcluded"].split(" AND ")}
-        key = spdx_id("Archive", archive.name)
-        self.packages[key] = {
-            "SPDXID": key, "name": archive.name, "versionInfo": self.version, "packageFileName": archive.name,
-            "supplier": AUTHORS, "downloadLocation": "NOASSERTION", "filesAnalyzed": True,
-            "packageVerificationCode": {
-                "packageVerificationCodeValue": hashlib.sha1("".join(sums).encode()).hexdigest()},
-            "checksums": checksums_of(archive.read_bytes()),
-            "licenseConcluded": " AND ".join(sorted(licences)), "licenseDeclared": "MIT",
-            "licenseInfoFromFiles": ["NOASSERTION"], "copyrightText": COPYRIGHT,
-        }
-        for file in files:
-            self.relate(key, "CONTAINS", file["SPDXID"])
-        self.relate("SPDXRef-DOCUMENT", "DESCRIBES", key)
-
-    def text(self) -> str:
-        made = datetime.fromtimestamp(int(os.environ["SOURCE_DATE_EPOCH"]), timezone.utc)
-        packages = [self.packages[key] for key in sorted(self.packages)]
-        lists = {"packages": packages, "files": self.files, "relationships": self.relationships}
-        # A name of its own for each list: the same contents give the same one.
-        digest = hashlib.sha256(json.dumps(lists).encode()).hexdigest()
-        return json.dumps({
-            "spdxVersion": "SPDX-2.3", "dataLicense": "CC0-1.0", "SPDXID": "SPDXRef-DOCUMENT",
-            "name": f"kvl-launcher-{self.version}",
-            "documentNamespace": f"https://kvl-launcher.invalid/spdx/{self.version}/{digest}",
-            "creationInfo": {"created": made.strftime("%Y-%m-%dT%H:%M:%SZ"),
-                             "creators": [AUTHORS, f"Tool: kvl-launcher-scripts-{self.version}"]},
-            **lists,
-        }, indent=1)
-
-
-contents = Document(sys.argv[1])
 for path in sys.argv[2:]:
-    contents.add_archive(Path(path))
-print(contents.text())
+    add_archive(Path(path))
+made = datetime.fromtimestamp(int(os.environ["SOURCE_DATE_EPOCH"]), timezone.utc)
+lists = {"packages": [packages[key] for key in sorted(packages)], "files": files, "relationships": relationships}
+# A name of its own for each list: the same contents give the same one.
+digest = hashlib.sha256(json.dumps(lists).encode()).hexdigest()
+print(json.dumps({
+    "spdxVersion": "SPDX-2.3", "dataLicense": "CC0-1.0", "SPDXID": "SPDXRef-DOCUMENT",
+    "name": f"kvl-launcher-{VERSION}",
+    "documentNamespace": f"https://kvl-launcher.invalid/spdx/{VERSION}/{digest}",
+    "creationInfo": {"created": made.strftime("%Y-%m-%dT%H:%M:%SZ"),
+                     "creators": [AUTHORS, f"Tool: kvl-launcher-scripts-{VERSION}"]},
+    **lists,
+}, indent=1))
