@@ -1,45 +1,133 @@
-"""Launches under strace, and what was seen of them."""
+"""Small medias, launches from them under strace, and what was seen of these."""
 
 from __future__ import annotations
 
-import dataclasses
 import os
 import re
 import signal
+import stat
 import subprocess
-import time
+import tempfile
 from pathlib import Path
+from typing import NamedTuple
 
-import world as worlds
-from calls import Call, Fault
-from world import World
-
-LONGEST_SECONDS = 10.0
+LONGEST_SECONDS = 10
+INSTALLER_STATUS = 37
 # The calls of the launcher, and of its child until that becomes the installer.
-UNTIL_INSTALLER = ("-f", "-b", "execve")
-
+UNTIL_INSTALLER = ("-ff", "-b", "execve")
+_IDENTIFIER = re.compile(r"[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}")
+_OUTER, _SET = "MTBDIR=OUTER\n", "MTBDIR=SET\n"
+_MODIFIED = 1_600_000_000_123_456_789  # long ago, with a part of a second that a copy drops
 # A descriptor that a launcher is started with and that its installer is to have.
 _GIVEN = os.dup2(os.open(os.devnull, os.O_RDONLY), 77)
 
+# Reports its descriptor, signal settings, arguments and environment. Further descriptors tell
+# nothing: a close that strace lets fail is none.
+_INSTALLER = f"""#!/bin/sh
+exec >>"$FAULTS_REPORT"
+echo started
+if [ ! -e /proc/$$/fd/{_GIVEN} ]; then echo 'a descriptor is lost'; fi
+while read -r name value; do
+  case $name in SigBlk: | SigIgn:) echo "$name $value" ;; esac
+done </proc/$$/status
+cat /proc/$$/cmdline /proc/$$/environ
+exit {INSTALLER_STATUS}
+"""
+_ON_MEDIA = {
+    "1.txt": _SET,
+    "inst/volumes.txt": "3\n",
+    "inst/common/notes": "notes\n",
+    "inst/common/sub/data": "data\n",
+    # More than fits into the launcher's buffer, so that it is copied in two pieces.
+    "inst/linux/big": "0123456789" * 7000,
+    **dict.fromkeys(("meta.TOCxml", "media.xml", "media.db", "StartGUI.sh", "StartTUI.sh"), "text"),
+}
+_MODES = {"notes": 0o664, "data": 0o400, "installer": 0o755}
+# For each kind of launch: the media's place, the arguments, and what else there is.
+KINDS: dict[str, tuple[str, list[str], dict[str, str]]] = {
+    # An outer set of volumes, of which the third is missing: every layout is looked for.
+    "staged": ("1/m/1", [], {"1/1.txt": _OUTER, "2/2.txt": _OUTER, "2/m/2/2.txt": _SET}),
+    "in place": ("1", [], {"2/2.txt": _SET, "3/3.txt": _SET}),
+    # So many volumes that the launcher lists directories instead of trying each number.
+    "external": (
+        "1",
+        ["-installerPath", "{medias}/x"],
+        {
+            "1/inst/volumes.txt": "120\n",
+            "2/2.txt": _SET,
+            "x/1/inst/common/notes": "newer notes\n",
+            "x/1/inst/common/more": "more\n",
+            "x/1/inst/other/not wanted": "",
+        },
+    ),
+    "management": ("a/b/1", ["-SoftMgt", "-List"], {}),
+}
 
-@dataclasses.dataclass
-class Launch:
+
+class Surprise(Exception):
+    """The launch did not end as it may end."""
+
+
+class Entry(NamedTuple):
+    mode: int
+    modified: int  # in nanoseconds
+    contents: bytes
+
+
+Tree = dict[str, Entry]
+
+
+def describe(root: Path) -> Tree:
+    """Everything below `root` by its relative path."""
+    tree: Tree = {}
+    for path in root.rglob("*"):
+        status, contents = path.lstat(), path.read_bytes() if path.is_file() else b""
+        tree[str(path.relative_to(root))] = Entry(status.st_mode, status.st_mtime_ns, contents)
+    return tree
+
+
+class Call(NamedTuple):
+    """A system call as strace writes it."""
+
+    label: str  # the name; of the launcher's child with " (child)" behind it
+    number: int  # among all of its label
+    arguments: str
+    result: str
+
+    @property
+    def name(self) -> str:
+        return self.label.split()[0]
+
+    @property
+    def path(self) -> str:
+        """The path it names, from that of its descriptor if need be, else that one, or nothing."""
+        named = re.search(r'"((?:[^"\\]|\\.)*)"', self.arguments)
+        opened = re.match(r"\d+<([^>]*)>", self.arguments)
+        if self.name in ("read", "write", "writev", "getdents64") or not (named and named[1]):
+            return opened[1] if opened else ""
+        return os.path.join(opened[1] if opened else "", named[1])
+
+    @property
+    def error(self) -> str:
+        found = re.match(r"-1 (E[A-Z0-9]+)", self.result)
+        return found[1] if found else ""
+
+
+class Launch(NamedTuple):
     """What was seen of one launch. Texts have no places of the world in them."""
 
     status: int  # negative: the number of the signal it died by
     out: list[str]
     err: list[str]
     report: list[str]  # of the installer; empty when none was started
-    seconds: float
     made: list[Call]  # as far as strace was asked for them
     staging: str  # the path of the copy, as it stands; empty when nothing was staged
-    staged: worlds.Tree
-    strays: list[str]
-    media_changes: list[str]
+    staged: Tree
 
-    def told(self) -> dict[str, object]:
+    @property
+    def told(self) -> list[str]:
         """What the user and the installer were told."""
-        return {name: getattr(self, name) for name in ("status", "out", "err", "report")}
+        return [f"status {self.status}", *self.out, "", *self.err, "", *self.report]
 
     @property
     def failed(self) -> list[Call]:
@@ -50,84 +138,106 @@ class Launch:
         return [line.removeprefix("ERROR: ") for line in self.err if line.startswith("ERROR: ")]
 
 
-def read_log(text: str) -> list[Call]:
-    """The calls in the log of strace, in its order; the first process is the launcher."""
-    found: list[Call] = []
-    processes: list[str] = []
-    waiting: dict[tuple[str, str], int] = {}
-    for line in text.splitlines():
-        match = re.match(r"(?:(\d+) +)?(<\.\.\. )?(\w+)(?:\(| resumed>)(.*)", line)
-        if not match:
-            continue
-        process, is_rest, name, rest = match.groups()
-        arguments, separator, result = rest.rpartition(" = ")
-        if is_rest and (process, name) in waiting:
-            place = waiting.pop((process, name))
-            found[place] = dataclasses.replace(found[place], result=result)
-        elif not is_rest:
-            processes.append(process)
-            if not separator:
-                arguments, result = rest, ""
-                waiting[process, name] = len(found)
-            found.append(Call(name, arguments, result, in_child=process != processes[0]))
-    return found
+class World:
+    """One media with all that belongs to it, for one launch, and a place to stage in."""
 
+    def __init__(self, workplace: Path, kind: str) -> None:
+        self.root = Path(tempfile.mkdtemp(dir=workplace))
+        self.medias, self.staging = self.root / "w", self.root / "t"
+        self.staging.mkdir(parents=True)
+        place, arguments, others = KINDS[kind]
+        self.media, self.external = self.medias / place, self.medias / "x/1/inst"
+        self.arguments = [text.format(medias=self.medias) for text in ["passed on", *arguments]]
+        # Whatever cannot be found: the search for volumes ends here and not in the root directory.
+        files = {"9.txt": "MTBDIR=FENCE\n"}
+        home = "x/1" if kind == "external" else place
+        files[f"{home}/inst/linux/code/bin/installer"] = _INSTALLER
+        files |= {f"{place}/{name}": text for name, text in _ON_MEDIA.items()} | others
+        for name, text in files.items():
+            path = self.medias / name
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_text(text)
+            path.chmod(_MODES.get(path.name, 0o644))
+        (self.media / "inst/common/link").symlink_to("notes")
+        (self.media / "inst/common/way").symlink_to("sub")
+        (self.media / "inst/empty").mkdir()
+        for path in self.medias.rglob("*"):
+            if not path.is_symlink():
+                os.utime(path, ns=(_MODIFIED, _MODIFIED))
 
-def launch(program: Path, world: World, *tracing: str) -> Launch:
-    """A launch, under strace when there are options for it."""
-    world.tidy_up()
-    log = world.root / "log"
-    tracer = ["strace", *tracing, "-y", "-o", str(log)] if tracing else []
-    begin = time.monotonic()
-    process = subprocess.Popen(
-        [*tracer, str(program), *world.arguments],
-        env={**world.environment(), "FAULTS_GIVEN": str(_GIVEN)},
-        stdin=subprocess.DEVNULL,
-        stdout=subprocess.PIPE,
-        stderr=subprocess.PIPE,
-        pass_fds=[_GIVEN],
-        start_new_session=True,
-        cwd=world.root,
-    )
-    try:
-        # Both streams end with the last process that has them, so also with the installer.
-        streams = process.communicate(timeout=LONGEST_SECONDS)
-    except subprocess.TimeoutExpired:
-        os.killpg(process.pid, signal.SIGKILL)
-        streams = process.communicate()
-    seconds = time.monotonic() - begin
+    def without_places(self, text: str) -> str:
+        """The text without what differs from one world or launch to the next."""
+        return _IDENTIFIER.sub("<id>", text.replace(str(self.root), "{world}"))
 
-    def lines(text: bytes) -> list[str]:
-        plain = world.without_places(text.decode(errors="replace"))
+    def lines(self, text: bytes) -> list[str]:
+        plain = self.without_places(text.decode(errors="replace"))
         return plain.removesuffix("\n").split("\n") if plain else []
 
-    out, err = map(lines, streams)
-    report = world.report.read_bytes().replace(b"\0", b"\n") if world.report.exists() else b""
-    made = read_log(log.read_text(errors="replace")) if tracing else []
-    # Before anything reads it: reading may change its times.
-    staging, staged = world.staged_copy()
-    strays = [str(path) for path in world.staging.iterdir() if str(path) != staging]
-    media_changes = worlds.changes(world.original, worlds.describe(world.medias))
-    return Launch(
-        *(process.returncode, out, err, lines(report), seconds, made),
-        *(staging, staged, strays, media_changes),
-    )
+    def sources_of(self, place: str) -> list[Path]:
+        """Where that of the staged copy may come from; the last one that is there is what stays."""
+        return [self.media / place, self.external / place.removeprefix("inst/")]
 
+    def launch(self, program: Path, *tracing: str) -> Launch:
+        """A launch, under strace when there are options for it."""
+        before, report = describe(self.medias), self.root / "report"
+        tracer = ["strace", *tracing, "-y", "-o", f"{self.root}/log"] if tracing else []
+        process = subprocess.Popen(
+            [*tracer, str(program), *self.arguments],
+            env={
+                "PATH": "/usr/bin:/bin",
+                "TMPDIR": str(self.staging),
+                "CurrentMediaDir": str(self.media),
+                "KVL_OS": "linux",
+                "KVL_Installer_EXE": "installer",
+                "KVL_LIBPATH_VARNAME": "LD_LIBRARY_PATH",
+                "FAULTS_REPORT": str(report),
+            },
+            stdin=subprocess.DEVNULL,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE,
+            pass_fds=[_GIVEN],
+            start_new_session=True,
+            cwd=self.root,
+        )
+        try:
+            # Both streams end with the last process that has them, so also with the installer.
+            out, err = process.communicate(timeout=LONGEST_SECONDS)
+        except subprocess.TimeoutExpired:
+            os.killpg(process.pid, signal.SIGKILL)
+            process.communicate()
+            raise Surprise(f"it took more than {LONGEST_SECONDS} s") from None
+        after = describe(self.medias)
+        if changed := [place for place in before | after if before.get(place) != after.get(place)]:
+            raise Surprise(f"the media was changed: {changed}")
+        reported = report.read_bytes().replace(b"\0", b"\n") if report.exists() else b""
+        return Launch(
+            *(process.returncode, self.lines(out), self.lines(err), self.lines(reported)),
+            *(self._calls(), *self._staged_copy()),
+        )
 
-def failing_launch(program: Path, world: World, fault: Fault) -> Launch:
-    """A launch with a failure. strace counts in each process on its own: without -f nothing but the
-    launcher is touched, with -b nothing of the installer."""
-    follow = UNTIL_INSTALLER if fault.call.in_child else ()
-    only = ("-e", f"trace={fault.call.name}", "-e", "signal=none")
-    return launch(program, world, *follow, *only, "-e", f"inject={fault.injection}")
+    def _calls(self) -> list[Call]:
+        """In the log of each process, the launcher's first."""
+        made: list[Call] = []
+        for log in sorted(self.root.glob("log*"), key=lambda log: (len(log.name), log.name)):
+            counts: dict[str, int] = {}
+            suffix = " (child)" if made else ""
+            for line in log.read_text(errors="replace").splitlines():
+                if match := re.match(r"(\w+)\((?:(.*)\) += )?(.*)", line):
+                    name, arguments, result = match.groups(default="")
+                    counts[name] = counts.get(name, 0) + 1
+                    made.append(Call(name + suffix, counts[name], arguments, result))
+        return made
 
-
-def why_not_traceable() -> str:
-    """Why strace cannot be used here; empty when it can."""
-    command = ["strace", "-o", os.devnull, "-e", "inject=getppid:error=EPERM", "true"]
-    try:
-        tried = subprocess.run(command, capture_output=True, text=True, check=False)
-    except FileNotFoundError:
-        return "strace is missing"
-    said = [*tried.stderr.strip().splitlines(), f"status {tried.returncode}"]
-    return f"ptrace is not permitted here: {said[0]}" if tried.returncode != 0 else ""
+    def _staged_copy(self) -> tuple[str, Tree]:
+        """Its path and what is in it, without the times of directories and the clean-up script."""
+        found = list(self.staging.iterdir())
+        if not found:
+            return "", {}
+        if len(found) > 1 or not _IDENTIFIER.fullmatch(found[0].name):
+            raise Surprise(f"unexpected in the temporary directory: {found}")
+        tree = describe(found[0])
+        for path, entry in tree.items():
+            if stat.S_ISDIR(entry.mode) or path == "remove.bat":
+                text = self.without_places(entry.contents.decode())
+                tree[path] = Entry(entry.mode, 0, text.encode())
+        return str(found[0]), tree

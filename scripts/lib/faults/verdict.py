@@ -2,20 +2,15 @@
 
 from __future__ import annotations
 
-import dataclasses
 import errno
 import os
 import re
 import shutil
 import signal
-import stat
-import threading
 from pathlib import Path
 from typing import NamedTuple
 
-from calls import Call
-from launch import LONGEST_SECONDS, Launch, launch
-from world import INSTALLER_STATUS, Entry, World
+from launch import UNTIL_INSTALLER, Call, Entry, Launch, Surprise, World
 
 SUCCESS, MESSAGE, ACCEPTED, FAILED = OUTCOMES = ("success", "message", "accepted", "FAILED")
 
@@ -30,30 +25,21 @@ SHORT_FILE = "a file that ends early is staged as far as it goes"
 NO_SCRIPT = "the clean-up script cannot be written whole"
 LOST_OUTPUT = "console output is lost"
 
-_NOT_WAITED_FOR = r'Cannot wait for process ".*'
-# Of a launch without installer: the status, its meaning and its error messages.
+_NOT_WAITED_FOR = 'Cannot wait for process ".*"'
+# The status and the error messages of a launch without installer.
 _REFUSALS = {
-    (1, "the installer is not found"): [
-        r'The installer is not found, please read the file "ReadMe_UNIX\.txt"\.'
-    ],
-    (1, "the installer cannot be copied"): [
-        r"Cannot copy the installer to a temporary directory: \{world\}/t/<id>/",
-        r"(?:(?:lstat|mkdir|opendir|readdir|SetTime) - |Cannot (?:stat|read|write into) ).+"
-        r" - (?P<reason>(?:(?! - ).)+)",
-    ],
-    (255, "the installer cannot be started or waited for"): [_NOT_WAITED_FOR],
-    (255, "the process cannot be created"): [r'Cannot create process ".*', _NOT_WAITED_FOR],
+    "the installer is not found": r"1\nThe installer is not found, please read the file .*",
+    "the installer cannot be copied": r"1\nCannot copy the installer to a temporary directory: "
+    r"\{world\}/t/<id>/\n(?:(?:lstat|mkdir|opendir|readdir|SetTime) - |Cannot (?:stat|read|write "
+    rf"into) ).+ - (?:{'|'.join(re.escape(os.strerror(number)) for number in errno.errorcode)})",
+    "the installer cannot be started or waited for": rf"255\n{_NOT_WAITED_FOR}",
+    "the process cannot be created": rf'255\nCannot create process ".*"\n{_NOT_WAITED_FOR}',
 }
-# What is said on the way to it and not in a launch without failures.
-_ALSO_SAID = re.compile(
-    r"""ERROR:\ .*|\ {7}(?:Please\ make\ sure\ you\ copied\ .*)?
-    |\ INFO:\ (?:No\ installer\ in\ the\ current\ media\.
-      |Invalid\ Installer\ media,\ "\S+"\ does\ not\ exist
-      |Installer\ executable\ "\S+"\ does\ not\ exist,\ trying\ without\ sub\ dir\ "1")
-    |\ WARN:\ (?:Missing\ volumes\.\ Please\ make\ sure\ you\ copied\ everything\ correctly\.
-      |Cannot\ open\ \d+\.txt\ in\ \S+|1\.txt\ not\ found\ or\ not\ accessible\ in:\ \S+)""",
-    re.VERBOSE,
-)
+_MESSAGE_LINE = re.compile(r"( INFO:|ERROR:| WARN:|      ) .*|")
+
+# Files that could not be read, in the world: how each is as if it were ("missing" or "empty"), and
+# the name of that.
+Absent = dict[Path, tuple[str, str]]
 
 
 class Verdict(NamedTuple):
@@ -61,63 +47,44 @@ class Verdict(NamedTuple):
     name: str
 
 
-class Surprise(Exception):
-    """The launch did not end as it may end."""
-
-
-# Files that could not be read, in the world: how each is as if it were ("missing" or "empty"), and
-# the name of that.
-Absent = dict[Path, tuple[str, str]]
-
-
 class Judge:
-    """Judges the launches of one kind by what a launch without failures is like."""
+    """Tries launches of one kind, and judges them by what one without failures is like."""
 
-    def __init__(self, program: Path, usual: Launch, workplace: Path) -> None:
-        self._program, self._usual, self._workplace = program, usual, workplace
-        self._twins: dict[frozenset[tuple[str, str]], Launch] = {}
-        self._lock = threading.Lock()
+    def __init__(self, program: Path, workplace: Path, kind: str) -> None:
+        self._program, self._workplace, self._kind = program, workplace, kind
+        self.usual = World(workplace, kind).launch(program, *UNTIL_INSTALLER)
+        if not self.usual.report:
+            raise Surprise(f"{kind}: no installer without failures, either: {self.usual.err}")
+        self._twins = {frozenset[tuple[Path, str]](): self.usual}
 
-    def judge(self, world: World, seen: Launch) -> Verdict:
+    def judge(self, fault: str) -> Verdict:
+        """Of a launch in which strace makes this of a call."""
+        call, _, failure = fault.partition(":")
+        name, _, role = call.partition(" ")
+        # Without -ff nothing but the launcher is touched, with -b nothing of the installer.
+        follow = UNTIL_INSTALLER if role else ()
+        options = (f"--trace={name}", "--signal=none", f"--inject={name}:{failure}")
+        world = World(self._workplace, self._kind)
         try:
-            if seen.seconds > LONGEST_SECONDS:
-                raise Surprise(f"it took more than {LONGEST_SECONDS:.0f} s")
-            if seen.media_changes:
-                raise Surprise("the media was changed: " + ", ".join(seen.media_changes))
-            if seen.strays:
-                raise Surprise("unexpected in the temporary directory: " + ", ".join(seen.strays))
+            seen = world.launch(self._program, *follow, *options)
             if not seen.failed:
                 raise Surprise("the call to fail was not made")
             if seen.status < 0:
-                return self._judge_abort(world, seen)
-            return (self._judge_start if seen.report else self._judge_refusal)(world, seen)
+                return judge_abort(world, seen)
+            judge = self._judge_start if seen.report else self._judge_refusal
+            return judge(world, seen)
         except Surprise as surprise:
             return Verdict(FAILED, str(surprise))
-
-    # An uncaught exception of the media scan, about an entry of a directory above the media.
-    def _judge_abort(self, world: World, seen: Launch) -> Verdict:
-        said = re.search(
-            r"terminate called after throwing an instance of 'KVLInsIO::KVLInsException'\n"
-            r"  what\(\):  lstat - (\S+) - [^\n]+\n\Z",
-            "\n".join(seen.err),
-        )
-        entry = Path(said[1].replace("{world}", str(world.root)) if said else "")
-        failed = seen.failed[-1]
-        is_of_failed = "SYMLINK_NOFOLLOW" in failed.arguments and failed.path == str(entry)
-        is_above = entry.parent in world.media.parents
-        is_nothing_done = not seen.staged and not seen.report
-        if seen.status != -signal.SIGABRT or not (is_above and is_of_failed and is_nothing_done):
-            raise Surprise(f"it died by {signal.Signals(-seen.status).name}: {seen.err[-3:]}")
-        return Verdict(MESSAGE, "abort, an entry above the media cannot be looked at")
+        finally:
+            shutil.rmtree(world.root)
 
     def _judge_refusal(self, world: World, seen: Launch) -> Verdict:
-        self._check_lines(world, seen)
-        for (status, name), patterns in _REFUSALS.items():
-            matches = list(map(re.fullmatch, patterns, seen.errors))
-            if seen.status == status and len(seen.errors) == len(patterns) and all(matches):
-                reason = matches[-1].groupdict().get("reason") if matches[-1] else None
-                return Verdict(MESSAGE, f"{status}, {name}{self._other_reason(seen, reason)}")
-        if self._writes_to_console(seen) and seen.status in (1, 255) and not seen.errors:
+        if strange := [x for x in seen.out + seen.err if not _MESSAGE_LINE.fullmatch(x)]:
+            raise Surprise(f"no messages: {strange}")
+        for name, pattern in _REFUSALS.items():
+            if re.fullmatch(pattern, "\n".join([str(seen.status), *seen.errors])):
+                return Verdict(MESSAGE, f"{seen.status}, {name}")
+        if writes_to_console(seen) and seen.status in (1, 255) and not seen.errors:
             also = f", also the error message (status {seen.status})"
             return Verdict(ACCEPTED, LOST_OUTPUT + also)
         installer = seen.staged.get("inst/linux/code/bin/installer")
@@ -126,171 +93,149 @@ class Judge:
                 return Verdict(ACCEPTED, SHORT_FILE + ", also the installer, which then is empty")
         raise Surprise(f"no installer, status {seen.status}, and this said: {seen.err}")
 
-    # What is usually started in place is staged when a volume is missing.
-    def _staging(self, world: World) -> Launch:
-        if self._usual.staged or world.kind != "in place":
-            return self._usual
-        return self._twin(world, {world.medias / "2/2.txt": ("missing", NO_MARKER)})
-
-    def _check_lines(self, world: World, seen: Launch) -> None:
-        known = {*self._usual.out, *self._usual.err, *self._staging(world).err}
-        for line in seen.out + seen.err:
-            if line not in known and not _ALSO_SAID.fullmatch(line):
-                raise Surprise(f"an unknown message: {line!r}")
-
-    # A message may give the reason of what followed from the failed call.
-    @staticmethod
-    def _other_reason(seen: Launch, reason: str | None) -> str:
-        errors = [call.error or "ENOSPC" for call in seen.failed]
-        if reason is None or reason in (os.strerror(getattr(errno, name)) for name in errors):
-            return ""
-        for number, name in errno.errorcode.items():
-            if os.strerror(number) == reason:
-                return f" (reason: {name})"
-        raise Surprise(f"no error of the system: {reason!r}")
-
+    # The user and the installer are told what they are always told, or in a world without what
+    # could not be read, or lines are missing on the console.
     def _judge_start(self, world: World, seen: Launch) -> Verdict:
-        if seen.report[0] != "started" or seen.report.count("started") != 1:
-            raise Surprise(f"the installer's starts: {seen.report}")
-        is_from_copy = seen.report[seen.report.index("/bin/sh") + 1].startswith("{world}/t/")
-        if seen.staged and not is_from_copy:
-            raise Surprise("staged, but not started from there")
-        accepted = self._judge_copy(world, seen) if is_from_copy else []
-        # On closing, a file system may say for the last time that the data did not arrive. Here
-        # they did, as the failure is not a real one; still it must not be passed over.
-        for call in seen.failed:
-            place = call.path.removeprefix((seen.staging or "\0") + "/")
-            is_file = place in seen.staged and stat.S_ISREG(seen.staged[place].mode)
-            if call.name == "close" and is_file and place != "remove.bat":
-                raise Surprise("an installer was started although closing a copy failed")
-        errors = seen.errors
-        if seen.status == 255 and len(errors) == 1 and re.match(_NOT_WAITED_FOR, errors[0]):
-            self._check_lines(world, seen)
-            if accepted:
-                raise Surprise("an installer from an incomplete copy: " + ", ".join(accepted))
-            return Verdict(MESSAGE, "255, the installer cannot be waited for")
-        if seen.status != INSTALLER_STATUS or errors:
-            raise Surprise(f"status {seen.status} instead of {INSTALLER_STATUS}; {errors}")
-        accepted += self._judge_told(world, seen)
-        return Verdict(ACCEPTED if accepted else SUCCESS, " + ".join(accepted))
+        usual = self.usual
+        names = self._judge_copy(world, seen)
+        nothing: Absent = {}
+        for absent in (nothing, *absent_files(world, seen)):
+            twin = self._twin(world, absent)
+            if seen.told == twin.told and bool(seen.staged) == bool(twin.staged):
+                names += sorted({name for _, name in absent.values()})
+                break
+        else:
+            if seen.report != usual.report or bool(seen.staged) != bool(usual.staged):
+                raise Surprise(f"{seen.told} instead of {usual.told}")
+            is_not_waited = re.fullmatch(_NOT_WAITED_FOR, "\n".join(seen.errors))
+            if seen.status == 255 and is_not_waited and not names:
+                return Verdict(MESSAGE, "255, the installer cannot be waited for")
+            rest_out, rest_err = iter(usual.out), iter(usual.err)
+            is_part = all(x in rest_out for x in seen.out) and all(x in rest_err for x in seen.err)
+            if not (is_part and writes_to_console(seen) and seen.status == usual.status):
+                raise Surprise(f"{seen.told} instead of {usual.told}")
+            names.append(LOST_OUTPUT)
+        return Verdict(ACCEPTED if names else SUCCESS, " + ".join(names))
 
-    # The staged copy: what may look otherwise than ever, by the calls that failed.
+    # What may be otherwise in the staged copy than ever, by the calls that failed.
     def _judge_copy(self, world: World, seen: Launch) -> list[str]:
-        usual, copy = self._staging(world).staged, seen.staged
-        missing: dict[str, str] = {}  # directories
-        cut: dict[str, str] = {}
-        for call in seen.failed:
-            if call.path == seen.staging + "/remove.bat":
-                cut["remove.bat"] = NO_SCRIPT
-            for place in usual:
-                for source in world.sources_of(place):
-                    if not is_about(call, source):
-                        continue
-                    if call.name == "read" and not call.error:
-                        cut[place] = SHORT_FILE
-                    elif call.name == "getdents64" and call.error == "ENOENT":
-                        missing.setdefault(place, REMOVED_DIRECTORY)
-                    # Descriptors and memory that have run out are no property of a directory.
-                    elif opens_directory(call) and (
-                        call.error not in ("EMFILE", "ENFILE", "ENOMEM")
-                        if place == "inst" or source.parent == world.external
-                        else call.error in ("EACCES", "ENOENT")
-                    ):
-                        missing[place] = EMPTY_DIRECTORY
-        accepted = set()
-        for place in sorted(usual | copy):
-            whole, part = usual.get(place), copy.get(place)
+        if not seen.staged:
+            return []
+        # What is usually started in place is staged when a volume is missing.
+        no_volume: Absent = {world.medias / "2/2.txt": ("missing", NO_MARKER)}
+        usual = self.usual.staged or self._twin(world, no_volume).staged
+        excuses = [(call, excuse_of(world, seen, call)) for call in seen.failed]
+        names = set()
+        for place in sorted(usual | seen.staged):
+            whole, part = usual.get(place), seen.staged.get(place)
+            # On closing, a file system may say for the last time that the data did not arrive. Here
+            # they did, as the failure is not a real one; still it must not be passed over.
+            closing = ("close", f"{seen.staging}/{place}")
+            is_file = part and part.contents and place != "remove.bat"
+            if is_file and closing in [(call.name, call.path) for call in seen.failed]:
+                raise Surprise("an installer was started although closing a copy failed")
             if whole == part:
                 continue
-            # What was there before the directory was to be copied over it may still be there.
+            # What was there before a directory was to be copied over it may still be there.
             before = world.media / place
-            is_before = part is None or (before.is_file() and part.contents == before.read_bytes())
-            above = [directory for directory in missing if place.startswith(directory + "/")]
-            names = [missing[directory] for directory in above if is_before]
-            if place in cut and whole and is_cut(whole, part):
-                names.append(cut[place])
-            if not names:
+            is_before = not part or (before.is_file() and part.contents == before.read_bytes())
+            is_cut = whole and is_cut_off(whole, part)
+            fitting = [
+                name
+                for call, name in excuses
+                if (name == NO_SCRIPT and is_cut and place == "remove.bat")
+                or (name == SHORT_FILE and is_cut and is_about(world, call, place))
+                or (name in (EMPTY_DIRECTORY, REMOVED_DIRECTORY) and is_before)
+                and any(is_about(world, call, str(above)) for above in Path(place).parents)
+            ]
+            if not fitting:
                 raise Surprise(f"the staged copy is not whole: {place}")
-            accepted.add(names[0])
-        return sorted(accepted)
-
-    # What the user and the installer were told: as ever, or as in a world without what could not
-    # be read, or with lines missing on the console.
-    def _judge_told(self, world: World, seen: Launch) -> list[str]:
-        usual = twin = self._usual
-        if seen.told() == usual.told():
-            return []
-        for absent in self._absent(world, seen):
-            if absent:
-                twin = self._twin(world, absent)
-                if seen.told() == twin.told():
-                    return sorted({name for _, name in absent.values()})
-        with_lines = dataclasses.replace(seen, out=usual.out, err=usual.err)
-        is_part = all(
-            all(line in rest for line in lines)
-            for lines, rest in ((seen.out, iter(usual.out)), (seen.err, iter(usual.err)))
-        )
-        is_lost = self._writes_to_console(seen) and with_lines.told() == usual.told() and is_part
-        if twin is usual and is_lost:
-            return [LOST_OUTPUT]
-        wanted, got = twin.told(), seen.told()
-        differing = [f"{n}: {got[n]} instead of {wanted[n]}" for n in got if got[n] != wanted[n]]
-        raise Surprise("not as ever, or without what cannot be read: " + "; ".join(differing))
-
-    @staticmethod
-    def _writes_to_console(seen: Launch) -> bool:
-        return any(call.name == "write" and call.descriptor in (1, 2) for call in seen.failed)
-
-    # Files of the volume search; or volumes in directories beside the media, not listed.
-    @staticmethod
-    def _absent(world: World, seen: Launch) -> tuple[Absent, Absent]:
-        found: Absent = {}
-        beside: Absent = {}
-        for call in seen.failed:
-            path = Path(os.path.normpath(call.path))
-            if path == world.media / "inst/volumes.txt":
-                empty, missing = ("empty", EMPTY_VOLUMES_FILE), ("missing", NO_VOLUMES_FILE)
-                found.setdefault(path, missing if call.name == "access" else empty)
-            elif re.fullmatch(r"[0-9]+\.txt", path.name):
-                found.setdefault(path, ("empty", NO_MARKER))
-            elif path in world.media.parents and path.is_relative_to(world.medias):
-                for marker in path.glob("[0-9].txt"):
-                    found.setdefault(marker, ("missing", NO_LIST_ABOVE))
-                if (call.name, call.error, path) == ("getdents64", "ENOENT", world.media.parent):
-                    markers = path.glob("[2-9]/[2-9].txt")
-                    beside |= dict.fromkeys(markers, ("missing", REMOVED_DIRECTORY))
-        is_there = {path: how for path, how in found.items() if path.exists()}
-        return is_there, beside
+            names.add(fitting[0])
+        return sorted(names)
 
     # A launch without failures in a world in which these files are not there.
     def _twin(self, world: World, absent: Absent) -> Launch:
-        states = {(str(path.relative_to(world.medias)), how) for path, (how, _) in absent.items()}
-        key = frozenset(states)
-        with self._lock:
-            if key not in self._twins:
-                twin = World(self._workplace / "twin", world.kind)
-                for place, how in key:
-                    (twin.medias / place).write_text("")
-                    if how == "missing":
-                        (twin.medias / place).unlink()
-                self._twins[key] = launch(self._program, twin)
-                shutil.rmtree(twin.root)
-            return self._twins[key]
+        key = frozenset((path.relative_to(world.medias), how) for path, (how, _) in absent.items())
+        if key not in self._twins:
+            twin = World(self._workplace, self._kind)
+            for place, how in key:
+                (twin.medias / place).write_text("")
+                if how == "missing":
+                    (twin.medias / place).unlink()
+            self._twins[key] = twin.launch(self._program)
+            shutil.rmtree(twin.root)
+        return self._twins[key]
 
 
-def opens_directory(call: Call) -> bool:
-    return call.opens_directory or "AT_EMPTY_PATH" in call.arguments or call.name == "fstat"
+def judge_abort(world: World, seen: Launch) -> Verdict:
+    """An uncaught exception of the media scan, about an entry of a directory above the media."""
+    entry, (first, last) = seen.failed[-1], ["", "", *seen.err][-2:]
+    is_documented = (
+        seen.status == -signal.SIGABRT
+        and first.endswith("called after throwing an instance of 'KVLInsIO::KVLInsException'")
+        and last.startswith(f"  what():  lstat - {world.without_places(entry.path)} - ")
+        and "SYMLINK_NOFOLLOW" in entry.arguments
+        and Path(entry.path).parent in world.media.parents
+    )
+    if not is_documented or seen.staged or seen.report:
+        raise Surprise(f"it died by {signal.Signals(-seen.status).name}: {seen.err[-3:]}")
+    return Verdict(MESSAGE, "abort, an entry above the media cannot be looked at")
 
 
-def is_about(call: Call, source: Path) -> bool:
-    """A descriptor is known by its real path only."""
-    path = os.path.normpath(call.path) if call.path else ""
-    return str(source) == path or (not call.opens_directory and os.path.realpath(source) == path)
+def excuse_of(world: World, seen: Launch, call: Call) -> str:
+    """The name of what the failed call may have done to the staged copy; empty when nothing."""
+    path = Path(os.path.normpath(call.path))
+    if call.path == f"{seen.staging}/remove.bat":
+        return NO_SCRIPT
+    if call.name == "read" and not call.error:
+        return SHORT_FILE
+    if call.name == "getdents64" and call.error == "ENOENT":
+        return REMOVED_DIRECTORY
+    # Descriptors and memory that have run out are no property of a directory.
+    is_head = path == world.media / "inst" or path.parent == world.external
+    is_of_head = is_head and call.error not in ("EMFILE", "ENFILE", "ENOMEM")
+    is_opening = call.name == "fstat" or re.search("O_DIRECTORY|AT_EMPTY_PATH", call.arguments)
+    if is_opening and (is_of_head or call.error in ("EACCES", "ENOENT")):
+        return EMPTY_DIRECTORY
+    return ""
 
 
-def is_cut(whole: Entry, part: Entry | None) -> bool:
+def is_cut_off(whole: Entry, part: Entry | None) -> bool:
     """Whether nothing but its end is missing; the clean-up script may be missing itself."""
     if part is None:
         return whole.modified == 0
     is_head = whole.contents.startswith(part.contents)
     return is_head and whole == part._replace(contents=whole.contents)
+
+
+def is_about(world: World, call: Call, place: str) -> bool:
+    """Whether it names the source of that of the copy. A descriptor has its real path only."""
+    path = os.path.normpath(call.path)
+    sources = set(map(str, world.sources_of(place)))
+    if "O_DIRECTORY" not in call.arguments:
+        sources |= {os.path.realpath(source) for source in sources}
+    return path in sources
+
+
+def absent_files(world: World, seen: Launch) -> tuple[Absent, Absent]:
+    """Files of the volume search; or volumes in directories beside the media, not listed."""
+    found: Absent = {}
+    beside: Absent = {}
+    for call in seen.failed:
+        path = Path(os.path.normpath(call.path))
+        if path == world.media / "inst/volumes.txt":
+            empty, missing = ("empty", EMPTY_VOLUMES_FILE), ("missing", NO_VOLUMES_FILE)
+            found.setdefault(path, missing if call.name == "access" else empty)
+        elif re.fullmatch(r"[0-9]+\.txt", path.name):
+            found.setdefault(path, ("empty", NO_MARKER))
+        elif path in world.media.parents and path.is_relative_to(world.medias):
+            for marker in path.glob("[0-9].txt"):
+                found.setdefault(marker, ("missing", NO_LIST_ABOVE))
+            if (call.name, call.error, path) == ("getdents64", "ENOENT", world.media.parent):
+                markers = path.glob("[2-9]/[2-9].txt")
+                beside |= dict.fromkeys(markers, ("missing", REMOVED_DIRECTORY))
+    return {path: how for path, how in found.items() if path.exists()}, beside
+
+
+def writes_to_console(seen: Launch) -> bool:
+    return any(call.name == "write" and re.match("[12]<", call.arguments) for call in seen.failed)
