@@ -47,9 +47,9 @@ _ERRORS = {
     "execve": _PATH + _OPEN,
 }
 _ERRORS_OF = {name: errors for names, errors in _ERRORS.items() for name in names.split()}
-# A "try again" for ever leaves no way but to wait, so there "for ever" is this many times.
-_TRY_AGAIN = ("error=EINTR", "error=EAGAIN")
-_MANY_TIMES = 200
+# A "try again" for ever leaves no way but to wait, so there "for ever" is this many times: more
+# than there are calls to the end, or as many as a launch can wait for in its time.
+_MANY_TIMES = {"error=EINTR": 1000, "error=EAGAIN": 200}
 
 
 def failures(call: Call) -> list[str]:
@@ -71,7 +71,8 @@ def failures(call: Call) -> list[str]:
 
 def fault(call: Call, failure: str, *, from_then_on: bool = False) -> str:
     """The failure of a call, and perhaps of all that follow, nearly as strace takes it."""
-    last = f"..{call.number + _MANY_TIMES - 1}" if failure in _TRY_AGAIN else "+"
+    times = _MANY_TIMES.get(failure)
+    last = f"..{call.number + times - 1}" if times else "+"
     return f"{call.label}:{failure}:when={call.number}{last if from_then_on else ''}"
 
 
