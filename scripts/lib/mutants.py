@@ -93,9 +93,9 @@ class Finder:
         self.partner: dict[int, int] = {}  # of each opening bracket, and of each closing one
         open_ones: list[int] = []
         for index, token in enumerate(self.tokens):
-            if token.lastgroup == "sign" and token[0] in BRACKETS:
+            if token[0] in BRACKETS:
                 open_ones.append(index)
-            elif token.lastgroup == "sign" and token[0] in BRACKETS.values() and open_ones:
+            elif token[0] in BRACKETS.values() and open_ones:
                 other = open_ones.pop()
                 self.partner |= {other: index, index: other}
         self.in_function = self._function_bodies()
@@ -169,17 +169,11 @@ class Finder:
 
     def _next_at_this_level(self, index: int, wanted: set[str]) -> int:
         """The next of these signs that is not inside of brackets; 0 when there is none."""
-        while index < len(self.tokens):
-            token = self.tokens[index]
-            if token.lastgroup == "sign":
-                if token[0] in wanted:
-                    return index
-                if token[0] in BRACKETS:
-                    index = self.partner.get(index, len(self.tokens))
-                elif token[0] in ("}", ")", "]", ";"):
-                    return 0
-            index += 1
-        return 0
+        while (sign := self._text_at(index)) and sign not in wanted:
+            if sign in ("}", ")", "]", ";"):
+                return 0
+            index = self.partner.get(index, index) + 1
+        return index if sign else 0
 
     def _function_bodies(self) -> list[bool]:
         """For each token, whether it is in a block of statements."""
@@ -188,7 +182,7 @@ class Finder:
         head = 0
         for index, token in enumerate(self.tokens):
             result.append(bool(blocks) and blocks[-1])
-            if token.lastgroup != "sign" or token[0] not in ("{", "}", ";"):
+            if token[0] not in ("{", "}", ";"):
                 continue
             if token[0] == "{":
                 words = {other[0] for other in self.tokens[head:index]}

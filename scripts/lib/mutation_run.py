@@ -9,7 +9,6 @@ import os
 import re
 import signal
 import subprocess
-import time
 from dataclasses import dataclass
 from pathlib import Path
 
@@ -18,7 +17,9 @@ from mutants import Mutant
 TARGETS = ["launcher_tests", "kvl-launcher", "kvl-media", "fake_installer", "tree_tool"]
 PATIENCE = 15  # seconds that tests are given beyond their usual time
 USUAL_TIMES = 10  # and so many times their usual time
-ALONE = "nice unshare --mount --pid --fork --mount-proc --kill-child".split()
+KILLED = {128 + signal.SIGKILL, -signal.SIGKILL}  # by "timeout", or together with it
+BOUND = "setpriv --pdeathsig KILL nice".split()  # ends together with who has started it
+ALONE = [*BOUND, *"unshare --mount --pid --fork --mount-proc --kill-child".split()]
 
 # $1: the worker's place, with the directories "build" and "tmp". Behind it a command. The devices
 # are copies, so that their modes and times can be changed; /tmp is empty but for the place.
@@ -152,7 +153,7 @@ class Worker:
         kept = {"CCACHE_DIR": f"{all_places}/ccache", "CCACHE_BASEDIR": str(all_places)}
         how = {"CCACHE_NOHASHDIR": "1", "CCACHE_SLOPPINESS": "pch_defines,time_macros"}
         ran = subprocess.run(
-            ["nice", *command],
+            [*BOUND, *command],
             env={**os.environ, **kept, **how},
             stdout=subprocess.PIPE,
             stderr=subprocess.STDOUT,
@@ -169,33 +170,26 @@ class Worker:
         flags = ["--gtest_filter=" + ":".join(names)] * bool(names)
         flags += ["--gtest_fail_fast"] * (shards == 1)
         (self.place / "flags").write_text("\n".join(flags))
-        deadline = time.monotonic() + seconds
-        started = [self._start_tests(shard, shards) for shard in range(shards)]
-        late = []
-        for process in started:
-            try:
-                process.wait(max(0.01, deadline - time.monotonic()))
-            except subprocess.TimeoutExpired:
-                late.append(process)
-                os.killpg(process.pid, signal.SIGKILL)
-                process.wait()
+        started = [self._start_tests(shard, shards, seconds) for shard in range(shards)]
+        statuses = [process.wait() for process in started]
         failed: list[str] = []
-        for shard, process in enumerate(started):
+        for shard, status in enumerate(statuses):
             output = (self.place / f"output-{shard}").read_text(errors="replace")[-200_000:]
             found = re.findall(r"^\[  FAILED  \] ([^\s,]+\.[^\s,]+)", output, re.MULTILINE)
-            if process in late or (process.returncode != 0 and not found):
+            if status in KILLED or (status != 0 and not found):
                 begun = re.findall(r"^\[ RUN      \] (\S+)", output, re.MULTILINE)
                 found = begun[-1:] or ["the start of the tests"]
             failed += found
-        return bool(late), list(dict.fromkeys(failed))
+        return not KILLED.isdisjoint(statuses), list(dict.fromkeys(failed))
 
-    def _start_tests(self, shard: int, shards: int) -> subprocess.Popen[bytes]:
+    def _start_tests(self, shard: int, shards: int, seconds: float) -> subprocess.Popen[bytes]:
         which = {"GTEST_TOTAL_SHARDS": str(shards), "GTEST_SHARD_INDEX": str(shard)}
         program, flags = f"{self.build}/bin/launcher_tests", f"--gtest_flagfile={self.place}/flags"
+        tests = [*ALONE, "sh", "-c", PROTECTED, "sh", str(self.place)]
         report = f"--gtest_output=json:{self.build}/tests-{shard}.json"
         with (self.place / f"output-{shard}").open("wb") as output:
             return subprocess.Popen(
-                [*ALONE, "sh", "-c", PROTECTED, "sh", str(self.place), program, flags, report],
+                ["timeout", "-s", "KILL", str(seconds), *tests, program, flags, report],
                 env={**os.environ, **which},
                 stdin=subprocess.DEVNULL,
                 stdout=output,
