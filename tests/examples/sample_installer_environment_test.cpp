@@ -7,130 +7,113 @@
 namespace kvl::test {
 namespace {
 
-/// What is shown of an installer with these arguments whose environment is made from that, when
-/// nothing but `given` was set before.
-std::string Shown(const SampleWorld& world, const std::vector<std::string>& arguments,
-                  const Prepared& from, Environment given = {}) {
-  given.insert({{"KVL_Installer_EXE", "sample-installer"},
-                {"KVL_LIBPATH_VARNAME", "LD_LIBRARY_PATH"},
-                {"KVL_OS", "linux"},
-                {"PATH", "/usr/bin:/bin"},
-                {"TMPDIR", world.Path("tmp")}});
-  std::string text = "Arguments:\n";
-  for (const std::string& argument : arguments) text += "  " + argument + "\n";
-  text += "Variables:\n";
-  for (const auto& [name, value] : InstallerEnvironment(world, given, from)) {
-    const bool is_shown = name.starts_with("KVL") || name.starts_with("ORB") || name == "TEMP";
-    if (is_shown || name == "PATH") text += "  " + name + "=" + value + "\n";
+class SampleInstallerShows : public testing::Test, protected SampleWorld {
+ protected:
+  /// What is shown of an installer with these arguments whose environment is made from that, when
+  /// nothing but `given` was set before.
+  std::string Shown(const std::vector<std::string>& arguments, const Prepared& from,
+                    Environment given = {}) const {
+    given.insert({{"KVL_Installer_EXE", "sample-installer"},
+                  {"KVL_LIBPATH_VARNAME", "LD_LIBRARY_PATH"},
+                  {"KVL_OS", "linux"},
+                  {"PATH", "/usr/bin:/bin"},
+                  {"TMPDIR", Path("tmp")}});
+    std::string text = "Arguments:\n";
+    for (const std::string& argument : arguments) text += "  " + argument + "\n";
+    text += "Variables:\n";
+    static const std::regex is_shown("(KVL|ORB).*|TEMP|PATH");
+    for (const auto& [name, value] : InstallerEnvironment(*this, given, from)) {
+      if (std::regex_match(name, is_shown)) text += "  " + name + "=" + value + "\n";
+    }
+    return text;
   }
-  return text;
+
+  /// Starts the media whose first volume is that of `from`, found by such a search, and claims what is
+  /// shown of it.
+  void ExpectShown(const std::string& first_volume, const std::string& search,
+                   const Prepared& from) const {
+    Expect(first_volume, {"--show-environment"},
+           {0, search + Shown({"-CDpath", from.media, "--show-environment"}, from)});
+  }
+};
+
+TEST_F(SampleInstallerShows, ItsArgumentsAndEveryVariableInPlace) {
+  Media();
+  Expect("media", {"--var", "a b=c  d", "--show-environment", "--var", "", "e"},
+         {0, Shown({"-CDpath", "{media}", "--var", "a b=c  d", "--show-environment", "--var", "e"},
+                   {.media = "{media}"})});
 }
 
-/// The variables that lead to volumes.
-const Environment kThreeVolumes = {{"KVLAdmInstVolumesCount", "3"},
-                                   {"KVLAdmInstMTBDIR", "SAMPLE-1"}};
-
-TEST(SampleInstallerShows, ItsArgumentsAndEveryVariableOfARunInPlace) {
-  SampleWorld world;
-  world.Media();
-  ExpectOutcome(
-      world, world.Start("media", {"--var", "a b=c  d", "--show-environment", "--var", "", "e"}),
-      {0,
-       FindsInstallerIn("media") +
-           Shown(world,
-                 {"-CDpath", "{media}", "--var", "a b=c  d", "--show-environment", "--var", "e"},
-                 {.media = "{media}"}),
-       ""});
+TEST_F(SampleInstallerShows, WhereTheFurtherVolumesAre) {
+  Media({.volumes = 3});
+  ExpectShown("media/1", says::Volumes("3", {"{media/1}", "{media/2}", "{media/3}"}),
+              {.media = "{media/1}",
+               .found = {{"KVLAdmInstVolumesCount", "3"},
+                         {"KVLAdmInstMTBDIR", "SAMPLE-1"},
+                         {"KVLAdmInstVolumePath_2", "{media/2}"},
+                         {"KVLAdmInstVolumePath_3", "{media/3}"}}});
 }
 
-TEST(SampleInstallerShows, WhereTheFurtherVolumesAre) {
-  SampleWorld world;
-  world.Media({.volumes = 3});
-  Prepared from = {.media = "{media/1}", .found = kThreeVolumes};
-  from.found["KVLAdmInstVolumePath_2"] = "{media/2}";
-  from.found["KVLAdmInstVolumePath_3"] = "{media/3}";
-  ExpectOutcome(
-      world, world.Start("media/1", {"--show-environment"}),
-      {0,
-       FindsInstallerIn("media/1") + says::Volumes("3", {"{media/1}", "{media/2}", "{media/3}"}) +
-           Shown(world, {"-CDpath", "{media/1}", "--show-environment"}, from),
-       ""});
-}
-
-TEST(SampleInstallerShows, WhereAnOuterSetOfVolumesIs) {
-  SampleWorld world;
-  world.Media({.layout = "am"});
+TEST_F(SampleInstallerShows, WhereAnOuterSetOfVolumesIs) {
+  Media({.layout = "am"});
   const std::string first = "{media/1/media/1}", second = "{media/2/media/2}";
-  const Prepared from = {.media = first,
-                         .found = {{"KVLAdmInstVolumesCount", "2"},
-                                   {"KVLAdmInstMTBDIR", "SAMPLE-1-AM"},
-                                   {"KVLAdmInstFirstAMVolume", "1"},
-                                   {"KVLAdmInstFirstAMPath", "{media/1}"},
-                                   {"KVLAdmInstAMRelativePath", "media"},
-                                   {"KVLAdmInstVolumePath_2", second}}};
-  ExpectOutcome(
-      world, world.Start("media/1/media/1", {"--show-environment"}),
-      {0,
-       FindsInstallerIn("media/1/media/1") + says::Volumes("2", {first}) +
-           says::FoundAm("1", "{media/1}") + says::FoundAm("2", "{media/2}") +
-           says::Found("2", second) + Shown(world, {"-CDpath", first, "--show-environment"}, from),
-       ""});
+  ExpectShown("media/1/media/1",
+              says::Volumes("2", {first}) + says::FoundAm("1", "{media/1}") +
+                  says::FoundAm("2", "{media/2}") + says::Found("2", second),
+              {.media = first,
+               .found = {{"KVLAdmInstVolumesCount", "2"},
+                         {"KVLAdmInstMTBDIR", "SAMPLE-1-AM"},
+                         {"KVLAdmInstFirstAMVolume", "1"},
+                         {"KVLAdmInstFirstAMPath", "{media/1}"},
+                         {"KVLAdmInstAMRelativePath", "media"},
+                         {"KVLAdmInstVolumePath_2", second}}});
 }
 
-TEST(SampleInstallerShows, TheStagedCopyAndTheOriginalMedia) {
-  SampleWorld world;
-  world.Media({.volumes = 3});
-  fs::remove_all(world.Path("media/2"));
-  const Outcome outcome = world.Start("media/1", {"--show-environment"});
-  ExpectOutcome(world, {outcome.status, world.WithoutStaging(outcome.out), outcome.err},
+TEST_F(SampleInstallerShows, TheStagedCopyAndTheOriginalMedia) {
+  Media({.volumes = 3});
+  fs::remove_all(Path("media/2"));
+  Outcome outcome = Start("media/1", {"--show-environment"});
+  outcome.out = WithoutStaging(outcome.out);
+  const Prepared from = {
+      .media = "<staging>",
+      .original = "{media/1}",
+      .found = {{"KVLAdmInstVolumesCount", "3"}, {"KVLAdmInstMTBDIR", "SAMPLE-1"}}};
+  ExpectOutcome(outcome,
                 {0,
                  FindsInstallerIn("media/1") + says::Volumes("3", {"{media/1}", "", "{media/3}"}) +
-                     Shown(world, {"-CDpath", "<staging>", "--show-environment"},
-                           {.media = "<staging>", .original = "{media/1}", .found = kThreeVolumes}),
+                     Shown({"-CDpath", "<staging>", "--show-environment"}, from),
                  says::Missing() + says::Staged()});
 }
 
-TEST(SampleInstallerShows, WhatSoftwareManagementIsGiven) {
+TEST_F(SampleInstallerShows, WhatSoftwareManagementIsGiven) {
   const std::string media = "the suite/media/1";
-  SampleWorld world;
-  world.Media({.directory = media});
+  Media({.directory = media});
   for (const std::string action : {"List", "Check", "Commit", "Rollback"}) {
-    SCOPED_TRACE(action);
     const bool is_list = action == "List";
     const std::string told = action == "Check" ? "Check1" : action;
     const std::string nothing = "othing is installed in: {the suite}\n";
-    ExpectOutcome(world, world.Start(media, {"--show-environment", "-SoftMgt", "-" + action}),
-                  {is_list ? 0 : 7,
-                   FindsInstallerIn(media) +
-                       Shown(world,
-                             {"--show-environment", "--mgt", "{the suite}", "--var",
-                              "Radio_KVLSoftwareMgtCheck?" + told + "=true"},
-                             {.media = "{" + media + "}", .software_management = true}) +
-                       (is_list ? "N" + nothing : ""),
-                   is_list ? "" : "sample-installer: n" + nothing});
+    Expect(media, {"--show-environment", "-SoftMgt", "-" + action},
+           {is_list ? 0 : 7,
+            Shown({"--show-environment", "--mgt", "{the suite}", "--var",
+                   "Radio_KVLSoftwareMgtCheck?" + told + "=true"},
+                  {.media = "{" + media + "}", .software_management = true}) +
+                (is_list ? "N" + nothing : ""),
+            is_list ? "" : "sample-installer: n" + nothing});
   }
 }
 
-TEST(SampleInstallerShows, OldValuesInTheBackupsLineFeedsAsTextAndThenItGoesOn) {
-  SampleWorld world;
-  world.Media();
-  const std::vector<std::string> arguments = {"--show-environment", "--target", "{target}"};
-  ExpectOutcome(
-      world,
-      world.Start("media", arguments,
-                  {.env = {{"ORBInst", "two\nlines\\n & more"},
-                           {"LD_LIBRARY_PATH", "/old/lib"},
-                           {"KVL_own", "&\n"},
-                           {"another", "not shown"}}}),
-      {0,
-       FindsInstallerIn("media") +
-           Shown(world, {"-CDpath", "{media}", "--show-environment", "--target", "{target}"},
-                 {.media = "{media}"},
-                 {{"ORBInst", "two\\nlines\\n & more"},
+TEST_F(SampleInstallerShows, OldValuesInBackupsAndLineFeedsAsText) {
+  Media();
+  const Environment shown = {
+      {"ORBInst", "two\\nlines\\n & more"}, {"LD_LIBRARY_PATH", "/old/lib"}, {"KVL_own", "&\\n"}};
+  Expect("media", {"--show-environment", "--target", "{target}"},
+         {0, Shown({"-CDpath", "{media}", "--show-environment", "--target", "{target}"},
+                   {.media = "{media}"}, shown) +
+                 SaysInstalled({.volumes = {"media"}})},
+         {.env = {{"ORBInst", "two\nlines\\n & more"},
                   {"LD_LIBRARY_PATH", "/old/lib"},
-                  {"KVL_own", "&\\n"}}) +
-           SaysInstalled({.volumes = {"media"}}),
-       ""});
+                  {"KVL_own", "&\n"},
+                  {"another", "not shown"}}});
 }
 
 }  // namespace

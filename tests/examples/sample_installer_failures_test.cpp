@@ -1,232 +1,224 @@
 // The sample installer when something is wrong: what it says, its status, and what it leaves.
 
+#include <linux/capability.h>
+
 #include "tests/examples/sample_world.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
-/// Three volumes side by side in {media}, the third one missing.
-void TwoOfThree(const SampleWorld& world) {
-  world.Media({.volumes = 3});
-  fs::remove_all(world.Path("media/3"));
+std::string Says(const std::string& text) {
+  return "sample-installer: " + text + "\n";
 }
 
-const Installation kTwoOfThree = {.volumes = {"media/1", "media/2"}, .of = 3};
-const std::string kFoundTwo = says::Volumes("3", {"{media/1}", "{media/2}"});
+std::string SaysMissing(const std::string& volume) {
+  return says::Staged() + Says("volume " + volume + " is missing; the installation is incomplete");
+}
 
 std::string Asks(const std::string& volume, const std::string& directory) {
   return "Volume " + volume + " of SAMPLE-1 is expected in: " + directory +
          " (Enter when it is there)\n";
 }
 
-std::string SaysMissing(const std::string& volume) {
-  return "sample-installer: volume " + volume + " is missing; the installation is incomplete\n";
-}
+class SampleInstallerFails : public testing::Test, protected SampleWorld {
+ protected:
+  void Remove(const std::string& name) const { fs::remove_all(Path(name)); }
 
-TEST(SampleInstallerFails, WithStatus3WhenAVolumeDoesNotCome) {
+  /// Three volumes side by side in {media}, the third one missing.
+  void TwoOfThree() const {
+    Media({.volumes = 3});
+    Remove("media/3");
+  }
+
+  void ExpectThirdIsMissing(const std::string& questions, const StartPlan& plan) const {
+    Remove("target");
+    ExpectInstallation("media/1",
+                       {3, says::Volumes("3", {"{media/1}", "{media/2}"}), questions,
+                        says::Missing() + SaysMissing("3")},
+                       {.volumes = {"media/1", "media/2"}, .of = 3}, plan);
+  }
+};
+
+TEST_F(SampleInstallerFails, WithStatus3WhenAVolumeDoesNotCome) {
   const std::string asks = Asks("3", "{media/3}");
-  SampleWorld world;
-  TwoOfThree(world);
+  TwoOfThree();
   for (const auto& [input, questions] :
        {std::pair("", asks), {"\n\n", asks + asks + asks}, {"no line feed", asks}}) {
     SCOPED_TRACE(input);
-    fs::remove_all(world.Path("target"));
-    world.ExpectInstallation(
-        "media/1", {3, kFoundTwo, questions, says::Missing() + says::Staged() + SaysMissing("3")},
-        kTwoOfThree, {.input = input});
+    ExpectThirdIsMissing(questions, {.input = input});
   }
 }
 
-TEST(SampleInstallerFails, WithStatus3WhenAVolumeOfAnOuterSetDoesNotCome) {
+TEST_F(SampleInstallerFails, RatherThanTrustAVariableOfAnotherMedia) {
+  TwoOfThree();
+  Media({.volumes = 3, .tag = "OTHER", .directory = "other"});
+  ExpectThirdIsMissing(Asks("3", "{media/3}"), {.env = {{"KVLAdmInstVolumePath_3", "{other/3}"}}});
+}
+
+TEST_F(SampleInstallerFails, WithStatus3WithoutAVolumeOfAnOuterSet) {
   const std::string first = "media/1/media/1";
-  SampleWorld world;
-  world.Media({.layout = "am"});
-  fs::remove_all(world.Path("media/2"));
-  world.ExpectInstallation(
-      first,
-      {3, says::Volumes("2", {"{media/1/media/1}"}) + says::FoundAm("1", "{media/1}"),
-       Asks("2", "{media/2/media/2}"), says::Staged() + SaysMissing("2")},
-      {.volumes = {first}, .of = 2});
+  Media({.layout = "am"});
+  Remove("media/2");
+  ExpectInstallation(first,
+                     {3, says::Volumes("2", {"{" + first + "}"}) + says::FoundAm("1", "{media/1}"),
+                      Asks("2", "{media/2/media/2}"), SaysMissing("2")},
+                     {.volumes = {first}, .of = 2});
 }
 
-TEST(SampleInstallerFails, WithStatus3WhenOnlyTheMarkerOfAnOuterSetIsAbove) {
-  SampleWorld world;
-  world.Media({.layout = "sibling", .directory = "outer/4"});
-  fs::remove_all(world.Path("outer/4/2"));
-  world.Volume("outer/4").Marker(4, "OUTER");
-  world.ExpectInstallation(
-      "outer/4/1",
-      {3, says::Volumes("2", {"{outer/4/1}"}) + says::FoundAm("4", "{outer/4}"),
-       Asks("2", "{outer/5/2}"), says::Staged() + SaysMissing("2")},
-      {.volumes = {"outer/4/1"}, .of = 2});
+TEST_F(SampleInstallerFails, WithStatus3BelowAMarkerOfAnOuterSet) {
+  Media({.layout = "sibling", .directory = "outer/4"});
+  Remove("outer/4/2");
+  Make("outer/4: 4=OUTER");
+  ExpectInstallation("outer/4/1",
+                     {3, says::Volumes("2", {"{outer/4/1}"}) + says::FoundAm("4", "{outer/4}"),
+                      Asks("2", "{outer/5/2}"), SaysMissing("2")},
+                     {.volumes = {"outer/4/1"}, .of = 2});
 }
 
-TEST(SampleInstallerFails, WithStatus3WhenAVolumeBelongsToAnotherMedia) {
+TEST_F(SampleInstallerFails, WithStatus3WhenAVolumeIsOfAnotherMedia) {
   struct Row {
     std::string layout, first, marker, warning;
   };
   const std::vector<Row> rows = {
-      {"flat", "media", "media/2.txt", says::WrongBeside("2", "OTHER", "SAMPLE-1")},
-      {"sibling", "media/1", "media/2/2.txt",
-       says::Wrong("Volume 2", "OTHER", "{media/2}", "SAMPLE-1")},
-      {"am", "media/1/media/1", "media/2/media/2/2.txt",
+      {"flat", "media", "media", says::WrongBeside("2", "OTHER", "SAMPLE-1")},
+      {"sibling", "media/1", "media/2", says::Wrong("Volume 2", "OTHER", "{media/2}", "SAMPLE-1")},
+      {"am", "media/1/media/1", "media/2/media/2",
        says::Wrong("Volume 2", "OTHER", "{media/2/media/2}", "SAMPLE-1")},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.layout);
-    SampleWorld world;
-    world.Media({.layout = row.layout});
-    world.Directory().Write(row.marker, "MTBDIR=OTHER\n");
-    const Outcome outcome = world.Start(row.first, {"--target", "{target}"});
+    for (const char* name : {"media", "target"}) Remove(name);
+    Media({.layout = row.layout});
+    Make(row.marker + ": 2=OTHER");
+    const Outcome outcome = Start(row.first, {"--target", "{target}"});
     EXPECT_EQ(outcome.status, 3);
-    EXPECT_EQ(outcome.err, world.Text(row.warning + says::Staged() + SaysMissing("2")));
-    EXPECT_EQ(DescribeTree(world.Path("target")), world.TreeOf({.volumes = {row.first}, .of = 2}));
+    EXPECT_EQ(outcome.err, Text(row.warning + SaysMissing("2")));
+    EXPECT_EQ(DescribeTree(Path("target")), TreeOf({.volumes = {row.first}, .of = 2}));
   }
 }
 
-TEST(SampleInstallerFails, RatherThanTrustAnOldVariableOfAnotherMedia) {
-  SampleWorld world;
-  TwoOfThree(world);
-  world.Media({.volumes = 3, .tag = "OTHER", .directory = "other"});
-  world.ExpectInstallation(
-      "media/1",
-      {3, kFoundTwo, Asks("3", "{media/3}"), says::Missing() + says::Staged() + SaysMissing("3")},
-      kTwoOfThree, {.env = {{"KVLAdmInstVolumePath_3", "{other/3}"}}});
-}
-
 /// Two volumes side by side in {media}, of which the second one gets damaged again and again.
-class DamagedWorld : public SampleWorld {
- public:
-  DamagedWorld() {
+class SampleInstallerRefuses : public SampleInstallerFails {
+ protected:
+  SampleInstallerRefuses() {
     Media({.layout = "sibling"});
     fs::copy(Path("media/2"), Path("whole volume 2"), fs::copy_options::recursive);
   }
 
-  /// Claims that volume 1 is installed and volume 2 is refused with these messages; then the volume
-  /// is whole again.
+  /// Claims that volume 1 is installed and volume 2 is refused with these messages and status 4;
+  /// then the volume is whole again.
   void ExpectRefusal(const std::string& messages) const {
     ExpectInstallation("media/1", {4, says::Volumes("2", {"{media/1}", "{media/2}"}), "", messages},
                        {.volumes = {"media/1"}, .of = 2});
-    fs::remove_all(Path("target"));
-    fs::remove_all(Path("media/2"));
+    for (const char* name : {"target", "media/2"}) Remove(name);
     fs::copy(Path("whole volume 2"), Path("media/2"), fs::copy_options::recursive);
   }
 };
 
-TEST(SampleInstallerFails, WithStatus4WhenAVolumeIsDamagedOrHasNoChecksums) {
-  const DamagedWorld world;
+TEST_F(SampleInstallerRefuses, AVolumeThatIsDamagedOrHasNoChecksums) {
   const std::string tool = "media/2/payload/2/bin/sample-tool-2";
   const std::string table = "media/2/payload/2/share/sample suite/volume 2/table.dat";
-  const std::string wrong_tool = "sample-installer: wrong or missing: {" + tool + "}\n";
-  const std::string wrong_table = "sample-installer: wrong or missing: {" + table + "}\n";
-  const std::string damaged = "sample-installer: volume 2 is damaged: {media/2}\n";
+  const std::string list = "media/2/payload/2.cksum";
+  const std::string wrong_tool = Says("wrong or missing: {" + tool + "}");
+  const std::string wrong_table = Says("wrong or missing: {" + table + "}");
+  const std::string damaged = Says("volume 2 is damaged: {media/2}");
 
-  world.Directory().Write(tool, "#!/bin/sh\n");
-  world.ExpectRefusal(wrong_tool + damaged);
+  Directory().Write(tool, "#!/bin/sh\n");
+  ExpectRefusal(wrong_tool + damaged);
 
-  std::string one_bit_changed = ReadFile(world.Path(table));
+  std::string one_bit_changed = ReadFile(Path(table));
   one_bit_changed[one_bit_changed.size() / 2] ^= 1;
-  world.Directory().Write(table, one_bit_changed);
-  world.ExpectRefusal(wrong_table + damaged);
+  Directory().Write(table, one_bit_changed);
+  ExpectRefusal(wrong_table + damaged);
 
-  fs::remove(world.Path(tool));
-  fs::remove(world.Path(table));
-  world.Directory().MakeDir(table);
-  world.ExpectRefusal(wrong_tool + wrong_table + damaged);
+  for (const std::string& name : {tool, table}) Remove(name);
+  Directory().MakeDir(table);
+  ExpectRefusal(wrong_tool + wrong_table + damaged);
 
-  fs::remove(world.Path("media/2/payload/2.cksum"));
-  world.ExpectRefusal(damaged);
-  world.Directory().Write("media/2/payload/2.cksum", "");
-  world.ExpectRefusal(damaged);
+  Remove(list);
+  ExpectRefusal(damaged);
+  Directory().Write(list, "");
+  ExpectRefusal(damaged);
 }
 
-TEST(SampleInstallerFails, WithStatus4WhenAListOfChecksumsLeadsAstray) {
-  const DamagedWorld world;
+TEST_F(SampleInstallerRefuses, AListOfChecksumsThatLeadsAstray) {
   for (const std::string line :
        {"1 2 ../x", "1 2 ./a/../../x", "1 2 ./..", "1 2 /x", "1 2 bin/sample-tool-2", "garbage"}) {
     SCOPED_TRACE(line);
-    world.Directory().Write("media/2/payload/2.cksum", line + "\n");
-    world.ExpectRefusal("sample-installer: not a line of a list of checksums: " + line + "\n");
+    Directory().Write("media/2/payload/2.cksum", line + "\n");
+    ExpectRefusal(Says("not a line of a list of checksums: " + line));
   }
 }
 
-TEST(SampleInstallerFails, WithStatus4WhenAFileIsNotWhatWasCopied) {
-  struct Row {
-    std::string cp, said;
-  };
-  const std::vector<Row> rows = {
+TEST_F(SampleInstallerFails, WithStatus4WhenAFileIsNotWhatWasCopied) {
+  const std::vector<std::pair<std::string, std::string>> rows = {
       {"for last; do :; done; echo cut >\"$last\"",
-       "sample-installer: the copy is damaged: {target/bin/sample-tool-1}\n"},
+       Says("the copy is damaged: {target/bin/sample-tool-1}")},
       {"PATH=/usr/bin:/bin cp \"$@\"; case $3 in *.dat) echo >>\"$TARGET/bin/sample-tool-1\" ;; "
        "esac",
-       "sample-installer: wrong or missing: {target/bin/sample-tool-1}\n"
-       "sample-installer: the installation is damaged\n"},
+       Says("wrong or missing: {target/bin/sample-tool-1}") + Says("the installation is damaged")},
   };
-  SampleWorld world;
-  world.Media();
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.cp);
-    fs::remove_all(world.Path("target"));
-    SetMode(world.Directory().Write("bin/cp", "#!/bin/sh\n" + row.cp + "\n"), 0755);
+  Media();
+  for (const auto& [cp, said] : rows) {
+    SCOPED_TRACE(cp);
+    Remove("target");
+    SetMode(Directory().Write("bin/cp", "#!/bin/sh\n" + cp + "\n"), 0755);
     const Outcome outcome =
-        world.Start("media", {"--target", "{target}"},
-                    {.env = {{"PATH", "{bin}:/usr/bin:/bin"}, {"TARGET", "{target}"}}});
+        Start("media", {"--target", "{target}"},
+              {.env = {{"PATH", "{bin}:/usr/bin:/bin"}, {"TARGET", "{target}"}}});
     EXPECT_EQ(outcome.status, 4);
-    EXPECT_EQ(outcome.err, world.Text(row.said));
-    EXPECT_EQ(ReadFile(world.Path("target/.sample-suite/state")), "incomplete\n");
+    EXPECT_EQ(outcome.err, Text(said));
+    EXPECT_EQ(ReadFile(Path("target/.sample-suite/state")), "incomplete\n");
   }
 }
 
-std::string CannotWriteInto(const std::string& target) {
-  return "sample-installer: cannot write into the target directory: " + target;
-}
-
-TEST(SampleInstallerFails, WithStatus5WhenTheTargetCannotBeADirectory) {
-  SampleWorld world;
-  world.Media();
-  world.Directory().Write("file", "kept");
-  world.Directory().Link("dangling", "nowhere/at/all");
-  const auto before = DescribeTreeExactly(world.Path("."));
+TEST_F(SampleInstallerFails, WithStatus5WhereNoDirectoryCanBeMade) {
+  Media();
+  Directory().Write("file", "kept");
+  Directory().Link("dangling", "nowhere/at/all");
+  const auto before = DescribeTreeExactly(Path("."));
   for (const std::string target : {"{}/file", "{}/file/below", "{}/dangling"}) {
-    const Outcome outcome = world.Start("media", {"--target", target});
-    EXPECT_EQ(outcome.status, 5);
-    EXPECT_EQ(LastLineOf(outcome.err), world.Text(CannotWriteInto(target)));
+    ExpectFailure("media", {"--target", target}, 5, kCannotWriteInto + target);
   }
-  EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
+  EXPECT_EQ(DescribeTreeExactly(Path(".")), before);
 }
 
-TEST(SampleInstallerFails, WithStatus5WithoutThePermissionToWrite) {
-  SampleWorld world;
-  world.Media();
-  SetMode(world.Directory().MakeDir("target"), 0555);
-  const Outcome outcome =
-      world.Start("media", {"--target", "{target}"}, {.before = GiveUpSuperpowers});
-  if (outcome.status == kStillSuper) GTEST_SKIP() << "the superuser keeps its powers here";
-  EXPECT_EQ(outcome.status, 5);
-  EXPECT_EQ(LastLineOf(outcome.err), world.Text(CannotWriteInto("{target}")));
-  EXPECT_THAT(DescribeTree(world.Path("target")), IsEmpty());
+/// So that permissions count even when the superuser runs the tests. False where that is impossible.
+bool GiveUpSuperpowers() {
+  for (const int power : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH}) {
+    if (::prctl(PR_CAPBSET_DROP, power, 0, 0, 0) != 0 && ::geteuid() == 0) return false;
+  }
+  return true;
 }
 
-TEST(SampleInstallerFails, WithStatus6WhenAnInstallationIsThereAlready) {
-  SampleWorld world;
-  world.Media();
-  world.Start("media", {"--target", "{target}"});
+TEST_F(SampleInstallerFails, WithStatus5WithoutThePermissionToWrite) {
+  if (RunIsolated([] { return GiveUpSuperpowers() ? 0 : 1; }).status != 0) {
+    GTEST_SKIP() << "the superuser keeps its powers here";
+  }
+  Media();
+  SetMode(Directory().MakeDir("target"), 0555);
+  ExpectFailure("media", {"--target", "{target}"}, 5, kCannotWriteInto + std::string("{target}"),
+                {.before = GiveUpSuperpowers});
+  EXPECT_THAT(DescribeTree(Path("target")), IsEmpty());
+}
+
+TEST_F(SampleInstallerFails, WithStatus6WhereOneIsInstalledAlready) {
+  Media();
+  Start("media", {"--target", "{target}"});
   for (const std::string state : {"installed", "committed", "incomplete"}) {
-    world.Directory().Write("target/.sample-suite/state", state + "\n");
-    const auto before = DescribeTreeExactly(world.Path("."));
-    ExpectOutcome(
-        world, world.Start("media", {"--target", "{target}"}),
-        {6, FindsInstallerIn("media") + SaysInstalled({.of = 1}),
-         "sample-installer: an installation is there already (" + state + "): {target}\n"});
-    EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
+    Directory().Write("target/.sample-suite/state", state + "\n");
+    const auto before = DescribeTreeExactly(Path("."));
+    Expect("media", {"--target", "{target}"},
+           {6, SaysInstalled({.of = 1}),
+            Says("an installation is there already (" + state + "): {target}")});
+    EXPECT_EQ(DescribeTreeExactly(Path(".")), before);
   }
 }
 
-TEST(SampleInstallerFails, WithStatus6WhenSomethingHasTheNameOfAFileOrDirectory) {
+TEST_F(SampleInstallerFails, WithStatus6WhereSomethingElseHasAName) {
   enum class Kind { kFile, kDanglingLink, kDirectory };
-  SampleWorld world;
-  world.Media();
+  Media();
   for (const auto& [name, kind] : {std::pair("bin/sample-tool-1", Kind::kFile),
                                    {"bin/sample-tool-1", Kind::kDanglingLink},
                                    {"share/sample suite/volume 1/table.dat", Kind::kDirectory},
@@ -234,24 +226,21 @@ TEST(SampleInstallerFails, WithStatus6WhenSomethingHasTheNameOfAFileOrDirectory)
                                    {"share/sample suite", Kind::kDanglingLink}}) {
     const std::string obstacle = std::string("target/") + name;
     SCOPED_TRACE(obstacle);
-    fs::remove_all(world.Path("target"));
-    if (kind == Kind::kFile) world.Directory().Write(obstacle, "kept");
-    if (kind == Kind::kDanglingLink) world.Directory().Link(obstacle, "nowhere");
-    if (kind == Kind::kDirectory) world.Directory().MakeDir(obstacle);
-    const auto before = DescribeTree(world.Path("target"));
-    const Outcome outcome = world.Start("media", {"--target", "{target}"});
-    EXPECT_EQ(outcome.status, 6);
-    EXPECT_EQ(
-        LastLineOf(outcome.err),
-        world.Text("sample-installer: the target has such a file already: {" + obstacle + "}"));
-    EXPECT_EQ(ReadFile(world.Path("target/.sample-suite/state")), "incomplete\n");
+    Remove("target");
+    if (kind == Kind::kFile) Directory().Write(obstacle, "kept");
+    if (kind == Kind::kDanglingLink) Directory().Link(obstacle, "nowhere");
+    if (kind == Kind::kDirectory) Directory().MakeDir(obstacle);
+    const auto before = DescribeTree(Path("target"));
+    ExpectFailure("media", {"--target", "{target}"}, 6,
+                  "the target has such a file already: {" + obstacle + "}");
+    EXPECT_EQ(ReadFile(Path("target/.sample-suite/state")), "incomplete\n");
     // Undoing what was installed leaves the obstacle alone.
-    EXPECT_EQ(world.Start("media", {"-SoftMgt", "-Rollback", "--target", "{target}"}).status, 0);
-    EXPECT_EQ(DescribeTree(world.Path("target")), before);
+    EXPECT_EQ(Start("media", {"-SoftMgt", "-Rollback", "--target", "{target}"}).status, 0);
+    EXPECT_EQ(DescribeTree(Path("target")), before);
   }
 }
 
-TEST(SampleInstallerFails, WithStatus2WhenTheArgumentsMakeNoSense) {
+TEST_F(SampleInstallerFails, WithStatus2WhenTheArgumentsMakeNoSense) {
   const std::string needs_directory = " needs a directory (one that begins with - as ./-...)";
   const std::string action = "Radio_KVLSoftwareMgtCheck?";
   const std::vector<std::pair<std::vector<std::string>, std::string>> rows = {
@@ -272,24 +261,21 @@ TEST(SampleInstallerFails, WithStatus2WhenTheArgumentsMakeNoSense) {
       {{"--target", "{target}", "--var", action + "List=false"},
        "unknown action: " + action + "List=false"},
   };
-  SampleWorld world;
-  world.Media();
-  const auto before = DescribeTreeExactly(world.Path("."));
+  Media();
+  const auto before = DescribeTreeExactly(Path("."));
   for (const auto& [arguments, line] : rows) {
     SCOPED_TRACE(testing::PrintToString(arguments));
-    ExpectOutcome(world, world.Start("media", arguments),
-                  {2, FindsInstallerIn("media"), "sample-installer: " + line + "\n"});
+    Expect("media", arguments, {2, "", Says(line)});
   }
-  EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
+  EXPECT_EQ(DescribeTreeExactly(Path(".")), before);
 }
 
-TEST(SampleInstallerFails, WithStatus2WhenItIsStartedWithoutAMedia) {
-  const SampleWorld world;
+TEST_F(SampleInstallerFails, WithStatus2WhenItIsStartedWithoutAMedia) {
   const Outcome outcome =
-      RunProgram({{SourceFile("examples/sample-installer"), "--target", world.Path("target")},
+      RunProgram({{SourceFile("examples/sample-installer"), "--target", Path("target")},
                   {{"PATH", "/usr/bin:/bin"}}});
-  ExpectOutcome(world, outcome, {2, "", "sample-installer: -CDpath DIR is missing\n"});
-  EXPECT_FALSE(fs::exists(world.Path("target")));
+  ExpectOutcome(outcome, {2, "", Says("-CDpath DIR is missing")});
+  EXPECT_FALSE(fs::exists(Path("target")));
 }
 
 }  // namespace

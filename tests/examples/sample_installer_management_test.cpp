@@ -6,27 +6,6 @@
 namespace kvl::test {
 namespace {
 
-/// A media of one volume in {media}.
-class ManagedWorld : public SampleWorld {
- public:
-  ManagedWorld() { Media(); }
-
-  void Install() const { ASSERT_EQ(Start("media", {"--target", "{target}"}).status, 0); }
-
-  /// Claims the status and both complete streams of an action on {target}; the launcher's own
-  /// messages go without saying.
-  void Expect(const std::string& action, const Outcome& expected) const {
-    SCOPED_TRACE(action);
-    ExpectOutcome(*this, Start("media", {"-SoftMgt", action, "--target", "{target}"}),
-                  {expected.status, FindsInstallerIn("media") + expected.out, expected.err});
-  }
-
-  std::vector<std::string> Target() const { return DescribeTree(Path("target")); }
-  std::vector<std::string> InstalledTree(const std::string& state) const {
-    return TreeOf({.volumes = {"media"}, .state = state});
-  }
-};
-
 std::string Lists(const std::string& media) {
   return media +
          ", in: {target}\n"
@@ -36,125 +15,134 @@ std::string Lists(const std::string& media) {
 }
 
 const std::string kAllRight = "All 3 files are right in: {target}\n";
+const std::string kNothing = "Nothing is installed in: {target}\n";
 
-TEST(SampleInstallerManages, ListAndCheckTellAboutEveryFileAndChangeNothing) {
-  const ManagedWorld world;
-  world.Install();
-  const auto before = DescribeTreeExactly(world.Path("."));
-  world.Expect("-List", {0, Lists("SAMPLE-1, 1 volume(s), installed"), ""});
-  world.Expect("-Check", {0, kAllRight, ""});
-  EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
+/// Actions on {target}.
+class SampleInstallerManages : public testing::Test, protected SampleWorld {
+ protected:
+  /// Installs a media of one volume in {media}.
+  void Install() const {
+    if (!fs::exists(Path("media"))) Media();
+    ASSERT_EQ(Start("media", {"--target", "{target}"}).status, 0);
+  }
+
+  void ExpectAction(const std::string& action, const Outcome& expected,
+                    const std::string& media = "media") const {
+    SCOPED_TRACE(action);
+    Expect(media, {"-SoftMgt", action, "--target", "{target}"}, expected);
+  }
+
+  /// The last of the actions: it leaves nothing.
+  void ExpectRollback() const {
+    ExpectAction("-Rollback", {0, "Removed from: {target}\n"});
+    EXPECT_THAT(Target(), IsEmpty());
+    EXPECT_TRUE(fs::is_directory(Path("target")));
+  }
+
+  std::vector<std::string> Target() const { return DescribeTree(Path("target")); }
+};
+
+TEST_F(SampleInstallerManages, ListAndCheckTellAllAndChangeNothing) {
+  Install();
+  const auto before = DescribeTreeExactly(Path("."));
+  ExpectAction("-List", {0, Lists("SAMPLE-1, 1 volume(s), installed")});
+  ExpectAction("-Check", {0, kAllRight});
+  EXPECT_EQ(DescribeTreeExactly(Path(".")), before);
 }
 
-TEST(SampleInstallerManages, CommitChecksAndIsFinal) {
-  const ManagedWorld world;
-  world.Install();
-  const std::string committed = kAllRight + "Final from now on: {target}\n";
-  world.Expect("-Commit", {0, committed, ""});
-  EXPECT_EQ(world.Target(), world.InstalledTree("committed"));
-  world.Expect("-List", {0, Lists("SAMPLE-1, 1 volume(s), committed"), ""});
-  world.Expect("-Check", {0, kAllRight, ""});
-  world.Expect("-Commit", {0, committed, ""});
-  world.Expect("-Rollback", {7, "", "sample-installer: committed, cannot be undone: {target}\n"});
-  EXPECT_EQ(world.Target(), world.InstalledTree("committed"));
+TEST_F(SampleInstallerManages, CommitChecksAndIsFinal) {
+  Install();
+  const Outcome committed = {0, kAllRight + "Final from now on: {target}\n"};
+  ExpectAction("-Commit", committed);
+  const auto left = TreeOf({.volumes = {"media"}, .state = "committed"});
+  EXPECT_EQ(Target(), left);
+  ExpectAction("-List", {0, Lists("SAMPLE-1, 1 volume(s), committed")});
+  ExpectAction("-Check", {0, kAllRight});
+  ExpectAction("-Commit", committed);
+  ExpectAction("-Rollback", {7, "", "sample-installer: committed, cannot be undone: {target}\n"});
+  EXPECT_EQ(Target(), left);
 }
 
-TEST(SampleInstallerManages, RollbackRemovesAllThatWasInstalled) {
-  const ManagedWorld world;
-  world.Install();
-  world.Expect("-Rollback", {0, "Removed from: {target}\n", ""});
-  EXPECT_THAT(world.Target(), IsEmpty());
-  EXPECT_TRUE(fs::is_directory(world.Path("target")));
-  world.Expect("-List", {0, "Nothing is installed in: {target}\n", ""});
-  world.Install();
-  EXPECT_EQ(world.Target(), world.InstalledTree("installed"));
+TEST_F(SampleInstallerManages, RollbackRemovesAllThatWasInstalled) {
+  Install();
+  ExpectRollback();
+  ExpectAction("-List", {0, kNothing});
+  Install();
+  EXPECT_EQ(Target(), TreeOf({.volumes = {"media"}}));
 }
 
-TEST(SampleInstallerManages, RollbackLeavesWhatSomebodyElsePutThere) {
-  const ManagedWorld world;
-  world.Install();
-  world.Directory().Write("target/share/sample suite/other", "kept");
-  world.Directory().Link("target/bin/link", "sample-tool-1");
-  world.Expect("-Rollback", {0, "Removed from: {target}\n", ""});
-  EXPECT_THAT(world.Target(),
+TEST_F(SampleInstallerManages, RollbackLeavesWhatOthersPutThere) {
+  Install();
+  Directory().Write("target/share/sample suite/other", "kept");
+  Directory().Link("target/bin/link", "sample-tool-1");
+  ExpectAction("-Rollback", {0, "Removed from: {target}\n"});
+  EXPECT_THAT(Target(),
               ElementsAre("d 755 bin", "d 755 share", "d 755 share/sample suite",
                           "f 644 share/sample suite/other = kept", "l bin/link -> sample-tool-1"));
 }
 
-TEST(SampleInstallerManages, RollbackThatCannotRemoveAFileEndsWithStatus5AndCanBeRepeated) {
-  const ManagedWorld world;
-  world.Install();
-  fs::remove(world.Path("target/bin/sample-tool-1"));
-  world.Directory().MakeDir("target/bin/sample-tool-1/of somebody else");
-  const std::vector<std::string> again = {"-SoftMgt", "-Rollback", "--target", "{target}"};
-  const Outcome outcome = world.Start("media", again);
-  EXPECT_EQ(outcome.status, 5);
-  EXPECT_EQ(LastLineOf(outcome.err),
-            world.Text("sample-installer: cannot write into the target directory: {target}"));
-  EXPECT_TRUE(fs::exists(world.Path("target/.sample-suite/files")));
-  fs::remove_all(world.Path("target/bin/sample-tool-1"));
-  world.Expect("-Rollback", {0, "Removed from: {target}\n", ""});
-  EXPECT_THAT(world.Target(), IsEmpty());
+TEST_F(SampleInstallerManages, RollbackThatFailsCanBeRepeated) {
+  Install();
+  fs::remove(Path("target/bin/sample-tool-1"));
+  Directory().MakeDir("target/bin/sample-tool-1/of somebody else");
+  ExpectFailure("media", {"-SoftMgt", "-Rollback", "--target", "{target}"}, 5,
+                kCannotWriteInto + std::string("{target}"));
+  EXPECT_TRUE(fs::exists(Path("target/.sample-suite/files")));
+  fs::remove_all(Path("target/bin/sample-tool-1"));
+  ExpectRollback();
 }
 
-TEST(SampleInstallerManages, WhereNothingIsInstalledOnlyListIsNoError) {
-  const ManagedWorld world;
-  world.Expect("-List", {0, "Nothing is installed in: {target}\n", ""});
+TEST_F(SampleInstallerManages, WhereNothingIsOnlyListIsNoError) {
+  Media();
+  ExpectAction("-List", {0, kNothing});
   for (const char* action : {"-Check", "-Commit", "-Rollback"}) {
-    world.Expect(action, {7, "", "sample-installer: nothing is installed in: {target}\n"});
+    ExpectAction(action, {7, "", "sample-installer: nothing is installed in: {target}\n"});
   }
-  EXPECT_FALSE(fs::exists(world.Path("target")));
+  EXPECT_FALSE(fs::exists(Path("target")));
 }
 
-TEST(SampleInstallerManages, ADamagedInstallationIsNeitherRightNorCommitted) {
-  const ManagedWorld world;
-  world.Install();
-  world.Directory().Write("target/bin/sample-tool-1", "changed");
-  fs::remove(world.Path("target/share/sample suite/volume 1/table.dat"));
-  const std::string damaged =
-      "sample-installer: wrong or missing: {target/bin/sample-tool-1}\n"
-      "sample-installer: wrong or missing: "
-      "{target/share/sample suite/volume 1/table.dat}\n"
-      "sample-installer: damaged: {target}\n";
-  world.Expect("-Check", {4, "", damaged});
-  world.Expect("-Commit", {4, "", damaged});
-  EXPECT_EQ(ReadFile(world.Path("target/.sample-suite/state")), "installed\n");
-  world.Expect("-Rollback", {0, "Removed from: {target}\n", ""});
-  EXPECT_THAT(world.Target(), IsEmpty());
+TEST_F(SampleInstallerManages, ADamagedOneIsNeitherRightNorFinal) {
+  Install();
+  Directory().Write("target/bin/sample-tool-1", "changed");
+  fs::remove(Path("target/share/sample suite/volume 1/table.dat"));
+  for (const char* action : {"-Check", "-Commit"}) {
+    ExpectAction(
+        action,
+        {4, "",
+         "sample-installer: wrong or missing: {target/bin/sample-tool-1}\n"
+         "sample-installer: wrong or missing: {target/share/sample suite/volume 1/table.dat}\n"
+         "sample-installer: damaged: {target}\n"});
+  }
+  EXPECT_EQ(ReadFile(Path("target/.sample-suite/state")), "installed\n");
+  ExpectRollback();
 }
 
-TEST(SampleInstallerManages, AnIncompleteInstallationCanBeListedAndUndoneOnly) {
-  const ManagedWorld world;
-  world.Media({.volumes = 3, .directory = "three"});
-  fs::remove_all(world.Path("three/2"));
-  ASSERT_EQ(world.Start("three/1", {"--target", "{target}"}).status, 3);
-  const std::string incomplete = "sample-installer: incomplete: {target}\n";
-  world.Expect("-List", {0, Lists("SAMPLE-1, 3 volume(s), incomplete"), ""});
-  world.Expect("-Check", {7, "", incomplete});
-  world.Expect("-Commit", {7, "", incomplete});
-  world.Expect("-Rollback", {0, "Removed from: {target}\n", ""});
-  EXPECT_THAT(world.Target(), IsEmpty());
+TEST_F(SampleInstallerManages, AnIncompleteOneIsListedOrUndoneOnly) {
+  Media();
+  Media({.volumes = 3, .directory = "three"});
+  fs::remove_all(Path("three/2"));
+  ASSERT_EQ(Start("three/1", {"--target", "{target}"}).status, 3);
+  ExpectAction("-List", {0, Lists("SAMPLE-1, 3 volume(s), incomplete")});
+  for (const char* action : {"-Check", "-Commit"}) {
+    ExpectAction(action, {7, "", "sample-installer: incomplete: {target}\n"});
+  }
+  ExpectRollback();
 }
 
-TEST(SampleInstallerManages, TheDirectoryTwoLevelsAboveTheMediaWithoutATarget) {
-  SampleWorld world;
-  world.Media({.layout = "sibling", .directory = "the suite/media"});
-  ASSERT_EQ(world.Start("the suite/media/1", {"--target", "{the suite}"}).status, 0);
-  const Outcome outcome = world.Start("the suite/media/1", {"-SoftMgt", "-Check"});
-  ExpectOutcome(
-      world, outcome,
-      {0, FindsInstallerIn("the suite/media/1") + "All 6 files are right in: {the suite}\n", ""});
+TEST_F(SampleInstallerManages, WithoutATargetTwoLevelsAboveTheMedia) {
+  Media({.layout = "sibling", .directory = "the suite/media"});
+  ASSERT_EQ(Start("the suite/media/1", {"--target", "{the suite}"}).status, 0);
+  Expect("the suite/media/1", {"-SoftMgt", "-Check"},
+         {0, "All 6 files are right in: {the suite}\n"});
 }
 
-TEST(SampleInstallerManages, WithoutLookingForVolumesAndWithoutStaging) {
-  SampleWorld world;
-  world.Media({.volumes = 3});
-  fs::remove_all(world.Path("media/2"));
-  const auto all = DescribeTree(world.Path(".")), media = DescribeTreeExactly(world.Path("media"));
-  ExpectOutcome(world, world.Start("media/1", {"-SoftMgt", "-List", "--target", "{target}"}),
-                {0, FindsInstallerIn("media/1") + "Nothing is installed in: {target}\n", ""});
-  EXPECT_EQ(DescribeTree(world.Path(".")), all);
-  EXPECT_EQ(DescribeTreeExactly(world.Path("media")), media);
+TEST_F(SampleInstallerManages, WithoutTheSearchAndWithoutStaging) {
+  Media({.volumes = 3});
+  fs::remove_all(Path("media/2"));
+  const auto all = DescribeTree(Path(".")), media = DescribeTreeExactly(Path("media"));
+  ExpectAction("-List", {0, kNothing}, "media/1");
+  EXPECT_EQ(DescribeTree(Path(".")), all);
+  EXPECT_EQ(DescribeTreeExactly(Path("media")), media);
 }
 
 }  // namespace

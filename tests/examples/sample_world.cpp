@@ -1,7 +1,5 @@
 #include "tests/examples/sample_world.h"
 
-#include <linux/capability.h>
-
 #include "tests/support/test.h"
 
 namespace kvl::test {
@@ -11,6 +9,13 @@ constexpr char kPath[] = "/usr/bin:/bin";
 
 std::string CountOf(const Installation& installation) {
   return std::to_string(std::max(installation.of, installation.volumes.size())) + " volume(s)";
+}
+
+/// Without the line feed at its end.
+std::string LastLineOf(const std::string& text) {
+  if (!text.ends_with('\n')) return "(no line feed at the end of: " + text + ")";
+  const std::string lines = text.substr(0, text.size() - 1);
+  return lines.substr(lines.rfind('\n') + 1);
 }
 
 }  // namespace
@@ -33,10 +38,6 @@ void SampleWorld::Media(const MediaPlan& plan) const {
       throw std::runtime_error("cannot make a media: " + outcome.err);
     }
   }
-}
-
-void SampleWorld::MediaWithFakeLauncher(const std::string& directory) const {
-  Media({.directory = directory, .launcher = BuiltProgram("fake_installer")});
 }
 
 Outcome SampleWorld::Start(const std::string& first_volume,
@@ -80,17 +81,27 @@ std::string SampleWorld::WithoutStaging(std::string text) const {
 
 void SampleWorld::ExpectInstallation(const std::string& first_volume, const Told& told,
                                      const Installation& left, const StartPlan& plan) const {
-  ExpectOutcome(
-      *this, Start(first_volume, {"--target", "{target}"}, plan),
-      {told.status, FindsInstallerIn(first_volume) + told.search + SaysInstalled(left) + told.asked,
-       told.err});
+  Expect(first_volume, {"--target", "{target}"},
+         {told.status, told.search + SaysInstalled(left) + told.asked, told.err}, plan);
   EXPECT_EQ(DescribeTree(Path("target")), TreeOf(left));
 }
 
-void ExpectOutcome(const SampleWorld& world, const Outcome& seen, const Outcome& expected) {
-  EXPECT_EQ(seen.status, expected.status);
-  EXPECT_EQ(seen.out, world.Text(expected.out));
-  EXPECT_EQ(seen.err, world.Text(expected.err));
+void SampleWorld::Expect(const std::string& first_volume, const std::vector<std::string>& arguments,
+                         const Outcome& expected, const StartPlan& plan) const {
+  ExpectOutcome(Start(first_volume, arguments, plan),
+                {expected.status, FindsInstallerIn(first_volume) + expected.out, expected.err});
+}
+
+void SampleWorld::ExpectFailure(const std::string& first_volume,
+                                const std::vector<std::string>& arguments, int status,
+                                const std::string& last_line, const StartPlan& plan) const {
+  const Outcome outcome = Start(first_volume, arguments, plan);
+  EXPECT_EQ(outcome.status, status);
+  EXPECT_EQ(LastLineOf(outcome.err), Text("sample-installer: " + last_line));
+}
+
+void SampleWorld::ExpectOutcome(const Outcome& seen, const Outcome& expected) const {
+  EXPECT_EQ(seen, (Outcome{expected.status, Text(expected.out), Text(expected.err)}));
 }
 
 std::string FindsInstallerIn(const std::string& first_volume) {
@@ -108,18 +119,6 @@ std::string SaysInstalled(const Installation& installation) {
   }
   if (installation.state != "installed") return text;
   return text + "Installed " + std::to_string(3 * volumes) + " files. Everything is in place.\n";
-}
-
-void GiveUpSuperpowers() {
-  for (const int power : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH}) {
-    if (::prctl(PR_CAPBSET_DROP, power, 0, 0, 0) != 0 && ::geteuid() == 0) ::_exit(kStillSuper);
-  }
-}
-
-std::string LastLineOf(const std::string& text) {
-  if (!text.ends_with('\n')) return "(no line feed at the end of: " + text + ")";
-  const std::string lines = text.substr(0, text.size() - 1);
-  return lines.substr(lines.rfind('\n') + 1);
 }
 
 }  // namespace kvl::test

@@ -2,13 +2,13 @@
 // what examples/sample-installer makes of them when the built launcher starts it through their start
 // scripts.
 //
-// {tmp} is TMPDIR. All texts given to it are as in MediaWorld, but {staging} is of no use here, see WithoutStaging.
+// {tmp} is TMPDIR. All texts given to it are as in MediaWorld, but {staging} is of no use here, see
+// WithoutStaging.
 #pragma once
 
 #include "tests/support/media_world.h"
 #include "tests/support/messages.h"
 #include "tests/support/outcome.h"
-#include "tests/support/scoped_umask.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
@@ -45,21 +45,23 @@ struct Told {
   std::string err = {};
 };
 
-/// New files in it have the modes 644 and 755, whoever runs the tests, and all programs are started
-/// with the same umask.
-class SampleWorld : private ScopedUmask, public MediaWorld {
+class SampleWorld : public MediaWorld {
  public:
-  SampleWorld() : ScopedUmask(022) {}
-
   /// Makes a media; trouble with it is an exception.
   void Media(const MediaPlan& plan = {}) const;
-  /// Makes a media with the fake installer in place of the launcher, to see what that is given.
-  void MediaWithFakeLauncher(const std::string& directory = "media") const;
 
   /// Runs StartTUI.sh of the media whose first volume lies in that directory; the working directory
   /// is the world's own.
   Outcome Start(const std::string& first_volume, const std::vector<std::string>& arguments,
                 const StartPlan& plan = {}) const;
+  /// The same, and claims the status and both complete streams; that the launcher finds its installer
+  /// goes without saying.
+  void Expect(const std::string& first_volume, const std::vector<std::string>& arguments,
+              const Outcome& expected, const StartPlan& plan = {}) const;
+  /// The same, but of the streams only what the last line of standard error says.
+  void ExpectFailure(const std::string& first_volume, const std::vector<std::string>& arguments,
+                     int status, const std::string& last_line, const StartPlan& plan = {}) const;
+  void ExpectOutcome(const Outcome& seen, const Outcome& expected) const;
 
   /// The whole tree that the target of such an installation is to hold, see DescribeTree.
   std::vector<std::string> TreeOf(const Installation& installation) const;
@@ -72,9 +74,6 @@ class SampleWorld : private ScopedUmask, public MediaWorld {
   std::string WithoutStaging(std::string text) const;
 };
 
-/// The status and both complete streams; `expected` holds texts as in MediaWorld.
-void ExpectOutcome(const SampleWorld& world, const Outcome& seen, const Outcome& expected);
-
 /// The launcher's messages about the installer of a media whose first volume lies in that
 /// directory.
 std::string FindsInstallerIn(const std::string& first_volume);
@@ -82,12 +81,7 @@ std::string FindsInstallerIn(const std::string& first_volume);
 /// What the installer says of an installation, its questions left out.
 std::string SaysInstalled(const Installation& installation);
 
-/// To be called before a program that is to ask for permissions even when the superuser runs the
-/// tests. Where that is impossible, the program is not started and the status is kStillSuper.
-void GiveUpSuperpowers();
-constexpr int kStillSuper = 99;
-
-/// The last line of a text that ends in a line feed, without it.
-std::string LastLineOf(const std::string& text);
+/// The last line of what the installer says of a target where it cannot write, but for the target.
+constexpr char kCannotWriteInto[] = "cannot write into the target directory: ";
 
 }  // namespace kvl::test
