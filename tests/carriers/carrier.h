@@ -8,14 +8,12 @@ namespace kvl::test {
 
 struct Carrier {
   std::string name;
-  /// Programs that it takes, by their names.
-  std::vector<std::string> tools = {};
-  /// Puts {set} on it.
-  std::function<void(const CarrierWorld&)> make = {};
-  /// Mounts it on {carrier}, within RunWithOwnMounts. Throws where that is impossible.
-  std::function<void(const CarrierWorld&)> mount = {};
-  /// Makes {carrier} without a mount.
-  std::function<void(const CarrierWorld&)> unpack = {};
+  // Commands for CarrierWorld::RunTool.
+  std::vector<std::string> make = {};    ///< puts {set} on it, into {images/set}; may be empty
+  std::vector<std::string> mount = {};   ///< mounts it on {carrier}; empty where there is no mount
+  std::vector<std::string> unpack = {};  ///< makes {carrier} without a mount; may be empty
+
+  friend void PrintTo(const Carrier& carrier, std::ostream* stream) { *stream << carrier.name; }
 };
 
 /// ISO 9660 with Rock Ridge, as for a disc: owner root, nothing may be written.
@@ -26,23 +24,18 @@ Carrier ReadOnlyMount();
 /// Directories of mode 555, files of mode 444, programs of mode 555.
 Carrier ReadOnlyModes();
 
-/// For the messages of the tests' framework.
-void PrintTo(const Carrier& carrier, std::ostream* stream);
-
-/// The first tool that is missing, as a reason to skip a test; empty when all are there.
-std::string WhyNoTools(const std::vector<std::string>& tools);
+/// The first program of its commands that is missing, as a reason to skip a test; empty when all
+/// are there.
+std::string WhyNoTools(const Carrier& carrier);
 /// Why it cannot be mounted here: the system's own words for an attempt. Empty when it can.
 std::string WhyNoMountOf(const Carrier& carrier, const CarrierWorld& world);
 
-/// Puts {set} on the carrier: an image is in {images} then.
+/// Puts {set} on the carrier.
 void PutOn(const Carrier& carrier, const CarrierWorld& world);
 
-/// Does so, and calls `action` while it can be read in {carrier}: mounted where that is possible, else
-/// unpacked. The test's property "carrier" tells which.
+/// Does so, and calls `action` while it can be read in {carrier}: mounted where that is possible,
+/// else unpacked. The test's property "carrier" tells which.
 void WithCarrier(const Carrier& carrier, const CarrierWorld& world,
                  const std::function<void()>& action);
-
-/// A tree as DescribeTree gives it, without the modes.
-std::vector<std::string> TreeWithoutModes(const std::string& directory);
 
 }  // namespace kvl::test

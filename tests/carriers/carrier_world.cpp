@@ -1,6 +1,7 @@
 #include "tests/carriers/carrier_world.h"
 
-#include "tests/conditions/ordinary_user.h"
+#include "tests/conditions/worlds.h"
+#include "tests/insio/surroundings.h"
 #include "tests/support/system_faults.h"
 #include "tests/support/test.h"
 
@@ -12,24 +13,23 @@ void CarrierWorld::Make(const std::string& directory,
     Directory().MakeDir("programs");
     fs::copy_file(BuiltProgram("fake_installer"), Path("programs/installer"));
   }
-  std::vector<std::string> command = {BuiltProgram("kvl-media"),
-                                      "make",
-                                      "--tag",
-                                      "SET-A",
-                                      "--installer",
-                                      "{programs/installer}",
-                                      "--launcher",
-                                      BuiltProgram("kvl-launcher")};
+  std::vector<std::string> command = {BuiltProgram("kvl-media"), "make"};
+  command.insert(command.end(), {"--tag", "SET-A", "--installer", "{programs/installer}"});
+  command.insert(command.end(), {"--launcher", BuiltProgram("kvl-launcher")});
   command.insert(command.end(), options.begin(), options.end());
   command.insert(command.end(), {"{payload}", "{}/" + directory});
   RunTool(command);
 }
 
-void CarrierWorld::MakeSet(const std::string& layout) const {
+void CarrierWorld::MakeSet(int volumes, const std::string& layout) const {
   for (const char* name : {"payload/1/a", "payload/2/b", "payload/3/c d/e"}) {
     Directory().Write(name, name);
   }
   Make("set", {"--presorted", "--layout", layout});
+  if (volumes == 3) return;
+  for (const char* piece : {"set/3", "set/3.txt", "set/payload/3", "set/payload/3.cksum"}) {
+    fs::remove_all(Path(piece));
+  }
 }
 
 void CarrierWorld::RunTool(const std::vector<std::string>& command) const {
@@ -46,7 +46,7 @@ LaunchPlan CarrierWorld::StartOf(const std::string& script, LaunchPlan plan) con
   plan.command = {script};
   plan.without = {"CurrentMediaDir", "KVL_OS", "KVL_Installer_EXE"};
   plan.directory = Path(".");
-  if (ordinary_user_) plan.before = [this] { BecomeOrdinaryUser(*this); };
+  if (ordinary_user_) plan.before = [this] { EnterAsOrdinaryUser(Directory()); };
   return plan;
 }
 
@@ -80,29 +80,21 @@ void TakeAwayTheScript(LaunchSeen& seen, const std::string& media) {
   for (const char* of_shell : {"PWD", "OLDPWD", "SHLVL", "_"}) seen.child.env.erase(of_shell);
 }
 
-ExpectedRun StagedFromCarrier() {
-  ExpectedRun run;
-  run.out = SaysFoundIn(kFirst) +
-            " INFO: This media is composed of 3 volumes.\n"
-            "       Volume 1 found in: {carrier/1}\n"
-            "       Volume 2 found in: {carrier/2}\n";
-  run.err = std::string(kMissingVolumes) + kStagedWarning;
-  run.arguments = StartedFrom("{staging}");
-  run.env = {.media = "{staging}",
-             .original = kFirst,
-             .found = {{"KVLAdmInstVolumesCount", "3"}, {"KVLAdmInstMTBDIR", "SET-A"}}};
-  return run;
+ExpectedRun InPlaceFromCarrier() {
+  return {.out = SaysFoundIn(kFirst) + says::Volumes("3", {kFirst, "{carrier/2}", "{carrier/3}"}),
+          .arguments = StartedFrom(kFirst),
+          .env = {.media = kFirst,
+                  .found = {{"KVLAdmInstVolumesCount", "3"},
+                            {"KVLAdmInstMTBDIR", "SET-A"},
+                            {"KVLAdmInstVolumePath_2", "{carrier/2}"},
+                            {"KVLAdmInstVolumePath_3", "{carrier/3}"}}}};
 }
 
-ExpectedRun InPlaceFromCarrier() {
-  ExpectedRun run = StagedFromCarrier();
-  run.out += "       Volume 3 found in: {carrier/3}\n";
-  run.err = "";
-  run.arguments = StartedFrom(kFirst);
-  run.env.media = kFirst;
-  run.env.original = "";
-  run.env.found["KVLAdmInstVolumePath_2"] = "{carrier/2}";
-  run.env.found["KVLAdmInstVolumePath_3"] = "{carrier/3}";
+ExpectedRun StagedFromCarrier() {
+  ExpectedRun run = Staged();
+  run.out = SaysFoundIn(kFirst) + says::Volumes("3", {kFirst, "{carrier/2}"});
+  run.env.original = kFirst;
+  run.left = {};
   return run;
 }
 

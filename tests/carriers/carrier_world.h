@@ -19,8 +19,8 @@ class CarrierWorld : public LaunchWorld {
 
   /// Makes a media in that directory; `options` are further ones for "kvl-media make".
   void Make(const std::string& directory, const std::vector<std::string>& options = {}) const;
-  /// Makes the media in {set}, of three volumes, in that layout.
-  void MakeSet(const std::string& layout = "sibling") const;
+  /// Makes the media in {set}, in that layout: all three volumes, or the first two.
+  void MakeSet(int volumes, const std::string& layout = "sibling") const;
 
   /// Runs a program that has to succeed, with texts as in MediaWorld; its working directory is the
   /// world's own. Its streams are only for the exception when it fails.

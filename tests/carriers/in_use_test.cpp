@@ -20,7 +20,7 @@ std::vector<std::string> WhatIsInserted(const CarrierWorld& world) {
 class MediaInUse : public testing::TestWithParam<Carrier> {
  protected:
   void SetUp() override {
-    for (const std::string& why : {WhyNoTools(GetParam().tools), WhyNoOwnMounts()}) {
+    for (const std::string& why : {WhyNoTools(GetParam()), WhyNoOwnMounts()}) {
       if (!why.empty()) GTEST_SKIP() << why;
     }
   }
@@ -29,21 +29,20 @@ class MediaInUse : public testing::TestWithParam<Carrier> {
   /// that it is done and ends with 7. Only from a staged copy it can.
   static void ExpectRunsAndUnmounts(bool volume_is_missing) {
     ForAllStarters([&](CarrierWorld& world) {
-      world.MakeSet();
-      if (volume_is_missing) fs::remove_all(world.Path("set/3"));
+      world.MakeSet(volume_is_missing ? 2 : 3);
       PutOn(GetParam(), world);
       if (const std::string why = WhyNoMountOf(GetParam(), world); !why.empty()) {
         GTEST_SKIP() << why;
       }
       const std::vector<std::string> before = WhatIsInserted(world);
       RunWithOwnMounts([&] {
-        GetParam().mount(world);
+        world.RunTool(GetParam().mount);
         ExpectedRun expected = volume_is_missing ? StagedFromCarrier() : InPlaceFromCarrier();
         expected.status = 7;
         expected.out += kDone;
         const LaunchSeen seen = StartAndUnmount(world, volume_is_missing ? 0 : EBUSY);
         if (volume_is_missing) {
-          GetParam().mount(world);
+          world.RunTool(GetParam().mount);
           expected.left.exactly = StagedCopyOf(world, kFirst);
         }
         world.Expect(seen, expected);

@@ -12,8 +12,7 @@ constexpr char kBin[] = "inst/linux/code/bin";
 /// In {carrier/1} the first of three volumes, the third of which is missing; in {update} a media of
 /// one volume, whose programs have the same names; one of them is another program.
 void MakeMediaAndUpdate(const CarrierWorld& world) {
-  world.MakeSet();
-  fs::remove_all(world.Path("set/3"));
+  world.MakeSet(2);
   fs::rename(world.Path("set"), world.Path("carrier"));
   world.Make("update", {"--launcher", BuiltProgram("fake_installer")});
 }
@@ -22,18 +21,11 @@ const LaunchPlan kPlan = {.arguments = {"-installerPath", "{update}"},
                           .env = {{"KVL_UseExternalInstaller", "1"}, {"FAKE_EXIT", "7"}}};
 
 ExpectedRun ExpectedUpdate() {
-  const std::string installer = InstallerOf(kFirst), external = InstallerOf("{update}");
-  ExpectedRun run = StagedFromCarrier();
-  run.status = 7;
-  run.out = " INFO: " + installer + "\n INFO: Installer found in the current media, \"" +
-            installer +
-            "\" but do not use it because of KVL_UseExternalInstaller env var.\n"
-            " INFO: Argument \"-installerPath\" found and its value is \"{update}\".\n"
-            " INFO: Installer executable \"" +
-            InstallerOf("{update}/1") +
-            "\" does not exist, trying without sub dir \"1\"\n"
-            " INFO: Installer Media: \"" +
-            external + "\"\n" + run.out.substr(SaysFoundIn(kFirst).size());
+  ExpectedRun run = StagedFromCarrier().Ends(7);
+  run.out = says::PassedOver(InstallerOf(kFirst)) + says::ArgumentNames("{update}") +
+            says::NotBelowOne(InstallerOf("{update}/1")) +
+            says::InstallerMedia(InstallerOf("{update}")) +
+            run.out.substr(SaysFoundIn(kFirst).size());
   run.env.external = "{update}/inst/";
   return run;
 }

@@ -26,10 +26,7 @@ TEST(DeletedDirectory, HoldsNoRelativeMedia) {
   LaunchWorld world;
   world.OneVolume();
   ExpectRun(world, world.Launch("1", InDeletedDirectory(world, {{"CurrentMediaDir", "1"}})),
-            {.status = 1,
-             .out = SaysNoneIn("1"),
-             .err = "ERROR: The installer is not found, please read the file "
-                    "\"ReadMe_UNIX.txt\".\n"});
+            {.status = 1, .out = SaysNoneIn("1"), .err = says::NoInstaller()});
 }
 
 /// Every signal that can be blocked.
@@ -43,15 +40,14 @@ std::vector<int> AllSignals() {
 
 /// What is pending stays with the launcher, which ends before it could be delivered.
 TEST(Signals, ThatAreBlockedAndPendingChangeNothing) {
-  InPlaceAndStaged([](LaunchWorld& world, ExpectedRun expected) {
-    const LaunchSeen seen = world.Run({.env = {{"FAKE_EXIT", "7"}}, .before = [] {
-                                         sigset_t all;
-                                         ::sigfillset(&all);
-                                         ::sigprocmask(SIG_SETMASK, &all, nullptr);
-                                         for (const int signal : AllSignals()) ::raise(signal);
-                                       }});
-    expected.status = 7;
-    ExpectRun(world, seen, expected);
+  InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& expected) {
+    const LaunchPlan plan = {.env = {{"FAKE_EXIT", "7"}}, .before = [] {
+                               sigset_t all;
+                               ::sigfillset(&all);
+                               ::sigprocmask(SIG_SETMASK, &all, nullptr);
+                               for (const int signal : AllSignals()) ::raise(signal);
+                             }};
+    const LaunchSeen seen = world.Expect(expected.Ends(7), plan);
     std::string blocked;
     for (const int signal : AllSignals()) blocked += std::to_string(signal) + " ";
     EXPECT_EQ(seen.child.facts.at("blocked"), blocked);
@@ -60,15 +56,10 @@ TEST(Signals, ThatAreBlockedAndPendingChangeNothing) {
 
 TEST(Signals, ThatAreAllIgnoredStaySoForAStagedInstaller) {
   LaunchWorld world;
-  world.VolumeMissing();
-  const LaunchSeen seen = world.Run({.env = {{"FAKE_EXIT", "7"}}, .before = [] {
-                                       for (const int signal : AllSignals()) {
-                                         ::signal(signal, SIG_IGN);
-                                       }
-                                     }});
-  ExpectedRun expected = Staged();
-  expected.status = 7;
-  ExpectRun(world, seen, expected);
+  const LaunchPlan plan = {.env = {{"FAKE_EXIT", "7"}}, .before = [] {
+                             for (const int signal : AllSignals()) ::signal(signal, SIG_IGN);
+                           }};
+  const LaunchSeen seen = world.VolumeMissing().Expect(Staged().Ends(7), plan);
   for (const char* name : {"SIGPIPE", "SIGXFSZ", "SIGCHLD", "SIGINT", "SIGQUIT"}) {
     EXPECT_EQ(seen.child.facts.at(name), "ignored") << name;
   }

@@ -1,7 +1,6 @@
 // Whole runs within the limits that the system sets to a process: the run is as it is without them,
 // or it ends as stated, and the installer is never started on a copy that is not whole.
 
-#include "tests/conditions/ordinary_user.h"
 #include "tests/conditions/staging_model.h"
 #include "tests/conditions/worlds.h"
 #include "tests/support/sanitized.h"
@@ -91,22 +90,19 @@ TEST(Limits, OnTheSizeOfFilesEndTheStagingAtTheFirstThatIsLonger) {
 }
 
 TEST(Limits, OnProcessesLeaveNoneForTheInstaller) {
-  InPlaceAndStaged([](LaunchWorld& world, ExpectedRun expected) {
+  InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& expected) {
     if (const std::string why = WhyNoOrdinaryUser(world); !why.empty()) GTEST_SKIP() << why;
     const FakeUser ordinary(65534);  // for what is expected: the limit does not bind the superuser
     for (const bool limited : {false, true}) {
       LaunchPlan plan = {.before = [&] {
-        BecomeOrdinaryUser(world);
+        EnterAsOrdinaryUser(world.Directory());
         if (limited) SetLimit(RLIMIT_NPROC, 0);
       }};
       // A sanitizer looks for leaks in one more process.
       plan.env = {{"ASAN_OPTIONS", "detect_leaks=0"}};
-      if (limited) {
-        expected.status = 255;
-        expected.err += SaysCannotCreate(CommandOf(expected.arguments));
-        expected.arguments = {};
-      }
-      ExpectRun(world, world.Run(plan), expected);
+      ExpectedRun fails = expected.Ends(255).But([](auto& run) { run.arguments = {}; });
+      fails.err += SaysCannotCreate(CommandOf(expected.arguments));
+      world.Expect(limited ? fails : expected, plan);
       world.EmptyTmp();
     }
   });
@@ -120,8 +116,7 @@ bool IsAsEver(LaunchWorld& world, __rlimit_resource resource, long limit) {
                                        SetLimit(RLIMIT_CORE, 0);
                                        SetLimit(resource, limit);
                                      }});
-  ExpectedRun expected = Staged();
-  expected.status = 7;
+  const ExpectedRun expected = Staged().Ends(7);
   if (seen.status == expected.status) {
     ExpectRun(world, seen, expected);
     return true;

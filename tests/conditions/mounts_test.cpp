@@ -10,6 +10,26 @@ namespace {
 
 using MountedTmp = OwnMountsTest;
 
+TEST_F(MountedTmp, IsSeenByItsThreadAndItsProgramsAndEndsWithThem) {
+  const auto mounts = [] { return ReadFile("/proc/thread-self/mounts"); };
+  const TestDirectory directory;
+  const std::string file = directory.Write("covered", ""), before = mounts();
+  const auto fail = [&] {
+    const std::string of_the_thread = mounts();
+    {
+      const MemoryMount mount(directory.Path(), "size=64k");
+      EXPECT_FALSE(fs::exists(file));
+      EXPECT_EQ(RunProgram({{"/bin/sh", "-c", "test -e " + file}}).status, 1);
+    }
+    EXPECT_EQ(mounts(), of_the_thread);
+    const MemoryMount mount(directory.Path(), "size=64k");
+    EXPECT_FALSE(fs::exists(file));
+    throw std::logic_error("in the middle");
+  };
+  EXPECT_THROW(RunWithOwnMounts(fail), std::logic_error);
+  EXPECT_EQ(mounts(), before);
+}
+
 /// The message is that of the last directory, which cannot be made because the one above it was
 /// not: the failure of that one is passed over.
 TEST_F(MountedTmp, ThatIsReadOnlyEndsTheStagingAtItsFirstDirectory) {
@@ -35,7 +55,7 @@ TEST_F(MountedTmp, MayBeReadOnlyInPlaceAndTheMediaAlwaysMay) {
       staged ? world.VolumeMissing() : world.OneVolume();
       media.MakeReadOnly();
       if (!staged) tmp.MakeReadOnly();  // which does not matter in place
-      ExpectRun(world, world.Run(), staged ? Staged() : InPlace());
+      world.Expect(staged ? Staged() : InPlace());
     });
   }
 }
@@ -46,7 +66,7 @@ TEST_F(MountedTmp, ThatIsNoexecKeepsTheCopyAndEndsWith255) {
   world.VolumeMissing();
   RunWithOwnMounts([&] {
     const MemoryMount mount(world.Path("tmp"), "size=8m", MS_NOEXEC);
-    ExpectRun(world, world.Run(), NotStarted(Staged()));
+    world.Expect(NotStarted(Staged()));
   });
 }
 

@@ -9,66 +9,57 @@ namespace {
 
 constexpr int kStreams = 3;
 
-/// Which standard streams are of no use, a bit for each, and in what way.
-struct Useless {
-  unsigned streams = 0;
-  bool are_closed = false;  ///< otherwise they are there, but lead the wrong way
-
-  bool Has(int stream) const { return (streams >> stream & 1U) != 0; }
-
-  void Make() const {
+/// Makes standard streams useless, a bit for each: closed, or open the wrong way.
+void MakeUseless(unsigned streams, bool closed) {
+  const auto each = [&](const std::function<void(int)>& change) {
     for (int stream = 0; stream < kStreams; ++stream) {
-      if (!Has(stream)) continue;
-      const int wrong = ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-      ::dup2(wrong, stream);
-      if (wrong != stream) ::close(wrong);
+      if ((streams >> stream & 1U) != 0) change(stream);
     }
-    for (int stream = 0; stream < kStreams && are_closed; ++stream) {
-      if (Has(stream)) ::close(stream);
-    }
-  }
+  };
+  each([](int stream) {
+    const int wrong = ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    ::dup2(wrong, stream);
+    if (wrong != stream) ::close(wrong);
+  });
+  if (closed) each(::close);
+}
 
-  std::string LeftOpen() const {
-    std::string numbers;
-    for (int stream = 0; stream < kStreams; ++stream) {
-      if (!are_closed || !Has(stream)) numbers += std::to_string(stream) + " ";
-    }
-    return numbers;
-  }
+/// In what way they are useless. Closed standard input stands apart: an emulator occupies it.
+const std::string kTheWrongWay = "TheWrongWay", kClosed = "Closed", kInputClosed = "InputClosed";
 
-  std::string Name() const {
-    std::string name = streams == 0 ? "AllOfUse" : are_closed ? "Closed" : "TheWrongWay";
-    for (int stream = 0; stream < kStreams; ++stream) {
-      if (Has(stream)) name += std::to_string(stream);
-    }
-    return name;
-  }
-
-  friend void PrintTo(const Useless& useless, std::ostream* out) { *out << useless.Name(); }
-};
-
-class Streams : public testing::TestWithParam<Useless> {
+class Streams : public testing::TestWithParam<std::string> {
  protected:
-  /// Launches with these streams, and compares everything but the messages that cannot be seen.
-  static void ExpectRunWithThem(LaunchWorld& world, LaunchPlan plan, ExpectedRun expected) {
-    const Useless& useless = GetParam();
-    plan.before = [&] { useless.Make(); };
-    const LaunchSeen seen = world.Run(plan);
-    if (useless.Has(STDOUT_FILENO)) expected.out = "";
-    if (useless.Has(STDERR_FILENO)) expected.err = "";
-    ExpectRun(world, seen, expected);
-    if (seen.child.started) {
-      EXPECT_EQ(seen.child.facts.at("descriptors"), useless.LeftOpen());
+  /// Launches with every combination of useless streams, and compares everything but the messages
+  /// that cannot be seen.
+  static void ExpectRuns(LaunchWorld& world, LaunchPlan plan, const ExpectedRun& expected) {
+    const bool closed = GetParam() != kTheWrongWay;
+    for (unsigned streams = 0; streams < 1U << kStreams; ++streams) {
+      const auto is_useless = [=](int stream) { return (streams >> stream & 1U) != 0; };
+      if (closed && is_useless(STDIN_FILENO) != (GetParam() == kInputClosed)) continue;
+      std::string left_open;
+      for (int stream = 0; stream < kStreams; ++stream) {
+        if (!closed || !is_useless(stream)) left_open += std::to_string(stream) + " ";
+      }
+      SCOPED_TRACE(testing::Message() << "useless: " << streams << ", open: " << left_open);
+      ExpectedRun visible = expected;
+      if (is_useless(STDOUT_FILENO)) visible.out = "";
+      if (is_useless(STDERR_FILENO)) visible.err = "";
+      world.EmptyTmp();
+      plan.before = [=] { MakeUseless(streams, closed); };
+      const LaunchSeen seen = world.Expect(visible, plan);
+      EXPECT_EQ(seen.child.started ? seen.child.facts.at("descriptors") : left_open, left_open);
     }
   }
 };
+
+INSTANTIATE_TEST_SUITE_P(EveryCombination, Streams,
+                         testing::Values(kTheWrongWay, kClosed, kInputClosed),
+                         [](const auto& row) { return row.param; });
 
 TEST_P(Streams, OfNoUseLoseWhatIsWrittenToThem) {
-  InPlaceAndStaged([](LaunchWorld& world, ExpectedRun expected) {
-    expected.status = 7;
-    expected.out += "installing\n";
-    ExpectRunWithThem(world, {.env = {{"FAKE_EXIT", "7"}, {"FAKE_PRINT", "installing\n"}}},
-                      expected);
+  InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& expected) {
+    ExpectRuns(world, {.env = {{"FAKE_EXIT", "7"}, {"FAKE_PRINT", "installing\n"}}},
+               expected.Ends(7).Says(expected.out + "installing\n"));
   });
 }
 
@@ -78,28 +69,14 @@ TEST_P(Streams, OfNoUseLoseTheMessagesOfAFailedStaging) {
   ExpectedRun expected =
       FailedFromExternal("{staging}/", "lstat - {1}/media.xml - No such file or directory");
   expected.left = {.media = "1", .pieces = {"inst", "meta.TOCxml"}, .script_for = ""};
-  ExpectRunWithThem(world, {.arguments = {"-installerPath", "{ext}"}}, expected);
+  ExpectRuns(world, {.arguments = {"-installerPath", "{ext}"}}, expected);
 }
 
-TEST_P(Streams, OfNoUseLoseTheMessagesOfAnInstallerThatCannotBeRun) {
+TEST_P(Streams, OfNoUseLoseWhatIsSaidOfAnInstallerThatCannotRun) {
   LaunchWorld world;
-  world.OneVolume();
-  SetMode(world.Path(InstallerOf("1")), 0644);
-  ExpectRunWithThem(world, {}, NotStarted(InPlace()));
+  SetMode(world.OneVolume().Path(InstallerOf("1")), 0644);
+  ExpectRuns(world, {}, NotStarted(InPlace()));
 }
-
-std::vector<Useless> EveryCombination() {
-  std::vector<Useless> all = {{}};
-  for (const bool are_closed : {false, true}) {
-    for (unsigned streams = 1; streams < 1U << kStreams; ++streams) {
-      all.push_back({streams, are_closed});
-    }
-  }
-  return all;
-}
-
-INSTANTIATE_TEST_SUITE_P(EveryCombination, Streams, testing::ValuesIn(EveryCombination()),
-                         [](const auto& row) { return row.param.Name(); });
 
 TEST(OneStream, ForEverythingHoldsAllOfItInItsOrder) {
   for (const auto& [flags, before] : {std::pair(O_TRUNC, ""), {O_APPEND, "before\n"}}) {
@@ -112,12 +89,10 @@ TEST(OneStream, ForEverythingHoldsAllOfItInItsOrder) {
       for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) ::dup2(file, stream);
     };
     const LaunchSeen seen = world.Launch("1", plan);
-    ExpectedRun expected = Staged();
+    const ExpectedRun expected = Staged();
     EXPECT_EQ(ReadFile(log), world.Text(before + expected.out + expected.err + "installing\n" +
                                         SaysCannotWait(CommandOf(expected.arguments))));
-    expected.status = 255;
-    expected.out = expected.err = "";
-    ExpectRun(world, seen, expected);
+    ExpectRun(world, seen, expected.Ends(255).Says("").Warns(""));
   }
 }
 

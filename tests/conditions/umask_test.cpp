@@ -1,6 +1,5 @@
 // Whole runs with a umask that takes permissions from the owner of what is staged, too.
 
-#include "tests/conditions/ordinary_user.h"
 #include "tests/conditions/worlds.h"
 #include "tests/support/sanitized.h"
 #include "tests/support/system_faults.h"
@@ -23,7 +22,7 @@ class Umask : public testing::Test {
   LaunchSeen RunWith(unsigned mask, bool as_ordinary_user) {
     world_.EmptyTmp();
     return world_.Run({.before = [&] {
-      if (as_ordinary_user) BecomeOrdinaryUser(world_);
+      if (as_ordinary_user) EnterAsOrdinaryUser(world_.Directory());
       ::umask(mask);
     }});
   }

@@ -1,6 +1,7 @@
 // The worlds of whole runs under hard conditions.
 #pragma once
 
+#include "tests/insio/surroundings.h"
 #include "tests/launcher/launch_world.h"
 
 namespace kvl::test {
@@ -13,6 +14,22 @@ inline void InPlaceAndStaged(const std::function<void(LaunchWorld&, ExpectedRun)
     LaunchWorld world;
     check(staged ? world.VolumeMissing() : world.OneVolume(), staged ? Staged() : InPlace());
   }
+}
+
+/// Gives the world's own directory and {tmp} to the user that EnterAsOrdinaryUser turns into. Why
+/// that user cannot launch anything there all the same; empty when it can.
+inline std::string WhyNoOrdinaryUser(const LaunchWorld& world) {
+  try {
+    for (const char* directory : {".", "tmp"}) GiveToOrdinaryUser(world.Path(directory));
+  } catch (const std::exception& failure) {
+    return failure.what();
+  }
+  const std::string program = BuiltProgram("kvl-launcher"), tmp = world.Path("tmp");
+  const Outcome outcome = RunIsolated([&] {
+    EnterAsOrdinaryUser(world.Directory());
+    return ::access(program.c_str(), X_OK) == 0 && ::access(tmp.c_str(), W_OK) == 0 ? 0 : 1;
+  });
+  return outcome.status == 0 ? "" : "no ordinary user can reach " + program + " and " + tmp;
 }
 
 /// The same run, of an installer that the system does not start.
@@ -29,8 +46,8 @@ inline ExpectedRun NotStarted(ExpectedRun expected) {
 class ExternalWorld : public LaunchWorld {
  public:
   ExternalWorld() {
-    Volume("1").Descriptions().Announces("3").Marker(1, "SET-A");
-    Volume("2").Marker(2, "SET-A");
+    Make("1: volumes=3 1=SET-A; 2: 2=SET-A");
+    Volume("1").Descriptions();
     Volume("ext/1").Installer();
   }
 
@@ -43,10 +60,8 @@ class ExternalWorld : public LaunchWorld {
 /// What a run of it is to look like.
 inline ExpectedRun StagedFromExternal() {
   ExpectedRun expected = Staged();
-  expected.out = SaysNoneIn("{1}") +
-                 " INFO: Argument \"-installerPath\" found and its value is \"{ext}\".\n"
-                 " INFO: Installer Media: \"{ext}/1/inst/linux/code/bin/installer\"\n" +
-                 kTwoOfThree;
+  expected.out = SaysNoneIn("{1}") + says::ArgumentNames("{ext}") +
+                 says::InstallerMedia(InstallerOf("{ext}/1")) + kTwoOfThree;
   expected.env.external = "{ext}/1/inst/";
   expected.left.external_inst = "ext/1/inst";
   return expected;
@@ -54,8 +69,7 @@ inline ExpectedRun StagedFromExternal() {
 
 /// What it is to look like when nothing was staged, for this reason.
 inline ExpectedRun FailedFromExternal(const std::string& staging_slash, const std::string& reason) {
-  ExpectedRun expected = StagedFromExternal();
-  expected.status = 1;
+  ExpectedRun expected = StagedFromExternal().Ends(1);
   expected.err = kMissingVolumes + SaysStagingFailed(staging_slash, reason);
   expected.arguments = {};
   expected.left = {};
