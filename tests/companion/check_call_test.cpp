@@ -11,52 +11,36 @@ namespace {
 using Json = nlohmann::ordered_json;
 using Lines = std::vector<std::string>;
 
-TEST(KvlMedia, RefusesBadCallsWithOneLine) {
-  struct Row {
-    Lines arguments;
-    std::string line;
-  };
-  const std::vector<Row> rows = {
-      {{}, "A subcommand is required (see --help)"},
-      {{"mkae"}, "no subcommand: mkae (see --help)"},
-      {{"mkae", "--tag", "T", "payload"}, "no subcommand: mkae (see --help)"},
-      {{"--json", "chekc", "1"}, "no subcommand: chekc (see --help)"},
-      {{"--json"}, "The following argument was not expected: --json (see --help)"},
-      {{"--json", "check", "1"},
-       "The following argument was not expected: --json (arguments for the launcher stand behind "
-       "--)"},
-      {{"check"}, "DIR is required (see --help)"},
-      {{"check", ""}, "not a directory: "},
-      {{"check", "missing"}, "not a directory: missing"},
-      {{"check", "1/1.txt"}, "not a directory: 1/1.txt"},
-      {{"check", "1", "2"},
-       "The following argument was not expected: 2 (arguments for the launcher stand behind --)"},
-      {{"check", "1", "--jsn"},
-       "The following argument was not expected: --jsn (arguments for the launcher stand behind "
-       "--)"},
-      {{"check", "1", "--target", "foo", "-x"},
-       "The following arguments were not expected: --target foo -x (arguments for the launcher "
-       "stand behind --)"},
-      {{"make", "payload", "media", "--tag", "T", "--installer", "setup", "third", "--forth"},
-       "The following arguments were not expected: third --forth (see --help)"},
-      {{"check", "1", "--os"}, "--os: 1 required TEXT missing (see --help)"},
-  };
-  CheckWorld world;
-  world.TwoVolumes();
-  for (const Row& row : rows) {
-    SCOPED_TRACE(testing::PrintToString(row.arguments));
-    const Outcome seen = world.Companion(row.arguments);
-    EXPECT_EQ(seen.out, "");
-    EXPECT_EQ(seen.err, "kvl-media: " + row.line + "\n");
-    EXPECT_EQ(seen.status, 2);
-  }
-}
+/// Calls, "" for an empty argument, and what is said of them.
+constexpr char kBadCalls[] = R"(
+=> A subcommand is required (see --help)
+mkae => no subcommand: mkae (see --help)
+mkae --tag T payload => no subcommand: mkae (see --help)
+--json chekc 1 => no subcommand: chekc (see --help)
+--json => The following argument was not expected: --json (see --help)
+--json check 1 => The following argument was not expected: --json (arguments for the launcher stand behind --)
+check => DIR is required (see --help)
+check "" => not a directory: 
+check missing => not a directory: missing
+check 1/1.txt => not a directory: 1/1.txt
+check 1 2 => The following argument was not expected: 2 (arguments for the launcher stand behind --)
+check 1 --jsn => The following argument was not expected: --jsn (arguments for the launcher stand behind --)
+check 1 --target foo -x => The following arguments were not expected: --target foo -x (arguments for the launcher stand behind --)
+make payload media --tag T --installer setup third --forth => The following arguments were not expected: third --forth (see --help)
+check 1 --os => --os: 1 required TEXT missing (see --help)
+)";
 
-TEST(KvlMedia, TellsItsVersion) {
-  const Outcome seen = CheckWorld().Companion({"--version"});
-  EXPECT_EQ(seen.out, "kvl-media 0.1.0\n");
-  EXPECT_EQ(seen.err, "");
-  EXPECT_EQ(seen.status, 0);
+TEST(KvlMedia, RefusesBadCallsWithOneLine) {
+  const CheckWorld world("two volumes");
+  std::istringstream rows(kBadCalls + 1);
+  for (std::string row; std::getline(rows, row);) {
+    SCOPED_TRACE(row);
+    const std::size_t arrow = row.find("=> ");
+    std::istringstream words(row.substr(0, arrow));
+    Lines arguments(std::istream_iterator<std::string>(words), {});
+    std::replace(arguments.begin(), arguments.end(), std::string("\"\""), std::string());
+    world.ExpectRefused(world.Companion(arguments), row.substr(arrow + 3));
+  }
 }
 
 constexpr char kHelp[] = R"(Checks and makes installation media.
@@ -121,8 +105,9 @@ Options:
 Exit status: 0 done, 1 the media could not be written, 2 bad call.
 )";
 
-TEST(KvlMedia, HelpsWithEverySubcommand) {
+TEST(KvlMedia, HelpsWithEverySubcommandAndTellsItsVersion) {
   const std::vector<std::pair<Lines, std::string>> rows = {
+      {{"--version"}, "kvl-media 0.1.0\n"},
       {{"--help"}, kHelp},
       {{"-h"}, kHelp},
       {{"check", "--help"}, kHelpWithCheck},
@@ -138,38 +123,29 @@ TEST(KvlMedia, HelpsWithEverySubcommand) {
   }
 }
 
-/// What is said of TwoVolumes when no installer is found for that system.
-std::string NothingFor(const std::string& os) {
-  return "Media      {1}\nSystem     " + os +
-         "\n"
-         "Installer  not found\n"
-         "Volumes    2, layout sibling, tag SET-A\n"
-         "           1  found       {1}\n"
-         "           2  found       {2}\n"
-         "Start      none\n"
-         "error      {1}/inst/" +
-         os +
-         "/code/bin/installer: there is no installer here, nor in an external installer media; put "
-         "the "
-         "installer there, or name its directory (--os) and file (--installer)\n"
-         "1 problem: the launcher will end with status 1\n";
-}
-
 TEST(KvlMediaCheck, TakesTheNamesFromTheStartScriptWhenNobodyElseGivesThem) {
-  CheckWorld world;
-  world.TwoVolumes().Volume("1").File(
-      "StartTUI.sh", "#!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n");
-  const std::string fine =
-      world.Text(std::string(kTwoVolumes) + "Fine: the installer will be started in place\n");
-  const Environment tmp = {{"TMPDIR", "{tmp}"}};
-  EXPECT_EQ(world.Companion({"check", "1"}, tmp).out, fine);
-  EXPECT_EQ(world.Companion({"check", "2/../1/"}, tmp).out, fine);
-  EXPECT_EQ(world.Companion({"check", "./1/."}, tmp).out, fine);
-
-  EXPECT_EQ(world.Companion({"check", "1"}, {{"KVL_OS", "other"}}).out,
-            world.Text(NothingFor("other")));
-  EXPECT_EQ(world.Companion({"check", "1", "--os", "third"}, {{"KVL_OS", "other"}}).out,
-            world.Text(NothingFor("third")));
+  const CheckWorld world(
+      "two volumes; "
+      "file 1/StartTUI.sh #!/bin/sh\\nKVL_OS='linux'\\nexport KVL_Installer_EXE=installer\\n");
+  for (const char* directory : {"1", "2/../1/", "./1/."}) {
+    world.ExpectReport(world.Companion({"check", directory}, {{"TMPDIR", "{tmp}"}}),
+                       Report(kInPlace, "Fine: the installer will be started in place\n"));
+  }
+  const auto nothing_for = [](const std::string& system) {
+    return Report(
+        kInPlace,
+        "System     " + system + R"(
+Installer  not found
+Start      none
+error      {1}/inst/)" +
+            system +
+            R"(/code/bin/installer: there is no installer here, nor in an external installer media; put the installer there, or name its directory (--os) and file (--installer)
+1 problem: the launcher will end with status 1
+)");
+  };
+  const Environment other = {{"KVL_OS", "other"}};
+  world.ExpectReport(world.Companion({"check", "1"}, other), nothing_for("other"));
+  world.ExpectReport(world.Companion({"check", "1", "--os", "third"}, other), nothing_for("third"));
 }
 
 /// What the installer gets beyond what the launcher is started with, by a check of {1}.
@@ -179,53 +155,41 @@ Environment VariablesFrom(const CheckWorld& world, const Prepared& from) {
 }
 
 TEST(KvlMediaCheck, ShowsCommandVariablesAndMessagesOnDemand) {
-  CheckWorld world;
-  world.FirstVolume("1").Announces("1");
-  const Outcome seen = world.Check({"--verbose", "--", "-SoftMgt", "-List"});
+  CheckWorld world("first 1; 1: volumes=1");
   std::string variables;
   for (const auto& [name, value] : VariablesFrom(world, {.software_management = true})) {
     variables += "  " + name + "=" + value + "\n";
   }
-  EXPECT_EQ(seen.out, world.Text("Media      {1}\n"
-                                 "System     linux\n"
-                                 "Installer  {1}/inst/linux/code/bin/installer, in the media\n"
-                                 "Volumes    not looked for\n"
-                                 "Start      in place\n"
-                                 "Command\n"
-                                 "  {1}/inst/linux/code/bin/installer\n"
-                                 "  --mgt\n"
-                                 "  ") +
-                          std::filesystem::path(world.Path(".")).parent_path().string() +
-                          "\n"
-                          "  --var\n"
-                          "  Radio_KVLSoftwareMgtCheck?List=true\n"
-                          "Variables\n" +
-                          variables + "Messages\n" +
-                          world.Text("   INFO: {1}/inst/linux/code/bin/installer\n"
-                                     "   INFO: Installer found in current media: "
-                                     "\"{1}/inst/linux/code/bin/installer\".\n"
-                                     "Fine: the installer will be started in place\n"));
-  EXPECT_EQ(seen.err, "");
-  EXPECT_EQ(seen.status, 0);
+  world.ExpectReport(world.Check({"--verbose", "--", "-SoftMgt", "-List"}), R"(Media      {1}
+System     linux
+Installer  {1}/inst/linux/code/bin/installer, in the media
+Volumes    not looked for
+Start      in place
+Command
+  {1}/inst/linux/code/bin/installer
+  --mgt
+  )" + fs::path(world.Path(".")).parent_path().string() + R"(
+  --var
+  Radio_KVLSoftwareMgtCheck?List=true
+Variables
+)" + variables + R"(Messages
+   INFO: {1}/inst/linux/code/bin/installer
+   INFO: Installer found in current media: "{1}/inst/linux/code/bin/installer".
+Fine: the installer will be started in place
+)");
 }
 
 TEST(KvlMediaCheck, GivesProgramsOneObjectWithAllKeys) {
-  CheckWorld world;
-  world.VolumeMissing().Volume("1").Link("a\xFF\\", "nowhere");
+  const CheckWorld world("two volumes; remove 2; link 1/a\\xFF\\\\ nowhere");
   const Outcome seen = world.Check({"--json"});
   const std::string media = world.Path("1"), staging = world.Path("tmp/<identifier>");
   const std::string installer = "/inst/linux/code/bin/installer";
   std::uintmax_t bytes = 0;
-  const Lines names = {"StartGUI.sh",
-                       "StartTUI.sh",
-                       "inst/common/reffiles/list",
-                       "inst/linux/code/bin/installer",
-                       "inst/linux/reffiles/list",
-                       "inst/volumes.txt",
-                       "media.db",
-                       "media.xml",
-                       "meta.TOCxml"};
-  for (const std::string& name : names) bytes += std::filesystem::file_size(media + "/" + name);
+  std::istringstream list(
+      "StartGUI.sh StartTUI.sh inst/common/reffiles/list inst/linux/code/bin/installer "
+      "inst/linux/reffiles/list inst/volumes.txt media.db media.xml meta.TOCxml");
+  const Lines names(std::istream_iterator<std::string>(list), {});
+  for (const std::string& name : names) bytes += fs::file_size(media + "/" + name);
   const Environment variables = VariablesFrom(
       world, {.media = staging,
               .original = media,
