@@ -1,5 +1,5 @@
-// Runs a program from one system call to the next, to do something to it, or to its files, between
-// any two of those that matter.
+// Runs a piece of code from one system call to the next, to do something to it, or to its files,
+// between any two of those that matter.
 #pragma once
 
 #include "tests/support/outcome.h"
@@ -12,12 +12,12 @@ enum class Step { kGoOn, kKill };
 /// Calls that change a file system, or that find out what is in it.
 enum class Calls { kChanging, kLooking };
 
-/// Why no program can be run so here; empty when it can.
+/// Why nothing can be run so here; empty when it can.
 std::string WhyNoSteps();
 
-/// Calls `at_call` with 0, 1, ... each time when the program is about to make such a system call, and
-/// runs it to its end. Standard input and `before` are not for this.
-Outcome RunStepByStep(const ProgramStart& start, Calls calls,
+/// Runs `action` to its end in a child of its own, whose status is its result, and calls `at_call`
+/// with 0, 1, ... each time when the child is about to make such a system call.
+Outcome RunStepByStep(const std::function<int()>& action, Calls calls,
                       const std::function<Step(int call)>& at_call);
 
 }  // namespace kvl::test
