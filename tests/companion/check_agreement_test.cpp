@@ -3,7 +3,12 @@
 #include <nlohmann/json.hpp>
 #include <random>
 
+#include "companion/names/plain_text.h"
+#include "console/text.h"
 #include "tests/companion/check_world.h"
+#include "tests/models/scan_laws.h"
+#include "tests/models/scan_model.h"
+#include "tests/models/text_model.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
@@ -14,156 +19,43 @@ using Lines = std::vector<std::string>;
 
 constexpr int kInstallerStatus = 7;
 
-/// Numbers that are the same on every machine.
-class Dice {
- public:
-  explicit Dice(unsigned seed) : generator_(seed) {}
-  unsigned Below(unsigned limit) { return static_cast<unsigned>(generator_() % limit); }
-  bool Percent(unsigned chance) { return Below(100) < chance; }
-  template <typename T>
-  const T& OneOf(const std::vector<T>& all) {
-    return all[Below(static_cast<unsigned>(all.size()))];
-  }
+/// Bytes that are the same on every machine.
+std::vector<std::uint8_t> RandomBytes(unsigned seed) {
+  constexpr std::size_t kEnough = 8192;
+  std::mt19937 generator(seed);
+  std::vector<std::uint8_t> bytes(kEnough);
+  for (std::uint8_t& byte : bytes) byte = static_cast<std::uint8_t>(generator());
+  return bytes;
+}
 
- private:
-  std::mt19937 generator_;
-};
+/// A hundred volumes take time, and show nothing that a few do not.
+bool IsLarge(const ScanTable& table) {
+  constexpr int kFew = 9;
+  const auto count = ModelOfNumber(table.volumes_file ? table.volumes_file->contents : "").value;
+  return (count && *count > kFew) || table.flat.size() > kFew || table.beside.size() > kFew ||
+         table.am.size() > kFew;
+}
 
 /// A media, and how its launcher is started.
 class RandomMedia {
  public:
-  explicit RandomMedia(unsigned seed) : dice_(seed) {
+  explicit RandomMedia(unsigned seed) : bytes_(RandomBytes(seed)) {
     MakeVolumes();
-    MakeInstaller("" + media_, dice_.Percent(80));
+    MakeInstaller(media_, Percent(80));
     MakeDescriptions();
     MakeExtras();
     MakeExternal();
-    MakeCall();
     MakeStart();
     MakeInstallerThatCannotRun();
   }
 
-  CheckWorld& World() { return world_; }
-  const std::string& Media() const { return media_; }
-  const LaunchPlan& Plan() const { return plan_; }
-
- private:
-  void MakeMarker(const std::string& directory, unsigned number, const std::string& tag) {
-    const unsigned kind = dice_.Below(20);
-    const std::string name = std::to_string(number) + ".txt";
-    VolumeBuilder volume = world_.Volume(directory);
-    if (kind == 0) return;
-    if (kind == 1) {
-      volume.Marker(static_cast<int>(number), tag + "-other");
-    } else if (kind == 2) {
-      volume.File(name, "no tag\n");
-    } else if (kind == 3) {
-      volume.File(name, "MTBDIR=\n");
-    } else if (kind == 4) {
-      volume.Dir(name);
-    } else if (kind == 5) {
-      volume.File(name, "first\r\nMTBDIR=" + tag + "\r\n");
-    } else {
-      volume.Marker(static_cast<int>(number), tag);
-    }
-  }
-
-  void MakeVolumes() {
-    const unsigned layout = dice_.Below(5);
-    const unsigned count = 2 + dice_.Below(3);
-    media_ = layout == 3        ? "am/2/r/1"
-             : dice_.Percent(5) ? dice_.OneOf<std::string>({"a:b", "a b", "a\"b"})
-                                : "1";
-    world_.Volume(media_);
-    if (layout == 4) {
-      if (dice_.Percent(50)) world_.Volume(media_).Announces("1");
-      return;
-    }
-    const std::string number = std::to_string(count);
-    static const Lines quirks = {"\xEF\xBB\xBF", "three", "", " ", "-"};
-    const std::string before = dice_.Percent(10) ? dice_.OneOf(quirks) : "";
-    const std::string behind =
-        dice_.Percent(10) ? dice_.OneOf<std::string>({"\r", " volumes", "\n9"}) : "";
-    if (dice_.Percent(3)) {
-      world_.Volume(media_).File("inst/volumes.txt", "");
-    } else {
-      world_.Volume(media_).Announces(before + number + behind);
-    }
-    MakeMarker(media_, 1, "SET");
-    if (layout == 3 && dice_.Percent(95)) MakeMarker("am/2", 2, "AM");
-    for (unsigned i = 2; i <= count; ++i) {
-      const std::string name = std::to_string(i);
-      if (layout == 1) {
-        MakeMarker(media_, i, "SET");
-      } else if (layout == 3) {
-        const std::string am = "am/" + std::to_string(i + 1);
-        MakeMarker(am, i + 1, "AM");
-        MakeMarker(am + "/r/" + name, i, "SET");
-      } else {
-        MakeMarker(name, i, "SET");
-      }
-    }
-  }
-
-  void MakeInstaller(const std::string& directory, bool is_there) {
-    world_.Volume(directory).File("inst/common/reffiles/list", "c").File("inst/linux/list", "o");
-    if (!is_there) return;
-    const std::string path = directory + "/inst/linux/code/bin/installer";
-    if (dice_.Percent(3)) {
-      world_.Directory().MakeDir(path);
-      return;
-    }
-    if (dice_.Percent(90)) {  // a copy takes time
-      world_.Directory().Link(path, BuiltProgram("fake_installer"));
-      return;
-    }
-    world_.Volume(directory).Dir("inst/linux/code/bin");
-    fs::copy_file(BuiltProgram("fake_installer"), world_.Path(path));
-    if (dice_.Percent(50)) SetMode(world_.Path(path), 0644);
-  }
-
-  void MakeDescriptions() {
-    world_.Volume(media_).Descriptions();
-    if (dice_.Percent(8)) {
-      fs::remove(world_.Path(media_ + "/" + dice_.OneOf<std::string>({"media.db", "StartGUI.sh"})));
-    }
-  }
-
-  void MakeExtras() {
-    VolumeBuilder volume = world_.Volume(media_);
-    if (dice_.Percent(30)) volume.File("inst/a/b/c", "text").Dir("inst/a/empty");
-    if (dice_.Percent(20))
-      volume.Link("inst/link", "common").Link("inst/file", "common/reffiles/list");
-    if (dice_.Percent(4)) volume.Link("inst/dangling", "nowhere");
-    if (dice_.Percent(4)) volume.Link("inst/common/up", "..");
-    if (dice_.Percent(4)) volume.Link("inst/x/y", "../z").Link("inst/z/x", "../x");
-    if (dice_.Percent(3)) world_.Directory().Pipe(media_ + "/inst/pipe");
-    if (dice_.Percent(10)) volume.File("inst/common/mixed", "a file");
-    if (dice_.Percent(5)) volume.Link("inst/null", "/dev/null");
-  }
-
-  void MakeExternal() {
-    const std::string name = dice_.Percent(10) ? "an ext" : "ext";
-    const std::string root = dice_.Percent(30) ? name + "/1" : name;
-    MakeInstaller(root, dice_.Percent(85));
-    if (dice_.Percent(15)) world_.Volume(root).File("inst/common/mixed", "another");
-    if (dice_.Percent(5)) {
-      fs::remove(world_.Path(root + "/inst/common/mixed"));
-      world_.Volume(root).Dir("inst/common/mixed");
-    }
-    if (dice_.Percent(5)) fs::remove_all(world_.Path(root + "/inst/common"));
-    if (dice_.Percent(25)) plan_.arguments = {"-installerPath", "{" + name + "}"};
-    if (dice_.Percent(25)) plan_.env["KVL_ZOLVEN_Installer"] = "{" + name + "}";
-    if (dice_.Percent(20)) plan_.env["KVL_UseExternalInstaller"] = "yes";
-  }
-
-  void Argue(unsigned chance, const Lines& arguments) {
-    if (!dice_.Percent(chance)) return;
-    plan_.arguments.insert(plan_.arguments.end(), arguments.begin(), arguments.end());
-  }
-
+  /// Starts its launcher in another way from now on.
   void MakeCall() {
+    plan_ = {};
     plan_.env["FAKE_EXIT"] = std::to_string(kInstallerStatus);
+    if (Percent(25)) plan_.arguments = {"-installerPath", "{" + external_ + "}"};
+    if (Percent(25)) plan_.env["KVL_ZOLVEN_Installer"] = "{" + external_ + "}";
+    if (Percent(20)) plan_.env["KVL_UseExternalInstaller"] = "yes";
     Argue(6, {"-SoftMgt", "-List"});
     Argue(2, {"-Check"});
     Argue(4, {"--mgt"});
@@ -174,23 +66,97 @@ class RandomMedia {
     Argue(20, {"plain", "with blank"});
     Argue(4, {""});
     Argue(4, {"a\"b", "c\\"});
-    if (dice_.Percent(4)) plan_.env["KVLAdmODTMultiVolumes"] = "1";
-    if (dice_.Percent(4)) plan_.env["KVLAdmInstDontCopyInstaller"] = "1";
-    if (dice_.Percent(4)) plan_.env["KVL_Online_Installation_Caf_Repositiory"] = "1";
-    if (dice_.Percent(50)) plan_.env["KVL_LIBPATH_VARNAME"] = "LD_LIBRARY_PATH";
-    const unsigned tmp = dice_.Below(20);
+    if (Percent(4)) plan_.env["KVLAdmODTMultiVolumes"] = "1";
+    if (Percent(4)) plan_.env["KVLAdmInstDontCopyInstaller"] = "1";
+    if (Percent(4)) plan_.env["KVL_Online_Installation_Caf_Repositiory"] = "1";
+    if (Percent(50)) plan_.env["KVL_LIBPATH_VARNAME"] = "LD_LIBRARY_PATH";
+    const std::size_t tmp = source_.Below(20);
     if (tmp == 0) plan_.env["TMPDIR"] = "{tmp/new}";
     if (tmp == 1) plan_.env["TMPDIR"] = "{" + media_ + "/inst/common}";
     if (tmp == 2) plan_.env["TMPDIR"] = "{" + media_ + "/media.xml}";
     if (tmp == 3) plan_.env["TMPDIR"] = "{tmp/}";
   }
 
+  CheckWorld& World() { return world_; }
+  const std::string& Media() const { return media_; }
+  const LaunchPlan& Plan() const { return plan_; }
+
+ private:
+  bool Percent(unsigned chance) { return source_.Chance(chance * 256 / 100); }
+
+  void MakeVolumes() {
+    ScanTable table;
+    do table = DecodeScanTable(source_);
+    while (IsLarge(table));
+    table.is_relative = table.is_online = table.is_software_management = false;
+    // A message about them would take two lines.
+    for (MediaLevel& level : table.levels) std::erase(level.name, '\n');
+    if (Percent(5)) table.media_name = source_.OneOf<std::string>({"a:b", "a b", "a\"b"});
+    if (Percent(20)) table.volumes_file = {};
+    const std::string top = world_.Directory().MakeDir("top");
+    MakeWorld(table, top);
+    media_ = fs::path(MediaPath(table, top)).lexically_relative(world_.Path("."));
+  }
+
+  void MakeInstaller(const std::string& directory, bool is_there) {
+    world_.Volume(directory).File("inst/common/reffiles/list", "c").File("inst/linux/list", "o");
+    if (!is_there) return;
+    const std::string path = directory + "/inst/linux/code/bin/installer";
+    if (Percent(3)) {
+      world_.Directory().MakeDir(path);
+      return;
+    }
+    if (Percent(90)) {  // a copy takes time
+      world_.Directory().Link(path, BuiltProgram("fake_installer"));
+      return;
+    }
+    world_.Volume(directory).Dir("inst/linux/code/bin");
+    fs::copy_file(BuiltProgram("fake_installer"), world_.Path(path));
+    if (Percent(50)) SetMode(world_.Path(path), 0644);
+  }
+
+  void MakeDescriptions() {
+    world_.Volume(media_).Descriptions();
+    if (Percent(8)) {
+      fs::remove(
+          world_.Path(media_ + "/" + source_.OneOf<std::string>({"media.db", "StartGUI.sh"})));
+    }
+  }
+
+  void MakeExtras() {
+    VolumeBuilder volume = world_.Volume(media_);
+    if (Percent(30)) volume.File("inst/a/b/c", "text").Dir("inst/a/empty");
+    if (Percent(20)) volume.Link("inst/link", "common").Link("inst/file", "common/reffiles/list");
+    if (Percent(4)) volume.Link("inst/dangling", "nowhere");
+    if (Percent(4)) volume.Link("inst/common/up", "..");
+    if (Percent(4)) volume.Link("inst/x/y", "../z").Link("inst/z/x", "../x");
+    if (Percent(3)) world_.Directory().Pipe(media_ + "/inst/pipe");
+    if (Percent(10)) volume.File("inst/common/mixed", "a file");
+    if (Percent(5)) volume.Link("inst/null", "/dev/null");
+  }
+
+  void MakeExternal() {
+    external_ = Percent(20) ? "an ext" : "ext";
+    const std::string root = Percent(30) ? external_ + "/1" : external_;
+    MakeInstaller(root, Percent(85));
+    if (Percent(15)) world_.Volume(root).File("inst/common/mixed", "another");
+    if (Percent(5)) {
+      fs::remove(world_.Path(root + "/inst/common/mixed"));
+      world_.Volume(root).Dir("inst/common/mixed");
+    }
+    if (Percent(5)) fs::remove_all(world_.Path(root + "/inst/common"));
+  }
+
+  void Argue(unsigned chance, const Lines& arguments) {
+    if (!Percent(chance)) return;
+    plan_.arguments.insert(plan_.arguments.end(), arguments.begin(), arguments.end());
+  }
+
   /// What the launcher itself, which is started without a script, does not care about.
   void MakeStart() {
     const std::string script = media_ + "/StartTUI.sh";
-    if (dice_.Percent(20))
-      world_.Directory().Write(script, "exec inst/linux/code/bin/kvl-launcher");
-    if (!dice_.Percent(80)) return;
+    if (Percent(20)) world_.Directory().Write(script, "exec inst/linux/code/bin/kvl-launcher");
+    if (!Percent(80)) return;
     SetMode(world_.Path(script), 0755);
     std::error_code error;  // it may have been removed
     fs::permissions(world_.Path(media_ + "/StartGUI.sh"), fs::perms(0755), error);
@@ -198,29 +164,25 @@ class RandomMedia {
 
   void MakeInstallerThatCannotRun() {
     const std::string path = media_ + "/inst/linux/code/bin/installer";
-    if (!dice_.Percent(8) || !fs::exists(world_.Path(path))) return;
+    if (!Percent(8) || !fs::exists(world_.Path(path))) return;
     fs::remove_all(world_.Path(path));
     static const Lines contents = {"", "#!/bin/sh\r\n", "#! /nowhere/sh -e\n", "#!/nowhere/sh"};
-    world_.Directory().Write(path, dice_.OneOf(contents));
-    if (dice_.Percent(80)) SetMode(world_.Path(path), 0755);
+    world_.Directory().Write(path, source_.OneOf(contents));
+    if (Percent(80)) SetMode(world_.Path(path), 0755);
   }
 
-  Dice dice_;
+  std::vector<std::uint8_t> bytes_;
+  ByteSource source_{bytes_.data(), bytes_.size()};
   CheckWorld world_;
   std::string media_;
+  std::string external_;
   LaunchPlan plan_;
 };
-
-void ReplaceIn(std::string& text, const std::string& what, const std::string& with) {
-  for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += with.size()) {
-    text.replace(at, what.size(), with);
-  }
-}
 
 Lines SortedLines(const std::string& text) {
   std::istringstream stream(text);
   Lines lines;
-  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  for (std::string line; std::getline(stream, line);) lines.push_back(ToOneLine(line));
   std::sort(lines.begin(), lines.end());
   return lines;
 }
@@ -258,21 +220,19 @@ Lines FilesBelow(const std::string& directory) {
   return files;
 }
 
-/// The one new directory in that of TMPDIR; empty when nothing was staged.
-std::string StagingIn(const std::string& tmp, const std::set<std::string>& before) {
-  std::error_code error;
-  for (const auto& entry : fs::directory_iterator(tmp, error)) {
-    const std::string path = entry.path();
-    if (!before.contains(path) && fs::is_directory(path)) return path;
-  }
-  return {};
-}
-
 std::set<std::string> EntriesOf(const std::string& directory) {
   std::set<std::string> entries;
   std::error_code error;
   for (const auto& entry : fs::directory_iterator(directory, error)) entries.insert(entry.path());
   return entries;
+}
+
+/// The one new directory in that of TMPDIR; empty when nothing was staged.
+std::string StagingIn(const std::string& tmp, const std::set<std::string>& before) {
+  for (const std::string& path : EntriesOf(tmp)) {
+    if (!before.contains(path) && fs::is_directory(path)) return path;
+  }
+  return {};
 }
 
 std::string TmpOf(const CheckWorld& world, const LaunchPlan& plan) {
@@ -283,6 +243,8 @@ std::string TmpOf(const CheckWorld& world, const LaunchPlan& plan) {
   return given == plan.env.end() ? world.Path("tmp") : world.Text(given->second);
 }
 
+/// In the environment of MediaWorld::Launch; in this process, because to load a program costs more
+/// than the check.
 Json CheckAsLaunched(const CheckWorld& world, const std::string& media, const LaunchPlan& plan) {
   Environment env = {{"KVL_OS", "linux"},
                      {"KVL_Installer_EXE", "installer"},
@@ -290,9 +252,10 @@ Json CheckAsLaunched(const CheckWorld& world, const std::string& media, const La
                      {"PATH", "/usr/bin:/bin"},
                      {"FAKE_REPORT", "{report}"}};
   for (const auto& [name, value] : plan.env) env[name] = value;
+  const ScopedEnv scoped(world.Text(env));
   Lines arguments = {"check", world.Path(media), "--json", "--"};
-  arguments.insert(arguments.end(), plan.arguments.begin(), plan.arguments.end());
-  const Outcome seen = world.Companion(arguments, env);
+  for (const std::string& argument : plan.arguments) arguments.push_back(world.Text(argument));
+  const Outcome seen = CheckWorld::CompanionHere(arguments);
   EXPECT_EQ(seen.err, "");
   const Json report = Json::parse(seen.out);
   EXPECT_EQ(seen.status, report["findings"].empty() ? 0 : 1);
@@ -333,26 +296,32 @@ void ExpectAgreement(RandomMedia& media, std::map<std::string, int>& seen_often)
     EXPECT_EQ(FilesBelow(staging), names);
   }
   if (!seen.child.started) return;
-  const auto in_staging = [&](std::string text) {
-    ReplaceIn(text, "<identifier>", fs::path(staging).filename());
-    return text;
+  const auto shown = [&](std::string text) {
+    if (!staging.empty())
+      ReplaceAll(text, fs::path(staging).filename().string(), "<identifier>", 0);
+    return ToOneLine(text);
   };
   Lines command;
-  for (const Json& text : report["command"]) command.push_back(in_staging(text));
-  EXPECT_EQ(seen.child.arguments, command);
+  for (const std::string& argument : seen.child.arguments) command.push_back(shown(argument));
+  EXPECT_EQ(report["command"], Json(command));
   Environment variables;
-  for (const auto& [name, value] : report["variables"].items()) variables[name] = in_staging(value);
-  EXPECT_EQ(EnvChanges(seen.given, seen.child.env), variables);
+  for (const auto& [name, value] : EnvChanges(seen.given, seen.child.env)) {
+    variables[name] = shown(value);
+  }
+  EXPECT_EQ(report["variables"], Json(variables));
 }
 
 TEST(CheckAgreesWithTheLauncher, OnHundredsOfMedia) {
-  constexpr unsigned kMedia = 400;
+  constexpr unsigned kMedia = 200, kCalls = 2;
   std::map<std::string, int> seen_often;
   for (unsigned seed = 1; seed <= kMedia; ++seed) {
-    SCOPED_TRACE("seed " + std::to_string(seed));
     RandomMedia media(seed);
-    ASSERT_NO_FATAL_FAILURE(ExpectAgreement(media, seen_often));
-    if (HasFailure()) return;
+    for (unsigned call = 1; call <= kCalls; ++call) {
+      SCOPED_TRACE("seed " + std::to_string(seed) + ", call " + std::to_string(call));
+      media.MakeCall();
+      ExpectAgreement(media, seen_often);
+      if (HasFailure()) return;
+    }
   }
   // All that can come of a run came up, and the most usual ends often enough to mean something.
   for (const char* end : {"abort", "bad-command-line", "blank-in-installer-media", "cannot-start",

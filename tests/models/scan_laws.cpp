@@ -39,7 +39,8 @@ void MakeMarker(const std::string& directory, const std::string& name, const Mar
   }
 }
 
-/// Makes everything of the table below `top`, which is the working directory of a relative media.
+}  // namespace
+
 void MakeWorld(const ScanTable& table, const std::string& top) {
   const std::string inside = table.is_relative ? top + "/" : "";
   const std::string media = inside + MediaPath(table, top);
@@ -78,6 +79,8 @@ void MakeWorld(const ScanTable& table, const std::string& top) {
     }
   }
 }
+
+namespace {
 
 /// Works in a directory while it lives.
 class WorkingDirectory {

@@ -6,6 +6,9 @@
 
 namespace kvl::test {
 
+/// Makes everything of the table below `top`, which is the working directory of a relative media.
+void MakeWorld(const ScanTable& table, const std::string& top);
+
 /// Makes the table true in a directory below `directory`, scans it and compares. The working
 /// directory of the process changes for a while.
 void CheckScanLaws(const ScanTable& table, const std::string& directory);
