@@ -19,13 +19,6 @@ Names OptionsIn(const std::string& text, const std::string& pattern) {
   return names;
 }
 
-/// Those that a help text lists; one of them has a short form in front.
-Names OptionsOf(const std::vector<std::string>& subcommand) {
-  std::vector<std::string> arguments = subcommand;
-  arguments.emplace_back("--help");
-  return OptionsIn(CheckWorld().Companion(arguments).out, "\n +(?:-h,)?(--[a-z-]+)");
-}
-
 /// The part of a text between two others.
 std::string Part(const std::string& text, const std::string& begin, const std::string& end) {
   const std::size_t at = text.find(begin);
@@ -34,21 +27,27 @@ std::string Part(const std::string& text, const std::string& begin, const std::s
 }
 
 TEST(Completions, NameEveryOptionOfEverySubcommand) {
-  const std::string bash = SourceFile("companion/completions/kvl-media.bash");
-  const std::string zsh = SourceFile("companion/completions/_kvl-media");
-  if (!std::filesystem::exists(bash)) GTEST_SKIP() << "the sources are not there";
-  const Names general = OptionsOf({}), check = OptionsOf({"check"}), make = OptionsOf({"make"});
-  EXPECT_EQ(general, (Names{"--help", "--version"}));
-  EXPECT_GE(check.size(), 5U);
-  EXPECT_GE(make.size(), 8U);
-
-  const std::string any = "(--[a-z-]+)";
-  EXPECT_EQ(OptionsIn(Part(ReadFile(bash), "words='check make", "\n"), any), general);
-  EXPECT_EQ(OptionsIn(Part(ReadFile(bash), "check) words=", ";;"), any), check);
-  EXPECT_EQ(OptionsIn(Part(ReadFile(bash), "make) words=", ";;"), any), make);
-  EXPECT_EQ(OptionsIn(Part(ReadFile(zsh), "'options:", "\n"), any), general);
-  EXPECT_EQ(OptionsIn(Part(ReadFile(zsh), "check)", ";;"), any), check);
-  EXPECT_EQ(OptionsIn(Part(ReadFile(zsh), "make)", ";;"), any), make);
+  const std::string directory = SourceFile("companion/completions");
+  if (!fs::exists(directory)) GTEST_SKIP() << "the sources are not there";
+  struct Row {
+    std::vector<std::string> help;
+    std::size_t least;
+    std::string in_bash, bash_end, in_zsh, zsh_end;
+  };
+  for (const Row& row : {Row{{"--help"}, 2, "words='check make", "\n", "'options:", "\n"},
+                         Row{{"check", "--help"}, 5, "check) words=", ";;", "check)", ";;"},
+                         Row{{"make", "--help"}, 8, "make) words=", ";;", "make)", ";;"}}) {
+    SCOPED_TRACE(row.in_bash);
+    // One of them has a short form in front.
+    const Names options =
+        OptionsIn(CheckWorld().Companion(row.help).out, "\n +(?:-h,)?(--[a-z-]+)");
+    EXPECT_GE(options.size(), row.least);
+    const auto named_in = [&](const char* file, const std::string& begin, const std::string& end) {
+      return OptionsIn(Part(ReadFile(directory + "/" + file), begin, end), "(--[a-z-]+)");
+    };
+    EXPECT_EQ(named_in("kvl-media.bash", row.in_bash, row.bash_end), options);
+    EXPECT_EQ(named_in("_kvl-media", row.in_zsh, row.zsh_end), options);
+  }
 }
 
 /// What bash offers for the last of the words.
@@ -66,8 +65,8 @@ std::string OfferedByBash(const CheckWorld& world, const std::string& words) {
 }
 
 TEST(Completions, OfferWhatFitsInBash) {
-  if (!std::filesystem::exists("/bin/bash")) GTEST_SKIP() << "there is no bash";
-  if (!std::filesystem::exists(SourceFile("companion/completions"))) {
+  if (!fs::exists("/bin/bash")) GTEST_SKIP() << "there is no bash";
+  if (!fs::exists(SourceFile("companion/completions"))) {
     GTEST_SKIP() << "the sources are not there";
   }
   CheckWorld world;
@@ -79,7 +78,7 @@ TEST(Completions, OfferWhatFitsInBash) {
 }
 
 TEST(Completions, AreUnderstoodByZsh) {
-  if (!std::filesystem::exists("/bin/zsh")) GTEST_SKIP() << "there is no zsh";
+  if (!fs::exists("/bin/zsh")) GTEST_SKIP() << "there is no zsh";
   const Outcome seen =
       RunProgram({{"/bin/zsh", "-n", SourceFile("companion/completions/_kvl-media")}});
   EXPECT_EQ(seen.err, "");

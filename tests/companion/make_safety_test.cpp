@@ -15,56 +15,45 @@ using Lines = std::vector<std::string>;
 
 class MakeSafely : public testing::Test {
  protected:
-  MakeSafely() { SetMode(world_.Directory().Write("setup", "#!/bin/sh\n"), 0755); }
-
-  static Lines Arguments(const std::string& directory, const Lines& further = {}) {
+  Outcome Make(const std::string& directory, const Lines& further = {},
+               const std::function<void()>& before = {}) const {
     Lines arguments = {"make",       "--tag",     "T",       "--installer", "setup",
                        "--launcher", "/bin/true", "payload", directory};
     arguments.insert(arguments.end(), further.begin(), further.end());
-    return arguments;
+    return world_.Companion(arguments, {}, before);
   }
 
-  Outcome Make(const std::string& directory, const Lines& further = {},
-               const std::function<void()>& before = {}) const {
-    return world_.Companion(Arguments(directory, further), {}, before);
+  static void ExpectMade(const Outcome& seen, const std::string& first, const std::string& script) {
+    EXPECT_EQ(seen.out, "Made a media with tag T, layout single, volumes: 1.\nFirst volume: " +
+                            first + "\nStart it with: " + script + "\n");
+    EXPECT_EQ(seen.err, "");
+    EXPECT_EQ(seen.status, 0);
   }
 
-  static std::string Made(const std::string& first, const std::string& script) {
-    return "Made a media with tag T, layout single, volumes: 1.\nFirst volume: " + first +
-           "\nStart it with: " + script + "\n";
-  }
-
-  Lines TopNames() const { return NamesBelow("."); }
-
-  Lines NamesBelow(const std::string& directory) const {
-    Lines names;
+  std::set<std::string> NamesBelow(const std::string& directory) const {
+    std::set<std::string> names;
     for (const auto& entry : fs::directory_iterator(world_.Path(directory))) {
-      names.push_back(entry.path().filename());
+      names.insert(entry.path().filename());
     }
-    std::sort(names.begin(), names.end());
     return names;
   }
 
-  CheckWorld world_;
+  CheckWorld world_{"file setup #!/bin/sh\\n; file payload/file x"};
 };
 
 TEST_F(MakeSafely, WritesNamesThatWouldLeadOutAsTheyAre) {
-  for (const char* name : {"payload/..\\..\\..\\pwned\\deep\\f", "needs/..\\..\\pwned\\f"}) {
-    world_.Directory().Write(name, "x\n");
-  }
-  const Lines before = TopNames();
-  const Outcome made = Make("media", {"--inst", "needs"});
-  EXPECT_EQ(made.out, Made(world_.Text("'{media}'"), world_.Text("'{media}/StartTUI.sh'")));
-  EXPECT_EQ(made.err, "");
-  EXPECT_EQ(made.status, 0);
-  Lines after = TopNames();
-  std::erase(after, "media");
-  EXPECT_EQ(after, before);
+  world_.Change(R"(remove payload; file payload/..\\..\\..\\pwned\\deep\\f x; )"
+                R"(file needs/..\\..\\pwned\\f x)");
+  std::set<std::string> names = NamesBelow(".");
+  ExpectMade(Make("media", {"--inst", "needs"}), world_.Text("'{media}'"),
+             world_.Text("'{media}/StartTUI.sh'"));
+  names.insert("media");
+  EXPECT_EQ(NamesBelow("."), names);
   EXPECT_THAT(NamesBelow("media"), ElementsAre("1.txt", "StartGUI.sh", "StartTUI.sh", "inst",
                                                "media.db", "media.xml", "meta.TOCxml", "payload"));
   EXPECT_THAT(DescribeTree(world_.Path("media/payload/1")),
-              ElementsAre("f 644 ..\\..\\..\\pwned\\deep\\f = x\n"));
-  EXPECT_EQ(ReadFile(world_.Path("media/inst/..\\..\\pwned\\f")), "x\n");
+              ElementsAre("f 644 ..\\..\\..\\pwned\\deep\\f = x"));
+  EXPECT_EQ(ReadFile(world_.Path("media/inst/..\\..\\pwned\\f")), "x");
   EXPECT_FALSE(fs::exists(fs::path(world_.Path(".")).parent_path().parent_path() / "pwned"));
 }
 
@@ -87,70 +76,49 @@ TEST_F(MakeSafely, CopiesATreeOfOddNames) {
 }
 
 TEST_F(MakeSafely, TakesTheNameOfItsDirectoryAsItIsAndShowsItForAShell) {
-  world_.Directory().Write("payload/file", "x");
-  struct Row {
-    std::string directory;
-    std::string shown;  ///< what stands behind the world's own path, with "'" at the end
+  const std::map<std::string, std::string> rows = {
+      // what stands around the world's own path and behind it
+      {"out\\dir", "$'|/out\\\\dir"},       {"a'b", "'|/a'\\''b"},
+      {"\033]0;x\a", "$'|/\\x1B]0;x\\x07"}, {"\"q\"", "'|/\"q\""},
+      {"a\\'b", "$'|/a\\\\\\'b"},           {"new\\x/y\\", "$'|/new\\\\x/y\\\\"},
   };
-  const std::vector<Row> rows = {
-      {"out\\dir", "out\\\\dir"}, {"a'b", "a'\\''b"},     {"\033]0;x\a", "\\x1B]0;x\\x07"},
-      {"\"q\"", "\"q\""},         {"a\\'b", "a\\\\\\'b"}, {"new\\x/y\\", "new\\\\x/y\\\\"},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.directory);
-    const Lines before = TopNames();
-    const Outcome made = Make(row.directory);
-    const bool is_odd =
-        row.shown.find("\\\\") != std::string::npos || row.shown.find("\\x") != std::string::npos;
-    const std::string quote = is_odd ? "$'" : "'";
-    const std::string first = quote + world_.Text("{}/") + row.shown;
-    EXPECT_EQ(made.out, Made(first + "'", first + "/StartTUI.sh'"));
-    EXPECT_EQ(made.err, "");
-    EXPECT_EQ(made.status, 0);
-    EXPECT_TRUE(fs::exists(world_.Directory().Path(row.directory + "/payload/1/file")));
-    Lines after = TopNames();
-    std::erase(after, row.directory.substr(0, row.directory.find('/')));
-    EXPECT_EQ(after, before);
-    // What is shown leads a shell there.
-    const std::size_t at = made.out.find("First volume: ") + 14;
-    const std::string shown = made.out.substr(at, made.out.find('\n', at) - at);
-    const std::string bash = "/bin/bash";
-    if (::access(bash.c_str(), X_OK) != 0) continue;
-    EXPECT_EQ(RunProgram({{bash, "-c", "test -f " + shown + "/StartTUI.sh"}}).status, 0);
-    fs::remove_all(world_.Directory().Path(row.directory.substr(0, row.directory.find('/'))));
+  const std::set<std::string> names = NamesBelow(".");
+  for (const auto& [directory, text] : rows) {
+    SCOPED_TRACE(directory);
+    std::string shown = text;
+    shown.replace(shown.find('|'), 1, world_.Path("."));
+    ExpectMade(Make(directory), shown + "'", shown + "/StartTUI.sh'");
+    EXPECT_TRUE(fs::exists(world_.Directory().Path(directory + "/payload/1/file")));
+    if (::access("/bin/bash", X_OK) == 0) {  // what is shown leads a shell there
+      const std::string test = "test -f " + shown + "/StartTUI.sh'";
+      EXPECT_EQ(RunProgram({{"/bin/bash", "-c", test}}).status, 0);
+    }
+    fs::remove_all(world_.Directory().Path(directory.substr(0, directory.find('/'))));
+    EXPECT_EQ(NamesBelow("."), names);
   }
 }
 
 TEST_F(MakeSafely, GoesUpFromWhereALinkLeads) {
-  world_.Directory().Write("payload/file", "x");
-  world_.Directory().MakeDir("else/where");
-  world_.Directory().Link("link", "else/where");
-  struct Row {
-    std::string given, made;
-  };
-  for (const Row& row : {Row{"link/../media", "else/media"}, Row{"link/media", "link/media"},
-                         Row{"link/../new/media/", "else/new/media"},
-                         Row{"else/where/../../media", "media"}, Row{"new/../other", "other"}}) {
-    SCOPED_TRACE(row.given);
-    const Lines before = TopNames();
-    const Outcome made = Make(row.given);
-    const std::string first = world_.Path(row.made);
-    EXPECT_EQ(made.out, Made("'" + first + "'", "'" + first + "/StartTUI.sh'"));
-    EXPECT_EQ(made.err, "");
-    EXPECT_EQ(made.status, 0);
-    EXPECT_TRUE(fs::exists(world_.Path(row.made + "/payload/1/file")));
-    fs::remove_all(world_.Path(row.made));
-    EXPECT_EQ(TopNames(), before);
+  world_.Change("dir else/where; link link else/where");
+  const std::map<std::string, std::string> rows = {{"link/../media", "else/media"},
+                                                   {"link/media", "link/media"},
+                                                   {"link/../new/media/", "else/new/media"},
+                                                   {"else/where/../../media", "media"},
+                                                   {"new/../other", "other"}};
+  const std::set<std::string> names = NamesBelow(".");
+  for (const auto& [given, made] : rows) {
+    SCOPED_TRACE(given);
+    ExpectMade(Make(given), "'" + world_.Path(made) + "'",
+               "'" + world_.Path(made) + "/StartTUI.sh'");
+    EXPECT_TRUE(fs::exists(world_.Path(made + "/payload/1/file")));
+    fs::remove_all(world_.Path(made));
+    EXPECT_EQ(NamesBelow("."), names);
   }
 }
 
 TEST_F(MakeSafely, RefusesTagsThatAreNoPlainText) {
-  world_.Directory().Write("payload/file", "x");
   const Lines before = DescribeTreeExactly(world_.Path("."));
-  struct Row {
-    std::string tag, shown;
-  };
-  const std::vector<Row> rows = {
+  const std::map<std::string, std::string> rows = {
       {"a\nb", "a\\x0Ab"},
       {"a\rb", "a\\x0Db"},
       {"a\tb", "a\\x09b"},
@@ -163,14 +131,10 @@ TEST_F(MakeSafely, RefusesTagsThatAreNoPlainText) {
       {"\xEF\xBF\xBE", "\xEF\xBF\xBE"},
       {"\xEF\xBF\xBF", "\xEF\xBF\xBF"},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.shown);
-    const Outcome refused = Make("media", {"--tag", row.tag});
-    EXPECT_EQ(refused.out, "");
-    EXPECT_EQ(refused.err,
-              "kvl-media: --tag must be one line of UTF-8 without control characters: " +
-                  row.shown + "\n");
-    EXPECT_EQ(refused.status, 2);
+  for (const auto& [tag, shown] : rows) {
+    SCOPED_TRACE(shown);
+    world_.ExpectRefused(Make("media", {"--tag", tag}),
+                         "--tag must be one line of UTF-8 without control characters: " + shown);
     EXPECT_EQ(DescribeTreeExactly(world_.Path(".")), before);
   }
   const Outcome made = Make("media", {"--tag", "\xC3\x9C a\\b <&>\" \xF0\x9F\x92\xBF"});
@@ -181,33 +145,22 @@ TEST_F(MakeSafely, RefusesTagsThatAreNoPlainText) {
 }
 
 TEST_F(MakeSafely, TakesATagUpToItsGreatestLength) {
-  world_.Directory().Write("payload/file", "x");
   const std::string tag(256, '&');
   EXPECT_EQ(Make("media", {"--tag", tag}).status, 0);
   EXPECT_EQ(ReadFile(world_.Path("media/1.txt")), "Volume marker\nMTBDIR=" + tag + "\n");
 }
 
 TEST_F(MakeSafely, RefusesADirectoryThatAnotherMakeHasTakenOrLeft) {
-  world_.Directory().Write("payload/file", "x");
-  world_.Directory().Write("media/StartTUI.sh.unfinished", "");
-  world_.Directory().Write("media/payload/1/file", "x");
+  world_.Change("file media/StartTUI.sh.unfinished; file media/payload/1/file x");
   const Lines before = DescribeTreeExactly(world_.Path("."));
-  const Outcome refused = Make("media");
-  EXPECT_EQ(refused.out, "");
-  EXPECT_EQ(refused.err,
-            world_.Text("kvl-media: another make is at work there, or was broken off: {media}\n"));
-  EXPECT_EQ(refused.status, 2);
+  world_.ExpectRefused(Make("media"), "another make is at work there, or was broken off: {media}");
   EXPECT_EQ(DescribeTreeExactly(world_.Path(".")), before);
 }
 
 TEST_F(MakeSafely, SaysThatTheDiskIsFullFromTheFirstFileOn) {
-  world_.Directory().Write("payload/file", "x");
-  const Outcome seen = Make("media", {}, [] { LimitFileSize(1000); });
-  EXPECT_EQ(seen.out, "");
-  EXPECT_EQ(seen.err,
-            world_.Text("kvl-media: Cannot write into {media}/StartTUI.sh.unfinished - No "
-                        "space left on device\n"));
-  EXPECT_EQ(seen.status, 1);
+  world_.ExpectRefused(Make("media", {}, [] { LimitFileSize(1000); }),
+                       "Cannot write into {media}/StartTUI.sh.unfinished - No space left on device",
+                       1);
 }
 
 /// Makes a media in the working directory and changes something when the first file is about to be
@@ -233,14 +186,12 @@ int MakeWhileItChanges(bool is_presorted, const std::function<void()>& change) {
 }
 
 TEST_F(MakeSafely, RefusesWhatItCannotReadBeforeItWrites) {
-  const std::vector<std::pair<std::string, std::string>> rows = {
+  const std::map<std::string, std::string> rows = {
       {"payload/x", "Cannot read payload/x"}, {"payload/d", "opendir - payload/d"},
       {"needs/x", "Cannot read needs/x"},     {"setup", "Cannot read setup"},
       {"starter", "Cannot read starter"},
   };
-  for (const char* name : {"payload/x", "payload/d/y", "needs/x", "starter"}) {
-    world_.Directory().Write(name, "x");
-  }
+  world_.Change("file payload/x; file payload/d/y; file needs/x; file starter");
   for (const auto& [closed, text] : rows) {
     GiveToOrdinaryUser(world_.Path("."));
     GiveToOrdinaryUser(world_.Path(closed));
@@ -257,61 +208,38 @@ TEST_F(MakeSafely, RefusesWhatItCannotReadBeforeItWrites) {
   }
 }
 
-TEST_F(MakeSafely, EndsWhenWhatItHasPlannedHasChanged) {
+/// Changes while the first file is copied, and what is said of them; a payload with "1" is presorted.
+TEST(MakeWhileFilesChange, EndsWhenWhatItHasPlannedHasChanged) {
   struct Row {
-    std::string name;
-    std::function<void(CheckWorld&)> change;
-    std::string line;
-    bool is_presorted = false;
+    std::string name, change, line;
+    std::function<void()> also = [] {};
   };
-  const auto rewritten = [](const std::string& name, const std::string& contents) {
-    return [=](CheckWorld& world) { world.Directory().Write(name, contents); };
-  };
-  const std::string kChanged = "changed since the media was planned: ";
+  const std::string changed = "changed since the media was planned: ";
+  const auto rewrite = [] { RewriteUnnoticed("payload/b", "CONTENTS"); };
+  const auto long_ago = [] { SetTimes("payload/b", 1, 1'000'000'000); };
   const std::vector<Row> rows = {
-      {"grown", rewritten("payload/b", "contents and more"), kChanged + "payload/b"},
-      {"cut", rewritten("payload/b", "con"), kChanged + "payload/b"},
-      {"rewritten", rewritten("payload/b", "CONTENTS"), kChanged + "payload/b"},
-      {"rewritten, with its time put back",
-       [](CheckWorld& world) { RewriteUnnoticed(world.Path("payload/b"), "CONTENTS"); },
-       kChanged + "payload/b"},
-      {"with another mode", [](CheckWorld& world) { SetMode(world.Path("payload/b"), 0700); },
-       kChanged + "payload/b"},
-      {"another file",
-       [](CheckWorld& world) {
-         fs::rename(world.Path("payload/b"), world.Path("moved"));
-         SetTimes(world.Directory().Write("payload/b", "CONTENTS"), 1, 1'000'000'000);
-       },
-       kChanged + "payload/b"},
-      {"a link",
-       [](CheckWorld& world) {
-         fs::rename(world.Path("payload/b"), world.Path("moved"));
-         world.Directory().Link("payload/b", "../moved");
-       },
-       kChanged + "payload/b"},
-      {"a pipe",
-       [](CheckWorld& world) {
-         fs::remove(world.Path("payload/b"));
-         world.Directory().Pipe("payload/b");
-       },
-       kChanged + "payload/b"},
-      {"gone", [](CheckWorld& world) { fs::remove(world.Path("payload/b")); },
-       "lstat - payload/b - No such file or directory\n"},
-      {"a link above",
-       [](CheckWorld& world) {
-         fs::rename(world.Path("payload/d"), world.Path("moved"));
-         world.Directory().Link("payload/d", "../moved");
-       },
+      {"grown", "file payload/b contents and more", changed + "payload/b"},
+      {"cut", "file payload/b con", changed + "payload/b"},
+      {"rewritten", "file payload/b CONTENTS", changed + "payload/b"},
+      {"rewritten, with its time put back", "", changed + "payload/b", rewrite},
+      {"with another mode", "mode 700 payload/b", changed + "payload/b"},
+      {"another file", "move payload/b moved; file payload/b CONTENTS", changed + "payload/b",
+       long_ago},
+      {"a link", "move payload/b moved; link payload/b ../moved", changed + "payload/b"},
+      {"a pipe", "pipe payload/b", changed + "payload/b"},
+      {"gone", "remove payload/b", "lstat - payload/b - No such file or directory\n"},
+      {"a link above", "move payload/d moved; link payload/d ../moved",
        "opendir - payload/d - Not a directory\n"},
-      {"on a volume", rewritten("payload/1/b", "more"), kChanged + "payload/1/b", true},
-      {"for inst", rewritten("needs/file", "more"), kChanged + "needs/file"},
-      {"the installer", rewritten("setup", "more"), kChanged + "setup"},
-      {"the launcher", rewritten("starter", "more"), kChanged + "starter"},
+      {"on a volume", "file payload/1/b more", changed + "payload/1/b"},
+      {"for inst", "file needs/file more", changed + "needs/file"},
+      {"the installer", "file setup more", changed + "setup"},
+      {"the launcher", "file starter more", changed + "starter"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     CheckWorld world;
-    const std::string payload = row.is_presorted ? "payload/1/" : "payload/";
+    const bool is_presorted = row.line.ends_with("payload/1/b");
+    const std::string payload = is_presorted ? "payload/1/" : "payload/";
     for (const std::string& name :
          {payload + "a", payload + "b", payload + "d/c", std::string("needs/file"),
           std::string("setup"), std::string("starter")}) {
@@ -319,7 +247,10 @@ TEST_F(MakeSafely, EndsWhenWhatItHasPlannedHasChanged) {
     }
     const Outcome seen = RunIsolated([&] {
       fs::current_path(world.Path("."));
-      return MakeWhileItChanges(row.is_presorted, [&] { row.change(world); });
+      return MakeWhileItChanges(is_presorted, [&] {
+        world.Change(row.change);
+        row.also();
+      });
     });
     EXPECT_EQ(seen.err, row.line);
     EXPECT_EQ(seen.status, 1);
@@ -329,13 +260,11 @@ TEST_F(MakeSafely, EndsWhenWhatItHasPlannedHasChanged) {
 }
 
 TEST_F(MakeSafely, OverwritesNoStartScriptThatCameMeanwhile) {
-  for (const char* name : {"payload/file", "needs/file", "starter"}) {
-    world_.Directory().Write(name, "x");
-  }
+  world_.Change("file needs/file x; file starter x");
   const Outcome seen = RunIsolated([&] {
     fs::current_path(world_.Path("."));
     return MakeWhileItChanges(/*is_presorted=*/false,
-                              [&] { world_.Directory().Write("media/StartTUI.sh", "mine"); });
+                              [&] { world_.Change("file media/StartTUI.sh mine"); });
   });
   const std::string script = world_.Path("media/StartTUI.sh");
   EXPECT_EQ(seen.err, "rename - " + script + ".unfinished to " + script + " - File exists\n");
@@ -354,7 +283,6 @@ void RefuseAccess() {
 }
 
 TEST_F(MakeSafely, ComesToAnEndWhereNothingSeemsToExist) {
-  world_.Directory().Write("payload/file", "x");
   const Outcome made = Make("new/media", {}, RefuseAccess);
   EXPECT_EQ(made.err, "");
   EXPECT_EQ(made.status, 0);

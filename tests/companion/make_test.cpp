@@ -11,22 +11,45 @@ using Lines = std::vector<std::string>;
 
 /// A payload of five files in "payload", and an installer that is a small program.
 void MakePayload(CheckWorld& world) {
-  VolumeBuilder payload = world.Volume("payload");
   for (const char* name : {"a/1", "a/2", "b c/3", "b c/d/4", "5"}) {
-    payload.File(name, std::string(300'000, name[0]));
+    world.Volume("payload").File(name, std::string(300'000, name[0]));
   }
-  payload.Dir("empty");
-  SetMode(world.Path("payload/a/1"), 0700);
-  SetMode(world.Path("payload/a/2"), 0600);
+  world.Change(
+      "dir payload/empty; mode 700 payload/a/1; mode 600 payload/a/2; "
+      "file setup #!/bin/sh\\nexit 5\\n; mode 600 setup");
   SetTimes(world.Path("payload/a/1"), 1'000'000'000, 1'100'000'000);
-  SetMode(world.Directory().Write("setup", "#!/bin/sh\nexit 5\n"), 0600);
 }
 
-Outcome Make(const CheckWorld& world, const Lines& further, const Environment& env = {}) {
+/// A payload sorted by volumes in "payload", and what the installer needs in "needs".
+constexpr char kPresorted[] =
+    "file payload/1/a/1 one; file payload/1/2 two; file payload/2/a/1 other; dir payload/3; "
+    "file needs/linux/code/bin/tool tool; mode 700 needs/linux/code/bin/tool; "
+    "file needs/common/text text; dir needs/empty; "
+    "file setup #!/bin/sh\\nexit 5\\n; mode 600 setup; ";
+
+Outcome Make(const CheckWorld& world, const Lines& further,
+             const std::string& directory = "media") {
   Lines arguments = {"make",       "--tag",     "T 1",     "--installer", "setup",
-                     "--launcher", "/bin/true", "payload", "media"};
+                     "--launcher", "/bin/true", "payload", directory};
   arguments.insert(arguments.end(), further.begin(), further.end());
-  return world.Companion(arguments, env);
+  return world.Companion(arguments);
+}
+
+void ExpectMade(const CheckWorld& world, const Outcome& seen, const std::string& layout,
+                int volumes, const std::string& first) {
+  EXPECT_EQ(seen.out, world.Text("Made a media with tag T 1, layout " + layout +
+                                 ", volumes: " + std::to_string(volumes) + ".\nFirst volume: '{" +
+                                 first + "}'\nStart it with: '{" + first + "}/StartTUI.sh'\n"));
+  EXPECT_EQ(seen.err, "");
+  EXPECT_EQ(seen.status, 0);
+}
+
+/// Compares with a refusal that leaves everything as it is.
+void ExpectRefusedAndUntouched(const CheckWorld& world, const Lines& further,
+                               const std::string& line) {
+  const Lines before = DescribeTreeExactly(world.Path("."));
+  world.ExpectRefused(Make(world, further), line);
+  EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
 }
 
 Lines NamesIn(const std::string& directory) {
@@ -50,44 +73,29 @@ std::string TooSmallForTheFirst() {
          Blocks(BlocksOfTheFirstVolume()) + " bytes)";
 }
 
-struct LayoutRow {
-  std::string name, first, second;  ///< directories of the volumes, in {media}
-
-  /// What a check says, as in MediaWorld.
-  std::string CheckSays() const {
-    return "Media      {" + first + "}\nSystem     linux\nInstaller  {" + first +
-           "}/inst/linux/code/bin/setup, in the media\nVolumes    2, layout " + name +
-           ", tag T 1\n           1  found       {" + first + "}\n           2  found       {" +
-           second + "}\nStart      in place\nFine: the installer will be started in place\n";
-  }
-};
-
-const std::vector<LayoutRow> kLayouts = {
-    {"flat", "media", "media"},
-    {"sibling", "media/1", "media/2"},
-    {"am", "media/1/media/1", "media/2/media/2"},
-};
-
 TEST(KvlMediaMake, MakesMediaThatCheckFindsNothingWrongWith) {
-  for (const LayoutRow& row : kLayouts) {
-    SCOPED_TRACE(row.name);
+  struct Row {
+    std::string layout, first, second;  ///< directories of the volumes
+  };
+  for (const Row& row : {Row{"flat", "media", "media"}, Row{"sibling", "media/1", "media/2"},
+                         Row{"am", "media/1/media/1", "media/2/media/2"}}) {
+    SCOPED_TRACE(row.layout);
     CheckWorld world;
     MakePayload(world);
-    const Outcome made = Make(world, {"--layout", row.name, "--volume-size", "1100K"});
-    const std::string first = world.Path(row.first);
-    EXPECT_EQ(made.out, "Made a media with tag T 1, layout " + row.name +
-                            ", volumes: 2.\nFirst volume: '" + first + "'\nStart it with: '" +
-                            first + "/StartTUI.sh'\n");
-    EXPECT_EQ(made.err, "");
-    EXPECT_EQ(made.status, 0);
-    EXPECT_EQ(ReadFile(first + "/inst/volumes.txt"), "2\n");
-    EXPECT_EQ(ReadFile(first + "/1.txt"), "Volume marker\nMTBDIR=T 1\n");
+    ExpectMade(world, Make(world, {"--layout", row.layout, "--volume-size", "1100K"}), row.layout,
+               2, row.first);
+    EXPECT_EQ(ReadFile(world.Path(row.first + "/inst/volumes.txt")), "2\n");
+    EXPECT_EQ(ReadFile(world.Path(row.first + "/1.txt")), "Volume marker\nMTBDIR=T 1\n");
     EXPECT_EQ(ReadFile(world.Path(row.second + "/2.txt")), "Volume marker\nMTBDIR=T 1\n");
 
-    const Outcome check = world.Companion({"check", row.first}, {{"TMPDIR", "{tmp}"}});
-    EXPECT_EQ(check.out, world.Text(row.CheckSays()));
-    EXPECT_EQ(check.err, "");
-    EXPECT_EQ(check.status, 0);
+    const std::string first = "{" + row.first + "}", second = "{" + row.second + "}";
+    world.ExpectReport(world.Companion({"check", row.first}, {{"TMPDIR", "{tmp}"}}),
+                       "Media      " + first + "\nSystem     linux\nInstaller  " + first +
+                           "/inst/linux/code/bin/setup, in the media\nVolumes    2, layout " +
+                           row.layout + ", tag T 1\n           1  found       " + first +
+                           "\n           2  found       " + second +
+                           "\nStart      in place\n"
+                           "Fine: the installer will be started in place\n");
   }
 }
 
@@ -96,11 +104,11 @@ TEST(KvlMediaMake, PutsEveryFileOfThePayloadOnOneVolumeWithItsChecksum) {
   MakePayload(world);
   ASSERT_EQ(Make(world, {"--volume-size", "1100K"}).status, 0);
   EXPECT_THAT(NamesIn(world.Path("media/1/payload")),
-              testing::ElementsAre("d 755 1", "d 755 1/a", "f 644 1.cksum", "f 644 1/5",
-                                   "f 644 1/a/2", "f 755 1/a/1"));
+              ElementsAre("d 755 1", "d 755 1/a", "f 644 1.cksum", "f 644 1/5", "f 644 1/a/2",
+                          "f 755 1/a/1"));
   EXPECT_THAT(NamesIn(world.Path("media/2/payload")),
-              testing::ElementsAre("d 755 2", "d 755 2/b c", "d 755 2/b c/d", "d 755 2/empty",
-                                   "f 644 2.cksum", "f 644 2/b c/3", "f 644 2/b c/d/4"));
+              ElementsAre("d 755 2", "d 755 2/b c", "d 755 2/b c/d", "d 755 2/empty",
+                          "f 644 2.cksum", "f 644 2/b c/3", "f 644 2/b c/d/4"));
   EXPECT_EQ(fs::last_write_time(world.Path("media/1/payload/1/a/1")),
             fs::last_write_time(world.Path("payload/a/1")));
   std::string all;
@@ -136,35 +144,13 @@ TEST(KvlMediaMake, GivesTheSameMediaWhateverTheUmask) {
   MakePayload(world);
   ASSERT_EQ(Make(world, {}).status, 0);
   const ScopedUmask umask(077);
-  ASSERT_EQ(world
-                .Companion({"make", "--tag", "T 1", "--installer", "setup", "--launcher",
-                            "/bin/true", "payload", "other"})
-                .status,
-            0);
+  ASSERT_EQ(Make(world, {}, "other").status, 0);
   EXPECT_EQ(DescribeTree(world.Path("other")), DescribeTree(world.Path("media")));
 }
 
-/// A payload sorted by volumes in "payload", and what the installer needs in "needs".
-void MakePresortedPayload(CheckWorld& world) {
-  world.Volume("payload").File("1/a/1", "one").File("1/2", "two").File("2/a/1", "other");
-  world.Volume("payload").Dir("3");
-  world.Volume("needs")
-      .File("linux/code/bin/tool", "tool")
-      .File("common/text", "text")
-      .Dir("empty");
-  SetMode(world.Path("needs/linux/code/bin/tool"), 0700);
-  SetMode(world.Directory().Write("setup", "#!/bin/sh\nexit 5\n"), 0600);
-}
-
 TEST(KvlMediaMake, PutsAPresortedPayloadOntoItsVolumes) {
-  CheckWorld world;
-  MakePresortedPayload(world);
-  const std::string first = world.Path("media/1");
-  const Outcome made = Make(world, {"--presorted"});
-  EXPECT_EQ(made.out, "Made a media with tag T 1, layout sibling, volumes: 3.\nFirst volume: '" +
-                          first + "'\nStart it with: '" + first + "/StartTUI.sh'\n");
-  EXPECT_EQ(made.err, "");
-  EXPECT_EQ(made.status, 0);
+  const CheckWorld world(kPresorted);
+  ExpectMade(world, Make(world, {"--presorted"}), "sibling", 3, "media/1");
   EXPECT_THAT(
       DescribeTree(world.Path("media/1/payload")),
       ElementsAre("d 755 1", "d 755 1/a", "f 644 1.cksum = 3413784483 3 ./2\n2648632822 3 ./a/1\n",
@@ -177,8 +163,7 @@ TEST(KvlMediaMake, PutsAPresortedPayloadOntoItsVolumes) {
 }
 
 TEST(KvlMediaMake, PutsWhatTheInstallerNeedsIntoInst) {
-  CheckWorld world;
-  MakePresortedPayload(world);
+  const CheckWorld world(kPresorted);
   ASSERT_EQ(Make(world, {"--presorted", "--inst", "needs"}).status, 0);
   EXPECT_THAT(NamesIn(world.Path("media/1/inst")),
               ElementsAre("d 755 common", "d 755 empty", "d 755 linux", "d 755 linux/code",
@@ -189,94 +174,52 @@ TEST(KvlMediaMake, PutsWhatTheInstallerNeedsIntoInst) {
 
 TEST(KvlMediaMake, RefusesWhatIsNoPresortedPayloadAndWhatDoesNotBelongIntoInst) {
   struct Row {
-    std::function<void(CheckWorld&)> change;
-    Lines further;
-    std::string line;
+    std::string change, line;
+    Lines further = {};
   };
-  const std::string kOthers =
+  const auto bytes = [](std::uint64_t size) { return std::string(size, 'x'); };
+  const std::string others =
       "a presorted payload holds directories 1, 2, ... and nothing else: payload/";
+  const std::string without = "a presorted payload without a directory ";
+  const std::string anyway = "this is put into inst anyway: needs/";
+  const Lines inst = {"--inst", "needs"};
   const std::vector<Row> rows = {
-      {[](CheckWorld& world) { world.Volume("payload").File("x", "").Dir("5"); },
-       {},
-       kOthers + "x"},
-      {[](CheckWorld& world) { world.Volume("payload").File("x", "").File(".a", ""); },
-       {},
-       kOthers + ".a"},
-      {[](CheckWorld& world) { world.Volume("payload").Dir("04"); }, {}, kOthers + "04"},
-      {[](CheckWorld& world) { world.Volume("payload").Dir("0"); }, {}, kOthers + "0"},
-      {[](CheckWorld& world) { world.Volume("payload").Dir("-4"); }, {}, kOthers + "-4"},
-      {[](CheckWorld& world) { world.Volume("payload").Link("4", "3"); }, {}, kOthers + "4"},
-      {[](CheckWorld& world) { world.Volume("payload").File("4", ""); }, {}, kOthers + "4"},
-      {[](CheckWorld& world) { world.Volume("payload").Dir("5"); },
-       {},
-       "a presorted payload without a directory 4: payload"},
-      {[](CheckWorld& world) { fs::remove_all(world.Path("payload/1")); },
-       {},
-       "a presorted payload without a directory 1: payload"},
-      {[](CheckWorld& world) { world.Volume("payload").Dir("99999999999999999999999"); },
-       {},
-       "a presorted payload without a directory 4: payload"},
-      {[](CheckWorld& world) {
-         fs::remove_all(world.Path("payload"));
-         world.Volume("payload");
-       },
-       {},
-       "a presorted payload without a directory 1: payload"},
-      {[](CheckWorld& world) {
-         world.Volume("payload").File("2/large", std::string(1'200'000, 'x'));
-       },
-       {"--volume-size", "1M"},
-       // Six blocks of the volume itself, "a", "a/1", "large", the list.
-       "more than a volume holds: payload/2 (needs " + Blocks(6 + 1 + 1 + 586 + 1) + " bytes)"},
-      {[](CheckWorld& world) {
-         for (const char* name : {"x", "y", "z"}) {
-           world.Volume("payload").File("1/" + std::string(name), std::string(300'000, 'x'));
-         }
-       },
-       {"--volume-size", "400K"},
-       // Beyond what the first one holds anyway: "2", "a", "a/1", three large files, the list.
+      {"file payload/x; dir payload/5", others + "x"},
+      {"file payload/x; file payload/.a", others + ".a"},
+      {"dir payload/04", others + "04"},
+      {"dir payload/0", others + "0"},
+      {"dir payload/-4", others + "-4"},
+      {"link payload/4 3", others + "4"},
+      {"file payload/4", others + "4"},
+      {"dir payload/5", without + "4: payload"},
+      {"remove payload/1", without + "1: payload"},
+      {"dir payload/99999999999999999999999", without + "4: payload"},
+      {"dir payload", without + "1: payload"},
+      // Six blocks of the volume itself, "a", "a/1", "large", the list.
+      {"file payload/2/large " + bytes(1'200'000),
+       "more than a volume holds: payload/2 (needs " + Blocks(6 + 1 + 1 + 586 + 1) + " bytes)",
+       {"--volume-size", "1M"}},
+      // Beyond what the first one holds anyway: "2", "a", "a/1", three large files, the list.
+      {"file payload/1/x " + bytes(300'000) + "; file payload/1/y " + bytes(300'000) +
+           "; file payload/1/z " + bytes(300'000),
        "more than a volume holds: payload/1 (needs " +
-           Blocks(BlocksOfTheFirstVolume() + 1 + 1 + 1 + 3 * 147 + 1) + " bytes)"},
-      {[](CheckWorld&) {}, {"--volume-size", "100K"}, TooSmallForTheFirst()},
-      {[](CheckWorld&) {}, {"--inst", "missing"}, "not a directory: missing"},
-      {[](CheckWorld& world) { world.Volume("needs").File("volumes.txt", "9"); },
-       {"--inst", "needs"},
-       "this is put into inst anyway: needs/volumes.txt"},
-      {[](CheckWorld& world) { world.Volume("needs").File("linux/code/bin/setup", ""); },
-       {"--inst", "needs"},
-       "this is put into inst anyway: needs/linux/code/bin/setup"},
-      {[](CheckWorld& world) { world.Volume("needs").File("linux/code/bin/kvl-launcher", ""); },
-       {"--inst", "needs"},
-       "this is put into inst anyway: needs/linux/code/bin/kvl-launcher"},
-      {[](CheckWorld& world) {
-         fs::remove_all(world.Path("needs/linux"));
-         world.Volume("needs").File("linux", "");
-       },
-       {"--inst", "needs"},
-       "this is put into inst anyway: needs/linux"},
-      {[](CheckWorld& world) {
-         fs::remove_all(world.Path("needs/common"));
-         world.Volume("needs").File("common", "");
-       },
-       {"--inst", "needs"},
-       "this is put into inst anyway: needs/common"},
-      {[](CheckWorld&) {},
-       {"--inst", "."},
-       "the directory lies inside the directory for inst: {media}"},
+           Blocks(BlocksOfTheFirstVolume() + 1 + 1 + 1 + 3 * 147 + 1) + " bytes)",
+       {"--volume-size", "400K"}},
+      {"", TooSmallForTheFirst(), {"--volume-size", "100K"}},
+      {"", "not a directory: missing", {"--inst", "missing"}},
+      {"file needs/volumes.txt 9", anyway + "volumes.txt", inst},
+      {"file needs/linux/code/bin/setup", anyway + "linux/code/bin/setup", inst},
+      {"file needs/linux/code/bin/kvl-launcher", anyway + "linux/code/bin/kvl-launcher", inst},
+      {"remove needs/linux; file needs/linux", anyway + "linux", inst},
+      {"remove needs/common; file needs/common", anyway + "common", inst},
+      {"", "the directory lies inside the directory for inst: {media}", {"--inst", "."}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.line);
-    CheckWorld world;
-    MakePresortedPayload(world);
-    row.change(world);
-    const Lines before = DescribeTreeExactly(world.Path("."));
+    const CheckWorld world(kPresorted + row.change);
     Lines further = row.further;
     further.emplace_back("--presorted");
-    const Outcome seen = Make(world, further);
-    EXPECT_EQ(seen.out, "");
-    EXPECT_EQ(seen.err, world.Text("kvl-media: " + row.line + "\n"));
-    EXPECT_EQ(seen.status, 2);
-    EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
+    ExpectRefusedAndUntouched(world, further, row.line);
   }
 }
 
@@ -328,103 +271,57 @@ TEST(KvlMediaMake, RefusesWhatMakesNoSenseAndTouchesNothing) {
   CheckWorld world;
   MakePayload(world);
   world.Volume("programs").File("set up", "").File("kvl-launcher", "");
-  const Lines before = DescribeTreeExactly(world.Path("."));
   for (const Row& row : rows) {
     SCOPED_TRACE(row.line);
-    const Outcome seen = Make(world, row.further);
-    EXPECT_EQ(seen.out, "");
-    EXPECT_EQ(seen.err, "kvl-media: " + row.line + "\n");
-    EXPECT_EQ(seen.status, 2);
-    EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
+    ExpectRefusedAndUntouched(world, row.further, row.line);
   }
 }
 
-/// The smallest sizes that do, by the refusals of those that are smaller by one byte.
+/// Makes with the smallest size that does, and is refused with one that is smaller by one byte.
+void ExpectSmallestSize(const CheckWorld& world, Lines further, std::uint64_t bytes,
+                        const std::string& line) {
+  further.insert(further.end(), {"--volume-size", std::to_string(bytes - 1)});
+  ExpectRefusedAndUntouched(world, further, line + " (needs " + std::to_string(bytes) + " bytes)");
+  further.back() = std::to_string(bytes);
+  const Outcome made = Make(world, further);
+  EXPECT_EQ(made.err, "");
+  EXPECT_EQ(made.status, 0);
+}
+
 TEST(KvlMediaMake, NamesTheSizeThatIsEnough) {
-  struct Row {
-    std::function<void(CheckWorld&)> make_payload;
-    Lines further;
-    std::uint64_t bytes;
-    std::string line;
-  };
-  const std::vector<Row> rows = {
-      {MakePayload, {}, 2048 * (6 + 2 + 147 + 1), "larger than a volume: b c/d/4"},
-      {[](CheckWorld& world) {
-         MakePresortedPayload(world);
-         world.Volume("payload").File("2/x", std::string(600'000, 'x')).File("2/y/z", "");
-       },
-       {"--presorted"},
-       2048 * (6 + 1 + 1 + 293 + 1 + 1),
-       "more than a volume holds: payload/2"},
-  };
-  for (const Row& row : rows) {
-    CheckWorld world;
-    row.make_payload(world);
-    const auto make = [&](std::uint64_t size) {
-      Lines further = row.further;
-      further.insert(further.end(), {"--volume-size", std::to_string(size)});
-      return Make(world, further);
-    };
-    const Outcome refused = make(row.bytes - 1);
-    EXPECT_EQ(refused.out, "");
-    EXPECT_EQ(refused.err,
-              "kvl-media: " + row.line + " (needs " + std::to_string(row.bytes) + " bytes)\n");
-    EXPECT_EQ(refused.status, 2);
-    EXPECT_FALSE(fs::exists(world.Path("media")));
-    const Outcome made = make(row.bytes);
-    EXPECT_EQ(made.err, "");
-    EXPECT_EQ(made.status, 0);
-  }
+  CheckWorld split;
+  MakePayload(split);
+  ExpectSmallestSize(split, {}, 2048 * (6 + 2 + 147 + 1), "larger than a volume: b c/d/4");
+  const CheckWorld presorted(kPresorted + ("file payload/2/x " + std::string(600'000, 'x')) +
+                             "; file payload/2/y/z");
+  ExpectSmallestSize(presorted, {"--presorted"}, 2048 * (6 + 1 + 1 + 293 + 1 + 1),
+                     "more than a volume holds: payload/2");
 }
 
 TEST(KvlMediaMake, RefusesToWriteWhereSomethingIs) {
-  const std::vector<std::function<void(CheckWorld&)>> fillings = {
-      [](CheckWorld& world) { world.Volume("media").File(".hidden", ""); },
-      [](CheckWorld& world) { world.Volume("media").Dir("directory"); },
-      [](CheckWorld& world) { world.Volume("media").Link("link", "nowhere"); },
-  };
-  for (const auto& fill : fillings) {
-    CheckWorld world;
+  for (const char* filling : {"file media/.hidden", "dir media/directory", "link media/link x"}) {
+    SCOPED_TRACE(filling);
+    CheckWorld world(filling);
     MakePayload(world);
-    fill(world);
-    const Lines before = DescribeTreeExactly(world.Path("."));
-    const Outcome seen = Make(world, {});
-    EXPECT_EQ(seen.out, "");
-    EXPECT_EQ(seen.err, world.Text("kvl-media: the directory is not empty: {media}\n"));
-    EXPECT_EQ(seen.status, 2);
-    EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
+    ExpectRefusedAndUntouched(world, {}, "the directory is not empty: {media}");
   }
 }
 
 TEST(KvlMediaMake, RefusesAPayloadThatCannotBeSplitSafely) {
-  struct Row {
-    std::function<void(CheckWorld&)> make;
-    std::string line;
+  const std::string long_name(254, 'x');
+  const std::map<std::string, std::string> rows = {
+      {"link payload/x 5", "a link could be torn from what it leads to: payload/x"},
+      {"pipe payload/x", "neither a file nor a directory: payload/x"},
+      {"file payload/x\\ny", "a name with a line break cannot be listed: payload/x\\x0Ay"},
+      {"file payload/" + long_name, "a name is too long for a disc: payload/" + long_name},
+      {"remove payload; file payload", "not a directory: payload"},
   };
-  const std::vector<Row> rows = {
-      {[](CheckWorld& world) { world.Volume("payload").Link("x", "5"); },
-       "a link could be torn from what it leads to: payload/x"},
-      {[](CheckWorld& world) { world.Directory().Pipe("payload/x"); },
-       "neither a file nor a directory: payload/x"},
-      {[](CheckWorld& world) { world.Volume("payload").File("x\ny", ""); },
-       "a name with a line break cannot be listed: payload/x\\x0Ay"},
-      {[](CheckWorld& world) { world.Volume("payload").File(std::string(254, 'x'), ""); },
-       "a name is too long for a disc: payload/" + std::string(254, 'x')},
-      {[](CheckWorld& world) {
-         fs::rename(world.Path("payload"), world.Path("moved"));
-         world.Volume(".").File("payload", "");
-       },
-       "not a directory: payload"},
-  };
-  for (const Row& row : rows) {
+  for (const auto& [change, line] : rows) {
+    SCOPED_TRACE(line);
     CheckWorld world;
     MakePayload(world);
-    row.make(world);
-    const Outcome seen = Make(world, {});
-    EXPECT_EQ(seen.out, "");
-    EXPECT_EQ(seen.err, "kvl-media: " + row.line + "\n");
-    EXPECT_EQ(seen.status, 2);
-    EXPECT_FALSE(fs::exists(world.Path("media")));
+    world.Change(change);
+    ExpectRefusedAndUntouched(world, {}, line);
   }
 }
 

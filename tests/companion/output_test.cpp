@@ -8,49 +8,31 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-class FailingOutput : public testing::TestWithParam<void (*)()> {
- protected:
-  FailingOutput() {
-    SetMode(world_.Directory().Write("setup", "#!/bin/sh\n"), 0755);
-    world_.Directory().Write("payload/file", "x");
-  }
-
-  CheckWorld world_;
-};
-
-TEST_P(FailingOutput, IsNamedByWhatOnlyWrites) {
-  for (const Lines& arguments :
-       {Lines{"--help"}, Lines{"--version"}, Lines{"make", "--help"}, Lines{"check", "-h"},
-        Lines{"check", "payload"}, Lines{"check", "--json", "payload"}}) {
-    const Outcome seen = world_.Companion(arguments, {}, GetParam());
-    EXPECT_EQ(seen.out, "");
-    EXPECT_EQ(seen.err, "kvl-media: the report cannot be written\n");
-    EXPECT_EQ(seen.status, 2);
-  }
-}
-
-TEST_P(FailingOutput, IsNamedWhenAMediaWasMade) {
-  const Outcome made = world_.Companion(
-      {"make", "--tag", "T", "--installer", "setup", "--launcher", "/bin/true", "payload", "media"},
-      {}, GetParam());
-  EXPECT_EQ(made.out, "");
-  EXPECT_EQ(made.err, "kvl-media: the media was made, but the message cannot be written\n");
-  EXPECT_EQ(made.status, 1);
-  EXPECT_TRUE(fs::exists(world_.Path("media/StartTUI.sh")));
-}
-
-void SendToFullDisk() {
-  ::dup2(::open("/dev/full", O_WRONLY | O_CLOEXEC), STDOUT_FILENO);
-}
-void SendToReader() {
-  ::dup2(::open("/dev/null", O_RDONLY | O_CLOEXEC), STDOUT_FILENO);
-}
-void Close() {
+/// To be called in the child: standard output is this file, opened to be read or written; or closed.
+void SendTo(const char* file, int how) {
   ::close(STDOUT_FILENO);
+  if (file != nullptr) ::open(file, how);
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEveryKind, FailingOutput,
-                         testing::Values(SendToFullDisk, SendToReader, Close));
+TEST(FailingOutput, IsNamed) {
+  const std::vector<std::pair<const char*, int>> kinds = {
+      {"/dev/full", O_WRONLY}, {"/dev/null", O_RDONLY}, {nullptr, 0}};
+  for (const auto& [file, how] : kinds) {
+    SCOPED_TRACE(file == nullptr ? "closed" : file);
+    const auto send = [&] { SendTo(file, how); };
+    const CheckWorld world("file setup #!/bin/sh\\n; file payload/file x");
+    for (const Lines& arguments :
+         {Lines{"--help"}, Lines{"--version"}, Lines{"make", "--help"}, Lines{"check", "-h"},
+          Lines{"check", "payload"}, Lines{"check", "--json", "payload"}}) {
+      world.ExpectRefused(world.Companion(arguments, {}, send), "the report cannot be written");
+    }
+    const Outcome made = world.Companion({"make", "--tag", "T", "--installer", "setup",
+                                          "--launcher", "/bin/true", "payload", "media"},
+                                         {}, send);
+    world.ExpectRefused(made, "the media was made, but the message cannot be written", 1);
+    EXPECT_TRUE(fs::exists(world.Path("media/StartTUI.sh")));
+  }
+}
 
 }  // namespace
 }  // namespace kvl::test

@@ -10,56 +10,19 @@
 namespace kvl::test {
 namespace {
 
-/// A terminal that passes everything on as it is, where the system has any.
-class Terminal {
- public:
-  Terminal() {
-    termios raw = {};
-    ::cfmakeraw(&raw);
-    is_open_ = ::openpty(&screen_, &line_, nullptr, &raw, nullptr) == 0;
-    for (const int end : {screen_, line_}) ::fcntl(end, F_SETFD, FD_CLOEXEC);
-  }
-  ~Terminal() {
-    ::close(screen_);
-    ::close(line_);
-  }
-  Terminal(const Terminal&) = delete;
-  Terminal& operator=(const Terminal&) = delete;
-
-  bool IsOpen() const { return is_open_; }
-
-  /// For a child that writes to this stream: it is the terminal.
-  void TakeOver(int stream) const { ::dup2(line_, stream); }
-
-  /// Everything that has been written to it, which must not be more than it holds.
-  std::string Seen() const {
-    ::fcntl(screen_, F_SETFL, O_NONBLOCK);
-    std::string seen;
-    std::array<char, 4096> buffer;
-    for (ssize_t n; (n = ::read(screen_, buffer.data(), buffer.size())) > 0;) {
-      seen.append(buffer.data(), static_cast<std::size_t>(n));
-    }
-    return seen;
-  }
-
- private:
-  int screen_ = -1;
-  int line_ = -1;
-  bool is_open_ = false;
-};
-
-constexpr char kEndOfLine[] = "\033[K";  // what is right of here is removed
 constexpr char kRemoved[] = "\r\033[K";
 
 std::string Shown(int volume, int percent) {
   return "\rVolume " + std::to_string(volume) + ", " + std::to_string(percent) +
-         " % of the payload" + kEndOfLine;
+         " % of the payload\033[K";
 }
 
 class Progress : public testing::Test {
  protected:
   void SetUp() override {
-    if (!Terminal().IsOpen()) GTEST_SKIP() << "there is no terminal to open";
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+    if (terminal < 0) GTEST_SKIP() << "there is no terminal to open";
+    ::close(terminal);
   }
 
   /// Five files of one size, the last two on a second volume, and an empty one.
@@ -67,69 +30,67 @@ class Progress : public testing::Test {
     for (const char* name : {"a", "b", "c", "d/e", "f"}) {
       world_.Volume("payload").File(name, std::string(300'000, 'x'));
     }
-    world_.Volume("payload").File("d/empty", "");
-    SetMode(world_.Directory().Write("setup", "#!/bin/sh\n"), 0755);
+    world_.Change("file payload/d/empty; file setup #!/bin/sh\\n");
   }
 
-  /// Runs kvl-media with standard error on a terminal; `err` is what is seen there.
-  Outcome Make(const std::vector<std::string>& further = {},
-               const std::function<void()>& before = {}) {
-    std::vector<std::string> arguments = {"make",        "--tag",         "T 1",
-                                          "--installer", "setup",         "--launcher",
-                                          "/bin/true",   "--volume-size", "1100K"};
+  /// Runs kvl-media with standard error on a terminal that passes everything on as it is; compares
+  /// what is seen there, which must not be more than it holds, and the rest.
+  void ExpectSeen(const std::string& on_terminal, const std::string& out, int status,
+                  const std::vector<std::string>& further = {},
+                  const std::function<void()>& before = {}) {
+    std::vector<std::string> arguments = {"make",  "--tag",      "T 1",       "--installer",
+                                          "setup", "--launcher", "/bin/true", "--volume-size",
+                                          "1100K", "payload",    "media"};
     arguments.insert(arguments.end(), further.begin(), further.end());
-    arguments.insert(arguments.end(), {"payload", "media"});
-    const Terminal terminal;
-    Outcome seen = world_.Companion(arguments, {{"TERM", "xterm"}}, [&] {
-      terminal.TakeOver(STDERR_FILENO);
+    termios raw = {};
+    ::cfmakeraw(&raw);
+    int screen = -1, line = -1;
+    ASSERT_EQ(::openpty(&screen, &line, nullptr, &raw, nullptr), 0);
+    const Outcome seen = world_.Companion(arguments, {{"TERM", "xterm"}}, [&] {
+      ::dup2(line, STDERR_FILENO);
       if (before) before();
     });
-    seen.err += terminal.Seen();
-    return seen;
-  }
-
-  std::string Made() const {
-    return world_.Text(
-        "Made a media with tag T 1, layout sibling, volumes: 2.\n"
-        "First volume: '{media/1}'\nStart it with: '{media/1}/StartTUI.sh'\n");
+    ::fcntl(screen, F_SETFL, O_NONBLOCK);
+    std::array<char, 4096> buffer;
+    const ssize_t size = ::read(screen, buffer.data(), buffer.size());
+    ::close(screen);
+    ::close(line);
+    EXPECT_EQ(std::string(buffer.data(), size < 0 ? 0 : std::size_t(size)), on_terminal);
+    EXPECT_EQ(seen.out, world_.Text(out));
+    EXPECT_EQ(seen.err, "");
+    EXPECT_EQ(seen.status, status);
   }
 
   CheckWorld world_;
 };
 
+constexpr char kMade[] =
+    "Made a media with tag T 1, layout sibling, volumes: 2.\n"
+    "First volume: '{media/1}'\nStart it with: '{media/1}/StartTUI.sh'\n";
+
 /// A line is rewritten when its figures change, and gone at the end.
 TEST_F(Progress, IsOneLineOnATerminal) {
-  const Outcome seen = Make();
-  EXPECT_EQ(seen.err,
-            Shown(1, 0) + Shown(1, 19) + Shown(1, 39) + Shown(2, 59) + Shown(2, 79) + kRemoved);
-  EXPECT_EQ(seen.out, Made());
-  EXPECT_EQ(seen.status, 0);
+  ExpectSeen(Shown(1, 0) + Shown(1, 19) + Shown(1, 39) + Shown(2, 59) + Shown(2, 79) + kRemoved,
+             kMade, 0);
 }
 
 TEST_F(Progress, IsNotShownOnDemand) {
-  const Outcome seen = Make({"--quiet"});
-  EXPECT_EQ(seen.err, "");
-  EXPECT_EQ(seen.out, Made());
-  EXPECT_EQ(seen.status, 0);
+  ExpectSeen("", kMade, 0, {"--quiet"});
 }
 
 TEST_F(Progress, IsGoneBeforeTheMessageOfAFailure) {
-  const Outcome seen = Make({}, [] { LimitFileSize(200'000); });
-  EXPECT_EQ(seen.err,
-            Shown(1, 0) + kRemoved +
-                world_.Text("kvl-media: Cannot write into {media/1}/payload/1/a - No space left on "
-                            "device\n"));
-  EXPECT_EQ(seen.out, "");
-  EXPECT_EQ(seen.status, 1);
+  ExpectSeen(
+      Shown(1, 0) + kRemoved +
+          world_.Text("kvl-media: Cannot write into {media/1}/payload/1/a - No space left on "
+                      "device\n"),
+      "", 1, {}, [] { LimitFileSize(200'000); });
 }
 
 TEST_F(Progress, IsNotShownWhenNothingIsCopied) {
-  const Outcome seen = Make({"--os", "a/b"});
-  EXPECT_EQ(seen.err,
-            "kvl-media: --os: no plain name: a/b (letters, digits and ._+-, no \".\" or \"-\" in "
-            "front)\n");
-  EXPECT_EQ(seen.out, "");
-  EXPECT_EQ(seen.status, 2);
+  ExpectSeen(
+      "kvl-media: --os: no plain name: a/b (letters, digits and ._+-, no \".\" or \"-\" in "
+      "front)\n",
+      "", 2, {"--os", "a/b"});
 }
 
 }  // namespace
