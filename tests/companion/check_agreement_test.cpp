@@ -6,7 +6,7 @@
 #include "companion/names/plain_text.h"
 #include "console/text.h"
 #include "tests/companion/check_world.h"
-#include "tests/models/scan_laws.h"
+#include "tests/models/laws.h"
 #include "tests/models/scan_model.h"
 #include "tests/models/text_model.h"
 #include "tests/support/test.h"

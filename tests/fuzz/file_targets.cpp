@@ -1,8 +1,7 @@
 // The targets that need files.
 #include "tests/fuzz/targets.h"
 #include "tests/models/byte_source.h"
-#include "tests/models/scan_laws.h"
-#include "tests/models/text_laws.h"
+#include "tests/models/laws.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

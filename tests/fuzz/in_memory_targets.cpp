@@ -1,10 +1,7 @@
 // The targets that need no files.
 #include "tests/fuzz/targets.h"
 #include "tests/models/byte_source.h"
-#include "tests/models/command_line_laws.h"
-#include "tests/models/path_laws.h"
-#include "tests/models/split_laws.h"
-#include "tests/models/text_laws.h"
+#include "tests/models/laws.h"
 
 namespace kvl::test {
 namespace {

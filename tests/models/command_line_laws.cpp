@@ -1,44 +1,22 @@
-#include "tests/models/command_line_laws.h"
-
 #include "launcher/launcher.h"
-#include "tests/models/law.h"
-#include "tests/models/path_model.h"
+#include "tests/models/laws.h"
+#include "tests/models/models.h"
 #include "tests/support/in_process.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
 
-const std::vector<std::string> kCommandLineWords = {"-wait",
-                                                    "-UI",
-                                                    "-env",
-                                                    "-installerPath",
-                                                    "-SoftMgt",
-                                                    "-List",
-                                                    "-Check",
-                                                    "-Commit",
-                                                    "-Rollback",
-                                                    "--odt",
-                                                    "--mgt",
-                                                    "--uninst",
-                                                    "-CDpath",
-                                                    "--var",
-                                                    "-Wait",
-                                                    "-wait ",
-                                                    "",
-                                                    "-",
-                                                    "CurrentMediaDir=/x/'y'//",
-                                                    "A=b=c",
-                                                    "A=",
-                                                    "=x",
-                                                    "=",
-                                                    "B",
-                                                    "CurrentMediaDir",
-                                                    "-Check1",
-                                                    "-envA=b",
-                                                    "a b",
-                                                    "\"",
-                                                    "\\"};
+// Stored inputs of fuzzing take them by their numbers.
+const std::vector<std::string> kCommandLineWords = [] {
+  const std::string words =
+      "-wait;-UI;-env;-installerPath;-SoftMgt;-List;-Check;-Commit;-Rollback;--odt;--mgt;--uninst;"
+      "-CDpath;--var;-Wait;-wait ;;-;CurrentMediaDir=/x/'y'//;A=b=c;A=;=x;=;B;CurrentMediaDir;"
+      "-Check1;-envA=b;a b;\";\\";
+  const std::regex apart(";");
+  return std::vector<std::string>(std::sregex_token_iterator(words.begin(), words.end(), apart, -1),
+                                  {});
+}();
 
 namespace {
 
@@ -93,16 +71,11 @@ class CommandLineModel {
  public:
   explicit CommandLineModel(Environment env) {
     reading_.env = std::move(env);
-    for (const char* flag : {"wait", "ui", "softmgt", "read only", "management", "copied"}) {
-      reading_.fields[flag] = "no";
-    }
-    for (const char* text : {"installer path", "action", "common", "installer", "os"}) {
-      reading_.fields[text] = "";
-    }
-    reading_.fields["uninstall"] = "no";
-    reading_.fields["interactive"] = "yes";
-    reading_.fields["exe"] = "installer";
-    reading_.fields["media"] = MediaDir();
+    reading_.fields = {{"wait", "no"},         {"ui", "no"},          {"interactive", "yes"},
+                       {"installer path", ""}, {"softmgt", "no"},     {"read only", "no"},
+                       {"management", "no"},   {"copied", "no"},      {"uninstall", "no"},
+                       {"action", ""},         {"media", MediaDir()}, {"common", ""},
+                       {"exe", "installer"},   {"installer", ""},     {"os", ""}};
   }
 
   Reading Read(const ArgumentList& arguments) && {

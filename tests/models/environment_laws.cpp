@@ -1,7 +1,5 @@
-#include "tests/models/environment_laws.h"
-
 #include "environment/environment.h"
-#include "tests/models/law.h"
+#include "tests/models/laws.h"
 #include "tests/support/scoped_env.h"
 
 namespace kvl::test {

@@ -1,33 +1,23 @@
-#include "tests/models/scan_laws.h"
-
 #include "console/logger.h"
 #include "media/volume_scan.h"
-#include "tests/models/law.h"
+#include "tests/models/laws.h"
 #include "tests/models/scan_model.h"
-#include "tests/support/in_process.h"
+#include "tests/support/outcome.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/test.h"
+#include "tests/support/test_directory.h"
 
 namespace kvl::test {
 namespace {
-
-/// A fuzzer makes many files, so it makes them in the shortest way.
-void MakeFile(const std::string& path, const std::string& contents) {
-  const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-  if (file < 0) throw std::runtime_error("cannot make " + path);
-  const ssize_t written = ::write(file, contents.data(), contents.size());
-  ::close(file);
-  if (written != ssize_t(contents.size())) throw std::runtime_error("cannot write " + path);
-}
 
 void MakeMarker(const std::string& directory, const std::string& name, const MarkerFile& marker) {
   fs::create_directories(directory);
   const std::string path = directory + "/" + name;
   switch (marker.kind) {
     case MarkerFile::kFile:
-      return MakeFile(path, marker.contents);
+      return WriteFile(path, marker.contents);
     case MarkerFile::kLinkToFile:
-      MakeFile(path + ".linked", marker.contents);
+      WriteFile(path + ".linked", marker.contents);
       return fs::create_symlink(name + ".linked", path);
     case MarkerFile::kDanglingLink:
       return fs::create_symlink("nowhere", path);
@@ -49,7 +39,7 @@ void MakeWorld(const ScanTable& table, const std::string& top) {
   for (const auto& [number, marker] : table.flat) {
     MakeMarker(media, std::to_string(number) + ".txt", marker);
   }
-  for (const std::string& name : table.other_files) MakeFile(media + "/" + name, "MTBDIR=SET-B\n");
+  for (const std::string& name : table.other_files) WriteFile(media + "/" + name, "MTBDIR=SET-B\n");
 
   fs::path level_path = fs::path(media).parent_path();
   if (!table.levels.empty()) {
@@ -61,7 +51,7 @@ void MakeWorld(const ScanTable& table, const std::string& top) {
   for (const MediaLevel& level : table.levels) {
     if (!level.marker_name.empty()) MakeMarker(level_path, level.marker_name, level.marker);
     for (const std::string& name : level.other_files) {
-      MakeFile(level_path / name, "MTBDIR=AM-A\n");
+      WriteFile(level_path / name, "MTBDIR=AM-A\n");
     }
     level_path = level_path.parent_path();
   }
@@ -80,53 +70,23 @@ void MakeWorld(const ScanTable& table, const std::string& top) {
   }
 }
 
-namespace {
-
-/// Works in a directory while it lives.
-class WorkingDirectory {
- public:
-  explicit WorkingDirectory(const std::string& path) : before_(fs::current_path()) {
-    fs::current_path(path);
-  }
-  ~WorkingDirectory() {
-    std::error_code ignored;
-    fs::current_path(before_, ignored);
-  }
-  WorkingDirectory(const WorkingDirectory&) = delete;
-  WorkingDirectory& operator=(const WorkingDirectory&) = delete;
-
- private:
-  fs::path before_;
-};
-
-ScanResult Scan(const ScanTable& table, const std::string& top) {
-  const WorkingDirectory working(top);
-  Environment env;
-  if (table.is_online) env["KVL_Online_Installation_Caf_Repositiory"] = "yes";
+ScanResult Scan(const std::string& media, const Environment& env, bool is_software_management) {
   const ScopedEnv scoped(env);
   ScanResult result;
   ScanOutcome outcome;
   Logger logger;
-  const InProcessOutcome said = RunInProcess([&] {
+  const Outcome said = Catch([&] {
     try {
-      outcome = ScanMediaVolumes(KVLInsIO::InsPath(MediaPath(table, top)),
-                                 table.is_software_management, logger);
+      outcome = ScanMediaVolumes(KVLInsIO::InsPath(media), is_software_management, logger);
     } catch (const std::invalid_argument& failure) {
       result.exception = std::string("invalid argument: ") + failure.what();
     } catch (const std::out_of_range& failure) {
       result.exception = std::string("out of range: ") + failure.what();
     }
   });
-  result.code = outcome.code;
-  result.complete = outcome.complete;
-  result.volumes = outcome.volumes;
-  result.out = said.out;
-  result.err = said.err;
-  result.env = CurrentEnvironment();
-  return result;
+  return {result.exception, outcome.code, outcome.complete,    outcome.volumes,
+          said.out,         said.err,     CurrentEnvironment()};
 }
-
-}  // namespace
 
 void CheckScanLaws(const ScanTable& table, const std::string& directory) {
   const std::string top = directory + "/world";
@@ -134,7 +94,10 @@ void CheckScanLaws(const ScanTable& table, const std::string& directory) {
   fs::create_directory(top);
   MakeWorld(table, top);
   const ScanResult expected = ModelOfScan(table, top);
-  const ScanResult seen = Scan(table, top);
+  const Undo leave([before = fs::current_path()] { fs::current_path(before); });
+  fs::current_path(top);
+  const ScanResult seen =
+      Scan(MediaPath(table, top), EnvironmentOf(table), table.is_software_management);
   RequireEqual("exception", seen.exception, expected.exception);
   RequireEqual("standard output", seen.out, expected.out);
   RequireEqual("standard error", seen.err, expected.err);

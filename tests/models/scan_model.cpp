@@ -1,21 +1,19 @@
 #include "tests/models/scan_model.h"
 
-#include "tests/models/path_model.h"
-#include "tests/models/text_model.h"
+#include "tests/models/models.h"
 
 namespace kvl::test {
 namespace {
 
 using Tags = std::map<std::int64_t, std::string>;
 
+bool IsReadable(const MarkerFile& file) {
+  return file.kind == MarkerFile::kFile || file.kind == MarkerFile::kLinkToFile;
+}
+
 /// Empty when nothing can be read. A file with a backslash in its name is never found again.
 std::string TagOf(const MarkerFile& file) {
-  if (file.kind != MarkerFile::kFile && file.kind != MarkerFile::kLinkToFile) return "";
-  constexpr std::string_view kKey = "MTBDIR=";
-  for (const std::string& line : ModelOfLines(file.contents)) {
-    if (line.starts_with(kKey)) return line.substr(kKey.size());
-  }
-  return "";
+  return IsReadable(file) ? ModelOfTag(file.contents) : "";
 }
 
 /// The tags of the volumes 2 to `count` that have one.
@@ -28,21 +26,17 @@ Tags TagsOf(const MarkerFiles& files, std::int64_t count) {
   return tags;
 }
 
-std::string UpToNul(const std::string& text) {
-  return text.substr(0, text.find('\0'));
-}
-
 class ScanModel {
  public:
   ScanModel(const ScanTable& table, const std::string& top)
       : table_(table), top_(top), media_(MediaPath(table, top)) {}
 
   ScanResult Scan() && {
+    result_.env = EnvironmentOf(table_);
     for (const char* name :
          {"VolumesCount", "MTBDIR", "FirstAMVolume", "FirstAMPath", "AMRelativePath"}) {
       Set(name, "");
     }
-    if (table_.is_online) result_.env["KVL_Online_Installation_Caf_Repositiory"] = "yes";
     if (IsToBeLookedAt()) Decide();
     return std::move(result_);
   }
@@ -76,8 +70,7 @@ class ScanModel {
 
   void Decide() {
     const MarkerFile& file = *table_.volumes_file;
-    const bool is_file = file.kind == MarkerFile::kFile || file.kind == MarkerFile::kLinkToFile;
-    const std::vector<std::string> lines = ModelOfLines(is_file ? file.contents : "");
+    const std::vector<std::string> lines = ModelOfLines(IsReadable(file) ? file.contents : "");
     if (lines.empty()) return;
     const NumberModel number = ModelOfNumber(UpToNul(lines.front()));
     if (!number.value) {
@@ -204,6 +197,11 @@ class ScanModel {
 };
 
 }  // namespace
+
+Environment EnvironmentOf(const ScanTable& table) {
+  if (!table.is_online) return {};
+  return {{"KVL_Online_Installation_Caf_Repositiory", "yes"}};
+}
 
 std::string MediaPath(const ScanTable& table, const std::string& top) {
   std::string path = table.is_relative ? "" : top + "/";

@@ -1,4 +1,4 @@
-// What a scan is to find, say and leave behind, told from the table alone.
+// What a scan finds, says and leaves behind; and what it is to, told from a table alone.
 #pragma once
 
 #include "tests/models/scan_table.h"
@@ -16,6 +16,13 @@ struct ScanResult {
   std::string err = {};
   Environment env = {};  ///< afterwards, the whole of it
 };
+
+/// Scans the media in an environment that holds exactly `env`.
+ScanResult Scan(const std::string& media, const Environment& env = {},
+                bool is_software_management = false);
+
+/// The variables with which the table's media is scanned.
+Environment EnvironmentOf(const ScanTable& table);
 
 /// The media's path in text, in a world that lies in `top`; of a relative media without it.
 std::string MediaPath(const ScanTable& table, const std::string& top);

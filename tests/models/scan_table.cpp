@@ -1,6 +1,6 @@
 #include "tests/models/scan_table.h"
 
-#include "tests/models/text_model.h"
+#include "tests/models/models.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
@@ -9,76 +9,58 @@ namespace {
 constexpr char kOwnTag[] = "SET-A";
 constexpr char kOwnAmTag[] = "AM-A";
 
+/// The numbers of the bytes' choices that are unlike the usual one come last.
+constexpr std::size_t kChoices = 32;
+
 MarkerFile DecodeMarker(ByteSource& bytes, const std::string& own_tag) {
   const std::string line = "MTBDIR=" + own_tag;
-  switch (bytes.Below(32)) {
-    case 20:
-      return {MarkerFile::kFile, "# a comment\n\n " + line + "\n" + line + "\nMTBDIR=x"};
-    case 21:
-      return {MarkerFile::kFile, line + "\r\n"};
-    case 22:
-      return {MarkerFile::kLinkToFile, line};
-    case 23:
-      return {MarkerFile::kFile, line + " "};
-    case 24:
-      return {MarkerFile::kFile, "MTBDIR=SET-B\n"};
-    case 25:
-      return {MarkerFile::kFile, "MTBDIR=\n" + line};
-    case 26:
-      return {MarkerFile::kDanglingLink};
-    case 27:
-      return {MarkerFile::kPipe};
-    case 28:
-      return {MarkerFile::kDirectory};
-    case 29:
-      return {MarkerFile::kFile, "mtbdir=" + own_tag};
-    case 30:
-      return {MarkerFile::kFile, "MTBDIR=" + bytes.Text()};
-    case 31:
-      return {MarkerFile::kFile, bytes.Text()};
-    default:
-      return {MarkerFile::kFile, line + "\n"};
-  }
+  const std::vector<MarkerFile> odd = {
+      {MarkerFile::kFile, "# a comment\n\n " + line + "\n" + line + "\nMTBDIR=x"},
+      {MarkerFile::kFile, line + "\r\n"},
+      {MarkerFile::kLinkToFile, line},
+      {MarkerFile::kFile, line + " "},
+      {MarkerFile::kFile, "MTBDIR=SET-B\n"},
+      {MarkerFile::kFile, "MTBDIR=\n" + line},
+      {MarkerFile::kDanglingLink},
+      {MarkerFile::kPipe},
+      {MarkerFile::kDirectory},
+      {MarkerFile::kFile, "mtbdir=" + own_tag}};
+  const std::size_t choice = bytes.Below(kChoices), first_odd = kChoices - 2 - odd.size();
+  if (choice == kChoices - 2) return {MarkerFile::kFile, "MTBDIR=" + bytes.Text()};
+  if (choice == kChoices - 1) return {MarkerFile::kFile, bytes.Text()};
+  if (choice >= first_odd) return odd[choice - first_odd];
+  return {MarkerFile::kFile, line + "\n"};
 }
 
-/// The number of volumes that the rest of the table is made for, and what "volumes.txt" says of it.
-std::int64_t DecodeCount(ByteSource& bytes, std::optional<MarkerFile>& file) {
-  static const std::vector<std::int64_t> kCounts = {2, 2, 3, 3, 4, 5, 101, 102, 150, 2147483647};
-  const std::int64_t count = bytes.OneOf(kCounts);
+/// "volumes.txt" of a media of `count` volumes.
+std::optional<MarkerFile> DecodeVolumesFile(ByteSource& bytes, std::int64_t count) {
+  using Texts = std::vector<std::string>;
+  static const Texts kBefore = {"", "", "", " ", "+", "\t\v", "0"};
+  static const Texts kBehind = {"\n", "", "\r\n", " \n", " volumes\n7\n"};
+  static const Texts kNoNumbers = {"", "\n", "x", "-", "\r\n"};
+  static const Texts kNoCounts = {"1",          "0",           "-3",
+                                  "2147483648", "-2147483649", "99999999999999999999999999"};
   const std::string text = std::to_string(count);
-  static const std::vector<std::string> kBefore = {"", "", "", " ", "+", "\t\v", "0"};
-  static const std::vector<std::string> kBehind = {"\n", "", "\r\n", " \n", " volumes\n7\n"};
-  switch (bytes.Below(32)) {
+  switch (bytes.Below(kChoices)) {
     case 24:
-      file = std::nullopt;
-      break;
+      return std::nullopt;
     case 25:
-      file = MarkerFile{MarkerFile::kDirectory};
-      break;
+      return MarkerFile{MarkerFile::kDirectory};
     case 26:
-      file = MarkerFile{MarkerFile::kPipe};
-      break;
+      return MarkerFile{MarkerFile::kPipe};
     case 27:
-      file = MarkerFile{MarkerFile::kDanglingLink};
-      break;
+      return MarkerFile{MarkerFile::kDanglingLink};
     case 28:
-      file = MarkerFile{MarkerFile::kFile, bytes.OneOf<std::string>({"", "\n", "x", "-", "\r\n"})};
-      break;
+      return MarkerFile{MarkerFile::kFile, bytes.OneOf(kNoNumbers)};
     case 29:
-      file = MarkerFile{MarkerFile::kFile,
-                        bytes.OneOf<std::string>({"1", "0", "-3", "2147483648", "-2147483649",
-                                                  "99999999999999999999999999"})};
-      break;
+      return MarkerFile{MarkerFile::kFile, bytes.OneOf(kNoCounts)};
     case 30:
-      file = MarkerFile{MarkerFile::kFile, bytes.Text()};
-      break;
+      return MarkerFile{MarkerFile::kFile, bytes.Text()};
     case 31:
-      file = MarkerFile{MarkerFile::kLinkToFile, text};
-      break;
+      return MarkerFile{MarkerFile::kLinkToFile, text};
     default:
-      file = MarkerFile{MarkerFile::kFile, bytes.OneOf(kBefore) + text + bytes.OneOf(kBehind)};
+      return MarkerFile{MarkerFile::kFile, bytes.OneOf(kBefore) + text + bytes.OneOf(kBehind)};
   }
-  return count;
 }
 
 /// A set of markers that are all there, few there, or none; of a large set only some.
@@ -146,7 +128,9 @@ ScanTable DecodeScanTable(ByteSource& bytes) {
   table.is_online = bytes.Chance(8);
   table.is_software_management = bytes.Chance(8);
   table.media_name = bytes.OneOf<std::string>({"1", "1", "media", "2", "a b"});
-  const std::int64_t count = DecodeCount(bytes, table.volumes_file);
+  // The number of volumes that the rest of the table is made for.
+  const auto count = bytes.OneOf<std::int64_t>({2, 2, 3, 3, 4, 5, 101, 102, 150, 2147483647});
+  table.volumes_file = DecodeVolumesFile(bytes, count);
 
   table.flat = DecodeMarkers(bytes, count, kOwnTag);
   if (!bytes.Chance(8)) table.flat[1] = DecodeMarker(bytes, kOwnTag);

@@ -1,69 +1,30 @@
-#include "tests/models/split_laws.h"
-
 #include "console/command_split.h"
 #include "launcher/installer_command.h"
-#include "tests/models/byte_source.h"
-#include "tests/models/law.h"
+#include "tests/models/laws.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
 
-enum State { kBare, kEscaped, kInSingle, kInDouble, kEscapedInDouble };
-enum Kind { kBlank, kSingleQuote, kDoubleQuote, kBackslash, kOther, kEnd };
-
-/// What becomes of a character.
-enum Effect { kDrop, kKeep, kFinish, kKeepWithBackslash, kKeepBackslash };
-
-struct Step {
-  State next;
-  Effect effect;
-};
-
-using Row = std::array<Step, 6>;
-constexpr std::array<Row, 5> kTable = {
-    // blank, ', ", backslash, any other, the end
-    Row{Step{kBare, kFinish}, Step{kInSingle, kDrop}, Step{kInDouble, kDrop}, Step{kEscaped, kDrop},
-        Step{kBare, kKeep}, Step{kBare, kFinish}},
-    Row{Step{kBare, kKeep}, Step{kBare, kKeep}, Step{kBare, kKeep}, Step{kBare, kKeep},
-        Step{kBare, kKeep}, Step{kBare, kFinish}},
-    Row{Step{kInSingle, kKeep}, Step{kBare, kDrop}, Step{kInSingle, kKeep}, Step{kInSingle, kKeep},
-        Step{kInSingle, kKeep}, Step{kBare, kFinish}},
-    Row{Step{kInDouble, kKeep}, Step{kInDouble, kKeep}, Step{kBare, kDrop},
-        Step{kEscapedInDouble, kDrop}, Step{kInDouble, kKeep}, Step{kBare, kFinish}},
-    Row{Step{kInDouble, kKeepWithBackslash}, Step{kInDouble, kKeepWithBackslash},
-        Step{kInDouble, kKeep}, Step{kInDouble, kKeep}, Step{kInDouble, kKeepWithBackslash},
-        Step{kBare, kKeepBackslash}}};
-
-Kind KindOf(char character) {
-  const std::size_t kind = std::string_view(" '\"\\").find(character);
-  return kind == std::string_view::npos ? kOther : static_cast<Kind>(kind);
+std::vector<std::string> WithoutEmptyOnes(std::vector<std::string> texts) {
+  std::erase(texts, "");
+  return texts;
 }
 
-class SplitModel {
- public:
-  std::vector<std::string> Split(const std::string& command) {
-    for (const char character : command) Take(KindOf(character), character);
-    Take(kEnd, '\0');
-    return arguments_;
+/// A command is a row of pieces: a blank, a character behind a backslash, a text in quotes, which may
+/// lack its end, or any other character. Double quotes keep the backslash before all but \ and ".
+std::vector<std::string> ModelOfSplit(const std::string& command) {
+  static const std::regex piece(
+      R"_(( )|\\([\s\S]?)|'([^']*)'?|"((?:\\[\s\S]|[^"\\])*\\?)"?|([^ '"\\]))_");
+  static const std::regex escaped(R"_(\\(["\\]))_");
+  std::vector<std::string> arguments(1);
+  for (std::sregex_iterator at(command.begin(), command.end(), piece), end; at != end; ++at) {
+    if ((*at)[1].matched) arguments.emplace_back();
+    arguments.back() +=
+        at->str(2) + at->str(3) + std::regex_replace(at->str(4), escaped, "$1") + at->str(5);
   }
-
- private:
-  void Take(Kind kind, char character) {
-    const Step step = kTable[state_][kind];
-    state_ = step.next;
-    if (step.effect == kKeepWithBackslash || step.effect == kKeepBackslash) argument_ += '\\';
-    if (step.effect == kKeep || step.effect == kKeepWithBackslash) argument_ += character;
-    if ((step.effect == kFinish || step.effect == kKeepBackslash) && !argument_.empty()) {
-      arguments_.push_back(argument_);
-      argument_.clear();
-    }
-  }
-
-  State state_ = kBare;
-  std::string argument_;
-  std::vector<std::string> arguments_;
-};
+  return WithoutEmptyOnes(arguments);
+}
 
 std::string Escaped(const std::string& text, std::string_view special) {
   std::string escaped;
@@ -82,19 +43,11 @@ std::string Quoted(const std::string& part, std::size_t way) {
   return Escaped(part, " '\"\\");
 }
 
-std::vector<std::string> WithoutEmptyOnes(const std::vector<std::string>& texts) {
-  std::vector<std::string> others;
-  for (const std::string& text : texts) {
-    if (!text.empty()) others.push_back(text);
-  }
-  return others;
-}
-
 }  // namespace
 
 void CheckSplitLaws(const std::string& command) {
   const std::vector<std::string> arguments = SplitCommand(command);
-  RequireEqual("split", arguments, SplitModel().Split(command));
+  RequireEqual("split", arguments, ModelOfSplit(command));
   for (const std::string& argument : arguments) Require(!argument.empty(), "no empty argument");
   RequireEqual("split with blanks before it", SplitCommand("  " + command), arguments);
 }

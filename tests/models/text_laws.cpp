@@ -1,67 +1,12 @@
-#include "tests/models/text_laws.h"
-
 #include "console/text.h"
 #include "insio/replace_in_lines.h"
 #include "media/marker.h"
-#include "tests/models/law.h"
-#include "tests/models/text_model.h"
+#include "tests/models/laws.h"
+#include "tests/models/models.h"
 #include "tests/support/test.h"
+#include "tests/support/test_directory.h"
 
 namespace kvl::test {
-namespace {
-
-/// A C string ends at its first NUL byte.
-std::string UpToNul(const std::string& text) {
-  return text.substr(0, text.find('\0'));
-}
-
-/// Files of a fuzzer: as few system calls as possible.
-class Descriptor {
- public:
-  Descriptor(const std::string& path, int flags) : number_(::open(path.c_str(), flags, 0600)) {
-    if (number_ < 0) throw std::runtime_error("cannot open " + path);
-  }
-  ~Descriptor() { ::close(number_); }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int Number() const { return number_; }
-
- private:
-  int number_;
-};
-
-void Write(const std::string& path, const std::string& contents) {
-  const Descriptor file(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC);
-  if (::write(file.Number(), contents.data(), contents.size()) != ssize_t(contents.size())) {
-    throw std::runtime_error("cannot write " + path);
-  }
-}
-
-std::string Read(const std::string& path) {
-  const Descriptor file(path, O_RDONLY | O_CLOEXEC);
-  std::string contents;
-  std::array<char, 4096> buffer;
-  for (ssize_t n; (n = ::read(file.Number(), buffer.data(), buffer.size())) > 0;) {
-    contents.append(buffer.data(), static_cast<std::size_t>(n));
-  }
-  return contents;
-}
-
-bool IsThere(const std::string& path) {
-  struct stat status = {};
-  return ::lstat(path.c_str(), &status) == 0;
-}
-
-/// The value of the first line that begins with the key.
-std::string ModelOfTag(const std::string& contents) {
-  constexpr std::string_view kKey = "MTBDIR=";
-  for (const std::string& line : ModelOfLines(contents)) {
-    if (line.starts_with(kKey)) return line.substr(kKey.size());
-  }
-  return "";
-}
-
-}  // namespace
 
 void CheckNumberLaws(const std::string& text) {
   constexpr int kMark = 12345;
@@ -102,16 +47,17 @@ void CheckReplaceInLinesLaws(const std::string& directory, const std::string& co
                              const std::string& what, const std::string& with) {
   const std::string path = directory + "/text";
   const ReplacedModel model = ModelOfReplaceInLines(contents, what, with);
-  Write(path, contents);
+  WriteFile(path, contents);
   RequireEqual("replacements in lines", KVLInsIO::ReplaceInLines(path, what, with),
                static_cast<int>(model.count));
-  RequireEqual("file after the replacements", Read(path), model.count == 0 ? contents : model.text);
-  Require(!IsThere(path + "_TmpRIL"), "no temporary file is left");
+  RequireEqual("file after the replacements", ReadFile(path),
+               model.count == 0 ? contents : model.text);
+  Require(!fs::exists(fs::symlink_status(path + "_TmpRIL")), "no temporary file is left");
 }
 
 void CheckMarkerLaws(const std::string& directory, const std::string& contents) {
   const std::string path = directory + "/marker";
-  Write(path, contents);
+  WriteFile(path, contents);
   RequireEqual("tag", ReadMtbDir(path), ModelOfTag(contents));
   const std::vector<std::string> lines = ModelOfLines(contents);
   RequireEqual("first line", ReadFirstLine(path).text,

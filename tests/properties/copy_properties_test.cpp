@@ -3,7 +3,7 @@
 #include "insio/copy.h"
 #include "insio/delete.h"
 #include "tests/insio/odd_paths.h"
-#include "tests/models/law.h"
+#include "tests/models/laws.h"
 #include "tests/properties/property.h"
 #include "tests/support/scoped_umask.h"
 #include "tests/support/test.h"
@@ -109,25 +109,21 @@ struct Collected {
   std::map<std::string, int> ways_to;  ///< the number of ways to a file, by its path
 };
 
-void Collect(const std::string& directory, const std::string& prefix, Collected& collected) {
-  for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
+Collected Collect(const std::string& directory) {
+  Collected collected;
+  const auto followed = fs::directory_options::follow_directory_symlink;
+  for (const auto& entry : fs::recursive_directory_iterator(directory, followed)) {
     const std::string path = fs::canonical(entry.path());
-    const std::string name = prefix + "/" + entry.path().filename().string();
+    const std::string name = entry.path().lexically_relative(directory);
     struct stat status = {};
     if (::lstat(path.c_str(), &status) != 0) throw std::runtime_error("cannot stat " + path);
     if (entry.is_directory()) {
       collected.directories[name] = status.st_mode & 07777;
-      Collect(path, name, collected);
     } else {
       collected.files[name] = {path, status.st_mode & 07777, status.st_atime, status.st_mtime};
       ++collected.ways_to[path];
     }
   }
-}
-
-Collected Collect(const std::string& directory) {
-  Collected collected;
-  Collect(directory, "", collected);
   return collected;
 }
 

@@ -101,9 +101,7 @@ std::string TestDirectory::PathWithParents(std::string_view relative) const {
 
 std::string TestDirectory::Write(std::string_view relative, std::string_view contents) const {
   const std::string path = PathWithParents(relative);
-  std::ofstream file(path, std::ios::binary);
-  file << contents;
-  if (!file.flush()) throw std::runtime_error("cannot write " + path);
+  WriteFile(path, contents);
   return path;
 }
 
@@ -123,6 +121,12 @@ std::string TestDirectory::Pipe(std::string_view relative) const {
   const std::string path = PathWithParents(relative);
   if (::mkfifo(path.c_str(), 0600) != 0) throw std::runtime_error("cannot make " + path);
   return path;
+}
+
+void WriteFile(const std::string& path, std::string_view contents) {
+  std::ofstream file(path, std::ios::binary);
+  file << contents;
+  if (!file.flush()) throw std::runtime_error("cannot write " + path);
 }
 
 std::string ReadFile(const std::string& path) {

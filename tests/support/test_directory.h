@@ -34,6 +34,8 @@ class TestDirectory {
   std::string path_;
 };
 
+/// Makes a file, or writes it anew.
+void WriteFile(const std::string& path, std::string_view contents);
 /// The whole contents of a file; a test failure when it cannot be read.
 std::string ReadFile(const std::string& path);
 
