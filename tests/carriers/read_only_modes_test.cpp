@@ -66,7 +66,7 @@ TEST(ReadOnlyUpdate, OfReadOnlyFilesIsOnlyForTheSuperuser) {
       const fs::path first = *fs::directory_iterator(world.Path("update/") + kBin);
       expected.status = 1;
       expected.err =
-          kMissingVolumes +
+          says::Missing() +
           SaysStagingFailed("{staging}/", "Cannot write into {staging}/" + std::string(kBin) + "/" +
                                               first.filename().string() + " - Permission denied");
       expected.arguments = {};

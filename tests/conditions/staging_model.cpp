@@ -121,7 +121,7 @@ ExpectedRun RunOf(const Staging& modelled) {
   // A directory that was never made has no name that is known.
   const std::string staging = modelled.Left().empty() ? "{tmp}/<id>" : "{staging}";
   expected.status = 1;
-  expected.err = kMissingVolumes +
+  expected.err = says::Missing() +
                  SaysStagingFailed(
                      staging + "/",
                      std::regex_replace(modelled.Failure(), std::regex("\\{staging\\}"), staging));

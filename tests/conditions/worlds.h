@@ -70,7 +70,7 @@ inline ExpectedRun StagedFromExternal() {
 /// What it is to look like when nothing was staged, for this reason.
 inline ExpectedRun FailedFromExternal(const std::string& staging_slash, const std::string& reason) {
   ExpectedRun expected = StagedFromExternal().Ends(1);
-  expected.err = kMissingVolumes + SaysStagingFailed(staging_slash, reason);
+  expected.err = says::Missing() + SaysStagingFailed(staging_slash, reason);
   expected.arguments = {};
   expected.left = {};
   return expected;

@@ -90,7 +90,7 @@ ExpectedRun InPlace() {
 
 ExpectedRun Staged() {
   return {.out = SaysFoundIn("{1}") + kTwoOfThree,
-          .err = std::string(kMissingVolumes) + kStagedWarning,
+          .err = says::Missing() + kStagedWarning,
           .arguments = StartedFrom("{staging}"),
           .env = {.media = "{staging}",
                   .original = "{1}",

@@ -172,12 +172,10 @@ TEST(AmLayout, OfARelativeMediaGoesThroughTheRelativePath) {
 )";
   const std::string variables =
       " AMRelativePath=../../am/1/x FirstAMPath=am/1 FirstAMVolume=1 MTBDIR=AM-A VolumesCount=2";
-  ExpectSeen(world, ScanRelative(world, "am/1/x/1"), beginning + "= 0" + variables);
+  ExpectRelativeScan(world, "am/1/x/1", beginning + "= 0" + variables);
 
   world.Make("other/am/1/x/2: 2=SET-A");
-  ExpectSeen(
-      world,
-      ScanRelative(world, "am/1/x/1"), beginning + R"(       Volume 2 found in: am/2/../../am/1/x/2
+  ExpectRelativeScan(world, "am/1/x/1", beginning + R"(       Volume 2 found in: am/2/../../am/1/x/2
 = 2 am/2/../../am/1/x/2)" + variables);
 }
 

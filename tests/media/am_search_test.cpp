@@ -153,7 +153,7 @@ TEST(AmSearch, ClimbsSeveralLevels) {
 TEST(AmSearch, WithoutAMarkerOnTheWayUpFailsSilently) {
   MediaWorld world;
   world.Make("a/b/1: volumes=2 1=SET-A; .: 5=AM-A");
-  ExpectSeen(world, ScanRelative(world, "a/b/1"), R"(
+  ExpectRelativeScan(world, "a/b/1", R"(
  INFO: This media is composed of 2 volumes.
        Volume 1 found in: a/b/1
 = 0 MTBDIR=SET-A VolumesCount=2)");

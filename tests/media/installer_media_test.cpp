@@ -1,276 +1,178 @@
 #include "media/installer_media.h"
 
 #include "console/logger.h"
+#include "tests/media/scan_checks.h"
+#include "tests/support/messages.h"
 #include "tests/support/outcome.h"
 #include "tests/support/test.h"
-#include "tests/support/test_directory.h"
 
 namespace kvl::test {
 namespace {
 
-using Verdict = InstallerMedia::Verdict;
-
-constexpr char kBlankError[] =
-    "ERROR: The directory of the installer contains space characters.\n"
-    "       Please copy the Installer media into a directory that does not contain space "
-    "characters\n"
-    "       and run the installer again.\n";
-
-std::string Trying(const std::string& installer) {
-  return " INFO: Installer executable \"" + installer +
-         "\" does not exist, trying without sub dir \"1\"\n";
-}
-
-std::string Invalid(const std::string& installer) {
-  return " INFO: Invalid Installer media, \"" + installer + "\" does not exist\n";
-}
-
-std::string Found(const std::string& installer) {
-  return " INFO: Installer Media: \"" + installer + "\"\n";
-}
-
-/// What a validation gave back and said.
-struct Seen {
-  InstallerMedia media;
-  std::string out;
-  std::string err;
+/// All texts as in MediaWorld, whose directory is the working directory.
+struct Row {
+  std::string name;
+  std::vector<std::string> directories;  ///< that hold an installer
+  std::string media;
+  std::string transcript;  ///< both streams (see TranscriptOf), and what was given back
+  InstallerPlace place = {"P", "X"};
+  bool quiet = kWithVerdict;
 };
 
-Seen Validate(const std::string& media, bool quiet = kWithVerdict,
-              const InstallerPlace& place = {"P", "X"}) {
-  Seen seen;
+/// Claims, too, that the media is left as it is.
+void ExpectValidation(const MediaWorld& world, const Row& row) {
+  const Undo leave([before = fs::current_path()] { fs::current_path(before); });
+  fs::current_path(world.Path("."));
+  const std::vector<std::string> before = DescribeTreeExactly(world.Path("."));
+  InstallerMedia media;
   Logger logger;
-  const Outcome said =
-      Catch([&] { seen.media = ValidateInstallerMedia(media, place, quiet, logger); });
-  seen.out = said.out;
-  seen.err = said.err;
-  return seen;
+  const Outcome said = Catch(
+      [&] { media = ValidateInstallerMedia(world.Text(row.media), row.place, row.quiet, logger); });
+  const std::vector<std::string> verdicts = {"not usable", "blank in directory", "usable"};
+  EXPECT_EQ(TranscriptOf(said.out, said.err) + "= " + verdicts[std::size_t(media.verdict)] + " " +
+                media.inst_slash + " " + media.installer,
+            "\n" + world.Text(row.transcript));
+  EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
 }
 
-void ExpectUsable(const Seen& seen, const std::string& inst_slash, const std::string& installer,
-                  const std::string& said_before = "") {
-  EXPECT_EQ(seen.media.verdict, Verdict::kUsable);
-  EXPECT_EQ(seen.media.inst_slash, inst_slash);
-  EXPECT_EQ(seen.media.installer, installer);
-  EXPECT_EQ(seen.out, said_before + Found(installer));
-  EXPECT_EQ(seen.err, "");
+void ExpectValidations(const std::vector<Row>& rows) {
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    const MediaWorld world;
+    for (const std::string& directory : row.directories) {
+      const std::string bin = directory + "/inst/" + row.place.platform + "/code/bin/";
+      row.place.executable.empty() ? world.Directory().MakeDir(bin)
+                                   : world.Directory().Write(bin + row.place.executable, "");
+    }
+    ExpectValidation(world, row);
+  }
 }
 
-/// Not usable, and nothing to be taken from it.
-void ExpectRefused(const Seen& seen, Verdict verdict, const std::string& out,
-                   const std::string& err = "") {
-  EXPECT_EQ(seen.media.verdict, verdict);
-  EXPECT_EQ(seen.media.inst_slash, "");
-  EXPECT_EQ(seen.media.installer, "");
-  EXPECT_EQ(seen.out, out);
-  EXPECT_EQ(seen.err, err);
+constexpr char kUsual[] = "P/code/bin/X";
+constexpr char kRefused[] = "= not usable  ";
+
+const std::string kHasBlank =
+    R"(2>ERROR: The directory of the installer contains space characters.
+2>       Please copy the Installer media into a directory that does not contain space characters
+2>       and run the installer again.
+= blank in directory  )";
+
+/// `way` leads from the media's "inst" to the installer.
+std::string NotBelow1(const std::string& media, const std::string& way = kUsual) {
+  return says::NotBelowOne(media + "/1/inst/" + way);
+}
+
+std::string NoneIn(const std::string& media, const std::string& way = kUsual) {
+  return NotBelow1(media, way) + says::NoInstallerMedia(media + "/inst/" + way) + kRefused;
+}
+
+std::string FoundIn(const std::string& directory, const std::string& way = kUsual) {
+  const std::string inst_slash = directory + "/inst/";
+  return says::InstallerMedia(inst_slash + way) + "= usable " + inst_slash + " " + inst_slash + way;
 }
 
 TEST(EnsureTrailingSlash, AppendsASlashToATextWithoutOneAtItsEnd) {
-  struct Row {
-    std::string text;
-    std::string result;
-  };
-  const std::vector<Row> rows = {
+  const std::map<std::string, std::string> rows = {
       {"/m", "/m/"}, {"/m/", "/m/"}, {"/m//", "/m//"},  {"", ""},          {"/", "/"},
       {"m", "m/"},   {" ", " /"},    {"/m/ ", "/m/ /"}, {"X:\\", "X:\\/"},
   };
-  for (const Row& row : rows) {
-    std::string text = row.text;
+  for (const auto& [before, after] : rows) {
+    std::string text = before;
     EnsureTrailingSlash(text);
-    EXPECT_EQ(text, row.result) << row.text;
+    EXPECT_EQ(text, after) << before;
   }
 }
 
-TEST(ValidateInstallerMedia, FindsTheInstallerBelowTheSubDirectory1) {
-  const TestDirectory directory;
-  const std::string installer = directory.Write("m/1/inst/P/code/bin/X", "");
-  ExpectUsable(Validate(directory.Path("m")), directory.Path("m/1/inst/"), installer);
-  ExpectUsable(Validate(directory.Path("m/")), directory.Path("m/1/inst/"), installer);
-}
-
-TEST(ValidateInstallerMedia, FindsTheInstallerInTheMediaItself) {
-  const TestDirectory directory;
-  const std::string installer = directory.Write("m/inst/P/code/bin/X", "");
-  const std::string below_1 = directory.Path("m/1/inst/P/code/bin/X");
-  for (const char* media : {"m", "m/"}) {
-    SCOPED_TRACE(media);
-    ExpectUsable(Validate(directory.Path(media)), directory.Path("m/inst/"), installer,
-                 Trying(below_1));
-  }
-}
-
-TEST(ValidateInstallerMedia, PrefersTheInstallerBelowTheSubDirectory1) {
-  const TestDirectory directory;
-  directory.Write("m/inst/P/code/bin/X", "");
-  const std::string installer = directory.Write("m/1/inst/P/code/bin/X", "");
-  ExpectUsable(Validate(directory.Path("m")), directory.Path("m/1/inst/"), installer);
-}
-
-TEST(ValidateInstallerMedia, OfAnEmptyMediaSaysNothing) {
-  ExpectRefused(Validate("", kWithVerdict), Verdict::kNotUsable, "");
-  ExpectRefused(Validate("", kQuiet), Verdict::kNotUsable, "");
+TEST(ValidateInstallerMedia, FindsTheInstaller) {
+  ExpectValidations({
+      {"below the sub-directory 1", {"m/1"}, "{m}", FoundIn("{m}/1")},
+      {"below 1 of a media with a slash", {"m/1"}, "{m}/", FoundIn("{m}/1")},
+      {"in the media itself", {"m"}, "{m}", NotBelow1("{m}") + FoundIn("{m}")},
+      {"in a media with a slash", {"m"}, "{m}/", NotBelow1("{m}") + FoundIn("{m}")},
+      {"below 1 rather than in the media", {"m", "m/1"}, "{m}", FoundIn("{m}/1")},
+      {"of a media with two slashes", {"m/1"}, "{m}//", FoundIn("{m}//1")},
+      {"of a media with dots", {"m/1"}, "{}/./m/../m/./", FoundIn("{}/./m/../m/./1")},
+      {"of a relative media", {"m/1"}, "m", FoundIn("m/1")},
+      {"of the working directory", {"1"}, ".", FoundIn("./1")},
+      {"of a media with other white space",
+       {"a\tb\xc2\xa0/1"},
+       "a\tb\xc2\xa0",
+       FoundIn("a\tb\xc2\xa0/1")},
+  });
 }
 
 TEST(ValidateInstallerMedia, NamesBothPlacesWhenThereIsNoInstaller) {
-  const TestDirectory directory;
+  ExpectValidations({
+      {"missing", {}, "{missing}", NoneIn("{missing}")},
+      {"relative", {}, "missing", NoneIn("missing")},
+      {"in quotes", {"m/1"}, "\"{m}\"", NoneIn("\"{m}\"")},
+      {"with a backslash", {"m/1"}, "{m}\\", NoneIn("{m}\\")},
+      {"with a semicolon", {"m/1"}, "{m};", NoneIn("{m};")},
+      {"the root, whose slash is not doubled", {}, "/", NoneIn("")},
+  });
+  const MediaWorld world;
+  const TestDirectory& directory = world.Directory();
   directory.MakeDir("empty");
+  directory.MakeDir("a b");
+  directory.MakeDir("line\nfeed");
   directory.Write("file", "");
   directory.Write("other platform/inst/Q/code/bin/X", "");
   directory.Write("other name/1/inst/P/code/bin/Y", "");
   directory.Link("dangling/inst/P/code/bin/X", directory.Path("nowhere"));
-  for (const char* name :
-       {"empty", "file", "missing", "other platform", "other name", "dangling"}) {
-    const std::string media = directory.Path(name);
+  for (const std::string name :
+       {"empty", "a b", "line\nfeed", "file", "other platform", "other name", "dangling"}) {
     SCOPED_TRACE(name);
-    ExpectRefused(Validate(media), Verdict::kNotUsable,
-                  Trying(media + "/1/inst/P/code/bin/X") + Invalid(media + "/inst/P/code/bin/X"));
+    const std::string shown = std::regex_replace(name, std::regex("\n"), "\n       ");
+    ExpectValidation(world, {name, {}, "{" + name + "}", NoneIn("{" + shown + "}")});
   }
 }
 
-TEST(ValidateInstallerMedia, QuietLeavesOutOnlyTheVerdictOnAnInvalidMedia) {
-  const TestDirectory directory;
-  directory.MakeDir("empty");
-  const std::string installer = directory.Write("m/inst/P/code/bin/X", "");
-  directory.Write("a b/inst/P/code/bin/X", "");
+TEST(ValidateInstallerMedia, OfAnEmptyMediaSaysNothing) {
+  ExpectValidations(
+      {{"with verdict", {}, "", kRefused}, {"quiet", {}, "", kRefused, {"P", "X"}, kQuiet}});
+}
 
-  ExpectRefused(Validate(directory.Path("empty"), kQuiet), Verdict::kNotUsable,
-                Trying(directory.Path("empty/1/inst/P/code/bin/X")));
-  ExpectUsable(Validate(directory.Path("m"), kQuiet), directory.Path("m/inst/"), installer,
-               Trying(directory.Path("m/1/inst/P/code/bin/X")));
-  ExpectRefused(Validate(directory.Path("a b"), kQuiet), Verdict::kBlankInDirectory,
-                Trying(directory.Path("a b/1/inst/P/code/bin/X")), kBlankError);
+TEST(ValidateInstallerMedia, QuietLeavesOutOnlyTheVerdictOnAnInvalidMedia) {
+  const InstallerPlace place = {"P", "X"};
+  ExpectValidations({
+      {"none", {}, "{m}", NotBelow1("{m}") + kRefused, place, kQuiet},
+      {"found", {"m"}, "{m}", NotBelow1("{m}") + FoundIn("{m}"), place, kQuiet},
+      {"blank", {"a b"}, "{a b}", NotBelow1("{a b}") + kHasBlank, place, kQuiet},
+  });
 }
 
 TEST(ValidateInstallerMedia, RefusesABlankAnywhereInTheDirectoryOfAnInstaller) {
   for (const std::string name : {"a b", " m", "m ", "a b/m", "m/ ", " "}) {
-    const TestDirectory below_1, without_1;
-    below_1.Write(name + "/1/inst/P/code/bin/X", "");
-    without_1.Write(name + "/inst/P/code/bin/X", "");
-    SCOPED_TRACE("\"" + name + "\"");
-    ExpectRefused(Validate(below_1.Path(name)), Verdict::kBlankInDirectory, "", kBlankError);
-    ExpectRefused(Validate(without_1.Path(name)), Verdict::kBlankInDirectory,
-                  Trying(without_1.Path(name + "/1/inst/P/code/bin/X")), kBlankError);
+    const std::string media = "{" + name + "}";
+    ExpectValidations({{"\"" + name + "\" with 1", {name + "/1"}, media, kHasBlank},
+                       {"\"" + name + "\"", {name}, media, NotBelow1(media) + kHasBlank}});
   }
 }
 
-TEST(ValidateInstallerMedia, DoesNotMindABlankWithoutAnInstaller) {
-  const TestDirectory directory;
-  const std::string media = directory.MakeDir("a b");
-  ExpectRefused(Validate(media), Verdict::kNotUsable,
-                Trying(media + "/1/inst/P/code/bin/X") + Invalid(media + "/inst/P/code/bin/X"));
-}
-
-TEST(ValidateInstallerMedia, DoesNotMindABlankBehindTheDirectory) {
-  const TestDirectory directory;
-  const std::string platform = directory.Write("m/1/inst/P Q/code/bin/X", "");
-  const std::string executable = directory.Write("m/1/inst/P/code/bin/X Y", "");
-  const std::string inst_slash = directory.Path("m/1/inst/");
-  ExpectUsable(Validate(directory.Path("m"), kWithVerdict, {"P Q", "X"}), inst_slash, platform);
-  ExpectUsable(Validate(directory.Path("m"), kWithVerdict, {"P", "X Y"}), inst_slash, executable);
-}
-
-TEST(ValidateInstallerMedia, MindsNoOtherWhiteSpace) {
-  const TestDirectory directory;
-  const std::string installer = directory.Write("a\tb\xc2\xa0/1/inst/P/code/bin/X", "");
-  ExpectUsable(Validate(directory.Path("a\tb\xc2\xa0")), directory.Path("a\tb\xc2\xa0/1/inst/"),
-               installer);
-}
-
-TEST(ValidateInstallerMedia, IndentsALineFeedInTheNameOfTheMedia) {
-  const TestDirectory directory;
-  const std::string media = directory.MakeDir("a\nb");
-  const std::string shown = directory.Path("a\n       b");
-  ExpectRefused(Validate(media), Verdict::kNotUsable,
-                Trying(shown + "/1/inst/P/code/bin/X") + Invalid(shown + "/inst/P/code/bin/X"));
-}
-
-TEST(ValidateInstallerMedia, WithAnEmptyPlatformHasADoubledSlash) {
-  const TestDirectory directory;
-  directory.Write("m/1/inst/code/bin/X", "");
-  directory.Write("n/inst/code/bin/X", "");
-  ExpectUsable(Validate(directory.Path("m"), kWithVerdict, {"", "X"}), directory.Path("m/1/inst/"),
-               directory.Path("m/1/inst//code/bin/X"));
-  ExpectUsable(Validate(directory.Path("n"), kWithVerdict, {"", "X"}), directory.Path("n/inst/"),
-               directory.Path("n/inst//code/bin/X"),
-               Trying(directory.Path("n/1/inst//code/bin/X")));
-}
-
-TEST(ValidateInstallerMedia, WithAnEmptyExecutableTakesTheBinDirectory) {
-  const TestDirectory directory;
-  directory.MakeDir("m/1/inst/P/code/bin");
-  directory.MakeDir("n/1/inst/P/code");
-  ExpectUsable(Validate(directory.Path("m"), kWithVerdict, {"P", ""}), directory.Path("m/1/inst/"),
-               directory.Path("m/1/inst/P/code/bin/"));
-  ExpectRefused(Validate(directory.Path("n"), kWithVerdict, {"P", ""}), Verdict::kNotUsable,
-                Trying(directory.Path("n/1/inst/P/code/bin/")) +
-                    Invalid(directory.Path("n/inst/P/code/bin/")));
+TEST(ValidateInstallerMedia, PutsThePlaceTogetherAsItIs) {
+  ExpectValidations({
+      {"a blank in the platform", {"m/1"}, "{m}", FoundIn("{m}/1", "P Q/code/bin/X"), {"P Q", "X"}},
+      {"a blank in the name", {"m/1"}, "{m}", FoundIn("{m}/1", "P/code/bin/X Y"), {"P", "X Y"}},
+      {"no platform: a doubled slash", {"m/1"}, "{m}", FoundIn("{m}/1", "/code/bin/X"), {"", "X"}},
+      {"no platform, and no 1",
+       {"m"},
+       "{m}",
+       NotBelow1("{m}", "/code/bin/X") + FoundIn("{m}", "/code/bin/X"),
+       {"", "X"}},
+      {"no name: the bin directory", {"m/1"}, "{m}", FoundIn("{m}/1", "P/code/bin/"), {"P", ""}},
+      {"no name, and no bin directory", {}, "{m}", NoneIn("{m}", "P/code/bin/"), {"P", ""}},
+  });
 }
 
 TEST(ValidateInstallerMedia, TakesWhateverExistsForTheInstaller) {
-  const TestDirectory directory;
-  SetMode(directory.Write("file/1/inst/P/code/bin/X", ""), 0);
-  directory.MakeDir("directory/1/inst/P/code/bin/X");
-  directory.Link("link/1/inst/P/code/bin/X", directory.Path("file"));
-  for (const std::string name : {"file", "directory", "link"}) {
+  const MediaWorld world;
+  SetMode(world.Directory().Write("file/1/inst/P/code/bin/X", ""), 0);
+  world.Directory().MakeDir("directory/1/inst/P/code/bin/X");
+  world.Directory().Link("link/1/inst/P/code/bin/X", world.Path("file"));
+  for (const std::string name : {"{file}", "{directory}", "{link}"}) {
     SCOPED_TRACE(name);
-    ExpectUsable(Validate(directory.Path(name)), directory.Path(name + "/1/inst/"),
-                 directory.Path(name + "/1/inst/P/code/bin/X"));
+    ExpectValidation(world, {name, {}, name, FoundIn(name + "/1")});
   }
-}
-
-TEST(ValidateInstallerMedia, UsesTheMediaAsItIsWritten) {
-  const TestDirectory directory;
-  directory.Write("m/1/inst/P/code/bin/X", "");
-  for (const std::string media : {"m//", "m/./", "./m/../m/"}) {
-    SCOPED_TRACE(media);
-    ExpectUsable(Validate(directory.Path(media)), directory.Path(media + "1/inst/"),
-                 directory.Path(media + "1/inst/P/code/bin/X"));
-  }
-  for (const std::string& media :
-       {"\"" + directory.Path("m") + "\"", directory.Path("m\\"), directory.Path("m;")}) {
-    SCOPED_TRACE(media);
-    ExpectRefused(Validate(media), Verdict::kNotUsable,
-                  Trying(media + "/1/inst/P/code/bin/X") + Invalid(media + "/inst/P/code/bin/X"));
-  }
-}
-
-TEST(ValidateInstallerMedia, OfTheRootDirectoryDoesNotDoubleTheSlash) {
-  const TestDirectory directory;
-  const std::string platform = std::filesystem::path(directory.Path()).filename().string();
-  ExpectRefused(
-      Validate("/", kWithVerdict, {platform, "X"}), Verdict::kNotUsable,
-      Trying("/1/inst/" + platform + "/code/bin/X") + Invalid("/inst/" + platform + "/code/bin/X"));
-}
-
-TEST(ValidateInstallerMedia, KeepsARelativeMediaRelative) {
-  const TestDirectory directory;
-  directory.Write("m/1/inst/P/code/bin/X", "");
-  directory.Write("1/inst/P/code/bin/X", "");
-  const Outcome outcome = RunIsolated([&] {
-    if (::chdir(directory.Path().c_str()) != 0) return 1;
-    for (const char* media : {"m", ".", "nothing"}) {
-      Logger logger;
-      const InstallerMedia found = ValidateInstallerMedia(media, {"P", "X"}, kWithVerdict, logger);
-      std::cout << found.inst_slash << ", " << found.installer << std::endl;
-    }
-    return 0;
-  });
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.out, Found("m/1/inst/P/code/bin/X") + "m/1/inst/, m/1/inst/P/code/bin/X\n" +
-                             Found("./1/inst/P/code/bin/X") + "./1/inst/, ./1/inst/P/code/bin/X\n" +
-                             Trying("nothing/1/inst/P/code/bin/X") +
-                             Invalid("nothing/inst/P/code/bin/X") + ", \n");
-  EXPECT_EQ(outcome.err, "");
-}
-
-TEST(ValidateInstallerMedia, LeavesTheMediaAsItIs) {
-  const TestDirectory directory;
-  directory.Write("m/inst/P/code/bin/X", "installer");
-  const std::vector<std::string> before = DescribeTreeExactly(directory.Path());
-  Validate(directory.Path("m"));
-  Validate(directory.Path("missing"));
-  EXPECT_EQ(DescribeTreeExactly(directory.Path()), before);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "media/marker.h"
 
 #include "tests/media/scan_checks.h"
-#include "tests/support/outcome.h"
 #include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
@@ -11,31 +10,18 @@ namespace {
 using namespace std::string_literals;
 
 TEST(MarkerName, IsTheDecimalNumberAndTxt) {
-  struct Row {
-    std::int64_t volume;
-    std::string name;
-  };
   constexpr std::int64_t kGreatestCount = std::numeric_limits<std::int32_t>::max();
-  const std::vector<Row> rows = {
-      {1, "1.txt"},
-      {2, "2.txt"},
-      {9, "9.txt"},
-      {10, "10.txt"},
-      {100, "100.txt"},
-      {kGreatestCount, "2147483647.txt"},
-      {kGreatestCount + 1, "2147483648.txt"},
-      // The last AM volume of the greatest media whose first AM volume has the greatest number.
-      {99 + kGreatestCount - 1, "2147483745.txt"},
+  // The last is that of the greatest media whose first AM volume has the greatest number.
+  const std::map<std::int64_t, std::string> rows = {
+      {1, "1.txt"},     {2, "2.txt"},
+      {10, "10.txt"},   {kGreatestCount, "2147483647.txt"},
+      {100, "100.txt"}, {99 + kGreatestCount - 1, "2147483745.txt"},
   };
-  for (const Row& row : rows) EXPECT_EQ(MarkerName(row.volume), row.name);
+  for (const auto& [volume, name] : rows) EXPECT_EQ(MarkerName(volume), name);
 }
 
 TEST(VolumeOfMarkerName, ReadsTheOneOrTwoCharactersBeforeTxt) {
-  struct Row {
-    std::string name;
-    int volume;
-  };
-  const std::vector<Row> rows = {
+  const std::map<std::string, int> rows = {
       {"1.txt", 1},   {"2.txt", 2},    {"9.txt", 9},    {"10.txt", 10}, {"99.txt", 99},
       {"0.txt", 0},   {"00.txt", 0},   {"05.txt", 5},   {"1a.txt", 1},  {" 7.txt", 7},
       {"+7.txt", 7},  {"7 .txt", 7},   {"..txt", -1},   {"a.txt", -1},  {"a1.txt", -1},
@@ -43,91 +29,53 @@ TEST(VolumeOfMarkerName, ReadsTheOneOrTwoCharactersBeforeTxt) {
       {"1", -1},      {"12", -1},      {"1.TXT", -1},   {"1.tx", -1},   {"1.text", -1},
       {"1.txt2", -1}, {"1.txt ", -1},  {"12txt", -1},   {"11_txt", -1}, {"1.txt.txt", -1},
   };
-  for (const Row& row : rows) EXPECT_EQ(VolumeOfMarkerName(row.name), row.volume) << row.name;
+  for (const auto& [name, volume] : rows) EXPECT_EQ(VolumeOfMarkerName(name), volume) << name;
   EXPECT_EQ(kNoVolume, -1);
 }
 
-TEST(ReadMtbDir, GivesTheRestOfTheFirstLineThatBeginsWithTheKey) {
-  struct Row {
-    std::string contents;
-    std::string tag;
-  };
-  const std::vector<Row> rows = {
-      {"MTBDIR=SET-A\n", "SET-A"},
-      {"MTBDIR=SET-A", "SET-A"},
-      {"TITLE=x\n\nMTBDIR=SET-A\nMORE=y\n", "SET-A"},
-      {"MTBDIR=SET-A\nMTBDIR=SET-B\n", "SET-A"},
-      {"MTBDIR=\nMTBDIR=SET-B\n", ""},
-      {" MTBDIR=SET-A\nMTBDIR=SET-B\n", "SET-B"},
-      {"MTBDIR= SET A \n", " SET A "},
-      {"MTBDIR=A=B", "A=B"},
-      {"MTB\nMTBDIR=A\n", "A"},
-      {"MTBDIRMTBDIR=A\nMTBDIR=B\n", "B"},
-      {"MMTBDIR=A\nMTBDIR=B\n", "B"},
-      {"x\r\nMTBDIR=A\n", "A"},
-      {"MTBDIR=MTBDIR=A\n", "MTBDIR=A"},
-      {"MTBDIR=" + std::string(100000, 'x') + "\n", std::string(100000, 'x')},
-  };
-  TestDirectory directory;
-  for (const Row& row : rows) {
-    EXPECT_EQ(ReadMtbDir(directory.Write("1.txt", row.contents)), row.tag) << row.contents;
+/// Compares the tags of markers with these contents.
+void ExpectTags(const std::map<std::string, std::string>& rows) {
+  const TestDirectory directory;
+  for (const auto& [contents, tag] : rows) {
+    EXPECT_EQ(ReadMtbDir(directory.Write("1.txt", contents)), tag) << contents;
   }
+}
+
+TEST(ReadMtbDir, GivesTheRestOfTheFirstLineThatBeginsWithTheKey) {
+  ExpectTags({{"MTBDIR=SET-A\n", "SET-A"},
+              {"MTBDIR=SET-A", "SET-A"},
+              {"TITLE=x\n\nMTBDIR=SET-A\nMORE=y\n", "SET-A"},
+              {"MTBDIR=SET-A\nMTBDIR=SET-B\n", "SET-A"},
+              {"MTBDIR=\nMTBDIR=SET-B\n", ""},
+              {" MTBDIR=SET-A\nMTBDIR=SET-B\n", "SET-B"},
+              {"MTBDIR= SET A \n", " SET A "},
+              {"MTBDIR=A=B", "A=B"},
+              {"MTBDIRMTBDIR=A\nMTBDIR=B\n", "B"},
+              {"MTBDIR=MTBDIR=A\n", "MTBDIR=A"},
+              {"MTBDIR=" + std::string(100000, 'x') + "\n", std::string(100000, 'x')}});
 }
 
 TEST(ReadMtbDir, DropsOneCarriageReturnAtTheEndOfALine) {
-  struct Row {
-    std::string contents;
-    std::string tag;
-  };
-  const std::vector<Row> rows = {
-      {"MTBDIR=SET-A\r\n", "SET-A"},   {"TITLE=x\r\nMTBDIR=SET-A\r\n", "SET-A"},
-      {"MTBDIR=SET-A\r", "SET-A"},     {"MTBDIR=SET-A\r\r\n", "SET-A\r"},
-      {"MTBDIR=SET\rA\n", "SET\rA"},   {"MTBDIR=\r\n", ""},
-      {"TITLE=x\rMTBDIR=SET-A\r", ""},
-  };
-  TestDirectory directory;
-  for (const Row& row : rows) {
-    EXPECT_EQ(ReadMtbDir(directory.Write("1.txt", row.contents)), row.tag) << row.contents;
-  }
+  ExpectTags({{"TITLE=x\r\nMTBDIR=SET-A\r\n", "SET-A"},
+              {"MTBDIR=SET-A\r", "SET-A"},
+              {"MTBDIR=SET-A\r\r\n", "SET-A\r"},
+              {"MTBDIR=SET\rA\n", "SET\rA"},
+              {"MTBDIR=\r\n", ""},
+              {"TITLE=x\rMTBDIR=SET-A\r", ""}});
 }
 
 TEST(ReadMtbDir, GivesAnyBytesAsTheyAre) {
-  struct Row {
-    std::string contents;
-    std::string tag;
-  };
-  const std::vector<Row> rows = {
-      {"MTBDIR=A\0B\n"s, "A\0B"s},
-      {"MTBDIR=\0\n"s, "\0"s},
-      {"\0\xff\nMTBDIR=\xff\xfe\x80\n"s, "\xff\xfe\x80"},
-      {"MTBDIR=\xc3\xa9\n", "\xc3\xa9"},
-  };
-  TestDirectory directory;
-  for (const Row& row : rows) {
-    EXPECT_EQ(ReadMtbDir(directory.Write("1.txt", row.contents)), row.tag) << row.contents;
-  }
+  ExpectTags({{"MTBDIR=A\0B\n"s, "A\0B"s},
+              {"MTBDIR=\0\n"s, "\0"s},
+              {"\0\xff\nMTBDIR=\xff\xfe\x80\n"s, "\xff\xfe\x80"}});
 }
 
 TEST(ReadMtbDir, WithoutAValueBehindTheKeyIsEmpty) {
-  const std::vector<std::string> rows = {
-      "",
-      "\n",
-      "SET-A\n",
-      "MTBDIR",
-      "MTBDIR=",
-      "MTBDIR=\n",
-      "MTBDIR\n=SET-A\n",
-      "MTBDIR =SET-A\n",
-      "mtbdir=SET-A\n",
-      "MtbDir=SET-A\n",
-      " MTBDIR=SET-A\n",
-      "\tMTBDIR=SET-A\n",
-      "\0MTBDIR=SET-A\n"s,
-      "\xef\xbb\xbfMTBDIR=SET-A\n",
-  };
-  TestDirectory directory;
-  for (const std::string& contents : rows) {
-    EXPECT_EQ(ReadMtbDir(directory.Write("1.txt", contents)), "") << contents;
+  for (const std::string& contents :
+       {""s, "\n"s, "SET-A\n"s, "MTBDIR"s, "MTBDIR="s, "MTBDIR\n=SET-A\n"s, "MTBDIR =SET-A\n"s,
+        "MtbDir=SET-A\n"s, "\tMTBDIR=SET-A\n"s, "\0MTBDIR=SET-A\n"s,
+        "\xef\xbb\xbfMTBDIR=SET-A\n"s}) {
+    ExpectTags({{contents, ""}});
   }
 }
 
@@ -137,16 +85,13 @@ TEST(ReadMtbDir, FollowsALink) {
   EXPECT_EQ(ReadMtbDir(directory.Path("1.txt")), "SET-A");
 }
 
-TEST(ReadMarker, SaysWhyTheFileCannotBeRead) {
+TEST(ReadMarker, SaysWhyItHasNoText) {
   TestDirectory directory;
-  const std::string file = directory.Write("file", "MTBDIR=SET-A\n");
+  const std::string file = directory.Write("no tag", "TITLE=x\n");
   const std::string socket = directory.Path("socket");
   MakeUnopenable(socket);
-  struct Row {
-    std::string path;
-    int error;
-  };
-  const std::vector<Row> rows = {
+  const std::map<std::string, int> rows = {
+      {file, 0},
       {"", ENOENT},
       {directory.Path("missing"), ENOENT},
       {directory.Path(std::string(300, 'x')), ENAMETOOLONG},
@@ -158,33 +103,23 @@ TEST(ReadMarker, SaysWhyTheFileCannotBeRead) {
       {directory.Pipe("pipe"), EOPNOTSUPP},
       {"/dev/zero", EOPNOTSUPP},
   };
-  for (const Row& row : rows) {
-    const FileText marker = ReadMarker(row.path);
-    EXPECT_EQ(marker.text, std::nullopt) << row.path;
-    EXPECT_EQ(marker.error, row.error) << row.path;
-    EXPECT_EQ(ReadMtbDir(row.path), "") << row.path;
+  for (const auto& [path, error] : rows) {
+    const FileText marker = ReadMarker(path);
+    EXPECT_EQ(marker.text, std::nullopt) << path;
+    EXPECT_EQ(marker.error, error) << path;
+    EXPECT_EQ(ReadMtbDir(path), "") << path;
   }
 }
 
-TEST(ReadMarker, OfAFileWithoutTheLineIsNoFailure) {
-  TestDirectory directory;
-  const FileText marker = ReadMarker(directory.Write("1.txt", "TITLE=x\n"));
-  EXPECT_EQ(marker.text, std::nullopt);
-  EXPECT_EQ(marker.error, 0);
-}
-
-TEST(ReadFirstLine, IsTheTextUpToTheLineEnd) {
-  TestDirectory directory;
-  EXPECT_EQ(ReadFirstLine(directory.Write("a", "one\r\ntwo\n")).text, "one");
-  EXPECT_EQ(ReadFirstLine(directory.Write("b", "one")).text, "one");
-  EXPECT_EQ(ReadFirstLine(directory.Write("c", "\n")).text, "");
-}
-
-TEST(ReadFirstLine, OfAnEmptyFileIsNothing) {
-  TestDirectory directory;
-  const FileText first = ReadFirstLine(directory.Write("empty", ""));
-  EXPECT_EQ(first.text, std::nullopt);
-  EXPECT_EQ(first.error, 0);
+TEST(ReadFirstLine, IsTheTextUpToTheLineEndAndOfAnEmptyFileNothing) {
+  const std::map<std::string, std::optional<std::string>> rows = {
+      {"one\r\ntwo\n", "one"}, {"one", "one"}, {"\n", ""}, {"", std::nullopt}};
+  const TestDirectory directory;
+  for (const auto& [contents, text] : rows) {
+    const FileText first = ReadFirstLine(directory.Write("file", contents));
+    EXPECT_EQ(first.text, text) << contents;
+    EXPECT_EQ(first.error, 0) << contents;
+  }
 }
 
 }  // namespace

@@ -54,7 +54,7 @@ TEST(SiblingLayout, CountsVolumesInNumericalOrder) {
 TEST(SiblingLayout, OfARelativeMediaNamesRelativeDirectories) {
   MediaWorld world;
   world.Make("m/1: volumes=3 1=SET-A; m/2: 2=SET-A; m/3: 3=SET-A");
-  ExpectSeen(world, ScanRelative(world, "m/1"), R"(
+  ExpectRelativeScan(world, "m/1", R"(
  INFO: This media is composed of 3 volumes.
        Volume 1 found in: m/1
        Volume 2 found in: m/2

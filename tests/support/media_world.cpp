@@ -1,7 +1,5 @@
 #include "tests/support/media_world.h"
 
-#include "console/logger.h"
-#include "media/volume_scan.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
@@ -116,19 +114,6 @@ std::string MediaWorld::Text(std::string text) const {
 Environment MediaWorld::Text(Environment variables) const {
   for (auto& [name, value] : variables) value = Text(value);
   return variables;
-}
-
-ScanSeen MediaWorld::ScanFrom(const std::string& name, const Environment& env,
-                              bool software_management) {
-  const ScopedEnv scoped(Text(env));
-  const Environment before = CurrentEnvironment();
-  ScanOutcome outcome;
-  Logger logger;
-  const Outcome said = Catch([&] {
-    outcome = ScanMediaVolumes(KVLInsIO::InsPath(Path(name)), software_management, logger);
-  });
-  return {outcome.code, outcome.complete, outcome.volumes,
-          said.out,     said.err,         EnvChanges(before, CurrentEnvironment())};
 }
 
 LaunchSeen MediaWorld::Launch(const std::string& name, const LaunchPlan& plan) {

@@ -1,10 +1,10 @@
-// MediaWorld: installation media made for a test, described volume by volume, and what the scan and
-// the whole launcher make of them.
+// MediaWorld: installation media made for a test, described volume by volume, and what the whole
+// launcher makes of them.
 //
 //   MediaWorld world;
 //   world.Volume("1").Announces("3").Marker(1, "SET-A");
 //   world.Volume("2").Marker(2, "SET-A");
-//   const ScanSeen scan = world.ScanFrom("1");
+//   const LaunchSeen seen = world.Launch("1");
 //
 // In every text given to it, and in Text(), "{}" stands for the world's own directory, "{x}" for
 // the path of x in it, "{staging}" for the staging directory of the last launch (without "/" at the
@@ -19,10 +19,6 @@
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {
-
-/// What is said when some volumes have been found, but not all.
-inline constexpr char kMissingVolumes[] =
-    " WARN: Missing volumes. Please make sure you copied everything correctly.\n";
 
 class MediaWorld;
 
@@ -49,16 +45,6 @@ class VolumeBuilder {
 
   MediaWorld& world_;
   std::string name_;
-};
-
-/// What a scan gave back, said and left in the environment.
-struct ScanSeen {
-  int code = 0;
-  bool complete = false;
-  std::vector<std::string> volumes;
-  std::string out;
-  std::string err;
-  Environment env;  ///< every variable that the scan changed
 };
 
 /// How the launcher is started in a world.
@@ -101,10 +87,6 @@ class MediaWorld {
   std::vector<std::string> Paths(const std::vector<std::string>& names) const;
   std::string Text(std::string text) const;
   Environment Text(Environment variables) const;
-
-  /// Scans the media in that directory, in an environment that holds exactly `env`.
-  ScanSeen ScanFrom(const std::string& name, const Environment& env = {},
-                    bool software_management = false);
 
   /// Runs the built launcher on the media in that directory.
   LaunchSeen Launch(const std::string& name, const LaunchPlan& plan = {});
