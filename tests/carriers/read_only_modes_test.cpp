@@ -65,10 +65,10 @@ TEST(ReadOnlyUpdate, OfReadOnlyFilesIsOnlyForTheSuperuser) {
     if (world.IsStartedByOrdinaryUser()) {
       const fs::path first = *fs::directory_iterator(world.Path("update/") + kBin);
       expected.status = 1;
-      expected.err =
-          says::Missing() +
-          SaysStagingFailed("{staging}/", "Cannot write into {staging}/" + std::string(kBin) + "/" +
-                                              first.filename().string() + " - Permission denied");
+      expected.err = says::Missing() +
+                     says::StagingFailed("{staging}/",
+                                         "Cannot write into {staging}/" + std::string(kBin) + "/" +
+                                             first.filename().string() + " - Permission denied");
       expected.arguments = {};
       expected.left.exactly = StagedCopyOf(world, kFirst);
       std::erase_if(expected.left.exactly, [](const std::string& line) {

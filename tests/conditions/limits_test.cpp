@@ -67,7 +67,7 @@ TEST(Limits, OnDescriptorsThatLeaveNoneEndTheStagingAtItsBeginning) {
   ExpectRun(world, seen,
             {.status = 1,
              .out = SaysFoundIn("{1}"),
-             .err = SaysStagingFailed("{tmp}/<id>/", "opendir - {1}/inst - Too many open files")});
+             .err = says::StagingFailed("{tmp}/<id>/", "opendir - {1}/inst - Too many open files")});
 }
 
 TEST(Limits, OnTheSizeOfFilesEndTheStagingAtTheFirstThatIsLonger) {
@@ -101,7 +101,7 @@ TEST(Limits, OnProcessesLeaveNoneForTheInstaller) {
       // A sanitizer looks for leaks in one more process.
       plan.env = {{"ASAN_OPTIONS", "detect_leaks=0"}};
       ExpectedRun fails = expected.Ends(255).But([](auto& run) { run.arguments = {}; });
-      fails.err += SaysCannotCreate(CommandOf(expected.arguments));
+      fails.err += says::CannotCreate(CommandOf(expected.arguments));
       world.Expect(limited ? fails : expected, plan);
       world.EmptyTmp();
     }

@@ -122,7 +122,7 @@ ExpectedRun RunOf(const Staging& modelled) {
   const std::string staging = modelled.Left().empty() ? "{tmp}/<id>" : "{staging}";
   expected.status = 1;
   expected.err = says::Missing() +
-                 SaysStagingFailed(
+                 says::StagingFailed(
                      staging + "/",
                      std::regex_replace(modelled.Failure(), std::regex("\\{staging\\}"), staging));
   expected.arguments = {};

@@ -91,7 +91,7 @@ TEST(OneStream, ForEverythingHoldsAllOfItInItsOrder) {
     const LaunchSeen seen = world.Launch("1", plan);
     const ExpectedRun expected = Staged();
     EXPECT_EQ(ReadFile(log), world.Text(before + expected.out + expected.err + "installing\n" +
-                                        SaysCannotWait(CommandOf(expected.arguments))));
+                                        says::CannotWait(CommandOf(expected.arguments))));
     ExpectRun(world, seen, expected.Ends(255).Says("").Warns(""));
   }
 }

@@ -35,7 +35,7 @@ inline std::string WhyNoOrdinaryUser(const LaunchWorld& world) {
 /// The same run, of an installer that the system does not start.
 inline ExpectedRun NotStarted(ExpectedRun expected) {
   expected.status = 255;
-  expected.err += SaysCannotWait(CommandOf(expected.arguments));
+  expected.err += says::CannotWait(CommandOf(expected.arguments));
   expected.arguments = {};
   return expected;
 }
@@ -70,7 +70,7 @@ inline ExpectedRun StagedFromExternal() {
 /// What it is to look like when nothing was staged, for this reason.
 inline ExpectedRun FailedFromExternal(const std::string& staging_slash, const std::string& reason) {
   ExpectedRun expected = StagedFromExternal().Ends(1);
-  expected.err = says::Missing() + SaysStagingFailed(staging_slash, reason);
+  expected.err = says::Missing() + says::StagingFailed(staging_slash, reason);
   expected.arguments = {};
   expected.left = {};
   return expected;

@@ -90,7 +90,7 @@ ExpectedRun InPlace() {
 
 ExpectedRun Staged() {
   return {.out = SaysFoundIn("{1}") + kTwoOfThree,
-          .err = says::Missing() + kStagedWarning,
+          .err = says::Missing() + says::Staged(),
           .arguments = StartedFrom("{staging}"),
           .env = {.media = "{staging}",
                   .original = "{1}",

@@ -103,11 +103,6 @@ std::string SaysFoundIn(const std::string& media);
 std::string SaysNoneIn(const std::string& media);
 /// The messages of a media in {1} of three volumes that finds the second in {2}.
 inline const std::string kTwoOfThree = says::Volumes("3", {"{1}", "{2}"});
-/// The messages before a staged installer starts.
-inline const std::string kStagedWarning = says::Staged();
-constexpr auto SaysStagingFailed = says::StagingFailed;
-constexpr auto SaysCannotCreate = says::CannotCreate;
-constexpr auto SaysCannotWait = says::CannotWait;
 
 /// The text of "remove.bat"; `staging_slash` ends in "/".
 std::string CleanUpScriptIn(const std::string& staging_slash);
