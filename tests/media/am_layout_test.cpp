@@ -21,12 +21,65 @@ const std::string kBeginning = R"(
 const std::string kVariables =
     " AMRelativePath=sets/a FirstAMPath={am/4} FirstAMVolume=4 MTBDIR=AM-A VolumesCount=3";
 
-TEST(AmLayout, WithAllVolumesListsTheirDirectoriesInOrder) {
-  ExpectScan(kFirst + kThird + kSecond, kBeginning + R"(       AM volume 5 found in: {am/5}
+TEST(AmLayout, LooksForEveryVolumeInTheAmVolumesBehindTheFirst) {
+  struct Row {
+    std::string name;
+    std::string further;     ///< behind the first volume
+    std::string transcript;  ///< behind the beginning, without the variables
+  };
+  const std::vector<Row> rows = {
+      {"all volumes: their directories in order", kThird + kSecond,
+       R"(       AM volume 5 found in: {am/5}
        Volume 2 found in: {am/5/sets/a/2}
        AM volume 6 found in: {am/6}
        Volume 3 found in: {am/6/sets/a/3}
-= 3 {am/5/sets/a/2} {am/6/sets/a/3})" + kVariables);
+= 3 {am/5/sets/a/2} {am/6/sets/a/3})"},
+      {"no further AM volume: fails silently", "", "= 0"},
+      {"AM volumes without volumes: fails silently", "; am/5: 5=AM-A; am/6: 6=AM-A",
+       R"(       AM volume 5 found in: {am/5}
+       AM volume 6 found in: {am/6}
+= 0)"},
+      {"one of two further volumes: incomplete", "; am/5: 5=AM-A" + kThird,
+       R"(       AM volume 5 found in: {am/5}
+       AM volume 6 found in: {am/6}
+       Volume 3 found in: {am/6/sets/a/3}
+2> WARN: Missing volumes. Please make sure you copied everything correctly.
+= 0 {am/6/sets/a/3})"},
+      {"an AM volume of another set: not looked into",
+       "; am/5: 5=AM-B; am/5/sets/a/2: 2=SET-A" + kThird,
+       R"(2> WARN: AM volume 5 of AM-B found in {am/5} instead of AM-A
+2>       AM volume 6 found in: {am/6}
+2>       Volume 3 found in: {am/6/sets/a/3}
+= 0 {am/6/sets/a/3})"},
+      {"a volume of another set", "; am/5: 5=AM-A; am/5/sets/a/2: 2=SET-B" + kThird,
+       R"(       AM volume 5 found in: {am/5}
+2> WARN: Volume 2 of SET-B found in {am/5/sets/a/2} instead of SET-A
+2>       AM volume 6 found in: {am/6}
+2>       Volume 3 found in: {am/6/sets/a/3}
+= 0 {am/6/sets/a/3})"},
+      {"a later volume of another set: the found ones stay in the list",
+       kSecond + "; am/6: 6=AM-A; am/6/sets/a/3: 3=SET-C",
+       R"(       AM volume 5 found in: {am/5}
+       Volume 2 found in: {am/5/sets/a/2}
+       AM volume 6 found in: {am/6}
+2> WARN: Volume 3 of SET-C found in {am/6/sets/a/3} instead of SET-A
+= 0 {am/5/sets/a/2})"},
+      {"wrong volumes only: not silent", "; am/5: 5=AM-B; am/6: 6=AM-A; am/6/sets/a/3: 3=SET-B",
+       R"(2> WARN: AM volume 5 of AM-B found in {am/5} instead of AM-A
+2>       AM volume 6 found in: {am/6}
+2> WARN: Volume 3 of SET-B found in {am/6/sets/a/3} instead of SET-A
+= 0)"},
+      {"the tags of media and AM volumes are told apart",
+       "; am/5: 5=SET-A; am/6: 6=AM-A; am/6/sets/a/3: 3=AM-A",
+       R"(2> WARN: AM volume 5 of SET-A found in {am/5} instead of AM-A
+2>       AM volume 6 found in: {am/6}
+2> WARN: Volume 3 of AM-A found in {am/6/sets/a/3} instead of SET-A
+= 0)"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    ExpectScan(kFirst + row.further, kBeginning + row.transcript + kVariables);
+  }
 }
 
 TEST(AmLayout, CountsFromTheNumberOfTheFirstAmVolumeOn) {
@@ -62,25 +115,6 @@ TEST(AmLayout, DoesNotDependOnTheNameOfTheFirstAmVolumesDirectory) {
 = 2 {am/8/x/2} AMRelativePath=x FirstAMPath={am/first} FirstAMVolume=7 MTBDIR=AM-A VolumesCount=2)");
 }
 
-TEST(AmLayout, WithoutAnyFurtherAmVolumeFailsSilently) {
-  ExpectScan(kFirst, kBeginning + "= 0" + kVariables);
-}
-
-TEST(AmLayout, WithAmVolumesThatHoldNoVolumeFailsSilently) {
-  ExpectScan(kFirst + "; am/5: 5=AM-A; am/6: 6=AM-A",
-             kBeginning + R"(       AM volume 5 found in: {am/5}
-       AM volume 6 found in: {am/6}
-= 0)" + kVariables);
-}
-
-TEST(AmLayout, WithOneOfTwoFurtherVolumesIsIncomplete) {
-  ExpectScan(kFirst + "; am/5: 5=AM-A" + kThird, kBeginning + R"(       AM volume 5 found in: {am/5}
-       AM volume 6 found in: {am/6}
-       Volume 3 found in: {am/6/sets/a/3}
-2> WARN: Missing volumes. Please make sure you copied everything correctly.
-= 0 {am/6/sets/a/3})" + kVariables);
-}
-
 TEST(AmLayout, DoesNotLookIntoAnAmVolumeWithoutAReadableMarker) {
   MediaWorld without, no_tag, directory, other_number;
   no_tag.Volume("am/6").File("6.txt", "MTBDIR=\n");
@@ -110,52 +144,6 @@ TEST(AmLayout, CountsAVolumeWhoseMarkerCannotBeReadAsAbsent) {
 2> WARN: Missing volumes. Please make sure you copied everything correctly.
 = 0 {am/5/sets/a/2})" + kVariables);
   }
-}
-
-TEST(AmLayout, WithAnAmVolumeOfAnotherSetDoesNotLookIntoItAndFails) {
-  ExpectScan(kFirst + "; am/5: 5=AM-B; am/5/sets/a/2: 2=SET-A" + kThird,
-             kBeginning + R"(2> WARN: AM volume 5 of AM-B found in {am/5} instead of AM-A
-2>       AM volume 6 found in: {am/6}
-2>       Volume 3 found in: {am/6/sets/a/3}
-= 0 {am/6/sets/a/3})" +
-                 kVariables);
-}
-
-TEST(AmLayout, WithAVolumeOfAnotherSetFails) {
-  ExpectScan(kFirst + "; am/5: 5=AM-A; am/5/sets/a/2: 2=SET-B" + kThird,
-             kBeginning + R"(       AM volume 5 found in: {am/5}
-2> WARN: Volume 2 of SET-B found in {am/5/sets/a/2} instead of SET-A
-2>       AM volume 6 found in: {am/6}
-2>       Volume 3 found in: {am/6/sets/a/3}
-= 0 {am/6/sets/a/3})" +
-                 kVariables);
-}
-
-TEST(AmLayout, ReportsEveryVolumeOfAnotherSetAndKeepsTheFoundOnesInTheList) {
-  ExpectScan(kFirst + kSecond + "; am/6: 6=AM-A; am/6/sets/a/3: 3=SET-C",
-             kBeginning + R"(       AM volume 5 found in: {am/5}
-       Volume 2 found in: {am/5/sets/a/2}
-       AM volume 6 found in: {am/6}
-2> WARN: Volume 3 of SET-C found in {am/6/sets/a/3} instead of SET-A
-= 0 {am/5/sets/a/2})" +
-                 kVariables);
-}
-
-TEST(AmLayout, WithOnlyWrongVolumesIsNotSilent) {
-  ExpectScan(kFirst + "; am/5: 5=AM-B; am/6: 6=AM-A; am/6/sets/a/3: 3=SET-B",
-             kBeginning + R"(2> WARN: AM volume 5 of AM-B found in {am/5} instead of AM-A
-2>       AM volume 6 found in: {am/6}
-2> WARN: Volume 3 of SET-B found in {am/6/sets/a/3} instead of SET-A
-= 0)" + kVariables);
-}
-
-/// The tag of the media is wrong for an AM volume, and that of the AM volumes for a volume.
-TEST(AmLayout, TellsTheTagsOfAmVolumesAndOfMediaVolumesApart) {
-  ExpectScan(kFirst + "; am/5: 5=SET-A; am/6: 6=AM-A; am/6/sets/a/3: 3=AM-A",
-             kBeginning + R"(2> WARN: AM volume 5 of SET-A found in {am/5} instead of AM-A
-2>       AM volume 6 found in: {am/6}
-2> WARN: Volume 3 of AM-A found in {am/6/sets/a/3} instead of SET-A
-= 0)" + kVariables);
 }
 
 /// A media with relative names leads from one AM volume back into the first one, since a relative
