@@ -140,6 +140,7 @@ TEST_F(MakeAtEveryMoment, AChangedFileArrivesAsPlannedOrIsNamed) {
   const std::vector<Change> changes = {
       {"grown", [&] { world_.Directory().Write(file.string(), "contents and more"); },
        "contents and more"},
+      {"rewritten", [&] { world_.Directory().Write(file.string(), "CONTENTS"); }, "CONTENTS"},
       {"a link", [&] { world_.Change("link payload/1/a/file {secret}"); }, ""},
       {"a link above", [&] { world_.Change("move payload/1/a moved; link payload/1/a {moved}"); },
        ""},
@@ -155,6 +156,7 @@ TEST_F(MakeAtEveryMoment, AChangedFileArrivesAsPlannedOrIsNamed) {
         const std::string contents = ReadFile("media/1/payload/1/a/file");
         EXPECT_THAT(contents, testing::AnyOf("contents", change.contents));
         ++(contents == "contents" ? made : planned_anew);
+        EXPECT_TRUE(contents == "contents" || named == 0) << "it had been planned already";
       } else {
         EXPECT_EQ(seen.out, "");
         EXPECT_THAT(seen.err, testing::HasSubstr("payload/1/a"));
