@@ -38,6 +38,9 @@ endif()
 function(kvl_library name)
   add_library(${name} STATIC ${ARGN})
   target_link_libraries(${name} PUBLIC $<BUILD_INTERFACE:own_code>)
+  if(KVL_TIDY)
+    set_target_properties(${name} PROPERTIES CXX_CLANG_TIDY "clang-tidy;--quiet")
+  endif()
 endfunction()
 
 # kvl_program_for_everywhere(<name>): with KVL_STATIC it needs nothing of the system that it runs on,

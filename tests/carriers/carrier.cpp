@@ -9,9 +9,9 @@ Carrier IsoImage() {
   const std::string xorriso = "/usr/bin/xorriso";
   return {.name = "IsoImage",
           .make = {xorriso, "-as", "mkisofs", "-quiet", "--stdio_sync", "off", "-r", "-V", "SET_A",
-                   "-o", "{images/set}", "{set}"},
+                   "-o", "stdio:{images/set}", "{set}"},
           .mount = {"/bin/mount", "-t", "iso9660", "-o", "loop,ro", "{images/set}", "{carrier}"},
-          .unpack = {xorriso, "-osirrox", "on", "-indev", "{images/set}", "-extract", "/",
+          .unpack = {xorriso, "-osirrox", "on", "-indev", "stdio:{images/set}", "-extract", "/",
                      "{carrier}"}};
 }
 

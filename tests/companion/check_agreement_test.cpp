@@ -7,8 +7,8 @@
 #include "console/text.h"
 #include "tests/companion/check_world.h"
 #include "tests/models/laws.h"
+#include "tests/models/models.h"
 #include "tests/models/scan_model.h"
-#include "tests/models/text_model.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {

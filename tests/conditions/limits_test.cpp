@@ -64,10 +64,11 @@ TEST(Limits, OnDescriptorsThatLeaveNoneEndTheStagingAtItsBeginning) {
     SetLimit(RLIMIT_NOFILE, 3);
   }});
   seen.err = WithoutIdentifiers(seen.err);
-  ExpectRun(world, seen,
-            {.status = 1,
-             .out = SaysFoundIn("{1}"),
-             .err = says::StagingFailed("{tmp}/<id>/", "opendir - {1}/inst - Too many open files")});
+  ExpectRun(
+      world, seen,
+      {.status = 1,
+       .out = SaysFoundIn("{1}"),
+       .err = says::StagingFailed("{tmp}/<id>/", "opendir - {1}/inst - Too many open files")});
 }
 
 TEST(Limits, OnTheSizeOfFilesEndTheStagingAtTheFirstThatIsLonger) {

@@ -3,7 +3,7 @@
 #include <unordered_set>
 
 #include "tests/insio/odd_paths.h"
-#include "tests/models/path_laws.h"
+#include "tests/models/laws.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {

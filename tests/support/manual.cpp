@@ -123,7 +123,8 @@ Lines MessagesOf(const std::string& page, const std::string& section,
   return messages;
 }
 
-bool IsOneOf(const std::string& text, const Lines& messages) {
+bool IsOneOf(std::string text, const Lines& messages) {
+  std::replace(text.begin(), text.end(), '\0', '?');  // where fnmatch would stop
   return std::any_of(messages.begin(), messages.end(), [&](const std::string& message) {
     return ::fnmatch(PatternOf(message).c_str(), text.c_str(), 0) == 0;
   });

@@ -21,7 +21,7 @@ std::vector<std::string> MessagesOf(const std::string& page, const std::string& 
                                     const std::string& subsection = "");
 
 /// True when the text is one of these messages, with anything in place of the angle brackets.
-bool IsOneOf(const std::string& text, const std::vector<std::string>& messages);
+bool IsOneOf(std::string text, const std::vector<std::string>& messages);
 
 /// Claims that the manual has each line of the launcher's messages and of kvl-media's in
 /// what a program said. RunProgram does so, thus for all that a test can see.
