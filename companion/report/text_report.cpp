@@ -16,7 +16,7 @@ std::string Padded(std::string text, std::size_t width) {
   return text;
 }
 
-/// One more than what is listed is said as one word.
+/// A number and its word, with a plural s.
 std::string Counted(std::uint64_t count, const std::string& word) {
   return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
 }

@@ -1,7 +1,6 @@
 #include "tests/carriers/carrier.h"
 
 #include "tests/conditions/own_mounts.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 

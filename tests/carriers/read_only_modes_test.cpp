@@ -2,7 +2,6 @@
 // first.
 
 #include "tests/carriers/carrier.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -2,7 +2,6 @@
 // StartTUI.sh and removes what it unpacked.
 
 #include "tests/carriers/carrier.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

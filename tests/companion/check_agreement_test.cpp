@@ -9,7 +9,6 @@
 #include "tests/models/laws.h"
 #include "tests/models/models.h"
 #include "tests/models/scan_model.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -3,7 +3,6 @@
 
 #include "tests/companion/check_world.h"
 #include "tests/launcher/expected_environment.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

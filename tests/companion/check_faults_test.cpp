@@ -6,9 +6,7 @@
 #include "companion/report/text_report.h"
 #include "tests/companion/check_world.h"
 #include "tests/support/call_filter.h"
-#include "tests/support/path_faults.h"
 #include "tests/support/system_faults.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
@@ -30,14 +28,14 @@ Outcome CheckHere(const CheckWorld& world, MakeFault make_fault, const std::stri
 }
 
 void ExpectSaid(const Transcript& row, const std::string& steps, const std::string& usual) {
-  const std::map<std::string, FailingPath::Call> calls = {{"look", FailingPath::kLook},
-                                                          {"ask", FailingPath::kAsk},
-                                                          {"open", FailingPath::kOpen},
-                                                          {"list", FailingPath::kOpenDir}};
+  const std::map<std::string, FailingCall::Call> calls = {{"look", FailingCall::kLook},
+                                                          {"ask", FailingCall::kAsk},
+                                                          {"open", FailingCall::kOpen},
+                                                          {"list", FailingCall::kOpenDir}};
   const std::size_t blank = row.given.find(' ');
   const CheckWorld world(steps + row.call);
   const Outcome seen = CheckHere(world, [&] {
-    return FailingPath(calls.at(row.given.substr(0, blank)),
+    return FailingCall(calls.at(row.given.substr(0, blank)),
                        world.Text(row.given.substr(blank + 1)), EIO);
   });
   world.ExpectReport(seen, Report(usual, row.says));
@@ -134,7 +132,7 @@ INSTANTIATE_TEST_SUITE_P(About, CheckOfABadDiscToBeStaged,
 
 TEST(CheckOfABadDirectory, SaysWhichDirectoryAboveTheMediaCannotBeListed) {
   const CheckWorld world("first m/1; m/1: volumes=2 1=SET-A; file 7.txt x\\n");
-  const auto make_fault = [&] { return FailingPath(FailingPath::kOpenDir, world.Path("m"), EIO); };
+  const auto make_fault = [&] { return FailingCall(FailingCall::kOpenDir, world.Path("m"), EIO); };
   world.ExpectReport(CheckHere(world, make_fault, "m/1"), R"(Media      {m/1}
 System     linux
 Installer  {m/1}/inst/linux/code/bin/installer, in the media
@@ -151,23 +149,23 @@ warning    {m/2}/2.txt: volume 2 is missing: it has no marker; copy the whole vo
 
 TEST(CheckOfABadDirectory, SaysWhyItCannotBeLookedAtWhenItIsTheMediaItself) {
   const TestDirectory directory;
-  const FailingPath fault(FailingPath::kLook, directory.Path(), EIO);
+  const FailingCall fault(FailingCall::kLook, directory.Path(), EIO);
   EXPECT_THAT([&] { MediaDirectory(directory.Path()); },
               testing::ThrowsMessage<std::system_error>(
                   "cannot look at the directory: " + directory.Path() + ": Input/output error"));
 }
 
 /// One moment in which the disc fails while the launcher's own code looks at it.
-void ExpectSaidOfAMoment(FailingPath::Call call, const std::string& path, const std::string& says) {
+void ExpectSaidOfAMoment(FailingCall::Call call, const std::string& path, const std::string& says) {
   const CheckWorld world("two volumes");
   const auto make_fault = [&] {
-    return FailingPath(call, world.Text(path), EIO, /*after=*/0, /*times=*/1);
+    return FailingCall(call, world.Text(path), EIO, /*after=*/0, /*times=*/1);
   };
   world.ExpectReport(CheckHere(world, make_fault), Report(kInPlace, says));
 }
 
 TEST(CheckOfADiscThatFailsForAMoment, SaysThatTheSearchForVolumesFails) {
-  ExpectSaidOfAMoment(FailingPath::kOpen, "{1}/inst/volumes.txt", R"(
+  ExpectSaidOfAMoment(FailingCall::kOpen, "{1}/inst/volumes.txt", R"(
 Volumes    2, layout unknown, tag SET-A
            1  found       {1}
            2  found       {2}
@@ -178,7 +176,7 @@ warning    {1}: the launcher does not find all volumes, and a second look does; 
 }
 
 TEST(CheckOfADiscThatFailsForAMoment, SaysThatTheInstallerIsNotFound) {
-  ExpectSaidOfAMoment(FailingPath::kAsk, "{1}/inst/linux/code/bin/installer", R"(
+  ExpectSaidOfAMoment(FailingCall::kAsk, "{1}/inst/linux/code/bin/installer", R"(
 Installer  not found
 Start      none
 error      {1}/inst/linux/code/bin/installer: the launcher does not find it, and a second look does; look at the disc, and check again
@@ -212,11 +210,11 @@ void ExpectEveryFailureToBeSaid(const CheckWorld& world, const Environment& env,
 
 void ExpectEveryFailureToBeSaid(const std::string& steps, const Environment& env = {}) {
   const CheckWorld world("two volumes; " + steps);
-  for (const FailingPath::Call call :
-       {FailingPath::kLook, FailingPath::kAsk, FailingPath::kOpen, FailingPath::kOpenDir}) {
+  for (const FailingCall::Call call :
+       {FailingCall::kLook, FailingCall::kAsk, FailingCall::kOpen, FailingCall::kOpenDir}) {
     SCOPED_TRACE(call);
     ExpectEveryFailureToBeSaid(
-        world, env, [&](int after) { return FailingPath(call, "", EIO, after, /*times=*/1); });
+        world, env, [&](int after) { return FailingCall(call, "", EIO, after, /*times=*/1); });
   }
   for (const FailingCall::Call call : {FailingCall::kRead, FailingCall::kReadDir}) {
     SCOPED_TRACE(call);

@@ -1,6 +1,5 @@
 // kvl-media check: what it finds where a media cannot be made, or a report not be told, in a line.
 #include "tests/companion/check_world.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,6 +1,5 @@
 // kvl-media check: each thing that it finds, as a transcript of all that it says.
 #include "tests/companion/check_world.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -4,9 +4,8 @@
 
 #include "companion/check/media_check.h"
 #include "tests/companion/check_world.h"
-#include "tests/support/path_faults.h"
 #include "tests/support/sanitized.h"
-#include "tests/support/test.h"
+#include "tests/support/system_faults.h"
 
 namespace kvl::test {
 namespace {

@@ -4,7 +4,6 @@
 
 #include "companion/program.h"
 #include "tests/insio/surroundings.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

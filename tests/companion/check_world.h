@@ -3,7 +3,6 @@
 
 #include "tests/support/media_world.h"
 #include "tests/support/outcome.h"
-#include "tests/support/scoped_umask.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
@@ -11,12 +10,10 @@ namespace kvl::test {
 /// What a `before` of a program ends the process with where it cannot do its work.
 inline constexpr int kImpossibleHere = 99;
 
-/// New files in it have the modes 644 and 755, whoever runs the tests, and all programs are started
-/// with the same umask.
-class CheckWorld : private ScopedUmask, public MediaWorld {
+class CheckWorld : public MediaWorld {
  public:
   /// Begins with these changes.
-  explicit CheckWorld(const std::string& steps = {}) : ScopedUmask(022) { Change(steps); }
+  explicit CheckWorld(const std::string& steps = {}) { Change(steps); }
 
   /// A volume with an installer, description files and start scripts that can be executed, but start
   /// no launcher.

@@ -1,7 +1,6 @@
 // The completions for the two shells name what kvl-media understands, and nothing else.
 
 #include "tests/companion/check_world.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -2,7 +2,6 @@
 // the directory it was built in, as for a copy of it.
 
 #include "tests/companion/check_world.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -4,7 +4,6 @@
 #include "companion/program.h"
 #include "tests/companion/check_world.h"
 #include "tests/companion/stepped_program.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -6,7 +6,6 @@
 #include "tests/insio/odd_paths.h"
 #include "tests/insio/surroundings.h"
 #include "tests/support/call_filter.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

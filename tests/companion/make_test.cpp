@@ -2,7 +2,6 @@
 
 #include "companion/make/media_plan.h"
 #include "tests/companion/check_world.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

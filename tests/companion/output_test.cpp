@@ -1,7 +1,6 @@
 // kvl-media, when what it says cannot be written.
 
 #include "tests/companion/check_world.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

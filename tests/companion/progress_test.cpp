@@ -5,7 +5,6 @@
 
 #include "tests/companion/check_world.h"
 #include "tests/insio/surroundings.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -5,7 +5,6 @@
 #include <sys/syscall.h>
 
 #include "tests/support/call_filter.h"
-#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

@@ -1,7 +1,6 @@
 // Whole runs of a caller whose directory is gone, or who blocks and ignores every signal.
 
 #include "tests/conditions/worlds.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

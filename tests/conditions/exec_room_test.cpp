@@ -2,7 +2,6 @@
 // its environment.
 
 #include "tests/conditions/worlds.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

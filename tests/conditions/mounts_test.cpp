@@ -3,7 +3,6 @@
 
 #include "tests/conditions/own_mounts.h"
 #include "tests/conditions/worlds.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -2,8 +2,6 @@
 
 #include <future>
 
-#include "tests/support/test.h"
-
 namespace kvl::test {
 namespace {
 

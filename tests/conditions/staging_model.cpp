@@ -1,7 +1,5 @@
 #include "tests/conditions/staging_model.h"
 
-#include "tests/support/test.h"
-
 namespace kvl::test {
 namespace {
 

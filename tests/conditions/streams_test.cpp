@@ -2,7 +2,6 @@
 // place: what is written where, and what of it is the installer's.
 
 #include "tests/conditions/worlds.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

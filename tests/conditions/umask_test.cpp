@@ -3,7 +3,6 @@
 #include "tests/conditions/worlds.h"
 #include "tests/support/sanitized.h"
 #include "tests/support/system_faults.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

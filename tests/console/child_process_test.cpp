@@ -3,7 +3,6 @@
 #include "console/signals.h"
 #include "tests/console/fake_child.h"
 #include "tests/support/system_faults.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,7 +1,6 @@
 #include "console/command_split.h"
 
 #include "tests/support/outcome.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

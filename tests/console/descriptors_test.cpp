@@ -1,7 +1,6 @@
 #include "console/descriptors.h"
 
 #include "tests/support/outcome.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -3,7 +3,6 @@
 #include "console/logger.h"
 #include "console/run_command.h"
 #include "console/signals.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 

@@ -4,7 +4,6 @@
 
 #include "tests/support/outcome.h"
 #include "tests/support/system_faults.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

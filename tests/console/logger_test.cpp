@@ -2,7 +2,6 @@
 
 #include "console/signals.h"
 #include "tests/support/outcome.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

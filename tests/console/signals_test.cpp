@@ -2,7 +2,6 @@
 
 #include "console/child_process.h"
 #include "tests/console/fake_child.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
@@ -78,7 +77,7 @@ INSTANTIATE_TEST_SUITE_P(Each, CallersHandlers, testing::Values(SIG_DFL, SIG_IGN
 TEST(SignalScope, GivesBackFlagsAndMaskOfAHandlerToo) {
   for (const auto& [handler, flags] :
        {std::pair<Handler, int>(OwnHandler, SA_RESTART | SA_NODEFER), {SIG_DFL, SA_NOCLDWAIT}}) {
-    const Outcome outcome = RunIsolated([&] {
+    const Outcome outcome = RunIsolated([&, handler = handler, flags = flags] {
       struct sigaction callers = {}, in_scope = {}, now = {};
       callers.sa_handler = handler;
       callers.sa_flags = flags;

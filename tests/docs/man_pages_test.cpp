@@ -3,7 +3,6 @@
 // one, see tests/support/manual.h; here, that the code has every message of theirs.
 
 #include "tests/support/manual.h"
-#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

@@ -2,7 +2,6 @@
 
 #include "tests/launcher/expected_environment.h"
 #include "tests/support/scoped_env.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -2,7 +2,6 @@
 
 #include "tests/examples/sample_world.h"
 #include "tests/launcher/expected_environment.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -3,7 +3,6 @@
 #include <linux/capability.h>
 
 #include "tests/examples/sample_world.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

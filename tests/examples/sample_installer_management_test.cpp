@@ -1,7 +1,6 @@
 // The sample installer in software management mode.
 
 #include "tests/examples/sample_world.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,7 +1,6 @@
 // The sample installer, started by the launcher from a sample media: what it installs.
 
 #include "tests/examples/sample_world.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,7 +1,5 @@
 #include "tests/examples/sample_world.h"
 
-#include "tests/support/test.h"
-
 namespace kvl::test {
 namespace {
 

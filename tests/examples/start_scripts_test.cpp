@@ -2,7 +2,6 @@
 
 #include "tests/conditions/own_mounts.h"
 #include "tests/examples/sample_world.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

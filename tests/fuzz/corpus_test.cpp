@@ -2,7 +2,6 @@
 
 #include "tests/fuzz/targets.h"
 #include "tests/support/outcome.h"
-#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

@@ -7,7 +7,6 @@
 #include "tests/insio/surroundings.h"
 #include "tests/support/sanitized.h"
 #include "tests/support/scoped_env.h"
-#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

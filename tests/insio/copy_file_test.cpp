@@ -3,7 +3,6 @@
 #include "insio/copy.h"
 #include "tests/insio/in_own_directory.h"
 #include "tests/support/system_faults.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

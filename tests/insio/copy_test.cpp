@@ -5,9 +5,7 @@
 #include "tests/insio/in_own_directory.h"
 #include "tests/insio/odd_paths.h"
 #include "tests/support/outcome.h"
-#include "tests/support/path_faults.h"
 #include "tests/support/system_faults.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {
@@ -260,7 +258,7 @@ TEST_F(CopyDirTest, TakesOnlyAMissingOrClosedDirectoryForEmpty) {
     const bool counts_as_empty = error == EACCES || error == ENOENT;
     Failure failure;
     {
-      const FailingPath broken(FailingPath::kOpenDir, "", error, /*after=*/1);  // all but the top
+      const FailingCall broken(FailingCall::kOpenDir, "", error, /*after=*/1);  // all but the top
       failure = FailureOf([this] { CopyDir(Path("from"), Path("to")); });
     }
     EXPECT_EQ(failure,

@@ -3,7 +3,6 @@
 #include "insio/create_new_dir.h"
 #include "tests/insio/every_kind.h"
 #include "tests/insio/in_own_directory.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

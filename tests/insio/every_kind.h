@@ -2,7 +2,6 @@
 #pragma once
 
 #include "tests/insio/surroundings.h"
-#include "tests/support/scoped_umask.h"
 #include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 

@@ -3,7 +3,6 @@
 #include "insio/exceptions.h"
 #include "tests/support/manual.h"
 #include "tests/support/outcome.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -3,7 +3,6 @@
 #include "tests/insio/in_own_directory.h"
 #include "tests/support/outcome.h"
 #include "tests/support/system_faults.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

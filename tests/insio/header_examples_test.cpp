@@ -4,7 +4,6 @@
 #include "insio/path.h"
 #include "insio/path_text.h"
 #include "tests/support/outcome.h"
-#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

@@ -3,7 +3,6 @@
 
 #include "tests/insio/failure.h"
 #include "tests/insio/surroundings.h"
-#include "tests/support/scoped_umask.h"
 #include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 

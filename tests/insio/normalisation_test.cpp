@@ -10,7 +10,6 @@
 #include "insio/rename.h"
 #include "insio/replace_in_lines.h"
 #include "tests/insio/in_own_directory.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -5,7 +5,6 @@
 #include "insio/delete.h"
 #include "tests/insio/in_own_directory.h"
 #include "tests/insio/odd_paths.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -6,7 +6,6 @@
 #include "tests/insio/odd_paths.h"
 #include "tests/support/call_filter.h"
 #include "tests/support/system_faults.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

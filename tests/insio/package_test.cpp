@@ -8,8 +8,6 @@
 #include "tests/support/outcome.h"
 #include "tests/support/sanitized.h"
 #include "tests/support/scoped_env.h"
-#include "tests/support/scoped_umask.h"
-#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

@@ -4,7 +4,6 @@
 
 #include "tests/insio/odd_paths.h"
 #include "tests/models/laws.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

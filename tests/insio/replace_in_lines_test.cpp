@@ -4,7 +4,6 @@
 #include "tests/insio/run_tree_tool.h"
 #include "tests/support/sanitized.h"
 #include "tests/support/system_faults.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -3,7 +3,6 @@
 #include <grp.h>
 
 #include "tests/support/outcome.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -2,7 +2,6 @@
 
 #include "tests/insio/every_kind.h"
 #include "tests/insio/in_own_directory.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

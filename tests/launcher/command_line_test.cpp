@@ -2,7 +2,6 @@
 #include "tests/launcher/launch_world.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_env.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,7 +1,5 @@
 #include "tests/launcher/expected_environment.h"
 
-#include "tests/support/test.h"
-
 namespace kvl::test {
 
 Environment AfterSetup(Environment env, const Prepared& from) {

@@ -1,7 +1,6 @@
 // Who includes whom, read from the sources: the folders point one way, and no file reaches itself.
 
 #include "tests/support/outcome.h"
-#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

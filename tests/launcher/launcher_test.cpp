@@ -5,7 +5,6 @@
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_env.h"
 #include "tests/support/system_faults.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

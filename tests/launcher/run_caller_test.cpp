@@ -2,7 +2,6 @@
 // what of them reaches the installer. Closed streams and blocked signals are among the conditions.
 
 #include "tests/launcher/launch_world.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

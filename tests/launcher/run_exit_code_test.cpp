@@ -1,7 +1,6 @@
 // Whole runs: what the end of the installer makes of the launcher's exit status.
 
 #include "tests/launcher/launch_world.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,7 +1,6 @@
 // Whole runs: where the installer is looked for, and in which order.
 
 #include "tests/launcher/launch_world.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

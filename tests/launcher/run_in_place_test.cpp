@@ -1,7 +1,6 @@
 // Whole runs that start the installer where it is: of a media that is complete, or in management.
 
 #include "tests/launcher/launch_world.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -4,7 +4,6 @@
 #include "launcher/installer_command.h"
 #include "tests/launcher/launch_world.h"
 #include "tests/support/scoped_env.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

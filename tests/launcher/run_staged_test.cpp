@@ -1,7 +1,6 @@
 // Whole runs of a media that is not complete: the installer is staged and started from the copy.
 
 #include "tests/launcher/launch_world.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

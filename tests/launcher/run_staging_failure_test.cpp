@@ -1,7 +1,6 @@
 // Whole runs whose staging fails: two error messages, status 1, and no installer is started.
 
 #include "tests/conditions/worlds.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,7 +1,6 @@
 // Whole runs with odd texts in paths and arguments.
 
 #include "tests/launcher/launch_world.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,7 +1,6 @@
 // Whole runs: what the scan of the media makes of the run.
 
 #include "tests/launcher/launch_world.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -3,8 +3,6 @@
 #include "launcher/clean_up_script.h"
 #include "tests/launcher/launch_world.h"
 #include "tests/support/generator_twin.h"
-#include "tests/support/scoped_umask.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

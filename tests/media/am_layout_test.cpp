@@ -2,7 +2,6 @@
 // each holding media volumes at the same relative place.
 
 #include "tests/media/scan_checks.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

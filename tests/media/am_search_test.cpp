@@ -2,7 +2,6 @@
 
 #include "tests/media/scan_checks.h"
 #include "tests/support/system_faults.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

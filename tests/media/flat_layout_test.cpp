@@ -1,7 +1,6 @@
 // All volumes in one directory: the markers 2.txt, 3.txt, ... beside 1.txt.
 
 #include "tests/media/scan_checks.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

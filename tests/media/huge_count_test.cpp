@@ -2,7 +2,6 @@
 // trying every number would give, and depends in its time on what is there alone.
 
 #include "tests/media/scan_checks.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -4,7 +4,6 @@
 #include "tests/media/scan_checks.h"
 #include "tests/support/messages.h"
 #include "tests/support/outcome.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

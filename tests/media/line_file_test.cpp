@@ -4,7 +4,6 @@
 
 #include "tests/support/outcome.h"
 #include "tests/support/system_faults.h"
-#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

@@ -1,7 +1,6 @@
 #include "media/marker.h"
 
 #include "tests/media/scan_checks.h"
-#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

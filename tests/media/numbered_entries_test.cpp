@@ -3,7 +3,6 @@
 #include <numeric>
 
 #include "tests/support/system_faults.h"
-#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

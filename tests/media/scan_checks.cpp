@@ -2,7 +2,6 @@
 
 #include "tests/models/scan_model.h"
 #include "tests/support/outcome.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -1,7 +1,6 @@
 // Every volume in a directory of its own, named by its number, beside the media directory.
 
 #include "tests/media/scan_checks.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -3,7 +3,6 @@
 #include "media/volume_scan.h"
 
 #include "tests/media/scan_checks.h"
-#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

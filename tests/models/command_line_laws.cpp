@@ -3,7 +3,6 @@
 #include "tests/models/models.h"
 #include "tests/support/in_process.h"
 #include "tests/support/scoped_env.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 

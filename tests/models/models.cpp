@@ -1,7 +1,5 @@
 #include "tests/models/models.h"
 
-#include "tests/support/test.h"
-
 namespace kvl::test {
 namespace {
 

@@ -2,7 +2,6 @@
 #include "insio/path_text.h"
 #include "tests/models/laws.h"
 #include "tests/models/models.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

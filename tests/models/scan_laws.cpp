@@ -4,7 +4,6 @@
 #include "tests/models/scan_model.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_env.h"
-#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

@@ -1,7 +1,6 @@
 #include "tests/models/scan_table.h"
 
 #include "tests/models/models.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

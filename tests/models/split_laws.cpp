@@ -1,7 +1,6 @@
 #include "console/command_split.h"
 #include "launcher/installer_command.h"
 #include "tests/models/laws.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

@@ -3,7 +3,6 @@
 #include "media/marker.h"
 #include "tests/models/laws.h"
 #include "tests/models/models.h"
-#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

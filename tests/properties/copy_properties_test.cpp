@@ -5,8 +5,6 @@
 #include "tests/insio/odd_paths.h"
 #include "tests/models/laws.h"
 #include "tests/properties/property.h"
-#include "tests/support/scoped_umask.h"
-#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

@@ -2,8 +2,6 @@
 
 #include <linux/filter.h>
 
-#include "tests/support/test.h"
-
 namespace kvl::test {
 
 void FilterCalls(const std::vector<unsigned>& calls, unsigned answer) {

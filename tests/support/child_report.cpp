@@ -1,7 +1,5 @@
 #include "tests/support/child_report.h"
 
-#include "tests/support/test.h"
-
 namespace kvl::test {
 
 ChildReport ReadReport(const std::string& path) {

@@ -1,7 +1,5 @@
 #include "tests/support/in_process.h"
 
-#include "tests/support/test.h"
-
 namespace kvl::test {
 namespace {
 

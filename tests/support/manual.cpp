@@ -2,8 +2,6 @@
 
 #include <fnmatch.h>
 
-#include "tests/support/test.h"
-
 namespace kvl::test {
 namespace {
 

@@ -1,7 +1,5 @@
 #include "tests/support/media_world.h"
 
-#include "tests/support/test.h"
-
 namespace kvl::test {
 namespace {
 

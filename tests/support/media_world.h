@@ -14,7 +14,6 @@
 #include "tests/support/child_report.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_env.h"
-#include "tests/support/scoped_umask.h"
 #include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 

@@ -3,7 +3,6 @@
 #include <sys/mman.h>
 
 #include "tests/support/manual.h"
-#include "tests/support/test.h"
 
 namespace kvl::test {
 namespace {

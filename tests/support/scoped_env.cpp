@@ -1,7 +1,5 @@
 #include "tests/support/scoped_env.h"
 
-#include "tests/support/test.h"
-
 namespace kvl::test {
 namespace {
 

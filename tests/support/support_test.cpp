@@ -2,7 +2,6 @@
 #include "tests/support/in_process.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_env.h"
-#include "tests/support/test.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {

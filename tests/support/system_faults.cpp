@@ -4,8 +4,6 @@
 
 #include <cstdarg>
 
-#include "tests/support/test.h"
-
 extern "C" int __real_access(const char* path, int how);  // see below
 
 namespace kvl::test {

@@ -68,4 +68,10 @@ class Undo {
   std::function<void()> undo_;
 };
 
+/// While it lives, the process has this umask.
+class ScopedUmask : Undo {
+ public:
+  explicit ScopedUmask(mode_t mask) : Undo([before = ::umask(mask)] { ::umask(before); }) {}
+};
+
 }  // namespace kvl::test

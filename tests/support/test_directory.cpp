@@ -2,8 +2,6 @@
 
 #include <utime.h>
 
-#include "tests/support/test.h"
-
 namespace kvl::test {
 namespace {
 
