@@ -76,9 +76,14 @@ TEST_F(MakeAtEveryMoment, LeavesNothingThatCheckCallsFineButAWholeMedia) {
     SCOPED_TRACE(layout);
     int calls = 0;
     std::vector<int> whole, fine;
-    Outcome made = Make(layout, Calls::kChanging, [&](int call) {
+    Lines before_whole;
+    Outcome made = Make(layout, Calls::kChanging, [&, first = first](int call) {
       calls = call;
-      if (fs::exists(first + "/StartTUI.sh")) whole.push_back(call);
+      if (fs::exists(first + "/StartTUI.sh")) {
+        whole.push_back(call);
+      } else if (fs::exists("media")) {
+        before_whole = DescribeTree("media");
+      }
       const Outcome seen = CheckWorld::CompanionHere({"check", first});
       if (seen.status == 0 || seen.out.find("\nFine") != std::string::npos) fine.push_back(call);
       return Step::kGoOn;
@@ -91,9 +96,10 @@ TEST_F(MakeAtEveryMoment, LeavesNothingThatCheckCallsFineButAWholeMedia) {
     EXPECT_GT(whole.front(), calls - 5);
     fs::remove_all("media");
 
-    const int last_step = whole.front() - 1;
-    made = Make(layout, Calls::kChanging,
-                [&](int call) { return call == last_step ? Step::kKill : Step::kGoOn; });
+    made = Make(layout, Calls::kChanging, [&](int) {
+      const bool is_last_step = fs::exists("media") && DescribeTree("media") == before_whole;
+      return is_last_step ? Step::kKill : Step::kGoOn;
+    });
     EXPECT_EQ(made.status, -SIGKILL);
     EXPECT_NE(CheckWorld::CompanionHere({"check", first}).status, 0);
     world_.ExpectRefused(CheckWorld::CompanionHere(MakeArguments(layout)), kBrokenOff);

@@ -18,7 +18,7 @@ TEST(FailingOutput, IsNamed) {
       {"/dev/full", O_WRONLY}, {"/dev/null", O_RDONLY}, {nullptr, 0}};
   for (const auto& [file, how] : kinds) {
     SCOPED_TRACE(file == nullptr ? "closed" : file);
-    const auto send = [&] { SendTo(file, how); };
+    const auto send = [file = file, how = how] { SendTo(file, how); };
     const CheckWorld world("file setup #!/bin/sh\\n; file payload/file x");
     for (const Lines& arguments :
          {Lines{"--help"}, Lines{"--version"}, Lines{"make", "--help"}, Lines{"check", "-h"},
