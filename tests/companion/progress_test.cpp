@@ -49,12 +49,11 @@ class Progress : public testing::Test {
       ::dup2(line, STDERR_FILENO);
       if (before) before();
     });
-    ::fcntl(screen, F_SETFL, O_NONBLOCK);
-    std::array<char, 4096> buffer;
-    const ssize_t size = ::read(screen, buffer.data(), buffer.size());
-    ::close(screen);
     ::close(line);
-    EXPECT_EQ(std::string(buffer.data(), size < 0 ? 0 : std::size_t(size)), on_terminal);
+    std::string on_screen;
+    for (char shown; ::read(screen, &shown, 1) == 1;) on_screen += shown;
+    ::close(screen);
+    EXPECT_EQ(on_screen, on_terminal);
     EXPECT_EQ(seen.out, world_.Text(out));
     EXPECT_EQ(seen.err, "");
     EXPECT_EQ(seen.status, status);
