@@ -46,11 +46,17 @@ void FlushOwnStreams() {
   std::fflush(nullptr);
 }
 
+/// What a child works in.
+enum class Memory {
+  kCopied,
+  kShared,  ///< for a child that becomes another program: no copy of a large process is made
+};
+
 /// What a child says that does this, with standard input, if there is any, and how it ends.
-Outcome InAChild(const CaughtStream* in, const std::function<void()>& action) {
+Outcome InAChild(const CaughtStream* in, Memory memory, const std::function<void()>& action) {
   const CaughtStream out, err;
   FlushOwnStreams();
-  const pid_t child = ::fork();
+  const pid_t child = memory == Memory::kShared ? ::vfork() : ::fork();
   if (child < 0) throw std::runtime_error("fork failed");
   if (child == 0) {
     if (in != nullptr) in->TakeOver(STDIN_FILENO);
@@ -83,23 +89,36 @@ bool SpeaksPlainly(const ProgramStart& start) {
                       [&](const auto& pair) { return has_line_feed(pair.second); });
 }
 
-[[noreturn]] void Become(const ProgramStart& start) {
-  constexpr int kCannotStart = 127;
-  std::vector<char*> arguments, env;
-  std::vector<std::string> pairs;
-  for (const std::string& argument : start.command) {
-    arguments.push_back(const_cast<char*>(argument.c_str()));
+/// What a process becomes, put together before there is a child that shares our memory.
+class Image {
+ public:
+  explicit Image(const ProgramStart& start) : start_(start), command_(start.command) {
+    for (const auto& [name, value] : start.env) pairs_.push_back(name + "=" + value);
+    arguments_ = Pointers(command_);
+    env_ = Pointers(pairs_);
   }
-  for (const auto& [name, value] : start.env) pairs.push_back(name + "=" + value);
-  for (std::string& pair : pairs) env.push_back(pair.data());
-  arguments.push_back(nullptr);
-  env.push_back(nullptr);
-  if (!start.directory.empty() && ::chdir(start.directory.c_str()) != 0) ::_exit(kCannotStart);
-  ::close_range(STDERR_FILENO + 1, UINT_MAX, CLOSE_RANGE_CLOEXEC);
-  if (start.before) start.before();
-  ::execve(arguments[0], arguments.data(), env.data());
-  ::_exit(kCannotStart);
-}
+
+  [[noreturn]] void Become() const {
+    constexpr int kCannotStart = 127;
+    if (!start_.directory.empty() && ::chdir(start_.directory.c_str()) != 0) ::_exit(kCannotStart);
+    ::close_range(STDERR_FILENO + 1, UINT_MAX, CLOSE_RANGE_CLOEXEC);
+    if (start_.before) start_.before();
+    ::execve(arguments_[0], arguments_.data(), env_.data());
+    ::_exit(kCannotStart);
+  }
+
+ private:
+  static std::vector<char*> Pointers(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts) pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+  }
+
+  const ProgramStart& start_;
+  std::vector<std::string> command_, pairs_;
+  std::vector<char*> arguments_, env_;
+};
 
 }  // namespace
 
@@ -124,7 +143,7 @@ Outcome Catch(const std::function<void()>& action) {
 }
 
 Outcome RunIsolated(const std::function<int()>& action) {
-  return InAChild(nullptr, [&] {
+  return InAChild(nullptr, Memory::kCopied, [&] {
     const int status = action();
     FlushOwnStreams();
     ::_exit(status);
@@ -134,7 +153,8 @@ Outcome RunIsolated(const std::function<int()>& action) {
 Outcome RunProgram(const ProgramStart& start) {
   const CaughtStream in;
   in.Fill(start.input);
-  const Outcome outcome = InAChild(&in, [&] { Become(start); });
+  const Image image(start);
+  const Outcome outcome = InAChild(&in, Memory::kShared, [&] { image.Become(); });
   if (SpeaksPlainly(start)) ExpectInManual(outcome);
   return outcome;
 }

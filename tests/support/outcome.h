@@ -32,8 +32,9 @@ struct ProgramStart {
   Environment env = {};              ///< its whole environment
   std::string directory = {};        ///< its working directory; empty for ours
   std::string input = {};            ///< what it reads on standard input
-  std::function<void()> before =
-      {};  ///< called in the child right before the program, streams set up
+  /// Called in the child right before the program, streams set up. What it changes in memory, the
+  /// test sees.
+  std::function<void()> before = {};
 };
 
 /// Runs a program to its end. Of our descriptors it gets the three standard streams only; `before`
