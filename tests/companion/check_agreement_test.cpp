@@ -13,8 +13,7 @@
 namespace kvl::test {
 namespace {
 
-using Json = nlohmann::json;
-using Lines = std::vector<std::string>;
+using SortedJson = nlohmann::json;
 
 constexpr int kInstallerStatus = 7;
 
@@ -244,7 +243,7 @@ std::string TmpOf(const CheckWorld& world, const LaunchPlan& plan) {
 
 /// In the environment of MediaWorld::Launch; in this process, because to load a program costs more
 /// than the check.
-Json CheckAsLaunched(const CheckWorld& world, const std::string& media, const LaunchPlan& plan) {
+SortedJson CheckAsLaunched(const CheckWorld& world, const std::string& media, const LaunchPlan& plan) {
   Environment env = {{"KVL_OS", "linux"},
                      {"KVL_Installer_EXE", "installer"},
                      {"TMPDIR", "{tmp}"},
@@ -256,12 +255,12 @@ Json CheckAsLaunched(const CheckWorld& world, const std::string& media, const La
   for (const std::string& argument : plan.arguments) arguments.push_back(world.Text(argument));
   const Outcome seen = CheckWorld::CompanionHere(arguments);
   EXPECT_EQ(seen.err, "");
-  const Json report = Json::parse(seen.out);
+  const SortedJson report = SortedJson::parse(seen.out);
   EXPECT_EQ(seen.status, report["findings"].empty() ? 0 : 1);
   return report;
 }
 
-std::string ExpectedStatus(const Json& report) {
+std::string ExpectedStatus(const SortedJson& report) {
   if (report["status"].is_null()) return std::to_string(kInstallerStatus);
   return report["expectation"] == "abort" ? "-6" : report["status"].dump();
 }
@@ -271,7 +270,7 @@ void ExpectAgreement(RandomMedia& media, std::map<std::string, int>& seen_often)
   const std::string tmp = TmpOf(world, media.Plan());
   const std::set<std::string> before = EntriesOf(tmp);
   const Lines tree_before = DescribeTreeExactly(world.Path("."));
-  const Json report = CheckAsLaunched(world, media.Media(), media.Plan());
+  const SortedJson report = CheckAsLaunched(world, media.Media(), media.Plan());
   EXPECT_EQ(DescribeTreeExactly(world.Path(".")), tree_before);
   const LaunchSeen seen = world.Launch(media.Media(), media.Plan());
   SCOPED_TRACE(report.dump(1));
@@ -302,12 +301,12 @@ void ExpectAgreement(RandomMedia& media, std::map<std::string, int>& seen_often)
   };
   Lines command;
   for (const std::string& argument : seen.child.arguments) command.push_back(shown(argument));
-  EXPECT_EQ(report["command"], Json(command));
+  EXPECT_EQ(report["command"], SortedJson(command));
   Environment variables;
   for (const auto& [name, value] : EnvChanges(seen.given, seen.child.env)) {
     variables[name] = shown(value);
   }
-  EXPECT_EQ(report["variables"], Json(variables));
+  EXPECT_EQ(report["variables"], SortedJson(variables));
 }
 
 TEST(CheckAgreesWithTheLauncher, OnHundredsOfMedia) {

@@ -8,7 +8,6 @@ namespace kvl::test {
 namespace {
 
 using Json = nlohmann::ordered_json;
-using Lines = std::vector<std::string>;
 
 /// Calls, "" for an empty argument, and what is said of them.
 constexpr char kBadCalls[] = R"(
@@ -120,31 +119,6 @@ TEST(KvlMedia, HelpsWithEverySubcommandAndTellsItsVersion) {
     EXPECT_EQ(seen.err, "");
     EXPECT_EQ(seen.status, 0);
   }
-}
-
-TEST(KvlMediaCheck, TakesTheNamesFromTheStartScriptWhenNobodyElseGivesThem) {
-  const CheckWorld world(
-      "two volumes; "
-      "file 1/StartTUI.sh #!/bin/sh\\nKVL_OS='linux'\\nexport KVL_Installer_EXE=installer\\n");
-  for (const char* directory : {"1", "2/../1/", "./1/."}) {
-    world.ExpectReport(world.Companion({"check", directory}, {{"TMPDIR", "{tmp}"}}),
-                       Report(kInPlace, "Fine: the installer will be started in place\n"));
-  }
-  const auto nothing_for = [](const std::string& system) {
-    return Report(
-        kInPlace,
-        "System     " + system + R"(
-Installer  not found
-Start      none
-error      {1}/inst/)" +
-            system +
-            R"(/code/bin/installer: there is no installer here, nor in an external installer media; put the installer there, or name its directory (--os) and file (--installer)
-1 problem: the launcher will end with status 1
-)");
-  };
-  const Environment other = {{"KVL_OS", "other"}};
-  world.ExpectReport(world.Companion({"check", "1"}, other), nothing_for("other"));
-  world.ExpectReport(world.Companion({"check", "1", "--os", "third"}, other), nothing_for("third"));
 }
 
 /// What the installer gets beyond what the launcher is started with, by a check of {1}.

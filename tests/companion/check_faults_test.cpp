@@ -27,72 +27,36 @@ Outcome CheckHere(const CheckWorld& world, MakeFault make_fault, const std::stri
   return {seen.status, said.out + seen.out, said.err};
 }
 
-void ExpectSaid(const Transcript& row, const std::string& steps, const std::string& usual) {
+class CheckOfABadDisc : public testing::TestWithParam<Transcript> {};
+
+TEST_P(CheckOfABadDisc, GivesTheErrorOfTheSystem) {
   const std::map<std::string, FailingCall::Call> calls = {{"look", FailingCall::kLook},
                                                           {"ask", FailingCall::kAsk},
                                                           {"open", FailingCall::kOpen},
                                                           {"list", FailingCall::kOpenDir}};
-  const std::size_t blank = row.given.find(' ');
-  const CheckWorld world(steps + row.call);
-  const Outcome seen = CheckHere(world, [&] {
-    return FailingCall(calls.at(row.given.substr(0, blank)),
-                       world.Text(row.given.substr(blank + 1)), EIO);
-  });
-  world.ExpectReport(seen, Report(usual, row.says));
+  const Transcript& row = GetParam();
+  const CheckWorld world(row.steps + row.call);
+  const std::size_t last_blank = row.given.rfind(' ');
+  std::istringstream failing(row.given.substr(0, last_blank));
+  for (std::string call; failing >> call;) {
+    SCOPED_TRACE(call);
+    const int times = call.ends_with("-once") ? 1 : 0;
+    const Outcome seen = CheckHere(world, [&] {
+      return FailingCall(calls.at(call.substr(0, call.find('-'))),
+                         world.Text(row.given.substr(last_blank + 1)), EIO, /*after=*/0, times);
+    });
+    world.ExpectReport(seen, Report(row.usual, row.differing));
+  }
 }
 
-class CheckOfABadDisc : public testing::TestWithParam<Transcript> {};
-
-TEST_P(CheckOfABadDisc, GivesTheErrorOfTheSystem) {
-  ExpectSaid(GetParam(), "two volumes; ", kInPlace);
-}
-
-class CheckOfABadDiscToBeStaged : public testing::TestWithParam<Transcript> {};
-
-TEST_P(CheckOfABadDiscToBeStaged, GivesTheErrorOfTheSystem) {
-  ExpectSaid(GetParam(), "two volumes; 2: 2=SET-B; ", kStaged);
-}
-
+/// What is given is the calls that fail, one in each check, about a path. With "-once" they fail while
+/// the launcher's own code looks, and no more.
 constexpr char kBadFiles[] = R"(
-# StartScript: open {1}/StartTUI.sh
-error      {1}/StartTUI.sh: it cannot be read: Input/output error; look at the disc, and copy it again
-# StartScriptThatCannotBeLookedAt: look {1}/StartTUI.sh
-error      {1}/StartTUI.sh: it cannot be read: Input/output error; look at the disc, and copy it again
-# StartScriptWhosePermissionCannotBeAsked: ask {1}/StartTUI.sh
+= started in place
+# StartScript: open look ask {1}/StartTUI.sh
 error      {1}/StartTUI.sh: it cannot be read: Input/output error; look at the disc, and copy it again
 # StartScriptWithWindows: look {1}/StartGUI.sh
 error      {1}/StartGUI.sh: it cannot be read: Input/output error; look at the disc, and copy it again
-# Installer: open {1}/inst/linux/code/bin/installer
-error      {1}/inst/linux/code/bin/installer: it cannot be read: Input/output error; look at the disc, and copy it again
-1 problem: the installer cannot be started, status 255
-# InstallerThatCannotBeLookedAt: look {1}/inst/linux/code/bin/installer
-error      {1}/inst/linux/code/bin/installer: it cannot be read: Input/output error; look at the disc, and copy it again
-1 problem: the installer cannot be started, status 255
-# InstallerThatCannotBeAskedFor: ask {1}/inst/linux/code/bin/installer
-Installer  not found
-Start      none
-error      {1}/inst/linux/code/bin/installer: it cannot be read: Input/output error; look at the disc, and copy it again
-1 problem: the launcher will end with status 1
-# Marker: open {2}/2.txt
-$ 1: volumes=3; 3: 3=SET-A
-Volumes    3, layout sibling, tag SET-A
-           1  found       {1}
-           2  unreadable  {2}
-           3  found       {3}
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
-warning    {2}/2.txt: it cannot be read: Input/output error; look at the disc, and copy it again
-1 problem: the installer will be staged and started
-# MarkerOfTheFirstVolume: open {1}/1.txt
-Volumes    2, layout unknown
-           1  unreadable  {1}
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
-warning    {1}/1.txt: it cannot be read: Input/output error; look at the disc, and copy it again
-1 problem: the installer will be staged and started
-# VolumesFile: open {1}/inst/volumes.txt
-Volumes    number unknown
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
-warning    {1}/inst/volumes.txt: it cannot be read: Input/output error; look at the disc, and copy it again
-1 problem: the installer will be staged and started
 # VolumesFileThatCannotBeAskedFor: ask {1}/inst/volumes.txt
 Volumes    number unknown
 warning    {1}/inst/volumes.txt: it cannot be read: Input/output error; look at the disc, and copy it again
@@ -106,19 +70,41 @@ Volumes    number unknown
 Start      none
 error      {1}: the search for volumes meets an error, which aborts the launcher: lstat - {}/file - Input/output error; look at what it names
 1 problem: the launcher will end with status 134
-)";
-
-constexpr char kBadFilesToBeStaged[] = R"(
-# Installer: open {1}/inst/linux/code/bin/installer
+= cannot be started
+# Installer: open look {1}/inst/linux/code/bin/installer
 error      {1}/inst/linux/code/bin/installer: it cannot be read: Input/output error; look at the disc, and copy it again
-# TemporaryDirectoryThatCannotBeAskedFor: ask {tmp}
+= has no installer
+# InstallerThatCannotBeAskedFor: ask {1}/inst/linux/code/bin/installer
+error      {1}/inst/linux/code/bin/installer: it cannot be read: Input/output error; look at the disc, and copy it again
+# InstallerAtTheFirstLook: ask-once {1}/inst/linux/code/bin/installer
+error      {1}/inst/linux/code/bin/installer: the launcher does not find it, and a second look does; look at the disc, and check again
+= lacks a volume
+# VolumesFileAtTheFirstLook: open-once {1}/inst/volumes.txt
+           2  found       {2}
+warning    {1}: the launcher does not find all volumes, and a second look does; look at the disc, and check again
+# Marker: open {2}/2.txt
+$ 1: volumes=3; 3: 3=SET-A
+Volumes    3, layout sibling, tag SET-A
+           1  found       {1}
+           2  unreadable  {2}
+           3  found       {3}
+warning    {2}/2.txt: it cannot be read: Input/output error; look at the disc, and copy it again
+# MarkerOfTheFirstVolume: open {1}/1.txt
+Volumes    2, layout unknown
+           1  unreadable  {1}
+warning    {1}/1.txt: it cannot be read: Input/output error; look at the disc, and copy it again
+# VolumesFile: open {1}/inst/volumes.txt
+Volumes    number unknown
+warning    {1}/inst/volumes.txt: it cannot be read: Input/output error; look at the disc, and copy it again
+= cannot be staged
+# InstallerToBeStaged: open {1}/inst/linux/code/bin/installer
+error      {1}/inst/linux/code/bin/installer: it cannot be read: Input/output error; look at the disc, and copy it again
+# TemporaryDirectory: ask look {tmp}
 error      {tmp}: it cannot be read: Input/output error; look at the disc, and copy it again
-# TemporaryDirectory: look {tmp}
-error      {tmp}: it cannot be read: Input/output error; look at the disc, and copy it again
-# Directory: list {1}/inst/common
+# DirectoryToBeStaged: list {1}/inst/common
 Start      staged in {tmp}/<identifier>: 8 files, <n> bytes, free <n>
 error      {1}/inst/common: it cannot be read: Input/output error; look at the disc, and copy it again
-# File: look {1}/media.db
+# FileToBeStaged: look {1}/media.db
 Start      staged in {tmp}/<identifier>: 8 files, <n> bytes, free <n>
 error      {1}/media.db: it cannot be read: Input/output error; look at the disc, and copy it again
 # FileWhosePermissionCannotBeAsked: ask {1}/media.db
@@ -127,8 +113,6 @@ error      {1}/media.db: it cannot be read: Input/output error; look at the disc
 
 INSTANTIATE_TEST_SUITE_P(About, CheckOfABadDisc, testing::ValuesIn(ReadTranscripts(kBadFiles)),
                          NameOf);
-INSTANTIATE_TEST_SUITE_P(About, CheckOfABadDiscToBeStaged,
-                         testing::ValuesIn(ReadTranscripts(kBadFilesToBeStaged)), NameOf);
 
 TEST(CheckOfABadDirectory, SaysWhichDirectoryAboveTheMediaCannotBeListed) {
   const CheckWorld world("first m/1; m/1: volumes=2 1=SET-A; file 7.txt x\\n");
@@ -155,71 +139,40 @@ TEST(CheckOfABadDirectory, SaysWhyItCannotBeLookedAtWhenItIsTheMediaItself) {
                   "cannot look at the directory: " + directory.Path() + ": Input/output error"));
 }
 
-/// One moment in which the disc fails while the launcher's own code looks at it.
-void ExpectSaidOfAMoment(FailingCall::Call call, const std::string& path, const std::string& says) {
-  const CheckWorld world("two volumes");
-  const auto make_fault = [&] {
-    return FailingCall(call, world.Text(path), EIO, /*after=*/0, /*times=*/1);
-  };
-  world.ExpectReport(CheckHere(world, make_fault), Report(kInPlace, says));
-}
-
-TEST(CheckOfADiscThatFailsForAMoment, SaysThatTheSearchForVolumesFails) {
-  ExpectSaidOfAMoment(FailingCall::kOpen, "{1}/inst/volumes.txt", R"(
-Volumes    2, layout unknown, tag SET-A
-           1  found       {1}
-           2  found       {2}
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
-warning    {1}: the launcher does not find all volumes, and a second look does; look at the disc, and check again
-1 problem: the installer will be staged and started
-)");
-}
-
-TEST(CheckOfADiscThatFailsForAMoment, SaysThatTheInstallerIsNotFound) {
-  ExpectSaidOfAMoment(FailingCall::kAsk, "{1}/inst/linux/code/bin/installer", R"(
-Installer  not found
-Start      none
-error      {1}/inst/linux/code/bin/installer: the launcher does not find it, and a second look does; look at the disc, and check again
-1 problem: the launcher will end with status 1
-)");
-}
-
 /// Runs a check for each call that it makes, in which that call fails, until no call has failed.
 /// Each of them must make a difference.
-template <typename MakeFault>
-void ExpectEveryFailureToBeSaid(const CheckWorld& world, const Environment& env,
-                                MakeFault make_fault) {
-  const FakeFreeBlocks always_as_many(1'000'000, 4096);
-  const auto text = [&](const auto& fault) { return CheckHere(world, fault, "1", env).out; };
+void ExpectEveryFailureToBeSaid(const std::string& steps, const Environment& env = {}) {
   constexpr int kMore = 20;  // behind the first check that says nothing, none must say anything
   constexpr int kMost = 2000;
-  const std::string without = text([] { return 0; });
-  int after = 0;
-  for (; after < kMost; ++after) {
-    const std::string with = text([&] { return make_fault(after); });
-    if (with == without) break;
-    EXPECT_EQ(with.find("Fine:"), std::string::npos) << after << ": " << with;
-  }
-  EXPECT_GT(after, 0);
-  EXPECT_LT(after, kMost);
-  for (int more = 1; more <= kMore; ++more) {
-    EXPECT_EQ(text([&] { return make_fault(after + more); }), without)
-        << "nothing is said of failure " << after << ", but of " << after + more;
-  }
-}
-
-void ExpectEveryFailureToBeSaid(const std::string& steps, const Environment& env = {}) {
+  const FakeFreeBlocks always_as_many(1'000'000, 4096);
   const CheckWorld world("two volumes; " + steps);
+  const std::string without = CheckHere(
+                                  world, [] { return 0; }, "1", env)
+                                  .out;
   for (const FailingCall::Call call :
-       {FailingCall::kLook, FailingCall::kAsk, FailingCall::kOpen, FailingCall::kOpenDir}) {
+       {FailingCall::kLook, FailingCall::kAsk, FailingCall::kOpen, FailingCall::kOpenDir,
+        FailingCall::kRead, FailingCall::kReadDir}) {
     SCOPED_TRACE(call);
-    ExpectEveryFailureToBeSaid(
-        world, env, [&](int after) { return FailingCall(call, "", EIO, after, /*times=*/1); });
-  }
-  for (const FailingCall::Call call : {FailingCall::kRead, FailingCall::kReadDir}) {
-    SCOPED_TRACE(call);
-    ExpectEveryFailureToBeSaid(
-        world, env, [&](int after) { return FailingCall(call, EIO, after, /*times=*/1); });
+    const bool has_path = call != FailingCall::kRead && call != FailingCall::kReadDir;
+    const auto text_with_failure = [&](int after) {
+      const auto make_fault = [&] {
+        return has_path ? FailingCall(call, "", EIO, after, /*times=*/1)
+                        : FailingCall(call, EIO, after, /*times=*/1);
+      };
+      return CheckHere(world, make_fault, "1", env).out;
+    };
+    int after = 0;
+    for (; after < kMost; ++after) {
+      const std::string with = text_with_failure(after);
+      if (with == without) break;
+      EXPECT_EQ(with.find("Fine:"), std::string::npos) << after << ": " << with;
+    }
+    EXPECT_GT(after, 0);
+    EXPECT_LT(after, kMost);
+    for (int more = 1; more <= kMore; ++more) {
+      EXPECT_EQ(text_with_failure(after + more), without)
+          << "nothing is said of failure " << after << ", but of " << after + more;
+    }
   }
 }
 
@@ -252,21 +205,6 @@ TEST(CheckInAnOlderContainer, FindsWhatMayNotBeExecutedAndNothingElse) {
   world.Change("mode 644 1/StartTUI.sh");
   world.ExpectReport(world.Check({}, {}, refuse_new_call), Report(kInPlace, R"(
 error      {1}/StartTUI.sh: the start script has no execute permission; give it that (chmod a+x)
-)"));
-}
-
-/// Links to a regular file, as the system says, of which no byte can be read.
-TEST(CheckOfBadSectors, NamesTheErrorOfEachFileThatItReads) {
-  const CheckWorld world(
-      "two volumes; link 1/1.txt /proc/self/mem; link 1/StartTUI.sh /proc/self/mem");
-  world.ExpectReport(world.Check(), Report(kInPlace, R"(
-Volumes    2, layout unknown
-           1  unreadable  {1}
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
-warning    {1}/1.txt: it cannot be read: Input/output error; look at the disc, and copy it again
-error      {1}/StartTUI.sh: the start script has no execute permission; give it that (chmod a+x)
-error      {1}/StartTUI.sh: it cannot be read: Input/output error; look at the disc, and copy it again
-3 problems: the installer will be staged and started
 )"));
 }
 

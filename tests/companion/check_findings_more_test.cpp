@@ -12,16 +12,6 @@ std::string StagedFiles(const std::string& count) {
   return "Start      staged in {tmp}/<identifier>: " + count + " files, <n> bytes, free <n>\n";
 }
 
-TEST(CheckFindsMore, ABlankInTheInstallerMedia) {
-  const CheckWorld world("two volumes; remove 1/inst/linux/code/bin/installer; installer an ext");
-  world.ExpectReport(world.Check({}, {{"KVL_ZOLVEN_Installer", "{an ext}"}}), Report(kInPlace, R"(
-Installer  not usable
-Start      none
-error      {an ext}: the path of the external installer media has a blank in it; copy that media into a directory without blanks
-1 problem: the launcher will end with status 12
-)"));
-}
-
 TEST(CheckFindsMore, ALauncherForAnotherMachine) {
   const std::string launcher = "1/inst/linux/code/bin/kvl-launcher";
   const CheckWorld world("two volumes; starter; link " + launcher + " " +

@@ -4,105 +4,116 @@
 namespace kvl::test {
 namespace {
 
-/// To be called in the child: nothing of the directory can be executed there.
-void ForbidToExecute(const std::string& directory) {
-  const unsigned long again = MS_REMOUNT | MS_BIND | MS_NOEXEC;
-  const bool is_possible =
-      ::unshare(CLONE_NEWNS) == 0 &&
-      ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-      ::mount(directory.c_str(), directory.c_str(), nullptr, MS_BIND, nullptr) == 0 &&
-      ::mount("none", directory.c_str(), nullptr, again, nullptr) == 0;
-  if (!is_possible) ::_exit(kImpossibleHere);
-}
-
-/// A call in one line, "check" and its usual arguments left out: "without-rights" or "noexec",
-/// variables, arguments; '' stands for an empty one.
-Outcome Call(const CheckWorld& world, const std::string& line) {
-  std::function<void()> before;
-  Environment env;
-  std::vector<std::string> arguments;
-  std::istringstream words(line);
-  for (std::string word; words >> word;) {
-    const std::size_t equals = word.find('=');
-    if (word == "without-rights") {
-      before = GiveUpPermissions;
-    } else if (word == "noexec") {
-      before = [&world] { ForbidToExecute(world.Path("1")); };
-    } else if (arguments.empty() && equals != std::string::npos) {
-      env[word.substr(0, equals)] = word.substr(equals + 1);
-    } else {
-      arguments.push_back(word == "''" ? "" : word);
-    }
-  }
-  if (arguments.empty() || arguments[0] != "check") return world.Check(arguments, env, before);
-  env["TMPDIR"] = "{tmp}";
-  return world.Companion(arguments, env, before);
-}
-
-void ExpectSaid(const Transcript& row, const std::string& steps, const std::string& usual) {
-  const CheckWorld world(steps + row.given);
-  const std::vector<std::string> before = DescribeTreeExactly(world.Path("."));
-  const Outcome seen = Call(world, row.call);
-  if (seen.status == kImpossibleHere) GTEST_SKIP() << "this cannot be set up here";
-  world.ExpectReport(seen, Report(usual, row.says));
-  EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
-}
-
 class CheckFinds : public testing::TestWithParam<Transcript> {};
 
 TEST_P(CheckFinds, InTwoVolumes) {
-  ExpectSaid(GetParam(), "two volumes; ", kInPlace);
+  const Transcript& row = GetParam();
+  const CheckWorld world(row.steps + row.given);
+  const Lines before = DescribeTreeExactly(world.Path("."));
+  const Outcome seen = world.CheckBy(row.call);
+  if (seen.status == kImpossibleHere) GTEST_SKIP() << "this cannot be set up here";
+  world.ExpectReport(seen, Report(row.usual, row.differing));
+  EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
 }
 
-class CheckFindsWhatIsStaged : public testing::TestWithParam<Transcript> {};
-
-TEST_P(CheckFindsWhatIsStaged, InTwoVolumes) {
-  ExpectSaid(GetParam(), "two volumes; 2: 2=SET-B; ", kStaged);
-}
-
-constexpr char kAboutVolumes[] = R"(
+constexpr char kRows[] = R"(
+= lacks a volume
 # MissingVolume: remove 2
-Volumes    2, layout unknown, tag SET-A
-           1  found       {1}
            2  missing     {2}
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
 warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
-1 problem: the installer will be staged and started
 # VolumeOfAnotherMedia: 2: 2=SET-B
 Volumes    2, layout sibling, tag SET-A
            1  found       {1}
            2  other-tag   {2}, tag SET-B
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
 warning    {2}/2.txt: volume 2 has the tag SET-B instead of SET-A; put the volume of the same media there
-1 problem: the installer will be staged and started
 # UnreadableMarker: dir 2/2.txt
-Volumes    2, layout unknown, tag SET-A
-           1  found       {1}
            2  unreadable  {2}
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
 warning    {2}/2.txt: the marker of volume 2 cannot be read; make it a regular file with read permission (chmod a+r)
-1 problem: the installer will be staged and started
 # MarkerWithoutTag: file 2/2.txt tag\n
-Volumes    2, layout unknown, tag SET-A
-           1  found       {1}
            2  no-tag      {2}
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
 warning    {2}/2.txt: the marker of volume 2 has no line MTBDIR=<tag>; copy the marker again
-1 problem: the installer will be staged and started
 # MissingMarkerOfTheFirstVolume: remove 1/1.txt
 Volumes    2, layout unknown
            1  missing     {1}
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
 warning    {1}/1.txt: volume 1 is missing: it has no marker; copy the whole volume there
-1 problem: the installer will be staged and started
 # AmMarkerWithoutTag: remove 2; file 7.txt x\n
-Volumes    2, layout unknown, tag SET-A
-           1  found       {1}
            2  missing     {2}
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
 warning    {}/7.txt: it looks like the marker of an AM volume, and has no line MTBDIR=<tag>; copy the marker again, or remove it if it is none
 warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
 2 problems: the installer will be staged and started
+# EmptyVolumesFile: file 1/inst/volumes.txt
+Volumes    number unknown
+warning    {1}/inst/volumes.txt: it has no line with the number of volumes; write the number into it
+# FilesOfWhichNoByteCanBeRead: link 1/1.txt /proc/self/mem; link 1/StartTUI.sh /proc/self/mem
+Volumes    2, layout unknown
+           1  unreadable  {1}
+warning    {1}/1.txt: it cannot be read: Input/output error; look at the disc, and copy it again
+error      {1}/StartTUI.sh: the start script has no execute permission; give it that (chmod a+x)
+error      {1}/StartTUI.sh: it cannot be read: Input/output error; look at the disc, and copy it again
+3 problems: the installer will be staged and started
+= has no installer
+# NoInstaller:
+$ --installer other
+error      {1}/inst/linux/code/bin/other: there is no installer here, nor in an external installer media; put the installer there, or name its directory (--os) and file (--installer)
+# NoInstallerForWantOfASystem: remove 1/StartTUI.sh
+$ --os ''
+System     none named
+error      {1}/StartTUI.sh: the start script is missing or names no system; copy it again, or use --os and --installer
+# InstallerPassedOverInFavourOfAnOption: dir empty
+$ -- -env KVL_UseExternalInstaller -installerPath /nowhere
+error      /nowhere: there is no installer in this installer media, and KVL_UseExternalInstaller passes over that of the media; name another installer media, or do without that variable
+# InstallerPassedOverInFavourOfAVariable: dir empty
+$ KVL_ZOLVEN_Installer={empty} -- -env KVL_UseExternalInstaller
+error      {empty}: there is no installer in this installer media, and KVL_UseExternalInstaller passes over that of the media; name another installer media, or do without that variable
+# InstallerPassedOverInFavourOfBoth: dir empty
+$ KVL_ZOLVEN_Installer={empty} -- -env KVL_UseExternalInstaller -installerPath /nowhere
+error      /nowhere: there is no installer in this installer media, and KVL_UseExternalInstaller passes over that of the media; name another installer media, or do without that variable
+error      {empty}: there is no installer in this installer media, and KVL_UseExternalInstaller passes over that of the media; name another installer media, or do without that variable
+2 problems: the launcher will end with status 1
+# InstallerPassedOverInFavourOfNone: dir empty
+$ -- -env KVL_UseExternalInstaller
+error      {1}/inst/linux/code/bin/installer: KVL_UseExternalInstaller passes over it, and no installer media is named; name one (-installerPath), or do without that variable
+# NoInstallerForTheSystemOfTheEnvironmentRatherThanTheScript: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
+$ KVL_OS=other check 1
+System     other
+error      {1}/inst/other/code/bin/installer: there is no installer here, nor in an external installer media; put the installer there, or name its directory (--os) and file (--installer)
+# NoInstallerForTheSystemOfTheOptionRatherThanTheEnvironment: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
+$ KVL_OS=other check 1 --os third
+System     third
+error      {1}/inst/third/code/bin/installer: there is no installer here, nor in an external installer media; put the installer there, or name its directory (--os) and file (--installer)
+# InstallerMediaWithABlank: remove 1/inst/linux/code/bin/installer; installer an ext
+$ KVL_ZOLVEN_Installer={an\x20ext}
+Installer  not usable
+error      {an ext}: the path of the external installer media has a blank in it; copy that media into a directory without blanks
+1 problem: the launcher will end with status 12
+= cannot be started
+# InstallerWithoutExecutePermission: mode 644 1/inst/linux/code/bin/installer
+error      {1}/inst/linux/code/bin/installer: the installer has no execute permission; give it that (chmod a+x)
+# InstallerWithCarriageReturns: file 1/inst/linux/code/bin/installer #!/bin/sh\r\nexit\r\n
+error      {1}/inst/linux/code/bin/installer: its first line has a carriage return; save it with line feeds alone
+# InstallerWithoutItsInterpreter: file 1/inst/linux/code/bin/installer #! /nowhere/sh -e\n
+error      {1}/inst/linux/code/bin/installer: its first line names a program that is missing or cannot be executed: /nowhere/sh; correct the line, or install that program
+# InstallerWhoseInterpreterIsADirectory: file 1/inst/linux/code/bin/installer #!/
+error      {1}/inst/linux/code/bin/installer: its first line names a program that is missing or cannot be executed: /; correct the line, or install that program
+# InstallerThatIsADirectory: dir 1/inst/linux/code/bin/installer
+error      {1}/inst/linux/code/bin/installer: it is a directory; put the installer there as a file
+# InstallerOnAMountThatForbidsToExecute: starter; link 1/inst/linux/code/bin/kvl-launcher installer
+$ noexec
+error      {1}/inst/linux/code/bin/installer: the installer would be started from a file system that is mounted noexec; mount it without noexec, or copy the media to another file system
+= is fine
+# NothingWhereTheStartScriptGivesTheNames: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
+$ check 1
+# NothingByAWayBelowAnotherDirectory: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
+$ check 2/../1/
+# NothingByAWayOfDots: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
+$ check ./1/.
+# NothingInAScript: file 1/inst/linux/code/bin/installer #!/bin/sh
+# NothingInAScriptWithAnArgument: file 1/inst/linux/code/bin/installer #! \x09/bin/sh -e\nexit\n
+# NothingInAScriptThatNamesNoInterpreter: file 1/inst/linux/code/bin/installer #!\n
+# NothingInAScriptWithoutAFirstLine: file 1/inst/linux/code/bin/installer exit 0\n
+# NothingInALauncherThatIsAScript: starter; file 1/inst/linux/code/bin/kvl-launcher #!/bin/sh\n; mode 755 1/inst/linux/code/bin/kvl-launcher
+# NothingInAMediaThatIsAsItShouldBe:
+= started in place
 # AmVolumeOfAnotherSet: remove 1; remove 2; first 1/m/1; 1/m/1: volumes=3 1=SET-A; 1: 1=AM-A; 2: 2=AM-B; 3: 3=AM-A; 3/m/3: 3=SET-A
 $ check {1/m/1} --os linux --installer installer
 Media      {1/m/1}
@@ -114,11 +125,6 @@ Volumes    3, layout am, tag SET-A
            3  found       {3/m/3}
 Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
 warning    {2}/2.txt: AM volume 2 has the tag AM-B instead of AM-A; put the volume of the same media there
-1 problem: the installer will be staged and started
-# EmptyVolumesFile: file 1/inst/volumes.txt
-Volumes    number unknown
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
-warning    {1}/inst/volumes.txt: it has no line with the number of volumes; write the number into it
 1 problem: the installer will be staged and started
 # CarriageReturnInTheVolumesFile: file 1/inst/volumes.txt 2\r\n
 warning    {1}/inst/volumes.txt: its first line has a carriage return; save it with line feeds alone
@@ -133,54 +139,11 @@ Start      none
 warning    {1}/inst/volumes.txt: it begins with a byte order mark, so that its number is none; save it without a byte order mark
 error      {1}/inst/volumes.txt: its first line is no number of volumes, which aborts the launcher; let its first line be the number of volumes, and nothing else
 2 problems: the launcher will end with status 134
-)";
-
-constexpr char kAboutTheInstaller[] = R"(
-# NoInstaller:
-$ --installer other
-Installer  not found
-Start      none
-error      {1}/inst/linux/code/bin/other: there is no installer here, nor in an external installer media; put the installer there, or name its directory (--os) and file (--installer)
-1 problem: the launcher will end with status 1
-# NoInstallerForWantOfASystem: remove 1/StartTUI.sh
-$ --os ''
-System     none named
-Installer  not found
-Start      none
-error      {1}/StartTUI.sh: the start script is missing or names no system; copy it again, or use --os and --installer
-1 problem: the launcher will end with status 1
-# InstallerWithoutExecutePermission: mode 644 1/inst/linux/code/bin/installer
-error      {1}/inst/linux/code/bin/installer: the installer has no execute permission; give it that (chmod a+x)
-1 problem: the installer cannot be started, status 255
 # InstallerThatIsEmpty: file 1/inst/linux/code/bin/installer
 error      {1}/inst/linux/code/bin/installer: the installer is empty; copy it again
 1 problem: the installer cannot be started, status 0
-# InstallerWithCarriageReturns: file 1/inst/linux/code/bin/installer #!/bin/sh\r\nexit\r\n
-error      {1}/inst/linux/code/bin/installer: its first line has a carriage return; save it with line feeds alone
-1 problem: the installer cannot be started, status 255
 # InstallerWithACarriageReturnThatItsInterpreterGets: file 1/inst/linux/code/bin/installer #!/bin/sh -e\r\nexit\r\n
 error      {1}/inst/linux/code/bin/installer: its first line has a carriage return; save it with line feeds alone
-# InstallerWithoutItsInterpreter: file 1/inst/linux/code/bin/installer #! /nowhere/sh -e\n
-error      {1}/inst/linux/code/bin/installer: its first line names a program that is missing or cannot be executed: /nowhere/sh; correct the line, or install that program
-1 problem: the installer cannot be started, status 255
-# InstallerWhoseInterpreterIsADirectory: file 1/inst/linux/code/bin/installer #!/
-error      {1}/inst/linux/code/bin/installer: its first line names a program that is missing or cannot be executed: /; correct the line, or install that program
-1 problem: the installer cannot be started, status 255
-# InstallerThatIsADirectory: dir 1/inst/linux/code/bin/installer
-error      {1}/inst/linux/code/bin/installer: it is a directory; put the installer there as a file
-1 problem: the installer cannot be started, status 255
-# NothingInAScript: file 1/inst/linux/code/bin/installer #!/bin/sh
-Fine: the installer will be started in place
-# NothingInAScriptWithAnArgument: file 1/inst/linux/code/bin/installer #! \x09/bin/sh -e\nexit\n
-Fine: the installer will be started in place
-# NothingInAScriptThatNamesNoInterpreter: file 1/inst/linux/code/bin/installer #!\n
-Fine: the installer will be started in place
-# NothingInAScriptWithoutAFirstLine: file 1/inst/linux/code/bin/installer exit 0\n
-Fine: the installer will be started in place
-# InstallerOnAMountThatForbidsToExecute: starter; link 1/inst/linux/code/bin/kvl-launcher installer
-$ noexec
-error      {1}/inst/linux/code/bin/installer: the installer would be started from a file system that is mounted noexec; mount it without noexec, or copy the media to another file system
-1 problem: the installer cannot be started, status 255
 # BadLauncherArguments:
 $ -- -SoftMgt
 Media      {1}
@@ -194,34 +157,6 @@ error      -List must be used with the -SoftMgt flag; correct the launcher's arg
 # ArgumentThatIsSplit:
 $ -- a"b
 warning    the installer does not get its path and arguments as they are: a double quote, a doubled or last backslash or an empty argument is among them; do without them in the paths and arguments
-# InstallerPassedOverInFavourOfAnOption: dir empty
-$ -- -env KVL_UseExternalInstaller -installerPath /nowhere
-Installer  not found
-Start      none
-error      /nowhere: there is no installer in this installer media, and KVL_UseExternalInstaller passes over that of the media; name another installer media, or do without that variable
-1 problem: the launcher will end with status 1
-# InstallerPassedOverInFavourOfAVariable: dir empty
-$ KVL_ZOLVEN_Installer={empty} -- -env KVL_UseExternalInstaller
-Installer  not found
-Start      none
-error      {empty}: there is no installer in this installer media, and KVL_UseExternalInstaller passes over that of the media; name another installer media, or do without that variable
-1 problem: the launcher will end with status 1
-# InstallerPassedOverInFavourOfBoth: dir empty
-$ KVL_ZOLVEN_Installer={empty} -- -env KVL_UseExternalInstaller -installerPath /nowhere
-Installer  not found
-Start      none
-error      /nowhere: there is no installer in this installer media, and KVL_UseExternalInstaller passes over that of the media; name another installer media, or do without that variable
-error      {empty}: there is no installer in this installer media, and KVL_UseExternalInstaller passes over that of the media; name another installer media, or do without that variable
-2 problems: the launcher will end with status 1
-# InstallerPassedOverInFavourOfNone: dir empty
-$ -- -env KVL_UseExternalInstaller
-Installer  not found
-Start      none
-error      {1}/inst/linux/code/bin/installer: KVL_UseExternalInstaller passes over it, and no installer media is named; name one (-installerPath), or do without that variable
-1 problem: the launcher will end with status 1
-)";
-
-constexpr char kAboutTheStart[] = R"(
 # NoStartScript: remove 1/StartTUI.sh
 error      {1}/StartTUI.sh: there is no start script here; copy it again
 # StartScriptWithoutExecutePermission: mode 644 1/StartTUI.sh
@@ -245,13 +180,6 @@ error      {1}/inst/linux/code/bin/kvl-launcher: the launcher has no execute per
 error      {1}/inst/linux/code/bin/kvl-launcher: this machine cannot run the launcher; put the launcher for this machine there
 # LauncherWithoutItsInterpreter: starter; file 1/inst/linux/code/bin/kvl-launcher #! /nowhere/sh -e\n; mode 755 1/inst/linux/code/bin/kvl-launcher
 error      {1}/inst/linux/code/bin/kvl-launcher: its first line names a program that is missing or cannot be executed: /nowhere/sh; correct the line, or install that program
-# NothingInALauncherThatIsAScript: starter; file 1/inst/linux/code/bin/kvl-launcher #!/bin/sh\n; mode 755 1/inst/linux/code/bin/kvl-launcher
-Fine: the installer will be started in place
-)";
-
-constexpr char kAboutFiles[] = R"(
-# NothingInAMediaThatIsAsItShouldBe:
-Fine: the installer will be started in place
 # DanglingLink: link 2/link nowhere
 warning    {2}/link: a link that leads nowhere; put there what it leads to, or remove the link
 # LinkToADirectoryAbove: link 1/inst/up ..
@@ -325,18 +253,16 @@ warning    {}/7.txt: it looks like the marker of an AM volume, and has no line M
 warning    {2}/2.txt: the marker of volume 2 cannot be read; make it a regular file with read permission (chmod a+r)
 error      {1}/StartTUI.sh: a pipe, which cannot be copied; remove it from the media
 3 problems: the launcher will end with status 1
-)";
-
-constexpr char kAboutStaging[] = R"(
+= cannot be staged
 # StartScriptMissing: remove 1/StartTUI.sh
 Start      staged in {tmp}/<identifier>: 8 files, <n> bytes, free <n>
 error      {1}/StartTUI.sh: it is needed to stage the installer, and is not there; put it there
 # DescriptionFileMissing: remove 1/media.db
 Start      staged in {tmp}/<identifier>: 8 files, <n> bytes, free <n>
 error      {1}/media.db: it is needed to stage the installer, and is not there; put it there
-# Pipe: pipe 1/inst/pipe
+# PipeToBeStaged: pipe 1/inst/pipe
 error      {1}/inst/pipe: a pipe, which cannot be copied; remove it from the media
-# DanglingLink: link 1/inst/x y
+# DanglingLinkToBeStaged: link 1/inst/x y
 error      {1}/inst/x: a link that leads nowhere; put there what it leads to, or remove the link
 # Circle: link 1/inst/x .
 error      {1}/inst/x: a link that leads round in a circle; remove the link, or let it lead to something else
@@ -376,16 +302,7 @@ Start      staged in {closed}/<identifier>: 9 files, <n> bytes, free <n>
 error      {closed}: you cannot write into the temporary directory; let TMPDIR name a directory that you can write into
 )";
 
-INSTANTIATE_TEST_SUITE_P(AboutVolumes, CheckFinds,
-                         testing::ValuesIn(ReadTranscripts(kAboutVolumes)), NameOf);
-INSTANTIATE_TEST_SUITE_P(AboutTheInstaller, CheckFinds,
-                         testing::ValuesIn(ReadTranscripts(kAboutTheInstaller)), NameOf);
-INSTANTIATE_TEST_SUITE_P(AboutTheStart, CheckFinds,
-                         testing::ValuesIn(ReadTranscripts(kAboutTheStart)), NameOf);
-INSTANTIATE_TEST_SUITE_P(AboutFiles, CheckFinds, testing::ValuesIn(ReadTranscripts(kAboutFiles)),
-                         NameOf);
-INSTANTIATE_TEST_SUITE_P(AboutStaging, CheckFindsWhatIsStaged,
-                         testing::ValuesIn(ReadTranscripts(kAboutStaging)), NameOf);
+INSTANTIATE_TEST_SUITE_P(All, CheckFinds, testing::ValuesIn(ReadTranscripts(kRows)), NameOf);
 
 }  // namespace
 }  // namespace kvl::test

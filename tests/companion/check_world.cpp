@@ -31,14 +31,14 @@ std::string TakeWord(std::string& text) {
   return word;
 }
 
-using Blocks = std::map<std::string, std::string>;
+using ReportParts = std::map<std::string, std::string>;
 
-constexpr char kFindings[] = "findings", kEnd[] = "end";
+constexpr char kMoreVolumes[] = "", kFindings[] = "findings", kEnd[] = "end";
 
 /// The parts of a report by their first words.
-Blocks BlocksOf(const std::string& report) {
-  Blocks blocks;
-  std::string label;
+ReportParts PartsOf(const std::string& report) {
+  ReportParts parts;
+  std::string label = kMoreVolumes;
   std::istringstream lines(report);
   for (std::string line; std::getline(lines, line);) {
     if (line.empty()) continue;
@@ -51,9 +51,20 @@ Blocks BlocksOf(const std::string& report) {
     } else if (!word.empty()) {
       label = word;
     }
-    blocks[label] += line + "\n";
+    parts[label] += line + "\n";
   }
-  return blocks;
+  return parts;
+}
+
+/// To be called in the child: nothing of the directory can be executed there.
+void ForbidToExecute(const std::string& directory) {
+  const unsigned long again = MS_REMOUNT | MS_BIND | MS_NOEXEC;
+  const bool is_possible =
+      ::unshare(CLONE_NEWNS) == 0 &&
+      ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+      ::mount(directory.c_str(), directory.c_str(), nullptr, MS_BIND, nullptr) == 0 &&
+      ::mount("none", directory.c_str(), nullptr, again, nullptr) == 0;
+  if (!is_possible) ::_exit(kImpossibleHere);
 }
 
 }  // namespace
@@ -81,12 +92,13 @@ warning    {2}/2.txt: volume 2 has the tag SET-B instead of SET-A; put the volum
 
 std::string Report(const std::string& usual, const std::string& differing) {
   if (differing.starts_with("Media ")) return differing;
-  Blocks blocks = BlocksOf(differing), rest = BlocksOf(usual);
-  blocks[kFindings].insert(0, rest[kFindings]);
-  blocks.merge(rest);
+  ReportParts parts = PartsOf(differing), rest = PartsOf(usual);
+  parts[kFindings].insert(0, rest[kFindings]);
+  parts.merge(rest);
+  parts["Volumes"] += parts[kMoreVolumes];
   std::string report;
   for (const char* label : {"Media", "System", "Installer", "Volumes", "Start", kFindings, kEnd}) {
-    report += blocks[label];
+    report += parts[label];
   }
   return report;
 }
@@ -100,17 +112,46 @@ std::string NameOf(const testing::TestParamInfo<Transcript>& row) {
 }
 
 std::vector<Transcript> ReadTranscripts(const std::string& text) {
+  struct Section {
+    std::string steps, usual;
+  };
+  const std::map<std::string, Section> sections = {
+      {"started in place", {"", kInPlace}},
+      {"cannot be staged", {"2: 2=SET-B; ", kStaged}},
+      {"is fine", {"", Report(kInPlace, "Fine: the installer will be started in place\n")}},
+      {"cannot be started",
+       {"", Report(kInPlace, "1 problem: the installer cannot be started, status 255\n")}},
+      {"has no installer", {"", Report(kInPlace, R"(
+Installer  not found
+Start      none
+1 problem: the launcher will end with status 1
+)")}},
+      {"lacks a volume", {"", Report(kInPlace, R"(
+Volumes    2, layout unknown, tag SET-A
+           1  found       {1}
+Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
+1 problem: the installer will be staged and started
+)")}},
+  };
+  Section section;
   std::vector<Transcript> transcripts;
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
-    if (line.starts_with("# ")) {
+    if (line.starts_with("= ")) {
+      section = sections.at(line.substr(2));
+    } else if (line.starts_with("# ")) {
       const std::size_t end = line.find(':');
       const std::size_t given = std::min(end + 2, line.size());
-      transcripts.push_back({line.substr(2, end - 2), line.substr(given), {}, {}});
+      transcripts.push_back({line.substr(2, end - 2),
+                             "two volumes; " + section.steps,
+                             line.substr(given),
+                             {},
+                             section.usual,
+                             {}});
     } else if (line.starts_with("$ ")) {
       transcripts.back().call = line.substr(2);
     } else if (!line.empty()) {
-      transcripts.back().says += line + "\n";
+      transcripts.back().differing += line + "\n";
     }
   }
   return transcripts;
@@ -172,27 +213,65 @@ void CheckWorld::Step(const std::string& step) {
   if (what == "socket") MakeSocket(Directory(), name);
 }
 
-Outcome CheckWorld::Companion(const std::vector<std::string>& arguments, const Environment& env,
+Outcome CheckWorld::Companion(const Lines& arguments, const Environment& env,
                               const std::function<void()>& before) const {
-  std::vector<std::string> command = {BuiltProgram("kvl-media")};
+  Lines command = {BuiltProgram("kvl-media")};
   for (const std::string& argument : arguments) command.push_back(Text(argument));
   return RunProgram({command, Text(env), Path("."), {}, before});
 }
 
-Outcome CheckWorld::CompanionHere(const std::vector<std::string>& arguments) {
+Outcome CheckWorld::CompanionHere(const Lines& arguments) {
   int status = 0;
   const Outcome said = Catch([&] { status = RunKvlMedia(arguments); });
   return {status, said.out, said.err};
 }
 
-Outcome CheckWorld::Check(const std::vector<std::string>& further, const Environment& env,
+Outcome CheckWorld::Check(const Lines& further, const Environment& env,
                           const std::function<void()>& before) const {
-  std::vector<std::string> arguments = {"check", "{1}",         "--os",
-                                        "linux", "--installer", "installer"};
+  Lines arguments = {"check", "{1}", "--os", "linux", "--installer", "installer"};
   arguments.insert(arguments.end(), further.begin(), further.end());
   Environment all = {{"TMPDIR", "{tmp}"}, {"PATH", "/usr/bin:/bin"}};
   for (const auto& [name, value] : env) all[name] = value;
   return Companion(arguments, all, before);
+}
+
+Outcome CheckWorld::CheckBy(const std::string& line) const {
+  std::function<void()> before;
+  Environment env;
+  Lines arguments;
+  std::istringstream words(line);
+  for (std::string word; words >> word;) {
+    const std::size_t equals = word.find('=');
+    if (word == "without-rights") {
+      before = GiveUpPermissions;
+    } else if (word == "noexec") {
+      before = [this] { ForbidToExecute(Path("1")); };
+    } else if (arguments.empty() && equals != std::string::npos) {
+      env[word.substr(0, equals)] = Unescaped(word.substr(equals + 1));
+    } else {
+      arguments.push_back(word == "''" ? "" : word);
+    }
+  }
+  if (arguments.empty() || arguments[0] != "check") return Check(arguments, env, before);
+  env["TMPDIR"] = "{tmp}";
+  return Companion(arguments, env, before);
+}
+
+Outcome CheckWorld::MakeMedia(const Lines& further, const std::string& directory,
+                              const std::function<void()>& before) const {
+  Lines arguments = {"make",       "--tag",     "T 1",     "--installer", "setup",
+                     "--launcher", "/bin/true", "payload", directory};
+  arguments.insert(arguments.end(), further.begin(), further.end());
+  return Companion(arguments, {}, before);
+}
+
+void CheckWorld::ExpectMade(const Outcome& seen, const std::string& first,
+                            const std::string& layout, int volumes) const {
+  EXPECT_EQ(seen.out, Text("Made a media with tag T 1, layout " + layout +
+                           ", volumes: " + std::to_string(volumes) + ".\nFirst volume: " + first +
+                           "'\nStart it with: " + first + "/StartTUI.sh'\n"));
+  EXPECT_EQ(seen.err, "");
+  EXPECT_EQ(seen.status, 0);
 }
 
 void CheckWorld::ExpectReport(const Outcome& seen, const std::string& report) const {

@@ -10,6 +10,8 @@ namespace kvl::test {
 /// What a `before` of a program ends the process with where it cannot do its work.
 inline constexpr int kImpossibleHere = 99;
 
+using Lines = std::vector<std::string>;
+
 class CheckWorld : public MediaWorld {
  public:
   /// Begins with these changes.
@@ -32,15 +34,29 @@ class CheckWorld : public MediaWorld {
   CheckWorld& Change(const std::string& steps);
 
   /// Runs kvl-media with these arguments and exactly this environment. Texts as in MediaWorld.
-  Outcome Companion(const std::vector<std::string>& arguments, const Environment& env = {},
+  Outcome Companion(const Lines& arguments, const Environment& env = {},
                     const std::function<void()>& before = {}) const;
 
   /// Runs it in this process, as it is, which costs less than loading a program.
-  static Outcome CompanionHere(const std::vector<std::string>& arguments);
+  static Outcome CompanionHere(const Lines& arguments);
 
   /// Checks the media in {1} as a launcher would be started by MediaWorld::Launch.
-  Outcome Check(const std::vector<std::string>& further = {}, const Environment& env = {},
+  Outcome Check(const Lines& further = {}, const Environment& env = {},
                 const std::function<void()>& before = {}) const;
+
+  /// The same by a line of words, in which "''" stands for an empty one and "\x20" for a blank:
+  /// "without-rights" or "noexec" of {1}, variables, arguments. With "check" in front of the arguments
+  /// they are all that is given.
+  Outcome CheckBy(const std::string& line) const;
+
+  /// Makes a media with the tag "T 1" of "payload" and the installer "setup".
+  Outcome MakeMedia(const Lines& further = {}, const std::string& directory = "media",
+                    const std::function<void()>& before = {}) const;
+
+  /// Compares with what is said of a media made; `first` is its first volume in quotes, the last of
+  /// which is left out.
+  void ExpectMade(const Outcome& seen, const std::string& first,
+                  const std::string& layout = "single", int volumes = 1) const;
 
   /// Compares what a check said with a report, in which numbers of bytes are written as "<n>", and
   /// the status with its last line. Texts as in MediaWorld.
@@ -56,25 +72,26 @@ class CheckWorld : public MediaWorld {
 /// To be called in the child: the superuser, too, is to ask for permissions.
 void GiveUpPermissions();
 
-/// A line "# Name: given", or "# Name:", then maybe "$ call", then what is said.
+/// A row of a table of checks: a line "# Name: given", then maybe "$ call", then what is said that
+/// differs from the usual of the section, see Report. Sections begin with "= what the media is".
 struct Transcript {
-  std::string name, given, call, says;
+  std::string name, steps, given, call, usual, differing;
 };
 /// For the test's framework.
 void PrintTo(const Transcript& transcript, std::ostream* stream);
 std::string NameOf(const testing::TestParamInfo<Transcript>& row);
 
-/// All transcripts of a text.
+/// All transcripts of a text, each with the steps of its section and the usual report.
 std::vector<Transcript> ReadTranscripts(const std::string& text);
 
-/// What is said of TwoVolumes with a problem, and of the same media when it has "2: 2=SET-B", must be
-/// staged therefore, and cannot be.
+/// What is said of TwoVolumes with a problem.
 extern const char kInPlace[];
+/// Of the same media when it has "2: 2=SET-B", must be staged therefore, and cannot be.
 extern const char kStaged[];
 
 /// A report of which only those parts are given that differ from the usual one: "Media", "System",
-/// "Installer", "Volumes", "Start", the last line. Findings are added to the usual ones. A text that
-/// begins with "Media" is whole.
+/// "Installer", "Volumes", "Start", the last line. Findings, and volumes given first, are added to the
+/// usual ones. A text that begins with "Media" is whole.
 std::string Report(const std::string& usual, const std::string& differing);
 
 /// The numbers of bytes, which depend on the machine, written as "<n>".
