@@ -8,8 +8,6 @@
 namespace kvl::test {
 namespace {
 
-using Lines = std::vector<std::string>;
-
 constexpr long kLongAgo = 1'000'000'000;
 constexpr char kBrokenOff[] = "another make is at work there, or was broken off: {media}";
 

@@ -10,25 +10,8 @@
 namespace kvl::test {
 namespace {
 
-using Lines = std::vector<std::string>;
-
 class MakeSafely : public testing::Test {
  protected:
-  Outcome Make(const std::string& directory, const Lines& further = {},
-               const std::function<void()>& before = {}) const {
-    Lines arguments = {"make",       "--tag",     "T",       "--installer", "setup",
-                       "--launcher", "/bin/true", "payload", directory};
-    arguments.insert(arguments.end(), further.begin(), further.end());
-    return world_.Companion(arguments, {}, before);
-  }
-
-  static void ExpectMade(const Outcome& seen, const std::string& first, const std::string& script) {
-    EXPECT_EQ(seen.out, "Made a media with tag T, layout single, volumes: 1.\nFirst volume: " +
-                            first + "\nStart it with: " + script + "\n");
-    EXPECT_EQ(seen.err, "");
-    EXPECT_EQ(seen.status, 0);
-  }
-
   std::set<std::string> NamesBelow(const std::string& directory) const {
     std::set<std::string> names;
     for (const auto& entry : fs::directory_iterator(world_.Path(directory))) {
@@ -44,8 +27,7 @@ TEST_F(MakeSafely, WritesNamesThatWouldLeadOutAsTheyAre) {
   world_.Change(R"(remove payload; file payload/..\\..\\..\\pwned\\deep\\f x; )"
                 R"(file needs/..\\..\\pwned\\f x)");
   std::set<std::string> names = NamesBelow(".");
-  ExpectMade(Make("media", {"--inst", "needs"}), world_.Text("'{media}'"),
-             world_.Text("'{media}/StartTUI.sh'"));
+  world_.ExpectMade(world_.MakeMedia({"--inst", "needs"}), "'{media}");
   names.insert("media");
   EXPECT_EQ(NamesBelow("."), names);
   EXPECT_THAT(NamesBelow("media"), ElementsAre("1.txt", "StartGUI.sh", "StartTUI.sh", "inst",
@@ -64,7 +46,7 @@ TEST_F(MakeSafely, CopiesATreeOfOddNames) {
       world_.Directory().MakeDir(top + name + "/empty");
     }
   }
-  const Outcome made = Make("media", {"--inst", "needs"});
+  const Outcome made = world_.MakeMedia({"--inst", "needs"});
   EXPECT_EQ(made.err, "");
   EXPECT_EQ(made.status, 0);
   EXPECT_EQ(DescribeTree(world_.Path("media/payload/1")), DescribeTree(world_.Path("payload")));
@@ -86,7 +68,7 @@ TEST_F(MakeSafely, TakesTheNameOfItsDirectoryAsItIsAndShowsItForAShell) {
     SCOPED_TRACE(directory);
     std::string shown = text;
     shown.replace(shown.find('|'), 1, world_.Path("."));
-    ExpectMade(Make(directory), shown + "'", shown + "/StartTUI.sh'");
+    world_.ExpectMade(world_.MakeMedia({}, directory), shown);
     EXPECT_TRUE(fs::exists(world_.Directory().Path(directory + "/payload/1/file")));
     if (::access("/bin/bash", X_OK) == 0) {  // what is shown leads a shell there
       const std::string test = "test -f " + shown + "/StartTUI.sh'";
@@ -107,8 +89,7 @@ TEST_F(MakeSafely, GoesUpFromWhereALinkLeads) {
   const std::set<std::string> names = NamesBelow(".");
   for (const auto& [given, made] : rows) {
     SCOPED_TRACE(given);
-    ExpectMade(Make(given), "'" + world_.Path(made) + "'",
-               "'" + world_.Path(made) + "/StartTUI.sh'");
+    world_.ExpectMade(world_.MakeMedia({}, given), "'{" + made + "}");
     EXPECT_TRUE(fs::exists(world_.Path(made + "/payload/1/file")));
     fs::remove_all(world_.Path(made));
     EXPECT_EQ(NamesBelow("."), names);
@@ -132,11 +113,11 @@ TEST_F(MakeSafely, RefusesTagsThatAreNoPlainText) {
   };
   for (const auto& [tag, shown] : rows) {
     SCOPED_TRACE(shown);
-    world_.ExpectRefused(Make("media", {"--tag", tag}),
+    world_.ExpectRefused(world_.MakeMedia({"--tag", tag}),
                          "--tag must be one line of UTF-8 without control characters: " + shown);
     EXPECT_EQ(DescribeTreeExactly(world_.Path(".")), before);
   }
-  const Outcome made = Make("media", {"--tag", "\xC3\x9C a\\b <&>\" \xF0\x9F\x92\xBF"});
+  const Outcome made = world_.MakeMedia({"--tag", "\xC3\x9C a\\b <&>\" \xF0\x9F\x92\xBF"});
   EXPECT_THAT(made.out, testing::HasSubstr("tag \xC3\x9C a\\\\b <&>\" \xF0\x9F\x92\xBF,"));
   EXPECT_EQ(made.status, 0);
   EXPECT_THAT(ReadFile(world_.Path("media/media.xml")),
@@ -145,19 +126,20 @@ TEST_F(MakeSafely, RefusesTagsThatAreNoPlainText) {
 
 TEST_F(MakeSafely, TakesATagUpToItsGreatestLength) {
   const std::string tag(256, '&');
-  EXPECT_EQ(Make("media", {"--tag", tag}).status, 0);
+  EXPECT_EQ(world_.MakeMedia({"--tag", tag}).status, 0);
   EXPECT_EQ(ReadFile(world_.Path("media/1.txt")), "Volume marker\nMTBDIR=" + tag + "\n");
 }
 
 TEST_F(MakeSafely, RefusesADirectoryThatAnotherMakeHasTakenOrLeft) {
   world_.Change("file media/StartTUI.sh.unfinished; file media/payload/1/file x");
   const Lines before = DescribeTreeExactly(world_.Path("."));
-  world_.ExpectRefused(Make("media"), "another make is at work there, or was broken off: {media}");
+  world_.ExpectRefused(world_.MakeMedia(),
+                       "another make is at work there, or was broken off: {media}");
   EXPECT_EQ(DescribeTreeExactly(world_.Path(".")), before);
 }
 
 TEST_F(MakeSafely, SaysThatTheDiskIsFullFromTheFirstFileOn) {
-  world_.ExpectRefused(Make("media", {}, [] { LimitFileSize(1000); }),
+  world_.ExpectRefused(world_.MakeMedia({}, "media", [] { LimitFileSize(1000); }),
                        "Cannot write into {media}/StartTUI.sh.unfinished - No space left on device",
                        1);
 }
@@ -282,7 +264,7 @@ void RefuseAccess() {
 }
 
 TEST_F(MakeSafely, ComesToAnEndWhereNothingSeemsToExist) {
-  const Outcome made = Make("new/media", {}, RefuseAccess);
+  const Outcome made = world_.MakeMedia({}, "new/media", RefuseAccess);
   EXPECT_EQ(made.err, "");
   EXPECT_EQ(made.status, 0);
   EXPECT_TRUE(fs::exists(world_.Path("new/media/StartTUI.sh")));
