@@ -16,8 +16,8 @@ void MakeMediaAndUpdate(const CarrierWorld& world) {
   world.Make("update", {"--launcher", BuiltProgram("fake_installer")});
 }
 
-const LaunchPlan kPlan = {.arguments = {"-installerPath", "{update}"},
-                          .env = {{"KVL_UseExternalInstaller", "1"}, {"FAKE_EXIT", "7"}}};
+const LaunchPlan kUpdate = {.arguments = {"-installerPath", "{update}"},
+                            .env = {{"KVL_UseExternalInstaller", "1"}, {"FAKE_EXIT", "7"}}};
 
 ExpectedRun ExpectedUpdate() {
   ExpectedRun run = StagedFromCarrier().Ends(7);
@@ -45,7 +45,7 @@ TEST(ReadOnlyUpdate, ReplacesTheInstallerWhoseFilesMayBeWritten) {
   ForAllStarters([](CarrierWorld& world) {
     MakeMediaAndUpdate(world);
     world.RunTool({"/bin/chmod", "-R", "a=rX", "{update}"});
-    const LaunchSeen seen = world.Start(kPlan);
+    const LaunchSeen seen = world.Start(kUpdate);
     ExpectedRun expected = ExpectedUpdate();
     expected.left.exactly = UpdatedCopy(world, "755");
     world.Expect(seen, expected);
@@ -58,7 +58,7 @@ TEST(ReadOnlyUpdate, OfReadOnlyFilesIsOnlyForTheSuperuser) {
   ForAllStarters([](CarrierWorld& world) {
     MakeMediaAndUpdate(world);
     world.RunTool({"/bin/chmod", "-R", "a=rX", "{carrier}", "{update}"});
-    const LaunchSeen seen = world.Start(kPlan);
+    const LaunchSeen seen = world.Start(kUpdate);
     ExpectedRun expected = ExpectedUpdate();
     expected.left.exactly = UpdatedCopy(world, "555");
     if (world.IsStartedByOrdinaryUser()) {

@@ -41,14 +41,6 @@ class SelfExtractingArchive : public testing::Test {
     return seen;
   }
 
-  /// What is expected of a run from that directory.
-  static ExpectedRun Expected(const std::string& unpacked) {
-    return {.status = 7,
-            .out = SaysFoundIn(unpacked),
-            .arguments = StartedFrom(unpacked, {"--target", "a b"}),
-            .env = {.media = unpacked}};
-  }
-
   static void ExpectStaged(CarrierWorld& world, unsigned umask) {
     const LaunchSeen seen = StartArchive(world);
     const std::string unpacked = seen.child.directory;
@@ -67,7 +59,11 @@ TEST_F(SelfExtractingArchive, RunsTheInstallerWhereItWasUnpacked) {
     world.Make("set");
     Pack(world);
     const LaunchSeen seen = StartArchive(world);
-    world.Expect(seen, Expected(seen.child.directory));
+    const std::string unpacked = seen.child.directory;
+    world.Expect(seen, {.status = 7,
+                        .out = SaysFoundIn(unpacked),
+                        .arguments = StartedFrom(unpacked, {"--target", "a b"}),
+                        .env = {.media = unpacked}});
     EXPECT_EQ(seen.child.facts.at("umask"), std::to_string(kUmaskOfTheArchive));
   });
 }
