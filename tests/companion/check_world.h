@@ -1,14 +1,12 @@
 // CheckWorld: a MediaWorld for kvl-media, and what it says as a transcript.
 #pragma once
 
+#include "tests/insio/surroundings.h"
 #include "tests/support/media_world.h"
 #include "tests/support/outcome.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
-
-/// What a `before` of a program ends the process with where it cannot do its work.
-inline constexpr int kImpossibleHere = 99;
 
 using Lines = std::vector<std::string>;
 
@@ -45,8 +43,8 @@ class CheckWorld : public MediaWorld {
                 const std::function<void()>& before = {}) const;
 
   /// The same by a line of words, in which "''" stands for an empty one and "\x20" for a blank:
-  /// "without-rights" or "noexec" of {1}, variables, arguments. With "check" in front of the arguments
-  /// they are all that is given.
+  /// "without-rights", "noexec" of {1} or "older-container", which refuses a new system call; variables;
+  /// arguments. With "check" in front of the arguments they are all that is given.
   Outcome CheckBy(const std::string& line) const;
 
   /// Makes a media with the tag "T 1" of "payload" and the installer "setup".
@@ -64,13 +62,12 @@ class CheckWorld : public MediaWorld {
 
   /// Compares with a refusal: one line on standard error, behind the name of the program.
   void ExpectRefused(const Outcome& seen, const std::string& line, int status = 2) const;
+  /// Makes a media, which is refused and leaves everything as it is.
+  void ExpectRefusedAndUntouched(const Lines& further, const std::string& line) const;
 
  private:
   void Step(const std::string& step);
 };
-
-/// To be called in the child: the superuser, too, is to ask for permissions.
-void GiveUpPermissions();
 
 /// A row of a table of checks: a line "# Name: given", then maybe "$ call", then what is said that
 /// differs from the usual of the section, see Report. Sections begin with "= what the media is".

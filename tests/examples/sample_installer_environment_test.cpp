@@ -26,63 +26,7 @@ class SampleInstallerShows : public testing::Test, protected SampleWorld {
     }
     return text;
   }
-
-  /// Starts the media whose first volume is that of `from`, found by such a search, and claims what is
-  /// shown of it.
-  void ExpectShown(const std::string& first_volume, const std::string& search,
-                   const Prepared& from) const {
-    Expect(first_volume, {"--show-environment"},
-           {0, search + Shown({"-CDpath", from.media, "--show-environment"}, from)});
-  }
 };
-
-TEST_F(SampleInstallerShows, ItsArgumentsAndEveryVariableInPlace) {
-  Media();
-  Expect("media", {"--var", "a b=c  d", "--show-environment", "--var", "", "e"},
-         {0, Shown({"-CDpath", "{media}", "--var", "a b=c  d", "--show-environment", "--var", "e"},
-                   {.media = "{media}"})});
-}
-
-TEST_F(SampleInstallerShows, WhereTheFurtherVolumesAre) {
-  Media({.volumes = 3});
-  ExpectShown("media/1", says::Volumes("3", {"{media/1}", "{media/2}", "{media/3}"}),
-              {.media = "{media/1}",
-               .found = {{"KVLAdmInstVolumesCount", "3"},
-                         {"KVLAdmInstMTBDIR", "SAMPLE-1"},
-                         {"KVLAdmInstVolumePath_2", "{media/2}"},
-                         {"KVLAdmInstVolumePath_3", "{media/3}"}}});
-}
-
-TEST_F(SampleInstallerShows, WhereAnOuterSetOfVolumesIs) {
-  Media({.layout = "am"});
-  const std::string first = "{media/1/media/1}", second = "{media/2/media/2}";
-  ExpectShown("media/1/media/1",
-              says::Volumes("2", {first}) + says::FoundAm("1", "{media/1}") +
-                  says::FoundAm("2", "{media/2}") + says::Found("2", second),
-              {.media = first,
-               .found = {{"KVLAdmInstVolumesCount", "2"},
-                         {"KVLAdmInstMTBDIR", "SAMPLE-1-AM"},
-                         {"KVLAdmInstFirstAMVolume", "1"},
-                         {"KVLAdmInstFirstAMPath", "{media/1}"},
-                         {"KVLAdmInstAMRelativePath", "media"},
-                         {"KVLAdmInstVolumePath_2", second}}});
-}
-
-TEST_F(SampleInstallerShows, TheStagedCopyAndTheOriginalMedia) {
-  Media({.volumes = 3});
-  fs::remove_all(Path("media/2"));
-  Outcome outcome = Start("media/1", {"--show-environment"});
-  outcome.out = WithoutStaging(outcome.out);
-  const Prepared from = {
-      .media = "<staging>",
-      .original = "{media/1}",
-      .found = {{"KVLAdmInstVolumesCount", "3"}, {"KVLAdmInstMTBDIR", "SAMPLE-1"}}};
-  ExpectOutcome(outcome,
-                {0,
-                 FindsInstallerIn("media/1") + says::Volumes("3", {"{media/1}", "", "{media/3}"}) +
-                     Shown({"-CDpath", "<staging>", "--show-environment"}, from),
-                 says::Missing() + says::Staged()});
-}
 
 TEST_F(SampleInstallerShows, WhatSoftwareManagementIsGiven) {
   const std::string media = "the suite/media/1";
@@ -101,12 +45,14 @@ TEST_F(SampleInstallerShows, WhatSoftwareManagementIsGiven) {
   }
 }
 
-TEST_F(SampleInstallerShows, OldValuesInBackupsAndLineFeedsAsText) {
+TEST_F(SampleInstallerShows, ItsArgumentsAndOldValuesWithLineFeedsAsText) {
   Media();
   const Environment shown = {
       {"ORBInst", "two\\nlines\\n & more"}, {"LD_LIBRARY_PATH", "/old/lib"}, {"KVL_own", "&\\n"}};
-  Expect("media", {"--show-environment", "--target", "{target}"},
-         {0, Shown({"-CDpath", "{media}", "--show-environment", "--target", "{target}"},
+  Expect("media",
+         {"--var", "a b=c  d", "--show-environment", "--target", "{target}", "--var", "", "e"},
+         {0, Shown({"-CDpath", "{media}", "--var", "a b=c  d", "--show-environment", "--target",
+                    "{target}", "--var", "e"},
                    {.media = "{media}"}, shown) +
                  SaysInstalled({.volumes = {"media"}})},
          {.env = {{"ORBInst", "two\nlines\\n & more"},

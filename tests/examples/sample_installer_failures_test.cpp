@@ -1,8 +1,7 @@
 // The sample installer when something is wrong: what it says, its status, and what it leaves.
 
-#include <linux/capability.h>
-
 #include "tests/examples/sample_world.h"
+#include "tests/insio/surroundings.h"
 
 namespace kvl::test {
 namespace {
@@ -20,39 +19,31 @@ std::string Asks(const std::string& volume, const std::string& directory) {
          " (Enter when it is there)\n";
 }
 
-class SampleInstallerFails : public testing::Test, protected SampleWorld {
- protected:
-  void Remove(const std::string& name) const { fs::remove_all(Path(name)); }
+class SampleInstallerFails : public testing::Test, protected SampleWorld {};
 
-  /// Three volumes side by side in {media}, the third one missing.
-  void TwoOfThree() const {
-    Media({.volumes = 3});
-    Remove("media/3");
-  }
-
-  void ExpectThirdIsMissing(const std::string& questions, const StartPlan& plan) const {
+TEST_F(SampleInstallerFails, WithStatus3WhenAVolumeDoesNotCome) {
+  struct Row {
+    std::string name;
+    StartPlan plan;
+    int asks = 1;
+  };
+  Media({.volumes = 3});
+  Remove("media/3");
+  Media({.volumes = 3, .tag = "OTHER", .directory = "other"});
+  for (const auto& [name, plan, asks] : std::vector<Row>{
+           {"nobody answers", {}},
+           {"two answers", {.input = "\n\n"}, 3},
+           {"an answer without a line feed", {.input = "no line feed"}},
+           {"a variable of another media", {.env = {{"KVLAdmInstVolumePath_3", "{other/3}"}}}}}) {
+    SCOPED_TRACE(name);
     Remove("target");
+    std::string questions;
+    for (int i = 0; i < asks; ++i) questions += Asks("3", "{media/3}");
     ExpectInstallation("media/1",
                        {3, says::Volumes("3", {"{media/1}", "{media/2}"}), questions,
                         says::Missing() + SaysMissing("3")},
                        {.volumes = {"media/1", "media/2"}, .of = 3}, plan);
   }
-};
-
-TEST_F(SampleInstallerFails, WithStatus3WhenAVolumeDoesNotCome) {
-  const std::string asks = Asks("3", "{media/3}");
-  TwoOfThree();
-  for (const auto& [input, questions] :
-       {std::pair("", asks), {"\n\n", asks + asks + asks}, {"no line feed", asks}}) {
-    SCOPED_TRACE(input);
-    ExpectThirdIsMissing(questions, {.input = input});
-  }
-}
-
-TEST_F(SampleInstallerFails, RatherThanTrustAVariableOfAnotherMedia) {
-  TwoOfThree();
-  Media({.volumes = 3, .tag = "OTHER", .directory = "other"});
-  ExpectThirdIsMissing(Asks("3", "{media/3}"), {.env = {{"KVLAdmInstVolumePath_3", "{other/3}"}}});
 }
 
 TEST_F(SampleInstallerFails, WithStatus3WithoutAVolumeOfAnOuterSet) {
@@ -183,22 +174,16 @@ TEST_F(SampleInstallerFails, WithStatus5WhereNoDirectoryCanBeMade) {
   EXPECT_EQ(DescribeTreeExactly(Path(".")), before);
 }
 
-/// So that permissions count even when the superuser runs the tests. False where that is impossible.
-bool GiveUpSuperpowers() {
-  for (const int power : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH}) {
-    if (::prctl(PR_CAPBSET_DROP, power, 0, 0, 0) != 0 && ::geteuid() == 0) return false;
-  }
-  return true;
-}
-
 TEST_F(SampleInstallerFails, WithStatus5WithoutThePermissionToWrite) {
-  if (RunIsolated([] { return GiveUpSuperpowers() ? 0 : 1; }).status != 0) {
-    GTEST_SKIP() << "the superuser keeps its powers here";
-  }
+  const auto give_up = [] {
+    GiveUpPermissions();
+    return 0;
+  };
+  if (RunIsolated(give_up).status != 0) GTEST_SKIP() << "the superuser keeps its powers here";
   Media();
   SetMode(Directory().MakeDir("target"), 0555);
   ExpectFailure("media", {"--target", "{target}"}, 5, kCannotWriteInto + std::string("{target}"),
-                {.before = GiveUpSuperpowers});
+                {.before = GiveUpPermissions});
   EXPECT_THAT(DescribeTree(Path("target")), IsEmpty());
 }
 

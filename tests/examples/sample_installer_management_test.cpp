@@ -25,10 +25,9 @@ class SampleInstallerManages : public testing::Test, protected SampleWorld {
     ASSERT_EQ(Start("media", {"--target", "{target}"}).status, 0);
   }
 
-  void ExpectAction(const std::string& action, const Outcome& expected,
-                    const std::string& media = "media") const {
+  void ExpectAction(const std::string& action, const Outcome& expected) const {
     SCOPED_TRACE(action);
-    Expect(media, {"-SoftMgt", action, "--target", "{target}"}, expected);
+    Expect("media", {"-SoftMgt", action, "--target", "{target}"}, expected);
   }
 
   /// The last of the actions: it leaves nothing.
@@ -133,15 +132,6 @@ TEST_F(SampleInstallerManages, WithoutATargetTwoLevelsAboveTheMedia) {
   ASSERT_EQ(Start("the suite/media/1", {"--target", "{the suite}"}).status, 0);
   Expect("the suite/media/1", {"-SoftMgt", "-Check"},
          {0, "All 6 files are right in: {the suite}\n"});
-}
-
-TEST_F(SampleInstallerManages, WithoutTheSearchAndWithoutStaging) {
-  Media({.volumes = 3});
-  fs::remove_all(Path("media/2"));
-  const auto all = DescribeTree(Path(".")), media = DescribeTreeExactly(Path("media"));
-  ExpectAction("-List", {0, kNothing}, "media/1");
-  EXPECT_EQ(DescribeTree(Path(".")), all);
-  EXPECT_EQ(DescribeTreeExactly(Path("media")), media);
 }
 
 }  // namespace

@@ -7,8 +7,6 @@ namespace {
 
 class SampleInstaller : public testing::Test, protected SampleWorld {
  protected:
-  void Remove(const std::string& name) const { fs::remove_all(Path(name)); }
-
   /// Starts a media staged. When the installer asks for a volume, the volume arrives and "inst" of
   /// the first one goes away, as when a drive holds one volume at a time.
   Outcome StartAndBringVolume(const std::string& first_volume, const std::string& from,

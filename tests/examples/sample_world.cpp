@@ -19,7 +19,6 @@ std::string LastLineOf(const std::string& text) {
 }  // namespace
 
 void SampleWorld::Media(const MediaPlan& plan) const {
-  const int volumes = plan.volumes != 0 ? plan.volumes : plan.layout.empty() ? 1 : 2;
   const TestDirectory payload;
   std::vector<std::string> make = {BuiltProgram("kvl-media"), "make", "--presorted"};
   if (!plan.layout.empty()) make.insert(make.end(), {"--layout", plan.layout});
@@ -27,10 +26,9 @@ void SampleWorld::Media(const MediaPlan& plan) const {
   make.insert(make.end(), {"--installer", SourceFile("examples/sample-installer")});
   make.insert(make.end(),
               {"--launcher", plan.launcher, "--", payload.Path(), Text(Path(plan.directory))});
-  for (const std::vector<std::string>& command :
-       {std::vector<std::string>{SourceFile("examples/sample-payload"), payload.Path(),
-                                 std::to_string(volumes)},
-        make}) {
+  const std::vector<std::string> fill = {SourceFile("examples/sample-payload"), payload.Path(),
+                                         std::to_string(plan.volumes)};
+  for (const std::vector<std::string>& command : {fill, make}) {
     const Outcome outcome = RunProgram({command, {{"PATH", kPath}}, Path(".")});
     if (outcome.status != 0 || !outcome.err.empty()) {
       throw std::runtime_error("cannot make a media: " + outcome.err);
@@ -65,16 +63,6 @@ std::vector<std::string> SampleWorld::TreeOf(const Installation& installation) c
   model.Write(".sample-suite/files", files);
   model.Write(".sample-suite/directories", directories);
   return DescribeTree(model.Path());
-}
-
-std::string SampleWorld::WithoutStaging(std::string text) const {
-  for (const fs::directory_entry& entry : fs::directory_iterator(Path("tmp"))) {
-    const std::string name = entry.path().string();
-    for (std::size_t at; (at = text.find(name)) != std::string::npos;) {
-      text.replace(at, name.size(), "<staging>");
-    }
-  }
-  return text;
 }
 
 void SampleWorld::ExpectInstallation(const std::string& first_volume, const Told& told,

@@ -2,8 +2,7 @@
 // what examples/sample-installer makes of them when the built launcher starts it through their start
 // scripts.
 //
-// {tmp} is TMPDIR. All texts given to it are as in MediaWorld, but {staging} is of no use here, see
-// WithoutStaging.
+// {tmp} is TMPDIR. All texts given to it are as in MediaWorld, but {staging} is of no use here.
 #pragma once
 
 #include "tests/support/media_world.h"
@@ -16,7 +15,7 @@ namespace kvl::test {
 /// How a media is made.
 struct MediaPlan {
   std::string layout = {};  ///< empty: single or sibling
-  int volumes = 0;          ///< 0: two, or one without a layout
+  int volumes = layout.empty() ? 1 : 2;
   std::string tag = "SAMPLE-1";
   std::string directory = "media";
   std::string launcher = BuiltProgram("kvl-launcher");
@@ -50,6 +49,8 @@ class SampleWorld : public MediaWorld {
   /// Makes a media; trouble with it is an exception.
   void Media(const MediaPlan& plan = {}) const;
 
+  void Remove(const std::string& name) const { fs::remove_all(Path(name)); }
+
   /// Runs StartTUI.sh of the media whose first volume lies in that directory; the working directory
   /// is the world's own.
   Outcome Start(const std::string& first_volume, const std::vector<std::string>& arguments,
@@ -69,9 +70,6 @@ class SampleWorld : public MediaWorld {
   /// Installs the media into {target}, and claims what that says and leaves there.
   void ExpectInstallation(const std::string& first_volume, const Told& told,
                           const Installation& left, const StartPlan& plan = {}) const;
-
-  /// The text with each directory below {tmp} written as "<staging>".
-  std::string WithoutStaging(std::string text) const;
 };
 
 /// The launcher's messages about the installer of a media whose first volume lies in that

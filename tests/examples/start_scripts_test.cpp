@@ -21,9 +21,6 @@ struct Call {
   std::vector<int> opened = {};  ///< descriptors of the caller
 };
 
-/// A call, and the media directory that the script finds.
-using Calls = std::vector<std::pair<Call, std::string>>;
-
 /// Of a media in {media} and of one of several volumes in {media/1}.
 constexpr char kLauncher[] = "{media/inst/linux/code/bin/kvl-launcher}";
 constexpr char kLauncherOfTwo[] = "{media/1/inst/linux/code/bin/kvl-launcher}";
@@ -65,7 +62,8 @@ class StartScript : public testing::Test, protected SampleWorld {
     }
   }
 
-  void ExpectMediaDirectories(const Calls& calls) const {
+  /// Claims which media directory the script finds in each call.
+  void ExpectMediaDirectories(const std::vector<std::pair<Call, std::string>>& calls) const {
     for (const auto& [call, media] : calls) {
       SCOPED_TRACE(testing::PrintToString(call.command) + " in " + call.directory);
       ChildReport report = ReportOf(call);
@@ -174,7 +172,6 @@ TEST_F(StartScript, EndsWithTheStatusOfTheLauncherWhichItBecomes) {
   EXPECT_EQ(ReportOf(call, {9, "said\n"}).facts["parent"], std::to_string(::getpid()));
 }
 
-/// What is started is as good as the launcher itself, and nothing is left of it.
 TEST_F(StartScript, OfSeveralVolumesBecomesACopyInAFreeDescriptor) {
   MediaWithFakeLauncher("media", 2);
   const std::vector<std::pair<std::vector<int>, std::string>> rows = {
@@ -237,7 +234,6 @@ TEST_P(StartedInstaller, HasAnArgumentThatAShellOpened) {
   ReportOf({{bash, "-c", "\"$0\" --answers <(echo yes)", script_}}, {0, said_ + "yes\n"});
 }
 
-/// Every row makes a copy impossible, or needless.
 TEST_F(StartScript, BecomesTheLauncherOfAMediaThatCannotBeCopied) {
   MediaWithFakeLauncher("media", 2);
   const std::string number = "media/1/inst/volumes.txt";

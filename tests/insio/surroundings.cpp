@@ -2,6 +2,8 @@
 
 #include <grp.h>
 
+#include <linux/capability.h>
+
 #include "tests/support/outcome.h"
 
 namespace kvl::test {
@@ -39,6 +41,12 @@ void EnterAsOrdinaryUser(const TestDirectory& directory) {
 bool EnterAsRootDirectory(const TestDirectory& directory) {
   Enter(directory);
   return ::chroot(".") == 0 || (::unshare(CLONE_NEWUSER) == 0 && ::chroot(".") == 0);
+}
+
+void GiveUpPermissions() {
+  for (const int power : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH}) {
+    if (::prctl(PR_CAPBSET_DROP, power, 0, 0, 0) != 0 && ::geteuid() == 0) ::_exit(kImpossibleHere);
+  }
 }
 
 void GiveToOrdinaryUser(const std::string& path) {

@@ -22,6 +22,12 @@ void EnterAsOrdinaryUser(const TestDirectory& directory);
 /// an ordinary user may do it in a user namespace of its own, if at all.
 bool EnterAsRootDirectory(const TestDirectory& directory);
 
+/// What a `before` of a program ends the process with where it cannot do its work.
+inline constexpr int kImpossibleHere = 99;
+
+/// To be called in the child: the superuser, too, is to ask for permissions.
+void GiveUpPermissions();
+
 /// Makes an entry the property of the user that EnterAsOrdinaryUser turns into.
 void GiveToOrdinaryUser(const std::string& path);
 
