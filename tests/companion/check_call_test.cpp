@@ -1,4 +1,4 @@
-// kvl-media: how it is called, and its report for programs.
+// kvl-media: how it is called, its report for programs, and when that cannot be written.
 #include <nlohmann/json.hpp>
 
 #include "tests/companion/check_world.h"
@@ -114,10 +114,7 @@ TEST(KvlMedia, HelpsWithEverySubcommandAndTellsItsVersion) {
       {{"make", "-h"}, kHelpWithMake},
   };
   for (const auto& [arguments, help] : rows) {
-    const Outcome seen = CheckWorld().Companion(arguments);
-    EXPECT_EQ(seen.out, help);
-    EXPECT_EQ(seen.err, "");
-    EXPECT_EQ(seen.status, 0);
+    EXPECT_EQ(CheckWorld().Companion(arguments), (Outcome{0, help, ""}));
   }
 }
 
@@ -154,7 +151,8 @@ Fine: the installer will be started in place
 
 TEST(KvlMediaCheck, GivesProgramsOneObjectWithAllKeys) {
   const CheckWorld world("two volumes; remove 2; link 1/a\\xFF\\\\ nowhere");
-  const Outcome seen = world.Check({"--json"});
+  Outcome seen = world.Check({"--json"});
+  seen.out = WithoutFreeBytes(seen.out);
   const std::string media = world.Path("1"), staging = world.Path("tmp/<identifier>");
   const std::string installer = "/inst/linux/code/bin/installer";
   std::uintmax_t bytes = 0;
@@ -209,9 +207,28 @@ TEST(KvlMediaCheck, GivesProgramsOneObjectWithAllKeys) {
          {"remedy", "put there what it leads to, or remove the link"}}}},
       {"further", Json::object()},
   };
-  EXPECT_EQ(WithoutFreeBytes(seen.out), expected.dump(2) + "\n");
-  EXPECT_EQ(seen.err, "");
-  EXPECT_EQ(seen.status, 1);
+  EXPECT_EQ(seen, (Outcome{1, expected.dump(2) + "\n", ""}));
+}
+
+TEST(FailingOutput, IsNamed) {
+  const std::vector<std::pair<const char*, int>> kinds = {
+      {"/dev/full", O_WRONLY}, {"/dev/null", O_RDONLY}, {nullptr, 0}};
+  for (const auto& [file, how] : kinds) {
+    SCOPED_TRACE(file == nullptr ? "closed" : file);
+    const auto send = [file = file, how = how] {
+      ::close(STDOUT_FILENO);
+      if (file != nullptr) ::open(file, how);
+    };
+    const CheckWorld world("file setup #!/bin/sh\\n; file payload/file x");
+    for (const Lines& arguments :
+         {Lines{"--help"}, Lines{"--version"}, Lines{"make", "--help"}, Lines{"check", "-h"},
+          Lines{"check", "payload"}, Lines{"check", "--json", "payload"}}) {
+      world.ExpectRefused(world.Companion(arguments, {}, send), "the report cannot be written");
+    }
+    world.ExpectRefused(world.MakeMedia({}, "media", send),
+                        "the media was made, but the message cannot be written", 1);
+    EXPECT_TRUE(fs::exists(world.Path("media/StartTUI.sh")));
+  }
 }
 
 }  // namespace

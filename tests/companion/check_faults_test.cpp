@@ -1,11 +1,8 @@
 // kvl-media check on a bad disc: the system's error is what it says, and nothing that could not be
 // looked at is called fine.
-#include <sys/syscall.h>
-
 #include "companion/check/media_check.h"
 #include "companion/report/text_report.h"
 #include "tests/companion/check_world.h"
-#include "tests/support/call_filter.h"
 #include "tests/support/system_faults.h"
 
 namespace kvl::test {
@@ -191,21 +188,6 @@ TEST(CheckOfADiscThatFailsOnce, SaysSoOfAMediaToBeStaged) {
 TEST(CheckOfADiscThatFailsOnce, SaysSoOfAMediaWithAnInstallerMedia) {
   ExpectEveryFailureToBeSaid("2: 2=SET-B; remove 1/inst/linux/code/bin/installer; installer ext",
                              {{"KVL_ZOLVEN_Installer", "{ext}"}});
-}
-
-TEST(CheckInAnOlderContainer, FindsWhatMayNotBeExecutedAndNothingElse) {
-  const auto refuse_new_call = [] {
-    constexpr unsigned kFaccessat2 = 439;  // on every machine
-    FilterCalls({kFaccessat2}, SECCOMP_RET_ERRNO | EPERM);
-  };
-  CheckWorld world("two volumes");
-  const Outcome fine = world.Check({}, {}, refuse_new_call);
-  if (fine.status == kImpossibleHere) GTEST_SKIP() << "no call can be refused here";
-  world.ExpectReport(fine, Report(kInPlace, "Fine: the installer will be started in place\n"));
-  world.Change("mode 644 1/StartTUI.sh");
-  world.ExpectReport(world.Check({}, {}, refuse_new_call), Report(kInPlace, R"(
-error      {1}/StartTUI.sh: the start script has no execute permission; give it that (chmod a+x)
-)"));
 }
 
 }  // namespace

@@ -131,7 +131,6 @@ TEST_F(MakeAtEveryMoment, OfTwoInOneDirectoryOneIsRefusedAndOneIsWhole) {
   EXPECT_GT(lost, 1);
 }
 
-/// Every file arrives as it was planned, before the change or after it, or the call ends with 1.
 TEST_F(MakeAtEveryMoment, AChangedFileArrivesAsPlannedOrIsNamed) {
   world_.Change("file secret a secret");
   const fs::path directory = "payload/1/a", file = directory / "file";
