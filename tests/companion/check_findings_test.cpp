@@ -73,11 +73,11 @@ error      {empty}: there is no installer in this installer media, and KVL_UseEx
 # InstallerPassedOverInFavourOfNone: dir empty
 $ -- -env KVL_UseExternalInstaller
 error      {1}/inst/linux/code/bin/installer: KVL_UseExternalInstaller passes over it, and no installer media is named; name one (-installerPath), or do without that variable
-# NoInstallerForTheSystemOfTheEnvironmentRatherThanTheScript: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
+# SystemOfTheEnvironmentBeforeThatOfTheScript: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
 $ KVL_OS=other check 1
 System     other
 error      {1}/inst/other/code/bin/installer: there is no installer here, nor in an external installer media; put the installer there, or name its directory (--os) and file (--installer)
-# NoInstallerForTheSystemOfTheOptionRatherThanTheEnvironment: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
+# SystemOfTheOptionBeforeThatOfTheEnvironment: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
 $ KVL_OS=other check 1 --os third
 System     third
 error      {1}/inst/third/code/bin/installer: there is no installer here, nor in an external installer media; put the installer there, or name its directory (--os) and file (--installer)
@@ -163,7 +163,7 @@ warning    the installer does not get its path and arguments as they are: a doub
 error      {1}/StartTUI.sh: there is no start script here; copy it again
 # StartScriptWithoutExecutePermission: mode 644 1/StartTUI.sh
 error      {1}/StartTUI.sh: the start script has no execute permission; give it that (chmod a+x)
-# StartScriptWithoutExecutePermissionInAnOlderContainer: mode 644 1/StartTUI.sh
+# NoExecutePermissionInAnOlderContainer: mode 644 1/StartTUI.sh
 $ older-container
 error      {1}/StartTUI.sh: the start script has no execute permission; give it that (chmod a+x)
 # StartScriptWithWindowsWithoutExecutePermission: mode 644 1/StartGUI.sh

@@ -45,7 +45,7 @@ TEST_F(SampleInstallerShows, WhatSoftwareManagementIsGiven) {
   }
 }
 
-TEST_F(SampleInstallerShows, ItsArgumentsAndOldValuesWithLineFeedsAsText) {
+TEST_F(SampleInstallerShows, ItsArgumentsAndOldValuesAsText) {
   Media();
   const Environment shown = {
       {"ORBInst", "two\\nlines\\n & more"}, {"LD_LIBRARY_PATH", "/old/lib"}, {"KVL_own", "&\\n"}};
