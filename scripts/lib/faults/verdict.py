@@ -169,7 +169,7 @@ class Judge:
 
 def judge_abort(world: World, seen: Launch) -> Verdict:
     """An uncaught exception of the media scan, about an entry of a directory above the media."""
-    entry, (first, last) = seen.failed[-1], ["", "", *seen.err][-2:]
+    entry, (first, last, _) = seen.failed[-1], ["", "", "", *seen.err][-3:]
     is_documented = (
         seen.status == -signal.SIGABRT
         and first.endswith("called after throwing an instance of 'KVLInsIO::KVLInsException'")
