@@ -1,14 +1,11 @@
 """Chooses the calls to fail, has a launch tried for each failure, and reports."""
 
-from __future__ import annotations
-
 import argparse
 import os
 import re
 import shlex
 import subprocess
 import sys
-import tempfile
 from collections import Counter
 from collections.abc import Iterator
 from multiprocessing.pool import ThreadPool
@@ -69,11 +66,11 @@ def failures(call: Call) -> list[str]:
     return found
 
 
-def fault(call: Call, failure: str, *, from_then_on: bool = False) -> str:
-    """The failure of a call, and perhaps of all that follow, nearly as strace takes it."""
+def faults(call: Call, failure: str) -> tuple[str, str]:
+    """The failure of a call, once and from then on, nearly as strace takes it."""
     times = _MANY_TIMES.get(failure)
-    last = f"..{call.number + times - 1}" if times else "+"
-    return f"{call.label}:{failure}:when={call.number}{last if from_then_on else ''}"
+    once = f"{call.label}:{failure}:when={call.number}"
+    return once, once + (f"..{call.number + times - 1}" if times else "+")
 
 
 def calls_to_fail(made: list[Call]) -> list[Call]:
@@ -88,13 +85,6 @@ def calls_to_fail(made: list[Call]) -> list[Call]:
     ]
 
 
-def all_faults(calls: list[Call]) -> Iterator[str]:
-    for call in calls:
-        for failure in failures(call):
-            yield fault(call, failure)
-            yield fault(call, failure, from_then_on=True)
-
-
 def some_faults(calls: list[Call]) -> Iterator[str]:
     """Of every call: the first, the middle and the last one, each with another error, the middle
     one with all that follow, and one with each wrong result that it may give."""
@@ -102,37 +92,35 @@ def some_faults(calls: list[Call]) -> Iterator[str]:
         same = [call for call in calls if call.label == label]
         for turn, call in enumerate([same[0], same[len(same) // 2], same[-1]]):
             failure = failures(call)[(turn * 3 + 1) % len(failures(call))]
-            yield fault(call, failure)
-            if turn == 1:
-                yield fault(call, failure, from_then_on=True)
+            once, from_then_on = faults(call, failure)
+            yield from [once, from_then_on] if turn == 1 else [once]
         for result in ("retval=0", "retval=1"):
-            yield from [fault(call, result) for call in same if result in failures(call)][-1:]
+            yield from [faults(call, result)[0] for call in same if result in failures(call)][-1:]
 
 
 def main() -> int:
-    parser = argparse.ArgumentParser(prog="faults")
-    parser.add_argument("--launcher", type=Path, required=True)
-    parser.add_argument("--quick", action="store_true")
-    parser.add_argument("--only", default="", metavar="REGEX")
-    parser.add_argument("--report", type=Path, default=os.devnull)
+    parser = argparse.ArgumentParser(prog="scripts/faults")
+    parser.add_argument("--launcher", type=Path, required=True, help="instead of the release")
+    parser.add_argument("--quick", action="store_true", help="a few launches for each call")
+    parser.add_argument("--only", default="", help="a regex like 'staged: read:error=EIO:when=2'")
+    parser.add_argument("--report", type=Path, default=os.devnull, help="gets a line for each call")
     options = parser.parse_args()
     report = options.report.open("w")
     probe = ["strace", "-o", os.devnull, "--inject=getppid:error=EPERM", "true"]
     if subprocess.run(probe, stderr=subprocess.DEVNULL).returncode != 0:
         print("skipped", "all", "strace is not permitted here", sep="\t", file=report)
         sys.exit("strace is not permitted here")
-    with tempfile.TemporaryDirectory(prefix="kvl-faults.") as workplace:
-        place, program = Path(workplace).resolve(), options.launcher.resolve()
-        judges = {kind: Judge(program, place, kind) for kind in KINDS}
-        tasks: list[tuple[str, str]] = []
-        for kind, judge in judges.items():
-            calls = calls_to_fail(judge.usual.made)
-            left_out = {call.label for call in judge.usual.made} - {call.label for call in calls}
-            print(f"not failed in {kind}: {' '.join(sorted(left_out))}")
-            faults = dict.fromkeys((some_faults if options.quick else all_faults)(calls))
-            tasks += [(kind, f) for f in faults if re.search(options.only, f"{kind}: {f}")]
-        with ThreadPool() as pool:
-            verdicts = pool.starmap(lambda kind, f: judges[kind].judge(f), tasks, chunksize=1)
+    judges = {kind: Judge(options.launcher.resolve(), kind) for kind in KINDS}
+    tasks: list[tuple[str, str]] = []
+    for kind, judge in judges.items():
+        calls = calls_to_fail(judge.usual.made)
+        left_out = {call.label for call in judge.usual.made} - {call.label for call in calls}
+        print(f"not failed in {kind}: {' '.join(sorted(left_out))}")
+        every = (f for call in calls for failure in failures(call) for f in faults(call, failure))
+        wanted = dict.fromkeys(some_faults(calls) if options.quick else every)
+        tasks += [(kind, f) for f in wanted if re.search(options.only, f"{kind}: {f}")]
+    with ThreadPool() as pool:
+        verdicts = pool.starmap(lambda kind, f: judges[kind].judge(f), tasks, chunksize=1)
     failed: dict[str, list[str]] = {}
     for (kind, fault), (outcome, name) in zip(tasks, verdicts):
         texts = failed.setdefault(f"{kind}: {fault.split(':')[0]}", [])
@@ -146,7 +134,7 @@ def main() -> int:
         if outcome != FAILED:
             print(f"{count:>7}  {outcome}  {name}")
     kinds = ", ".join(f"{kind} {n}" for kind, n in Counter(kind for kind, _ in tasks).items())
-    totals = Counter(verdict.outcome for verdict in verdicts)
+    totals = Counter(outcome for outcome, _ in verdicts)
     counts = ", ".join(f"{totals[outcome]} {outcome}" for outcome in OUTCOMES)
     print(f"{len(tasks)} launches ({kinds}): {counts}")
     return 0 if tasks and not totals[FAILED] else 1

@@ -1,18 +1,14 @@
 """Small medias, launches from them under strace, and what was seen of these."""
 
-from __future__ import annotations
-
 import os
 import re
 import signal
 import stat
 import subprocess
-import tempfile
 from pathlib import Path
 from typing import NamedTuple
 
-LONGEST_SECONDS = 10
-INSTALLER_STATUS = 37
+LONGEST_SECONDS = "10"
 # The calls of the launcher, and of its child until that becomes the installer.
 UNTIL_INSTALLER = ("-ff", "-b", "execve")
 _IDENTIFIER = re.compile(r"[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}")
@@ -22,7 +18,7 @@ _MODIFIED = 1_600_000_000_123_456_789  # long ago, with a part of a second that 
 _GIVEN = os.dup2(os.open(os.devnull, os.O_RDONLY), 77)
 
 # Reports its descriptor, signal settings, arguments and environment. Further descriptors tell
-# nothing: a close that strace lets fail is none.
+# nothing: a close that strace lets fail is none. While it waits for a program its signals differ.
 _INSTALLER = f"""#!/bin/sh
 exec >>"$FAULTS_REPORT"
 echo started
@@ -31,7 +27,7 @@ while read -r name value; do
   case $name in SigBlk: | SigIgn:) echo "$name $value" ;; esac
 done </proc/$$/status
 cat /proc/$$/cmdline /proc/$$/environ
-exit {INSTALLER_STATUS}
+exit 37
 """
 _ON_MEDIA = {
     "1.txt": _SET,
@@ -74,12 +70,9 @@ class Entry(NamedTuple):
     contents: bytes
 
 
-Tree = dict[str, Entry]
-
-
-def describe(root: Path) -> Tree:
+def describe(root: Path) -> dict[str, Entry]:
     """Everything below `root` by its relative path."""
-    tree: Tree = {}
+    tree = {}
     for path in root.rglob("*"):
         status, contents = path.lstat(), path.read_bytes() if path.is_file() else b""
         tree[str(path.relative_to(root))] = Entry(status.st_mode, status.st_mtime_ns, contents)
@@ -92,7 +85,8 @@ class Call(NamedTuple):
     label: str  # the name; of the launcher's child with " (child)" behind it
     number: int  # among all of its label
     arguments: str
-    result: str
+    error: str  # its name; empty when there was none
+    remark: str  # what else strace says about its end
 
     @property
     def name(self) -> str:
@@ -107,11 +101,6 @@ class Call(NamedTuple):
             return opened[1] if opened else ""
         return os.path.join(opened[1] if opened else "", named[1])
 
-    @property
-    def error(self) -> str:
-        found = re.match(r"-1 (E[A-Z0-9]+)", self.result)
-        return found[1] if found else ""
-
 
 class Launch(NamedTuple):
     """What was seen of one launch. Texts have no places of the world in them."""
@@ -122,67 +111,61 @@ class Launch(NamedTuple):
     report: list[str]  # of the installer; empty when none was started
     made: list[Call]  # as far as strace was asked for them
     staging: str  # the path of the copy, as it stands; empty when nothing was staged
-    staged: Tree
+    staged: dict[str, Entry]
 
     @property
     def told(self) -> list[str]:
         """What the user and the installer were told."""
-        return [f"status {self.status}", *self.out, "", *self.err, "", *self.report]
+        lines = ["output:", *self.out, "errors:", *self.err, "installer:", *self.report]
+        return [f"status {self.status}", *lines]
 
     @property
     def failed(self) -> list[Call]:
-        return [call for call in self.made if call.result.endswith("(INJECTED)")]
+        return [call for call in self.made if call.remark.endswith("(INJECTED)")]
 
     @property
-    def errors(self) -> list[str]:
-        return [line.removeprefix("ERROR: ") for line in self.err if line.startswith("ERROR: ")]
+    def end(self) -> str:
+        """The status and the error messages, a line each."""
+        errors = [line.removeprefix("ERROR: ") for line in self.err if line.startswith("ERROR: ")]
+        return "\n".join([str(self.status), *errors])
 
 
 class World:
     """One media with all that belongs to it, for one launch, and a place to stage in."""
 
-    def __init__(self, workplace: Path, kind: str) -> None:
-        self.root = Path(tempfile.mkdtemp(dir=workplace))
+    def __init__(self, root: str, kind: str) -> None:
+        self.root = Path(root).resolve()
         self.medias, self.staging = self.root / "w", self.root / "t"
-        self.staging.mkdir(parents=True)
+        self.staging.mkdir()
         place, arguments, others = KINDS[kind]
         self.media, self.external = self.medias / place, self.medias / "x/1/inst"
         self.arguments = [text.format(medias=self.medias) for text in ["passed on", *arguments]]
-        # Whatever cannot be found: the search for volumes ends here and not in the root directory.
-        files = {"9.txt": "MTBDIR=FENCE\n"}
         home = "x/1" if kind == "external" else place
-        files[f"{home}/inst/linux/code/bin/installer"] = _INSTALLER
+        # Whatever cannot be found: the search for volumes ends at 9.txt, not in the root directory.
+        files = {"9.txt": "MTBDIR=FENCE\n", f"{home}/inst/linux/code/bin/installer": _INSTALLER}
         files |= {f"{place}/{name}": text for name, text in _ON_MEDIA.items()} | others
         for name, text in files.items():
             path = self.medias / name
             path.parent.mkdir(parents=True, exist_ok=True)
             path.write_text(text)
             path.chmod(_MODES.get(path.name, 0o644))
+            os.utime(path, ns=(_MODIFIED, _MODIFIED))
         (self.media / "inst/common/link").symlink_to("notes")
         (self.media / "inst/common/way").symlink_to("sub")
         (self.media / "inst/empty").mkdir()
-        for path in self.medias.rglob("*"):
-            if not path.is_symlink():
-                os.utime(path, ns=(_MODIFIED, _MODIFIED))
 
     def without_places(self, text: str) -> str:
         """The text without what differs from one world or launch to the next."""
         return _IDENTIFIER.sub("<id>", text.replace(str(self.root), "{world}"))
 
-    def lines(self, text: bytes) -> list[str]:
-        plain = self.without_places(text.decode(errors="replace"))
-        return plain.removesuffix("\n").split("\n") if plain else []
-
-    def sources_of(self, place: str) -> list[Path]:
-        """Where that of the staged copy may come from; the last one that is there is what stays."""
-        return [self.media / place, self.external / place.removeprefix("inst/")]
-
     def launch(self, program: Path, *tracing: str) -> Launch:
-        """A launch, under strace when there are options for it."""
+        """A launch under strace with these options."""
         before, report = describe(self.medias), self.root / "report"
-        tracer = ["strace", *tracing, "-y", "-o", f"{self.root}/log"] if tracing else []
-        process = subprocess.Popen(
-            [*tracer, str(program), *self.arguments],
+        report.touch()
+        tracer = ["strace", *tracing, "-y", "-o", f"{self.root}/log"]
+        # At the end of its time "timeout" takes all with it that has been started.
+        ran = subprocess.run(
+            ["timeout", "-s", "KILL", LONGEST_SECONDS, *tracer, program, *self.arguments],
             env={
                 "PATH": "/usr/bin:/bin",
                 "TMPDIR": str(self.staging),
@@ -193,27 +176,19 @@ class World:
                 "FAULTS_REPORT": str(report),
             },
             stdin=subprocess.DEVNULL,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.PIPE,
+            capture_output=True,
+            errors="replace",
             pass_fds=[_GIVEN],
-            start_new_session=True,
             cwd=self.root,
         )
-        try:
-            # Both streams end with the last process that has them, so also with the installer.
-            out, err = process.communicate(timeout=LONGEST_SECONDS)
-        except subprocess.TimeoutExpired:
-            os.killpg(process.pid, signal.SIGKILL)
-            process.communicate()
-            raise Surprise(f"it took more than {LONGEST_SECONDS} s") from None
+        if ran.returncode == -signal.SIGKILL:
+            raise Surprise(f"it took more than {LONGEST_SECONDS} s")
         after = describe(self.medias)
         if changed := [place for place in before | after if before.get(place) != after.get(place)]:
             raise Surprise(f"the media was changed: {changed}")
-        reported = report.read_bytes().replace(b"\0", b"\n") if report.exists() else b""
-        return Launch(
-            *(process.returncode, self.lines(out), self.lines(err), self.lines(reported)),
-            *(self._calls(), *self._staged_copy()),
-        )
+        texts = (ran.stdout, ran.stderr, report.read_text(errors="replace").replace("\0", "\n"))
+        out, err, reported = (self.without_places(text).splitlines() for text in texts)
+        return Launch(ran.returncode, out, err, reported, self._calls(), *self._staged_copy())
 
     def _calls(self) -> list[Call]:
         """In the log of each process, the launcher's first."""
@@ -222,13 +197,13 @@ class World:
             counts: dict[str, int] = {}
             suffix = " (child)" if made else ""
             for line in log.read_text(errors="replace").splitlines():
-                if match := re.match(r"(\w+)\((?:(.*)\) += )?(.*)", line):
-                    name, arguments, result = match.groups(default="")
+                if match := re.match(r"(\w+)\((?:(.*)\) += )?(?:-1 (E[A-Z0-9]+))?(.*)", line):
+                    name, *rest = match.groups(default="")
                     counts[name] = counts.get(name, 0) + 1
-                    made.append(Call(name + suffix, counts[name], arguments, result))
+                    made.append(Call(name + suffix, counts[name], *rest))
         return made
 
-    def _staged_copy(self) -> tuple[str, Tree]:
+    def _staged_copy(self) -> tuple[str, dict[str, Entry]]:
         """Its path and what is in it, without the times of directories and the clean-up script."""
         found = list(self.staging.iterdir())
         if not found:

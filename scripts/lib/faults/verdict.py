@@ -1,18 +1,17 @@
 """Whether a launch with a failure in it ended as it may end, and the name of that end."""
 
-from __future__ import annotations
-
 import errno
 import os
 import re
-import shutil
 import signal
+import tempfile
+from functools import cache
 from pathlib import Path
-from typing import NamedTuple
 
 from launch import UNTIL_INSTALLER, Call, Entry, Launch, Surprise, World
 
 SUCCESS, MESSAGE, ACCEPTED, FAILED = OUTCOMES = ("success", "message", "accepted", "FAILED")
+Verdict = tuple[str, str]  # the outcome and its name
 
 # The ends that are documented to be silent. No other is accepted.
 NO_VOLUMES_FILE = "volumes.txt cannot be reached: a media of one volume"
@@ -37,25 +36,18 @@ _REFUSALS = {
 }
 _MESSAGE_LINE = re.compile(r"( INFO:|ERROR:| WARN:|      ) .*|")
 
-# Files that could not be read, in the world: how each is as if it were ("missing" or "empty"), and
-# the name of that.
-Absent = dict[Path, tuple[str, str]]
-
-
-class Verdict(NamedTuple):
-    outcome: str
-    name: str
+# Files that could not be read, by their places in any world, and the name of what becomes of that.
+Absent = frozenset[tuple[Path, str]]
 
 
 class Judge:
     """Tries launches of one kind, and judges them by what one without failures is like."""
 
-    def __init__(self, program: Path, workplace: Path, kind: str) -> None:
-        self._program, self._workplace, self._kind = program, workplace, kind
-        self.usual = World(workplace, kind).launch(program, *UNTIL_INSTALLER)
+    def __init__(self, program: Path, kind: str) -> None:
+        self._program, self._kind = program, kind
+        self.usual = self._twin(frozenset())
         if not self.usual.report:
             raise Surprise(f"{kind}: no installer without failures, either: {self.usual.err}")
-        self._twins = {frozenset[tuple[Path, str]](): self.usual}
 
     def judge(self, fault: str) -> Verdict:
         """Of a launch in which strace makes this of a call."""
@@ -64,75 +56,66 @@ class Judge:
         # Without -ff nothing but the launcher is touched, with -b nothing of the installer.
         follow = UNTIL_INSTALLER if role else ()
         options = (f"--trace={name}", "--signal=none", f"--inject={name}:{failure}")
-        world = World(self._workplace, self._kind)
-        try:
-            seen = world.launch(self._program, *follow, *options)
-            if not seen.failed:
-                raise Surprise("the call to fail was not made")
-            if seen.status < 0:
-                return judge_abort(world, seen)
-            judge = self._judge_start if seen.report else self._judge_refusal
-            return judge(world, seen)
-        except Surprise as surprise:
-            return Verdict(FAILED, str(surprise))
-        finally:
-            shutil.rmtree(world.root)
+        with tempfile.TemporaryDirectory(prefix="kvl-faults.") as root:
+            world = World(root, self._kind)
+            try:
+                seen = world.launch(self._program, *follow, *options)
+                if not seen.failed:
+                    raise Surprise("the call to fail was not made")
+                if seen.status < 0:
+                    return judge_abort(world, seen)
+                judge = self._judge_start if seen.report else self._judge_refusal
+                return judge(world, seen)
+            except Surprise as surprise:
+                return (FAILED, str(surprise))
 
     def _judge_refusal(self, world: World, seen: Launch) -> Verdict:
         if strange := [x for x in seen.out + seen.err if not _MESSAGE_LINE.fullmatch(x)]:
             raise Surprise(f"no messages: {strange}")
         for name, pattern in _REFUSALS.items():
-            if re.fullmatch(pattern, "\n".join([str(seen.status), *seen.errors])):
-                return Verdict(MESSAGE, f"{seen.status}, {name}")
-        if writes_to_console(seen) and seen.status in (1, 255) and not seen.errors:
-            also = f", also the error message (status {seen.status})"
-            return Verdict(ACCEPTED, LOST_OUTPUT + also)
+            if re.fullmatch(pattern, seen.end):
+                return (MESSAGE, f"{seen.status}, {name}")
+        if writes_to_console(seen) and seen.end in ("1", "255"):
+            return (ACCEPTED, f"{LOST_OUTPUT}, also the error message (status {seen.status})")
         installer = seen.staged.get("inst/linux/code/bin/installer")
-        if seen.status == 0 and not seen.errors and installer and not installer.contents:
+        if seen.end == "0" and installer and not installer.contents:
             if SHORT_FILE in self._judge_copy(world, seen):
-                return Verdict(ACCEPTED, SHORT_FILE + ", also the installer, which then is empty")
+                return (ACCEPTED, SHORT_FILE + ", also the installer, which then is empty")
         raise Surprise(f"no installer, status {seen.status}, and this said: {seen.err}")
 
     # The user and the installer are told what they are always told, or in a world without what
     # could not be read, or lines are missing on the console.
     def _judge_start(self, world: World, seen: Launch) -> Verdict:
-        usual = self.usual
-        names = self._judge_copy(world, seen)
-        nothing: Absent = {}
-        for absent in (nothing, *absent_files(world, seen)):
-            twin = self._twin(world, absent)
+        usual, names = self.usual, self._judge_copy(world, seen)
+        for absent in [frozenset(), *absent_files(world, seen)]:
+            twin = self._twin(absent)
             if seen.told == twin.told and bool(seen.staged) == bool(twin.staged):
-                names += sorted({name for _, name in absent.values()})
-                break
-        else:
-            if seen.report != usual.report or bool(seen.staged) != bool(usual.staged):
-                raise Surprise(f"{seen.told} instead of {usual.told}")
-            is_not_waited = re.fullmatch(_NOT_WAITED_FOR, "\n".join(seen.errors))
-            if seen.status == 255 and is_not_waited and not names:
-                return Verdict(MESSAGE, "255, the installer cannot be waited for")
-            rest_out, rest_err = iter(usual.out), iter(usual.err)
-            is_part = all(x in rest_out for x in seen.out) and all(x in rest_err for x in seen.err)
-            if not (is_part and writes_to_console(seen) and seen.status == usual.status):
-                raise Surprise(f"{seen.told} instead of {usual.told}")
-            names.append(LOST_OUTPUT)
-        return Verdict(ACCEPTED if names else SUCCESS, " + ".join(names))
+                names += sorted({name for _, name in absent})
+                return (ACCEPTED if names else SUCCESS, " + ".join(names))
+        if seen.report == usual.report and bool(seen.staged) == bool(usual.staged):
+            if re.fullmatch(rf"255\n{_NOT_WAITED_FOR}", seen.end) and not names:
+                return (MESSAGE, "255, the installer cannot be waited for")
+            rest = iter(usual.told)
+            if writes_to_console(seen) and all(line in rest for line in seen.told):
+                return (ACCEPTED, " + ".join([*names, LOST_OUTPUT]))
+        raise Surprise(f"{seen.told} instead of {usual.told}")
 
     # What may be otherwise in the staged copy than ever, by the calls that failed.
     def _judge_copy(self, world: World, seen: Launch) -> list[str]:
         if not seen.staged:
             return []
         # What is usually started in place is staged when a volume is missing.
-        no_volume: Absent = {world.medias / "2/2.txt": ("missing", NO_MARKER)}
-        usual = self.usual.staged or self._twin(world, no_volume).staged
+        no_volume = frozenset({(Path("2/2.txt"), NO_MARKER)})
+        usual = self.usual.staged or self._twin(no_volume).staged
+        closed = [call.path for call in seen.failed if call.name == "close"]
         excuses = [(call, excuse_of(world, seen, call)) for call in seen.failed]
         names = set()
         for place in sorted(usual | seen.staged):
             whole, part = usual.get(place), seen.staged.get(place)
             # On closing, a file system may say for the last time that the data did not arrive. Here
             # they did, as the failure is not a real one; still it must not be passed over.
-            closing = ("close", f"{seen.staging}/{place}")
             is_file = part and part.contents and place != "remove.bat"
-            if is_file and closing in [(call.name, call.path) for call in seen.failed]:
+            if is_file and f"{seen.staging}/{place}" in closed:
                 raise Surprise("an installer was started although closing a copy failed")
             if whole == part:
                 continue
@@ -153,18 +136,16 @@ class Judge:
             names.add(fitting[0])
         return sorted(names)
 
-    # A launch without failures in a world in which these files are not there.
-    def _twin(self, world: World, absent: Absent) -> Launch:
-        key = frozenset((path.relative_to(world.medias), how) for path, (how, _) in absent.items())
-        if key not in self._twins:
-            twin = World(self._workplace, self._kind)
-            for place, how in key:
-                (twin.medias / place).write_text("")
-                if how == "missing":
-                    (twin.medias / place).unlink()
-            self._twins[key] = twin.launch(self._program)
-            shutil.rmtree(twin.root)
-        return self._twins[key]
+    # A launch without failures in a world in which these files are empty, or not there.
+    @cache
+    def _twin(self, absent: Absent) -> Launch:
+        with tempfile.TemporaryDirectory(prefix="kvl-faults.") as root:
+            world = World(root, self._kind)
+            for place, name in absent:
+                (world.medias / place).unlink()
+                if name in (NO_MARKER, EMPTY_VOLUMES_FILE):
+                    (world.medias / place).touch()
+            return world.launch(self._program, *UNTIL_INSTALLER)
 
 
 def judge_abort(world: World, seen: Launch) -> Verdict:
@@ -176,10 +157,11 @@ def judge_abort(world: World, seen: Launch) -> Verdict:
         and last.startswith(f"  what():  lstat - {world.without_places(entry.path)} - ")
         and "SYMLINK_NOFOLLOW" in entry.arguments
         and Path(entry.path).parent in world.media.parents
+        and not (seen.staged or seen.report)
     )
-    if not is_documented or seen.staged or seen.report:
+    if not is_documented:
         raise Surprise(f"it died by {signal.Signals(-seen.status).name}: {seen.err[-3:]}")
-    return Verdict(MESSAGE, "abort, an entry above the media cannot be looked at")
+    return (MESSAGE, "abort, an entry above the media cannot be looked at")
 
 
 def excuse_of(world: World, seen: Launch, call: Call) -> str:
@@ -195,9 +177,8 @@ def excuse_of(world: World, seen: Launch, call: Call) -> str:
     is_head = path == world.media / "inst" or path.parent == world.external
     is_of_head = is_head and call.error not in ("EMFILE", "ENFILE", "ENOMEM")
     is_opening = call.name == "fstat" or re.search("O_DIRECTORY|AT_EMPTY_PATH", call.arguments)
-    if is_opening and (is_of_head or call.error in ("EACCES", "ENOENT")):
-        return EMPTY_DIRECTORY
-    return ""
+    is_closed_or_gone = call.error in ("EACCES", "ENOENT")
+    return EMPTY_DIRECTORY if is_opening and (is_of_head or is_closed_or_gone) else ""
 
 
 def is_cut_off(whole: Entry, part: Entry | None) -> bool:
@@ -211,30 +192,32 @@ def is_cut_off(whole: Entry, part: Entry | None) -> bool:
 def is_about(world: World, call: Call, place: str) -> bool:
     """Whether it names the source of that of the copy. A descriptor has its real path only."""
     path = os.path.normpath(call.path)
-    sources = set(map(str, world.sources_of(place)))
+    sources = {str(world.media / place), str(world.external / place.removeprefix("inst/"))}
     if "O_DIRECTORY" not in call.arguments:
         sources |= {os.path.realpath(source) for source in sources}
     return path in sources
 
 
-def absent_files(world: World, seen: Launch) -> tuple[Absent, Absent]:
+def absent_files(world: World, seen: Launch) -> list[Absent]:
     """Files of the volume search; or volumes in directories beside the media, not listed."""
-    found: Absent = {}
-    beside: Absent = {}
+    found: dict[Path, str] = {}
+    beside: dict[Path, str] = {}
     for call in seen.failed:
         path = Path(os.path.normpath(call.path))
         if path == world.media / "inst/volumes.txt":
-            empty, missing = ("empty", EMPTY_VOLUMES_FILE), ("missing", NO_VOLUMES_FILE)
-            found.setdefault(path, missing if call.name == "access" else empty)
-        elif re.fullmatch(r"[0-9]+\.txt", path.name):
-            found.setdefault(path, ("empty", NO_MARKER))
+            name = NO_VOLUMES_FILE if call.name == "access" else EMPTY_VOLUMES_FILE
+            found.setdefault(path, name)
+        elif re.fullmatch(r"[0-9]+\.txt", path.name) and path.exists():
+            found.setdefault(path, NO_MARKER)
         elif path in world.media.parents and path.is_relative_to(world.medias):
             for marker in path.glob("[0-9].txt"):
-                found.setdefault(marker, ("missing", NO_LIST_ABOVE))
+                found.setdefault(marker, NO_LIST_ABOVE)
             if (call.name, call.error, path) == ("getdents64", "ENOENT", world.media.parent):
-                markers = path.glob("[2-9]/[2-9].txt")
-                beside |= dict.fromkeys(markers, ("missing", REMOVED_DIRECTORY))
-    return {path: how for path, how in found.items() if path.exists()}, beside
+                beside |= dict.fromkeys(path.glob("[2-9]/[2-9].txt"), REMOVED_DIRECTORY)
+    return [
+        frozenset((path.relative_to(world.medias), name) for path, name in files.items())
+        for files in (found, beside)
+    ]
 
 
 def writes_to_console(seen: Launch) -> bool:
