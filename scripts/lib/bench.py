@@ -3,8 +3,6 @@
 Every time is a ratio of medians that hyperfine measures: the launcher and its peers run in turn, A B A B,
 on the same file system. The trees lie on a memory file system where there is one.
 """
-from __future__ import annotations
-
 import argparse
 import json
 import os
@@ -14,7 +12,6 @@ import shlex
 import shutil
 import statistics
 import subprocess
-import sys
 import tempfile
 from collections.abc import Callable, Iterable
 from functools import partial
@@ -22,7 +19,9 @@ from pathlib import Path
 
 BIN = Path(__file__).resolve().parent.parent.parent / "build/release/bin"
 KIB, MIB = 1024, 1024 * 1024
-QUICK = "--quick" in sys.argv[1:]
+PARSER = argparse.ArgumentParser("scripts/bench")
+PARSER.add_argument("--quick", action="store_true", help="everything once, on small trees")
+QUICK = PARSER.parse_args().quick
 REACHED: list[bool] = []
 
 Environment = dict[str, str]
@@ -197,9 +196,6 @@ def parts(work: Path) -> None:
 
 
 def main() -> None:
-    parser = argparse.ArgumentParser(prog="scripts/bench")
-    parser.add_argument("--quick", action="store_true", help="everything once, on small trees")
-    parser.parse_args()
     print(f"{'case':<34} {'peer':<28} {'figure (quartiles)':<26} {'goal':<10} {'verdict':<8} "
           f"{'peak memory':<18} system calls")
     # A memory file system with room for the largest comparison, or the usual temporary place.

@@ -5,8 +5,6 @@
 Each file in the archives is listed with its checksums and its licence, each library of
 packaging/libraries.json that is linked into a program with the version that is installed here.
 """
-from __future__ import annotations
-
 import hashlib
 import io
 import json
