@@ -186,7 +186,7 @@ def unknown_options(words: list[str], text: str) -> str:
 def main() -> int:
     parser = argparse.ArgumentParser("scripts/check-docs", description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--report", type=Path, metavar="FILE",
+    parser.add_argument("--report", type=Path, metavar="FILE", default=os.devnull,
                         help="write one line for each document there: verdict, document, text")
     parser.add_argument("documents", nargs="*", type=Path, metavar="DOCUMENT")
     options = parser.parse_args()
@@ -199,12 +199,10 @@ def main() -> int:
             for problem in problems:
                 print(f"{path}: {problem}")
             lines.append(f"failed\t{path}\tsee the log\n" if problems else f"passed\t{path}\t\n")
-    if options.report:
-        options.report.write_text("".join(lines))
+    options.report.write_text("".join(lines))
     failed = sum(line.startswith("failed") for line in lines)
     print(f"{len(lines) - failed} documents passed, {failed} failed")
     return 0 if lines and not failed else 1
 
 
-if __name__ == "__main__":
-    sys.exit(main())
+sys.exit(main())

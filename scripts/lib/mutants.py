@@ -150,9 +150,8 @@ class Finder:
             yield ("character", *where, "'#'")
 
     def _negation(self, opening: int) -> Iterator[Edit]:
-        if self._text_at(opening) != "(" or opening not in self.partner:
-            return
-        if self._text_at(opening + 1) != "!":  # its removal is a rule of its own
+        is_condition = self._text_at(opening) == "(" and opening in self.partner
+        if is_condition and self._text_at(opening + 1) != "!":  # its removal is a rule of its own
             start, end = self.tokens[opening].end(), self.tokens[self.partner[opening]].start()
             yield ("negated", start, end, f"!({self.text[start:end]})")
 
@@ -207,13 +206,13 @@ class Finder:
         if token[0] == "return" and end > index + 1:
             if self._text_at(index + 1) not in ("{", "true", "false"):  # those have other rules
                 yield ("returned", *where, "return {}")
-        elif token[0] in ("throw", "break", "continue", "return"):
-            yield ("removed", *where, "")
-        elif token[0] not in NO_ACTION and self._is_action(index, end):
+        elif token[0] in ("throw", "break", "continue", "return") or self._is_action(index, end):
             yield ("removed", *where, "")
 
     def _is_action(self, index: int, end: int) -> bool:
         """A call, an assignment or a step, and no declaration."""
+        if self._text_at(index) in NO_ACTION:
+            return False
         if self._text_at(index) in STEPS or self._text_at(end - 1) in STEPS:
             return True
         for place in range(index, end):

@@ -28,18 +28,14 @@ set -e
 place=$1
 shift
 while read -r _ point _; do
-  case $point in
-    /proc) ;;
-    *) mount -n -o remount,ro,bind "$point" 2>/dev/null || : ;;
-  esac
+  [ "$point" = /proc ] || mount -n -o remount,ro,bind "$point" 2>/dev/null || :
 done </proc/self/mounts
 mount -n -o remount,ro,bind /
 mount -n --bind "$place" /mnt
 mount -n -o remount,ro,bind /mnt
 mount -n -t tmpfs -o mode=0755 tmpfs "$place/tmp"
-for name in null zero full random urandom tty fd stdin stdout stderr; do
-  cp -a "/dev/$name" "$place/tmp"
-done
+cd /dev
+cp -a null zero full random urandom tty fd stdin stdout stderr "$place/tmp"
 mkdir "$place/tmp/pts"
 mount -n -t devpts -o newinstance,ptmxmode=0666 devpts "$place/tmp/pts"
 ln -s pts/ptmx "$place/tmp/ptmx"
