@@ -5,23 +5,23 @@
 namespace kvl::test {
 namespace {
 
-constexpr int kStreams = 3;
+constexpr int kStandardStreams = 3;
 constexpr int kHighest = 256;
 
 /// What a caller may have left, within RunIsolated: the standard streams and three descriptors
 /// more.
 void SetUpDescriptors() {
   ::dup2(::open("/dev/null", O_RDWR), STDIN_FILENO);
-  for (int number = kStreams; number < kHighest; ++number) ::close(number);
+  for (int number = kStandardStreams; number < kHighest; ++number) ::close(number);
   for (const int number : {3, 9, 200}) ::dup2(STDIN_FILENO, number);
 }
 
 TEST(PrepareDescriptors, LeavesNothingToReadOrWriteOnClosedStreams) {
   const Outcome outcome = RunIsolated([] {
     SetUpDescriptors();
-    for (int stream = 0; stream < kStreams; ++stream) ::close(stream);
+    for (int stream = 0; stream < kStandardStreams; ++stream) ::close(stream);
     PrepareDescriptors("/somewhere/kvl-launcher");
-    for (int stream = 0; stream < kStreams; ++stream) {
+    for (int stream = 0; stream < kStandardStreams; ++stream) {
       char byte = 'x';
       if (::fcntl(stream, F_GETFD) != FD_CLOEXEC) return 1;
       if (::read(stream, &byte, 1) != -1 || errno != EBADF) return 2;

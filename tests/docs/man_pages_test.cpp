@@ -8,10 +8,10 @@
 namespace kvl::test {
 namespace {
 
-using Names = std::set<std::string>;
+using Words = std::set<std::string>;
 
 /// What a pattern finds, each time its first group.
-Names FoundIn(const std::string& text, const std::string& pattern) {
+Words MatchesIn(const std::string& text, const std::string& pattern) {
   const std::regex regex(pattern);
   return {std::sregex_token_iterator(text.begin(), text.end(), regex, 1), {}};
 }
@@ -36,14 +36,14 @@ TEST_F(ManPages, AreCleanForMandoc) {
 }
 
 /// The rows of all tables of a page, as print_tables prints them.
-Names TablesOn(const std::string& page) {
-  Names rows;
+Words TablesOn(const std::string& page) {
+  Words rows;
   for (const PageLine& line : ReadPage(page)) {
     const std::string below = line.subsection.empty() ? "" : ", " + line.subsection;
     const auto add = [&](const std::string& place, const std::string& pattern,
                          const std::string& in_front = "") {
       if (!place.starts_with(line.section)) return;
-      for (const std::string& row : FoundIn(line.text, pattern)) {
+      for (const std::string& row : MatchesIn(line.text, pattern)) {
         rows.insert(page + " " + place + ": " + in_front + row);
       }
     };
@@ -60,22 +60,22 @@ Names TablesOn(const std::string& page) {
 }
 
 /// The options of kvl-media in the help text of a subcommand, as rows.
-Names MediaOptions(const std::string& subcommand) {
+Words MediaOptions(const std::string& subcommand) {
   const std::string place = subcommand == "--help" ? "" : ", Options of " + subcommand;
   const std::string help = RunProgram({{BuiltProgram("kvl-media"), subcommand, "--help"}}).out;
-  Names options = FoundIn(help, "\n +(?:-[a-z],)?(--[a-z-]+)"), rows;
-  options.merge(FoundIn(help, "\n +(-[a-z]),--"));
+  Words options = MatchesIn(help, "\n +(?:-[a-z],)?(--[a-z-]+)"), rows;
+  options.merge(MatchesIn(help, "\n +(-[a-z]),--"));
   for (const std::string& row : options) rows.insert("kvl-media.1 OPTIONS" + place + ": " + row);
   return rows;
 }
 
 TEST_F(ManPages, HaveTheTablesOfTheCode) {
-  Names in_code = FoundIn(RunProgram({{BuiltProgram("print_tables")}}).out, "([^\n]+)");
+  Words in_code = MatchesIn(RunProgram({{BuiltProgram("print_tables")}}).out, "([^\n]+)");
   for (const char* subcommand : {"--help", "check", "make"})
     in_code.merge(MediaOptions(subcommand));
-  Names on_pages = TablesOn("kvl-launcher.1");
+  Words on_pages = TablesOn("kvl-launcher.1");
   on_pages.merge(TablesOn("kvl-media.1"));
-  const auto without = [](const Names& all, const Names& others) {
+  const auto without = [](const Words& all, const Words& others) {
     std::vector<std::string> rest;
     std::set_difference(all.begin(), all.end(), others.begin(), others.end(),
                         std::back_inserter(rest));
@@ -105,7 +105,7 @@ TEST_F(ManPages, HaveNoMessageThatTheCodeHasNot) {
 
 TEST_F(ManPages, HaveTheMessagesOfTheAdministratorsPage) {
   const std::string page = "kvl-launcher.1";
-  const Names texts = FoundIn(ReadFile(SourceFile("docs/administrators.md")), "`([^`\n]+)`");
+  const Words texts = MatchesIn(ReadFile(SourceFile("docs/administrators.md")), "`([^`\n]+)`");
   const auto staging = MessagesOf(page, "DIAGNOSTICS", "Why staging failed");
   for (const auto& [subsection, level] :
        {std::pair("Errors", "ERROR: "), {"Warnings", "WARN: "}, {"Information", "INFO: "}}) {
@@ -138,22 +138,22 @@ std::string PublicPartOf(const std::string& header) {
 
 TEST_F(ManPages, OfTheLibraryHaveItsHeadersFunctionsAndConstants) {
   const std::string build_file = ReadFile(SourceFile("insio/CMakeLists.txt"));
-  const Names list = FoundIn(build_file, "public_headers((?:\\s+\\w+\\.h)+)");
-  Names in_code = FoundIn(ReadFile(SourceFile("insio/KVLInsIO.h.in")), "#define (\\w+)");
+  const Words list = MatchesIn(build_file, "public_headers((?:\\s+\\w+\\.h)+)");
+  Words in_code = MatchesIn(ReadFile(SourceFile("insio/KVLInsIO.h.in")), "#define (\\w+)");
   in_code.insert("KVLInsIO.h");  // made from the others
-  for (const std::string& header : FoundIn(*list.begin(), "(\\w+\\.h)")) {
+  for (const std::string& header : MatchesIn(*list.begin(), "(\\w+\\.h)")) {
     const std::string text = PublicPartOf(header);
     in_code.insert(header);
-    in_code.merge(FoundIn(text, "(operator[^\\s(]+|[A-Za-z_]\\w*)\\("));
-    in_code.merge(FoundIn(text, "\\b(k[A-Z]\\w*) ="));
+    in_code.merge(MatchesIn(text, "(operator[^\\s(]+|[A-Za-z_]\\w*)\\("));
+    in_code.merge(MatchesIn(text, "\\b(k[A-Z]\\w*) ="));
   }
   // Assignment goes without saying; the others stand in the type of a function and in std::hash.
   for (const char* name : {"operator=", "void", "operator"}) in_code.erase(name);
 
-  Names on_page;
+  Words on_page;
   for (const PageLine& line : ReadPage("KVLInsIO.3")) {
     if (line.section != "SYNOPSIS") continue;
-    on_page.merge(FoundIn(line.text, "^\\.(?:F[no] (?:\\S*::)?|Dv |In KVLInsIO/)(\\S+)"));
+    on_page.merge(MatchesIn(line.text, "^\\.(?:F[no] (?:\\S*::)?|Dv |In KVLInsIO/)(\\S+)"));
   }
   EXPECT_EQ(on_page, in_code);
 }

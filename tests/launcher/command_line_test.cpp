@@ -6,8 +6,6 @@
 namespace kvl::test {
 namespace {
 
-constexpr bool kWithoutWaiting = false;
-
 using Arguments = std::vector<const char*>;
 
 /// Gets the arguments as main does: behind the program's name, and with a null pointer at the end.

@@ -8,6 +8,9 @@
 
 namespace kvl::test {
 
+/// For a Launcher that does not wait for what it starts.
+inline constexpr bool kWithoutWaiting = false;
+
 /// What lies below {tmp} after a media was staged: a copy of some pieces of it, and more. All texts
 /// as in MediaWorld.
 struct StagedTree {

@@ -9,8 +9,6 @@
 namespace kvl::test {
 namespace {
 
-constexpr bool kWithoutWaiting = false;
-
 /// A Launcher without arguments; its fields are set by the test.
 class PlainLauncher : public Launcher {
  public:

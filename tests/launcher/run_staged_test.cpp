@@ -112,15 +112,15 @@ ExpectedRun StagedFrom(const std::string& root, const std::string& before,
   return expected;
 }
 
-const LaunchPlan kByOption = {.arguments = {"-installerPath", "{ext}"}};
-const std::string kExtNamed = says::ArgumentNames("{ext}");
+const LaunchPlan kExtByOption = {.arguments = {"-installerPath", "{ext}"}};
+const std::string kOptionNamesExt = says::ArgumentNames("{ext}");
 
 TEST(RunStaged, AnExternalInstallerIsLaidOverTheMediasInst) {
   LaunchWorld world;
   MediaWithoutInstaller(world);
   world.Volume("ext/1").Installer().File("inst/other/file", "not copied");
   const LaunchSeen seen =
-      world.Expect(StagedFrom("ext/1", SaysNoneIn("{1}") + kExtNamed), kByOption);
+      world.Expect(StagedFrom("ext/1", SaysNoneIn("{1}") + kOptionNamesExt), kExtByOption);
   EXPECT_THAT(seen.staged, Contains("f 644 {staging}/inst/common/own = kept"));
   EXPECT_THAT(seen.staged, Contains("f 644 {staging}/inst/common/reffiles/list = common of ext/1"));
 }
@@ -141,12 +141,12 @@ TEST(RunStaged, WithoutAnOperatingSystemCopiesAllOfExternalInst) {
   MediaWithoutInstaller(world);
   world.Volume("ext/1").Installer("").File("inst/other/file", "copied");
   ExpectedRun expected =
-      StagedFrom("ext/1", says::NoneInCurrentMedia("{1}/inst/code/bin/installer") + kExtNamed,
+      StagedFrom("ext/1", says::NoneInCurrentMedia("{1}/inst/code/bin/installer") + kOptionNamesExt,
                  "/inst//code/bin/installer");
   expected.arguments.front() = "{staging}/inst/code/bin/installer";
   expected.env.os = "";
   const LaunchSeen seen =
-      world.Expect(expected, {.arguments = kByOption.arguments, .without = {"KVL_OS"}});
+      world.Expect(expected, {.arguments = kExtByOption.arguments, .without = {"KVL_OS"}});
   EXPECT_THAT(seen.staged, Contains("f 644 {staging}/inst/other/file = copied"));
 }
 
@@ -157,10 +157,10 @@ TEST(RunStaged, WithoutACleanUpScriptWhenItCannotBeOpened) {
   MediaWithoutInstaller(world);
   world.Volume("ext/1").Dir("inst").Installer(os);
   ExpectedRun expected =
-      StagedFrom("ext/1", says::NoneInCurrentMedia("{1}" + place) + kExtNamed, place);
+      StagedFrom("ext/1", says::NoneInCurrentMedia("{1}" + place) + kOptionNamesExt, place);
   expected.env.os = os;
   expected.left.script_for = "";
-  world.Expect(expected, {.arguments = kByOption.arguments, .env = {{"KVL_OS", os}}});
+  world.Expect(expected, {.arguments = kExtByOption.arguments, .env = {{"KVL_OS", os}}});
   EXPECT_TRUE(fs::is_directory(world.Text("{staging}/remove.bat")));
 }
 

@@ -9,7 +9,7 @@ namespace kvl::test {
 namespace {
 
 /// All texts as in MediaWorld, whose directory is the working directory.
-struct Row {
+struct MediaRow {
   std::string name;
   std::vector<std::string> directories;  ///< that hold an installer
   std::string media;
@@ -19,7 +19,7 @@ struct Row {
 };
 
 /// Claims, too, that the media is left as it is.
-void ExpectValidation(const MediaWorld& world, const Row& row) {
+void ExpectValidation(const MediaWorld& world, const MediaRow& row) {
   const Undo leave([before = fs::current_path()] { fs::current_path(before); });
   fs::current_path(world.Path("."));
   const std::vector<std::string> before = DescribeTreeExactly(world.Path("."));
@@ -34,8 +34,8 @@ void ExpectValidation(const MediaWorld& world, const Row& row) {
   EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
 }
 
-void ExpectValidations(const std::vector<Row>& rows) {
-  for (const Row& row : rows) {
+void ExpectValidations(const std::vector<MediaRow>& rows) {
+  for (const MediaRow& row : rows) {
     SCOPED_TRACE(row.name);
     const MediaWorld world;
     for (const std::string& directory : row.directories) {

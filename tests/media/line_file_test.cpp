@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kLongest = LineFile::kLongestLine;
 
-std::vector<std::string> LinesOf(const std::string& path) {
+std::vector<std::string> AllLines(const std::string& path) {
   LineFile file(path);
   std::vector<std::string> lines;
   for (std::string line; file.Next(line);) lines.push_back(line);
@@ -21,20 +21,20 @@ std::vector<std::string> LinesOf(const std::string& path) {
 
 TEST(LineFile, GivesTheLinesWithoutTheirEnds) {
   TestDirectory directory;
-  EXPECT_THAT(LinesOf(directory.Write("a", "one\r\n\ntwo\r\r\nthree")),
+  EXPECT_THAT(AllLines(directory.Write("a", "one\r\n\ntwo\r\r\nthree")),
               ElementsAre("one", "", "two\r", "three"));
-  EXPECT_THAT(LinesOf(directory.Write("b", "")), IsEmpty());
-  EXPECT_THAT(LinesOf(directory.Write("c", "\n\n")), ElementsAre("", ""));
+  EXPECT_THAT(AllLines(directory.Write("b", "")), IsEmpty());
+  EXPECT_THAT(AllLines(directory.Write("c", "\n\n")), ElementsAre("", ""));
 }
 
 TEST(LineFile, CutsALongLineAndPassesOverItsRest) {
   TestDirectory directory;
   for (const std::size_t more : {0UL, 1UL, 70'000UL}) {
     const std::string contents = std::string(kLongest + more, 'x') + "\nnext\n";
-    EXPECT_THAT(LinesOf(directory.Write("file", contents)),
+    EXPECT_THAT(AllLines(directory.Write("file", contents)),
                 ElementsAre(std::string(kLongest, 'x'), "next"))
         << more;
-    EXPECT_THAT(LinesOf(directory.Write("last", std::string(kLongest + more, 'x'))),
+    EXPECT_THAT(AllLines(directory.Write("last", std::string(kLongest + more, 'x'))),
                 ElementsAre(std::string(kLongest, 'x')))
         << more;
   }

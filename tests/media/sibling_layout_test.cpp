@@ -5,7 +5,7 @@
 namespace kvl::test {
 namespace {
 
-constexpr char kComplete[] = R"(
+constexpr char kCompleteSiblings[] = R"(
  INFO: This media is composed of 3 volumes.
        Volume 1 found in: {m/1}
        Volume 2 found in: {m/2}
@@ -20,7 +20,7 @@ constexpr char kThirdIsMissing[] = R"(
 = 0 {m/2} MTBDIR=SET-A VolumesCount=3)";
 
 TEST(SiblingLayout, WithAllVolumesListsTheirDirectoriesInOrder) {
-  ExpectScan("m/1: volumes=3 1=SET-A; m/3: 3=SET-A; m/2: 2=SET-A", kComplete);
+  ExpectScan("m/1: volumes=3 1=SET-A; m/3: 3=SET-A; m/2: 2=SET-A", kCompleteSiblings);
 }
 
 TEST(SiblingLayout, DoesNotDependOnTheNameOfTheMediaDirectory) {
@@ -119,11 +119,11 @@ TEST(SiblingLayout, CountsADirectoryWithoutItsOwnReadableMarkerAsAbsent) {
 TEST(SiblingLayout, FollowsALinkToAVolumesDirectoryAndNamesTheLink) {
   MediaWorld world;
   world.Volume("m").Link("2", "{elsewhere}");
-  ExpectScan(world, "m/1: volumes=3 1=SET-A; elsewhere: 2=SET-A; m/3: 3=SET-A", kComplete);
+  ExpectScan(world, "m/1: volumes=3 1=SET-A; elsewhere: 2=SET-A; m/3: 3=SET-A", kCompleteSiblings);
 }
 
 TEST(SiblingLayout, CompleteIsNotOvertakenByAnAmVolumeAbove) {
-  ExpectScan("m/1: volumes=3 1=SET-A; m/2: 2=SET-A; m/3: 3=SET-A; m: 5=AM-A", kComplete);
+  ExpectScan("m/1: volumes=3 1=SET-A; m/2: 2=SET-A; m/3: 3=SET-A; m: 5=AM-A", kCompleteSiblings);
 }
 
 TEST(SiblingLayout, WithTheFirstVolumeAloneGoesOnToAnAmVolumeAbove) {
