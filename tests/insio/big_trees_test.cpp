@@ -12,8 +12,7 @@
 namespace kvl::test {
 namespace {
 
-using KVLInsIO::FindFirstFile;
-using KVLInsIO::kFile;
+using namespace KVLInsIO;
 
 /// Where entries are made fastest: in memory, if the system has such a place with room for many.
 Environment PlaceForManyEntries() {
@@ -28,15 +27,6 @@ Environment PlaceForManyEntries() {
 /// A directory for trees that would take too long elsewhere.
 class BigTree : public testing::Test {
  protected:
-  static std::vector<std::string> NamesIn(const std::string& directory) {
-    std::vector<std::string> names;
-    for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
-      names.push_back(entry.path().filename());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-  }
-
   std::string Path(const std::string& name) const { return directory_.Path(name); }
 
   ScopedEnv env_{PlaceForManyEntries()};
@@ -83,22 +73,13 @@ TEST_F(DeepTree, EndsTheCopyWithItsMessageWhereTheNewPathIsTooLong) {
 }
 
 TEST_F(DeepTree, IsListedUpToTheLongestPathAndNotBeyond) {
-  const std::size_t room = 20;
-  const std::string directory = PathOfLength(Path("tree"), kLongestPath - room - 1);
-  fs::create_directories(directory);
-  const int opened = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY);
-  ASSERT_GE(opened, 0);
-  const auto make = [&](const std::string& name) {
-    ::close(::openat(opened, name.c_str(), O_WRONLY | O_CREAT, 0644));
-  };
-  const std::string longest(room, 'f'), too_long(room + 1, 'f');
-  make(longest);
-  EXPECT_EQ(FindFirstFile(directory, kFile).FullPath(), directory + "/" + longest);
-  ::unlinkat(opened, longest.c_str(), 0);
-  make(too_long);
-  EXPECT_EQ(FailureOf([&] { return FindFirstFile(directory, kFile); }),
-            Exception("lstat - " + directory + "/" + too_long, ENAMETOOLONG));
-  ::close(opened);
+  const std::string end = PathOfLength(Path("tree"), kLongestPath - 5).substr(Path("tree").size());
+  fs::create_directories(Path("tree") + end);
+  std::ofstream(Path("tree") + end + "/file") << "text";
+  EXPECT_EQ(FindFirstFile(Path("tree") + end, kFile).FullPath(), Path("tree") + end + "/file");
+  fs::rename(Path("tree"), Path("trees"));
+  EXPECT_EQ(FailureOf([&] { return FindFirstFile(Path("trees") + end, kFile); }),
+            Exception("lstat - " + Path("trees") + end + "/file", ENAMETOOLONG));
 }
 
 class WideTree : public BigTree {
@@ -138,8 +119,11 @@ TEST_F(WideTree, IsListedCopiedAndDeletedInFlatMemory) {
   EXPECT_EQ(DoneInFlatMemory({"list", Path("from")}), kEntries);
   EXPECT_EQ(DoneInFlatMemory({"delete_empty", Path("from")}), 0);
   DoneInFlatMemory({"copy", Path("from"), Path("to")});
-  EXPECT_TRUE(NamesIn(Path("from")) == names);
-  EXPECT_TRUE(NamesIn(Path("to")) == names);
+  for (const std::string name : {"from", "to"}) {
+    auto seen = NamesIn(Path(name));
+    std::sort(seen.begin(), seen.end());
+    EXPECT_TRUE(seen == names) << name;
+  }
   DoneInFlatMemory({"delete", Path("to")});
   EXPECT_FALSE(fs::exists(Path("to")));
 }

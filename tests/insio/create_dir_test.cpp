@@ -7,12 +7,10 @@
 namespace kvl::test {
 namespace {
 
-using KVLInsIO::CreateDir;
-using KVLInsIO::CreateDirExactly;
-using KVLInsIO::internal::CreateNewDirExactly;
+using namespace KVLInsIO;
+using internal::CreateNewDirExactly;
 
 using CreateDirTest = InOwnDirectory;
-using CreateDirExactlyTest = InOwnDirectory;
 
 /// "step/step/.../step", so many times.
 std::string Steps(const std::string& step, int count) {
@@ -44,13 +42,13 @@ TEST_F(CreateDirTest, MakesADirectoryAndItsMissingAncestors) {
 }
 
 TEST_F(CreateDirTest, GivesMode755LessTheUmask) {
-  for (const auto& [mask, mode] : {std::pair(0, 0755U), std::pair(027, 0750U)}) {
-    const ScopedUmask umask(static_cast<mode_t>(mask));
+  for (const mode_t mask : {0U, 027U}) {
+    const ScopedUmask umask(mask);
     const std::string name = std::to_string(mask);
     CreateDir(Path(name + "/a"));
     CreateDirExactly(Path(name + "/b/c"));
     for (const std::string made : {"", "/a", "/b", "/b/c"}) {
-      EXPECT_EQ(ModeOf(Path(name + made)), mode) << made;
+      EXPECT_EQ(ModeOf(Path(name + made)), 0755 & ~mask) << made;
     }
   }
 }
@@ -60,7 +58,7 @@ TEST_F(CreateDirTest, LeavesAnExistingDirectoryAsItIs) {
   SetMode(Path("a"), 0700);
   Link("link", "a");
   Link("dangling", "nowhere");  // which mkdir takes for a directory that was made meanwhile
-  const auto before = ExactTree();
+  const Unchanged tree(Path());
   for (const std::string name : {"a", "a/", "link", "link/", ".", "dangling"}) {
     CreateDir(Path(name));
     CreateDirExactly(Path(name));
@@ -68,7 +66,6 @@ TEST_F(CreateDirTest, LeavesAnExistingDirectoryAsItIs) {
   CreateDir("/");
   CreateDirExactly("/");
   EXPECT_EQ(FailureInside([] { CreateDir("."); }), kNoFailure);
-  EXPECT_EQ(ExactTree(), before);
 }
 
 TEST_F(CreateDirTest, NormalisesItsPathAlsoInItsMessages) {
@@ -120,19 +117,18 @@ TEST_F(CreateDirTest, RefusesAnEmptyPath) {
 
 TEST(CreateDir, RefusesWhatExistsAndIsNoDirectory) {
   const EveryKind world;
-  const auto before = DescribeTreeExactly(world.Path());
+  const Unchanged tree(world.Path());
   for (const std::string name : {"file", "link_to_file", "pipe", "link_to_pipe", "socket"}) {
     const std::string path = world.Path(name);
     const Failure expected = Exception("CreateDir - " + path + " is not a directory.");
     EXPECT_EQ(FailureOfMaking(path), expected);
     EXPECT_EQ(FailureOf([&] { CreateDirExactly(path); }), expected);
   }
-  EXPECT_EQ(DescribeTreeExactly(world.Path()), before);
 }
 
 TEST(CreateDir, ReportsTheWholePathWhenAnAncestorCannotBeMade) {
   const EveryKind world;
-  const auto before = DescribeTreeExactly(world.Path());
+  const Unchanged tree(world.Path());
   const std::vector<std::pair<std::string, int>> rows = {
       {"file/x", ENOTDIR},
       {"file/x/y/z", ENOTDIR},
@@ -147,7 +143,6 @@ TEST(CreateDir, ReportsTheWholePathWhenAnAncestorCannotBeMade) {
     EXPECT_EQ(FailureOfMaking(path), Exception("mkdir - " + path, error));
     EXPECT_EQ(FailureOf([&] { CreateDirExactly(path); }), Exception("mkdir - " + path, error));
   }
-  EXPECT_EQ(DescribeTreeExactly(world.Path()), before);
 }
 
 TEST_F(CreateDirTest, ReportsAParentThatIsClosedToTheUser) {
@@ -157,25 +152,19 @@ TEST_F(CreateDirTest, ReportsAParentThatIsClosedToTheUser) {
   EXPECT_THAT(Tree(), IsEmpty());
 }
 
-TEST_F(CreateDirTest, MakesSeveralHundredLevels) {
-  CreateDir(Path(Steps("d", 300)));
-  EXPECT_TRUE(fs::is_directory(Path(Steps("d", 300))));
-}
-
-TEST_F(CreateDirTest, EndsOnATooLongPathAndKeepsTheAncestors) {
+TEST_F(CreateDirTest, EndsOnATooLongPathAndKeepsHundredsOfAncestors) {
   Write("file", "");
   Write("'", "");
-  const std::string name(199, 'n');
   for (const std::string& path :
-       {"file/" + Steps("d", 50'000), "'/" + Steps("d", 50'000), Path("a/" + Steps(name, 500)),
+       {"file/" + Steps("d", 50'000), "'/" + Steps("d", 50'000), Path("a/" + Steps("name", 20'000)),
         Path("b/" + std::string(100'000, 'n'))}) {
     EXPECT_EQ(FailureInside([&] { CreateDir(path); }), Exception("mkdir - " + path, ENAMETOOLONG));
   }
-  EXPECT_TRUE(fs::is_directory(Path("a/" + Steps(name, 15))));
+  EXPECT_TRUE(fs::is_directory(Path("a/" + Steps("name", 700))));
   EXPECT_TRUE(fs::is_empty(Path("b")));
 }
 
-TEST_F(CreateDirExactlyTest, TakesThePathAsItStands) {
+TEST_F(CreateDirTest, ExactlyTakesThePathAsItStands) {
   EXPECT_EQ(FailureInside([] {
               for (const std::string name : {"'quoted'", "\"q\"", "'", "a\\b//c/", "a\\b/d/e"}) {
                 CreateDirExactly(name);
@@ -189,7 +178,7 @@ TEST_F(CreateDirExactlyTest, TakesThePathAsItStands) {
             Exception("mkdir - " + file + "//x", ENOTDIR));
 }
 
-TEST_F(CreateDirExactlyTest, OfANewOneTellsWhetherThisCallHasMadeIt) {
+TEST_F(CreateDirTest, OfANewOneExactlyTellsWhetherThisCallHasMadeIt) {
   EXPECT_TRUE(CreateNewDirExactly(Path("a\\b")));
   for (const std::string& other : {Path("a\\b"), Path("missing/x"), Link("dangling", "nowhere"),
                                    Path("a\\b/."), std::string()}) {

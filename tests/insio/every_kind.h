@@ -19,28 +19,23 @@ inline const std::vector<Kind> kEveryKind = {
     {"pipe", 2},          {"socket", 2},
 };
 
-class EveryKind {
+class EveryKind : public TestDirectory {
  public:
   EveryKind() {
-    directory_.Link("dangling_link", "nowhere");
-    directory_.Write("directory/inside", "inside");
-    directory_.Write("file", "file");
-    directory_.Link("link_to_directory", "directory");
-    directory_.Link("link_to_file", "file");
-    directory_.Link("link_to_link", "link_to_directory");
-    directory_.Link("link_to_pipe", "pipe");
-    directory_.Link("link_to_self", "link_to_self");
-    directory_.Pipe("pipe");
-    MakeSocket(directory_, "socket");
+    Link("dangling_link", "nowhere");
+    Write("directory/inside", "inside");
+    Write("file", "file");
+    Link("link_to_directory", "directory");
+    Link("link_to_file", "file");
+    Link("link_to_link", "link_to_directory");
+    Link("link_to_pipe", "pipe");
+    Link("link_to_self", "link_to_self");
+    Pipe("pipe");
+    MakeSocket(*this, "socket");
   }
-
-  const TestDirectory& Directory() const { return directory_; }
-  const std::string& Path() const { return directory_.Path(); }
-  std::string Path(const std::string& name) const { return directory_.Path(name); }
 
  private:
   ScopedUmask umask_{022};
-  TestDirectory directory_;
 };
 
 }  // namespace kvl::test

@@ -55,6 +55,10 @@ Failure ExceptionErrno(const std::string& message, int error) {
   return {"KVLInsExceptionErrno", WithErrorText(message, error)};
 }
 
+void ExpectFailures(const Failures& rows) {
+  for (const auto& [operation, failure] : rows) EXPECT_EQ(FailureOf(operation), failure);
+}
+
 Failure FailureOf(const std::function<void()>& action) {
   return InManual(Caught(action));
 }

@@ -23,6 +23,10 @@ Failure Exception(const std::string& message, int error);
 /// The same of class KVLInsExceptionErrno.
 Failure ExceptionErrno(const std::string& message, int error);
 
+/// Operations, and what they have to throw.
+using Failures = std::vector<std::pair<std::function<void()>, Failure>>;
+void ExpectFailures(const Failures& rows);
+
 /// What `action` threw.
 Failure FailureOf(const std::function<void()>& action);
 

@@ -11,12 +11,8 @@ namespace {
 
 using namespace KVLInsIO;
 
-/// A directory with an entry of every kind.
-class FileAttributes : public testing::Test {
+class FileAttributes : public testing::Test, protected EveryKind {
  protected:
-  std::string Path(const std::string& name) const { return world_.Path(name); }
-
-  const EveryKind world_;
   const std::string file_ = Path("file"), directory_ = Path("directory");
   const std::string link_ = Path("link_to_file");
 };
@@ -31,14 +27,12 @@ TEST_F(FileAttributes, OfWhatCannotBeReachedFailWithTheirMessages) {
       {Path(TooLongName()), ENAMETOOLONG},
   };
   for (const auto& [path, error] : rows) {
-    EXPECT_EQ(FailureOf([&, &path = path] { return GetTime(path); }),
-              ExceptionErrno("GetTime - " + path, error));
-    EXPECT_EQ(FailureOf([&, &path = path] { SetTime(path, 1, 2); }),
-              ExceptionErrno("SetTime - " + path, error));
-    EXPECT_EQ(FailureOf([&, &path = path] { Chmod(path, 644); }),
-              ExceptionErrno("Chmod - " + path, error));
-    EXPECT_EQ(FailureOf([&, &path = path] { return GetFileSize(path); }),
-              Exception("GetFileSize - " + path + " does not exist."));
+    ExpectFailures(
+        {{[&path = path] { return GetTime(path); }, ExceptionErrno("GetTime - " + path, error)},
+         {[&path = path] { SetTime(path, 1, 2); }, ExceptionErrno("SetTime - " + path, error)},
+         {[&path = path] { Chmod(path, 644); }, ExceptionErrno("Chmod - " + path, error)},
+         {[&path = path] { return GetFileSize(path); },
+          Exception("GetFileSize - " + path + " does not exist.")}});
     EXPECT_FALSE(SetReadOnly(path, kReadOnly)) << path;
     EXPECT_FALSE(SetReadOnly(path, kWritable)) << path;
   }
@@ -56,11 +50,9 @@ TEST_F(FileAttributes, GetTimeGivesAccessModificationAndStatusChange) {
 }
 
 TEST(FileTimes, AreEqualWhenAllThreeAre) {
-  EXPECT_EQ(FileTimes(), (FileTimes{0, 0, 0}));
-  EXPECT_EQ((FileTimes{1, 2, 3}), (FileTimes{1, 2, 3}));
-  EXPECT_NE((FileTimes{1, 2, 3}), (FileTimes{9, 2, 3}));
-  EXPECT_NE((FileTimes{1, 2, 3}), (FileTimes{1, 9, 3}));
-  EXPECT_NE((FileTimes{1, 2, 3}), (FileTimes{1, 2, 9}));
+  const FileTimes times = {1, 2, 3};
+  EXPECT_EQ(times, (FileTimes{1, 2, 3}));
+  for (const FileTimes& other : {FileTimes{9, 2, 3}, {1, 9, 3}, {1, 2, 9}}) EXPECT_NE(times, other);
 }
 
 TEST_F(FileAttributes, SetTimeSetsBothTimesInWholeSeconds) {
@@ -111,10 +103,10 @@ TEST_F(FileAttributes, SetReadOnlyTouchesTheOwnersWriteBitOnly) {
   };
   for (const Row& row : rows) {
     SetMode(file_, row.before);
-    const auto before = DescribeTreeExactly(world_.Path());
+    const auto before = DescribeTreeExactly(Path());
     EXPECT_EQ(SetReadOnly(file_, row.wanted), row.changed) << std::oct << row.before;
     EXPECT_EQ(ModeOf(file_), row.after) << std::oct << row.before;
-    EXPECT_EQ(DescribeTreeExactly(world_.Path()) != before, row.changed);
+    EXPECT_EQ(DescribeTreeExactly(Path()) != before, row.changed);
   }
 }
 
@@ -126,7 +118,7 @@ TEST_F(FileAttributes, SetReadOnlyReportsAModeThatCannotBeChanged) {
 }
 
 TEST_F(FileAttributes, GetFileSizeCountsBytesOfAllButDirectories) {
-  EXPECT_EQ(GetFileSize(world_.Directory().Write("odd", std::string("a\0b\n\xff", 5))), 5);
+  EXPECT_EQ(GetFileSize(Write("odd", std::string("a\0b\n\xff", 5))), 5);
   EXPECT_EQ(GetFileSize(link_), 4);
   EXPECT_EQ(GetFileSize(Path("pipe")), 0);
   fs::resize_file(file_, 5'000'000'000);  // a hole: takes no room
@@ -138,38 +130,37 @@ TEST_F(FileAttributes, GetFileSizeCountsBytesOfAllButDirectories) {
 }
 
 TEST_F(FileAttributes, GetFileSizeAsksTheNormalisedPathForTheSize) {
-  const std::string path = world_.Directory().Write("a\\b", "123");
+  const std::string path = Write("a\\b", "123");
   EXPECT_EQ(FailureOf([&] { return GetFileSize(path); }),
             ExceptionErrno("GetFileSize - Cannot stat " + Path("a/b"), ENOENT));
-  world_.Directory().Write("a/b", "1234567");
+  Write("a/b", "1234567");
   EXPECT_EQ(GetFileSize(path), 7);
-}
-
-std::int64_t FreeSpaceBySystem(const std::string& existing) {
-  struct statfs status;
-  EXPECT_EQ(::statfs(existing.c_str(), &status), 0) << existing;
-  return static_cast<std::int64_t>(status.f_bavail) * status.f_bsize;
 }
 
 /// Compares at a moment when nobody else wrote to the file system.
 void ExpectFreeSpaceOf(const std::string& existing, const std::string& path) {
+  const auto by_system = [&existing] {
+    struct statfs status;
+    EXPECT_EQ(::statfs(existing.c_str(), &status), 0) << existing;
+    return static_cast<std::int64_t>(status.f_bavail) * status.f_bsize;
+  };
   std::int64_t before = 0, seen = 0, after = -1;
   for (int attempt = 0; before != after && attempt < 10'000; ++attempt) {
-    before = FreeSpaceBySystem(existing);
+    before = by_system();
     seen = GetFreeSpace(path);
-    after = FreeSpaceBySystem(existing);
+    after = by_system();
   }
   EXPECT_EQ(seen, after) << path.substr(0, 200);
 }
 
 TEST_F(FileAttributes, GetFreeSpaceAsksTheNearestExistingAncestor) {
-  const std::string quoted = "\"" + world_.Path() + "/\"";  // as a user types it
-  ExpectFreeSpaceOf(world_.Path(), quoted);
+  const std::string quoted = "\"" + Path() + "/\"";  // as a user types it
+  ExpectFreeSpaceOf(Path(), quoted);
   for (const std::string& name :
        {std::string("file"), std::string("missing"), std::string("missing/a/b/c"),
         std::string("file/x"), std::string("dangling_link/x"), std::string("link_to_self"),
         std::string("missing\\a//"), TooLongName() + "/x", std::string(100'000, 'x') + "/x"}) {
-    ExpectFreeSpaceOf(world_.Path(), Path(name));
+    ExpectFreeSpaceOf(Path(), Path(name));
   }
   for (const std::string place : {"/", "/proc"}) {
     ExpectFreeSpaceOf(place, place);

@@ -8,9 +8,17 @@
 
 namespace kvl::test {
 
-/// A directory of the test's own, in which the umask is 022.
+/// A call that takes two paths, and what it has to throw.
+struct CallWithTwoPaths {
+  std::string name, source, destination;
+  Failure failure;
+};
+
+/// A directory of the test's own, in which the umask is 022. No test may leave a descriptor open.
 class InOwnDirectory : public testing::Test, protected TestDirectory {
  protected:
+  void TearDown() override { EXPECT_EQ(OpenDescriptors(), descriptors_); }
+
   /// Everything below the directory or one in it, see DescribeTree.
   std::vector<std::string> Tree(const std::string& name = ".") const {
     return DescribeTree(Path(name));
@@ -54,6 +62,7 @@ class InOwnDirectory : public testing::Test, protected TestDirectory {
   }
 
   ScopedUmask umask_{022};
+  const std::vector<std::string> descriptors_ = OpenDescriptors();
 };
 
 }  // namespace kvl::test

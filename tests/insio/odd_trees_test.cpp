@@ -22,9 +22,12 @@ TEST_F(OddNames, OfFilesAndDirectoriesAreCopiedAndDeleted) {
     Write("from/files/" + name, name);
     MakeDir("from/empty/" + name + "/" + name);
   }
+  SetMode(Write("from/zeros", std::string(200'000, '\0')), 0755);
+  const auto before = DescribeTreeExactly(Path("from"));
   Copy(Path("from"), Path("to"));
   EXPECT_EQ(Tree("to"), Tree("from"));
-  EXPECT_EQ(Tree("to").size(), 3 + 5 * kOddNames.size());
+  EXPECT_EQ(DescribeTreeExactly(Path("from")), before);
+  EXPECT_EQ(before.size(), 4 + 5 * kOddNames.size());
   EXPECT_TRUE(DeleteEmptyTree(Path("to/empty")));
   DeleteContents(Path("to/files"));
   EXPECT_THAT(Tree("to/files"), IsEmpty());
@@ -104,29 +107,6 @@ TEST_F(OddEntries, HardLinksArriveAsFilesAndNotOnThemselves) {
   EXPECT_EQ(ReadFile(file), "text");
 }
 
-TEST_F(OddEntries, SparseFilesArriveWithAllTheirZeros) {
-  Write("from/end", "text");
-  Write("from/hole", "");
-  fs::resize_file(Path("from/end"), 1'000'000);
-  fs::resize_file(Path("from/hole"), 3 * 65'536);
-  Copy(Path("from"), Path("to"));
-  EXPECT_TRUE(ReadFile(Path("to/end")) == "text" + std::string(999'996, '\0'));
-  EXPECT_TRUE(ReadFile(Path("to/hole")) == std::string(std::size_t{3} * 65'536, '\0'));
-}
-
-TEST_F(OddEntries, StickyAndSetIdBitsAreNotCopied) {
-  const ScopedUmask umask(0);
-  for (const auto& [name, mode] : std::vector<std::pair<std::string, unsigned>>{
-           {"4755", 04755}, {"2755", 02755}, {"1744", 01744}, {"7777", 07777}}) {
-    SetMode(MakeDir("from/d" + name), mode);
-    SetMode(Write("from/f" + name, ""), mode);
-  }
-  Copy(Path("from"), Path("to"));
-  EXPECT_THAT(Tree("to"),
-              ElementsAre("d 755 d1744", "d 755 d2755", "d 755 d4755", "d 755 d7777",
-                          "f 744 f1744 = ", "f 755 f2755 = ", "f 755 f4755 = ", "f 777 f7777 = "));
-}
-
 TEST_F(OddEntries, PipesDevicesAndSocketsAreNotCopied) {
   Pipe("pipe/entry");
   Make({"to_pipe/entry -> ../pipe/entry", "to_null/entry -> /dev/null",
@@ -184,13 +164,6 @@ TEST_F(CopyOfACircle, OrIntoItselfIsRefusedAndChangesNothing) {
     EXPECT_EQ(ExactTree(), before);
     Clear();
   }
-}
-
-TEST_F(CopyOfACircle, KeepsWhatWasCopiedBeforeTheRefusal) {
-  Make({"from/file", "from/a/file", "from/a/b/up -> ../.."});
-  EXPECT_EQ(FailureOfCopying(Path("from"), Path("to")), ToItself(Path("from/a/b/up")));
-  EXPECT_THAT(Tree("to"),
-              testing::IsSubsetOf({"d 755 a", "f 644 a/file = text", "f 644 file = text"}));
 }
 
 TEST_F(CopyOfACircle, IsNoneWhereLinksLeadAsideOrDown) {
@@ -261,7 +234,6 @@ TEST_F(CopyIntoItselfByAnyWay, IsRefusedBeforeAnythingIsDone) {
   for (const std::string source :
        {"from/", "from//.", "from/sub/..", "./from", "to_from", "to_sub/.."}) {
     rows.emplace_back(source, "from/to");
-    rows.emplace_back(source, Path("from/to"));
   }
   for (const std::string above : {".", "..", "from/.."}) rows.emplace_back(above, "to");
   rows.emplace_back(Path("from"), "from/to");
@@ -309,13 +281,6 @@ TEST_F(CopyIntoItself, IsToldWhereTheWorkingDirectoryHasNoPath) {
     Copy("from", "from/to");
   };
   EXPECT_EQ(FailureInside(copy_into_itself), ToItself("from"));
-}
-
-TEST_F(CopyIntoItself, IsNoneForASourceThatIsNoDirectory) {
-  const std::string file = Write("file", "text");
-  EXPECT_EQ(FailureOf([&] { CopyDir(file, file + "/to"); }),
-            Exception("mkdir - " + file + "/to", ENOTDIR));
-  EXPECT_EQ(FailureOf([&] { CopyDir(Path("missing"), Path("missing/to")); }), kNoFailure);
 }
 
 // The same place is not inside: each of its files refuses to be copied onto itself.

@@ -38,11 +38,6 @@ void EnterAsOrdinaryUser(const TestDirectory& directory) {
   Require(::setresuid(kNobody, kNobody, kNobody) == 0, "change the user");
 }
 
-bool EnterAsRootDirectory(const TestDirectory& directory) {
-  Enter(directory);
-  return ::chroot(".") == 0 || (::unshare(CLONE_NEWUSER) == 0 && ::chroot(".") == 0);
-}
-
 void GiveUpPermissions() {
   for (const int power : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH}) {
     if (::prctl(PR_CAPBSET_DROP, power, 0, 0, 0) != 0 && ::geteuid() == 0) ::_exit(kImpossibleHere);
@@ -63,12 +58,6 @@ void LimitDescriptors(unsigned count) {
   Require(LimitTo(RLIMIT_NOFILE, count), "limit the descriptors");
 }
 
-void LimitFurtherDescriptors(unsigned further) {
-  const int lowest_free = ::fcntl(STDERR_FILENO, F_DUPFD, 0);
-  Require(lowest_free >= 0 && ::close(lowest_free) == 0, "find a free descriptor");
-  LimitDescriptors(static_cast<unsigned>(lowest_free) + further);
-}
-
 std::vector<std::string> OpenDescriptors() {
   std::vector<std::string> descriptors;
   const fs::path own = "/proc/self/fd";
@@ -81,6 +70,14 @@ std::vector<std::string> OpenDescriptors() {
   }
   std::sort(descriptors.begin(), descriptors.end());
   return descriptors;
+}
+
+std::vector<std::string> NamesIn(const std::string& directory) {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(directory)) {
+    names.push_back(entry.path().filename());
+  }
+  return names;
 }
 
 struct stat StatusOf(const std::string& path) {

@@ -1,8 +1,8 @@
 // What lies around an operation: working directory, user, limits and descriptors of the process,
 // and what the system itself says of a file.
 //
-// Enter, EnterAsOrdinaryUser, EnterAsRootDirectory, LimitFileSize and LimitDescriptors last as long
-// as the process: call them only in a process of its own, as in RunIsolated or IsolatedFailureOf.
+// Enter, EnterAsOrdinaryUser, LimitFileSize and LimitDescriptors last as long as the process: call
+// them only in a process of its own, as in RunIsolated or IsolatedFailureOf.
 #pragma once
 
 #include "tests/support/test.h"
@@ -17,10 +17,6 @@ void Enter(const TestDirectory& directory);
 /// stays. Everybody may look into the directory afterwards. Use relative paths: the way to the
 /// directory itself may be closed.
 void EnterAsOrdinaryUser(const TestDirectory& directory);
-
-/// Makes the directory the working directory and the root directory. False where that is not allowed:
-/// an ordinary user may do it in a user namespace of its own, if at all.
-bool EnterAsRootDirectory(const TestDirectory& directory);
 
 /// What a `before` of a program ends the process with where it cannot do its work.
 inline constexpr int kImpossibleHere = 99;
@@ -40,11 +36,20 @@ std::vector<std::string> OpenDescriptors();
 /// No descriptor can have this number or a higher one.
 void LimitDescriptors(unsigned count);
 
-/// The same, counted from the descriptors that are open now.
-void LimitFurtherDescriptors(unsigned further);
+/// The names in a directory in the order of the system, without both dots.
+std::vector<std::string> NamesIn(const std::string& directory);
 
 /// What stat says, links followed.
 struct stat StatusOf(const std::string& path);
+
+/// At its end, everything below the directory has to be as it was at its beginning.
+class Unchanged : Undo {
+ public:
+  explicit Unchanged(const std::string& directory)
+      : Undo([directory, before = DescribeTreeExactly(directory)] {
+          EXPECT_EQ(DescribeTreeExactly(directory), before);
+        }) {}
+};
 
 /// A time of struct stat in one number.
 inline constexpr std::int64_t kSecond = 1'000'000'000;
