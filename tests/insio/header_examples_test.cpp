@@ -9,7 +9,7 @@
 namespace kvl::test {
 namespace {
 
-using KVLInsIO::InsPath;
+using namespace KVLInsIO;
 
 /// A function of one path or two; what stands between two in an example keeps them apart.
 struct Operation {
@@ -21,9 +21,9 @@ struct Operation {
 /// By the words of the declaration before the "(".
 const std::map<std::string, Operation> kOperations = {
     {"std::string NormalizeString",
-     {9, "", [](auto& text, auto&) { return KVLInsIO::NormalizeString(text); }}},
-    {"std::string ToSlashes", {1, "", [](auto& text, auto&) { return KVLInsIO::ToSlashes(text); }}},
-    {"std::string ToColons", {1, "", [](auto& text, auto&) { return KVLInsIO::ToColons(text); }}},
+     {9, "", [](auto& text, auto&) { return NormalizeString(text); }}},
+    {"std::string ToSlashes", {1, "", [](auto& text, auto&) { return ToSlashes(text); }}},
+    {"std::string ToColons", {1, "", [](auto& text, auto&) { return ToColons(text); }}},
     {"std::string Root", {4, "", [](auto& path, auto&) { return InsPath(path).Root(); }}},
     {"std::string RelativePart",
      {5, "", [](auto& path, auto&) { return InsPath(path).RelativePart(); }}},
@@ -31,7 +31,7 @@ const std::map<std::string, Operation> kOperations = {
     {"InsPath Parent", {5, "", [](auto& path, auto&) { return InsPath(path).Parent().Str(); }}},
     {"InsPath& operator/=",
      {3, " /= ", [](auto& path, auto& text) { return (InsPath(path) /= text).Str(); }}},
-    {"InsPath Join", {4, ", ", [](auto& a, auto& b) { return KVLInsIO::Join(a, b).Str(); }}},
+    {"InsPath Join", {4, ", ", [](auto& a, auto& b) { return Join(a, b).Str(); }}},
     {"InsPath Combine",
      {3, ", ", [](auto& base, auto& path) { return Combine(InsPath(base), InsPath(path)).Str(); }}},
     {"InsPath MakeRelative",
@@ -39,31 +39,25 @@ const std::map<std::string, Operation> kOperations = {
       [](auto& from, auto& to) { return MakeRelative(InsPath(from), InsPath(to)).Str(); }}},
 };
 
-/// "given" and "expected" of one example.
-using Example = std::pair<std::string, std::string>;
-
 std::string Meant(const std::string& text) {
   return text == "(empty)" ? "" : text;
 }
 
-/// Every "given  =>  expected" of a line, in columns that two blanks or more keep apart.
-void AddExamplesOf(const std::string& line, std::vector<Example>& examples) {
-  static const std::regex example("(\\S+(?: \\S+)*) {2,}=> {2,}(\\S+(?: \\S+)*)");
-  for (std::sregex_iterator match(line.begin(), line.end(), example), end; match != end; ++match) {
-    examples.emplace_back((*match)[1], (*match)[2]);
-  }
-}
-
-/// The examples in the comment above each declaration of a header.
-std::map<std::string, std::vector<Example>> ExamplesIn(const std::string& header) {
+/// "given" and "expected" of each example in the comment above each declaration of a header. In a
+/// line, "given  =>  expected" stands in columns that two blanks or more keep apart.
+std::map<std::string, std::vector<std::pair<std::string, std::string>>> ExamplesIn(
+    const std::string& header) {
   static const std::regex declaration(" *(?:\\[\\[nodiscard\\]\\] )?([^(]*)\\(.*");
-  std::map<std::string, std::vector<Example>> all;
-  std::vector<Example> examples;
+  static const std::regex example("(\\S+(?: \\S+)*) {2,}=> {2,}(\\S+(?: \\S+)*)");
+  std::map<std::string, std::vector<std::pair<std::string, std::string>>> all;
+  std::vector<std::pair<std::string, std::string>> examples;
   std::istringstream lines(header);
   std::smatch match;
   for (std::string line; std::getline(lines, line);) {
     if (line.find("///") != std::string::npos) {
-      AddExamplesOf(line, examples);
+      for (std::sregex_iterator at(line.begin(), line.end(), example), end; at != end; ++at) {
+        examples.emplace_back((*at)[1], (*at)[2]);
+      }
     } else if (std::regex_match(line, match, declaration) && !examples.empty()) {
       all[match[1]] = std::exchange(examples, {});
     }

@@ -6,7 +6,7 @@
 namespace kvl::test {
 namespace {
 
-using KVLInsIO::Rename;
+using namespace KVLInsIO;
 
 using RenameTest = InOwnDirectory;
 
@@ -31,23 +31,22 @@ TEST_F(RenameTest, MovesADirectoryWithItsContentsAndALinkItself) {
 TEST(Rename, FailsWithItsMessageAndChangesNothing) {
   const EveryKind world;
   const std::string file = world.Path("file"), directory = world.Path("directory");
-  const auto no_renaming = [](const std::string& source, const std::string& destination,
-                              int error) {
-    EXPECT_EQ(FailureOf([&] { Rename(source, destination); }),
-              Exception("rename - " + source + " to " + destination, error));
-  };
-  const auto before = DescribeTreeExactly(world.Path());
-  no_renaming(world.Path("missing"), world.Path("new"), ENOENT);
-  no_renaming(file, world.Path("missing/new"), ENOENT);
-  no_renaming(file + "//", world.Path("new"), ENOTDIR);
-  no_renaming(file, directory, EISDIR);
-  no_renaming(directory, file, ENOTDIR);
-  no_renaming(directory, directory + "/inside_itself", EINVAL);
-  no_renaming(file, world.Path(TooLongName()), ENAMETOOLONG);
-  EXPECT_EQ(FailureOf([&] { Rename("", file); }), Exception("Rename - empty source path"));
-  EXPECT_EQ(FailureOf([&] { Rename("", ""); }), Exception("Rename - empty source path"));
-  EXPECT_EQ(FailureOf([&] { Rename(file, ""); }), Exception("Rename - empty destination path"));
-  EXPECT_EQ(DescribeTreeExactly(world.Path()), before);
+  const Unchanged tree(world.Path());
+  const std::vector<std::tuple<std::string, std::string, int>> rows = {
+      {world.Path("missing"), world.Path("new"), ENOENT},
+      {file, world.Path("missing/new"), ENOENT},
+      {file + "//", world.Path("new"), ENOTDIR},
+      {file, directory, EISDIR},
+      {directory, file, ENOTDIR},
+      {directory, directory + "/inside_itself", EINVAL},
+      {file, world.Path(TooLongName()), ENAMETOOLONG}};
+  for (const auto& [from, to, error] : rows) {
+    EXPECT_EQ(FailureOf([&from = from, &to = to] { Rename(from, to); }),
+              Exception("rename - " + from + " to " + to, error));
+  }
+  ExpectFailures({{[&] { Rename("", file); }, Exception("Rename - empty source path")},
+                  {[&] { Rename("", ""); }, Exception("Rename - empty source path")},
+                  {[&] { Rename(file, ""); }, Exception("Rename - empty destination path")}});
 }
 
 }  // namespace
