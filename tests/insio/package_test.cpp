@@ -22,11 +22,6 @@ Lines LinesOf(const std::string& text) {
   return lines;
 }
 
-Lines Sorted(Lines lines) {
-  std::sort(lines.begin(), lines.end());
-  return lines;
-}
-
 Lines WordsOf(const std::string& text) {
   std::istringstream stream(text);
   return {std::istream_iterator<std::string>(stream), {}};
@@ -99,19 +94,17 @@ class Package : public testing::Test, protected TestDirectory {
 
   /// Runs a command that lists a directory, in any order, and returns what it said.
   Lines ExpectOutcome(const std::vector<std::string>& command, int status, const std::string& err,
-                      const Lines& sorted_out) const {
+                      const Lines& out) const {
     const Outcome outcome = Run(command);
     EXPECT_EQ(outcome.status, status);
     EXPECT_EQ(outcome.err, err);
-    EXPECT_EQ(Sorted(LinesOf(outcome.out)), sorted_out);
+    EXPECT_THAT(LinesOf(outcome.out), testing::UnorderedElementsAreArray(out));
     return LinesOf(outcome.out);
   }
 
   ScopedUmask umask_{022};
   const std::string build_ = fs::path(BuiltProgram("")).parent_path().parent_path();
 };
-
-using PackageArchive = Package;
 
 const Lines kPublicHeaders = {
     "copy.h",   "create_dir.h",     "delete.h", "entry.h",     "exceptions.h", "file_attributes.h",
@@ -135,11 +128,10 @@ TEST_F(Package, HoldsThePublicHeadersAndTheLibraryAndNothingElse) {
 
   Lines files;
   for (const auto& entry : fs::recursive_directory_iterator(Installed())) {
-    if (!entry.is_directory()) {
-      files.push_back(entry.path().lexically_relative(Installed()).string());
-    }
+    if (entry.is_directory()) continue;
+    files.push_back(entry.path().lexically_relative(Installed()).string());
   }
-  EXPECT_EQ(Sorted(files), Sorted(expected));
+  EXPECT_THAT(files, testing::UnorderedElementsAreArray(expected));
 }
 
 /// The lines of a file that include another.
@@ -166,26 +158,25 @@ TEST_F(Package, CanBePartOfASharedObjectAndTellsItItsVersion) {
   const int version = std::stoi(Cached("CMAKE_PROJECT_VERSION_MAJOR")) * 10000 +
                       std::stoi(Cached("CMAKE_PROJECT_VERSION_MINOR")) * 100 +
                       std::stoi(Cached("CMAKE_PROJECT_VERSION_PATCH"));
-  const std::string plug_in =
-      Write("plug_in.cpp",
-            "#include <KVLInsIO/KVLInsIO.h>\n"
-            "static_assert(KVLINSIO_VERSION == " +
-                std::to_string(version) +
-                ");\n"
-                "std::string text;\n"
-                "extern \"C\" const char* Text();\n"
-                "const char* Text() try {\n"
-                "  KVLInsIO::Copy(\"missing\", \"copy\");\n"
-                "  return \"none\";\n"
-                "} catch (const KVLInsIO::KVLInsException& failure) {\n"
-                "  text = failure.what() + KVLInsIO::InsPath(\"a//b\").Str() + "
-                "KVLInsIO::kPathSeparator;\n"
-                "  return text.c_str();\n"
-                "}\n");
-  const std::string program = Write("program.cpp",
-                                    "extern \"C\" const char* Text();\n"
-                                    "extern \"C\" int puts(const char*);\n"
-                                    "int main() { return puts(Text()) < 0; }\n");
+  const std::string plug_in = Write("plug_in.cpp", R"(
+#include <KVLInsIO/KVLInsIO.h>
+static_assert(KVLINSIO_VERSION == )" + std::to_string(version) +
+                                                       R"();
+std::string text;
+extern "C" const char* Text();
+const char* Text() try {
+  KVLInsIO::Copy("missing", "copy");
+  return "none";
+} catch (const KVLInsIO::KVLInsException& failure) {
+  text = failure.what() + KVLInsIO::InsPath("a//b").Str() + KVLInsIO::kPathSeparator;
+  return text.c_str();
+}
+)");
+  const std::string program = Write("program.cpp", R"(
+extern "C" const char* Text();
+extern "C" int puts(const char*);
+int main() { return puts(Text()) < 0; }
+)");
   Compile(plug_in, "-std=c++2b -shared -fPIC -I" + Installed("include") + " -Wl,--whole-archive " +
                        Archive() + " -Wl,--no-whole-archive -o libplug_in.so");
   Compile(program, "libplug_in.so -Wl,-rpath," + Path() + " -o program");
@@ -248,19 +239,6 @@ struct Symbol {
   std::string name;  ///< as the linker sees it, or as it stands in the source
 };
 
-/// The symbols in the output of nm: in each line an address, if it has one, a letter and a name.
-std::vector<Symbol> SymbolsIn(const std::string& output) {
-  std::vector<Symbol> symbols;
-  for (const std::string& line : LinesOf(output)) {
-    std::istringstream words(line);
-    Symbol symbol;
-    words >> symbol.type;
-    if (symbol.type.size() > 1) words >> symbol.type;
-    if (std::getline(words >> std::ws, symbol.name)) symbols.push_back(symbol);
-  }
-  return symbols;
-}
-
 /// Part of KVLInsIO, or what the compiler makes of the standard library's templates.
 bool BelongsToTheLibrary(const Symbol& symbol) {
   static const std::regex own("_Z(T[ISV]|GV)?Z*NK?8KVLInsIO.*");
@@ -273,11 +251,26 @@ bool BelongsToTheLibrary(const Symbol& symbol) {
   return is_shared_among_programs && std::regex_match(symbol.name, of_templates);
 }
 
+/// What nm finds in the archive of the library.
+class PackageArchive : public Package {
+ protected:
+  std::vector<Symbol> Symbols(const Lines& options) const {
+    static const std::regex line("[0-9a-f ]*([A-Za-z]) (.+)");
+    Lines command = {Cached("CMAKE_NM"), Archive()};
+    command.insert(command.end(), options.begin(), options.end());
+    std::vector<Symbol> symbols;
+    std::smatch match;
+    for (const std::string& text : LinesOf(Require(command))) {
+      if (std::regex_match(text, match, line)) symbols.push_back({match[1], match[2]});
+    }
+    return symbols;
+  }
+};
+
 TEST_F(PackageArchive, DefinesItsOwnNamesOnly) {
   if (kSanitized) GTEST_SKIP() << "the sanitizers put symbols of their own into it";
   Lines others;
-  for (const Symbol& symbol :
-       SymbolsIn(Require({Cached("CMAKE_NM"), "--extern-only", "--defined-only", Archive()}))) {
+  for (const Symbol& symbol : Symbols({"--extern-only", "--defined-only"})) {
     if (!BelongsToTheLibrary(symbol)) others.push_back(symbol.type + " " + symbol.name);
   }
   EXPECT_THAT(others, IsEmpty());
@@ -293,8 +286,7 @@ TEST_F(PackageArchive, HidesInAnInnerNamespaceWhatNoHeaderShows) {
     }
   }
   int symbols = 0;
-  for (const Symbol& symbol : SymbolsIn(Require(
-           {Cached("CMAKE_NM"), "--demangle", "--extern-only", "--defined-only", Archive()}))) {
+  for (const Symbol& symbol : Symbols({"--demangle", "--extern-only", "--defined-only"})) {
     std::smatch match;
     if (!std::regex_match(symbol.name, match, own)) continue;
     ++symbols;
@@ -312,10 +304,7 @@ TEST_F(PackageArchive, EndsNoProcessSaysNothingAndReadsNoEnvironment) {
       "environ fork vfork execvp execve system popen posix_spawn kill raise signal chdir "
       "umask");
   Lines called;
-  for (const Symbol& symbol :
-       SymbolsIn(Require({Cached("CMAKE_NM"), "--undefined-only", Archive()}))) {
-    called.push_back(symbol.name);
-  }
+  for (const Symbol& symbol : Symbols({"--undefined-only"})) called.push_back(symbol.name);
   EXPECT_THAT(called, testing::Contains("mkdir")) << "no calls were recognised at all";
   EXPECT_THAT(called, testing::Each(testing::Not(testing::AnyOfArray(forbidden))));
 }
