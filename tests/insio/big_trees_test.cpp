@@ -50,15 +50,15 @@ TEST_F(DeepTree, IsCopiedAndDeletedToTheDeepestThatTheSystemAllows) {
   std::ofstream(deepest + "/f") << "text";
   EXPECT_EQ(RunWithFewDescriptors({"copy", Path("from"), Path("copy")}).err, "");
   std::string copied = Path("copy");
-  while (NamesIn(copied) == std::vector<std::string>{"d"}) copied += "/d";
+  while (NamesInOrder(copied) == std::vector<std::string>{"d"}) copied += "/d";
   EXPECT_EQ(copied, Path("copy") + deepest.substr(Path("from").size()));
-  EXPECT_THAT(NamesIn(copied), ElementsAre("f"));
+  EXPECT_THAT(NamesInOrder(copied), ElementsAre("f"));
   EXPECT_EQ(ReadFile(copied + "/f"), "text");
 
   EXPECT_EQ(RunWithFewDescriptors({"delete", Path("from")}).err, "");
   fs::remove(copied + "/f");
   EXPECT_EQ(RunWithFewDescriptors({"delete_empty", Path("copy")}).result, 1);
-  EXPECT_THAT(NamesIn(directory_.Path()), IsEmpty());
+  EXPECT_THAT(NamesInOrder(directory_.Path()), IsEmpty());
 }
 
 TEST_F(DeepTree, EndsTheCopyWithItsMessageWhereTheNewPathIsTooLong) {
@@ -120,7 +120,7 @@ TEST_F(WideTree, IsListedCopiedAndDeletedInFlatMemory) {
   EXPECT_EQ(DoneInFlatMemory({"delete_empty", Path("from")}), 0);
   DoneInFlatMemory({"copy", Path("from"), Path("to")});
   for (const std::string name : {"from", "to"}) {
-    auto seen = NamesIn(Path(name));
+    auto seen = NamesInOrder(Path(name));
     std::sort(seen.begin(), seen.end());
     EXPECT_TRUE(seen == names) << name;
   }

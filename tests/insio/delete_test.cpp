@@ -157,10 +157,10 @@ TEST_F(DeleteTest, OfADirectoryNamedThroughItsEntryEndsWhenThatIsGone) {
   for (const std::string ending : {"/file", "/", "", "/not deleted"}) {
     SCOPED_TRACE(ending);
     Make({"w/a" + ending, "w/b" + ending, "w/c" + ending, "w/d" + ending});
-    const std::string first = Path("w/" + NamesIn(Path("w"))[0]), path = first + "/..";
+    const std::string first = Path("w/" + NamesInOrder(Path("w"))[0]), path = first + "/..";
     fs::remove_all(first);  // what is made anew stays first, or comes first
     fs::create_directory(first);
-    const auto order = NamesIn(Path("w"));
+    const auto order = NamesInOrder(Path("w"));
     auto left = Tree();
     std::erase(left, "d 755 w/" + order[0]);
     if (ending == "/not deleted") {

@@ -65,7 +65,7 @@ TEST(Finder, GivesTheEntriesOfEveryKindThatTheMaskHas) {
 TEST_F(FinderTest, GivesEachNameOnceAsTheSystemDoesAndInItsOrder) {
   for (const std::string& name : kOddNames) Write(name, "");
   for (int i = 0; i < 1500; ++i) Write(std::to_string(i), "");
-  const auto names = NamesIn(Path());
+  const auto names = NamesInOrder(Path());
   EXPECT_EQ(std::set(names.begin(), names.end()).size(), 1500 + kOddNames.size());
   EXPECT_EQ(NamesFrom(FindFirstFile(Path(), kDirectoryOrFile)), names);
   EXPECT_EQ(NamesFrom(FindFirstFile(Path(), kDirectoryOrFile), kPlenty), names);
@@ -168,7 +168,7 @@ TEST_F(FinderTest, DoesNotTakeAnOlderErrorForAFailure) {
 TEST(Finder, GoesOnAfterBeingMovedAndLeavesAnEndBehind) {
   const EveryKind world;
   InsFileFinder finder = FindFirstFile(world.Path(), kDirectoryOrFile);
-  EXPECT_EQ(NamesFrom(std::move(finder)), NamesIn(world.Path()));
+  EXPECT_EQ(NamesFrom(std::move(finder)), NamesInOrder(world.Path()));
   EXPECT_TRUE(finder.AtEnd());  // NOLINT(bugprone-use-after-move): what is left behind is the claim
 }
 
@@ -203,7 +203,7 @@ TEST_F(FinderTest, HandsItsDirectoryToNoOtherProgram) {
 
 TEST_F(FinderTest, ReadsAheadToAGivenMostAndOnWhenThatIsUsedUp) {
   Make({"aa", "bb", "cc", "dd", "ee"});
-  const auto expected = NamesIn(Path());
+  const auto expected = NamesInOrder(Path());
   for (std::size_t most = 0; most < 40; ++most) {
     SCOPED_TRACE(most);
     InsFileFinder finder = FindFirstFile(Path(), kDirectoryOrFile);

@@ -257,30 +257,21 @@ TEST_F(CopyIntoItselfByAnyWay, IsNoneBesideOrAboveTheSource) {
   EXPECT_EQ(ReadFile(Path("file")), "text");
 }
 
-/// Goes so deep down that the system has no path for the working directory.
-void EnterWhereThereIsNoPath() {
-  const std::string name(200, 'n');
-  for (int level = 0; level < 25; ++level) {
-    fs::create_directory(name);
-    fs::current_path(name);
-  }
-}
-
 TEST_F(CopyIntoItself, IsToldWhereTheWorkingDirectoryHasNoPath) {
-  const std::string from = MakeDir("from");
+  const std::string from = MakeDir("from"), elsewhere = from.substr(1) + "/to";
   Make({"from/file"});
-  const auto copy_from_elsewhere = [&] {
-    EnterWhereThereIsNoPath();
-    Copy(from, from.substr(1) + "/to");
-    if (ReadFile(from.substr(1) + "/to/file") != "text") throw std::runtime_error("none");
-  };
-  EXPECT_EQ(FailureInside(copy_from_elsewhere), kNoFailure);
-  const auto copy_into_itself = [] {
-    EnterWhereThereIsNoPath();
+  const auto copy_elsewhere_and_into_itself = [&] {
+    const std::string name(200, 'n');
+    for (int level = 0; level < 25; ++level) {  // so deep down that the system has no path for it
+      fs::create_directory(name);
+      fs::current_path(name);
+    }
+    Copy(from, elsewhere);
+    if (ReadFile(elsewhere + "/file") != "text") throw std::runtime_error("none");
     fs::create_directories("from/empty");
     Copy("from", "from/to");
   };
-  EXPECT_EQ(FailureInside(copy_into_itself), ToItself("from"));
+  EXPECT_EQ(FailureInside(copy_elsewhere_and_into_itself), ToItself("from"));
 }
 
 // The same place is not inside: each of its files refuses to be copied onto itself.

@@ -72,7 +72,7 @@ std::vector<std::string> OpenDescriptors() {
   return descriptors;
 }
 
-std::vector<std::string> NamesIn(const std::string& directory) {
+std::vector<std::string> NamesInOrder(const std::string& directory) {
   std::vector<std::string> names;
   for (const auto& entry : fs::directory_iterator(directory)) {
     names.push_back(entry.path().filename());

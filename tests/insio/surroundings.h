@@ -37,7 +37,7 @@ std::vector<std::string> OpenDescriptors();
 void LimitDescriptors(unsigned count);
 
 /// The names in a directory in the order of the system, without both dots.
-std::vector<std::string> NamesIn(const std::string& directory);
+std::vector<std::string> NamesInOrder(const std::string& directory);
 
 /// What stat says, links followed.
 struct stat StatusOf(const std::string& path);
