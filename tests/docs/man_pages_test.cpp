@@ -8,10 +8,10 @@
 namespace kvl::test {
 namespace {
 
-using Words = std::set<std::string>;
+using Texts = std::set<std::string>;
 
 /// What a pattern finds, each time its first group.
-Words MatchesIn(const std::string& text, const std::string& pattern) {
+Texts MatchesIn(const std::string& text, const std::string& pattern) {
   const std::regex regex(pattern);
   return {std::sregex_token_iterator(text.begin(), text.end(), regex, 1), {}};
 }
@@ -36,8 +36,8 @@ TEST_F(ManPages, AreCleanForMandoc) {
 }
 
 /// The rows of all tables of a page, as print_tables prints them.
-Words TablesOn(const std::string& page) {
-  Words rows;
+Texts TablesOn(const std::string& page) {
+  Texts rows;
   for (const PageLine& line : ReadPage(page)) {
     const std::string below = line.subsection.empty() ? "" : ", " + line.subsection;
     const auto add = [&](const std::string& place, const std::string& pattern,
@@ -60,22 +60,22 @@ Words TablesOn(const std::string& page) {
 }
 
 /// The options of kvl-media in the help text of a subcommand, as rows.
-Words MediaOptions(const std::string& subcommand) {
+Texts MediaOptions(const std::string& subcommand) {
   const std::string place = subcommand == "--help" ? "" : ", Options of " + subcommand;
   const std::string help = RunProgram({{BuiltProgram("kvl-media"), subcommand, "--help"}}).out;
-  Words options = MatchesIn(help, "\n +(?:-[a-z],)?(--[a-z-]+)"), rows;
+  Texts options = MatchesIn(help, "\n +(?:-[a-z],)?(--[a-z-]+)"), rows;
   options.merge(MatchesIn(help, "\n +(-[a-z]),--"));
   for (const std::string& row : options) rows.insert("kvl-media.1 OPTIONS" + place + ": " + row);
   return rows;
 }
 
 TEST_F(ManPages, HaveTheTablesOfTheCode) {
-  Words in_code = MatchesIn(RunProgram({{BuiltProgram("print_tables")}}).out, "([^\n]+)");
+  Texts in_code = MatchesIn(RunProgram({{BuiltProgram("print_tables")}}).out, "([^\n]+)");
   for (const char* subcommand : {"--help", "check", "make"})
     in_code.merge(MediaOptions(subcommand));
-  Words on_pages = TablesOn("kvl-launcher.1");
+  Texts on_pages = TablesOn("kvl-launcher.1");
   on_pages.merge(TablesOn("kvl-media.1"));
-  const auto without = [](const Words& all, const Words& others) {
+  const auto without = [](const Texts& all, const Texts& others) {
     std::vector<std::string> rest;
     std::set_difference(all.begin(), all.end(), others.begin(), others.end(),
                         std::back_inserter(rest));
@@ -105,7 +105,7 @@ TEST_F(ManPages, HaveNoMessageThatTheCodeHasNot) {
 
 TEST_F(ManPages, HaveTheMessagesOfTheAdministratorsPage) {
   const std::string page = "kvl-launcher.1";
-  const Words texts = MatchesIn(ReadFile(SourceFile("docs/administrators.md")), "`([^`\n]+)`");
+  const Texts texts = MatchesIn(ReadFile(SourceFile("docs/administrators.md")), "`([^`\n]+)`");
   const auto staging = MessagesOf(page, "DIAGNOSTICS", "Why staging failed");
   for (const auto& [subsection, level] :
        {std::pair("Errors", "ERROR: "), {"Warnings", "WARN: "}, {"Information", "INFO: "}}) {
@@ -138,8 +138,8 @@ std::string PublicPartOf(const std::string& header) {
 
 TEST_F(ManPages, OfTheLibraryHaveItsHeadersFunctionsAndConstants) {
   const std::string build_file = ReadFile(SourceFile("insio/CMakeLists.txt"));
-  const Words list = MatchesIn(build_file, "public_headers((?:\\s+\\w+\\.h)+)");
-  Words in_code = MatchesIn(ReadFile(SourceFile("insio/KVLInsIO.h.in")), "#define (\\w+)");
+  const Texts list = MatchesIn(build_file, "public_headers((?:\\s+\\w+\\.h)+)");
+  Texts in_code = MatchesIn(ReadFile(SourceFile("insio/KVLInsIO.h.in")), "#define (\\w+)");
   in_code.insert("KVLInsIO.h");  // made from the others
   for (const std::string& header : MatchesIn(*list.begin(), "(\\w+\\.h)")) {
     const std::string text = PublicPartOf(header);
@@ -150,7 +150,7 @@ TEST_F(ManPages, OfTheLibraryHaveItsHeadersFunctionsAndConstants) {
   // Assignment goes without saying; the others stand in the type of a function and in std::hash.
   for (const char* name : {"operator=", "void", "operator"}) in_code.erase(name);
 
-  Words on_page;
+  Texts on_page;
   for (const PageLine& line : ReadPage("KVLInsIO.3")) {
     if (line.section != "SYNOPSIS") continue;
     on_page.merge(MatchesIn(line.text, "^\\.(?:F[no] (?:\\S*::)?|Dv |In KVLInsIO/)(\\S+)"));
