@@ -110,15 +110,15 @@ TEST(NewIdentifier, ComesFromOneGeneratorThatIsNeverSeededAgain) {
   }
 }
 
-std::int64_t Nanoseconds() {
+std::int64_t NanosecondsNow() {
   return std::chrono::nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
 /// Ends with 0 when the first identifier of the process is that of a moment around its making.
 [[noreturn]] void EndWithSeedOfThisMoment() {
-  const std::int64_t before = Nanoseconds();
+  const std::int64_t before = NanosecondsNow();
   const std::string identifier = NewIdentifier(kUpperCase);
-  const std::int64_t after = Nanoseconds();
+  const std::int64_t after = NanosecondsNow();
   for (std::int64_t moment = before; moment <= after; ++moment) {
     MinimalStandardGenerator generator(moment);
     if (NewIdentifier(generator, kUpperCase) == identifier) std::_Exit(0);

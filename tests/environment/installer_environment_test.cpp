@@ -8,7 +8,7 @@ namespace {
 
 /// Media /m, operating-system directory "x", the installer in the media, an ordinary user in an
 /// interactive session.
-const InstallerSetting kPlain = {"/m", "", "x"};
+const InstallerSetting kPlainSetting = {"/m", "", "x"};
 
 constexpr char kPlainPrograms[] = "/m/inst/x/code/bin:/m/inst/common/code/bin";
 
@@ -66,7 +66,7 @@ Environment ChangesOf(const InstallerSetting& setting, const Environment& caller
 }
 
 TEST(SetInstallerEnvironment, SetsAllForAnInstallerInTheMedia) {
-  EXPECT_EQ(ChangesOf(kPlain), PlainChanges());
+  EXPECT_EQ(ChangesOf(kPlainSetting), PlainChanges());
 }
 
 TEST(SetInstallerEnvironment, PutsTextsTogetherAsTheyStand) {
@@ -118,7 +118,7 @@ TEST(SetInstallerEnvironment, BacksUpTheUsersValuesAndReplacesThem) {
   Environment changes = PlainChangesBut({{"PATH", "/m/inst/x/code/bin:user's PATH"}});
   for (const std::string& name : kBackedUp) changes["KVL_BAK_" + name] = "KVL_BAK=user's " + name;
   // No other backup is touched: the switches are forced, and TEMP and the rest set, without one.
-  EXPECT_EQ(ChangesOf(kPlain, callers), changes);
+  EXPECT_EQ(ChangesOf(kPlainSetting, callers), changes);
 }
 
 /// The user's variables, and what becomes different by them.
@@ -142,7 +142,7 @@ TEST(SetInstallerEnvironment, FollowsTheUsersVariables) {
       {"an empty name of the library path leaves a bare backup", {{"KVL_LIBPATH_VARNAME", ""}}},
   };
   for (const Row& row : rows) {
-    EXPECT_EQ(ChangesOf(kPlain, row.callers), PlainChangesBut(row.different)) << row.name;
+    EXPECT_EQ(ChangesOf(kPlainSetting, row.callers), PlainChangesBut(row.different)) << row.name;
   }
 }
 
@@ -187,10 +187,10 @@ TEST(SetInstallerEnvironment, TakesAnyVariableAsLibraryPath) {
   }
   for (Row& row : rows) {
     row.callers["KVL_LIBPATH_VARNAME"] = row.name;
-    EXPECT_EQ(ChangesOf(kPlain, row.callers), PlainChangesBut(row.different, {"KVL_BAK_"}))
+    EXPECT_EQ(ChangesOf(kPlainSetting, row.callers), PlainChangesBut(row.different, {"KVL_BAK_"}))
         << row.name;
   }
-  EXPECT_EQ(ChangesOf(kPlain, {{"KVL_LIBPATH_VARNAME", "KVL_BAK_"}}),
+  EXPECT_EQ(ChangesOf(kPlainSetting, {{"KVL_LIBPATH_VARNAME", "KVL_BAK_"}}),
             PlainChangesBut({{"KVL_BAK_", kPlainPrograms}, {"KVL_BAK_KVL_BAK_", "KVL_BAK="}}));
 }
 
