@@ -34,9 +34,18 @@ if(KVL_COVERAGE)
   target_link_options(own_code INTERFACE --coverage)
 endif()
 
-# kvl_library(<name> <source>...): the one library of a folder.
+# kvl_library(<name> <source>...): the one library of a folder. clang-tidy looks at all of its sources
+# in one piece, so that it goes through the headers once. Of a file with this name, its analyzer takes
+# the included sources for what is to be looked at.
 function(kvl_library name)
-  add_library(${name} STATIC ${ARGN})
+  set(sources ${ARGN})
+  if(KVL_TIDY)
+    set(sources ${CMAKE_CURRENT_BINARY_DIR}/UnifiedSource.cpp)
+    list(TRANSFORM ARGN REPLACE ".+" "#include \"${CMAKE_CURRENT_SOURCE_DIR}/\\0\"")
+    list(JOIN ARGN "\n" includes)
+    file(CONFIGURE OUTPUT ${sources} CONTENT "${includes}\n")
+  endif()
+  add_library(${name} STATIC ${sources})
   target_link_libraries(${name} PUBLIC $<BUILD_INTERFACE:own_code>)
   target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:Clang>:-Wreserved-identifier>)
   if(KVL_TIDY)

@@ -34,7 +34,6 @@ using internal::TreeLevel;
 
 namespace {
 
-constexpr std::size_t kBufferSize = 65536;
 constexpr mode_t kPermissionBits = 0777;
 constexpr int kWriteWithoutWaiting = O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_NOCTTY;
 
@@ -56,6 +55,7 @@ bool MayNeverEnd(mode_t mode) {
 /// full disk, so that a cut-off file is never taken for a whole one.
 /// Never inlined: the buffer must not stand in every frame of a tree's recursion.
 [[gnu::noinline]] int CopyBytes(const FileDescriptor& from, const FileDescriptor& to) {
+  constexpr std::size_t kBufferSize = 65536;
   std::array<char, kBufferSize> buffer;  // not cleared: every byte is read before it is written
   for (;;) {
     const ssize_t length = ::read(from.Number(), buffer.data(), buffer.size());

@@ -17,7 +17,7 @@ using internal::ThrowUnless;
 
 namespace {
 
-constexpr mode_t kPermissionBits = 0777;
+constexpr mode_t kLowNineBits = 0777;
 
 mode_t FromDecimalCodedOctal(unsigned mode) {
   mode_t bits = 0;
@@ -59,7 +59,7 @@ void Chmod(const std::string& path, unsigned mode) {
 bool SetReadOnly(const std::string& path, bool read_only) {
   struct stat status;
   if (::stat(path.c_str(), &status) != 0) return false;
-  const mode_t permissions = status.st_mode & kPermissionBits;
+  const mode_t permissions = status.st_mode & kLowNineBits;
   const bool is_read_only = (permissions & S_IWUSR) == 0;
   if (is_read_only == read_only) return false;
   Chmod(path, ToDecimalCodedOctal(permissions ^ S_IWUSR));

@@ -26,7 +26,6 @@ using internal::ThrowUnless;
 
 namespace {
 
-constexpr std::size_t kBufferSize = 65536;
 constexpr char kCannotOpen[] = "opendir - ";
 constexpr char kCannotRead[] = "Cannot read ";
 constexpr char kCannotWrite[] = "Cannot write into ";
@@ -212,6 +211,7 @@ void OpenDirectory::CopyFile(const OpenFile& source, const std::string& name, Fi
   const std::string path = PathOf(name);
   const struct stat status = StatusOf(*source.file_, source.path_);
   const auto file = NewFile(*directory_, name, path);
+  constexpr std::size_t kBufferSize = 65536;
   std::array<char, kBufferSize> buffer;  // not cleared: every byte is read before it is written
   for (off_t at = 0;;) {
     const ssize_t length = ::pread(source.file_->Number(), buffer.data(), buffer.size(), at);

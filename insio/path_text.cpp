@@ -5,7 +5,7 @@
 namespace KVLInsIO {
 namespace {
 
-constexpr char kSlash = '/';
+constexpr char kOwnPathSeparator = '/';
 
 void DropOnePairOfQuotes(std::string& text) {
   if (text.empty() || text.front() != text.back()) return;
@@ -17,7 +17,9 @@ void DropOnePairOfQuotes(std::string& text) {
 }
 
 void CollapseSlashes(std::string& text) {
-  const auto both_slashes = [](char left, char right) { return left == kSlash && right == kSlash; };
+  const auto both_slashes = [](char left, char right) {
+    return left == kOwnPathSeparator && right == kOwnPathSeparator;
+  };
   text.erase(std::unique(text.begin(), text.end(), both_slashes), text.end());
 }
 
@@ -25,9 +27,9 @@ void CollapseSlashes(std::string& text) {
 
 std::string NormalizeString(std::string text) {
   DropOnePairOfQuotes(text);
-  std::replace(text.begin(), text.end(), kForeignPathSeparator.front(), kSlash);
+  std::replace(text.begin(), text.end(), kForeignPathSeparator.front(), kOwnPathSeparator);
   CollapseSlashes(text);
-  if (text.size() > 1 && text.back() == kSlash) text.pop_back();
+  if (text.size() > 1 && text.back() == kOwnPathSeparator) text.pop_back();
   return text;
 }
 

@@ -38,9 +38,9 @@ struct Totals {
   }
 };
 
-class Survey {
+class StagingSurvey {
  public:
-  Survey(const StagingRequest& request, Findings& findings)
+  StagingSurvey(const StagingRequest& request, Findings& findings)
       : request_(request), findings_(findings) {}
 
   StagingForecast Run() {
@@ -240,7 +240,7 @@ class Survey {
 }  // namespace
 
 StagingForecast ForecastStaging(const StagingRequest& request, Findings& findings) {
-  return Survey(request, findings).Run();
+  return StagingSurvey(request, findings).Run();
 }
 
 }  // namespace kvl

@@ -86,9 +86,9 @@ class Graph {
   std::map<FileIdentity, State> state_;
 };
 
-class Survey {
+class TreeSurvey {
  public:
-  explicit Survey(Findings& findings) : findings_(findings) {}
+  explicit TreeSurvey(Findings& findings) : findings_(findings) {}
 
   void Run(const std::string& top) {
     open_.push_back(top);
@@ -176,7 +176,7 @@ class Survey {
 }  // namespace
 
 void SurveyTree(const std::string& directory, Findings& findings) {
-  Survey(findings).Run(directory);
+  TreeSurvey(findings).Run(directory);
 }
 
 }  // namespace kvl
