@@ -120,6 +120,15 @@ TEST(ChildProcess, EndsWith252WhenItsArgumentsAreCalledInvalid) {
   EXPECT_EQ(RawExitCodeOf({kShell}), 252);
 }
 
+TEST(ChildProcess, EndsWithoutTheLastWordsOfItsParent) {
+  const Outcome outcome = RunIsolated([] {
+    std::fputs("buffered ", stdout);
+    std::atexit([] { std::fputs("at the end ", stdout); });
+    return RawExitCodeOf({"missing"});
+  });
+  EXPECT_EQ(outcome, (Outcome{251, "buffered "}));
+}
+
 TEST(ChildProcess, IsNotStartedWithoutArgumentsOrWhenForkFails) {
   const SignalScope signals;
   ChildProcess child;

@@ -72,6 +72,12 @@ TEST(Hex4, PadsToFourDigits) {
   }
 }
 
+TEST(AppendDash, AppendsOneDash) {
+  std::string text = "A-";
+  AppendDash(text);
+  EXPECT_EQ(text, "A--");
+}
+
 TEST(NewIdentifier, IsFixedByTheSeed) {
   const std::vector<std::pair<std::int64_t, std::string>> rows = {
       {0, "ADCB0C0B-380E-4864-B56B-C17021AC0000"},  // as the seed 1

@@ -86,6 +86,7 @@ TEST(SetInstallerEnvironment, PutsTextsTogetherAsTheyStand) {
       {"m", "", "x", "m/inst/x/reffiles:m/inst/common/reffiles"},
       {"/a b", "", "x:y", "/a b/inst/x:y/reffiles:/a b/inst/common/reffiles"},
       {"/m", "", "a/b", "/m/inst/a/b/reffiles:/m/inst/common/reffiles"},
+      {"/m", "", "common", "/m/inst/common/reffiles:/m/inst/common/reffiles"},
   };
   const Environment callers = {{"KVL_LIBPATH_VARNAME", "LD_LIBRARY_PATH"}};
   for (const Row& row : rows) {

@@ -1,5 +1,7 @@
 // CopyFile: one file, and everything that can go wrong on the way.
 
+#include <sys/xattr.h>
+
 #include "insio/copy.h"
 #include "tests/insio/in_own_directory.h"
 #include "tests/support/system_faults.h"
@@ -110,6 +112,18 @@ TEST_F(CopyFileTest, DoesNotCopyTheOwner) {
   EXPECT_EQ(FailureAsOrdinaryUser([&] { CopyFile(of_root, "copy"); }), kNoFailure);
   EXPECT_NE(StatusOf(Path("copy")).st_uid, StatusOf(of_root).st_uid);
   EXPECT_TRUE(ReadFile(Path("copy")) == ReadFile(of_root));
+}
+
+TEST_F(CopyFileTest, CopiesNeitherOwnerNorGroupNorAttributes) {
+  constexpr char kAttribute[] = "user.kvl";
+  GiveToOrdinaryUser(source_);
+  const bool has_attribute = ::setxattr(source_.c_str(), kAttribute, "a", 1, 0) == 0;
+  CopyFile(source_, Path("copy"));
+  EXPECT_EQ(StatusOf(Path("copy")).st_uid, ::geteuid());
+  EXPECT_EQ(StatusOf(Path("copy")).st_gid, ::getegid());
+  if (has_attribute) {
+    EXPECT_LT(::getxattr(Path("copy").c_str(), kAttribute, nullptr, 0), 0);
+  }
 }
 
 TEST_F(CopyFileTest, OverwritesAnotherFileOfTheSameSizeAndTime) {

@@ -97,6 +97,7 @@ TEST(RunFindInstaller, WithoutAnyInstallerIsAnErrorAndStatus1) {
          world.Volume("1").Link("inst/linux/code/bin/installer", "{nowhere}");
        },
        ended(kNone)},
+      {"nothing to pass over", With({}), ended(kNone), WithVariables({{kPassOver, "yes"}})},
       {"two invalid media",
        [](LaunchWorld& world) { world.Volume("1").Dir("../ext"); },
        ended(kNone + kExtNamed + SaysInvalid("{ext}") + says::VariableNames("{missing}") +

@@ -32,8 +32,9 @@ TEST(RunInPlace, ReplacesTheCallersVariablesAndKeepsTheirBackups) {
 TEST(RunInPlace, TheLibraryPathMayBeAnyVariable) {
   LaunchWorld world;
   world.OneVolume();
-  for (const char* name : {"LD_LIBRARY_PATH", "PATH", "TMPDIR", "ORBInst", "KVL_LIBPATH_VARNAME",
-                           "KVL_BAK_PATH", "no=name"}) {
+  for (const char* name :
+       {"LD_LIBRARY_PATH", "PATH", "TMPDIR", "ORBInst", "KVL_LIBPATH_VARNAME", "KVL_BAK_PATH",
+        "no=name", "KVLAdmInstOriginalMediaDir", "KVLAdmInstMTBDIR"}) {
     SCOPED_TRACE(name);
     world.Expect(InPlace(), WithVariables({{"KVL_LIBPATH_VARNAME", name}}));
   }

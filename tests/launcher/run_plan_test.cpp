@@ -139,11 +139,13 @@ TEST(PlanRun, KeepsTheExceptionThatAbortsTheRun) {
 
 TEST(ExportVolumePaths, SetsAVariableForEachPathFromTwoVolumesOn) {
   const Environment before = {{"KVLAdmInstVolumePath_2", "replaced"},
-                              {"KVLAdmInstVolumePath_5", "left as it was"}};
-  const std::vector<std::string> paths = {"/m/2", "/m/3", "/m/4"};
-  const Environment all = {{"KVLAdmInstVolumePath_2", "/m/2"},
-                           {"KVLAdmInstVolumePath_3", "/m/3"},
-                           {"KVLAdmInstVolumePath_4", "/m/4"}};
+                              {"KVLAdmInstVolumePath_11", "left as it was"}};
+  std::vector<std::string> paths;
+  Environment all;
+  for (const char* number : {"2", "3", "4", "5", "6", "7", "8", "9", "10"}) {
+    paths.push_back(std::string("/m/") + number);
+    all[std::string("KVLAdmInstVolumePath_") + number] = paths.back();
+  }
   for (const int code : {-1, 0, 1, 2, 4}) {
     const ScopedEnv env(before);
     ExportVolumePaths(code, paths);

@@ -27,6 +27,14 @@ TEST(RunStaged, NothingIsRemovedAndEachRunHasADirectoryOfItsOwn) {
   EXPECT_NE(second.child.arguments, first.child.arguments);
 }
 
+TEST(RunStaged, TheInstallerFindsTheCleanUpScriptWritten) {
+  LaunchWorld world;
+  world.VolumeMissing();
+  SetMode(world.Directory().Write(InstallerOf("1"), "#!/bin/sh\ncat \"$2/remove.bat\"\n"), 0755);
+  const LaunchSeen seen = world.Run();
+  EXPECT_THAT(seen.out, testing::EndsWith(CleanUpScriptIn(world.Text("{staging}/"))));
+}
+
 TEST(RunStaged, ByItsVariablesAndArguments) {
   ExpectRuns({
       {"arguments come behind the staged media", &LaunchWorld::VolumeMissing,

@@ -3,6 +3,7 @@
 #include "media/volume_scan.h"
 
 #include "tests/media/scan_checks.h"
+#include "tests/support/system_faults.h"
 #include "tests/support/test_directory.h"
 
 namespace kvl::test {
@@ -29,15 +30,17 @@ TEST(ScanMediaVolumes, WithoutVolumesTxtIsComplete) {
   }
 }
 
-TEST(ScanMediaVolumes, InSoftwareManagementDoesNotReadVolumesTxt) {
+TEST(ScanMediaVolumes, InSoftwareManagementDoesNotOpenVolumesTxt) {
   MediaWorld world;
   world.Make("1: volumes=no_number 1=SET-A");
+  const BeforeOpen never(world.Path("1/inst/volumes.txt"), [] { ADD_FAILURE(); });
   ExpectScan(world, "1", kSilentlyComplete, {}, /*is_software_management=*/true);
 }
 
-TEST(ScanMediaVolumes, FromAnOnlineRepositoryDoesNotReadVolumesTxt) {
+TEST(ScanMediaVolumes, FromAnOnlineRepositoryDoesNotOpenVolumesTxt) {
   MediaWorld world;
   world.Make("1: volumes=no_number 1=SET-A");
+  const BeforeOpen never(world.Path("1/inst/volumes.txt"), [] { ADD_FAILURE(); });
   for (const char* value : {"http://repository", "0", " "}) {
     SCOPED_TRACE(value);
     ExpectScan(world, "1", kSilentlyComplete, {{"KVL_Online_Installation_Caf_Repositiory", value}});
