@@ -111,7 +111,7 @@ error      {1}/media.db: it cannot be read: Input/output error; look at the disc
 INSTANTIATE_TEST_SUITE_P(About, CheckOfABadDisc, testing::ValuesIn(ReadTranscripts(kBadFiles)),
                          NameOf);
 
-TEST(CheckOfABadDirectory, SaysWhichDirectoryAboveTheMediaCannotBeListed) {
+TEST(CheckOfABadDirectory, AboveTheMediaIsNamedWhenItCannotBeListed) {
   const CheckWorld world("first m/1; m/1: volumes=2 1=SET-A; file 7.txt x\\n");
   const auto make_fault = [&] { return FailingCall(FailingCall::kOpenDir, world.Path("m"), EIO); };
   world.ExpectReport(CheckHere(world, make_fault, "m/1"), R"(Media      {m/1}
@@ -128,7 +128,7 @@ warning    {m/2}/2.txt: volume 2 is missing: it has no marker; copy the whole vo
 )");
 }
 
-TEST(CheckOfABadDirectory, SaysWhyItCannotBeLookedAtWhenItIsTheMediaItself) {
+TEST(CheckOfABadDirectory, OfTheMediaItselfSaysWhyItCannotBeLookedAt) {
   const TestDirectory directory;
   const FailingCall fault(FailingCall::kLook, directory.Path(), EIO);
   EXPECT_THAT([&] { MediaDirectory(directory.Path()); },

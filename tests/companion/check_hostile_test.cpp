@@ -53,7 +53,7 @@ const std::vector<std::string> kFilesThatAreRead = {
 /// A search of the directories above ends in it.
 constexpr char kMedia[] = "two volumes; .: 9=AM; ";
 
-TEST(CheckOfAHostileMedia, EndsWhenAFileIsExchangedForAPipeBetweenLookAndOpen) {
+TEST(CheckOfAHostileMedia, EndsWhenAFileBecomesAPipeBeforeItIsOpened) {
   for (const std::string& name : kFilesThatAreRead) {
     SCOPED_TRACE(name);
     CheckWorld world(kMedia);
@@ -163,7 +163,7 @@ error      KVLAdmInstMTBDIR: a variable of the installer that is longer than the
   EXPECT_EQ(world_.Launch("1").status, 255);  // as the check says
 }
 
-TEST_F(CheckOfEndlessLines, TakesLittleMemoryForANumberOfVolumesWithoutAnEnd) {
+TEST_F(CheckOfEndlessLines, TakesLittleMemoryForAnEndlessNumberOfVolumes) {
   MakeEndless("1/inst/volumes.txt", "2");
   world_.ExpectReport(Check(), Report(kInPlace, "Fine: the installer will be started in place\n"));
   EXPECT_EQ(JsonOf(/*status=*/0)["volume_count"], 2);

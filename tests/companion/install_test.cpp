@@ -15,7 +15,7 @@ std::string Cached(const std::string& build, const std::string& name) {
   return {};
 }
 
-TEST(Companion, IsInstalledWithItsCompletionsAndItsManualPageAndNothingElse) {
+TEST(Companion, IsInstalledWithCompletionsAndManualPageOnly) {
   const std::string build = fs::path(BuiltProgram("..")).lexically_normal().parent_path();
   if (!fs::exists(build + "/CMakeCache.txt")) {
     GTEST_SKIP() << "this program is not in the directory it was built in";

@@ -141,7 +141,7 @@ TEST(KvlMediaMake, PutsWhatTheInstallerNeedsIntoInst) {
                           "f 755 linux/code/bin/tool"));
 }
 
-TEST(KvlMediaMake, RefusesWhatIsNoPresortedPayloadAndWhatDoesNotBelongIntoInst) {
+TEST(KvlMediaMake, RefusesAnUnsortedPayloadAndAStrangeInst) {
   const std::string large(300'000, 'x');
   const std::string others =
       "a presorted payload holds directories 1, 2, ... and nothing else: payload/";

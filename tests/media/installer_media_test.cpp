@@ -131,7 +131,7 @@ TEST(ValidateInstallerMedia, OfAnEmptyMediaSaysNothing) {
       {{"with verdict", {}, "", kRefused}, {"quiet", {}, "", kRefused, {"P", "X"}, kQuiet}});
 }
 
-TEST(ValidateInstallerMedia, QuietLeavesOutOnlyTheVerdictOnAnInvalidMedia) {
+TEST(ValidateInstallerMedia, QuietLeavesOutTheVerdictOnAnInvalidMedia) {
   const InstallerPlace place = {"P", "X"};
   ExpectValidations({
       {"none", {}, "{m}", NotBelow1("{m}") + kRefused, place, kQuiet},
@@ -140,7 +140,7 @@ TEST(ValidateInstallerMedia, QuietLeavesOutOnlyTheVerdictOnAnInvalidMedia) {
   });
 }
 
-TEST(ValidateInstallerMedia, RefusesABlankAnywhereInTheDirectoryOfAnInstaller) {
+TEST(ValidateInstallerMedia, RefusesABlankInTheDirectoryOfAnInstaller) {
   for (const std::string name : {"a b", " m", "m ", "a b/m", "m/ ", " "}) {
     const std::string media = "{" + name + "}";
     ExpectValidations({{"\"" + name + "\" with 1", {name + "/1"}, media, kHasBlank},

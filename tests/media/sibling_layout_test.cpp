@@ -80,7 +80,7 @@ TEST(SiblingLayout, AfterAWarningReportsFoundVolumesOnStandardErrorToo) {
 = 0 {m/3} MTBDIR=SET-A VolumesCount=3)");
 }
 
-TEST(SiblingLayout, WithALaterVolumeOfAnotherSetKeepsTheEarlierOneInTheList) {
+TEST(SiblingLayout, KeepsTheVolumesBeforeOneOfAnotherSet) {
   ExpectScan("m/1: volumes=3 1=SET-A; m/2: 2=SET-A; m/3: 3=SET-B", R"(
  INFO: This media is composed of 3 volumes.
        Volume 1 found in: {m/1}
@@ -98,7 +98,7 @@ TEST(SiblingLayout, ReportsEveryVolumeOfAnotherSet) {
 = 0 MTBDIR=SET-A VolumesCount=3)");
 }
 
-TEST(SiblingLayout, WithAVolumeOfAnotherSetSaysNothingOfMissingOnesNorLooksFurther) {
+TEST(SiblingLayout, OfMixedSetsNamesNoMissingVolumeAndLooksNoFurther) {
   ExpectScan("m/1: volumes=3 1=SET-A; m/2: 2=SET-B; m: 5=AM-A", R"(
  INFO: This media is composed of 3 volumes.
        Volume 1 found in: {m/1}
@@ -106,7 +106,7 @@ TEST(SiblingLayout, WithAVolumeOfAnotherSetSaysNothingOfMissingOnesNorLooksFurth
 = 0 MTBDIR=SET-A VolumesCount=3)");
 }
 
-TEST(SiblingLayout, CountsADirectoryWithoutItsOwnReadableMarkerAsAbsent) {
+TEST(SiblingLayout, TakesAVolumeWithoutAReadableMarkerForAbsent) {
   MediaWorld other_marker, no_tag, directory;
   other_marker.Volume("m/3").Marker(2, "SET-A").Marker(1, "SET-A");
   no_tag.Volume("m/3").File("3.txt", "MTBDIR=\r\n");

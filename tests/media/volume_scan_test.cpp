@@ -47,7 +47,7 @@ TEST(ScanMediaVolumes, FromAnOnlineRepositoryDoesNotOpenVolumesTxt) {
   }
 }
 
-TEST(ScanMediaVolumes, ReadsVolumesTxtWhenTheRepositoryIsEmptyOrSpeltOtherwise) {
+TEST(ScanMediaVolumes, ReadsVolumesTxtWithoutARepositoryOfThatName) {
   MediaWorld world;
   world.Make("1: volumes=2 1=SET-A 2=SET-A");
   for (const Environment& env :
@@ -238,7 +238,7 @@ TEST(ScanMediaVolumes, OfASingleRelativeNameLooksForSiblingsInTheRoot) {
 = 2 /2 MTBDIR=SET-A VolumesCount=2)");
 }
 
-TEST(ScanMediaVolumes, OfARelativeMediaLooksForFurtherAmVolumesBesideTheFirstName) {
+TEST(ScanMediaVolumes, OfARelativeMediaLooksForAmVolumesBesideItsFirstName) {
   MediaWorld world;
   world.Make("am/x/1: volumes=2 1=SET-A; am: 5=AM-A; 6: 6=AM-A");
   ExpectScanInOwnRoot(world, "am/x/1", R"(
