@@ -23,12 +23,12 @@ bool EqualInAnyCase(std::string_view left, std::string_view right) {
                     [](char one, char other) { return ToLower(one) == ToLower(other); });
 }
 
-/// The number that `name` consists of, together with the extension.
+/// The number that `name` consists of, together with the extension; it may be below 0.
 std::optional<VolumeNumber> NumberIn(std::string_view name, std::string_view extension) {
   VolumeNumber number = 0;
   const char* const end = name.data() + name.size();
   const auto [behind, error] = std::from_chars(name.data(), end, number);
-  if (error != std::errc() || number < 1 || name.front() == '0') return std::nullopt;
+  if (error != std::errc() || name.front() == '0') return std::nullopt;
   const std::string_view rest(behind, static_cast<std::size_t>(end - behind));
   return EqualInAnyCase(rest, extension) ? std::optional(number) : std::nullopt;
 }
