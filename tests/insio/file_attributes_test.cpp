@@ -52,6 +52,7 @@ TEST_F(FileAttributes, GetTimeGivesAccessModificationAndStatusChange) {
 TEST(FileTimes, AreEqualWhenAllThreeAre) {
   const FileTimes times = {1, 2, 3};
   EXPECT_EQ(times, (FileTimes{1, 2, 3}));
+  EXPECT_EQ(FileTimes(), (FileTimes{0, 0, 0}));
   for (const FileTimes& other : {FileTimes{9, 2, 3}, {1, 9, 3}, {1, 2, 9}}) EXPECT_NE(times, other);
 }
 

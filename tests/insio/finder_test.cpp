@@ -130,17 +130,18 @@ TEST_F(FinderTest, FailsOnAnEntryRemovedMeanwhileThoughReadAhead) {
 
 TEST_F(FinderTest, EndsEarlyWhenAListIsBrokenOffAndTellsWhenAsked) {
   Make({"a", "b", "c"});
-  for (const std::size_t ahead : {std::size_t{0}, kPlenty}) {
-    const FailingCall broken(FailingCall::kReadDir, EIO, /*after=*/4);  // "." and ".." included
+  for (const auto& [ahead, error] : {std::pair(std::size_t{0}, EIO), {kPlenty, EPERM}}) {
+    const FailingCall broken(FailingCall::kReadDir, error, /*after=*/4);  // "." and ".." included
     InsFileFinder finder = FindFirstFile(Path(""), kFile);
     ReadAhead(finder, ahead);
     int entries = 0;
     for (; !finder.AtEnd(); FindNextFile(finder)) ++entries;
     EXPECT_EQ(entries, 2);
-    EXPECT_EQ(FailureOf([&] { finder.ThrowIfCutShort(); }), Exception("readdir - " + Path(), EIO));
+    EXPECT_EQ(FailureOf([&] { finder.ThrowIfCutShort(); }),
+              Exception("readdir - " + Path(), error));
     EXPECT_TRUE(IsEmptyDir(Path()));
     EXPECT_EQ(FailureOf([this] { FindFirstFileExactly(Path(""), kFile).ThrowIfCutShort(); }),
-              Exception("readdir - " + Path(""), EIO));
+              Exception("readdir - " + Path(""), error));
   }
 }
 
@@ -237,7 +238,10 @@ TEST_F(FinderTest, NamesEntriesExactlyByThePathAsGivenWithQuotes) {
 TEST_F(ForEachNameTest, VisitsEveryNameAndBothDots) {
   Make({"a\\b/1", "a\\b/2/", "a\\b/3 -> nowhere", "a/b/decoy"});
   std::vector<std::string> names;
-  EXPECT_TRUE(ForEachName(Path("a\\b"), [&](std::string_view name) { names.emplace_back(name); }));
+  EXPECT_TRUE(ForEachName(Path("a\\b"), [&](std::string_view name) {
+    names.emplace_back(name);
+    errno = EIO;  // a failure of the visitor's own
+  }));
   EXPECT_THAT(names, testing::UnorderedElementsAre(".", "..", "1", "2", "3"));
 }
 

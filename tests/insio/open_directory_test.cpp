@@ -125,12 +125,16 @@ TEST_F(OpenDirectoryTest, GivesModesWhateverTheUmaskToWhatIsNew) {
 TEST_F(OpenDirectoryTest, CopiesAnySizeWithTimesAndShowsEachByte) {
   const OpenDirectory inside(inside_);
   for (const std::size_t size : {0U, 1U, 65'535U, 65'536U, 65'537U, 200'000U}) {
+    constexpr std::size_t kPiece = 65'536;
     std::string contents, seen;
     for (std::size_t i = 0; i < size; ++i) contents.push_back(static_cast<char>(i * 7));
     const OpenFile source(Write("source", contents));
     SetTimes(source.Path(), 0, 1'000'000'000);
     const std::string name = std::to_string(size);
-    inside.CopyFile(source, name, kPlain, [&](std::string_view piece) { seen.append(piece); });
+    inside.CopyFile(source, name, kPlain, [&](std::string_view piece) {
+      EXPECT_EQ(piece.size(), std::min(kPiece, size - seen.size()));
+      seen.append(piece);
+    });
     inside.CopyFile(source, name + " again", kPlain);
     const struct stat status = StatusOf(Inside(name));
     EXPECT_EQ(Nanoseconds(status.st_atim), 0);
@@ -155,6 +159,7 @@ EntryState WithoutChangeTime(EntryState state) {
 }
 
 TEST_F(OpenDirectoryTest, TellsAChangedFileFromTheSameOne) {
+  EXPECT_EQ(EntryState(), (EntryState{0, 0, 0, 0, 0, 0, 0, 0}));
   const std::string path = Inside("file");
   const OpenDirectory inside(inside_);
   const auto make = [&] {
@@ -277,6 +282,12 @@ TEST_F(OpenDirectoryTest, SaysSoWhenItsListBreaksOffOrTheDiskIsFull) {
   EXPECT_EQ(FailureInside(copy_onto_a_full_disk),
             ExceptionErrno("Cannot write into " + Inside("new"), ENOSPC));
   EXPECT_EQ(ModeOf(Inside("new")), 0600U);
+  const auto write_without_mode = [&] {
+    FilterCalls({SYS_fchmod}, SECCOMP_RET_ERRNO | EPERM);
+    inside.WriteFile("unfinished", "text", kPlain);
+  };
+  EXPECT_EQ(FailureInside(write_without_mode),
+            ExceptionErrno("Chmod - " + Inside("unfinished"), EPERM));
   const auto list_without_descriptors = [&] {
     LimitDescriptors(static_cast<unsigned>(::dup(STDERR_FILENO)));
     return inside.Names();

@@ -128,6 +128,11 @@ TEST(PlanRun, EndsWhereAnExternalMediaHasABlankInItsPath) {
   EXPECT_THAT(made.messages, testing::Not(testing::HasSubstr("never")));
 }
 
+TEST(RunPlan, HasNothingYetFromTheBeginning) {
+  EXPECT_EQ(RunPlan().VolumeCount, 0);
+  EXPECT_FALSE(RunPlan().AtStart.UIFlag);
+}
+
 TEST(PlanRun, KeepsTheExceptionThatAbortsTheRun) {
   LaunchWorld world;
   world.OneVolume().Volume("1").Announces("no number");
