@@ -49,7 +49,7 @@ function(kvl_library name)
   target_link_libraries(${name} PUBLIC $<BUILD_INTERFACE:own_code>)
   target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:Clang>:-Wreserved-identifier>)
   if(KVL_TIDY)
-    set_target_properties(${name} PROPERTIES CXX_CLANG_TIDY "clang-tidy;--quiet")
+    set_target_properties(${name} PROPERTIES CXX_CLANG_TIDY "clang-tidy;--quiet" UNITY_BUILD OFF)
   endif()
 endfunction()
 

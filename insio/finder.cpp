@@ -14,29 +14,19 @@
 #include "insio/path_text.h"
 
 namespace KVLInsIO {
-namespace {
+// What a finder is made of has a name, because the finder has one.
+namespace internal {
 
 struct DirectoryCloser {
   void operator()(DIR* stream) const { ::closedir(stream); }
 };
 using DirectoryStream = std::unique_ptr<DIR, DirectoryCloser>;
 
-bool IsSelfOrParent(std::string_view name) {
-  return name == "." || name == "..";
-}
-
 /// Why a list is not whole; no error when it is.
 struct Failure {
   std::string operation;
   int error = 0;
 };
-
-constexpr char kOpening[] = "opendir - ";
-
-/// Out of descriptors or memory: this says nothing about the directory.
-bool IsShortage(int error) {
-  return error == EMFILE || error == ENFILE || error == ENOMEM;
-}
 
 /// Entries that have been read already: names, each followed by a NUL byte.
 class NamesAhead {
@@ -60,6 +50,21 @@ class NamesAhead {
   std::size_t next_ = 0;
 };
 
+}  // namespace internal
+
+namespace {
+
+bool IsSelfOrParent(std::string_view name) {
+  return name == "." || name == "..";
+}
+
+constexpr char kOpening[] = "opendir - ";
+
+/// Out of descriptors or memory: this says nothing about the directory.
+bool IsShortage(int error) {
+  return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
 }  // namespace
 
 struct InsFileFinder::State {
@@ -70,11 +75,11 @@ struct InsFileFinder::State {
   std::string full_path;
   EntryType type = kNoEntry;
   int opening_error = 0;
-  DirectoryStream stream;           // none once its end has been read ahead
-  bool opened_by_its_name = false;  // and not by a path that was normalised to `directory`
+  internal::DirectoryStream stream;  // none once its end has been read ahead
+  bool opened_by_its_name = false;   // and not by a path that was normalised to `directory`
   const dirent* last_read = nullptr;
-  NamesAhead ahead;
-  Failure cut_short;
+  internal::NamesAhead ahead;
+  internal::Failure cut_short;
 
   /// False at the end.
   bool ReadEntry() {
@@ -144,7 +149,7 @@ void InsFileFinder::Close() noexcept {
 
 void InsFileFinder::ThrowIfCutShort() const {
   if (state_ == nullptr) return;
-  const Failure& failure = state_->cut_short;
+  const internal::Failure& failure = state_->cut_short;
   if (failure.error == 0) return;
   throw KVLInsException(failure.operation + state_->directory, failure.error);
 }
@@ -199,7 +204,7 @@ std::size_t internal::ReadAhead(InsFileFinder& finder, std::size_t most_bytes) {
 }
 
 bool ForEachName(const std::string& directory, const std::function<void(std::string_view)>& visit) {
-  const DirectoryStream stream(::opendir(directory.c_str()));
+  const internal::DirectoryStream stream(::opendir(directory.c_str()));
   if (stream == nullptr) return false;
   errno = 0;
   while (const dirent* entry = ::readdir(stream.get())) {

@@ -2,12 +2,10 @@
 
 #include <future>
 
+#include "tests/insio/surroundings.h"
+
 namespace kvl::test {
 namespace {
-
-void Require(bool done, const std::string& what) {
-  if (!done) throw std::runtime_error("cannot " + what + ": " + std::strerror(errno));
-}
 
 /// In a build chroot the root directory may be no mount point, and mounts below it would show
 /// outside. /proc is one: the root directory, with all that is mounted below it, is put there once
@@ -15,17 +13,17 @@ void Require(bool done, const std::string& what) {
 void MakeTheRootAMountPoint() {
   constexpr char kPlace[] = "/proc/sys";
   const fs::path working_directory = fs::current_path();
-  Require(::mount("none", "/proc", nullptr, MS_PRIVATE, nullptr) == 0 &&
-              ::mount("/", kPlace, nullptr, MS_BIND | MS_REC, nullptr) == 0 &&
-              ::mount("none", kPlace, nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-              ::chroot(kPlace) == 0,
-          "have a root directory of its own");
+  RequireDone(::mount("none", "/proc", nullptr, MS_PRIVATE, nullptr) == 0 &&
+                  ::mount("/", kPlace, nullptr, MS_BIND | MS_REC, nullptr) == 0 &&
+                  ::mount("none", kPlace, nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                  ::chroot(kPlace) == 0,
+              "have a root directory of its own");
   fs::current_path(working_directory);
 }
 
 /// Gives the calling thread a copy of the mounts, and keeps its changes to itself.
 void LeaveTheMountsOfOthers() {
-  Require(::unshare(CLONE_NEWNS) == 0, "have mounts of its own");
+  RequireDone(::unshare(CLONE_NEWNS) == 0, "have mounts of its own");
   if (::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) MakeTheRootAMountPoint();
 }
 
@@ -34,7 +32,7 @@ void Mount(const std::string& directory, const std::string& options, unsigned lo
   for (const std::string& pages : {std::string("huge=never,"), std::string()}) {
     if (::mount("none", directory.c_str(), "tmpfs", flags, (pages + options).c_str()) == 0) return;
   }
-  Require(false, "mount " + options + " on " + directory);
+  RequireDone(false, "mount " + options + " on " + directory);
 }
 
 }  // namespace
@@ -64,8 +62,8 @@ MemoryMount::MemoryMount(const std::string& directory, const std::string& option
 }
 
 void MemoryMount::MakeReadOnly() const {
-  Require(::mount("none", directory_.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) == 0,
-          "make " + directory_ + " read-only");
+  RequireDone(::mount("none", directory_.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) == 0,
+              "make " + directory_ + " read-only");
 }
 
 }  // namespace kvl::test

@@ -11,10 +11,6 @@ namespace {
 
 constexpr uid_t kNobody = 65534;
 
-void Require(bool done, const std::string& what) {
-  if (!done) throw std::runtime_error("cannot " + what);
-}
-
 /// Sets the limit that counts. The one up to which it may be raised again stays as it is.
 bool LimitTo(decltype(RLIMIT_FSIZE) resource, rlim_t most) {
   rlimit limit;
@@ -25,17 +21,21 @@ bool LimitTo(decltype(RLIMIT_FSIZE) resource, rlim_t most) {
 
 }  // namespace
 
+void RequireDone(bool done, const std::string& what) {
+  if (!done) throw std::runtime_error("cannot " + what + ": " + std::strerror(errno));
+}
+
 void Enter(const TestDirectory& directory) {
-  Require(::chdir(directory.Path().c_str()) == 0, "enter " + directory.Path());
+  RequireDone(::chdir(directory.Path().c_str()) == 0, "enter " + directory.Path());
 }
 
 void EnterAsOrdinaryUser(const TestDirectory& directory) {
   fs::permissions(directory.Path(), fs::perms(0555), fs::perm_options::add);
   Enter(directory);
   if (::geteuid() != 0) return;
-  Require(::setgroups(0, nullptr) == 0, "leave the groups");
-  Require(::setresgid(kNobody, kNobody, kNobody) == 0, "change the group");
-  Require(::setresuid(kNobody, kNobody, kNobody) == 0, "change the user");
+  RequireDone(::setgroups(0, nullptr) == 0, "leave the groups");
+  RequireDone(::setresgid(kNobody, kNobody, kNobody) == 0, "change the group");
+  RequireDone(::setresuid(kNobody, kNobody, kNobody) == 0, "change the user");
 }
 
 void GiveUpPermissions() {
@@ -46,16 +46,16 @@ void GiveUpPermissions() {
 
 void GiveToOrdinaryUser(const std::string& path) {
   if (::geteuid() != 0) return;
-  Require(::chown(path.c_str(), kNobody, kNobody) == 0, "give away " + path);
+  RequireDone(::chown(path.c_str(), kNobody, kNobody) == 0, "give away " + path);
 }
 
 void LimitFileSize(unsigned bytes) {
-  Require(LimitTo(RLIMIT_FSIZE, bytes), "limit the size of files");
-  Require(::signal(SIGXFSZ, SIG_IGN) != SIG_ERR, "ignore a signal");
+  RequireDone(LimitTo(RLIMIT_FSIZE, bytes), "limit the size of files");
+  RequireDone(::signal(SIGXFSZ, SIG_IGN) != SIG_ERR, "ignore a signal");
 }
 
 void LimitDescriptors(unsigned count) {
-  Require(LimitTo(RLIMIT_NOFILE, count), "limit the descriptors");
+  RequireDone(LimitTo(RLIMIT_NOFILE, count), "limit the descriptors");
 }
 
 std::vector<std::string> OpenDescriptors() {
@@ -82,7 +82,7 @@ std::vector<std::string> NamesInOrder(const std::string& directory) {
 
 struct stat StatusOf(const std::string& path) {
   struct stat status;
-  Require(::stat(path.c_str(), &status) == 0, "stat " + path);
+  RequireDone(::stat(path.c_str(), &status) == 0, "stat " + path);
   return status;
 }
 
@@ -96,7 +96,7 @@ void RewriteUnnoticed(const std::string& path, const std::string& text) {
 
 std::string MakeSocket(const TestDirectory& directory, const std::string& name) {
   const std::string path = directory.Path(name);
-  Require(::mknod(path.c_str(), S_IFSOCK | 0600, 0) == 0, "make " + path);
+  RequireDone(::mknod(path.c_str(), S_IFSOCK | 0600, 0) == 0, "make " + path);
   return path;
 }
 

@@ -10,6 +10,9 @@
 
 namespace kvl::test {
 
+/// Throws "cannot <what>: <the error of the last call>" unless that was done.
+void RequireDone(bool done, const std::string& what);
+
 /// Makes the directory the working directory.
 void Enter(const TestDirectory& directory);
 
