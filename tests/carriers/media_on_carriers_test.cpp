@@ -22,9 +22,8 @@ void ExpectTimesOfTheCarrier(const CarrierWorld& world) {
 }
 
 std::vector<std::string> TreeWithoutModes(const std::string& directory) {
-  static const std::regex mode("^([dfp]) [0-7]+");
   std::vector<std::string> lines = DescribeTree(directory);
-  for (std::string& line : lines) line = std::regex_replace(line, mode, "$1");
+  for (std::string& line : lines) line = Replaced(line, "^([dfp]) [0-7]+", "$1");
   std::sort(lines.begin(), lines.end());
   return lines;
 }

@@ -285,15 +285,13 @@ void CheckWorld::ExpectRefusedAndUntouched(const Lines& further, const std::stri
 }
 
 std::string WithoutBytes(const std::string& text) {
-  static const std::regex forecast(", [0-9]+ bytes?, free [0-9]+");
-  static const std::regex want("staging needs [0-9]+ bytes, and [0-9]+ are free");
-  return std::regex_replace(std::regex_replace(text, forecast, ", <n> bytes, free <n>"), want,
-                            "staging needs <n> bytes, and <n> are free");
+  return Replaced(Replaced(text, ", [0-9]+ bytes?, free [0-9]+", ", <n> bytes, free <n>"),
+                  "staging needs [0-9]+ bytes, and [0-9]+ are free",
+                  "staging needs <n> bytes, and <n> are free");
 }
 
 std::string WithoutFreeBytes(const std::string& json) {
-  static const std::regex free("\"free_bytes\": [1-9][0-9]*");
-  return std::regex_replace(json, free, "\"free_bytes\": 0");
+  return Replaced(json, "\"free_bytes\": [1-9][0-9]*", "\"free_bytes\": 0");
 }
 
 }  // namespace kvl::test

@@ -7,9 +7,9 @@ namespace {
 
 /// Every long option in a text.
 std::set<std::string> OptionsIn(const std::string& text, const std::string& pattern) {
-  const std::regex option(pattern);
-  using Each = std::sregex_token_iterator;
-  return {Each(text.begin(), text.end(), option, 1), Each()};
+  std::set<std::string> options;
+  for (const Groups& option : MatchesIn(text, pattern)) options.insert(option[1]);
+  return options;
 }
 
 /// The part of a text between two others.

@@ -83,7 +83,7 @@ TEST(Environment, OfNothingAtAllIsFilledByOptions) {
   world.Volume("1").Installer("linux", "KVLInsAppliODT.exe");
   ExpectedRun expected = Staged().Ends(7).Sets(options);
   for (std::string* text : {&expected.out, &expected.arguments[0]}) {
-    *text = std::regex_replace(*text, std::regex("/installer"), "/KVLInsAppliODT.exe");
+    *text = Replaced(*text, "/installer", "/KVLInsAppliODT.exe");
   }
   world.Expect(expected, plan);
 }

@@ -119,10 +119,9 @@ ExpectedRun RunOf(const Staging& modelled) {
   // A directory that was never made has no name that is known.
   const std::string staging = modelled.Left().empty() ? "{tmp}/<id>" : "{staging}";
   expected.status = 1;
-  expected.err = says::Missing() +
-                 says::StagingFailed(
-                     staging + "/",
-                     std::regex_replace(modelled.Failure(), std::regex("\\{staging\\}"), staging));
+  expected.err =
+      says::Missing() +
+      says::StagingFailed(staging + "/", Replaced(modelled.Failure(), "\\{staging\\}", staging));
   expected.arguments = {};
   return expected;
 }

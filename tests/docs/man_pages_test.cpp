@@ -11,9 +11,10 @@ namespace {
 using Texts = std::set<std::string>;
 
 /// What a pattern finds, each time its first group.
-Texts MatchesIn(const std::string& text, const std::string& pattern) {
-  const std::regex regex(pattern);
-  return {std::sregex_token_iterator(text.begin(), text.end(), regex, 1), {}};
+Texts TextsIn(const std::string& text, const std::string& pattern) {
+  Texts texts;
+  for (const Groups& found : MatchesIn(text, pattern)) texts.insert(found[1]);
+  return texts;
 }
 
 class ManPages : public testing::Test {
@@ -43,7 +44,7 @@ Texts TablesOn(const std::string& page) {
     const auto add = [&](const std::string& place, const std::string& pattern,
                          const std::string& in_front = "") {
       if (!place.starts_with(line.section)) return;
-      for (const std::string& row : MatchesIn(line.text, pattern)) {
+      for (const std::string& row : TextsIn(line.text, pattern)) {
         rows.insert(page + " " + place + ": " + in_front + row);
       }
     };
@@ -63,14 +64,14 @@ Texts TablesOn(const std::string& page) {
 Texts MediaOptions(const std::string& subcommand) {
   const std::string place = subcommand == "--help" ? "" : ", Options of " + subcommand;
   const std::string help = RunProgram({{BuiltProgram("kvl-media"), subcommand, "--help"}}).out;
-  Texts options = MatchesIn(help, "\n +(?:-[a-z],)?(--[a-z-]+)"), rows;
-  options.merge(MatchesIn(help, "\n +(-[a-z]),--"));
+  Texts options = TextsIn(help, "\n +(?:-[a-z],)?(--[a-z-]+)"), rows;
+  options.merge(TextsIn(help, "\n +(-[a-z]),--"));
   for (const std::string& row : options) rows.insert("kvl-media.1 OPTIONS" + place + ": " + row);
   return rows;
 }
 
 TEST_F(ManPages, HaveTheTablesOfTheCode) {
-  Texts in_code = MatchesIn(RunProgram({{BuiltProgram("print_tables")}}).out, "([^\n]+)");
+  Texts in_code = TextsIn(RunProgram({{BuiltProgram("print_tables")}}).out, "([^\n]+)");
   for (const char* subcommand : {"--help", "check", "make"})
     in_code.merge(MediaOptions(subcommand));
   Texts on_pages = TablesOn("kvl-launcher.1");
@@ -93,11 +94,9 @@ TEST_F(ManPages, HaveNoMessageThatTheCodeHasNot) {
                                       {"KVLInsIO.3", "ERRORS"}}) {
     for (const std::string& message : MessagesOf(page, section)) {
       // The code puts some together: behind the first word, a colon, a semicolon and a parenthesis.
-      const std::regex joint("^(\\w+) |; |: | \\("), put_in(" */?<[^<>]*>/? *");
-      const std::string text = std::regex_replace(message, joint, "$1<>");
-      for (auto part = std::sregex_token_iterator(text.begin(), text.end(), put_in, -1);
-           part != std::sregex_token_iterator(); ++part) {
-        EXPECT_TRUE(code.find(*part) != code.npos) << page << ": " << message << ": " << *part;
+      const std::string text = Replaced(message, "^(\\w+) |; |: | \\(", "$1<>");
+      for (const std::string& part : SplitAt(text, " */?<[^<>]*>/? *")) {
+        EXPECT_TRUE(code.find(part) != code.npos) << page << ": " << message << ": " << part;
       }
     }
   }
@@ -105,7 +104,7 @@ TEST_F(ManPages, HaveNoMessageThatTheCodeHasNot) {
 
 TEST_F(ManPages, HaveTheMessagesOfTheAdministratorsPage) {
   const std::string page = "kvl-launcher.1";
-  const Texts texts = MatchesIn(ReadFile(SourceFile("docs/administrators.md")), "`([^`\n]+)`");
+  const Texts texts = TextsIn(ReadFile(SourceFile("docs/administrators.md")), "`([^`\n]+)`");
   const auto staging = MessagesOf(page, "DIAGNOSTICS", "Why staging failed");
   for (const auto& [subsection, level] :
        {std::pair("Errors", "ERROR: "), {"Warnings", "WARN: "}, {"Information", "INFO: "}}) {
@@ -131,21 +130,21 @@ std::string PublicPartOf(const std::string& header) {
   for (const char* left_out :
        {"//[^\n]*|#[^\n]*", "private:[^]*?\n\\};", "namespace internal \\{[^{}]*\\}",
         "\\{[^{}\n]*\\}|\\{\n *return [^{}]*\\}"}) {
-    text = std::regex_replace(text, std::regex(left_out), "");
+    text = Replaced(text, left_out, "");
   }
   return text;
 }
 
 TEST_F(ManPages, OfTheLibraryHaveItsHeadersFunctionsAndConstants) {
   const std::string build_file = ReadFile(SourceFile("insio/CMakeLists.txt"));
-  const Texts list = MatchesIn(build_file, "public_headers((?:\\s+\\w+\\.h)+)");
-  Texts in_code = MatchesIn(ReadFile(SourceFile("insio/KVLInsIO.h.in")), "#define (\\w+)");
+  const Texts list = TextsIn(build_file, "public_headers((?:\\s+\\w+\\.h)+)");
+  Texts in_code = TextsIn(ReadFile(SourceFile("insio/KVLInsIO.h.in")), "#define (\\w+)");
   in_code.insert("KVLInsIO.h");  // made from the others
-  for (const std::string& header : MatchesIn(*list.begin(), "(\\w+\\.h)")) {
+  for (const std::string& header : TextsIn(*list.begin(), "(\\w+\\.h)")) {
     const std::string text = PublicPartOf(header);
     in_code.insert(header);
-    in_code.merge(MatchesIn(text, "(operator[^\\s(]+|[A-Za-z_]\\w*)\\("));
-    in_code.merge(MatchesIn(text, "\\b(k[A-Z]\\w*) ="));
+    in_code.merge(TextsIn(text, "(operator[^\\s(]+|[A-Za-z_]\\w*)\\("));
+    in_code.merge(TextsIn(text, "\\b(k[A-Z]\\w*) ="));
   }
   // Assignment goes without saying; the others stand in the type of a function and in std::hash.
   for (const char* name : {"operator=", "void", "operator"}) in_code.erase(name);
@@ -153,7 +152,7 @@ TEST_F(ManPages, OfTheLibraryHaveItsHeadersFunctionsAndConstants) {
   Texts on_page;
   for (const PageLine& line : ReadPage("KVLInsIO.3")) {
     if (line.section != "SYNOPSIS") continue;
-    on_page.merge(MatchesIn(line.text, "^\\.(?:F[no] (?:\\S*::)?|Dv |In KVLInsIO/)(\\S+)"));
+    on_page.merge(TextsIn(line.text, "^\\.(?:F[no] (?:\\S*::)?|Dv |In KVLInsIO/)(\\S+)"));
   }
   EXPECT_EQ(on_page, in_code);
 }

@@ -3,7 +3,6 @@
 
 #include <csignal>
 #include <iostream>
-#include <regex>
 #include <set>
 #include <string>
 
@@ -15,6 +14,7 @@
 #include "environment/variables.h"
 #include "launcher/command_line.h"
 #include "launcher/exit_status.h"
+#include "tests/support/pattern.h"
 
 namespace kvl {
 namespace {
@@ -61,9 +61,9 @@ void PrintJsonTables() {
   report.volumes.rows.emplace_back();
   report.findings.Add(FindingKind::kColonInPath, "");
   const std::string json = JsonReport(report);
-  const std::regex key("\"(\\w+)\":");
-  Print("kvl-media.1 JSON, keys",
-        std::set<std::string>(std::sregex_token_iterator(json.begin(), json.end(), key, 1), {}));
+  std::set<std::string> keys;
+  for (const test::Groups& key : test::MatchesIn(json, "\"(\\w+)\":")) keys.insert(key[1]);
+  Print("kvl-media.1 JSON, keys", keys);
 }
 
 void PrintFindings() {

@@ -47,19 +47,18 @@ std::string Meant(const std::string& text) {
 /// line, "given  =>  expected" stands in columns that two blanks or more keep apart.
 std::map<std::string, std::vector<std::pair<std::string, std::string>>> ExamplesIn(
     const std::string& header) {
-  static const std::regex declaration(" *(?:\\[\\[nodiscard\\]\\] )?([^(]*)\\(.*");
-  static const std::regex example("(\\S+(?: \\S+)*) {2,}=> {2,}(\\S+(?: \\S+)*)");
+  const std::string declaration = " *(?:\\[\\[nodiscard\\]\\] )?([^(]*)\\(.*";
+  const std::string example = "(\\S+(?: \\S+)*) {2,}=> {2,}(\\S+(?: \\S+)*)";
   std::map<std::string, std::vector<std::pair<std::string, std::string>>> all;
   std::vector<std::pair<std::string, std::string>> examples;
   std::istringstream lines(header);
-  std::smatch match;
   for (std::string line; std::getline(lines, line);) {
+    const Groups declared = MatchOf(line, declaration);
     if (line.find("///") != std::string::npos) {
-      for (std::sregex_iterator at(line.begin(), line.end(), example), end; at != end; ++at) {
-        examples.emplace_back((*at)[1], (*at)[2]);
-      }
-    } else if (std::regex_match(line, match, declaration) && !examples.empty()) {
-      all[match[1]] = std::exchange(examples, {});
+      for (const Groups& found : MatchesIn(line, example))
+        examples.emplace_back(found[1], found[2]);
+    } else if (!declared.empty() && !examples.empty()) {
+      all[declared[1]] = std::exchange(examples, {});
     }
   }
   return all;

@@ -241,27 +241,26 @@ struct Symbol {
 
 /// Part of KVLInsIO, or what the compiler makes of the standard library's templates.
 bool BelongsToTheLibrary(const Symbol& symbol) {
-  static const std::regex own("_Z(T[ISV]|GV)?Z*NK?8KVLInsIO.*");
-  static const std::regex of_templates(
+  const std::string own = "_Z(T[ISV]|GV)?Z*NK?8KVLInsIO.*";
+  const std::string of_templates =
       "_Z(T[ISV]|GV)?Z*(N[VKRO]*)?(St|S[absiod]|9__gnu_cxx).*"  // std:: and __gnu_cxx::
       "|_ZnwmPv|_ZdlPvS_"                                       // placement new
-      "|DW\\.ref\\..*|__clang_call_terminate");                 // the compiler's own
-  if (std::regex_match(symbol.name, own)) return true;
+      "|DW\\.ref\\..*|__clang_call_terminate";                  // the compiler's own
+  if (!MatchOf(symbol.name, own).empty()) return true;
   const bool is_shared_among_programs = std::string("WVu").find(symbol.type) != std::string::npos;
-  return is_shared_among_programs && std::regex_match(symbol.name, of_templates);
+  return is_shared_among_programs && !MatchOf(symbol.name, of_templates).empty();
 }
 
 /// What nm finds in the archive of the library.
 class PackageArchive : public Package {
  protected:
   std::vector<Symbol> Symbols(const Lines& options) const {
-    static const std::regex line("[0-9a-f ]*([A-Za-z]) (.+)");
     Lines command = {Cached("CMAKE_NM"), Archive()};
     command.insert(command.end(), options.begin(), options.end());
     std::vector<Symbol> symbols;
-    std::smatch match;
     for (const std::string& text : LinesOf(Require(command))) {
-      if (std::regex_match(text, match, line)) symbols.push_back({match[1], match[2]});
+      const Groups symbol = MatchOf(text, "[0-9a-f ]*([A-Za-z]) (.+)");
+      if (!symbol.empty()) symbols.push_back({symbol[1], symbol[2]});
     }
     return symbols;
   }
@@ -277,18 +276,17 @@ TEST_F(PackageArchive, DefinesItsOwnNamesOnly) {
 }
 
 TEST_F(PackageArchive, HidesInAnInnerNamespaceWhatNoHeaderShows) {
-  static const std::regex word("\\w+"), own("(\\w+ for )?KVLInsIO::(\\w+).*");
   std::set<std::string> shown, not_shown;
   for (const std::string& name : kPublicHeaders) {
     for (std::string line : LinesOf(ReadFile(Installed("include/KVLInsIO/" + name)))) {
       line.resize(std::min(line.find("//"), line.size()));
-      shown.insert(std::sregex_token_iterator(line.begin(), line.end(), word), {});
+      for (const Groups& word : MatchesIn(line, "\\w+")) shown.insert(word[0]);
     }
   }
   int symbols = 0;
   for (const Symbol& symbol : Symbols({"--demangle", "--extern-only", "--defined-only"})) {
-    std::smatch match;
-    if (!std::regex_match(symbol.name, match, own)) continue;
+    const Groups match = MatchOf(symbol.name, "(\\w+ for )?KVLInsIO::(\\w+).*");
+    if (match.empty()) continue;
     ++symbols;
     if (!shown.contains(match[2])) not_shown.insert(match[2]);
   }

@@ -13,9 +13,8 @@ std::vector<std::string> AllTexts(const MediaWorld& world, std::vector<std::stri
 /// Everything in the world but what a run may leave in it.
 std::vector<std::string> MediaIn(const MediaWorld& world) {
   std::vector<std::string> lines = DescribeTreeExactly(world.Path("."));
-  const std::regex of_the_run("^[dflp] ([0-7]+ )?(tmp|report)[ /]");
-  std::erase_if(lines,
-                [&](const std::string& line) { return std::regex_search(line, of_the_run); });
+  const std::string of_the_run = "[dflp] ([0-7]+ )?(tmp|report)[ /][^]*";
+  std::erase_if(lines, [&](const std::string& line) { return !MatchOf(line, of_the_run).empty(); });
   return lines;
 }
 
@@ -135,9 +134,8 @@ std::string CleanUpScriptIn(const std::string& staging_slash) {
 }
 
 std::string WithoutIdentifiers(const std::string& text) {
-  static const std::regex identifier(
-      "[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
-  return std::regex_replace(text, identifier, "<id>");
+  return Replaced(text, "[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}",
+                  "<id>");
 }
 
 std::vector<std::string> LinesOf(const StagedTree& tree, const MediaWorld& world,

@@ -22,8 +22,7 @@ TEST(RunTexts, AnOddMediaPathIsStagedToo) {
   for (const std::string name : {"my media/\xff 1", "it's/\n/1"}) {
     LaunchWorld world;
     world.Volume(name).Installer().Descriptions().Announces("2");
-    const std::string shown =
-        std::regex_replace(world.Path(name), std::regex("\n"), "\n       ");  // as in a message
+    const std::string shown = Replaced(world.Path(name), "\n", "\n       ");  // as in a message
     ExpectedRun expected = Staged()
                                .Says(SaysFoundIn(shown) + says::ComposedOf("2"))
                                .Warns(says::NoFirstMarker(shown) + says::Staged())

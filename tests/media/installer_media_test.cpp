@@ -121,7 +121,7 @@ TEST(ValidateInstallerMedia, NamesBothPlacesWhenThereIsNoInstaller) {
   for (const std::string name :
        {"empty", "a b", "line\nfeed", "file", "other platform", "other name", "dangling"}) {
     SCOPED_TRACE(name);
-    const std::string shown = std::regex_replace(name, std::regex("\n"), "\n       ");
+    const std::string shown = Replaced(name, "\n", "\n       ");
     ExpectValidation(world, {name, {}, "{" + name + "}", NoneIn("{" + shown + "}")});
   }
 }

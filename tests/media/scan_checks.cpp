@@ -17,7 +17,7 @@ std::string TranscriptOfScan(const std::string& media, const Environment& env = 
   for (const std::string& volume : seen.volumes) text += " " + volume;
   std::set<std::string> names;
   for (const auto& [name, value] : EnvChanges(env, seen.env)) {
-    const std::string short_name = std::regex_replace(name, std::regex("^KVLAdmInst"), "");
+    const std::string short_name = Replaced(name, "^KVLAdmInst", "");
     names.insert(short_name);
     if (!value.empty()) text += " " + short_name + "=" + value;
   }
@@ -54,7 +54,7 @@ bool MakeRoot(const std::string& directory) {
 }  // namespace
 
 std::string TranscriptOf(const std::string& out, const std::string& err) {
-  return "\n" + out + std::regex_replace(err, std::regex("(^|\n)(?=.)"), "$012>");
+  return "\n" + out + Replaced(err, "(^|\n)(?=.)", "$012>");
 }
 
 void ExpectScan(const std::string& media, const std::string& transcript) {

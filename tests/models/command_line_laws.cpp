@@ -7,15 +7,11 @@
 namespace kvl::test {
 
 // Stored inputs of fuzzing take them by their numbers.
-const std::vector<std::string> kCommandLineWords = [] {
-  const std::string words =
-      "-wait;-UI;-env;-installerPath;-SoftMgt;-List;-Check;-Commit;-Rollback;--odt;--mgt;--uninst;"
-      "-CDpath;--var;-Wait;-wait ;;-;CurrentMediaDir=/x/'y'//;A=b=c;A=;=x;=;B;CurrentMediaDir;"
-      "-Check1;-envA=b;a b;\";\\";
-  const std::regex apart(";");
-  return std::vector<std::string>(std::sregex_token_iterator(words.begin(), words.end(), apart, -1),
-                                  {});
-}();
+const std::vector<std::string> kCommandLineWords = SplitAt(
+    "-wait;-UI;-env;-installerPath;-SoftMgt;-List;-Check;-Commit;-Rollback;--odt;--mgt;--uninst;"
+    "-CDpath;--var;-Wait;-wait ;;-;CurrentMediaDir=/x/'y'//;A=b=c;A=;=x;=;B;CurrentMediaDir;"
+    "-Check1;-envA=b;a b;\";\\",
+    ";");
 
 namespace {
 

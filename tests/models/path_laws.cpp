@@ -23,11 +23,6 @@ void RequirePath(std::string_view what, const InsPath& seen, const PathModel& ex
   }
 }
 
-std::string Replaced(std::string text, char from, char to) {
-  for (char& character : text) character = character == from ? to : character;
-  return text;
-}
-
 bool HasQuotes(const std::string& text) {
   return text.find_first_of("'\"") != std::string::npos;
 }
@@ -60,8 +55,8 @@ void CheckPathLaws(const std::string& typed) {
   Require(normal.find("//") == std::string::npos, "no doubled slash");
   Require(normal.size() < 2 || normal.back() != '/', "no slash at the end");
 
-  RequireEqual("slashes", KVLInsIO::ToSlashes(typed), Replaced(typed, '\\', '/'));
-  RequireEqual("colons", KVLInsIO::ToColons(typed), Replaced(typed, ';', ':'));
+  RequireEqual("slashes", KVLInsIO::ToSlashes(typed), Replaced(typed, R"(\\)", "/"));
+  RequireEqual("colons", KVLInsIO::ToColons(typed), Replaced(typed, ";", ":"));
 
   InsPath path(typed);
   RequirePath("path", path, model);

@@ -13,14 +13,13 @@ std::vector<std::string> WithoutEmptyOnes(std::vector<std::string> texts) {
 /// A command is a row of pieces: a blank, a character behind a backslash, a text in quotes, which may
 /// lack its end, or any other character. Double quotes keep the backslash before all but \ and ".
 std::vector<std::string> ModelOfSplit(const std::string& command) {
-  static const std::regex piece(
-      R"_(( )|\\([\s\S]?)|'([^']*)'?|"((?:\\[\s\S]|[^"\\])*\\?)"?|([^ '"\\]))_");
-  static const std::regex escaped(R"_(\\(["\\]))_");
+  const std::string piece =
+      R"_(( )|\\([\s\S]?)|'([^']*)'?|"((?:\\[\s\S]|[^"\\])*\\?)"?|([^ '"\\]))_";
+  const std::string escaped = R"_(\\(["\\]))_";
   std::vector<std::string> arguments(1);
-  for (std::sregex_iterator at(command.begin(), command.end(), piece), end; at != end; ++at) {
-    if ((*at)[1].matched) arguments.emplace_back();
-    arguments.back() +=
-        at->str(2) + at->str(3) + std::regex_replace(at->str(4), escaped, "$1") + at->str(5);
+  for (const Groups& found : MatchesIn(command, piece)) {
+    if (!found[1].empty()) arguments.emplace_back();
+    arguments.back() += found[2] + found[3] + Replaced(found[4], escaped, "$1") + found[5];
   }
   return WithoutEmptyOnes(arguments);
 }

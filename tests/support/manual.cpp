@@ -7,10 +7,6 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-std::string Replaced(const std::string& text, const std::string& what, const std::string& with) {
-  return std::regex_replace(text, std::regex(what), with);
-}
-
 std::vector<PageLine> Read(const std::string& page) {
   std::vector<PageLine> lines;
   std::ifstream file(SourceFile("docs/man/" + page));
@@ -86,14 +82,13 @@ void ExpectLine(const std::string& line, const Lines& messages, const char* page
 }
 
 void ExpectLauncherLine(const std::string& line) {
-  static const std::regex indented(" {7}([^ ].*)");
   const auto expect = [&](const std::string& level, const Lines& messages) {
     if (line.starts_with(level)) ExpectLine(line.substr(7), messages, "kvl-launcher.1");
   };
   expect("ERROR: ", Together(LauncherMessages("Errors"), LauncherMessages("Why staging failed")));
   expect(" WARN: ", LauncherMessages("Warnings"));
   expect(" INFO: ", LauncherMessages("Information"));
-  if (std::regex_match(line, indented)) expect("       ", LauncherMessages(""));
+  if (!MatchOf(line, " {7}([^ ].*)").empty()) expect("       ", LauncherMessages(""));
 }
 
 }  // namespace
@@ -106,17 +101,13 @@ const std::vector<PageLine>& ReadPage(const std::string& page) {
 
 Lines MessagesOf(const std::string& page, const std::string& section,
                  const std::string& subsection) {
-  static const std::regex line_feed("<line feed>");
   Lines messages;
   for (const PageLine& line : ReadPage(page)) {
     if (line.section != section || line.list != "-diag" || !line.text.starts_with(".It ") ||
         (!subsection.empty() && line.subsection != subsection)) {
       continue;
     }
-    const std::string text = line.text.substr(4);
-    messages.insert(messages.end(),
-                    std::sregex_token_iterator(text.begin(), text.end(), line_feed, -1),
-                    std::sregex_token_iterator());
+    messages = Together(messages, SplitAt(line.text.substr(4), "<line feed>"));
   }
   return messages;
 }

@@ -71,15 +71,11 @@ MediaWorld::MediaWorld() {
 }
 
 void MediaWorld::Make(const std::string& directories) {
-  static const std::regex directory("([^;:]+):([^;]*)(; )?"), word(" (\\w+)=([^ ]*)");
-  using Each = std::sregex_iterator;
-  for (Each made(directories.begin(), directories.end(), directory); made != Each(); ++made) {
-    VolumeBuilder volume = Volume((*made)[1]);
-    const std::string words = (*made)[2];
-    for (Each at(words.begin(), words.end(), word); at != Each(); ++at) {
-      const std::string name = (*at)[1];
-      name == "volumes" ? volume.Announces((*at)[2])
-                        : volume.File(name + ".txt", "MTBDIR=" + (*at)[2].str() + "\n");
+  for (const Groups& directory : MatchesIn(directories, "([^;:]+):([^;]*)(; )?")) {
+    VolumeBuilder volume = Volume(directory[1]);
+    for (const Groups& word : MatchesIn(directory[2], " (\\w+)=([^ ]*)")) {
+      word[1] == "volumes" ? volume.Announces(word[2])
+                           : volume.File(word[1] + ".txt", "MTBDIR=" + word[2] + "\n");
     }
   }
 }

@@ -33,7 +33,6 @@
 #include <map>
 #include <optional>
 #include <ostream>
-#include <regex>
 #include <sched.h>
 #include <set>
 #include <sstream>
@@ -48,6 +47,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "tests/support/pattern.h"
 
 namespace kvl::test {
 
