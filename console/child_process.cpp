@@ -36,7 +36,7 @@ bool ChildProcess::Start(const std::vector<std::string>& arguments, const Signal
   const std::vector<char*> pointers = AsPointers(own_arguments);
   id_ = ::fork();
   if (id_ == 0) Become(pointers.data(), signals);
-  return id_ > 0;
+  return id_ != -1;
 }
 
 int ChildProcess::Wait() const {

@@ -23,7 +23,7 @@ void SignalScope::LeaveTheKeyboardToTheChild() {
 
 SignalScope::~SignalScope() {
   const timespec no_time = {};
-  while (::sigtimedwait(&blocked_, nullptr, &no_time) > 0) {
+  while (::sigtimedwait(&blocked_, nullptr, &no_time) != -1) {
   }
   GiveBack();
 }

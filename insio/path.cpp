@@ -89,7 +89,7 @@ std::string InsPath::FileName() const {
 
 InsPath InsPath::Parent() const {
   const std::size_t last_slash = text_.rfind(kSlash);
-  if (last_slash == std::string::npos || text_.size() == 1) return InsPath();
+  if (last_slash == std::string::npos || text_.size() == 1) return {};
   // Not made from a string: normalising again could take the quotes of a name for enclosing ones.
   InsPath parent;
   parent.text_ = last_slash == 0 ? Root() : text_.substr(0, last_slash);

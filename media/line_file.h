@@ -38,7 +38,7 @@ class LineFile {
   void SkipHole();
 
   KVLInsIO::internal::FileDescriptor file_;
-  int error_ = 0;
+  int error_;
   std::uint64_t bytes_left_ = 0;  // that may still be read
   bool is_cut_ = false;           // the rest of the last line is still to be passed over
   std::string_view unread_;       // a part of the buffer

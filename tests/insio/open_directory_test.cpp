@@ -295,6 +295,22 @@ TEST_F(OpenDirectoryTest, SaysSoWhenItsListBreaksOffOrTheDiskIsFull) {
   EXPECT_EQ(FailureInside(list_without_descriptors), Exception("opendir - " + inside_, EMFILE));
 }
 
+TEST_F(OpenDirectoryTest, ClosesAListThatCannotBeRead) {
+  Make({"inside/"});
+  const auto list = [&] {
+    const OpenDirectory inside(inside_);
+    const int free = ::dup(STDERR_FILENO);
+    ::close(free);
+    FilterCalls({SYS_fcntl}, SECCOMP_RET_ERRNO | EINVAL);
+    try {
+      return static_cast<int>(inside.Names().size());
+    } catch (const std::exception&) {
+      return ::dup(STDERR_FILENO) == free ? 100 : 101;
+    }
+  };
+  EXPECT_EQ(RunIsolated(list).status, 100);
+}
+
 TEST_F(OpenDirectoryTest, NeedsNoRightToListWhatItOnlyWritesInto) {
   Make({"box/"});
   SetMode(Path("box"), 0333);
