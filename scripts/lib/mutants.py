@@ -77,6 +77,7 @@ NO_ACTION = set(
     "public private protected extern namespace inline virtual static_assert case default return "
     "if else for while do switch try catch throw break continue goto operator".split()
 )
+ORDERLESS = {"min", "max"}  # the same comes of their arguments in any order
 TYPES = {"class", "struct", "enum", "union", "namespace"}
 BRACKETS = {"(": ")", "[": "]", "{": "}"}
 
@@ -109,7 +110,8 @@ class Finder:
                 yield from self._swap("choice", index, ":", {";", ",", ")", "}", "]"})
             if self.in_function[index]:
                 before = self.tokens[index - 1]
-                if token[0] == "(" and before.lastgroup == "word" and before[0] not in NO_ACTION:
+                is_call = token[0] == "(" and before.lastgroup == "word"
+                if is_call and before[0] not in NO_ACTION | ORDERLESS:
                     yield from self._swap("swapped", index, ",", {",", ")"})
                 yield from self._statement(index, token)
 
