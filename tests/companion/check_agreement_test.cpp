@@ -256,8 +256,9 @@ void ExpectAgreement(RandomMedia& media, std::map<std::string, int>& seen_often)
   const SortedJson report = CheckAsLaunched(world, media.Media(), media.Plan());
   EXPECT_EQ(DescribeTreeExactly(world.Path(".")), tree_before);
   const LaunchSeen seen = world.Launch(media.Media(), media.Plan());
-  SCOPED_TRACE(report.dump(1));
-  SCOPED_TRACE(seen.out + seen.err);
+  const Undo explanation([&] {
+    if (testing::Test::HasFailure()) std::cout << report.dump(1) << seen.out << seen.err;
+  });
 
   const std::string expectation = report["expectation"];
   ++seen_often[expectation + (report["staged"] ? ", staged" : "")];
