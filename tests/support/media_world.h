@@ -6,6 +6,11 @@
 //   world.Volume("2").Marker(2, "SET-A");
 //   const LaunchSeen seen = world.Launch("1");
 //
+// The same in one text, and the first two volumes of a media in AM volumes:
+//
+//   world.Make("1: volumes=3 1=SET-A; 2: 2=SET-A");
+//   world.Make("am/4/sets/1: volumes=2 1=S; am/4: 4=A; am/5: 5=A; am/5/sets/2: 2=S");
+//
 // In every text given to it, and in Text(), "{}" stands for the world's own directory, "{x}" for
 // the path of x in it, "{staging}" for the staging directory of the last launch (without "/" at the
 // end).
