@@ -22,7 +22,8 @@ endif()
 
 if(KVL_SANITIZE)
   target_compile_options(own_code INTERFACE
-    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer
+    -fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/libraries_of_tests.txt)
   target_link_options(own_code INTERFACE -fsanitize=address,undefined)
 endif()
 
