@@ -5,6 +5,7 @@
 #include "tests/insio/in_own_directory.h"
 #include "tests/insio/odd_paths.h"
 #include "tests/support/call_filter.h"
+#include "tests/support/outcome.h"
 #include "tests/support/system_faults.h"
 
 namespace kvl::test {
