@@ -265,7 +265,7 @@ TEST_F(OpenDirectoryTest, SaysWhatHasFailedAndWaitsForNobody) {
 TEST_F(OpenDirectoryTest, SaysSoWhenItsListBreaksOffOrTheDiskIsFull) {
   Make({"inside/file"});
   const OpenDirectory inside(inside_);
-  const OpenFile source(Write("source", std::string(3000, 'x')));
+  const OpenFile source(Write("source", std::string(300'000, 'x')));
   const auto list_in_part = [&] {
     const FailingCall readdir(FailingCall::kReadDir, EIO, 1);
     return inside.Names();
@@ -277,7 +277,7 @@ TEST_F(OpenDirectoryTest, SaysSoWhenItsListBreaksOffOrTheDiskIsFull) {
   ExpectFailures({{list_in_part, Exception("readdir - " + inside_, EIO)},
                   {write_late, ExceptionErrno("Cannot write into " + Inside("late"), EDQUOT)}});
   const auto copy_onto_a_full_disk = [&] {
-    LimitFileSize(2000);
+    LimitFileSize(200'000);
     inside.CopyFile(source, "new", kProgram);
   };
   EXPECT_EQ(FailureInside(copy_onto_a_full_disk),
