@@ -172,10 +172,11 @@ TEST_F(CopyDirTest, IntoAQuotedDestinationHasNoPlaceForAFile) {
 }
 
 TEST_F(CopyDirTest, TakesADestinationWhoseNameHasTheQuotes) {
+  MakeDir("from/none");
   Write("from/sub/file", "text");
   Write("\"to\"/sub/file", "old");
   EXPECT_EQ(FailureInside([] { CopyDir("from", "\"to\""); }), kNoFailure);
-  EXPECT_THAT(Tree("\"to\""), ElementsAre("d 755 sub", "f 644 sub/file = text"));
+  EXPECT_THAT(Tree("\"to\""), ElementsAre("d 755 none", "d 755 sub", "f 644 sub/file = text"));
   EXPECT_THAT(Tree("to"), IsEmpty());
 }
 
