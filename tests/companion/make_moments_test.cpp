@@ -28,9 +28,10 @@ class MakeAtEveryMoment : public testing::Test {
   void TearDown() override { fs::current_path(before_); }
 
   static Lines MakeArguments(const std::string& layout, const std::string& directory = "media") {
-    Lines arguments = {"make",       "--tag",   "T",      "--installer", "setup",
-                       "--launcher", "starter", "--inst", "needs"};
-    if (layout != "single") arguments.insert(arguments.end(), {"--layout", layout, "--presorted"});
+    Lines arguments = {"make", "--tag", "T", "--installer", "setup", "--launcher", "starter"};
+    if (layout != "single") {
+      arguments.insert(arguments.end(), {"--inst", "needs", "--layout", layout, "--presorted"});
+    }
     arguments.insert(arguments.end(), {"payload", directory});
     return arguments;
   }
@@ -40,18 +41,19 @@ class MakeAtEveryMoment : public testing::Test {
     return RunStepByStep([&] { return RunKvlMedia(MakeArguments(layout)); }, calls, at_call);
   }
 
-  /// Does something at one moment of a call of make for several volumes.
-  static Outcome MakeWith(Calls calls, int moment, const std::function<void()>& action) {
-    return Make("sibling", calls, [&](int call) {
+  /// Does something at one moment of a call of make.
+  static Outcome MakeWith(const std::string& layout, Calls calls, int moment,
+                          const std::function<void()>& action) {
+    return Make(layout, calls, [&](int call) {
       if (call == moment) action();
       return Step::kGoOn;
     });
   }
 
   /// How many moments such a call has.
-  static int CountMoments(Calls calls) {
+  static int CountMoments(const std::string& layout, Calls calls) {
     int count = 0;
-    const Outcome seen = Make("sibling", calls, [&](int call) {
+    const Outcome seen = Make(layout, calls, [&](int call) {
       count = call + 1;
       return Step::kGoOn;
     });
@@ -113,10 +115,10 @@ TEST_F(MakeAtEveryMoment, OfTwoInOneDirectoryOneIsRefusedAndOneIsWhole) {
     fs::remove_all("whole");
   }
   int won = 0, lost = 0;
-  for (int i = 0, end = CountMoments(Calls::kChanging); i < end; ++i) {
+  for (int i = 0, end = CountMoments("sibling", Calls::kChanging); i < end; ++i) {
     SCOPED_TRACE(i);
     Outcome other;
-    const Outcome one = MakeWith(Calls::kChanging, i,
+    const Outcome one = MakeWith("sibling", Calls::kChanging, i,
                                  [&] { other = CheckWorld::CompanionHere(MakeArguments("flat")); });
     const bool has_won = one.status == 0;
     (has_won ? won : lost) += 1;
@@ -132,7 +134,7 @@ TEST_F(MakeAtEveryMoment, OfTwoInOneDirectoryOneIsRefusedAndOneIsWhole) {
 }
 
 TEST_F(MakeAtEveryMoment, AChangedFileArrivesAsPlannedOrIsNamed) {
-  world_.Change("file secret a secret");
+  world_.Change("file secret a secret; remove payload/2");
   const fs::path directory = "payload/1/a", file = directory / "file";
   struct Change {
     std::string what;
@@ -147,22 +149,22 @@ TEST_F(MakeAtEveryMoment, AChangedFileArrivesAsPlannedOrIsNamed) {
       {"a link above", [&] { world_.Change("move payload/1/a moved; link payload/1/a {moved}"); },
        ""},
   };
-  const int end = CountMoments(Calls::kLooking);
+  const int end = CountMoments("single", Calls::kLooking);
   for (const Change& change : changes) {
     SCOPED_TRACE(change.what);
     int made = 0, planned_anew = 0, named = 0;
     for (int i = 0; i < end; ++i) {
       SCOPED_TRACE(i);
-      const Outcome seen = MakeWith(Calls::kLooking, i, change.make);
+      const Outcome seen = MakeWith("single", Calls::kLooking, i, change.make);
       if (seen.status == 0) {
-        const std::string contents = ReadFile("media/1/payload/1/a/file");
+        const std::string contents = ReadFile("media/payload/1/1/a/file");
         EXPECT_THAT(contents, testing::AnyOf("contents", change.contents));
         ++(contents == "contents" ? made : planned_anew);
         EXPECT_TRUE(contents == "contents" || named == 0) << "it had been planned already";
       } else {
         EXPECT_EQ(seen.out, "");
         EXPECT_THAT(seen.err, testing::HasSubstr("payload/1/a"));
-        EXPECT_FALSE(fs::exists("media/1/StartTUI.sh"));
+        EXPECT_FALSE(fs::exists("media/StartTUI.sh"));
         EXPECT_THAT(DescribeTree("media"),
                     testing::Not(testing::Contains(testing::HasSubstr("a secret"))));
         ++named;

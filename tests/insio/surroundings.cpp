@@ -102,7 +102,7 @@ std::string MakeSocket(const TestDirectory& directory, const std::string& name) 
 
 std::string WhileExchanged(const std::string& one, const std::string& other,
                            const std::function<bool()>& action) {
-  constexpr int kTimes = 20'000;
+  constexpr int kTimes = 2'000;
   constexpr unsigned kMostSeconds = 30;
   const Outcome outcome = RunIsolated([&] {
     const pid_t exchanging = ::fork();
