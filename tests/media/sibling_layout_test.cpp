@@ -31,25 +31,6 @@ TEST(SiblingLayout, DoesNotDependOnTheNameOfTheMediaDirectory) {
 = 2 {m/2} MTBDIR=SET-A VolumesCount=2)");
 }
 
-TEST(SiblingLayout, CountsVolumesInNumericalOrder) {
-  ExpectScan(
-      "m/1: volumes=10 1=S; m/10: 10=S; m/2: 2=S; m/3: 3=S; m/4: 4=S; m/5: 5=S; m/6: 6=S; "
-      "m/7: 7=S; m/8: 8=S; m/9: 9=S",
-      R"(
- INFO: This media is composed of 10 volumes.
-       Volume 1 found in: {m/1}
-       Volume 2 found in: {m/2}
-       Volume 3 found in: {m/3}
-       Volume 4 found in: {m/4}
-       Volume 5 found in: {m/5}
-       Volume 6 found in: {m/6}
-       Volume 7 found in: {m/7}
-       Volume 8 found in: {m/8}
-       Volume 9 found in: {m/9}
-       Volume 10 found in: {m/10}
-= 10 {m/2} {m/3} {m/4} {m/5} {m/6} {m/7} {m/8} {m/9} {m/10} MTBDIR=S VolumesCount=10)");
-}
-
 TEST(SiblingLayout, OfARelativeMediaNamesRelativeDirectories) {
   MediaWorld world;
   world.Make("m/1: volumes=3 1=SET-A; m/2: 2=SET-A; m/3: 3=SET-A");
