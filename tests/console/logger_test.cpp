@@ -67,15 +67,6 @@ TEST(Logger, ContinuesOnTheStreamOfTheLastMessageWithALevel) {
                                "ERROR: 8\n" + stray + "       9\n" + stray}));
 }
 
-TEST(Logger, KeepsTheStreamOfEachLoggerApart) {
-  const Outcome said = Catch([] {
-    Logger one, other;
-    one.Message("text", kError, kMarked);
-    other.Message("of the other", kContinuation, kMarked);
-  });
-  EXPECT_EQ(said, (Outcome{0, "       of the other\n", "ERROR: text\n"}));
-}
-
 TEST(Logger, IndentsEveryFurtherLineUnderTheFirst) {
   struct Row {
     std::string text, shown;

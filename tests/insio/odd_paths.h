@@ -16,7 +16,7 @@ inline const std::vector<std::string> kOddPaths = {
     std::string("nul\0byte/x", 10), std::string(300, 'n'), std::string(5000, '/'),
     // quotes
     "\"", "'", "\"\"", "''", "'''", "\"\"\"", "\"/a/\"", "'/a/'", "\"a'", "'a\"", "\"\"a\"\"",
-    "'\"a\"'", "\"a\"/", "/\"a\"", "\"\\\"", "'a'/'b'"};
+    "'\"a\"'", "\"a\"/", "/\"a\"", "\"\\\"", "'a'/'b'", "'a'/x", "'\\a\\'"};
 
 /// Names that an entry of a directory can have.
 inline const std::vector<std::string> kOddNames = {

@@ -21,34 +21,11 @@ TEST(PathLaws, HoldForEveryOddPathAndEveryTwoOfThem) {
   }
 }
 
-TEST(InsPath, HasAParentUpToTheEmptyPath) {
-  EXPECT_EQ(InsPath("a/b/x").Parent(), InsPath("a/b"));
-  EXPECT_EQ(InsPath("/a").Parent(), InsPath("/"));
-  EXPECT_EQ(InsPath("/").Parent(), InsPath());
-  EXPECT_EQ(InsPath("a").Parent(), InsPath());
-  EXPECT_EQ(InsPath("'a'/x").Parent().Str(), "'a'");  // not normalised anew
-}
-
 TEST(InsPath, LosesTheCharacterBehindItsRootInItsFileName) {
   for (const auto& [path, file_name] : std::vector<std::pair<std::string, std::string>>{
            {"/usr/lib", "lib"}, {"/abc", "bc"}, {"/a", ""}, {"/m/x", "x"}, {"/k.", "."}}) {
     EXPECT_EQ(InsPath(path).FileName(), file_name) << path;
   }
-}
-
-TEST(InsPath, IsAbsoluteOrNotByTheNormalisedText) {
-  for (const std::string path : {"///", "\\a", "'/a'", "\"\\\""}) {
-    EXPECT_TRUE(InsPath(path).IsAbsolute()) << path;
-  }
-  for (const std::string path : {"C:/a", "'", "\"", "a//b///"}) {
-    EXPECT_FALSE(InsPath(path).IsAbsolute()) << path;
-  }
-}
-
-TEST(InsPath, ComparesTheNormalisedTexts) {
-  EXPECT_EQ(InsPath("a/"), InsPath("a"));
-  EXPECT_EQ(InsPath("'\\a\\'"), InsPath("//a"));
-  EXPECT_NE(InsPath("a/./b"), InsPath("a/b"));
 }
 
 TEST(InsPath, IsOrderedByTheBytesOfItsText) {

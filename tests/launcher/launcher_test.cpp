@@ -97,17 +97,6 @@ TEST(Launcher, RemembersTheInstallerOfAUsableMediaOnly) {
   EXPECT_EQ(launcher.InstallerPath, InstallerOf(world.Path("usable")));
 }
 
-TEST(Launcher, ABlankInAnInstallerMediaEndsTheProcessWithStatus12) {
-  MediaWorld world;
-  world.Volume("an ext").Installer();
-  const Outcome outcome = RunIsolated([&] {
-    PlainLauncher().ValidateInstallerMedia(world.Path("an ext"), /*quiet=*/true);
-    return 0;
-  });
-  EXPECT_EQ(outcome.status, 12);
-  EXPECT_EQ(outcome.err, says::BlankInInstallerMedia());
-}
-
 TEST(Launcher, MakesTheInstallersEnvironmentFromItsFields) {
   const Environment before = {{"PATH", "/bin"}};
   const ScopedEnv env(before);

@@ -32,15 +32,6 @@ TEST(RunExitCode, IsTheInstallersUpTo250AndElse255WithAMessage) {
   }
 }
 
-TEST(RunExitCode, OfAStagedInstallerIsPassedOnToo) {
-  const auto ends = [](const char* code) -> LaunchPlan { return {.env = {{"FAKE_EXIT", code}}}; };
-  ExpectRuns({
-      {"12", &LaunchWorld::VolumeMissing, Staged().Ends(12), ends("12")},
-      {"250", &LaunchWorld::VolumeMissing, Staged().Ends(250), ends("250")},
-      {"251", &LaunchWorld::VolumeMissing, WithoutExitCode(Staged()), ends("251")},
-  });
-}
-
 TEST(RunExitCode, OfAnInstallerKilledByASignalIs255) {
   LaunchWorld world;
   world.OneVolume();

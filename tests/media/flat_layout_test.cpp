@@ -54,13 +54,6 @@ TEST(FlatLayout, WithOneOfTwoFurtherVolumesIsIncomplete) {
   ExpectScan("1: volumes=3 1=SET-A 3=SET-A", kIncomplete);
 }
 
-TEST(FlatLayout, WithAVolumeOfAnotherSetFails) {
-  ExpectScan("1: volumes=3 1=SET-A 2=SET-B 3=SET-A", R"(
- INFO: This media is composed of 3 volumes.
-2> WARN: Volume 2 of SET-B found in the directory of SET-A
-= 0 MTBDIR=SET-A VolumesCount=3)");
-}
-
 TEST(FlatLayout, ReportsEveryVolumeOfAnotherSet) {
   ExpectScan("1: volumes=3 1=SET-A 2=SET-B 3=SET-C", R"(
  INFO: This media is composed of 3 volumes.

@@ -70,15 +70,6 @@ TEST(SiblingLayout, KeepsTheVolumesBeforeOneOfAnotherSet) {
 = 0 {m/2} MTBDIR=SET-A VolumesCount=3)");
 }
 
-TEST(SiblingLayout, ReportsEveryVolumeOfAnotherSet) {
-  ExpectScan("m/1: volumes=3 1=SET-A; m/2: 2=SET-B; m/3: 3=SET-C", R"(
- INFO: This media is composed of 3 volumes.
-       Volume 1 found in: {m/1}
-2> WARN: Volume 2 of SET-B found in {m/2} instead of SET-A
-2> WARN: Volume 3 of SET-C found in {m/3} instead of SET-A
-= 0 MTBDIR=SET-A VolumesCount=3)");
-}
-
 TEST(SiblingLayout, OfMixedSetsNamesNoMissingVolumeAndLooksNoFurther) {
   ExpectScan("m/1: volumes=3 1=SET-A; m/2: 2=SET-B; m: 5=AM-A", R"(
  INFO: This media is composed of 3 volumes.
