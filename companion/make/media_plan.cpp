@@ -13,6 +13,7 @@
 #include "companion/names/path_below.h"
 #include "companion/names/path_state.h"
 #include "companion/names/plain_text.h"
+#include "companion/seal/manifest.h"
 #include "environment/media_names.h"
 #include "insio/entry.h"
 
@@ -74,8 +75,6 @@ void CheckIsOutside(const std::string& directory, const std::string& what,
 
 /// The tag stands in the markers as it is, and in a file of XML.
 void CheckTag(const std::string& tag) {
-  // A longer one takes room that the plan has not, and, from a length on, no system hands it on.
-  constexpr std::size_t kLongestTag = 256;
   if (tag.empty()) throw CannotMake("--tag must not be empty");
   if (tag.size() > kLongestTag) throw CannotMake("--tag must not be longer than 256 bytes");
   std::string text = tag;

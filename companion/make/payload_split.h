@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "companion/seal/manifest.h"
 #include "insio/open_directory.h"
 
 namespace kvl {
@@ -33,7 +34,6 @@ inline constexpr std::uint64_t kDiscBlock = 2048;
 std::uint64_t OnDisc(std::uint64_t size);
 
 inline constexpr std::uint64_t kNoLimit = UINT64_MAX;
-inline constexpr std::size_t kMostVolumes = 999;
 
 /// Spreads the entries over volumes in their order, so that none takes more than `most_bytes` on a
 /// disc; the first one also holds `first_bytes` of other things and the list of all files. Each

@@ -42,7 +42,7 @@ missing_packages() {
 
 # build_preset PRESET: with what every build needs. Says nothing but, on standard error, why it failed.
 build_preset() {
-  install_missing_packages g++ cmake ninja-build libcli11-dev nlohmann-json3-dev || return 1
+  install_missing_packages g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libssl-dev || return 1
   if ! build_output=$({ cmake --preset "$1" && cmake --build --preset "$1"; } 2>&1); then
     printf '%s\n' "$build_output" | tail -n 40 >&2
     echo "The preset $1 does not build." >&2

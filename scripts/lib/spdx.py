@@ -55,7 +55,9 @@ def libraries_in(archive: str, name: str) -> list[Element]:
     found = []
     for library in LIBRARIES:
         if Path(name).name in library["in"]:
-            package = library["package"].format(cross="-arm64-cross" if "arm64" in archive else "")
+            is_arm64 = "arm64" in archive
+            package = library["package"].format(cross="-arm64-cross" if is_arm64 else "",
+                                                foreign=":arm64" if is_arm64 else "")
             version, source = output_of("dpkg-query", "-W", "-f", "${Version} ${source:Package}",
                                         package).decode().split()
             found.append(add_package(

@@ -1,0 +1,73 @@
+#include "companion/seal/digest.h"
+
+#include <openssl/crypto.h>
+#include <openssl/evp.h>
+#include <stdexcept>
+
+namespace kvl {
+namespace {
+
+constexpr std::string_view kDigits = "0123456789abcdef";
+constexpr unsigned kBase = 16;
+
+void ThrowUnless(bool is_done) {
+  if (!is_done) throw std::runtime_error("SHA-256 cannot be computed");
+}
+
+/// A file of the system, or one that a variable names, could have other code loaded.
+bool IsReadyWithoutConfiguration() {
+  return OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) == 1;
+}
+
+}  // namespace
+
+std::string Digest::Hex() const {
+  std::string text;
+  for (const unsigned byte : bytes) {
+    text += kDigits[byte / kBase];
+    text += kDigits[byte % kBase];
+  }
+  return text;
+}
+
+std::optional<Digest> Digest::FromHex(std::string_view text) {
+  Digest digest;
+  if (text.size() != 2 * digest.bytes.size()) return {};
+  for (std::size_t i = 0; i < digest.bytes.size(); ++i) {
+    const std::size_t high = kDigits.find(text[2 * i]), low = kDigits.find(text[2 * i + 1]);
+    if (high == std::string_view::npos || low == std::string_view::npos) return {};
+    digest.bytes[i] = static_cast<unsigned char>(high * kBase + low);
+  }
+  return digest;
+}
+
+void Hasher::Free::operator()(evp_md_ctx_st* context) const {
+  EVP_MD_CTX_free(context);
+}
+
+Hasher::Hasher() {
+  static const bool is_ready = IsReadyWithoutConfiguration();
+  ThrowUnless(is_ready);
+  context_.reset(EVP_MD_CTX_new());
+  ThrowUnless(context_ != nullptr &&
+              EVP_DigestInit_ex(context_.get(), EVP_sha256(), /*impl=*/nullptr) == 1);
+}
+
+void Hasher::Add(std::string_view bytes) {
+  ThrowUnless(EVP_DigestUpdate(context_.get(), bytes.data(), bytes.size()) == 1);
+  size_ += bytes.size();
+}
+
+Digest Hasher::Finish() {
+  Digest digest;
+  ThrowUnless(EVP_DigestFinal_ex(context_.get(), digest.bytes.data(), /*s=*/nullptr) == 1);
+  return digest;
+}
+
+Digest DigestOf(std::string_view text) {
+  Hasher hasher;
+  hasher.Add(text);
+  return hasher.Finish();
+}
+
+}  // namespace kvl

@@ -1,0 +1,50 @@
+// SHA-256 of what lies on a media.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+struct evp_md_ctx_st;
+
+namespace kvl {
+
+struct Digest {
+  std::array<unsigned char, 32> bytes = {};
+
+  /// 64 digits, the letters small.
+  std::string Hex() const;
+  /// Of a text that Hex() gives; nothing for any other.
+  static std::optional<Digest> FromHex(std::string_view text);
+
+  friend bool operator==(const Digest&, const Digest&) = default;
+};
+
+/// Of bytes that come piece by piece. Reads no configuration of the cryptographic library.
+/// Throws std::runtime_error "SHA-256 cannot be computed".
+class Hasher {
+ public:
+  Hasher();
+
+  void Add(std::string_view bytes);
+  /// How many bytes there were.
+  std::uint64_t Size() const { return size_; }
+  /// The digest of them all. Nothing can be added, and nothing asked, after that.
+  Digest Finish();
+
+ private:
+  struct Free {
+    void operator()(evp_md_ctx_st* context) const;
+  };
+  std::unique_ptr<evp_md_ctx_st, Free> context_;
+  std::uint64_t size_ = 0;
+};
+
+/// Of a whole text.
+Digest DigestOf(std::string_view text);
+
+}  // namespace kvl

@@ -1,0 +1,55 @@
+#include "companion/seal/listed_path.h"
+
+namespace kvl {
+namespace {
+
+/// The bytes that are escaped, and the letters that stand for them.
+constexpr std::string_view kBytes = "\\\n\r\t";
+constexpr std::string_view kLetters = "\\nrt";
+
+constexpr std::size_t CountOf(Escapes escapes) {
+  return escapes == Escapes::kOfFields ? kBytes.size() : kBytes.size() - 1;
+}
+
+}  // namespace
+
+bool IsListedPath(std::string_view path) {
+  if (path.find('\0') != std::string_view::npos) return false;
+  for (std::size_t begin = 0;;) {
+    const std::size_t end = path.find('/', begin);
+    const std::string_view name = path.substr(begin, end - begin);
+    if (name.empty() || name == "." || name == "..") return false;
+    if (end == std::string_view::npos) return true;
+    begin = end + 1;
+  }
+}
+
+std::string Escaped(std::string_view path, Escapes escapes) {
+  const std::string_view bytes = kBytes.substr(0, CountOf(escapes));
+  std::string text;
+  for (const char byte : path) {
+    const std::size_t at = bytes.find(byte);
+    if (at != std::string_view::npos) text += '\\';
+    text += at != std::string_view::npos ? kLetters[at] : byte;
+  }
+  return text;
+}
+
+std::optional<std::string> Unescaped(std::string_view text, Escapes escapes) {
+  const std::string_view letters = kLetters.substr(0, CountOf(escapes));
+  std::string path;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '\\') {
+      path += text[i];
+      continue;
+    }
+    const std::size_t at = ++i < text.size() ? letters.find(text[i]) : std::string_view::npos;
+    if (at == std::string_view::npos) return {};
+    path += kBytes[at];
+  }
+  // A byte that stands there as it is would have to be escaped.
+  if (Escaped(path, escapes) != text) return {};
+  return path;
+}
+
+}  // namespace kvl
