@@ -29,6 +29,7 @@ namespace {
 constexpr char kCannotOpen[] = "opendir - ";
 constexpr char kCannotRead[] = "Cannot read ";
 constexpr char kCannotWrite[] = "Cannot write into ";
+constexpr char kCannotSetTime[] = "SetTime - ";
 constexpr mode_t kPlainMode = 0644;
 constexpr mode_t kProgramMode = 0755;
 constexpr mode_t kUnfinishedMode = 0600;
@@ -83,9 +84,13 @@ void Finish(FileDescriptor& file, FileKind kind, const std::string& path) {
   ThrowUnless<KVLInsExceptionErrno>(file.Close(), kCannotWrite, path);
 }
 
-void SetTimes(const FileDescriptor& file, const struct stat& source, const std::string& path) {
-  const std::array<timespec, 2> times = {{{source.st_atime, 0}, {source.st_mtime, 0}}};
-  ThrowUnless<KVLInsExceptionErrno>(::futimens(file.Number(), times.data()) == 0, "SetTime - ",
+std::array<timespec, 2> Seconds(time_t accessed, time_t modified) {
+  return {{{accessed, 0}, {modified, 0}}};
+}
+
+void SetTimes(const FileDescriptor& file, const std::array<timespec, 2>& times,
+              const std::string& path) {
+  ThrowUnless<KVLInsExceptionErrno>(::futimens(file.Number(), times.data()) == 0, kCannotSetTime,
                                     path);
 }
 
@@ -199,10 +204,12 @@ OpenDirectory OpenDirectory::MakeDirectory(const std::string& name) const {
   return made;
 }
 
-void OpenDirectory::WriteFile(const std::string& name, std::string_view text, FileKind kind) const {
+void OpenDirectory::WriteFile(const std::string& name, std::string_view text, FileKind kind,
+                              std::optional<std::int64_t> time) const {
   const std::string path = PathOf(name);
   const auto file = NewFile(*directory_, name, path);
   Write(*file, text, path);
+  if (time) SetTimes(*file, Seconds(*time, *time), path);
   Finish(*file, kind, path);
 }
 
@@ -222,7 +229,7 @@ void OpenDirectory::CopyFile(const OpenFile& source, const std::string& name, Fi
     Write(*file, piece, path);
     at += length;
   }
-  SetTimes(*file, status, path);
+  SetTimes(*file, Seconds(status.st_atime, status.st_mtime), path);
   Finish(*file, kind, path);
 }
 
@@ -237,6 +244,18 @@ void OpenDirectory::Rename(const std::string& name, const OpenDirectory& directo
     error = LinkAndUnlink(from, name.c_str(), to, new_name.c_str());
   }
   if (error != 0) throw KVLInsException("rename - " + path + " to " + new_path, error);
+}
+
+void OpenDirectory::SetTime(std::int64_t time) const {
+  const std::array<timespec, 2> times = Seconds(time, time);
+  ThrowUnless<KVLInsExceptionErrno>(::utimensat(Number(), ".", times.data(), /*flags=*/0) == 0,
+                                    kCannotSetTime, path_);
+}
+
+void OpenDirectory::SyncFileSystem() const {
+  const FileDescriptor directory(*directory_, ".", O_RDONLY | O_DIRECTORY);
+  ThrowUnless<KVLInsExceptionErrno>(directory.IsOpen() && ::syncfs(directory.Number()) == 0,
+                                    "syncfs - ", path_);
 }
 
 void OpenDirectory::Delete(const std::string& name) const {

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -104,12 +105,14 @@ class OpenDirectory {
   OpenDirectory MakeDirectory(const std::string& name) const;
 
   /// Makes a file that holds `text`, with the mode of its kind whatever the umask. Nothing may be
-  /// there yet.
+  /// there yet. `time`, in seconds, becomes its access and modification time.
   /// Throws KVLInsException "Cannot write into " + path with the error's text when it cannot be made,
   /// with that of EEXIST when anything is there, also a link; KVLInsExceptionErrno "Cannot write
   /// into " + path when it cannot be stored completely, with the text of ENOSPC when the system took
-  /// only a part; the file then stays, partly written. So does KVLInsExceptionErrno "Chmod - ".
-  void WriteFile(const std::string& name, std::string_view text, FileKind kind) const;
+  /// only a part; the file then stays, partly written. So does KVLInsExceptionErrno "SetTime - " or
+  /// "Chmod - ".
+  void WriteFile(const std::string& name, std::string_view text, FileKind kind,
+                 std::optional<std::int64_t> time = {}) const;
 
   /// Makes a copy of an open file, from its beginning to its end, with its access and modification time
   /// in whole seconds, else as WriteFile. `see`, unless empty, gets the bytes piece by piece before
@@ -127,6 +130,15 @@ class OpenDirectory {
   /// old name cannot be taken away has both.
   void Rename(const std::string& name, const OpenDirectory& directory,
               const std::string& new_name) const;
+
+  /// Gives the directory itself this access and modification time, in seconds; what is made in it
+  /// later changes the latter again. Throws KVLInsExceptionErrno "SetTime - " + path.
+  void SetTime(std::int64_t time) const;
+
+  /// Comes back when all that was written to the file system of the directory, by whomever, is stored.
+  /// Throws KVLInsExceptionErrno "syncfs - " + path, also when something could not be stored and
+  /// nobody has been told.
+  void SyncFileSystem() const;
 
   /// Removes anything but a directory. Throws KVLInsException "unlink - " + path with the error's text.
   void Delete(const std::string& name) const;

@@ -146,6 +146,41 @@ TEST_F(OpenDirectoryTest, CopiesAnySizeWithTimesAndShowsEachByte) {
   }
 }
 
+TEST_F(OpenDirectoryTest, GivesTheTimesThatItIsAskedFor) {
+  constexpr std::int64_t kTime = 1'000'000'000;
+  const OpenDirectory inside(inside_);
+  inside.WriteFile("file", "x", kPlain, kTime);
+  inside.WriteFile("of before 1970", "x", kProgram, -1);
+  inside.MakeDirectory("directory").SetTime(kTime);
+  inside.SetTime(kTime);
+  for (const auto& [name, time] :
+       {std::pair("file", kTime), {"of before 1970", -1}, {"directory", kTime}, {"", kTime}}) {
+    const struct stat status = StatusOf(Inside(name));
+    EXPECT_EQ(Nanoseconds(status.st_mtim), time * kSecond) << name;
+    EXPECT_EQ(Nanoseconds(status.st_atim), time * kSecond) << name;
+  }
+  EXPECT_THAT(Tree("inside"),
+              ElementsAre("d 755 directory", "f 644 file = x", "f 755 of before 1970 = x"));
+}
+
+TEST_F(OpenDirectoryTest, SaysSoWhenTimesCannotBeSetOrNothingBeStored) {
+  const OpenDirectory inside(inside_);
+  inside.SyncFileSystem();
+  const auto without = [](unsigned call, const std::function<void()>& action) {
+    return IsolatedFailureOf([&] {
+      FilterCalls({call}, SECCOMP_RET_ERRNO | EIO);
+      action();
+    });
+  };
+  EXPECT_EQ(without(SYS_utimensat, [&] { inside.SetTime(0); }),
+            ExceptionErrno("SetTime - " + inside_, EIO));
+  EXPECT_EQ(without(SYS_utimensat, [&] { inside.WriteFile("file", "x", kProgram, 0); }),
+            ExceptionErrno("SetTime - " + Inside("file"), EIO));
+  EXPECT_EQ(without(SYS_syncfs, [&] { inside.SyncFileSystem(); }),
+            ExceptionErrno("syncfs - " + inside_, EIO));
+  EXPECT_THAT(Tree("inside"), ElementsAre("f 600 file = x"));
+}
+
 TEST_F(OpenDirectoryTest, EndsACopyWithWhatItsOnlookerThrows) {
   const OpenFile source(Write("source", std::string(100'000, 'x')));
   const auto refuse = [](std::string_view) { throw std::range_error("enough"); };
