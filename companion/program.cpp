@@ -14,6 +14,7 @@
 
 #include "companion/check/media_check.h"
 #include "companion/make/media_maker.h"
+#include "companion/make/source_date.h"
 #include "companion/make/volume_size.h"
 #include "companion/names/layout_name.h"
 #include "companion/names/path_below.h"
@@ -21,6 +22,7 @@
 #include "companion/report/json_report.h"
 #include "companion/report/text_report.h"
 #include "console/text.h"
+#include "environment/environment.h"
 #include "environment/media_names.h"
 
 namespace {
@@ -102,7 +104,7 @@ void AddMake(CLI::App& app, MakeCall& call) {
   CLI::App* make = app.add_subcommand(
       "make",
       "Makes a media from a payload tree, split into volumes. DIR must be empty or missing;\n"
-      "nothing is ever overwritten. Volume i holds payload/i and its list of checksums.");
+      "nothing is ever overwritten. Volume i holds payload/i and its list of SHA-256, i.sha256.");
   make->add_option("PAYLOAD", request.payload, "Directory of what is to be installed")->required();
   make->add_option("DIR", request.directory, "Directory to write the media into")->required();
   make->add_option("--layout", call.layout,
@@ -164,6 +166,7 @@ class ProgressLine {
 int Make(MakeCall call) try {
   if (call.layout) call.request.layout = kvl::LayoutNamed(*call.layout);
   if (call.volume_size) call.request.volume_size = kvl::ParseVolumeSize(*call.volume_size);
+  call.request.time = kvl::ParseSourceDate(kvl::GetEnv(kvl::kSourceDateEpoch));
   kvl::MadeMedia made;
   {
     ProgressLine line(!call.is_quiet && ::isatty(STDERR_FILENO) == 1);

@@ -16,9 +16,13 @@ inline constexpr char kVolumesFile[] = "volumes.txt";  ///< in "inst": the numbe
 /// What a volume's marker is named by, behind the volume's number.
 inline constexpr std::string_view kMarkerExtension = ".txt";
 
-/// Holds a directory for each volume, and beside it the list of its checksums.
+/// Holds a directory for each volume.
 inline constexpr char kPayload[] = "payload";
-inline constexpr char kChecksumsExtension[] = ".cksum";
+
+// In the directory of each volume: the list of its files, named by the volume's number and this, and
+// the manifest, which is the same on all of them.
+inline constexpr char kListExtension[] = ".sha256";
+inline constexpr char kManifest[] = "media.manifest";
 
 // The description files and start scripts beside "inst".
 inline constexpr char kTableOfContents[] = "meta.TOCxml";

@@ -21,12 +21,14 @@ struct MadeMedia {
 using Progress =
     std::function<void(std::size_t volume, std::uint64_t bytes_done, std::uint64_t bytes_in_all)>;
 
-/// Volume i holds payload/i, what has been put on it, beside payload/i.cksum. Files get the modes 644
-/// and 755, whatever the umask and those of the payload, and keep their times. Names are taken as they
-/// are, and no link, name or race leads out of the directory, or elsewhere than into the payload.
+/// Volume i holds payload/i, what has been put on it, and in its directory (see MediaWriter) the list
+/// of its files, i.sha256, and media.manifest. Files get the modes 644 and 755, whatever the umask and
+/// those of the payload, and keep their times; all else has the time of the plan. Names are taken as
+/// they are, and no link, name or race leads out of the directory, or elsewhere than into the payload.
 ///
 /// The directory is taken with one step, so that of two who want it at once one is refused. What is
-/// written is what was planned. StartTUI.sh comes last: before, the media is not whole.
+/// written is what was planned, and each file is read once. Then come, each for all volumes, lists,
+/// manifest and markers, and last StartTUI.sh: before, the media is not whole.
 ///
 /// Throws CannotMake before anything is written; what the library throws when something cannot be
 /// read or written, and std::runtime_error when a file has changed since. What has been written by

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "companion/make/record_room.h"
 #include "companion/names/layout_name.h"
 #include "companion/names/path_below.h"
 #include "companion/names/path_state.h"
@@ -125,12 +126,26 @@ void PlanVolumes(const MediaMakeRequest& request, MediaPlan& plan) {
   for (const PayloadEntry& entry : plan.inst_entries) {
     first_bytes += entry.is_directory ? kDiscBlock : OnDisc(entry.size);
   }
-  plan.volumes = request.is_presorted
-                     ? PresortedPayload(plan.payload, request.volume_size, first_bytes)
-                     : SplitPayload(ListPayload(plan.payload), request.volume_size, first_bytes);
+  // Three directories and two programs have the names of their system in their paths.
+  const std::uint64_t names =
+      request.tag.size() + 5 * plan.programs.size() + plan.installer_name.size();
+  const VolumeRoom room = {.most_bytes = request.volume_size,
+                           .on_first = first_bytes + OnDisc(ListLength(plan.inst_entries)),
+                           .in_manifest = ManifestLength(plan.inst_entries) + names};
+  plan.volumes = request.is_presorted ? PresortedPayload(plan.payload, room)
+                                      : SplitPayload(ListPayload(plan.payload), room);
+}
+
+void SumUp(const MediaMakeRequest& request, MediaPlan& plan) {
+  std::optional<std::int64_t> newest;
   for (const std::vector<PayloadEntry>& volume : plan.volumes) {
-    for (const PayloadEntry& entry : volume) plan.bytes_in_all += entry.size;
+    for (const PayloadEntry& entry : volume) {
+      if (entry.is_directory) continue;
+      plan.bytes_in_all += entry.size;
+      newest = std::max(newest, std::optional(entry.state.modified));
+    }
   }
+  plan.time = request.time.value_or(newest.value_or(plan.installer.state.modified));
 }
 
 Layout ChosenLayout(std::optional<Layout> wanted, std::size_t volumes) {
@@ -169,9 +184,11 @@ MediaPlan Plan(const MediaMakeRequest& request) {
       .inst_entries = {},
       .volumes = {},
       .bytes_in_all = 0,
+      .time = 0,
   };
   PlanInst(request, plan);
   PlanVolumes(request, plan);
+  SumUp(request, plan);
   plan.layout = ChosenLayout(request.layout, plan.volumes.size());
   return plan;
 }

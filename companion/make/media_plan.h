@@ -26,6 +26,8 @@ struct MediaMakeRequest {
   /// is put there anyway: the two programs and "volumes.txt".
   std::string inst;
   std::string os_name = "linux";
+  /// Of all that is generated, in seconds; without it, that of the payload's newest file.
+  std::optional<std::int64_t> time;
 };
 
 /// A file and what it was when the media was planned.
@@ -45,6 +47,7 @@ struct MediaPlan {
   std::vector<PayloadEntry> inst_entries;       ///< all below it
   std::vector<std::vector<PayloadEntry>> volumes;
   std::uint64_t bytes_in_all;  ///< of the payload
+  std::int64_t time;  ///< see MediaMakeRequest; the installer's for a payload without files
 };
 
 /// Throws CannotMake when anything about the request makes no sense, cannot be read, or does not fit.

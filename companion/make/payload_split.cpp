@@ -4,8 +4,9 @@
 
 #include <algorithm>
 #include <set>
+#include <utility>
 
-#include "companion/make/open_tree.h"
+#include "companion/make/record_room.h"
 #include "companion/names/path_below.h"
 
 namespace kvl {
@@ -15,59 +16,8 @@ using KVLInsIO::OpenDirectory;
 
 /// Room for the marker, its directories, and the beginnings of the payload's own.
 constexpr std::uint64_t kVolumeFrame = 6 * kDiscBlock;
-
-/// The length of a file's line in a list: sum, size, name, with some room for the volume's number.
-std::uint64_t LineLength(const PayloadEntry& entry) {
-  constexpr std::uint64_t kSumAndSize = 40;
-  return entry.is_directory ? 0 : entry.name.size() + kSumAndSize;
-}
-
-class Lister {
- public:
-  explicit Lister(const OpenDirectory& top) : tree_(top, OpenTree::Missing::kFails) {}
-
-  std::vector<PayloadEntry> Run() {
-    ListBelow("");
-    return std::move(entries_);
-  }
-
- private:
-  /// Looks at a whole level before it goes down, so that one directory is open at a time.
-  void ListBelow(const std::string& path) {
-    const std::string prefix = path.empty() ? "" : path + "/";
-    std::vector<PayloadEntry> level;
-    const OpenDirectory& directory = tree_.At(path);
-    for (const std::string& name : directory.Names()) {
-      level.push_back(LookAt(directory, name, prefix + name));
-    }
-    for (const PayloadEntry& entry : level) {
-      entries_.push_back(entry);
-      if (entry.is_directory) ListBelow(entry.name);
-    }
-  }
-
-  static PayloadEntry LookAt(const OpenDirectory& directory, const std::string& name,
-                             const std::string& path) {
-    const KVLInsIO::EntryState state = directory.Look(name);
-    const std::string full = PathBelow(directory.Path(), name);
-    if (name.find_first_of("\n\r") != std::string::npos) {
-      throw CannotMake("a name with a line break cannot be listed: " + full);
-    }
-    if (name.size() > kLongestDiscName) {
-      throw CannotMake("a name is too long for a disc: " + full);
-    }
-    if (S_ISLNK(state.mode)) {
-      throw CannotMake("a link could be torn from what it leads to: " + full);
-    }
-    if (S_ISDIR(state.mode)) return {path, /*is_directory=*/true, 0, state};
-    if (!S_ISREG(state.mode)) throw CannotMake("neither a file nor a directory: " + full);
-    (void)directory.File(name);  // so that nothing is written when one of them cannot be read
-    return {path, /*is_directory=*/false, state.size, state};
-  }
-
-  OpenTree tree_;
-  std::vector<PayloadEntry> entries_;
-};
+/// In the list of a volume.
+constexpr std::uint64_t kLinesOfMarkers = 256;
 
 /// A number above 0 as it is written without need: no sign, no 0 in front.
 bool IsVolumeNumber(const std::string& name) {
@@ -90,12 +40,6 @@ std::size_t CountPresorted(const OpenDirectory& directory) {
                      directory.Path());
   }
   return count;
-}
-
-std::uint64_t ListLength(const std::vector<PayloadEntry>& payload) {
-  std::uint64_t length = 0;
-  for (const PayloadEntry& entry : payload) length += LineLength(entry);
-  return length;
 }
 
 [[noreturn]] void RefuseSoManyVolumes() {
@@ -136,12 +80,12 @@ class Volume {
 
   std::uint64_t BytesWith(const PayloadEntry& entry,
                           const std::vector<std::string>& new_directories) const {
-    return bytes_ + ContentBytes(entry, new_directories) + OnDisc(list_bytes_ + LineLength(entry));
+    return bytes_ + ContentBytes(entry, new_directories) + OnDisc(list_bytes_ + ListLength(entry));
   }
 
   void Add(const PayloadEntry& entry, const std::vector<std::string>& directories) {
     bytes_ += ContentBytes(entry, directories);
-    list_bytes_ += LineLength(entry);
+    list_bytes_ += ListLength(entry);
     for (const std::string& directory : directories) {
       directories_.insert(directory);
       entries_.push_back({directory, /*is_directory=*/true, 0, {}});
@@ -162,7 +106,7 @@ class Volume {
 
   std::uint64_t most_bytes_;
   std::uint64_t bytes_;
-  std::uint64_t list_bytes_ = 0;
+  std::uint64_t list_bytes_ = kLinesOfMarkers;
   std::set<std::string> directories_;
   std::vector<PayloadEntry> entries_;
 };
@@ -172,8 +116,8 @@ class Volume {
 }
 
 /// The first volume as it is before any payload is on it.
-Volume FirstVolume(std::uint64_t most_bytes, std::uint64_t other_bytes) {
-  Volume volume(most_bytes, other_bytes);
+Volume FirstVolume(const VolumeRoom& room, std::uint64_t manifest, std::uint64_t list_of_all) {
+  Volume volume(room.most_bytes, manifest + room.on_first + OnDisc(list_of_all));
   if (!volume.Fits()) {
     RefuseAsTooLarge("the volume size is too small for what the first volume holds besides payload",
                      volume.Bytes());
@@ -181,28 +125,25 @@ Volume FirstVolume(std::uint64_t most_bytes, std::uint64_t other_bytes) {
   return volume;
 }
 
-}  // namespace
-
-std::vector<PayloadEntry> ListPayload(const OpenDirectory& directory) {
-  return Lister(directory).Run();
+/// What the manifest takes on each of these volumes.
+std::uint64_t ManifestFor(const Volumes& volumes, const VolumeRoom& room) {
+  std::uint64_t length = ManifestFrame(volumes.size()) + room.in_manifest;
+  for (const std::vector<PayloadEntry>& volume : volumes) length += ManifestLength(volume);
+  return OnDisc(length);
 }
 
-std::uint64_t OnDisc(std::uint64_t size) {
-  return (size + kDiscBlock - 1) / kDiscBlock * kDiscBlock;
-}
-
-std::vector<std::vector<PayloadEntry>> SplitPayload(const std::vector<PayloadEntry>& payload,
-                                                    std::uint64_t most_bytes,
-                                                    std::uint64_t first_bytes) {
-  Volume volume = FirstVolume(most_bytes, first_bytes + OnDisc(ListLength(payload)));
-  std::vector<std::vector<PayloadEntry>> volumes;
+/// With so many bytes for the manifest on each volume.
+Volumes Spread(const std::vector<PayloadEntry>& payload, const VolumeRoom& room,
+               std::uint64_t manifest) {
+  Volume volume = FirstVolume(room, manifest, ListLength(payload));
+  Volumes volumes;
   for (std::size_t i = 0; i < payload.size(); ++i) {
     const PayloadEntry& entry = payload[i];
     const bool comes_with_its_files =
         i + 1 < payload.size() && payload[i + 1].name.starts_with(entry.name + "/");
     if (comes_with_its_files || volume.Take(entry)) continue;
     volumes.push_back(std::move(volume).Entries());
-    volume = Volume(most_bytes, 0);
+    volume = Volume(room.most_bytes, manifest);
     if (!volume.Take(entry)) {
       RefuseAsTooLarge("larger than a volume: " + entry.name, volume.BytesWith(entry));
     }
@@ -212,20 +153,35 @@ std::vector<std::vector<PayloadEntry>> SplitPayload(const std::vector<PayloadEnt
   return volumes;
 }
 
-std::vector<std::vector<PayloadEntry>> PresortedPayload(const OpenDirectory& directory,
-                                                        std::uint64_t most_bytes,
-                                                        std::uint64_t first_bytes) {
+}  // namespace
+
+std::uint64_t OnDisc(std::uint64_t size) {
+  return (size + kDiscBlock - 1) / kDiscBlock * kDiscBlock;
+}
+
+Volumes SplitPayload(const std::vector<PayloadEntry>& payload, const VolumeRoom& room) {
+  // More volumes make a larger manifest, which lies on each of them.
+  for (std::uint64_t manifest = ManifestFor({payload}, room);;) {
+    Volumes volumes = Spread(payload, room, manifest);
+    const std::uint64_t needed = ManifestFor(volumes, room);
+    if (needed <= manifest) return volumes;
+    manifest = needed;
+  }
+}
+
+Volumes PresortedPayload(const OpenDirectory& directory, const VolumeRoom& room) {
   const std::size_t count = CountPresorted(directory);
   if (count > kMostVolumes) RefuseSoManyVolumes();
-  std::vector<std::vector<PayloadEntry>> volumes;
+  Volumes volumes;
   std::uint64_t list_of_all = 0;
   for (std::size_t i = 1; i <= count; ++i) {
     volumes.push_back(ListPayload(directory.Directory(std::to_string(i))));
     list_of_all += ListLength(volumes.back());
   }
+  const std::uint64_t manifest = ManifestFor(volumes, room);
   for (std::size_t i = 1; i <= count; ++i) {
     Volume volume =
-        i == 1 ? FirstVolume(most_bytes, first_bytes + OnDisc(list_of_all)) : Volume(most_bytes, 0);
+        i == 1 ? FirstVolume(room, manifest, list_of_all) : Volume(room.most_bytes, manifest);
     bool fits = true;
     for (const PayloadEntry& entry : volumes[i - 1]) {
       if (volume.Take(entry)) continue;

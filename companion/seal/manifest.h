@@ -51,8 +51,7 @@ struct ManifestVolume {
 struct Manifest {
   std::string tag;  ///< 1 to kLongestTag bytes, no control characters of ASCII among them
   Layout layout = Layout::kNone;
-  std::vector<ManifestVolume>
-      volumes;  ///< 1 to kMostVolumes; one if the layout is kSingle, else more
+  std::vector<ManifestVolume> volumes;  ///< up to kMostVolumes; one if and only if kSingle
 
   friend bool operator==(const Manifest&, const Manifest&) = default;
 };

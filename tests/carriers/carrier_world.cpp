@@ -26,7 +26,7 @@ void CarrierWorld::MakeSet(int volumes, const std::string& layout) const {
   }
   Make("set", {"--presorted", "--layout", layout});
   if (volumes == 3) return;
-  for (const char* piece : {"set/3", "set/3.txt", "set/payload/3", "set/payload/3.cksum"}) {
+  for (const char* piece : {"set/3", "set/3.txt", "set/payload/3", "set/3.sha256"}) {
     fs::remove_all(Path(piece));
   }
 }

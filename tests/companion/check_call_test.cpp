@@ -54,7 +54,7 @@ Subcommands:
                               the environment counts, too. Without --os and --installer, KVL_OS and KVL_Installer_EXE
                               are taken from the environment, or else from StartTUI.sh of the media.
   make                        Makes a media from a payload tree, split into volumes. DIR must be empty or missing;
-                              nothing is ever overwritten. Volume i holds payload/i and its list of checksums.
+                              nothing is ever overwritten. Volume i holds payload/i and its list of SHA-256, i.sha256.
 
 )";
 
@@ -80,7 +80,7 @@ Exit status: 0 fine, 1 problems, 2 bad call.
 
 constexpr char kHelpWithMake[] =
     R"(Makes a media from a payload tree, split into volumes. DIR must be empty or missing;
-nothing is ever overwritten. Volume i holds payload/i and its list of checksums.
+nothing is ever overwritten. Volume i holds payload/i and its list of SHA-256, i.sha256.
 Usage: kvl-media make [OPTIONS] PAYLOAD DIR
 
 Positionals:

@@ -109,7 +109,7 @@ class SampleInstallerRefuses : public SampleInstallerFails {
 TEST_F(SampleInstallerRefuses, AVolumeThatIsDamagedOrHasNoChecksums) {
   const std::string tool = "media/2/payload/2/bin/sample-tool-2";
   const std::string table = "media/2/payload/2/share/sample suite/volume 2/table.dat";
-  const std::string list = "media/2/payload/2.cksum";
+  const std::string list = "media/2/2.sha256";
   const std::string wrong_tool = Says("wrong or missing: {" + tool + "}");
   const std::string wrong_table = Says("wrong or missing: {" + table + "}");
   const std::string damaged = Says("volume 2 is damaged: {media/2}");
@@ -130,13 +130,19 @@ TEST_F(SampleInstallerRefuses, AVolumeThatIsDamagedOrHasNoChecksums) {
   ExpectRefusal(damaged);
   Directory().Write(list, "");
   ExpectRefusal(damaged);
+  Directory().Write(list, std::string(64, '0') + "  2.txt\n");
+  ExpectRefusal(damaged);
 }
 
 TEST_F(SampleInstallerRefuses, AListOfChecksumsThatLeadsAstray) {
-  for (const std::string line :
-       {"1 2 ../x", "1 2 ./a/../../x", "1 2 ./..", "1 2 /x", "1 2 bin/sample-tool-2", "garbage"}) {
+  const std::string digest(64, 'a'), sum = digest + "  ";
+  for (const std::string& line :
+       {sum + "../x", sum + "payload/2/../x", sum + "payload/2/..", sum + "/x", sum,
+        sum + "./payload/2/x", sum + "payload/2/", sum + "payload/2//x", digest, digest + " x",
+        digest + " *x", sum.substr(1) + "x", "0" + sum + "x", "A" + sum.substr(1) + "x",
+        "\\" + sum + "payload/2/a\\nb", "\\" + sum + "payload/2/a\\", std::string("garbage")}) {
     SCOPED_TRACE(line);
-    Directory().Write("media/2/payload/2.cksum", line + "\n");
+    Directory().Write("media/2/2.sha256", line + "\n");
     ExpectRefusal(Says("not a line of a list of checksums: " + line));
   }
 }

@@ -65,6 +65,43 @@ TEST_F(SampleInstaller, InstallsMoreThanNineVolumes) {
   ExpectInstallation("media/1", {.search = says::Volumes("10", found)}, ten);
 }
 
+/// What it needs is there in the smallest system, too.
+TEST_F(SampleInstaller, InstallsOddNamesByTheToolsOfEachSystem) {
+  for (const char* name :
+       {"a  b", "a\\b", "\\\\", "a\\n", "\xFF", "-n", "a:b/c", "*", "$x'\"", "\t"}) {
+    Directory().Write(std::string("payload/") + name, std::string("of ") + name);
+  }
+  const std::string installer = SourceFile("examples/sample-installer"), media = Path("media");
+  const Outcome made =
+      RunProgram({{BuiltProgram("kvl-media"), "make", "--tag", "SAMPLE-1", "--installer", installer,
+                   "--launcher", installer, "--", Path("payload"), media}});
+  ASSERT_EQ(made.status, 0) << made.err;
+  const std::string busybox = "/bin/busybox", tools = Directory().MakeDir("tools");
+  for (const std::vector<std::string>& shell :
+       std::vector<std::vector<std::string>>{{"/bin/sh"}, {"/bin/bash"}, {busybox, "sh"}}) {
+    SCOPED_TRACE(shell.front());
+    if (!fs::exists(shell.front())) continue;
+    std::string path = "/usr/bin:/bin";
+    if (shell.front() == busybox) {
+      ASSERT_EQ(RunProgram({{busybox, "--install", "-s", tools}}).status, 0);
+      path = tools;
+    }
+    std::vector<std::string> command = shell;
+    command.insert(command.end(), {installer, "-CDpath", media, "--target", Path("target")});
+    const Outcome seen = RunProgram({command, {{"PATH", path}}});
+    EXPECT_EQ(seen.err, "");
+    EXPECT_EQ(seen.status, 0);
+    const Outcome check =
+        RunProgram({{"/usr/bin/sha256sum", "-c", "--quiet", "--strict", ".sample-suite/files"},
+                    {},
+                    Path("target")});
+    EXPECT_EQ(check, (Outcome{}));
+    fs::remove_all(Path("target/.sample-suite"));
+    EXPECT_EQ(DescribeTree(Path("target")), DescribeTree(Path("payload")));
+    Remove("target");
+  }
+}
+
 TEST_F(SampleInstaller, OddNamesOfMediaAndTargetAreNoTrouble) {
   Media({.layout = "sibling", .directory = "it's [a]\nmedia*"});
   // Would be found if the media's name were taken for a pattern.

@@ -5,6 +5,21 @@ namespace {
 
 constexpr char kPath[] = "/usr/bin:/bin";
 
+/// What the list of a volume has about its payload, as a list of that alone.
+std::string PayloadListOf(const fs::path& volume, int number) {
+  const std::string name = std::to_string(number);
+  const bool is_am = !fs::exists(volume / (name + ".sha256"));
+  const fs::path place = is_am ? volume.parent_path().parent_path() : volume;
+  const std::string below = (is_am ? "media/" + name + "/" : "") + "payload/" + name + "/";
+  std::istringstream list(ReadFile(place / (name + ".sha256")));
+  std::string files;
+  for (std::string line; std::getline(list, line);) {
+    const std::size_t at = line.find("  " + below);
+    if (at != std::string::npos) files += line.erase(at + 2, below.size()) + "\n";
+  }
+  return files;
+}
+
 std::string CountOf(const Installation& installation) {
   return std::to_string(std::max(installation.of, installation.volumes.size())) + " volume(s)";
 }
@@ -54,7 +69,7 @@ std::vector<std::string> SampleWorld::TreeOf(const Installation& installation) c
   for (const std::string& volume : installation.volumes) {
     const std::string payload = Path(volume) + "/payload/" + std::to_string(++number);
     fs::copy(payload, model.Path(), fs::copy_options::recursive);
-    files += ReadFile(payload + ".cksum");
+    files += PayloadListOf(Path(volume), number);
     directories += "share/sample suite/volume " + std::to_string(number) + "\n";
   }
   const std::string tag = installation.tag.empty() ? "no tag" : installation.tag;

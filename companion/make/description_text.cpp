@@ -1,0 +1,42 @@
+#include "companion/make/description_text.h"
+
+#include <cstdint>
+
+#include "companion/make/media_plan.h"
+#include "companion/names/path_below.h"
+#include "console/text.h"
+#include "environment/media_names.h"
+#include "media/marker.h"
+
+namespace kvl {
+namespace {
+
+std::string XmlText(std::string text) {
+  ReplaceAll(text, "&", "&amp;", 0);
+  ReplaceAll(text, "<", "&lt;", 0);
+  ReplaceAll(text, ">", "&gt;", 0);
+  ReplaceAll(text, "\"", "&quot;", 0);
+  return text;
+}
+
+constexpr char kXml[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+
+}  // namespace
+
+std::string MediaXmlText(const MediaMakeRequest& request, std::size_t volumes) {
+  return kXml + ("<media tag=\"" + XmlText(request.tag)) + "\" system=\"" + request.os_name +
+         "\" volumes=\"" + std::to_string(volumes) + "\"/>\n";
+}
+
+std::string TableOfContentsText(std::size_t volumes) {
+  std::string text = kXml + std::string("<contents>\n");
+  for (std::size_t i = 1; i <= volumes; ++i) {
+    const std::string number = std::to_string(i);
+    text.append("  <volume number=\"").append(number).append("\" marker=\"");
+    text.append(MarkerName(static_cast<std::int64_t>(i))).append("\" payload=\"");
+    text.append(PathBelow(names::kPayload, number)).append("\"/>\n");
+  }
+  return text + "</contents>\n";
+}
+
+}  // namespace kvl

@@ -1,0 +1,15 @@
+// What a media says of itself beside "inst".
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace kvl {
+
+struct MediaMakeRequest;
+
+/// "media.xml" and "meta.TOCxml".
+std::string MediaXmlText(const MediaMakeRequest& request, std::size_t volumes);
+std::string TableOfContentsText(std::size_t volumes);
+
+}  // namespace kvl

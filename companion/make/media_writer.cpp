@@ -1,0 +1,155 @@
+#include "companion/make/media_writer.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "companion/make/planned_copy.h"
+#include "companion/names/path_below.h"
+#include "companion/names/path_state.h"
+#include "environment/media_names.h"
+#include "media/marker.h"
+
+namespace kvl {
+namespace {
+
+using KVLInsIO::OpenDirectory;
+
+/// The path in a directory that may be the empty one.
+std::string In(const std::string& directory, const std::string& path) {
+  if (directory.empty() || path.empty()) return directory + path;
+  return PathBelow(directory, path);
+}
+
+std::string TextOfMarker(const std::string& tag) {
+  return "Volume marker\nMTBDIR=" + tag + "\n";
+}
+
+std::string MarkerOf(std::size_t volume) {
+  return MarkerName(static_cast<std::int64_t>(volume));
+}
+
+}  // namespace
+
+MediaWriter::MediaWriter(const OpenDirectory& top, Layout layout, std::size_t volumes,
+                         std::int64_t time)
+    : layout_(layout), time_(time), media_(top, OpenTree::Missing::kIsMade), records_(volumes) {}
+
+void MediaWriter::MakeDirectory(std::size_t volume, const std::string& path) {
+  At(volume, OnDisc(volume, path));
+}
+
+void MediaWriter::Write(std::size_t volume, const std::string& path, std::string_view text,
+                        Kind kind) {
+  WriteAt(volume, OnDisc(volume, path), text, kind);
+  List(volume, path, text, kind);
+}
+
+void MediaWriter::List(std::size_t volume, const std::string& path, std::string_view text,
+                       Kind kind) {
+  Add(volume, OnDisc(volume, path), DigestOf(text), text.size(), kind);
+}
+
+const ListedFile& MediaWriter::Copy(std::size_t volume, const std::string& path,
+                                    const PlannedFile& file, Kind kind) {
+  const std::string on_disc = OnDisc(volume, path);
+  const Place place(on_disc);
+  const Digest digest = CopyPlanned(file, At(volume, place.directory), place.name, kind);
+  return Add(volume, on_disc, digest, file.state.size, kind);
+}
+
+const ListedFile& MediaWriter::Copy(std::size_t volume, const std::string& path,
+                                    const PayloadEntry& entry, OpenTree& from) {
+  const Kind kind = IsProgram(entry.state.mode) ? Kind::kProgram : Kind::kPlain;
+  return Copy(volume, path, PlannedEntry(entry, from), kind);
+}
+
+void MediaWriter::Finish(const std::string& tag) {
+  const std::vector<Marker> markers = Markers(tag);
+  for (const auto& [volume, path, text] : markers) {
+    Add(volume, path, DigestOf(text), text.size(), Kind::kPlain);
+  }
+  Manifest manifest = {.tag = tag, .layout = layout_, .volumes = {}};
+  for (std::size_t i = 1; i <= records_.size(); ++i) manifest.volumes.push_back(WriteList(i));
+  const std::size_t discs = DirectoryOf(1).empty() ? 1 : records_.size();
+  for (std::size_t i = 1; i <= discs; ++i) {
+    WriteAt(i, names::kManifest, TextOf(manifest), Kind::kPlain);
+  }
+  for (const auto& [volume, path, text] : markers) WriteAt(volume, path, text, Kind::kPlain);
+  SetTimes();
+}
+
+const OpenDirectory& MediaWriter::PlaceOf(std::size_t volume) {
+  return At(volume, OnDisc(volume, ""));
+}
+
+/// Below the top.
+std::string MediaWriter::DirectoryOf(std::size_t volume) const {
+  const bool has_own = layout_ == Layout::kSibling || layout_ == Layout::kAm;
+  return has_own ? std::to_string(volume) : "";
+}
+
+/// A path from the volume's directory, for one from the place where the launcher finds it.
+std::string MediaWriter::OnDisc(std::size_t volume, const std::string& path) const {
+  return layout_ == Layout::kAm ? In(PathBelow("media", std::to_string(volume)), path) : path;
+}
+
+/// Makes a directory of a volume, and those on the way, or opens it.
+const OpenDirectory& MediaWriter::At(std::size_t volume, const std::string& directory) {
+  std::set<std::string>& known = records_[volume - 1].directories;
+  for (std::string path = directory; !path.empty() && known.insert(path).second;) {
+    path = Place(path).directory;
+  }
+  return media_.At(In(DirectoryOf(volume), directory));
+}
+
+void MediaWriter::WriteAt(std::size_t volume, const std::string& path, std::string_view text,
+                          Kind kind) {
+  const Place place(path);
+  At(volume, place.directory).WriteFile(place.name, text, kind, time_);
+}
+
+const ListedFile& MediaWriter::Add(std::size_t volume, const std::string& path,
+                                   const Digest& digest, std::uint64_t size, Kind kind) {
+  Record& record = records_[volume - 1];
+  if (kind == Kind::kProgram) record.programs.push_back(path);
+  record.files.push_back({path, digest});
+  record.bytes += size;
+  return record.files.back();
+}
+
+std::vector<MediaWriter::Marker> MediaWriter::Markers(const std::string& tag) const {
+  std::vector<Marker> markers;
+  for (std::size_t i = 1; i <= records_.size(); ++i) {
+    if (layout_ == Layout::kAm) markers.push_back({i, MarkerOf(i), TextOfMarker(tag + "-AM")});
+    markers.push_back({i, OnDisc(i, MarkerOf(i)), TextOfMarker(tag)});
+  }
+  return markers;
+}
+
+/// Returns what the manifest says of the volume.
+ManifestVolume MediaWriter::WriteList(std::size_t volume) {
+  Record& record = records_[volume - 1];
+  std::sort(record.programs.begin(), record.programs.end());
+  std::sort(record.files.begin(), record.files.end(),
+            [](const ListedFile& one, const ListedFile& other) { return one.path < other.path; });
+  std::string list;
+  for (const ListedFile& file : record.files) list += LineOf(file);
+  WriteAt(volume, std::to_string(volume) + names::kListExtension, list, Kind::kPlain);
+  return {.files = record.files.size(),
+          .bytes = record.bytes,
+          .list = DigestOf(list),
+          .directories = {record.directories.begin(), record.directories.end()},
+          .programs = record.programs,
+          .links = {}};
+}
+
+void MediaWriter::SetTimes() {
+  for (std::size_t i = 1; i <= records_.size(); ++i) {
+    At(i, "").SetTime(time_);
+    for (const std::string& directory : records_[i - 1].directories) {
+      At(i, directory).SetTime(time_);
+    }
+  }
+}
+
+}  // namespace kvl

@@ -1,0 +1,24 @@
+// Copying what was planned, and nothing else.
+#pragma once
+
+#include <string>
+
+#include "companion/make/media_plan.h"
+#include "companion/make/open_tree.h"
+#include "companion/seal/digest.h"
+#include "insio/open_directory.h"
+
+namespace kvl {
+
+/// Opens an entry of a tree. Throws std::runtime_error "changed since the media was planned: " + path
+/// when something else lies there; as OpenDirectory does.
+PlannedFile PlannedEntry(const PayloadEntry& entry, OpenTree& from);
+
+/// Copies the file into the directory, not a byte more than was planned, and gives the digest of what
+/// was written; it is read once.
+/// Throws as above when it is not what was planned, and as CopyFile does. The copy then stays, partly
+/// written.
+Digest CopyPlanned(const PlannedFile& planned, const KVLInsIO::OpenDirectory& directory,
+                   const std::string& name, KVLInsIO::FileKind kind);
+
+}  // namespace kvl
