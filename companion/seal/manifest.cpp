@@ -40,8 +40,9 @@ void AddVolume(std::size_t number, const ManifestVolume& volume, std::string& te
 }
 
 bool IsControl(char byte) {
-  constexpr char kBlank = ' ', kDelete = '\x7F';
-  return (byte >= 0 && byte < kBlank) || byte == kDelete;
+  constexpr unsigned char kBlank = ' ', kDelete = 0x7F;
+  const auto code = static_cast<unsigned char>(byte);
+  return code < kBlank || code == kDelete;
 }
 
 /// True for decimal digits without a 0 in front.

@@ -40,9 +40,29 @@ missing_packages() {
   done
 }
 
+# unpack_for_arm64 PACKAGE: unpacks Debian's package for that processor into build/arm64/PACKAGE, unless it
+# is there. What is installed, and what the package manager knows, stay as they are: no rights are needed,
+# and the versions need not agree.
+unpack_for_arm64() (
+  place=$PWD/build/arm64/$1
+  if [ -e "$place" ]; then return; fi
+  work=$(mktemp -d) || return 1
+  trap 'rm -rf "$work"' EXIT
+  set -- "$1" -o APT::Architecture=arm64 -o APT::Architectures=arm64 -o Dir::State="$work/state" \
+    -o Dir::State::status=/dev/null -o Dir::Cache="$work/cache" -o APT::Sandbox::User=
+  package=$1
+  shift
+  mkdir -p "$work/state/lists/partial" "$work/cache/archives/partial" "${place%/*}" && cd "$work" &&
+    apt-get -qq "$@" update && apt-get -qq "$@" download "$package" &&
+    dpkg-deb --raw-extract ./*.deb unpacked &&
+    # The compiler looks for headers in one place only.
+    cp -R unpacked/usr/include/aarch64-linux-gnu/. unpacked/usr/include && mv unpacked "$place"
+)
+
 # build_preset PRESET: with what every build needs. Says nothing but, on standard error, why it failed.
 build_preset() {
   install_missing_packages g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libssl-dev || return 1
+  case $1 in *-arm64) unpack_for_arm64 libssl-dev || return 1 ;; esac
   if ! build_output=$({ cmake --preset "$1" && cmake --build --preset "$1"; } 2>&1); then
     printf '%s\n' "$build_output" | tail -n 40 >&2
     echo "The preset $1 does not build." >&2

@@ -18,7 +18,8 @@ from pathlib import Path
 from typing import Any
 
 VERSION = sys.argv[1]
-LIBRARIES = json.loads((Path(__file__).resolve().parents[2] / "packaging/libraries.json").read_text())
+SOURCES = Path(__file__).resolve().parents[2]
+LIBRARIES = json.loads((SOURCES / "packaging/libraries.json").read_text())
 AUTHORS = "Organization: KVL Launcher authors"
 COPYRIGHT = "Copyright (c) 2026 the KVL Launcher authors"
 
@@ -48,6 +49,16 @@ def output_of(*command: str) -> bytes:
     return subprocess.run(command, check=True, stdout=subprocess.PIPE).stdout
 
 
+def version_and_source(package: str) -> list[str]:
+    """Of a package that is installed, or, with a processor behind its name, was unpacked for that."""
+    name, _, processor = package.partition(":")
+    if not processor:
+        return output_of("dpkg-query", "-W", "-f", "${Version} ${source:Package}", name).decode().split()
+    control = SOURCES / "build" / processor / name / "DEBIAN/control"
+    fields = dict(re.findall(r"^(\w+): (\S+)", control.read_text(), re.MULTILINE))
+    return [fields["Version"], fields["Source"]]
+
+
 def libraries_in(archive: str, name: str) -> list[Element]:
     """Those that are linked into a program, in the form of Debian for its processor."""
     if archive.endswith("-source.tar.gz") or "/bin/" not in name:
@@ -57,9 +68,8 @@ def libraries_in(archive: str, name: str) -> list[Element]:
         if Path(name).name in library["in"]:
             is_arm64 = "arm64" in archive
             package = library["package"].format(cross="-arm64-cross" if is_arm64 else "",
-                                                foreign=":arm64" if is_arm64 else "")
-            version, source = output_of("dpkg-query", "-W", "-f", "${Version} ${source:Package}",
-                                        package).decode().split()
+                                                unpacked=":arm64" if is_arm64 else "")
+            version, source = version_and_source(package)
             found.append(add_package(
                 spdx_id("Library", package), library["name"], version, "Organization: Debian",
                 library["licence"], library["copyright"], filesAnalyzed=False,
