@@ -60,7 +60,7 @@ class Maker {
         top_(MakeTop(plan_.directory)),
         media_(top_, plan_.layout, plan_.volumes.size(), plan_.time) {}
 
-  /// What makes a media whole comes last, in one step.
+  /// What makes a media whole comes last, in one step, and is stored last.
   MadeMedia Run() {
     const std::string start_script = StartScript("\"$@\"");
     Take(top_, start_script, plan_.time);
@@ -68,10 +68,12 @@ class Maker {
     WriteFirstVolume();
     media_.List(1, names::kStartTui, start_script, FileKind::kProgram);
     media_.Finish(request_.tag);
+    top_.SyncFileSystem();
     const OpenDirectory& first_volume = media_.PlaceOf(1);
     top_.Rename(names::kUnfinished, first_volume, names::kStartTui);
     first_volume.SetTime(plan_.time);
     top_.SetTime(plan_.time);
+    top_.SyncFileSystem();
     return {plan_.layout, plan_.volumes.size(), first_volume.Path()};
   }
 

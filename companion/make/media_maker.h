@@ -28,7 +28,7 @@ using Progress =
 ///
 /// The directory is taken with one step, so that of two who want it at once one is refused. What is
 /// written is what was planned, and each file is read once. Then come, each for all volumes, lists,
-/// manifest and markers, and last StartTUI.sh: before, the media is not whole.
+/// manifest and markers, and when all that is stored StartTUI.sh: before, the media is not whole.
 ///
 /// Throws CannotMake before anything is written; what the library throws when something cannot be
 /// read or written, and std::runtime_error when a file has changed since. What has been written by

@@ -124,6 +124,16 @@ TEST_F(MakeAtEveryMoment, WritesWhatMakesAMediaWholeOneAfterTheOther) {
   EXPECT_EQ(seen, in_order);
 }
 
+TEST_F(MakeAtEveryMoment, StoresEverythingBeforeAndAfterItIsWhole) {
+  std::vector<bool> whole;
+  const Outcome made = Make("sibling", Calls::kStoring, [&](int) {
+    whole.push_back(fs::exists("media/1/StartTUI.sh"));
+    return Step::kGoOn;
+  });
+  EXPECT_EQ(made.status, 0);
+  EXPECT_THAT(whole, ElementsAre(false, true));
+}
+
 TEST_F(MakeAtEveryMoment, OfTwoInOneDirectoryOneIsRefusedAndOneIsWhole) {
   std::vector<Lines> whole;
   for (const char* layout : {"sibling", "flat"}) {

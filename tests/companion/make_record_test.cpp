@@ -1,10 +1,14 @@
-// kvl-media make: what the media says of itself, and that it is the same whenever it is made.
+// kvl-media make: what the media says of itself, that it is the same whenever it is made, and that it
+// is stored.
+#include <sys/syscall.h>
+
 #include "companion/make/payload_split.h"
 #include "companion/make/source_date.h"
 #include "companion/names/layout_name.h"
 #include "companion/seal/file_list.h"
 #include "companion/seal/manifest.h"
 #include "tests/companion/check_world.h"
+#include "tests/support/call_filter.h"
 
 namespace kvl::test {
 namespace {
@@ -264,6 +268,13 @@ TEST_F(MadeMedia, IsNotMadeWithATimeThatIsNone) {
   world_.ExpectRefused(world_.Companion(arguments, {{"SOURCE_DATE_EPOCH", "\x1B[m"}}),
                        "SOURCE_DATE_EPOCH: no number of seconds: \\x1B[m");
   EXPECT_FALSE(fs::exists(world_.Path("media")));
+}
+
+TEST_F(MadeMedia, IsNotCalledMadeWhenItCannotBeStored) {
+  world_.ExpectRefused(
+      world_.MakeMedia({}, "media", [] { FilterCalls({SYS_syncfs}, SECCOMP_RET_ERRNO | EIO); }),
+      "syncfs - {media} - Input/output error", 1);
+  EXPECT_FALSE(fs::exists(world_.Path("media/StartTUI.sh")));
 }
 
 }  // namespace

@@ -16,6 +16,7 @@ std::vector<unsigned> NumbersOf(Calls calls) {
   if (calls == Calls::kLooking) {
     return {SYS_openat, SYS_getdents64, SYS_newfstatat, SYS_pread64};
   }
+  if (calls == Calls::kStoring) return {SYS_syncfs};
   return {
 #ifdef SYS_rename
       SYS_rename,

@@ -9,8 +9,8 @@ namespace kvl::test {
 
 enum class Step { kGoOn, kKill };
 
-/// Calls that change a file system, or that find out what is in it.
-enum class Calls { kChanging, kLooking };
+/// Calls that change a file system, that find out what is in it, or that wait until it is stored.
+enum class Calls { kChanging, kLooking, kStoring };
 
 /// Why nothing can be run so here; empty when it can.
 std::string WhyNoSteps();
