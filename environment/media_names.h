@@ -24,12 +24,13 @@ inline constexpr char kPayload[] = "payload";
 inline constexpr char kListExtension[] = ".sha256";
 inline constexpr char kManifest[] = "media.manifest";
 
-// The description files and start scripts beside "inst".
+// The description files and start scripts beside "inst", and what tells how to start.
 inline constexpr char kTableOfContents[] = "meta.TOCxml";
 inline constexpr char kMediaXml[] = "media.xml";
 inline constexpr char kMediaDb[] = "media.db";
 inline constexpr char kStartGui[] = "StartGUI.sh";
 inline constexpr char kStartTui[] = "StartTUI.sh";
+inline constexpr char kReadMe[] = "ReadMe_UNIX.txt";
 inline constexpr char kUnfinished[] = "StartTUI.sh.unfinished";  ///< until the media is whole
 
 /// Written beside a staged installer.

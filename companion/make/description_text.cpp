@@ -39,4 +39,29 @@ std::string TableOfContentsText(std::size_t volumes) {
   return text + "</contents>\n";
 }
 
+std::string ReadMeText(const MediaMakeRequest& request, const std::string& installer_name,
+                       std::size_t volumes) {
+  return "This is volume 1 of the installation media " + request.tag +
+         ", volumes: " + std::to_string(volumes) +
+         ".\n"
+         "\n"
+         "To install, call the start script beside this file by its path, from a directory that "
+         "is\n"
+         "not on the media:\n"
+         "\n"
+         "    /path/to/this/directory/" +
+         names::kStartTui +
+         "\n"
+         "\n"
+         "When it does not find the installer, this is not the whole volume; the installer is\n"
+         "\n"
+         "    inst/" +
+         request.os_name + "/code/bin/" + installer_name +
+         "\n"
+         "\n"
+         "Then copy or insert volume 1 again. Its list 1.sha256 names each of its files;\n"
+         "\"sha256sum -c 1.sha256\", called where the list lies, says which are missing or "
+         "damaged.\n";
+}
+
 }  // namespace kvl

@@ -1,5 +1,6 @@
 #include "companion/make/media_maker.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -49,6 +50,11 @@ void Take(const OpenDirectory& directory, const std::string& start_script, std::
   if (directory.Names().size() == 1) return;
   directory.Delete(names::kUnfinished);  // somebody was faster, and is done already
   RefuseAsNotEmpty(directory);
+}
+
+/// The author's own, which does not go into "inst" with the others.
+bool IsReadMe(const PayloadEntry& entry) {
+  return !entry.is_directory && entry.name == names::kReadMe;
 }
 
 class Maker {
@@ -106,7 +112,7 @@ class Maker {
       if (entry.is_directory) {
         media_.MakeDirectory(1, path);
       } else {
-        media_.Copy(1, path, entry, from);
+        media_.Copy(1, IsReadMe(entry) ? entry.name : path, entry, from);
       }
     }
   }
@@ -120,6 +126,9 @@ class Maker {
     media_.Write(1, names::kMediaDb, all_files_);
     media_.Write(1, names::kMediaXml, MediaXmlText(request_, count));
     media_.Write(1, names::kTableOfContents, TableOfContentsText(count));
+    if (std::none_of(plan_.inst_entries.begin(), plan_.inst_entries.end(), IsReadMe)) {
+      media_.Write(1, names::kReadMe, ReadMeText(request_, plan_.installer_name, count));
+    }
     media_.Write(1, names::kStartGui, StartScript("-UI \"$@\""), FileKind::kProgram);
     media_.Copy(1, PathBelow(programs, names::kLauncher), plan_.launcher, FileKind::kProgram);
     media_.Copy(1, PathBelow(programs, plan_.installer_name), plan_.installer, FileKind::kProgram);

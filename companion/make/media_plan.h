@@ -23,7 +23,7 @@ struct MediaMakeRequest {
   std::string installer;  ///< a file
   std::string launcher;   ///< a file
   /// A directory whose contents go into the media's "inst", too; may be empty. It holds nothing that
-  /// is put there anyway: the two programs and "volumes.txt".
+  /// is put there anyway: the two programs and "volumes.txt". Its "ReadMe_UNIX.txt" goes beside "inst".
   std::string inst;
   std::string os_name = "linux";
   /// Of all that is generated, in seconds; without it, that of the payload's newest file.

@@ -270,6 +270,35 @@ TEST_F(MadeMedia, IsNotMadeWithATimeThatIsNone) {
   EXPECT_FALSE(fs::exists(world_.Path("media")));
 }
 
+TEST_F(MadeMedia, SaysHowItIsStarted) {
+  Make("am");
+  EXPECT_EQ(ReadFile(world_.Path("media/1/media/1/ReadMe_UNIX.txt")),
+            R"(This is volume 1 of the installation media T 1, volumes: 2.
+
+To install, call the start script beside this file by its path, from a directory that is
+not on the media:
+
+    /path/to/this/directory/StartTUI.sh
+
+When it does not find the installer, this is not the whole volume; the installer is
+
+    inst/linux/code/bin/setup
+
+Then copy or insert volume 1 again. Its list 1.sha256 names each of its files;
+"sha256sum -c 1.sha256", called where the list lies, says which are missing or damaged.
+)");
+  EXPECT_FALSE(fs::exists(world_.Path("media/2/media/2/ReadMe_UNIX.txt")));
+}
+
+TEST_F(MadeMedia, SaysWhatItsAuthorSaysInstead) {
+  world_.Change("file needs/ReadMe_UNIX.txt Call us.");
+  Make("sibling");
+  EXPECT_EQ(ReadFile(world_.Path("media/1/ReadMe_UNIX.txt")), "Call us.");
+  EXPECT_FALSE(fs::exists(world_.Path("media/1/inst/ReadMe_UNIX.txt")));
+  EXPECT_THAT(ListOf("sibling", 1),
+              testing::HasSubstr(LineOf({"ReadMe_UNIX.txt", DigestOf("Call us.")})));
+}
+
 TEST_F(MadeMedia, IsNotCalledMadeWhenItCannotBeStored) {
   world_.ExpectRefused(
       world_.MakeMedia({}, "media", [] { FilterCalls({SYS_syncfs}, SECCOMP_RET_ERRNO | EIO); }),

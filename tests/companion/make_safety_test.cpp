@@ -30,9 +30,10 @@ TEST_F(MakeSafely, WritesNamesThatWouldLeadOutAsTheyAre) {
   world_.ExpectMade(world_.MakeMedia({"--inst", "needs"}), "'{media}");
   names.insert("media");
   EXPECT_EQ(NamesBelow("."), names);
-  EXPECT_THAT(NamesBelow("media"),
-              ElementsAre("1.sha256", "1.txt", "StartGUI.sh", "StartTUI.sh", "inst", "media.db",
-                          "media.manifest", "media.xml", "meta.TOCxml", "payload"));
+  EXPECT_THAT(
+      NamesBelow("media"),
+      ElementsAre("1.sha256", "1.txt", "ReadMe_UNIX.txt", "StartGUI.sh", "StartTUI.sh", "inst",
+                  "media.db", "media.manifest", "media.xml", "meta.TOCxml", "payload"));
   EXPECT_THAT(DescribeTree(world_.Path("media/payload/1")),
               ElementsAre("f 644 ..\\..\\..\\pwned\\deep\\f = x"));
   EXPECT_EQ(ReadFile(world_.Path("media/inst/..\\..\\pwned\\f")), "x");
