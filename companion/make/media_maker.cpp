@@ -9,8 +9,8 @@
 
 #include "companion/make/description_text.h"
 #include "companion/make/media_writer.h"
-#include "companion/make/open_tree.h"
 #include "companion/make/start_script_text.h"
+#include "companion/names/open_tree.h"
 #include "companion/names/path_below.h"
 #include "environment/media_names.h"
 #include "insio/entry.h"

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "companion/make/media_plan.h"
-#include "companion/make/open_tree.h"
+#include "companion/names/open_tree.h"
 #include "companion/seal/file_list.h"
 #include "companion/seal/manifest.h"
 #include "insio/open_directory.h"

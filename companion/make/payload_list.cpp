@@ -4,7 +4,7 @@
 
 #include <utility>
 
-#include "companion/make/open_tree.h"
+#include "companion/names/open_tree.h"
 #include "companion/names/path_below.h"
 
 namespace kvl {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "companion/make/media_plan.h"
-#include "companion/make/open_tree.h"
+#include "companion/names/open_tree.h"
 #include "companion/seal/digest.h"
 #include "insio/open_directory.h"
 

@@ -13,16 +13,17 @@ const std::map<std::string, std::set<std::string>> kMayInclude = {
     {"console", {"environment", "insio"}},
     {"media", {"console", "environment", "insio"}},
     {"launcher", {"media", "console", "environment", "insio"}},
-    {"companion/names", {"media"}},
+    {"companion/names", {"media", "insio"}},
     {"companion/seal", {"companion/names", "media", "console", "environment", "insio"}},
     {"companion/make",
      {"companion/seal", "companion/names", "media", "console", "environment", "insio"}},
     {"companion/check",
      {"companion/names", "launcher", "media", "console", "environment", "insio"}},
     {"companion/report", {"companion/names", "companion/check", "media"}},
-    {"companion",
+    {"companion/calls",
      {"companion/names", "companion/make", "companion/check", "companion/report", "console",
       "environment"}},
+    {"companion", {"companion/calls"}},
 };
 
 /// The files of the project that each of its files includes, by their path in it.

@@ -1,4 +1,4 @@
-#include "companion/make/open_tree.h"
+#include "companion/names/open_tree.h"
 
 #include <algorithm>
 #include <utility>

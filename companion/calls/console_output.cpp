@@ -1,0 +1,30 @@
+#include "companion/calls/console_output.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "companion/names/plain_text.h"
+#include "console/text.h"
+
+namespace kvl {
+
+int BadCall(const std::string& text) {
+  std::fprintf(stderr, "kvl-media: %s\n", ToOneLine(text).c_str());
+  return kBadCall;
+}
+
+bool Write(const std::string& text) {
+  const bool is_written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+  const bool is_flushed = std::fflush(stdout) == 0;
+  return is_written && is_flushed && ::close(::dup(STDOUT_FILENO)) == 0;
+}
+
+std::string Quoted(const std::string& path) {
+  std::string text = ToOneLine(path);
+  const bool is_plain = text == path;
+  ReplaceAll(text, "'", is_plain ? "'\\''" : "\\'", 0);
+  return (is_plain ? "'" : "$'") + text + "'";
+}
+
+}  // namespace kvl

@@ -1,0 +1,27 @@
+// What kvl-media writes to the console, and the status that tells how that went.
+#pragma once
+
+#include <string>
+
+namespace kvl {
+
+/// What the program ends with.
+enum MediaStatus : int {
+  kFine = 0,      ///< no findings, or the media was made
+  kProblems = 1,  ///< findings, or a media that could not be made
+  kBadCall = 2,   ///< a bad call, or a report that could not be written
+};
+
+inline constexpr char kCannotWrite[] = "the report cannot be written";
+
+/// Writes "kvl-media: " and the text as one line on standard error. Gives kBadCall.
+int BadCall(const std::string& text);
+
+/// Writes the one text of a call to standard output. True when it has arrived as far as the system
+/// can say: a network file system may fail as late as on closing, be it of another descriptor.
+bool Write(const std::string& text);
+
+/// A path as it can be pasted into a shell, on one line.
+std::string Quoted(const std::string& path);
+
+}  // namespace kvl

@@ -1,0 +1,88 @@
+#include "companion/calls/make_call.h"
+
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <filesystem>
+#include <vector>
+
+#include "companion/calls/console_output.h"
+#include "companion/calls/progress_line.h"
+#include "companion/make/media_maker.h"
+#include "companion/make/source_date.h"
+#include "companion/make/volume_size.h"
+#include "companion/names/layout_name.h"
+#include "companion/names/path_below.h"
+#include "companion/names/plain_text.h"
+#include "environment/environment.h"
+#include "environment/media_names.h"
+
+namespace kvl {
+namespace {
+
+/// Where the launcher to put on a media lies unless somebody says otherwise: beside this program.
+std::string LauncherBesideUs() {
+  std::error_code error;
+  const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+  return error ? std::string() : (self.parent_path() / names::kLauncher).string();
+}
+
+}  // namespace
+
+void AddMake(CLI::App& app, MakeCall& call) {
+  MediaMakeRequest& request = call.request;
+  request.launcher = LauncherBesideUs();
+  CLI::App* make = app.add_subcommand(
+      "make",
+      "Makes a media from a payload tree, split into volumes. DIR must be empty or missing;\n"
+      "nothing is ever overwritten. Volume i holds payload/i and its list of SHA-256, i.sha256.");
+  make->add_option("PAYLOAD", request.payload, "Directory of what is to be installed")->required();
+  make->add_option("DIR", request.directory, "Directory to write the media into")->required();
+  make->add_option("--layout", call.layout,
+                   "single, flat, sibling or am (default: single for one volume, else sibling)")
+      ->check(CLI::IsMember(std::vector<std::string>(kLayoutNames.begin(), kLayoutNames.end())));
+  make->add_option("--volume-size", call.volume_size,
+                   "Most bytes on a volume, with K, M or G for powers of 1024 (default: no limit)")
+      ->type_name("SIZE");
+  make->add_flag("--presorted", request.is_presorted,
+                 "PAYLOAD holds directories 1, 2, ... with what goes onto each volume");
+  make->add_option("--tag", request.tag, "Text that marks volumes as belonging together")
+      ->required();
+  make->add_option("--installer", request.installer, "Installer to put on the media")->required();
+  make->add_option("--inst", request.inst,
+                   "Directory whose contents go into inst, too: what the installer needs");
+  make->add_option("--launcher", request.launcher,
+                   "Launcher to put on the media (default: kvl-launcher beside this program)");
+  make->add_option("--os", request.os_name,
+                   "Name of the operating-system directory below inst (default: linux)");
+  make->add_flag("--quiet", call.is_quiet, "Show no progress, even on a terminal");
+  for (CLI::Option* option : make->get_options()) option->take_last();
+  make->footer("Exit status: 0 done, 1 the media could not be written, 2 bad call.");
+}
+
+int RunMake(MakeCall call) try {
+  if (call.layout) call.request.layout = LayoutNamed(*call.layout);
+  if (call.volume_size) call.request.volume_size = ParseVolumeSize(*call.volume_size);
+  call.request.time = ParseSourceDate(GetEnv(kSourceDateEpoch));
+  MadeMedia made;
+  {
+    ProgressLine line(!call.is_quiet && ::isatty(STDERR_FILENO) == 1);
+    made = MakeMedia(call.request, [&](std::size_t volume, std::uint64_t done,
+                                       std::uint64_t in_all) { line.Show(volume, done, in_all); });
+  }
+  const bool is_said = Write("Made a media with tag " + ToOneLine(call.request.tag) + ", layout " +
+                             NameOf(made.layout) + ", volumes: " + std::to_string(made.volumes) +
+                             ".\nFirst volume: " + Quoted(made.first_volume) + "\nStart it with: " +
+                             Quoted(PathBelow(made.first_volume, names::kStartTui)) + "\n");
+  if (is_said) return kFine;
+  BadCall("the media was made, but the message cannot be written");
+  return kProblems;
+} catch (const CannotMake& reason) {
+  return BadCall(reason.what());
+} catch (const std::exception& failure) {
+  BadCall(MessageOf(failure));
+  return kProblems;
+}
+
+}  // namespace kvl

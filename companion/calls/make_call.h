@@ -1,0 +1,28 @@
+// The call "kvl-media make": its options, and what comes of them.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "companion/make/media_plan.h"
+
+namespace CLI {
+class App;
+}
+
+namespace kvl {
+
+struct MakeCall {
+  MediaMakeRequest request;
+  std::optional<std::string> layout;       // as it was given
+  std::optional<std::string> volume_size;  // likewise
+  bool is_quiet = false;
+};
+
+/// Adds the subcommand, which fills `call`. `call` must outlive the parser.
+void AddMake(CLI::App& app, MakeCall& call);
+
+/// Makes the media and says where it lies. Gives a MediaStatus.
+int RunMake(MakeCall call);
+
+}  // namespace kvl
