@@ -1,5 +1,7 @@
 #include "companion/seal/listed_path.h"
 
+#include <algorithm>
+
 namespace kvl {
 namespace {
 
@@ -22,6 +24,25 @@ bool IsListedPath(std::string_view path) {
     if (end == std::string_view::npos) return true;
     begin = end + 1;
   }
+}
+
+bool LeadsInside(std::string_view path, std::string_view target) {
+  if (target.empty() || target.front() == '/' || target.find('\0') != std::string_view::npos) {
+    return false;
+  }
+  auto depth = std::count(path.begin(), path.end(), '/');
+  for (std::size_t begin = 0; begin <= target.size();) {
+    const std::size_t end = std::min(target.find('/', begin), target.size());
+    const std::string_view name = target.substr(begin, end - begin);
+    if (name == "..") {
+      --depth;
+    } else if (!name.empty() && name != ".") {
+      ++depth;
+    }
+    if (depth < 0) return false;
+    begin = end + 1;
+  }
+  return true;
 }
 
 std::string Escaped(std::string_view path, Escapes escapes) {

@@ -20,6 +20,12 @@ class RefusedText : public std::runtime_error {
 /// True for names with a "/" between each two: no way out, none that stands still, no NUL byte.
 bool IsListedPath(std::string_view path);
 
+/// True for what a symbolic link on a volume may hold: not empty, no NUL byte, and from the directory of
+/// the link, which lies at `path` (see IsListedPath), it leads nowhere out of the volume's directory,
+/// not even on its way. Names count as directories, whatever lies there.
+///   d/l, ../a/./b  =>  true     d/l, ../../a  =>  false     l, a/../../d/b  =>  false
+bool LeadsInside(std::string_view path, std::string_view target);
+
 /// What stands for a byte that would end a line or a field; the backslash is always one of them.
 enum class Escapes {
   kOfLines,   ///< "\\", "\n" and "\r"

@@ -146,7 +146,9 @@ class Parser {
       const std::vector<ManifestLink>& before = volume.links;
       std::string path =
           NewPath(link->substr(0, tab), volume, before.empty() ? "" : before.back().path);
-      volume.links.push_back({std::move(path), Path(link->substr(tab + 1))});
+      std::string target = Field(link->substr(tab + 1));
+      if (!LeadsInside(path, target)) Refuse("a link that leads out of the volume");
+      volume.links.push_back({std::move(path), std::move(target)});
       Advance();
     }
     return volume;
@@ -171,17 +173,17 @@ class Parser {
             .links = {}};
   }
 
-  std::string Path(std::string_view text) const {
-    std::optional<std::string> path = Unescaped(text, Escapes::kOfFields);
-    if (!path) Refuse("not escaped as it has to be");
-    if (!IsListedPath(*path)) Refuse("no path on the volume");
-    return *std::move(path);
+  std::string Field(std::string_view text) const {
+    std::optional<std::string> field = Unescaped(text, Escapes::kOfFields);
+    if (!field) Refuse("not escaped as it has to be");
+    return *std::move(field);
   }
 
   /// A path that comes behind `last` of its kind, and is none of another kind.
   std::string NewPath(std::string_view text, const ManifestVolume& volume,
                       std::string_view last) const {
-    std::string path = Path(text);
+    std::string path = Field(text);
+    if (!IsListedPath(path)) Refuse("no path on the volume");
     if (path <= last || IsIn(volume.directories, path) || IsIn(volume.programs, path)) {
       Refuse("a path repeated or out of order");
     }

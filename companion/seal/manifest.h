@@ -30,7 +30,7 @@ inline constexpr std::size_t kMostVolumes = 999;
 
 struct ManifestLink {
   std::string path;
-  std::string target;  ///< from the volume's directory, too
+  std::string target;  ///< what the link holds, see LeadsInside
 
   friend bool operator==(const ManifestLink&, const ManifestLink&) = default;
 };

@@ -52,6 +52,34 @@ TEST(ListedPath, LeadsFromNameToName) {
   }
 }
 
+TEST(LinkTarget, LeadsFromNameToNameInsideOfTheVolume) {
+  for (const auto& [path, target] :
+       std::vector<std::pair<std::string, std::string>>{{"l", "a"},
+                                                        {"l", "."},
+                                                        {"l", "a/.."},
+                                                        {"l", "a//b/"},
+                                                        {"l", "..."},
+                                                        {"d/l", ".."},
+                                                        {"d/l", ".././d/a/../"},
+                                                        {"d/e/l", "../../a\n\xFF\\"}}) {
+    EXPECT_TRUE(LeadsInside(path, target)) << path << " " << target;
+  }
+  for (const auto& [path, target] :
+       std::vector<std::pair<std::string, std::string>>{{"l", ""},
+                                                        {"l", "/"},
+                                                        {"d/l", "/d/l"},
+                                                        {"l", std::string("a\0b", 3)},
+                                                        {"l", ".."},
+                                                        {"l", "../a"},
+                                                        {"l", "a/../.."},
+                                                        {"d/l", "../../a"},
+                                                        {"d/l", "..//../a"},
+                                                        {"d/l", "../../d/l"},
+                                                        {"d/l", "a/../../../d/e"}}) {
+    EXPECT_FALSE(LeadsInside(path, target)) << path << " " << target;
+  }
+}
+
 /// A list of files with one digest and these paths.
 std::string ListOf(const Lines& paths) {
   std::string text;
@@ -132,12 +160,13 @@ TEST(FileList, IsAcceptedBySha256sum) {
 
 /// Two volumes with all that a volume can have.
 Manifest Example() {
-  const ManifestVolume first = {.files = 3,
-                                .bytes = 18'446'744'073'709'551'615U,
-                                .list = DigestOf("abc"),
-                                .directories = {"inst", "inst-c", "inst/b", "payload"},
-                                .programs = {"inst/a\tb", "inst/b/\\", "setup"},
-                                .links = {{"a", "payload/x"}, {"payload/\n", "inst/b/c\td\r\\"}}};
+  const ManifestVolume first = {
+      .files = 3,
+      .bytes = 18'446'744'073'709'551'615U,
+      .list = DigestOf("abc"),
+      .directories = {"inst", "inst-c", "inst/b", "payload"},
+      .programs = {"inst/a\tb", "inst/b/\\", "setup"},
+      .links = {{"a", "payload/x"}, {"payload/\n", "../inst/b/c\td\r\\"}}};
   return {.tag = "T 1\xFF\\", .layout = Layout::kSibling, .volumes = {first, {}}};
 }
 
@@ -156,7 +185,7 @@ constexpr char kExample[] =
     "program inst/b/\\\\\n"
     "program setup\n"
     "link a\tpayload/x\n"
-    "link payload/\\n\tinst/b/c\\td\\r\\\\\n"
+    "link payload/\\n\t../inst/b/c\\td\\r\\\\\n"
     "volume 2 0 0 0000000000000000000000000000000000000000000000000000000000000000\n"
     "end\n";
 
@@ -188,6 +217,7 @@ TEST(Manifest, IsRefusedWithItsLineAndTheReason) {
   const std::string figures = "not the files, bytes and digest of a volume";
   const std::string order = "a path repeated or out of order", path = "no path on the volume";
   const std::string escapes = "not escaped as it has to be";
+  const std::string target = "a link that leads out of the volume";
   const std::vector<std::pair<std::string, std::string>> rows = {
       {"", "line 1: the end is missing"},
       {"x", "line 1: no line feed at its end"},
@@ -237,9 +267,10 @@ TEST(Manifest, IsRefusedWithItsLineAndTheReason) {
        "line 12: a path in a directory that is not listed"},
       {With("program setup\n", "program setup\ndirectory x\n"), "line 13: " + no_line},
       {With("link a\tpayload/x\n", "link a\n"), "line 13: no target of a link"},
-      {With("link a\tpayload/x\n", "link a\t\n"), "line 13: " + path},
-      {With("link a\tpayload/x\n", "link a\t/x\n"), "line 13: " + path},
-      {With("link a\tpayload/x\n", "link a\t../x\n"), "line 13: " + path},
+      {With("link a\tpayload/x\n", "link a\t\n"), "line 13: " + target},
+      {With("link a\tpayload/x\n", "link a\t/x\n"), "line 13: " + target},
+      {With("link a\tpayload/x\n", "link a\t../x\n"), "line 13: " + target},
+      {With("\t../inst", "\t../../inst"), "line 14: " + target},
       {With("link a\tpayload/x\n", "link a\tx\ty\n"), "line 13: " + escapes},
       {With("link a\tpayload/x\n", "link \tx\n"), "line 13: " + path},
       {With("link a\t", "link setup\t"), "line 13: " + order},
