@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -231,6 +232,25 @@ void OpenDirectory::CopyFile(const OpenFile& source, const std::string& name, Fi
   }
   SetTimes(*file, Seconds(status.st_atime, status.st_mtime), path);
   Finish(*file, kind, path);
+}
+
+std::string OpenDirectory::Target(const std::string& name) const {
+  const std::string path = PathOf(name);
+  std::array<char, PATH_MAX> target;  // no link holds more
+  const ssize_t length = ::readlinkat(Number(), name.c_str(), target.data(), target.size());
+  ThrowUnless<KVLInsException>(length >= 0, "readlink - ", path);
+  return {target.data(), static_cast<std::size_t>(length)};
+}
+
+void OpenDirectory::MakeLink(const std::string& name, const std::string& target,
+                             std::int64_t time) const {
+  const std::string path = PathOf(name);
+  ThrowUnless<KVLInsException>(::symlinkat(target.c_str(), Number(), name.c_str()) == 0,
+                               "symlink - ", path);
+  const std::array<timespec, 2> times = Seconds(time, time);
+  ThrowUnless<KVLInsExceptionErrno>(
+      ::utimensat(Number(), name.c_str(), times.data(), AT_SYMLINK_NOFOLLOW) == 0, kCannotSetTime,
+      path);
 }
 
 void OpenDirectory::Rename(const std::string& name, const OpenDirectory& directory,

@@ -122,6 +122,16 @@ class OpenDirectory {
   void CopyFile(const OpenFile& source, const std::string& name, FileKind kind,
                 const std::function<void(std::string_view)>& see = {}) const;
 
+  /// What a link holds. Throws KVLInsException "readlink - " + path with the error's
+  /// text; that is the text of EINVAL for anything but a link.
+  [[nodiscard]] std::string Target(const std::string& name) const;
+
+  /// Makes a link that holds `target`, which is not looked at. Nothing may be there yet. `time`, in
+  /// seconds, becomes its access and modification time.
+  /// Throws KVLInsException "symlink - " + path with the error's text, with that of EEXIST when
+  /// anything is there; KVLInsExceptionErrno "SetTime - " + path, and the link then stays.
+  void MakeLink(const std::string& name, const std::string& target, std::int64_t time) const;
+
   /// Renames an entry, into a directory that may be the same one. Nothing may be there yet. Where the
   /// system cannot make sure of that in one step (renameat2(2)), the entry gets its new name and loses
   /// the old one after that, which cannot be done with a directory.

@@ -58,7 +58,9 @@ TEST_F(OpenDirectoryTest, RefusesWhatIsNoNameOfAnEntry) {
                     {[&] { inside.CopyFile(source, name, kPlain); }, expected},
                     {[&] { inside.Rename(name, inside, "new"); }, expected},
                     {[&] { inside.Rename("file", inside, name); }, expected},
-                    {[&] { inside.Delete(name); }, expected}});
+                    {[&] { inside.Delete(name); }, expected},
+                    {[&] { return inside.Target(name); }, expected},
+                    {[&] { inside.MakeLink(name, "x", 0); }, expected}});
   }
   EXPECT_EQ(Tree(), before);
 }
@@ -163,6 +165,26 @@ TEST_F(OpenDirectoryTest, GivesTheTimesThatItIsAskedFor) {
               ElementsAre("d 755 directory", "f 644 file = x", "f 755 of before 1970 = x"));
 }
 
+TEST_F(OpenDirectoryTest, MakesALinkWithItsTimeAndSaysWhatItHolds) {
+  const OpenDirectory inside(inside_);
+  Write("inside/file", "text");
+  SetTimes(Inside("file"), 1, 1);
+  const std::string longest(PATH_MAX - 1, 'x');
+  inside.MakeLink("link", "file", 1'000'000'000);
+  inside.MakeLink("longest", longest, -1);
+  EXPECT_EQ(inside.Target("link"), "file");
+  EXPECT_EQ(inside.Target("longest"), longest);
+  EXPECT_EQ(inside.Look("link").modified, 1'000'000'000);
+  EXPECT_EQ(inside.Look("longest").modified, -1);
+  EXPECT_EQ(inside.Look("file").modified, 1);
+  ExpectFailures(
+      {{[&] { inside.MakeLink("file", "x", 0); }, Exception("symlink - " + Inside("file"), EEXIST)},
+       {[&] { inside.MakeLink("link", "x", 0); }, Exception("symlink - " + Inside("link"), EEXIST)},
+       {[&] { inside.MakeLink("new", "", 0); }, Exception("symlink - " + Inside("new"), ENOENT)},
+       {[&] { return inside.Target("file"); }, Exception("readlink - " + Inside("file"), EINVAL)},
+       {[&] { return inside.Target("none"); }, Exception("readlink - " + Inside("none"), ENOENT)}});
+}
+
 TEST_F(OpenDirectoryTest, SaysSoWhenTimesCannotBeSetOrNothingBeStored) {
   const OpenDirectory inside(inside_);
   inside.SyncFileSystem();
@@ -176,9 +198,11 @@ TEST_F(OpenDirectoryTest, SaysSoWhenTimesCannotBeSetOrNothingBeStored) {
             ExceptionErrno("SetTime - " + inside_, EIO));
   EXPECT_EQ(without(SYS_utimensat, [&] { inside.WriteFile("file", "x", kProgram, 0); }),
             ExceptionErrno("SetTime - " + Inside("file"), EIO));
+  EXPECT_EQ(without(SYS_utimensat, [&] { inside.MakeLink("link", "x", 0); }),
+            ExceptionErrno("SetTime - " + Inside("link"), EIO));
   EXPECT_EQ(without(SYS_syncfs, [&] { inside.SyncFileSystem(); }),
             ExceptionErrno("syncfs - " + inside_, EIO));
-  EXPECT_THAT(Tree("inside"), ElementsAre("f 600 file = x"));
+  EXPECT_THAT(Tree("inside"), ElementsAre("f 600 file = x", "l link -> x"));
 }
 
 TEST_F(OpenDirectoryTest, EndsACopyWithWhatItsOnlookerThrows) {
