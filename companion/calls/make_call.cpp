@@ -21,6 +21,8 @@
 namespace kvl {
 namespace {
 
+constexpr char kFollow[] = "follow";
+
 /// Where the launcher to put on a media lies unless somebody says otherwise: beside this program.
 std::string LauncherBesideUs() {
   std::error_code error;
@@ -52,6 +54,10 @@ void AddMake(CLI::App& app, MakeCall& call) {
   make->add_option("--installer", request.installer, "Installer to put on the media")->required();
   make->add_option("--inst", request.inst,
                    "Directory whose contents go into inst, too: what the installer needs");
+  make->add_option("--links", call.links,
+                   "keep: links stay links and lead to something in PAYLOAD (default);\n"
+                   "follow: what they lead to is copied")
+      ->check(CLI::IsMember({"keep", kFollow}));
   make->add_option("--launcher", request.launcher,
                    "Launcher to put on the media (default: kvl-launcher beside this program)");
   make->add_option("--os", request.os_name,
@@ -63,6 +69,7 @@ void AddMake(CLI::App& app, MakeCall& call) {
 
 int RunMake(MakeCall call) try {
   if (call.layout) call.request.layout = LayoutNamed(*call.layout);
+  if (call.links == kFollow) call.request.links = Links::kFollowed;
   if (call.volume_size) call.request.volume_size = ParseVolumeSize(*call.volume_size);
   call.request.time = ParseSourceDate(GetEnv(kSourceDateEpoch));
   MadeMedia made;

@@ -16,6 +16,7 @@ struct MakeCall {
   MediaMakeRequest request;
   std::optional<std::string> layout;       // as it was given
   std::optional<std::string> volume_size;  // likewise
+  std::string links = "keep";
   bool is_quiet = false;
 };
 

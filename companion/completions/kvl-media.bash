@@ -9,6 +9,7 @@ _kvl_media() {
   else
     case $before in
       --layout) words='single flat sibling am' ;;
+      --links) words='keep follow' ;;
       --installer)
         if [[ ${COMP_WORDS[1]} == make ]]; then files=any; fi ;;
       --launcher) files=any ;;
@@ -18,8 +19,8 @@ _kvl_media() {
         files=directory
         case ${COMP_WORDS[1]} in
           check) words='--help --installer --json --os --verbose' ;;
-          make) words='--help --inst --installer --launcher --layout --os --presorted --quiet'
-            words+=' --tag --volume-size' ;;
+          make) words='--help --inst --installer --launcher --layout --links --os --presorted'
+            words+=' --quiet --tag --volume-size' ;;
           *) files='' ;;
         esac ;;
     esac

@@ -54,7 +54,7 @@ void Take(const OpenDirectory& directory, const std::string& start_script, std::
 
 /// The author's own, which does not go into "inst" with the others.
 bool IsReadMe(const PayloadEntry& entry) {
-  return !entry.is_directory && entry.name == names::kReadMe;
+  return entry.IsFile() && entry.name == names::kReadMe;
 }
 
 class Maker {
@@ -90,11 +90,12 @@ class Maker {
     media_.MakeDirectory(volume, payload);
     std::optional<OpenDirectory> presorted;
     if (request_.is_presorted) presorted.emplace(plan_.payload.Directory(number));
-    OpenTree from(presorted ? *presorted : plan_.payload, OpenTree::Missing::kFails);
+    OpenTree from(presorted ? *presorted : plan_.payload, OpenTree::Missing::kFails,
+                  request_.links);
     for (const PayloadEntry& entry : plan_.volumes[volume - 1]) {
       const std::string path = PathBelow(payload, entry.name);
-      if (entry.is_directory) {
-        media_.MakeDirectory(volume, path);
+      if (!entry.IsFile()) {
+        WriteEntry(volume, path, entry, from);
         continue;
       }
       progress_(volume, bytes_done_, plan_.bytes_in_all);
@@ -103,17 +104,28 @@ class Maker {
     }
   }
 
+  void WriteEntry(std::size_t volume, const std::string& path, const PayloadEntry& entry,
+                  OpenTree& from) {
+    switch (entry.type) {
+      case EntryType::kDirectory:
+        media_.MakeDirectory(volume, path);
+        break;
+      case EntryType::kLink:
+        media_.Link(volume, path, entry, from);
+        break;
+      case EntryType::kFile:
+        media_.Copy(volume, path, entry, from);
+        break;
+    }
+  }
+
   /// What the installer needs, which lies there in directories of its own.
   void WriteInst() {
     if (!plan_.inst) return;
-    OpenTree from(*plan_.inst, OpenTree::Missing::kFails);
+    OpenTree from(*plan_.inst, OpenTree::Missing::kFails, request_.links);
     for (const PayloadEntry& entry : plan_.inst_entries) {
       const std::string path = PathBelow(names::kInst, entry.name);
-      if (entry.is_directory) {
-        media_.MakeDirectory(1, path);
-      } else {
-        media_.Copy(1, IsReadMe(entry) ? entry.name : path, entry, from);
-      }
+      WriteEntry(1, IsReadMe(entry) ? entry.name : path, entry, from);
     }
   }
 

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "companion/make/payload_links.h"
 #include "companion/make/record_room.h"
 #include "companion/names/layout_name.h"
 #include "companion/names/path_below.h"
@@ -106,13 +107,14 @@ void PlanInst(const MediaMakeRequest& request, MediaPlan& plan) {
   if (request.inst.empty()) return;
   plan.inst.emplace(PlanDirectory(request.inst));
   CheckIsOutside(plan.directory, "the directory for inst", request.inst);
-  plan.inst_entries = ListPayload(*plan.inst);
+  plan.inst_entries = ListPayload(*plan.inst, request.links);
+  CheckLinks({plan.inst_entries});
   const std::vector<std::string> own = {PathBelow(plan.programs, plan.installer_name),
                                         PathBelow(plan.programs, names::kLauncher),
                                         names::kVolumesFile, PathBelow(names::kCommon, "")};
   for (const PayloadEntry& entry : plan.inst_entries) {
     const bool is_own = std::any_of(own.begin(), own.end(), [&](const std::string& path) {
-      return path == entry.name || (!entry.is_directory && path.starts_with(entry.name + "/"));
+      return path == entry.name || (!entry.IsDirectory() && path.starts_with(entry.name + "/"));
     });
     if (is_own) {
       throw CannotMake("this is put into inst anyway: " + PathBelow(request.inst, entry.name));
@@ -124,7 +126,7 @@ void PlanVolumes(const MediaMakeRequest& request, MediaPlan& plan) {
   std::uint64_t first_bytes =
       OnDisc(plan.installer.state.size) + OnDisc(plan.launcher.state.size) + kTextsOfTheFirstVolume;
   for (const PayloadEntry& entry : plan.inst_entries) {
-    first_bytes += entry.is_directory ? kDiscBlock : OnDisc(entry.size);
+    first_bytes += entry.IsDirectory() ? kDiscBlock : OnDisc(entry.size);
   }
   // Three directories and two programs have the names of their system in their paths.
   const std::uint64_t names =
@@ -132,15 +134,17 @@ void PlanVolumes(const MediaMakeRequest& request, MediaPlan& plan) {
   const VolumeRoom room = {.most_bytes = request.volume_size,
                            .on_first = first_bytes + OnDisc(ListLength(plan.inst_entries)),
                            .in_manifest = ManifestLength(plan.inst_entries) + names};
-  plan.volumes = request.is_presorted ? PresortedPayload(plan.payload, room)
-                                      : SplitPayload(ListPayload(plan.payload), room);
+  plan.volumes = request.is_presorted
+                     ? PresortedPayload(plan.payload, request.links, room)
+                     : SplitPayload(ListPayload(plan.payload, request.links), room);
+  CheckLinks(plan.volumes);
 }
 
 void SumUp(const MediaMakeRequest& request, MediaPlan& plan) {
   std::optional<std::int64_t> newest;
   for (const std::vector<PayloadEntry>& volume : plan.volumes) {
     for (const PayloadEntry& entry : volume) {
-      if (entry.is_directory) continue;
+      if (!entry.IsFile()) continue;
       plan.bytes_in_all += entry.size;
       newest = std::max(newest, std::optional(entry.state.modified));
     }

@@ -26,6 +26,8 @@ struct MediaMakeRequest {
   /// is put there anyway: the two programs and "volumes.txt". Its "ReadMe_UNIX.txt" goes beside "inst".
   std::string inst;
   std::string os_name = "linux";
+  /// Of the payload and of what goes into "inst".
+  Links links = Links::kKept;
   /// Of all that is generated, in seconds; without it, that of the payload's newest file.
   std::optional<std::int64_t> time;
 };

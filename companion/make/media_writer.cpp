@@ -63,6 +63,15 @@ const ListedFile& MediaWriter::Copy(std::size_t volume, const std::string& path,
   return Copy(volume, path, PlannedEntry(entry, from), kind);
 }
 
+void MediaWriter::Link(std::size_t volume, const std::string& path, const PayloadEntry& entry,
+                       OpenTree& from) {
+  CheckPlannedLink(entry, from);
+  const std::string on_disc = OnDisc(volume, path);
+  const Place place(on_disc);
+  At(volume, place.directory).MakeLink(place.name, entry.target, entry.state.modified);
+  records_[volume - 1].links.push_back({on_disc, entry.target});
+}
+
 void MediaWriter::Finish(const std::string& tag) {
   const std::vector<Marker> markers = Markers(tag);
   for (const auto& [volume, path, text] : markers) {
@@ -130,6 +139,9 @@ std::vector<MediaWriter::Marker> MediaWriter::Markers(const std::string& tag) co
 ManifestVolume MediaWriter::WriteList(std::size_t volume) {
   Record& record = records_[volume - 1];
   std::sort(record.programs.begin(), record.programs.end());
+  std::sort(
+      record.links.begin(), record.links.end(),
+      [](const ManifestLink& one, const ManifestLink& other) { return one.path < other.path; });
   std::sort(record.files.begin(), record.files.end(),
             [](const ListedFile& one, const ListedFile& other) { return one.path < other.path; });
   std::string list;
@@ -140,7 +152,7 @@ ManifestVolume MediaWriter::WriteList(std::size_t volume) {
           .list = DigestOf(list),
           .directories = {record.directories.begin(), record.directories.end()},
           .programs = record.programs,
-          .links = {}};
+          .links = record.links};
 }
 
 void MediaWriter::SetTimes() {

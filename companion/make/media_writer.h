@@ -42,6 +42,8 @@ class MediaWriter {
                          Kind kind);
   const ListedFile& Copy(std::size_t volume, const std::string& path, const PayloadEntry& entry,
                          OpenTree& from);
+  /// A link that holds the same, with its time.
+  void Link(std::size_t volume, const std::string& path, const PayloadEntry& entry, OpenTree& from);
 
   /// Writes what makes volumes of directories, each for all volumes: the lists, the manifest, the
   /// markers. Gives all directories their time. Nothing else is to be written after that.
@@ -54,6 +56,7 @@ class MediaWriter {
   struct Record {
     std::set<std::string> directories;
     std::vector<std::string> programs;
+    std::vector<ManifestLink> links;
     std::vector<ListedFile> files;
     std::uint64_t bytes = 0;
   };

@@ -2,19 +2,23 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "companion/names/open_tree.h"
 #include "companion/names/path_below.h"
+#include "companion/names/path_state.h"
 
 namespace kvl {
 namespace {
 
+using KVLInsIO::EntryState;
 using KVLInsIO::OpenDirectory;
+using KVLInsIO::OpenFile;
 
 class Lister {
  public:
-  explicit Lister(const OpenDirectory& top) : tree_(top, OpenTree::Missing::kFails) {}
+  Lister(const OpenDirectory& top, Links links) : tree_(top, OpenTree::Missing::kFails, links) {}
 
   std::vector<PayloadEntry> Run() {
     ListBelow("");
@@ -32,14 +36,25 @@ class Lister {
     }
     for (const PayloadEntry& entry : level) {
       entries_.push_back(entry);
-      if (entry.is_directory) ListBelow(entry.name);
+      if (entry.IsDirectory()) GoDown(entry);
     }
   }
 
-  static PayloadEntry LookAt(const OpenDirectory& directory, const std::string& name,
-                             const std::string& path) {
-    const KVLInsIO::EntryState state = directory.Look(name);
+  /// The directories above are known, so that no link leads back to one of them.
+  void GoDown(const PayloadEntry& entry) {
+    const FileIdentity identity(entry.state.device, entry.state.inode);
+    if (std::find(way_.begin(), way_.end(), identity) != way_.end()) {
+      throw CannotMake("a link leads round in a circle: " + FullPath(entry.name));
+    }
+    way_.push_back(identity);
+    ListBelow(entry.name);
+    way_.pop_back();
+  }
+
+  PayloadEntry LookAt(const OpenDirectory& directory, const std::string& name,
+                      const std::string& path) const {
     const std::string full = PathBelow(directory.Path(), name);
+    const EntryState state = directory.Look(name);
     if (name.find_first_of("\n\r") != std::string::npos) {
       throw CannotMake("a name with a line break cannot be listed: " + full);
     }
@@ -47,22 +62,42 @@ class Lister {
       throw CannotMake("a name is too long for a disc: " + full);
     }
     if (S_ISLNK(state.mode)) {
-      throw CannotMake("a link could be torn from what it leads to: " + full);
+      if (tree_.FollowsLinks()) return WhereItLeads(path, full);
+      return {path, EntryType::kLink, 0, state, directory.Target(name)};
     }
-    if (S_ISDIR(state.mode)) return {path, /*is_directory=*/true, 0, state};
-    if (!S_ISREG(state.mode)) throw CannotMake("neither a file nor a directory: " + full);
+    if (S_ISDIR(state.mode)) return {path, EntryType::kDirectory, 0, state};
+    if (!S_ISREG(state.mode)) RefuseKind(full);
     (void)directory.File(name);  // so that nothing is written when one of them cannot be read
-    return {path, /*is_directory=*/false, state.size, state};
+    return {path, EntryType::kFile, state.size, state};
   }
 
+  static PayloadEntry WhereItLeads(const std::string& path, const std::string& full) {
+    const PathState there = StateAt(full);
+    if (!there.IsThere()) throw CannotMake("a link leads to nothing: " + full);
+    if (there.IsDirectory()) {
+      const auto& [device, inode] = there.identity;
+      return {path, EntryType::kDirectory, 0, {.device = device, .inode = inode}};
+    }
+    if (!there.IsFile()) RefuseKind(full);
+    const EntryState state = OpenFile(full).State();
+    return {path, EntryType::kFile, state.size, state};
+  }
+
+  [[noreturn]] static void RefuseKind(const std::string& full) {
+    throw CannotMake("neither a file nor a directory: " + full);
+  }
+
+  std::string FullPath(const std::string& path) { return PathBelow(tree_.At("").Path(), path); }
+
   OpenTree tree_;
+  std::vector<FileIdentity> way_;  ///< down to where it is
   std::vector<PayloadEntry> entries_;
 };
 
 }  // namespace
 
-std::vector<PayloadEntry> ListPayload(const OpenDirectory& directory) {
-  return Lister(directory).Run();
+std::vector<PayloadEntry> ListPayload(const OpenDirectory& directory, Links links) {
+  return Lister(directory, links).Run();
 }
 
 }  // namespace kvl

@@ -75,7 +75,7 @@ class Volume {
  private:
   static std::uint64_t ContentBytes(const PayloadEntry& entry,
                                     const std::vector<std::string>& new_directories) {
-    return new_directories.size() * kDiscBlock + (entry.is_directory ? 0 : OnDisc(entry.size));
+    return new_directories.size() * kDiscBlock + (entry.IsFile() ? OnDisc(entry.size) : 0);
   }
 
   std::uint64_t BytesWith(const PayloadEntry& entry,
@@ -88,9 +88,9 @@ class Volume {
     list_bytes_ += ListLength(entry);
     for (const std::string& directory : directories) {
       directories_.insert(directory);
-      entries_.push_back({directory, /*is_directory=*/true, 0, {}});
+      entries_.push_back({.name = directory, .type = EntryType::kDirectory});
     }
-    if (!entry.is_directory) entries_.push_back(entry);
+    if (!entry.IsDirectory()) entries_.push_back(entry);
   }
 
   std::vector<std::string> NewDirectoriesFor(const PayloadEntry& entry) const {
@@ -100,7 +100,7 @@ class Volume {
       const std::string directory = entry.name.substr(0, slash);
       if (!directories_.contains(directory)) missing.push_back(directory);
     }
-    if (entry.is_directory && !directories_.contains(entry.name)) missing.push_back(entry.name);
+    if (entry.IsDirectory() && !directories_.contains(entry.name)) missing.push_back(entry.name);
     return missing;
   }
 
@@ -169,13 +169,13 @@ Volumes SplitPayload(const std::vector<PayloadEntry>& payload, const VolumeRoom&
   }
 }
 
-Volumes PresortedPayload(const OpenDirectory& directory, const VolumeRoom& room) {
+Volumes PresortedPayload(const OpenDirectory& directory, Links links, const VolumeRoom& room) {
   const std::size_t count = CountPresorted(directory);
   if (count > kMostVolumes) RefuseSoManyVolumes();
   Volumes volumes;
   std::uint64_t list_of_all = 0;
   for (std::size_t i = 1; i <= count; ++i) {
-    volumes.push_back(ListPayload(directory.Directory(std::to_string(i))));
+    volumes.push_back(ListPayload(directory.Directory(std::to_string(i)), links));
     list_of_all += ListLength(volumes.back());
   }
   const std::uint64_t manifest = ManifestFor(volumes, room);

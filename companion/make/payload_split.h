@@ -36,6 +36,7 @@ Volumes SplitPayload(const std::vector<PayloadEntry>& payload, const VolumeRoom&
 /// own, with the same sizes as above.
 /// Throws CannotMake when anything else lies there or a number is missing, when a volume holds too
 /// much, and as ListPayload and SplitPayload do.
-Volumes PresortedPayload(const KVLInsIO::OpenDirectory& directory, const VolumeRoom& room);
+Volumes PresortedPayload(const KVLInsIO::OpenDirectory& directory, Links links,
+                         const VolumeRoom& room);
 
 }  // namespace kvl

@@ -10,6 +10,7 @@ namespace {
 
 using KVLInsIO::FileKind;
 using KVLInsIO::OpenDirectory;
+using KVLInsIO::OpenFile;
 
 [[noreturn]] void RefuseAsChanged(const std::string& path) {
   throw std::runtime_error("changed since the media was planned: " + path);
@@ -20,10 +21,18 @@ using KVLInsIO::OpenDirectory;
 PlannedFile PlannedEntry(const PayloadEntry& entry, OpenTree& from) {
   const Place place(entry.name);
   const OpenDirectory& directory = from.At(place.directory);
-  if (directory.Look(place.name) != entry.state) {
+  const std::string path = PathBelow(directory.Path(), place.name);
+  if (from.FollowsLinks()) return {OpenFile(path), entry.state};
+  if (directory.Look(place.name) != entry.state) RefuseAsChanged(path);
+  return {directory.File(place.name), entry.state};
+}
+
+void CheckPlannedLink(const PayloadEntry& entry, OpenTree& from) {
+  const Place place(entry.name);
+  const OpenDirectory& directory = from.At(place.directory);
+  if (directory.Look(place.name) != entry.state || directory.Target(place.name) != entry.target) {
     RefuseAsChanged(PathBelow(directory.Path(), place.name));
   }
-  return {directory.File(place.name), entry.state};
 }
 
 Digest CopyPlanned(const PlannedFile& planned, const OpenDirectory& directory,

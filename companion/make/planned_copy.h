@@ -10,9 +10,12 @@
 
 namespace kvl {
 
-/// Opens an entry of a tree. Throws std::runtime_error "changed since the media was planned: " + path
+/// Opens a file of a tree. Throws std::runtime_error "changed since the media was planned: " + path
 /// when something else lies there; as OpenDirectory does.
 PlannedFile PlannedEntry(const PayloadEntry& entry, OpenTree& from);
+
+/// Throws the same when a link is no longer what it was.
+void CheckPlannedLink(const PayloadEntry& entry, OpenTree& from);
 
 /// Copies the file into the directory, not a byte more than was planned, and gives the digest of what
 /// was written; it is read once.

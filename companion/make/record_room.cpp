@@ -19,7 +19,7 @@ std::uint64_t PathLength(const PayloadEntry& entry) {
 
 std::uint64_t ListLength(const PayloadEntry& entry) {
   constexpr std::uint64_t kNumberDigestAndRest = 4 + 1 + 64 + 2 + 1;
-  return entry.is_directory ? 0 : kNumberDigestAndRest + PathLength(entry);
+  return entry.IsFile() ? kNumberDigestAndRest + PathLength(entry) : 0;
 }
 
 std::uint64_t ListLength(const std::vector<PayloadEntry>& entries) {
@@ -32,8 +32,9 @@ std::uint64_t ManifestLength(const std::vector<PayloadEntry>& entries) {
   constexpr std::uint64_t kWordAndLineFeed = 11;
   std::uint64_t length = 0;
   for (const PayloadEntry& entry : entries) {
-    if (entry.is_directory || IsProgram(entry.state.mode))
-      length += kWordAndLineFeed + PathLength(entry);
+    if (entry.IsFile() && !IsProgram(entry.state.mode)) continue;
+    length +=
+        kWordAndLineFeed + PathLength(entry) + 1 + Escaped(entry.target, Escapes::kOfFields).size();
   }
   return length;
 }

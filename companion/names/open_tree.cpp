@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "companion/names/path_below.h"
+
 namespace kvl {
 
 using KVLInsIO::OpenDirectory;
@@ -10,6 +12,11 @@ using KVLInsIO::OpenDirectory;
 const OpenDirectory& OpenTree::At(const std::string& path) {
   if (path.empty()) return top_;
   if (here_ && path == path_) return *here_;
+  if (FollowsLinks()) {
+    here_.emplace(PathBelow(top_.Path(), path));
+    path_ = path;
+    return *here_;
+  }
   // A directory is mostly followed by those in it.
   const bool is_below = here_ && path.starts_with(path_ + "/");
   std::optional<OpenDirectory> place;

@@ -8,21 +8,29 @@
 
 namespace kvl {
 
+/// What becomes of symbolic links: they stay what they are, or what they lead to stands in their place.
+enum class Links { kKept, kFollowed };
+
 /// The last directory stays open, so that one entry after the other of it costs no way there.
 class OpenTree {
  public:
   enum class Missing { kFails, kIsMade };
 
-  /// `missing` is for directories below the top, which must outlive the tree.
-  OpenTree(const KVLInsIO::OpenDirectory& top, Missing missing) : top_(top), missing_(missing) {}
+  /// `missing` is for directories below the top, which must outlive the tree. Links to directories
+  /// are followed on the way only when `links` says so, and then also out of the tree.
+  OpenTree(const KVLInsIO::OpenDirectory& top, Missing missing, Links links = Links::kKept)
+      : top_(top), missing_(missing), links_(links) {}
 
   /// The directory at a path of names below the top, such as "a/b"; the empty one is the top. It stays
   /// open until the next call. Throws as OpenDirectory does.
   const KVLInsIO::OpenDirectory& At(const std::string& path);
 
+  bool FollowsLinks() const { return links_ == Links::kFollowed; }
+
  private:
   const KVLInsIO::OpenDirectory& top_;
   Missing missing_;
+  Links links_;
   std::optional<KVLInsIO::OpenDirectory> here_;
   std::string path_;  // of `here_`
 };

@@ -1,0 +1,15 @@
+// Whether the symbolic links of a payload can go onto a media as links.
+#pragma once
+
+#include <vector>
+
+#include "companion/make/payload_list.h"
+
+namespace kvl {
+
+/// The entries of all volumes are one tree, as they are once they are installed.
+/// Throws CannotMake, which names each link that is absolute, leads out of the payload, or to nothing
+/// in it. A link leads inside when it does so name by name (see LeadsInside) and through other links.
+void CheckLinks(const std::vector<std::vector<PayloadEntry>>& volumes);
+
+}  // namespace kvl

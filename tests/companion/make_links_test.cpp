@@ -1,0 +1,102 @@
+// kvl-media make and the symbolic links of its payload: kept, followed or refused.
+
+#include "companion/seal/manifest.h"
+#include "insio/open_directory.h"
+#include "tests/companion/check_world.h"
+
+namespace kvl::test {
+namespace {
+
+constexpr char kInstaller[] = "file setup #!/bin/sh\\n; ";
+
+/// A library as most packages have it, and a link to a directory.
+const std::string kLibrary =
+    std::string(kInstaller) +
+    "file payload/lib/x.so.1.2 library; link payload/lib/x.so.1 x.so.1.2; "
+    "link payload/lib/x.so x.so.1; link payload/lib64 lib; link payload/bin/tool ../lib64/./x.so";
+
+std::vector<ManifestLink> LinksOf(const CheckWorld& world, const std::string& directory,
+                                  std::size_t volume = 1) {
+  return ParseManifest(ReadFile(world.Path(directory + "/media.manifest")))
+      .volumes.at(volume - 1)
+      .links;
+}
+
+TEST(MakeLinks, KeepsThemAndNamesThemInTheManifest) {
+  const CheckWorld world(kLibrary);
+  world.ExpectMade(world.MakeMedia(), "'{media}");
+  EXPECT_THAT(DescribeTree(world.Path("media/payload/1")),
+              ElementsAre("d 755 bin", "d 755 lib", "f 644 lib/x.so.1.2 = library",
+                          "l bin/tool -> ../lib64/./x.so", "l lib/x.so -> x.so.1",
+                          "l lib/x.so.1 -> x.so.1.2", "l lib64 -> lib"));
+  EXPECT_THAT(LinksOf(world, "media"),
+              ElementsAre(ManifestLink{"payload/1/bin/tool", "../lib64/./x.so"},
+                          ManifestLink{"payload/1/lib/x.so", "x.so.1"},
+                          ManifestLink{"payload/1/lib/x.so.1", "x.so.1.2"},
+                          ManifestLink{"payload/1/lib64", "lib"}));
+  const KVLInsIO::OpenDirectory made(world.Path("media/payload/1")), payload(world.Path("payload"));
+  EXPECT_EQ(made.Look("lib64").modified, payload.Look("lib64").modified);
+}
+
+TEST(MakeLinks, RefusesAllAtOnceThatLeadToNothingInThePayload) {
+  const CheckWorld world(
+      kLibrary +
+      "; file outside text; link payload/absolute /bin/sh; link payload/gone no; "
+      "link payload/lib/out ../../outside; link payload/round/a b; "
+      "link payload/round/b a; link payload/file lib/x.so.1.2/; "
+      "link payload/by/name ../../payload/lib; "
+      "link payload/through lib64/../../outside; link payload/well lib/../lib");
+  world.ExpectRefusedAndUntouched(
+      {},
+      "links that lead to nothing in the payload (--links follow copies what they lead to): "
+      "absolute -> /bin/sh, by/name -> ../../payload/lib, file -> lib/x.so.1.2/, gone -> no, "
+      "lib/out -> ../../outside, round/a -> b, round/b -> a, through -> lib64/../../outside");
+}
+
+TEST(MakeLinks, MayLeadToWhatLiesOnAnotherVolume) {
+  const CheckWorld world(std::string(kInstaller) +
+                         "file payload/1/lib/x library; link payload/2/bin/x ../lib/x");
+  world.ExpectMade(world.MakeMedia({"--presorted"}), "'{media/1}", "sibling", 2);
+  EXPECT_THAT(LinksOf(world, "media/2"), IsEmpty());
+  EXPECT_THAT(LinksOf(world, "media/1", 2),
+              ElementsAre(ManifestLink{"payload/2/bin/x", "../lib/x"}));
+}
+
+TEST(MakeLinks, KeepsThoseOfWhatTheInstallerNeeds) {
+  const CheckWorld world(std::string(kInstaller) +
+                         "dir payload; file needs/common/a a; link needs/common/b a");
+  world.ExpectMade(world.MakeMedia({"--inst", "needs"}), "'{media}");
+  EXPECT_THAT(DescribeTree(world.Path("media/inst/common")),
+              ElementsAre("f 644 a = a", "l b -> a"));
+  EXPECT_THAT(LinksOf(world, "media"), ElementsAre(ManifestLink{"inst/common/b", "a"}));
+}
+
+TEST(MakeLinks, CopiesWhatTheyLeadToWhenTheyAreToBeFollowed) {
+  const CheckWorld world(std::string(kInstaller) +
+                         "file outside/program #!/bin/sh\\n; mode 755 outside/program; "
+                         "file outside/deep/file text; link outside/deep/again file; "
+                         "link payload/all ../outside; link payload/program all/program");
+  world.ExpectMade(world.MakeMedia({"--links", "follow"}), "'{media}");
+  EXPECT_THAT(DescribeTree(world.Path("media/payload/1")),
+              ElementsAre("d 755 all", "d 755 all/deep", "f 644 all/deep/again = text",
+                          "f 644 all/deep/file = text", "f 755 all/program = #!/bin/sh\n",
+                          "f 755 program = #!/bin/sh\n"));
+  EXPECT_THAT(LinksOf(world, "media"), IsEmpty());
+}
+
+TEST(MakeLinks, RefusesToFollowThemToNothingOrRoundInACircle) {
+  for (const auto& [steps, line] : std::map<std::string, std::string>{
+           {"; link payload/gone no", "a link leads to nothing: payload/gone"},
+           {"; link payload/self self", "a link leads to nothing: payload/self"},
+           {"; link payload/lib/up ..", "a link leads round in a circle: payload/lib/up/lib"},
+           {"; link payload/lib/here .", "a link leads round in a circle: payload/lib/here"},
+           {"; pipe p; link payload/pipe ../p", "neither a file nor a directory: payload/pipe"}}) {
+    SCOPED_TRACE(steps);
+    CheckWorld(kLibrary + steps).ExpectRefusedAndUntouched({"--links", "follow"}, line);
+  }
+  EXPECT_EQ(CheckWorld(kLibrary).MakeMedia({"--links", "tear"}),
+            (Outcome{2, "", "kvl-media: --links: tear not in {keep,follow} (see --help)\n"}));
+}
+
+}  // namespace
+}  // namespace kvl::test
