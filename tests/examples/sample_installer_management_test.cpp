@@ -10,7 +10,8 @@ std::string Lists(const std::string& media) {
          ", in: {target}\n"
          "  bin/sample-tool-1\n"
          "  share/sample suite/volume 1/read me.txt\n"
-         "  share/sample suite/volume 1/table.dat\n";
+         "  share/sample suite/volume 1/table.dat\n" +
+         (media.ends_with("incomplete") ? "" : "  bin/sample-tool -> sample-tool-1\n");
 }
 
 const std::string kAllRight = "All 3 files are right in: {target}\n";
@@ -103,10 +104,13 @@ TEST_F(SampleInstallerManages, ADamagedOneIsNeitherRightNorFinal) {
   Install();
   Directory().Write("target/bin/sample-tool-1", "changed");
   fs::remove(Path("target/share/sample suite/volume 1/table.dat"));
+  fs::remove(Path("target/bin/sample-tool"));
+  Directory().Link("target/bin/sample-tool", "elsewhere");
   for (const char* action : {"-Check", "-Commit"}) {
     ExpectAction(
         action,
         {4, "",
+         "sample-installer: wrong or missing: {target/bin/sample-tool}\n"
          "sample-installer: wrong or missing: {target/bin/sample-tool-1}\n"
          "sample-installer: wrong or missing: {target/share/sample suite/volume 1/table.dat}\n"
          "sample-installer: damaged: {target}\n"});

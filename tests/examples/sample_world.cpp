@@ -20,6 +20,18 @@ std::string PayloadListOf(const fs::path& volume, int number) {
   return files;
 }
 
+/// What the manifest on the volume has about links.
+std::string LinksOf(const fs::path& volume) {
+  const fs::path beside = volume / "media.manifest";
+  std::istringstream manifest(ReadFile(
+      fs::exists(beside) ? beside : volume.parent_path().parent_path() / "media.manifest"));
+  std::string links;
+  for (std::string line; std::getline(manifest, line);) {
+    if (line.starts_with("link ")) links += line + "\n";
+  }
+  return links;
+}
+
 std::string CountOf(const Installation& installation) {
   return std::to_string(std::max(installation.of, installation.volumes.size())) + " volume(s)";
 }
@@ -63,19 +75,25 @@ Outcome SampleWorld::Start(const std::string& first_volume,
 
 std::vector<std::string> SampleWorld::TreeOf(const Installation& installation) const {
   const TestDirectory model;
-  std::string files;
+  // Links come last.
+  const bool has_links = installation.state != "incomplete";
+  std::string files, links;
   std::string directories = installation.volumes.empty() ? "" : "bin\nshare\nshare/sample suite\n";
   int number = 0;
   for (const std::string& volume : installation.volumes) {
     const std::string payload = Path(volume) + "/payload/" + std::to_string(++number);
-    fs::copy(payload, model.Path(), fs::copy_options::recursive);
+    fs::copy(payload, model.Path(),
+             fs::copy_options::recursive |
+                 (has_links ? fs::copy_options::copy_symlinks : fs::copy_options::skip_symlinks));
     files += PayloadListOf(Path(volume), number);
+    if (has_links && number == 1) links = LinksOf(Path(volume));
     directories += "share/sample suite/volume " + std::to_string(number) + "\n";
   }
   const std::string tag = installation.tag.empty() ? "no tag" : installation.tag;
   model.Write(".sample-suite/media", tag + ", " + CountOf(installation) + "\n");
   model.Write(".sample-suite/state", installation.state + "\n");
   model.Write(".sample-suite/files", files);
+  model.Write(".sample-suite/links", links);
   model.Write(".sample-suite/directories", directories);
   return DescribeTree(model.Path());
 }
