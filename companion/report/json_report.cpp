@@ -19,7 +19,7 @@ Json Texts(const std::vector<std::string>& texts) {
   return list;
 }
 
-Json Volumes(const MediaReport& report) {
+Json VolumesOf(const MediaReport& report) {
   Json list = Json::array();
   for (const VolumeRow& row : report.volumes.rows) {
     list.push_back({{"number", row.number},
@@ -64,7 +64,7 @@ std::string JsonReport(const MediaReport& report) {
   json["layout"] = LayoutOf(report);
   json["volume_count"] = report.volumes.count;
   json["tag"] = ToOneLine(report.volumes.tag);
-  json["volumes"] = Volumes(report);
+  json["volumes"] = VolumesOf(report);
   json["installer"] = {{"path", ToOneLine(report.installer)}, {"source", CodeOf(report.source)}};
   json["staged"] = report.staged;
   json["staging"] = Staging(report);
