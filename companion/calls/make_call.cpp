@@ -3,8 +3,10 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <exception>
 #include <filesystem>
+#include <thread>
 #include <vector>
 
 #include "companion/calls/console_output.h"
@@ -35,6 +37,7 @@ std::string LauncherBesideUs() {
 void AddMake(CLI::App& app, MakeCall& call) {
   MediaMakeRequest& request = call.request;
   request.launcher = LauncherBesideUs();
+  request.jobs = std::clamp(std::thread::hardware_concurrency(), 1U, 8U);
   CLI::App* make = app.add_subcommand(
       "make",
       "Makes a media from a payload tree, split into volumes. DIR must be empty or missing;\n"
@@ -58,6 +61,9 @@ void AddMake(CLI::App& app, MakeCall& call) {
                    "keep: links stay links and lead to something in PAYLOAD (default);\n"
                    "follow: what they lead to is copied")
       ->check(CLI::IsMember({"keep", kFollow}));
+  make->add_option("--jobs", request.jobs,
+                   "How many files are copied beside each other (default: one for each processor)")
+      ->check(CLI::Range(1, 256));
   make->add_option("--launcher", request.launcher,
                    "Launcher to put on the media (default: kvl-launcher beside this program)");
   make->add_option("--os", request.os_name,

@@ -14,12 +14,12 @@ _kvl_media() {
         if [[ ${COMP_WORDS[1]} == make ]]; then files=any; fi ;;
       --launcher) files=any ;;
       --inst) files=directory ;;
-      --os | --tag | --volume-size) ;;
+      --jobs | --os | --tag | --volume-size) ;;
       *)
         files=directory
         case ${COMP_WORDS[1]} in
           check) words='--help --installer --json --os --verbose' ;;
-          make) words='--help --inst --installer --launcher --layout --links --os --presorted'
+          make) words='--help --inst --installer --jobs --launcher --layout --links --os --presorted'
             words+=' --quiet --tag --volume-size' ;;
           *) files='' ;;
         esac ;;

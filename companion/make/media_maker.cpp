@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "companion/make/description_text.h"
@@ -64,7 +65,7 @@ class Maker {
         progress_(progress),
         plan_(PlanMedia(request)),
         top_(MakeTop(plan_.directory)),
-        media_(top_, plan_.layout, plan_.volumes.size(), plan_.time) {}
+        media_(top_, plan_.layout, plan_.volumes.size(), plan_.time, request.jobs) {}
 
   /// What makes a media whole comes last, in one step, and is stored last.
   MadeMedia Run() {
@@ -99,7 +100,7 @@ class Maker {
         continue;
       }
       progress_(volume, bytes_done_, plan_.bytes_in_all);
-      all_files_ += number + " " + LineOf(media_.Copy(volume, path, entry, from));
+      media_.Copy(volume, path, entry, from);
       bytes_done_ += entry.size;
     }
   }
@@ -130,20 +131,23 @@ class Maker {
   }
 
   void WriteFirstVolume() {
+    const std::string payload_list = media_.ListOfAll();
     const std::string programs = PathBelow(names::kInst, plan_.programs);
     media_.MakeDirectory(1, PathBelow(names::kInst, names::kCommon));
     WriteInst();
     const std::size_t count = plan_.volumes.size();
     media_.Write(1, PathBelow(names::kInst, names::kVolumesFile), std::to_string(count) + "\n");
-    media_.Write(1, names::kMediaDb, all_files_);
+    media_.Write(1, names::kMediaDb, payload_list);
     media_.Write(1, names::kMediaXml, MediaXmlText(request_, count));
     media_.Write(1, names::kTableOfContents, TableOfContentsText(count));
     if (std::none_of(plan_.inst_entries.begin(), plan_.inst_entries.end(), IsReadMe)) {
       media_.Write(1, names::kReadMe, ReadMeText(request_, plan_.installer_name, count));
     }
     media_.Write(1, names::kStartGui, StartScript("-UI \"$@\""), FileKind::kProgram);
-    media_.Copy(1, PathBelow(programs, names::kLauncher), plan_.launcher, FileKind::kProgram);
-    media_.Copy(1, PathBelow(programs, plan_.installer_name), plan_.installer, FileKind::kProgram);
+    media_.Copy(1, PathBelow(programs, names::kLauncher), std::move(plan_.launcher),
+                FileKind::kProgram);
+    media_.Copy(1, PathBelow(programs, plan_.installer_name), std::move(plan_.installer),
+                FileKind::kProgram);
   }
 
   std::string StartScript(const std::string& arguments) const {
@@ -152,11 +156,10 @@ class Maker {
 
   const MediaMakeRequest& request_;
   const Progress& progress_;
-  const MediaPlan plan_;
+  MediaPlan plan_;
   const OpenDirectory top_;
   MediaWriter media_;
   std::uint64_t bytes_done_ = 0;
-  std::string all_files_;
 };
 
 }  // namespace

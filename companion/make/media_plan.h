@@ -1,6 +1,7 @@
 // The plan of a media: all that is decided before anything is written.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -28,6 +29,7 @@ struct MediaMakeRequest {
   std::string os_name = "linux";
   /// Of the payload and of what goes into "inst".
   Links links = Links::kKept;
+  std::size_t jobs = 1;  ///< so many files are copied beside each other
   /// Of all that is generated, in seconds; without it, that of the payload's newest file.
   std::optional<std::int64_t> time;
 };

@@ -1,6 +1,7 @@
 #include "companion/make/media_writer.h"
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 #include "companion/make/planned_copy.h"
@@ -31,8 +32,12 @@ std::string MarkerOf(std::size_t volume) {
 }  // namespace
 
 MediaWriter::MediaWriter(const OpenDirectory& top, Layout layout, std::size_t volumes,
-                         std::int64_t time)
-    : layout_(layout), time_(time), media_(top, OpenTree::Missing::kIsMade), records_(volumes) {}
+                         std::int64_t time, std::size_t jobs)
+    : layout_(layout),
+      time_(time),
+      media_(top, OpenTree::Missing::kIsMade),
+      records_(volumes),
+      copies_(jobs) {}
 
 void MediaWriter::MakeDirectory(std::size_t volume, const std::string& path) {
   At(volume, OnDisc(volume, path));
@@ -49,18 +54,37 @@ void MediaWriter::List(std::size_t volume, const std::string& path, std::string_
   Add(volume, OnDisc(volume, path), DigestOf(text), text.size(), kind);
 }
 
-const ListedFile& MediaWriter::Copy(std::size_t volume, const std::string& path,
-                                    const PlannedFile& file, Kind kind) {
+void MediaWriter::Copy(std::size_t volume, const std::string& path, PlannedFile file, Kind kind) {
   const std::string on_disc = OnDisc(volume, path);
   const Place place(on_disc);
-  const Digest digest = CopyPlanned(file, At(volume, place.directory), place.name, kind);
-  return Add(volume, on_disc, digest, file.state.size, kind);
+  auto directory = Hold(volume, place.directory);
+  ListedFile& listed = Add(volume, on_disc, {}, file.state.size, kind);
+  const auto shared = std::make_shared<const PlannedFile>(std::move(file));
+  copies_.Run([this, directory, name = place.name, shared, kind, &listed] {
+    try {
+      listed.digest = CopyPlanned(*shared, *directory, name, kind);
+    } catch (...) {
+      const std::lock_guard lock(failing_);
+      if (!failure_) failure_ = std::current_exception();
+    }
+  });
+  RethrowFailure();
 }
 
-const ListedFile& MediaWriter::Copy(std::size_t volume, const std::string& path,
-                                    const PayloadEntry& entry, OpenTree& from) {
+void MediaWriter::Copy(std::size_t volume, const std::string& path, const PayloadEntry& entry,
+                       OpenTree& from) {
   const Kind kind = IsProgram(entry.state.mode) ? Kind::kProgram : Kind::kPlain;
-  return Copy(volume, path, PlannedEntry(entry, from), kind);
+  Copy(volume, path, PlannedEntry(entry, from), kind);
+}
+
+std::string MediaWriter::ListOfAll() {
+  WaitForCopies();
+  std::string list;
+  for (std::size_t i = 1; i <= records_.size(); ++i) {
+    for (const ListedFile& file : records_[i - 1].files)
+      list += std::to_string(i) + " " + LineOf(file);
+  }
+  return list;
 }
 
 void MediaWriter::Link(std::size_t volume, const std::string& path, const PayloadEntry& entry,
@@ -73,6 +97,7 @@ void MediaWriter::Link(std::size_t volume, const std::string& path, const Payloa
 }
 
 void MediaWriter::Finish(const std::string& tag) {
+  WaitForCopies();
   const std::vector<Marker> markers = Markers(tag);
   for (const auto& [volume, path, text] : markers) {
     Add(volume, path, DigestOf(text), text.size(), Kind::kPlain);
@@ -102,13 +127,18 @@ std::string MediaWriter::OnDisc(std::size_t volume, const std::string& path) con
   return layout_ == Layout::kAm ? In(PathBelow("media", std::to_string(volume)), path) : path;
 }
 
-/// Makes a directory of a volume, and those on the way, or opens it.
 const OpenDirectory& MediaWriter::At(std::size_t volume, const std::string& directory) {
+  return *Hold(volume, directory);
+}
+
+/// Makes a directory of a volume, and those on the way, or opens it.
+std::shared_ptr<const OpenDirectory> MediaWriter::Hold(std::size_t volume,
+                                                       const std::string& directory) {
   std::set<std::string>& known = records_[volume - 1].directories;
   for (std::string path = directory; !path.empty() && known.insert(path).second;) {
     path = Place(path).directory;
   }
-  return media_.At(In(DirectoryOf(volume), directory));
+  return media_.Hold(In(DirectoryOf(volume), directory));
 }
 
 void MediaWriter::WriteAt(std::size_t volume, const std::string& path, std::string_view text,
@@ -117,8 +147,18 @@ void MediaWriter::WriteAt(std::size_t volume, const std::string& path, std::stri
   At(volume, place.directory).WriteFile(place.name, text, kind, time_);
 }
 
-const ListedFile& MediaWriter::Add(std::size_t volume, const std::string& path,
-                                   const Digest& digest, std::uint64_t size, Kind kind) {
+void MediaWriter::WaitForCopies() {
+  copies_.Wait();
+  RethrowFailure();
+}
+
+void MediaWriter::RethrowFailure() {
+  const std::lock_guard lock(failing_);
+  if (failure_) std::rethrow_exception(failure_);
+}
+
+ListedFile& MediaWriter::Add(std::size_t volume, const std::string& path, const Digest& digest,
+                             std::uint64_t size, Kind kind) {
   Record& record = records_[volume - 1];
   if (kind == Kind::kProgram) record.programs.push_back(path);
   record.files.push_back({path, digest});

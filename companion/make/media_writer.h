@@ -4,12 +4,17 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <exception>
+#include <memory>
+#include <mutex>
 #include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "companion/make/media_plan.h"
+#include "companion/make/task_queue.h"
 #include "companion/names/open_tree.h"
 #include "companion/seal/file_list.h"
 #include "companion/seal/manifest.h"
@@ -28,20 +33,21 @@ class MediaWriter {
   using Kind = KVLInsIO::FileKind;
 
   /// `top`, the media's directory, must outlive the writer. `time`, in seconds, is that of all
-  /// directories, and of all files but copies.
+  /// directories, and of all files but copies. So many files are copied beside each other.
   MediaWriter(const KVLInsIO::OpenDirectory& top, Layout layout, std::size_t volumes,
-              std::int64_t time);
+              std::int64_t time, std::size_t jobs);
 
   void MakeDirectory(std::size_t volume, const std::string& path);
   void Write(std::size_t volume, const std::string& path, std::string_view text,
              Kind kind = Kind::kPlain);
   /// For a file that gets its place only when the media is finished.
   void List(std::size_t volume, const std::string& path, std::string_view text, Kind kind);
-  /// As CopyPlanned and CopyEntry do. The result stays until the next call.
-  const ListedFile& Copy(std::size_t volume, const std::string& path, const PlannedFile& file,
-                         Kind kind);
-  const ListedFile& Copy(std::size_t volume, const std::string& path, const PayloadEntry& entry,
-                         OpenTree& from);
+  /// As CopyPlanned does, sooner or later: it throws what went wrong with this file or with one before.
+  void Copy(std::size_t volume, const std::string& path, PlannedFile file, Kind kind);
+  void Copy(std::size_t volume, const std::string& path, const PayloadEntry& entry, OpenTree& from);
+  /// Waits for all copies. A line for each file that there is: its volume's number, a blank, and the
+  /// line of that volume's list. Throws as Copy does.
+  std::string ListOfAll();
   /// A link that holds the same, with its time.
   void Link(std::size_t volume, const std::string& path, const PayloadEntry& entry, OpenTree& from);
 
@@ -57,7 +63,7 @@ class MediaWriter {
     std::set<std::string> directories;
     std::vector<std::string> programs;
     std::vector<ManifestLink> links;
-    std::vector<ListedFile> files;
+    std::deque<ListedFile> files;  // stay where they are while more are added
     std::uint64_t bytes = 0;
   };
   struct Marker {
@@ -68,9 +74,13 @@ class MediaWriter {
   std::string DirectoryOf(std::size_t volume) const;
   std::string OnDisc(std::size_t volume, const std::string& path) const;
   const KVLInsIO::OpenDirectory& At(std::size_t volume, const std::string& directory);
+  std::shared_ptr<const KVLInsIO::OpenDirectory> Hold(std::size_t volume,
+                                                      const std::string& directory);
   void WriteAt(std::size_t volume, const std::string& path, std::string_view text, Kind kind);
-  const ListedFile& Add(std::size_t volume, const std::string& path, const Digest& digest,
-                        std::uint64_t size, Kind kind);
+  ListedFile& Add(std::size_t volume, const std::string& path, const Digest& digest,
+                  std::uint64_t size, Kind kind);
+  void WaitForCopies();
+  void RethrowFailure();
   std::vector<Marker> Markers(const std::string& tag) const;
   ManifestVolume WriteList(std::size_t volume);
   void SetTimes();
@@ -78,8 +88,11 @@ class MediaWriter {
   const Layout layout_;
   const std::int64_t time_;
   OpenTree media_;
-  std::vector<Record>
-      records_;  // of volume 1 first; all paths are those from the volume's directory
+  // Of volume 1 first; all paths are those from the volume's directory.
+  std::vector<Record> records_;
+  std::mutex failing_;
+  std::exception_ptr failure_;  // of the first copy that failed
+  TaskQueue copies_;            // last, so that all of it outlives the copies
 };
 
 }  // namespace kvl

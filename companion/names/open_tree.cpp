@@ -9,29 +9,28 @@ namespace kvl {
 
 using KVLInsIO::OpenDirectory;
 
-const OpenDirectory& OpenTree::At(const std::string& path) {
-  if (path.empty()) return top_;
-  if (here_ && path == path_) return *here_;
-  if (FollowsLinks()) {
-    here_.emplace(PathBelow(top_.Path(), path));
-    path_ = path;
-    return *here_;
-  }
+std::shared_ptr<const OpenDirectory> OpenTree::Hold(const std::string& path) {
+  using Shared = std::shared_ptr<const OpenDirectory>;
+  if (path.empty()) return {Shared(), &top_};
+  if (here_ && path == path_) return here_;
   // A directory is mostly followed by those in it.
   const bool is_below = here_ && path.starts_with(path_ + "/");
-  std::optional<OpenDirectory> place;
+  Shared place = is_below ? std::move(here_) : Shared(Shared(), &top_);
   std::size_t begin = is_below ? path_.size() + 1 : 0;
-  if (is_below) place = std::move(here_);
   here_.reset();
+  if (FollowsLinks()) {
+    place = std::make_shared<OpenDirectory>(PathBelow(top_.Path(), path));
+    begin = path.size();
+  }
   for (std::size_t end; begin < path.size(); begin = end + 1) {
     end = std::min(path.find('/', begin), path.size());
     const std::string name = path.substr(begin, end - begin);
-    const OpenDirectory& above = place ? *place : top_;
-    place = missing_ == Missing::kIsMade ? above.MakeDirectory(name) : above.Directory(name);
+    place = std::make_shared<OpenDirectory>(
+        missing_ == Missing::kIsMade ? place->MakeDirectory(name) : place->Directory(name));
   }
-  here_ = std::move(place);
+  here_ = place;
   path_ = path;
-  return *here_;
+  return place;
 }
 
 Place::Place(const std::string& path) {

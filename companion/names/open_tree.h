@@ -1,7 +1,7 @@
 // Going about in a tree, by names, from a directory that is held open.
 #pragma once
 
-#include <optional>
+#include <memory>
 #include <string>
 
 #include "insio/open_directory.h"
@@ -23,7 +23,9 @@ class OpenTree {
 
   /// The directory at a path of names below the top, such as "a/b"; the empty one is the top. It stays
   /// open until the next call. Throws as OpenDirectory does.
-  const KVLInsIO::OpenDirectory& At(const std::string& path);
+  const KVLInsIO::OpenDirectory& At(const std::string& path) { return *Hold(path); }
+  /// The same, open for as long as somebody holds it.
+  std::shared_ptr<const KVLInsIO::OpenDirectory> Hold(const std::string& path);
 
   bool FollowsLinks() const { return links_ == Links::kFollowed; }
 
@@ -31,7 +33,7 @@ class OpenTree {
   const KVLInsIO::OpenDirectory& top_;
   Missing missing_;
   Links links_;
-  std::optional<KVLInsIO::OpenDirectory> here_;
+  std::shared_ptr<const KVLInsIO::OpenDirectory> here_;
   std::string path_;  // of `here_`
 };
 

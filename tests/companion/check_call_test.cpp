@@ -96,6 +96,10 @@ Options:
   --tag TEXT REQUIRED         Text that marks volumes as belonging together
   --installer TEXT REQUIRED   Installer to put on the media
   --inst TEXT                 Directory whose contents go into inst, too: what the installer needs
+  --links TEXT:{keep,follow}  keep: links stay links and lead to something in PAYLOAD (default);
+                              follow: what they lead to is copied
+  --jobs UINT:INT in [1 - 256]
+                              How many files are copied beside each other (default: one for each processor)
   --launcher TEXT             Launcher to put on the media (default: kvl-launcher beside this program)
   --os TEXT                   Name of the operating-system directory below inst (default: linux)
   --quiet                     Show no progress, even on a terminal

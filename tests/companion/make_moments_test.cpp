@@ -28,7 +28,9 @@ class MakeAtEveryMoment : public testing::Test {
   void TearDown() override { fs::current_path(before_); }
 
   static Lines MakeArguments(const std::string& layout, const std::string& directory = "media") {
-    Lines arguments = {"make", "--tag", "T", "--installer", "setup", "--launcher", "starter"};
+    // Only the first thread is stepped through.
+    Lines arguments = {"make",    "--tag",  "T", "--installer", "setup", "--launcher",
+                       "starter", "--jobs", "1"};
     if (layout != "single") {
       arguments.insert(arguments.end(), {"--inst", "needs", "--layout", layout, "--presorted"});
     }

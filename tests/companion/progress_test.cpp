@@ -37,9 +37,9 @@ class Progress : public testing::Test {
   void ExpectSeen(const std::string& on_terminal, const std::string& out, int status,
                   const std::vector<std::string>& further = {},
                   const std::function<void()>& before = {}) {
-    std::vector<std::string> arguments = {"make",  "--tag",      "T 1",       "--installer",
-                                          "setup", "--launcher", "/bin/true", "--volume-size",
-                                          "1100K", "payload",    "media"};
+    std::vector<std::string> arguments = {
+        "make",          "--tag", "T 1",    "--installer", "setup",   "--launcher", "/bin/true",
+        "--volume-size", "1100K", "--jobs", "1",           "payload", "media"};
     arguments.insert(arguments.end(), further.begin(), further.end());
     termios raw = {};
     ::cfmakeraw(&raw);
