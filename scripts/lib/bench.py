@@ -186,6 +186,33 @@ def stage_trees(launcher: str, work: Path) -> None:
             1.15, time / times[0])
 
 
+def making(case: str, work: Path, rounds: int, sizes: Iterable[int], directories: int, goal: float,
+           memory_goal: int) -> None:
+    """Compares making a media, digests included, with copying its payload."""
+    place = work / "making"
+    payload, to, installer = place / "payload", place / "to", str(BIN / "exit_at_once")
+    to.mkdir(parents=True)
+    fill(payload, sizes, directories)
+    ours = Command("", [str(BIN / "kvl-media"), "make", "--quiet", "--tag", "BENCH", "--installer", installer,
+                        str(payload), str(to / "media")])
+    peer = Command("cp -r --reflink=never", ["cp", "-r", "--reflink=never", str(payload), str(to / "copy")], goal)
+    take_turns(rounds, [ours, peer], {"PATH": "/usr/bin:/bin"}, work,
+               shlex.join(["find", str(to), "-mindepth", "1", "-delete"]))
+    compare(case, ours, [peer])
+    add(case, "peak memory", f"{ours.memory} KiB", memory_goal, ours.memory)
+    shutil.rmtree(place)
+
+
+def make_media_of_trees(work: Path) -> None:
+    part = 100 if QUICK else 1
+    generator = random.Random(2)
+    sizes = [min(generator.lognormvariate(0, 2.0), 200.0) for _ in range(7_000 // part)]
+    suite = [int(size * 1_500 * MIB / part / sum(sizes)) for size in sizes]
+    making("make: 7,000 files of 1.5 GB", work, 1 if QUICK else 7, suite, 350, 1.25, 16 * KIB)
+    making("make: 100,000 files of 200 bytes", work, 1 if QUICK else 7, [200] * (100_000 // part), 2_000 // part,
+           1.3, 16 * KIB)
+
+
 def parts(work: Path) -> None:
     print("\nThe parts by themselves:", flush=True)
     options = ["--benchmark_min_time=0.05"]
@@ -199,7 +226,7 @@ def main() -> None:
     print(f"{'case':<34} {'peer':<28} {'figure (quartiles)':<26} {'goal':<10} {'verdict':<8} "
           f"{'peak memory':<18} system calls")
     # A memory file system with room for the largest comparison, or the usual temporary place.
-    memory, needed = "/dev/shm", (100 if QUICK else 3_000) * MIB
+    memory, needed = "/dev/shm", (100 if QUICK else 4_000) * MIB
     is_roomy = os.access(memory, os.W_OK) and shutil.disk_usage(memory).free > needed
     with tempfile.TemporaryDirectory(prefix="kvl-bench.", dir=memory if is_roomy else None) as name:
         work, launcher = Path(name), f"{name}/kvl-launcher"
@@ -208,6 +235,7 @@ def main() -> None:
         add("static program, stripped", "size", f"{size:.2f} MiB", 1.50, size)
         launch_in_place(launcher, work)
         stage_trees(launcher, work)
+        make_media_of_trees(work)
         parts(work)
     if QUICK:
         print("\nEvery comparison ran; so quick, their figures say nothing")
