@@ -1,5 +1,6 @@
 #include "companion/calls/make_call.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "companion/calls/console_output.h"
+#include "companion/calls/own_check.h"
 #include "companion/calls/progress_line.h"
 #include "companion/make/media_maker.h"
 #include "companion/make/source_date.h"
@@ -17,6 +19,7 @@
 #include "companion/names/layout_name.h"
 #include "companion/names/path_below.h"
 #include "companion/names/plain_text.h"
+#include "companion/report/text_report.h"
 #include "environment/environment.h"
 #include "environment/media_names.h"
 
@@ -30,6 +33,21 @@ std::string LauncherBesideUs() {
   std::error_code error;
   const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
   return error ? std::string() : (self.parent_path() / names::kLauncher).string();
+}
+
+std::string TextOf(const MadeMedia& made, const std::string& tag, const OwnCheck& own) {
+  std::string text = "Made a media with tag " + ToOneLine(tag) + ", layout " + NameOf(made.layout) +
+                     ", volumes: " + std::to_string(made.volumes) +
+                     ".\nFirst volume: " + Quoted(made.first_volume) + "\n";
+  if (own.starts) {
+    text += "Start it with: " + Quoted(PathBelow(made.first_volume, names::kStartTui)) + "\n";
+  }
+  return text + FindingLines(own.findings);
+}
+
+int Failed(const std::string& text) {
+  BadCall(text);
+  return kProblems;
 }
 
 }  // namespace
@@ -78,24 +96,24 @@ int RunMake(MakeCall call) try {
   if (call.links == kFollow) call.request.links = Links::kFollowed;
   if (call.volume_size) call.request.volume_size = ParseVolumeSize(*call.volume_size);
   call.request.time = ParseSourceDate(GetEnv(kSourceDateEpoch));
+  ::umask(S_IWGRP | S_IWOTH);  // a stricter one would keep us out of what we make
   MadeMedia made;
   {
     ProgressLine line(!call.is_quiet && ::isatty(STDERR_FILENO) == 1);
     made = MakeMedia(call.request, [&](std::size_t volume, std::uint64_t done,
                                        std::uint64_t in_all) { line.Show(volume, done, in_all); });
   }
-  const bool is_said = Write("Made a media with tag " + ToOneLine(call.request.tag) + ", layout " +
-                             NameOf(made.layout) + ", volumes: " + std::to_string(made.volumes) +
-                             ".\nFirst volume: " + Quoted(made.first_volume) + "\nStart it with: " +
-                             Quoted(PathBelow(made.first_volume, names::kStartTui)) + "\n");
-  if (is_said) return kFine;
-  BadCall("the media was made, but the message cannot be written");
-  return kProblems;
+  const OwnCheck own = CheckOwnMedia(made.first_volume);
+  if (!Write(TextOf(made, call.request.tag, own))) {
+    return Failed("the media was made, but the message cannot be written");
+  }
+  if (own.is_sound) return kFine;
+  return Failed(
+      "the media cannot be started; correct what was found, remove it and run make again");
 } catch (const CannotMake& reason) {
   return BadCall(reason.what());
 } catch (const std::exception& failure) {
-  BadCall(MessageOf(failure));
-  return kProblems;
+  return Failed(MessageOf(failure));
 }
 
 }  // namespace kvl

@@ -65,6 +65,10 @@ int ProgramHead::WhyNoInterpreter() const {
   return state.IsFile() ? WhyNotAllowed(interpreter, X_OK) : EACCES;
 }
 
+bool ProgramHead::IsBinary() const {
+  return KindOf(start_.bytes).has_value();
+}
+
 bool ProgramHead::IsBinaryOfThisMachine() const {
   const std::optional<BinaryKind> kind = KindOf(start_.bytes);
   if (!kind) return false;

@@ -25,6 +25,7 @@ class ProgramHead {
   std::string Interpreter() const;
   /// Why the system would not start the script for want of its interpreter: an error, or 0.
   int WhyNoInterpreter() const;
+  bool IsBinary() const;
   /// True for a binary of the kind that this process was started from, or of its 32-bit relative.
   bool IsBinaryOfThisMachine() const;
 

@@ -40,8 +40,10 @@ bool IsPlainName(const std::string& name) {
 
 /// `refusal` goes in front of the name when it is refused.
 void CheckIsPlainName(const std::string& name, const std::string& refusal) {
-  if (IsPlainName(name)) return;
-  throw CannotMake(refusal + name + " (letters, digits and ._+-, no \".\" or \"-\" in front)");
+  if (!IsPlainName(name)) {
+    throw CannotMake(refusal + name + " (letters, digits and ._+-, no \".\" or \"-\" in front)");
+  }
+  if (name.size() > kLongestDiscName) throw CannotMake("a name is too long for a disc: " + name);
 }
 
 /// A file that must be there.

@@ -21,6 +21,10 @@ std::string Counted(std::uint64_t count, const std::string& word) {
   return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
 }
 
+std::string LineOf(const std::string& label, const std::string& value) {
+  return Padded(label, kLabelWidth) + value + "\n";
+}
+
 class Text {
  public:
   explicit Text(const MediaReport& report) : report_(report) {}
@@ -34,8 +38,7 @@ class Text {
       Line("Start", Start());
     }
     if (detail == Detail::kVerbose) WriteDetails();
-    WriteFindings();
-    text_ += Verdict() + "\n";
+    text_ += FindingLines(report_.findings) + Verdict() + "\n";
     return std::move(text_);
   }
 
@@ -44,9 +47,7 @@ class Text {
     return name.empty() ? "none named" : ToOneLine(name);
   }
 
-  void Line(const std::string& label, const std::string& value) {
-    text_ += Padded(label, kLabelWidth) + value + "\n";
-  }
+  void Line(const std::string& label, const std::string& value) { text_ += LineOf(label, value); }
 
   std::string Installer() const {
     switch (report_.source) {
@@ -118,23 +119,6 @@ class Text {
     for (const std::string& item : list) text_ += "  " + ToOneLine(item) + "\n";
   }
 
-  void WriteFindings() {
-    std::map<std::string_view, std::size_t> further = report_.findings.NotKept();
-    std::map<std::string_view, std::size_t> written;
-    for (const Finding& finding : report_.findings.All()) {
-      if (++written[finding.Code()] > kMostOfOneCode) {
-        ++further[finding.Code()];
-        continue;
-      }
-      text_ += Padded(CodeOf(finding.severity), kLabelWidth);
-      if (!finding.path.empty()) text_ += ToOneLine(finding.path) + ": ";
-      text_ += ToOneLine(finding.text) + "; " + ToOneLine(finding.Remedy()) + "\n";
-    }
-    for (const auto& [code, count] : further) {
-      Line("", ("and " + std::to_string(count) + " more of ").append(code));
-    }
-  }
-
   std::string Verdict() const {
     const std::size_t count = report_.findings.Count();
     const std::string start = count == 0 ? "Fine: " : Counted(count, "problem") + ": ";
@@ -159,6 +143,25 @@ class Text {
 };
 
 }  // namespace
+
+std::string FindingLines(const Findings& findings) {
+  std::string text;
+  std::map<std::string_view, std::size_t> further = findings.NotKept();
+  std::map<std::string_view, std::size_t> written;
+  for (const Finding& finding : findings.All()) {
+    if (++written[finding.Code()] > kMostOfOneCode) {
+      ++further[finding.Code()];
+      continue;
+    }
+    const std::string path = finding.path.empty() ? "" : ToOneLine(finding.path) + ": ";
+    text += LineOf(CodeOf(finding.severity),
+                   path + ToOneLine(finding.text) + "; " + ToOneLine(finding.Remedy()));
+  }
+  for (const auto& [code, count] : further) {
+    text += LineOf("", ("and " + std::to_string(count) + " more of ").append(code));
+  }
+  return text;
+}
 
 std::string TextReport(const MediaReport& report, Detail detail) {
   return Text(report).Write(detail);

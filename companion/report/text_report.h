@@ -12,6 +12,9 @@ enum class Detail {
   kVerbose,  ///< with the command, the variables and the launcher's messages
 };
 
+/// A line for each finding, as far as people read them.
+std::string FindingLines(const Findings& findings);
+
 /// Plain lines: what the launcher finds, one line for each finding, and a verdict at the end. What
 /// comes from the media is written as ToOneLine does it.
 std::string TextReport(const MediaReport& report, Detail detail);

@@ -54,17 +54,6 @@ ReportParts PartsOf(const std::string& report) {
   return parts;
 }
 
-/// To be called in the child: nothing of the directory can be executed there.
-void ForbidToExecute(const std::string& directory) {
-  const unsigned long again = MS_REMOUNT | MS_BIND | MS_NOEXEC;
-  const bool is_possible =
-      ::unshare(CLONE_NEWNS) == 0 &&
-      ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-      ::mount(directory.c_str(), directory.c_str(), nullptr, MS_BIND, nullptr) == 0 &&
-      ::mount("none", directory.c_str(), nullptr, again, nullptr) == 0;
-  if (!is_possible) ::_exit(kImpossibleHere);
-}
-
 }  // namespace
 
 const char kInPlace[] = R"(Media      {1}
@@ -282,6 +271,16 @@ void CheckWorld::ExpectRefusedAndUntouched(const Lines& further, const std::stri
   const Lines before = DescribeTreeExactly(Path("."));
   ExpectRefused(MakeMedia(further), line);
   EXPECT_EQ(DescribeTreeExactly(Path(".")), before);
+}
+
+void ForbidToExecute(const std::string& directory) {
+  const unsigned long again = MS_REMOUNT | MS_BIND | MS_NOEXEC;
+  const bool is_possible =
+      ::unshare(CLONE_NEWNS) == 0 &&
+      ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+      ::mount(directory.c_str(), directory.c_str(), nullptr, MS_BIND, nullptr) == 0 &&
+      ::mount("none", directory.c_str(), nullptr, again, nullptr) == 0;
+  if (!is_possible) ::_exit(kImpossibleHere);
 }
 
 std::string WithoutBytes(const std::string& text) {

@@ -91,6 +91,9 @@ extern const char kStaged[];
 /// usual ones. A text that begins with "Media" is whole.
 std::string Report(const std::string& usual, const std::string& differing);
 
+/// To be called in the child: nothing of the directory can be executed there.
+void ForbidToExecute(const std::string& directory);
+
 /// The numbers of bytes, which depend on the machine, written as "<n>".
 std::string WithoutBytes(const std::string& text);
 /// The number of free bytes in a report for programs, which depends on the machine, written as 0.

@@ -103,9 +103,18 @@ TEST(KvlMediaMake, PutsEveryFileOfThePayloadOnOneVolume) {
 TEST(KvlMediaMake, GivesTheSameMediaWhateverTheUmask) {
   const CheckWorld world(Payload());
   ASSERT_EQ(world.MakeMedia().status, 0);
-  const ScopedUmask umask(077);
-  ASSERT_EQ(world.MakeMedia({}, "other").status, 0);
-  EXPECT_EQ(DescribeTree(world.Path("other")), DescribeTree(world.Path("media")));
+  for (const mode_t mask : {0000U, 0077U, 0700U, 0777U}) {
+    SCOPED_TRACE(mask);
+    world.ExpectMade(world.MakeMedia({}, "new/other",
+                                     [mask] {
+                                       ::umask(mask);
+                                       GiveUpPermissions();
+                                     }),
+                     "'{new/other}");
+    EXPECT_EQ(ModeOf(world.Path("new")), 0755U);
+    EXPECT_EQ(DescribeTree(world.Path("new/other")), DescribeTree(world.Path("media")));
+    fs::remove_all(world.Path("new"));
+  }
 }
 
 TEST(KvlMediaMake, PutsAPresortedPayloadOntoItsVolumes) {
@@ -181,8 +190,11 @@ TEST(KvlMediaMake, RefusesWhatMakesNoSenseAndTouchesNothing) {
       {{"--os=-a"}, "--os: no plain name: -a" + allowed},
       {{"--os", ""}, "--os: no plain name: " + allowed},
       {{"--os", "volumes.txt"}, "--os: inst holds something else of this name: volumes.txt"},
+      {{"--os", std::string(254, 'o')}, "a name is too long for a disc: " + std::string(254, 'o')},
       {{"--os", "common"}, "--os: inst holds something else of this name: common"},
       {{"--installer", "programs/set up"}, "--installer: no plain name: set up" + allowed},
+      {{"--installer", "programs/" + std::string(254, 'i')},
+       "a name is too long for a disc: " + std::string(254, 'i')},
       {{"--installer", "programs/kvl-launcher"},
        "--installer: the launcher has this name on the media: kvl-launcher"},
       {{"--installer", "missing"}, "the installer is not there: missing"},
@@ -202,7 +214,9 @@ TEST(KvlMediaMake, RefusesWhatMakesNoSenseAndTouchesNothing) {
       {{"--volume-size", ""}, "--volume-size: no size:  (a whole number, with K, M or G)"},
       {{"third"}, "The following argument was not expected: third (see --help)"},
   };
-  const CheckWorld world(Payload() + "file programs/set\\x20up; file programs/kvl-launcher");
+  const CheckWorld world(Payload() +
+                         "file programs/set\\x20up; file programs/kvl-launcher; file programs/" +
+                         std::string(254, 'i'));
   for (const auto& [further, line] : rows) {
     SCOPED_TRACE(line);
     world.ExpectRefusedAndUntouched(further, line);

@@ -1,0 +1,105 @@
+// How kvl-media make ends: with a check of what it has made.
+#include <elf.h>
+
+#include "tests/companion/check_world.h"
+
+namespace kvl::test {
+namespace {
+
+constexpr char kFirstLines[] =
+    "Made a media with tag T 1, layout single, volumes: 1.\nFirst volume: '{media}'\n";
+constexpr char kBroken[] =
+    "kvl-media: the media cannot be started; correct what was found, remove it and run make "
+    "again\n";
+
+class MakeAtItsEnd : public testing::Test {
+ protected:
+  CheckWorld world_{"file setup #!/bin/sh\\n; file payload/file x"};
+};
+
+TEST_F(MakeAtItsEnd, SaysWhatIsWrongWithAMediaThatCannotBeStarted) {
+  const std::string programs = "error      {media}/inst/linux/code/bin/";
+  const std::string wrong_machine =
+      programs +
+      "kvl-launcher: this machine cannot run the launcher; put the launcher for this "
+      "machine there\n";
+  struct Row {
+    std::string change, findings;
+  };
+  for (const Row& row : std::vector<Row>{
+           {"file setup", programs + "setup: the installer is empty; copy it again\n"},
+           {"file setup #!/bin/sh\\r\\n",
+            programs + "setup: its first line has a carriage return; save it with line feeds "
+                       "alone\n"},
+           {"file setup #!/missing\\n",
+            programs + "setup: its first line names a program that is missing or cannot be "
+                       "executed: /missing; correct the line, or install that program\n"},
+           {"file starter text", wrong_machine},
+           {"file starter #!/missing\\n; file setup",
+            programs + "setup: the installer is empty; copy it again\n" + programs +
+                "kvl-launcher: its first line names a program that is missing or cannot be "
+                "executed: /missing; correct the line, or install that program\n"},
+       }) {
+    SCOPED_TRACE(row.change);
+    CheckWorld world("file setup #!/bin/sh\\n; file payload/file x; file starter #!/bin/sh\\n");
+    world.Change(row.change);
+    EXPECT_EQ(world.MakeMedia({"--launcher", "starter"}),
+              (Outcome{1, world.Text(kFirstLines + row.findings), kBroken}));
+  }
+}
+
+/// It is fine for whoever gets it.
+TEST_F(MakeAtItsEnd, DoesNotSayHowToStartHereWhatStartsElsewhere) {
+  Elf64_Ehdr header = {};
+  std::memcpy(header.e_ident, ELFMAG, SELFMAG);
+  header.e_ident[EI_DATA] = ELFDATA2MSB;
+  header.e_machine = EM_S390;
+  const std::string bytes(reinterpret_cast<const char*>(&header), sizeof header);
+  world_.Directory().Write("starter", bytes);
+  EXPECT_EQ(world_.MakeMedia({"--launcher", "starter"}),
+            (Outcome{0,
+                     world_.Text(std::string(kFirstLines) +
+                                 "error      {media}/inst/linux/code/bin/kvl-launcher: this "
+                                 "machine cannot run the launcher; put the launcher for this "
+                                 "machine there\n"),
+                     ""}));
+}
+
+TEST_F(MakeAtItsEnd, DoesNotSayHowToStartWhatLiesWhereNothingCanBeExecuted) {
+  world_.Change("dir media");
+  const Outcome seen =
+      world_.MakeMedia({}, "media", [this] { ForbidToExecute(world_.Path("media")); });
+  if (seen.status == kImpossibleHere) GTEST_SKIP() << "nothing can be mounted here";
+  EXPECT_EQ(seen, (Outcome{0,
+                           world_.Text(std::string(kFirstLines) +
+                                       "error      {media}/inst/linux/code/bin/setup: the "
+                                       "installer would be started from a file system that is "
+                                       "mounted noexec; mount it without noexec, or copy the "
+                                       "media to another file system\n"),
+                           ""}));
+}
+
+TEST_F(MakeAtItsEnd, WarnsAndSaysHowToStart) {
+  EXPECT_EQ(world_.MakeMedia({}, "me:dia"),
+            (Outcome{0,
+                     world_.Text("Made a media with tag T 1, layout single, volumes: 1.\n"
+                                 "First volume: '{me:dia}'\n"
+                                 "Start it with: '{me:dia}/StartTUI.sh'\n"
+                                 "warning    {me:dia}: a colon in it takes the path lists of the "
+                                 "installer apart; use a directory without a colon in its path\n"),
+                     ""}));
+}
+
+TEST_F(MakeAtItsEnd, LeavesTheVariablesOfItsAuthorOutOfIt) {
+  const Lines arguments = {"make",       "--tag",     "T 1",     "--installer", "setup",
+                           "--launcher", "/bin/true", "payload", "media"};
+  world_.ExpectMade(world_.Companion(arguments, {{"KVL_OS", "other"},
+                                                 {"KVL_Installer_EXE", "other"},
+                                                 {"KVL_UseExternalInstaller", "1"},
+                                                 {"KVL_ZOLVEN_Installer", "/with blank"},
+                                                 {"KVLAdmODTMultiVolumes", "1"}}),
+                    "'{media}");
+}
+
+}  // namespace
+}  // namespace kvl::test
