@@ -10,6 +10,7 @@
 
 #include "companion/make/description_text.h"
 #include "companion/make/media_writer.h"
+#include "companion/make/planned_files.h"
 #include "companion/make/start_script_text.h"
 #include "companion/names/open_tree.h"
 #include "companion/names/path_below.h"
@@ -51,11 +52,6 @@ void Take(const OpenDirectory& directory, const std::string& start_script, std::
   if (directory.Names().size() == 1) return;
   directory.Delete(names::kUnfinished);  // somebody was faster, and is done already
   RefuseAsNotEmpty(directory);
-}
-
-/// The author's own, which does not go into "inst" with the others.
-bool IsReadMe(const PayloadEntry& entry) {
-  return entry.IsFile() && entry.name == names::kReadMe;
 }
 
 class Maker {
@@ -125,8 +121,7 @@ class Maker {
     if (!plan_.inst) return;
     OpenTree from(*plan_.inst, OpenTree::Missing::kFails, request_.links);
     for (const PayloadEntry& entry : plan_.inst_entries) {
-      const std::string path = PathBelow(names::kInst, entry.name);
-      WriteEntry(1, IsReadMe(entry) ? entry.name : path, entry, from);
+      WriteEntry(1, PathOfInst(entry), entry, from);
     }
   }
 

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "companion/make/media_room.h"
 #include "companion/make/payload_links.h"
 #include "companion/make/record_room.h"
 #include "companion/names/layout_name.h"
@@ -196,6 +197,7 @@ MediaPlan Plan(const MediaMakeRequest& request) {
   PlanVolumes(request, plan);
   SumUp(request, plan);
   plan.layout = ChosenLayout(request.layout, plan.volumes.size());
+  CheckRoom(plan);
   return plan;
 }
 

@@ -1,0 +1,138 @@
+#include "companion/make/media_room.h"
+
+#include <sys/statvfs.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+
+#include "companion/make/media_plan.h"
+#include "companion/make/planned_files.h"
+#include "companion/make/record_room.h"
+#include "companion/names/open_tree.h"
+#include "companion/names/path_below.h"
+#include "companion/names/path_state.h"
+#include "environment/media_names.h"
+#include "media/marker.h"
+
+namespace kvl {
+namespace {
+
+/// More than any of the generated texts but lists, descriptions of volumes and manifest.
+constexpr std::uint64_t kText = 4096;
+/// The line of a volume in "meta.TOCxml".
+constexpr std::uint64_t kLineOfAVolume = 96;
+
+class RoomCounter {
+ public:
+  RoomCounter(Layout layout, std::uint64_t block) : layout_(layout), block_(block) {}
+
+  /// Paths are those in the volume's place.
+  void AddDirectory(std::size_t volume, const std::string& path) { AddWay(In(volume, path)); }
+  void AddFile(std::size_t volume, const std::string& path, std::uint64_t size) {
+    const std::string full = In(volume, path);
+    AddWay(Place(full).directory);
+    Add((size + block_ - 1) / block_ * block_);
+  }
+  const Room& Sum() const { return room_; }
+
+ private:
+  std::string In(std::size_t volume, const std::string& path) const {
+    const std::string place = PlaceOfVolume(layout_, volume);
+    return place.empty() ? path : PathBelow(place, path);
+  }
+  /// A directory and those above it, the media's own included, each once.
+  void AddWay(const std::string& path) {
+    for (std::string way = path; directories_.insert(way).second; way = Place(way).directory) {
+      Add(block_);
+    }
+  }
+  void Add(std::uint64_t bytes) {
+    ++room_.entries;
+    room_.bytes += std::min(bytes, UINT64_MAX - room_.bytes);
+  }
+
+  const Layout layout_;
+  const std::uint64_t block_;
+  std::set<std::string> directories_;
+  Room room_;
+};
+
+/// Directories, and what is generated for each volume.
+void AddVolumes(const MediaPlan& plan, RoomCounter& room) {
+  std::uint64_t manifest = ManifestFrame(plan.volumes.size()) + ManifestLength(plan.inst_entries);
+  for (const auto& volume : plan.volumes) manifest += ManifestLength(volume);
+  for (std::size_t i = 1; i <= plan.volumes.size(); ++i) {
+    const std::vector<PayloadEntry>& entries = plan.volumes[i - 1];
+    const std::string number = std::to_string(i);
+    room.AddDirectory(i, PathBelow(names::kPayload, number));
+    for (const PayloadEntry& entry : entries) {
+      if (entry.IsDirectory()) room.AddDirectory(i, PathOfPayload(i, entry));
+    }
+    room.AddFile(i, number + names::kListExtension, kText + ListLength(entries));
+    const std::string marker = MarkerName(static_cast<std::int64_t>(i));
+    room.AddFile(i, marker, kText);
+    if (plan.layout == Layout::kAm) room.AddFile(i, marker, kText);  // of the outer volume
+    if (i == 1 || plan.layout != Layout::kFlat) room.AddFile(i, names::kManifest, manifest);
+  }
+}
+
+void AddTextsOfTheFirst(const MediaPlan& plan, RoomCounter& room) {
+  std::uint64_t all_lists = 0;
+  for (const auto& volume : plan.volumes) all_lists += ListLength(volume);
+  room.AddFile(1, names::kMediaDb, all_lists);
+  room.AddFile(1, names::kTableOfContents, kText + plan.volumes.size() * kLineOfAVolume);
+  room.AddDirectory(1, PathBelow(names::kInst, names::kCommon));
+  for (const PayloadEntry& entry : plan.inst_entries) {
+    if (entry.IsDirectory()) room.AddDirectory(1, PathOfInst(entry));
+  }
+  for (const std::string& name :
+       {PathBelow(names::kInst, names::kVolumesFile), std::string(names::kMediaXml),
+        std::string(names::kStartGui), std::string(names::kStartTui)}) {
+    room.AddFile(1, name, kText);
+  }
+  const bool has_own = std::any_of(plan.inst_entries.begin(), plan.inst_entries.end(), IsReadMe);
+  if (!has_own) room.AddFile(1, names::kReadMe, kText);
+}
+
+std::string NearestThatIsThere(const std::string& directory) {
+  std::filesystem::path path = directory;
+  while (path.has_relative_path() && !StateAt(path).IsThere()) path = path.parent_path();
+  return path;
+}
+
+void Refuse(std::uint64_t needed, const std::string& of_what, std::uint64_t free,
+            const std::string& directory) {
+  throw CannotMake("the media needs " + std::to_string(needed) + of_what + std::to_string(free) +
+                   " are free: " + directory);
+}
+
+}  // namespace
+
+Room RoomFor(const MediaPlan& plan, std::uint64_t block) {
+  RoomCounter room(plan.layout, block);
+  AddVolumes(plan, room);
+  AddTextsOfTheFirst(plan, room);
+  ForEachCopy(plan, [&](std::size_t volume, const std::string& path, std::uint64_t size) {
+    room.AddFile(volume, path, size);
+  });
+  return room.Sum();
+}
+
+void CheckRoom(const MediaPlan& plan) {
+  // Across a network, a block may be as large as what is sent at once.
+  constexpr std::uint64_t kMostOfABlock = 4096;
+  struct statvfs status;
+  if (::statvfs(NearestThatIsThere(plan.directory).c_str(), &status) != 0) return;
+  const std::uint64_t block = status.f_frsize;
+  if (block == 0 || status.f_blocks == 0) return;
+  const Room needed = RoomFor(plan, std::min(block, kMostOfABlock));
+  const std::uint64_t free = std::min<std::uint64_t>(status.f_bavail, UINT64_MAX / block) * block;
+  if (needed.bytes > free) Refuse(needed.bytes, " bytes, and ", free, plan.directory);
+  // Where there is no table of files, their number is 0.
+  if (status.f_files != 0 && needed.entries > status.f_favail) {
+    Refuse(needed.entries, " files and directories, and ", status.f_favail, plan.directory);
+  }
+}
+
+}  // namespace kvl

@@ -1,0 +1,24 @@
+// The room that a media takes on the file system that it is written to.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace kvl {
+
+struct MediaPlan;
+
+struct Room {
+  std::uint64_t bytes = 0;
+  std::uint64_t entries = 0;  ///< files and directories
+};
+
+/// What a media takes where a file, as a directory, takes whole blocks of so many bytes; a little more
+/// for the lists of its files, whose length is known only when they are written.
+Room RoomFor(const MediaPlan& plan, std::uint64_t block);
+
+/// Throws CannotMake when less is free, to an ordinary user, where the directory of the plan lies, or
+/// would. A file system that does not say counts as large enough.
+void CheckRoom(const MediaPlan& plan);
+
+}  // namespace kvl
