@@ -6,6 +6,7 @@
 #include "companion/check/media_check.h"
 #include "companion/report/json_report.h"
 #include "companion/report/text_report.h"
+#include "console/signals.h"
 
 namespace kvl {
 
@@ -27,6 +28,7 @@ void AddCheck(CLI::App& app, CheckCall& call) {
 }
 
 int RunCheck(const CheckCall& call, const std::vector<std::string>& launcher_arguments) {
+  const SignalScope signals;
   const std::string directory = MediaDirectory(call.directory);
   if (directory.empty()) return BadCall("not a directory: " + call.directory);
   const MediaReport report =

@@ -9,8 +9,12 @@
 
 namespace kvl {
 
+std::string LineForPeople(const std::string& text) {
+  return "kvl-media: " + ToOneLine(text) + "\n";
+}
+
 int BadCall(const std::string& text) {
-  std::fprintf(stderr, "kvl-media: %s\n", ToOneLine(text).c_str());
+  std::fputs(LineForPeople(text).c_str(), stderr);
   return kBadCall;
 }
 

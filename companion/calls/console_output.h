@@ -14,7 +14,10 @@ enum MediaStatus : int {
 
 inline constexpr char kCannotWrite[] = "the report cannot be written";
 
-/// Writes "kvl-media: " and the text as one line on standard error. Gives kBadCall.
+/// "kvl-media: " and the text as one line.
+std::string LineForPeople(const std::string& text);
+
+/// Writes that line on standard error. Gives kBadCall.
 int BadCall(const std::string& text);
 
 /// Writes the one text of a call to standard output. True when it has arrived as far as the system

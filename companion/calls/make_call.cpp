@@ -7,10 +7,13 @@
 #include <algorithm>
 #include <exception>
 #include <filesystem>
+#include <optional>
+#include <system_error>
 #include <thread>
 #include <vector>
 
 #include "companion/calls/console_output.h"
+#include "companion/calls/last_words.h"
 #include "companion/calls/own_check.h"
 #include "companion/calls/progress_line.h"
 #include "companion/make/media_maker.h"
@@ -20,6 +23,7 @@
 #include "companion/names/path_below.h"
 #include "companion/names/plain_text.h"
 #include "companion/report/text_report.h"
+#include "console/signals.h"
 #include "environment/environment.h"
 #include "environment/media_names.h"
 
@@ -48,6 +52,37 @@ std::string TextOf(const MadeMedia& made, const std::string& tag, const OwnCheck
 int Failed(const std::string& text) {
   BadCall(text);
   return kProblems;
+}
+
+std::string HowToGoOn(const std::string& directory) {
+  return directory + " is not whole; remove it and run make again";
+}
+
+int FailedIn(const std::string& directory, const std::string& text) {
+  Failed(text);
+  std::error_code error;
+  const bool is_nothing_left = std::filesystem::is_empty(directory, error) || error;
+  return is_nothing_left ? kProblems : Failed(HowToGoOn(directory));
+}
+
+MediaPlan PlanOf(MakeCall& call) {
+  if (call.layout) call.request.layout = LayoutNamed(*call.layout);
+  if (call.links == kFollow) call.request.links = Links::kFollowed;
+  if (call.volume_size) call.request.volume_size = ParseVolumeSize(*call.volume_size);
+  call.request.time = ParseSourceDate(GetEnv(kSourceDateEpoch));
+  return PlanMedia(call.request);
+}
+
+MadeMedia Make(const MakeCall& call, const MediaPlan& plan) {
+  const bool is_shown = !call.is_quiet && ::isatty(STDERR_FILENO) == 1;
+  ProgressLine line(is_shown);
+  const LastWords words(
+      (is_shown ? ProgressLine::kRemoved : "") + LineForPeople(HowToGoOn(plan.directory)),
+      PathBelow(plan.directory, names::kUnfinished));
+  return MakeMedia(call.request, plan,
+                   [&](std::size_t volume, std::uint64_t done, std::uint64_t in_all) {
+                     line.Show(volume, done, in_all);
+                   });
 }
 
 }  // namespace
@@ -91,17 +126,18 @@ void AddMake(CLI::App& app, MakeCall& call) {
   make->footer("Exit status: 0 done, 1 the media could not be written, 2 bad call.");
 }
 
-int RunMake(MakeCall call) try {
-  if (call.layout) call.request.layout = LayoutNamed(*call.layout);
-  if (call.links == kFollow) call.request.links = Links::kFollowed;
-  if (call.volume_size) call.request.volume_size = ParseVolumeSize(*call.volume_size);
-  call.request.time = ParseSourceDate(GetEnv(kSourceDateEpoch));
+int RunMake(MakeCall call) {
+  const SignalScope signals;
   ::umask(S_IWGRP | S_IWOTH);  // a stricter one would keep us out of what we make
+  std::optional<MediaPlan> plan;
   MadeMedia made;
-  {
-    ProgressLine line(!call.is_quiet && ::isatty(STDERR_FILENO) == 1);
-    made = MakeMedia(call.request, [&](std::size_t volume, std::uint64_t done,
-                                       std::uint64_t in_all) { line.Show(volume, done, in_all); });
+  try {
+    plan = PlanOf(call);
+    made = Make(call, *plan);
+  } catch (const CannotMake& reason) {
+    return BadCall(reason.what());
+  } catch (const std::exception& failure) {
+    return FailedIn(plan->directory, MessageOf(failure));
   }
   const OwnCheck own = CheckOwnMedia(made.first_volume);
   if (!Write(TextOf(made, call.request.tag, own))) {
@@ -110,10 +146,6 @@ int RunMake(MakeCall call) try {
   if (own.is_sound) return kFine;
   return Failed(
       "the media cannot be started; correct what was found, remove it and run make again");
-} catch (const CannotMake& reason) {
-  return BadCall(reason.what());
-} catch (const std::exception& failure) {
-  return Failed(MessageOf(failure));
 }
 
 }  // namespace kvl

@@ -6,7 +6,7 @@
 namespace kvl {
 
 ProgressLine::~ProgressLine() {
-  if (!line_.empty()) std::fputs("\r\033[K", stderr);
+  if (!line_.empty()) std::fputs(kRemoved, stderr);
 }
 
 void ProgressLine::Show(std::size_t volume, std::uint64_t done, std::uint64_t in_all) {

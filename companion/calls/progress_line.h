@@ -10,6 +10,9 @@ namespace kvl {
 /// One line on a terminal, rewritten whenever its figures change.
 class ProgressLine {
  public:
+  /// What takes the line away.
+  static constexpr char kRemoved[] = "\r\033[K";
+
   explicit ProgressLine(bool is_shown) : is_shown_(is_shown) {}
   ~ProgressLine();
   ProgressLine(const ProgressLine&) = delete;

@@ -49,17 +49,17 @@ void Take(const OpenDirectory& directory, const std::string& start_script, std::
     CheckIsEmpty(directory);
     throw;
   }
-  if (directory.Names().size() == 1) return;
+  if (NamesInTarget(directory).size() == 1) return;
   directory.Delete(names::kUnfinished);  // somebody was faster, and is done already
   RefuseAsNotEmpty(directory);
 }
 
 class Maker {
  public:
-  Maker(const MediaMakeRequest& request, const Progress& progress)
+  Maker(const MediaMakeRequest& request, const MediaPlan& plan, const Progress& progress)
       : request_(request),
         progress_(progress),
-        plan_(PlanMedia(request)),
+        plan_(plan),
         top_(MakeTop(plan_.directory)),
         media_(top_, plan_.layout, plan_.volumes.size(), plan_.time, request.jobs) {}
 
@@ -139,10 +139,8 @@ class Maker {
       media_.Write(1, names::kReadMe, ReadMeText(request_, plan_.installer_name, count));
     }
     media_.Write(1, names::kStartGui, StartScript("-UI \"$@\""), FileKind::kProgram);
-    media_.Copy(1, PathBelow(programs, names::kLauncher), std::move(plan_.launcher),
-                FileKind::kProgram);
-    media_.Copy(1, PathBelow(programs, plan_.installer_name), std::move(plan_.installer),
-                FileKind::kProgram);
+    media_.Copy(1, PathBelow(programs, names::kLauncher), plan_.launcher, FileKind::kProgram);
+    media_.Copy(1, PathBelow(programs, plan_.installer_name), plan_.installer, FileKind::kProgram);
   }
 
   std::string StartScript(const std::string& arguments) const {
@@ -151,7 +149,7 @@ class Maker {
 
   const MediaMakeRequest& request_;
   const Progress& progress_;
-  MediaPlan plan_;
+  const MediaPlan& plan_;
   const OpenDirectory top_;
   MediaWriter media_;
   std::uint64_t bytes_done_ = 0;
@@ -159,8 +157,9 @@ class Maker {
 
 }  // namespace
 
-MadeMedia MakeMedia(const MediaMakeRequest& request, const Progress& progress) {
-  return Maker(request, progress).Run();
+MadeMedia MakeMedia(const MediaMakeRequest& request, const MediaPlan& plan,
+                    const Progress& progress) {
+  return Maker(request, plan, progress).Run();
 }
 
 }  // namespace kvl

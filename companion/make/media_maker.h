@@ -30,9 +30,10 @@ using Progress =
 /// written is what was planned, and each file is read once. Then come, each for all volumes, lists,
 /// manifest and markers, and when all that is stored StartTUI.sh: before, the media is not whole.
 ///
-/// Throws CannotMake before anything is written; what the library throws when something cannot be
+/// `plan` is that of the request. Throws CannotMake when somebody else has taken the directory since; what the library throws when something cannot be
 /// read or written, and std::runtime_error when a file has changed since. What has been written by
 /// then stays.
-MadeMedia MakeMedia(const MediaMakeRequest& request, const Progress& progress);
+MadeMedia MakeMedia(const MediaMakeRequest& request, const MediaPlan& plan,
+                    const Progress& progress);
 
 }  // namespace kvl

@@ -1,5 +1,6 @@
 #include "companion/make/media_plan.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -218,10 +219,19 @@ void RefuseAsNotEmpty(const OpenDirectory& directory) {
   throw CannotMake("the directory is not empty: " + directory.Path());
 }
 
+std::vector<std::string> NamesInTarget(const OpenDirectory& directory) {
+  std::vector<std::string> names = directory.Names();
+  std::erase_if(names, [&](const std::string& name) {
+    return name == "lost+found" && S_ISDIR(directory.Look(name).mode);
+  });
+  return names;
+}
+
 void CheckIsEmpty(const OpenDirectory& directory) {
-  const std::vector<std::string> names = directory.Names();
+  const std::vector<std::string> names = NamesInTarget(directory);
   if (std::binary_search(names.begin(), names.end(), names::kUnfinished)) {
-    throw CannotMake("another make is at work there, or was broken off: " + directory.Path());
+    throw CannotMake("another make is at work there, or was broken off: " + directory.Path() +
+                     " (wait for it, or remove what it left and run make again)");
   }
   if (!names.empty()) RefuseAsNotEmpty(directory);
 }

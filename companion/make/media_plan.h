@@ -57,7 +57,10 @@ struct MediaPlan {
 /// Throws CannotMake when anything about the request makes no sense, cannot be read, or does not fit.
 MediaPlan PlanMedia(const MediaMakeRequest& request);
 
-/// Throws CannotMake when there is anything in a directory that a media is to be written into.
+/// What lies in a directory that a media is to be written into, without the "lost+found" that a file
+/// system begins with.
+std::vector<std::string> NamesInTarget(const KVLInsIO::OpenDirectory& directory);
+/// Throws CannotMake when there is anything.
 void CheckIsEmpty(const KVLInsIO::OpenDirectory& directory);
 [[noreturn]] void RefuseAsNotEmpty(const KVLInsIO::OpenDirectory& directory);
 

@@ -54,27 +54,32 @@ void MediaWriter::List(std::size_t volume, const std::string& path, std::string_
   Add(volume, OnDisc(volume, path), DigestOf(text), text.size(), kind);
 }
 
-void MediaWriter::Copy(std::size_t volume, const std::string& path, PlannedFile file, Kind kind) {
+void MediaWriter::Copy(std::size_t volume, const std::string& path, const PlannedFile& file,
+                       Kind kind) {
+  CopyHeld(volume, path, {std::shared_ptr<void>(), &file}, kind);
+}
+
+void MediaWriter::Copy(std::size_t volume, const std::string& path, const PayloadEntry& entry,
+                       OpenTree& from) {
+  const Kind kind = IsProgram(entry.state.mode) ? Kind::kProgram : Kind::kPlain;
+  CopyHeld(volume, path, std::make_shared<const PlannedFile>(PlannedEntry(entry, from)), kind);
+}
+
+void MediaWriter::CopyHeld(std::size_t volume, const std::string& path,
+                           const std::shared_ptr<const PlannedFile>& file, Kind kind) {
   const std::string on_disc = OnDisc(volume, path);
   const Place place(on_disc);
-  auto directory = Hold(volume, place.directory);
-  ListedFile& listed = Add(volume, on_disc, {}, file.state.size, kind);
-  const auto shared = std::make_shared<const PlannedFile>(std::move(file));
-  copies_.Run([this, directory, name = place.name, shared, kind, &listed] {
+  const auto directory = Hold(volume, place.directory);
+  ListedFile& listed = Add(volume, on_disc, {}, file->state.size, kind);
+  copies_.Run([this, directory, name = place.name, file, kind, &listed] {
     try {
-      listed.digest = CopyPlanned(*shared, *directory, name, kind);
+      listed.digest = CopyPlanned(*file, *directory, name, kind);
     } catch (...) {
       const std::lock_guard lock(failing_);
       if (!failure_) failure_ = std::current_exception();
     }
   });
   RethrowFailure();
-}
-
-void MediaWriter::Copy(std::size_t volume, const std::string& path, const PayloadEntry& entry,
-                       OpenTree& from) {
-  const Kind kind = IsProgram(entry.state.mode) ? Kind::kProgram : Kind::kPlain;
-  Copy(volume, path, PlannedEntry(entry, from), kind);
 }
 
 std::string MediaWriter::ListOfAll() {

@@ -43,7 +43,8 @@ class MediaWriter {
   /// For a file that gets its place only when the media is finished.
   void List(std::size_t volume, const std::string& path, std::string_view text, Kind kind);
   /// As CopyPlanned does, sooner or later: it throws what went wrong with this file or with one before.
-  void Copy(std::size_t volume, const std::string& path, PlannedFile file, Kind kind);
+  /// `file` must outlive the writer.
+  void Copy(std::size_t volume, const std::string& path, const PlannedFile& file, Kind kind);
   void Copy(std::size_t volume, const std::string& path, const PayloadEntry& entry, OpenTree& from);
   /// Waits for all copies. A line for each file that there is: its volume's number, a blank, and the
   /// line of that volume's list. Throws as Copy does.
@@ -79,6 +80,8 @@ class MediaWriter {
   void WriteAt(std::size_t volume, const std::string& path, std::string_view text, Kind kind);
   ListedFile& Add(std::size_t volume, const std::string& path, const Digest& digest,
                   std::uint64_t size, Kind kind);
+  void CopyHeld(std::size_t volume, const std::string& path,
+                const std::shared_ptr<const PlannedFile>& file, Kind kind);
   void WaitForCopies();
   void RethrowFailure();
   std::vector<Marker> Markers(const std::string& tag) const;

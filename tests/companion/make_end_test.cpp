@@ -101,5 +101,21 @@ TEST_F(MakeAtItsEnd, LeavesTheVariablesOfItsAuthorOutOfIt) {
                     "'{media}");
 }
 
+/// Standard output is a pipe that nobody reads.
+void WithoutReader() {
+  std::array<int, 2> ends = {};
+  if (::pipe(ends.data()) != 0) ::_exit(kImpossibleHere);
+  ::close(ends[0]);
+  ::dup2(ends[1], STDOUT_FILENO);
+  std::signal(SIGPIPE, SIG_DFL);
+}
+
+TEST_F(MakeAtItsEnd, SaysThatNobodyReadsWhatItSays) {
+  world_.ExpectRefused(world_.MakeMedia({}, "media", WithoutReader),
+                       "the media was made, but the message cannot be written", 1);
+  world_.ExpectRefused(world_.Companion({"check", "media"}, {}, WithoutReader),
+                       "the report cannot be written");
+}
+
 }  // namespace
 }  // namespace kvl::test

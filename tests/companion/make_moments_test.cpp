@@ -9,7 +9,10 @@ namespace kvl::test {
 namespace {
 
 constexpr long kLongAgo = 1'000'000'000;
-constexpr char kBrokenOff[] = "another make is at work there, or was broken off: {media}";
+constexpr char kBrokenOff[] =
+    "another make is at work there, or was broken off: {media} (wait for it, or remove what it "
+    "left "
+    "and run make again)";
 
 /// Works in the world's directory.
 class MakeAtEveryMoment : public testing::Test {
@@ -124,6 +127,47 @@ TEST_F(MakeAtEveryMoment, WritesWhatMakesAMediaWholeOneAfterTheOther) {
   });
   EXPECT_EQ(made.status, 0);
   EXPECT_EQ(seen, in_order);
+}
+
+TEST_F(MakeAtEveryMoment, SaysAtASignalWhatItLeaves) {
+  const std::string words =
+      world_.Text("kvl-media: {media} is not whole; remove it and run make again\n");
+  int silent = 0, said = 0;
+  for (int i = 0, end = CountMoments("sibling", Calls::kChanging); i < end; ++i) {
+    SCOPED_TRACE(i);
+    const Step step = i % 2 == 0 ? Step::kInterrupt : Step::kTerminate;
+    const Outcome seen = RunStepByStep(
+        [] {
+          std::signal(SIGINT, SIG_DFL);
+          return RunKvlMedia(MakeArguments("sibling"));
+        },
+        Calls::kChanging, [&](int call) { return call == i ? step : Step::kGoOn; });
+    const bool is_begun = fs::exists("media/StartTUI.sh.unfinished");
+    const bool is_whole = fs::exists("media/1/StartTUI.sh");
+    // With the last call, the message is written.
+    EXPECT_EQ(seen.out.empty(), i < end - 1);
+    EXPECT_EQ(seen.err, is_begun ? words : "");
+    EXPECT_EQ(seen.status, -static_cast<int>(step));
+    EXPECT_EQ(CheckWorld::CompanionHere({"check", "media/1"}).status == 0, is_whole);
+    ++(is_begun ? said : silent);
+    if (is_begun) {
+      world_.ExpectRefused(CheckWorld::CompanionHere(MakeArguments("sibling")), kBrokenOff);
+    }
+    fs::remove_all("media");
+  }
+  EXPECT_GT(said, 30);
+  EXPECT_GT(silent, 5);
+}
+
+TEST_F(MakeAtEveryMoment, IgnoresASignalThatItsCallerIgnores) {
+  const Outcome seen = RunStepByStep(
+      [] {
+        std::signal(SIGINT, SIG_IGN);
+        return RunKvlMedia(MakeArguments("single"));
+      },
+      Calls::kChanging, [&](int) { return fs::exists("media") ? Step::kInterrupt : Step::kGoOn; });
+  EXPECT_EQ(seen.err, "");
+  EXPECT_EQ(seen.status, 0);
 }
 
 TEST_F(MakeAtEveryMoment, StoresEverythingBeforeAndAfterItIsWhole) {

@@ -302,7 +302,9 @@ TEST_F(MadeMedia, SaysWhatItsAuthorSaysInstead) {
 TEST_F(MadeMedia, IsNotCalledMadeWhenItCannotBeStored) {
   world_.ExpectRefused(
       world_.MakeMedia({}, "media", [] { FilterCalls({SYS_syncfs}, SECCOMP_RET_ERRNO | EIO); }),
-      "syncfs - {media} - Input/output error", 1);
+      "syncfs - {media} - Input/output error\nkvl-media: {media} is not whole; remove it and run "
+      "make again",
+      1);
   EXPECT_FALSE(fs::exists(world_.Path("media/StartTUI.sh")));
 }
 

@@ -75,8 +75,9 @@ TEST_F(MakeRoom, IsCountedAsItIsTaken) {
                                 .launcher = "/bin/true",
                                 .inst = world_.Path("needs"),
                                 .time = {}};
-    const Room room = RoomFor(PlanMedia(request), kBlock);
-    MakeMedia(request, [](std::size_t, std::uint64_t, std::uint64_t) {});
+    const MediaPlan plan = PlanMedia(request);
+    const Room room = RoomFor(plan, kBlock);
+    MakeMedia(request, plan, [](std::size_t, std::uint64_t, std::uint64_t) {});
     std::uint64_t entries = 1, blocks = 1;
     for (const auto& entry : fs::recursive_directory_iterator(request.directory)) {
       ++entries;

@@ -132,12 +132,16 @@ TEST_F(MakeSafely, TakesATagUpToItsGreatestLength) {
 
 TEST_F(MakeSafely, RefusesADirectoryThatAnotherMakeHasTakenOrLeft) {
   world_.Change("file media/StartTUI.sh.unfinished; file media/payload/1/file x");
-  world_.ExpectRefusedAndUntouched({}, "another make is at work there, or was broken off: {media}");
+  world_.ExpectRefusedAndUntouched(
+      {},
+      "another make is at work there, or was broken off: {media} (wait for it, or remove what it "
+      "left and run make again)");
 }
 
 TEST_F(MakeSafely, SaysThatTheDiskIsFullFromTheFirstFileOn) {
   world_.ExpectRefused(world_.MakeMedia({}, "media", [] { LimitFileSize(1000); }),
-                       "Cannot write into {media}/StartTUI.sh.unfinished - No space left on device",
+                       "Cannot write into {media}/StartTUI.sh.unfinished - No space left on "
+                       "device\nkvl-media: {media} is not whole; remove it and run make again",
                        1);
 }
 
@@ -153,7 +157,7 @@ int MakeWhileItChanges(bool is_presorted, const std::function<void()>& change) {
   request.launcher = "starter";
   request.inst = "needs";
   try {
-    MakeMedia(request, [&](std::size_t, std::uint64_t done, std::uint64_t) {
+    MakeMedia(request, PlanMedia(request), [&](std::size_t, std::uint64_t done, std::uint64_t) {
       if (done == 0) change();
     });
   } catch (const std::runtime_error& failure) {

@@ -245,9 +245,17 @@ TEST(KvlMediaMake, NamesTheSizeThatIsEnough) {
 
 TEST(KvlMediaMake, RefusesToWriteWhereSomethingIs) {
   const std::string line = "the directory is not empty: {media}";
-  ExpectRefusals(
-      Payload(),
-      {{"file media/.hidden", line}, {"dir media/directory", line}, {"link media/link x", line}});
+  ExpectRefusals(Payload(), {{"file media/.hidden", line},
+                             {"file media/lost+found", line},
+                             {"link media/lost+found payload", line},
+                             {"dir media/directory", line},
+                             {"link media/link x", line}});
+}
+
+TEST(KvlMediaMake, WritesBesideTheLostAndFoundOfAFileSystem) {
+  const CheckWorld world(Payload() + "dir media/lost+found");
+  world.ExpectMade(world.MakeMedia(), "'{media}");
+  EXPECT_THAT(NamesIn(world.Path("media")), testing::Contains("d 755 lost+found"));
 }
 
 TEST(KvlMediaMake, RefusesAPayloadThatCannotBeSplitSafely) {

@@ -80,7 +80,7 @@ TEST_F(Progress, IsGoneBeforeTheMessageOfAFailure) {
   ExpectSeen(
       Shown(1, 0) + kRemoved +
           world_.Text("kvl-media: Cannot write into {media/1}/payload/1/a - No space left on "
-                      "device\n"),
+                      "device\nkvl-media: {media} is not whole; remove it and run make again\n"),
       "", 1, {}, [] { LimitFileSize(200'000); });
 }
 

@@ -46,7 +46,8 @@ int StepThrough(pid_t child, const std::function<Step(int call)>& at_call) {
     if (!WIFSTOPPED(status)) return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
     const bool is_call = status >> 8 == kFilteredCall;
     signal = is_call ? 0 : WSTOPSIG(status);
-    if (is_call && at_call(call++) == Step::kKill) ::kill(child, SIGKILL);
+    const Step step = is_call ? at_call(call++) : Step::kGoOn;
+    if (step != Step::kGoOn) ::kill(child, static_cast<int>(step));
   }
 }
 

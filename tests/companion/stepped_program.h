@@ -7,7 +7,8 @@
 
 namespace kvl::test {
 
-enum class Step { kGoOn, kKill };
+/// Or the signal that is sent.
+enum class Step { kGoOn = 0, kKill = SIGKILL, kInterrupt = SIGINT, kTerminate = SIGTERM };
 
 /// Calls that change a file system, that find out what is in it, or that wait until it is stored.
 enum class Calls { kChanging, kLooking, kStoring };
