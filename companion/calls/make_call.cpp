@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <optional>
@@ -14,15 +15,17 @@
 
 #include "companion/calls/console_output.h"
 #include "companion/calls/last_words.h"
+#include "companion/calls/make_text.h"
 #include "companion/calls/own_check.h"
 #include "companion/calls/progress_line.h"
 #include "companion/make/media_maker.h"
+#include "companion/make/planned_files.h"
 #include "companion/make/source_date.h"
 #include "companion/make/volume_size.h"
 #include "companion/names/layout_name.h"
 #include "companion/names/path_below.h"
 #include "companion/names/plain_text.h"
-#include "companion/report/text_report.h"
+#include "companion/report/json_report.h"
 #include "console/signals.h"
 #include "environment/environment.h"
 #include "environment/media_names.h"
@@ -39,30 +42,13 @@ std::string LauncherBesideUs() {
   return error ? std::string() : (self.parent_path() / names::kLauncher).string();
 }
 
-std::string TextOf(const MadeMedia& made, const std::string& tag, const OwnCheck& own) {
-  std::string text = "Made a media with tag " + ToOneLine(tag) + ", layout " + NameOf(made.layout) +
-                     ", volumes: " + std::to_string(made.volumes) +
-                     ".\nFirst volume: " + Quoted(made.first_volume) + "\n";
-  if (own.starts) {
-    text += "Start it with: " + Quoted(PathBelow(made.first_volume, names::kStartTui)) + "\n";
-  }
-  return text + FindingLines(own.findings);
-}
-
-int Failed(const std::string& text) {
-  BadCall(text);
-  return kProblems;
+bool IsAnythingIn(const std::string& directory) {
+  std::error_code error;
+  return !std::filesystem::is_empty(directory, error) && !error;
 }
 
 std::string HowToGoOn(const std::string& directory) {
   return directory + " is not whole; remove it and run make again";
-}
-
-int FailedIn(const std::string& directory, const std::string& text) {
-  Failed(text);
-  std::error_code error;
-  const bool is_nothing_left = std::filesystem::is_empty(directory, error) || error;
-  return is_nothing_left ? kProblems : Failed(HowToGoOn(directory));
 }
 
 MediaPlan PlanOf(MakeCall& call) {
@@ -73,16 +59,53 @@ MediaPlan PlanOf(MakeCall& call) {
   return PlanMedia(call.request);
 }
 
-MadeMedia Make(const MakeCall& call, const MediaPlan& plan) {
-  const bool is_shown = !call.is_quiet && ::isatty(STDERR_FILENO) == 1;
+void Describe(const MediaPlan& plan, MakeReport& report) {
+  report.layout = plan.layout;
+  report.needed_bytes = plan.room.bytes;
+  report.needed_entries = plan.room.entries;
+  for (std::size_t i = 1; i <= plan.volumes.size(); ++i) {
+    const std::string place = PlaceOfVolume(plan.layout, i);
+    MakeReport::Volume& volume = report.volumes.emplace_back();
+    volume.directory = place.empty() ? plan.directory : PathBelow(plan.directory, place);
+    for (const PayloadEntry& entry : plan.volumes[i - 1]) {
+      if (entry.is_directory) continue;
+      ++volume.files;
+      volume.bytes += entry.size;
+    }
+  }
+}
+
+/// Shows each file or how far it has come. Both go where they are in the way of nothing: standard output
+/// has the result alone.
+void Make(const MakeCall& call, const MediaPlan& plan) {
+  const bool is_terminal = ::isatty(STDERR_FILENO) == 1;
+  const bool is_shown = !call.is_quiet && !call.is_verbose && is_terminal;
   ProgressLine line(is_shown);
   const LastWords words(
       (is_shown ? ProgressLine::kRemoved : "") + LineForPeople(HowToGoOn(plan.directory)),
       PathBelow(plan.directory, names::kUnfinished));
-  return MakeMedia(call.request, plan,
-                   [&](std::size_t volume, std::uint64_t done, std::uint64_t in_all) {
-                     line.Show(volume, done, in_all);
-                   });
+  MakeMedia(
+      call.request, plan,
+      [&](std::size_t volume, const std::string& path, std::uint64_t done, std::uint64_t in_all) {
+        const std::string label = "Volume " + std::to_string(volume);
+        if (call.is_verbose) {
+          std::fprintf(stderr, "%s: %s\n", label.c_str(), ToOneLine(path).c_str());
+        }
+        line.Show(label, done, in_all);
+      });
+}
+
+/// Says what came of the call, and gives the status.
+int End(const MakeCall& call, const MakeReport& report, const std::string& text, int status) {
+  const bool is_said = Write(call.as_json ? JsonReport(report) : text);
+  if (!report.message.empty()) {
+    BadCall(report.message);
+  } else if (!is_said) {
+    status = BadCall(report.is_made ? "the media was made, but the message cannot be written"
+                                    : kCannotWrite);
+    if (report.is_made) status = kProblems;
+  }
+  return status;
 }
 
 }  // namespace
@@ -121,7 +144,11 @@ void AddMake(CLI::App& app, MakeCall& call) {
                    "Launcher to put on the media (default: kvl-launcher beside this program)");
   make->add_option("--os", request.os_name,
                    "Name of the operating-system directory below inst (default: linux)");
+  make->add_flag("--dry-run", call.is_dry_run, "Say what would be made, and write nothing");
+  make->add_flag("--json", call.as_json, "Write one JSON object instead of text");
   make->add_flag("--quiet", call.is_quiet, "Show no progress, even on a terminal");
+  make->add_flag("--verbose", call.is_verbose,
+                 "Name each file on standard error when it is copied; with --dry-run in the text");
   for (CLI::Option* option : make->get_options()) option->take_last();
   make->footer("Exit status: 0 done, 1 the media could not be written, 2 bad call.");
 }
@@ -129,23 +156,35 @@ void AddMake(CLI::App& app, MakeCall& call) {
 int RunMake(MakeCall call) {
   const SignalScope signals;
   ::umask(S_IWGRP | S_IWOTH);  // a stricter one would keep us out of what we make
+  MakeReport report;
+  report.tag = call.request.tag;
+  report.is_dry_run = call.is_dry_run;
   std::optional<MediaPlan> plan;
-  MadeMedia made;
   try {
     plan = PlanOf(call);
-    made = Make(call, *plan);
+    Describe(*plan, report);
+    if (call.is_dry_run) {
+      return End(call, report, TextOfPlan(report, *plan, call.is_verbose), kFine);
+    }
+    Make(call, *plan);
   } catch (const CannotMake& reason) {
-    return BadCall(reason.what());
+    report.message = reason.what();
+    return End(call, report, "", kBadCall);
   } catch (const std::exception& failure) {
-    return FailedIn(plan->directory, MessageOf(failure));
+    report.message = MessageOf(failure);
+    End(call, report, "", kProblems);
+    if (IsAnythingIn(plan->directory)) BadCall(HowToGoOn(plan->directory));
+    return kProblems;
   }
-  const OwnCheck own = CheckOwnMedia(made.first_volume);
-  if (!Write(TextOf(made, call.request.tag, own))) {
-    return Failed("the media was made, but the message cannot be written");
+  const OwnCheck own = CheckOwnMedia(report.volumes.front().directory);
+  report.is_made = true;
+  report.starts = own.starts;
+  report.findings = own.findings;
+  if (!own.is_sound) {
+    report.message =
+        "the media cannot be started; correct what was found, remove it and run make again";
   }
-  if (own.is_sound) return kFine;
-  return Failed(
-      "the media cannot be started; correct what was found, remove it and run make again");
+  return End(call, report, TextOfMade(report), own.is_sound ? kFine : kProblems);
 }
 
 }  // namespace kvl

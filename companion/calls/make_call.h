@@ -17,7 +17,10 @@ struct MakeCall {
   std::optional<std::string> layout;       // as it was given
   std::optional<std::string> volume_size;  // likewise
   std::string links = "keep";
+  bool is_dry_run = false;
+  bool as_json = false;
   bool is_quiet = false;
+  bool is_verbose = false;
 };
 
 /// Adds the subcommand, which fills `call`. `call` must outlive the parser.

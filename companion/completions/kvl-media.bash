@@ -19,8 +19,8 @@ _kvl_media() {
         files=directory
         case ${COMP_WORDS[1]} in
           check) words='--help --installer --json --os --verbose' ;;
-          make) words='--help --inst --installer --jobs --launcher --layout --links --os --presorted'
-            words+=' --quiet --tag --volume-size' ;;
+          make) words='--dry-run --help --inst --installer --jobs --json --launcher --layout --links'
+            words+=' --os --presorted --quiet --tag --verbose --volume-size' ;;
           *) files='' ;;
         esac ;;
     esac

@@ -64,7 +64,7 @@ class Maker {
         media_(top_, plan_.layout, plan_.volumes.size(), plan_.time, request.jobs) {}
 
   /// What makes a media whole comes last, in one step, and is stored last.
-  MadeMedia Run() {
+  void Run() {
     const std::string start_script = StartScript("\"$@\"");
     Take(top_, start_script, plan_.time);
     for (std::size_t i = 1; i <= plan_.volumes.size(); ++i) WritePayload(i);
@@ -77,25 +77,23 @@ class Maker {
     first_volume.SetTime(plan_.time);
     top_.SetTime(plan_.time);
     top_.SyncFileSystem();
-    return {plan_.layout, plan_.volumes.size(), first_volume.Path()};
   }
 
  private:
   void WritePayload(std::size_t volume) {
     const std::string number = std::to_string(volume);
-    const std::string payload = PathBelow(names::kPayload, number);
-    media_.MakeDirectory(volume, payload);
+    media_.MakeDirectory(volume, PathBelow(names::kPayload, number));
     std::optional<OpenDirectory> presorted;
     if (request_.is_presorted) presorted.emplace(plan_.payload.Directory(number));
     OpenTree from(presorted ? *presorted : plan_.payload, OpenTree::Missing::kFails,
                   request_.links);
     for (const PayloadEntry& entry : plan_.volumes[volume - 1]) {
-      const std::string path = PathBelow(payload, entry.name);
+      const std::string path = PathOfPayload(volume, entry);
       if (!entry.IsFile()) {
         WriteEntry(volume, path, entry, from);
         continue;
       }
-      progress_(volume, bytes_done_, plan_.bytes_in_all);
+      Tell(volume, path);
       media_.Copy(volume, path, entry, from);
       bytes_done_ += entry.size;
     }
@@ -121,7 +119,9 @@ class Maker {
     if (!plan_.inst) return;
     OpenTree from(*plan_.inst, OpenTree::Missing::kFails, request_.links);
     for (const PayloadEntry& entry : plan_.inst_entries) {
-      WriteEntry(1, PathOfInst(entry), entry, from);
+      const std::string path = PathOfInst(entry);
+      if (entry.IsFile()) Tell(1, path);
+      WriteEntry(1, path, entry, from);
     }
   }
 
@@ -139,8 +139,17 @@ class Maker {
       media_.Write(1, names::kReadMe, ReadMeText(request_, plan_.installer_name, count));
     }
     media_.Write(1, names::kStartGui, StartScript("-UI \"$@\""), FileKind::kProgram);
-    media_.Copy(1, PathBelow(programs, names::kLauncher), plan_.launcher, FileKind::kProgram);
-    media_.Copy(1, PathBelow(programs, plan_.installer_name), plan_.installer, FileKind::kProgram);
+    CopyProgram(PathBelow(programs, names::kLauncher), plan_.launcher);
+    CopyProgram(PathBelow(programs, plan_.installer_name), plan_.installer);
+  }
+
+  void CopyProgram(const std::string& path, const PlannedFile& file) {
+    Tell(1, path);
+    media_.Copy(1, path, file, FileKind::kProgram);
+  }
+
+  void Tell(std::size_t volume, const std::string& path) const {
+    progress_(volume, path, bytes_done_, plan_.bytes_in_all);
   }
 
   std::string StartScript(const std::string& arguments) const {
@@ -157,9 +166,8 @@ class Maker {
 
 }  // namespace
 
-MadeMedia MakeMedia(const MediaMakeRequest& request, const MediaPlan& plan,
-                    const Progress& progress) {
-  return Maker(request, plan, progress).Run();
+void MakeMedia(const MediaMakeRequest& request, const MediaPlan& plan, const Progress& progress) {
+  Maker(request, plan, progress).Run();
 }
 
 }  // namespace kvl

@@ -10,16 +10,10 @@
 
 namespace kvl {
 
-struct MadeMedia {
-  Layout layout = Layout::kNone;
-  std::size_t volumes = 1;
-  std::string first_volume;  ///< the directory, absolute
-};
-
-/// Told of each payload file before it is copied: its volume, and how many bytes of the whole payload
-/// have been copied.
-using Progress =
-    std::function<void(std::size_t volume, std::uint64_t bytes_done, std::uint64_t bytes_in_all)>;
+/// Told of each file before it is copied: its volume, its path there as in ForEachCopy, and how many
+/// bytes of the whole payload have been copied.
+using Progress = std::function<void(std::size_t volume, const std::string& path,
+                                    std::uint64_t bytes_done, std::uint64_t bytes_in_all)>;
 
 /// Volume i holds payload/i, what has been put on it, and in its directory (see MediaWriter) the list
 /// of its files, i.sha256, and media.manifest. Files get the modes 644 and 755, whatever the umask and
@@ -33,7 +27,6 @@ using Progress =
 /// `plan` is that of the request. Throws CannotMake when somebody else has taken the directory since; what the library throws when something cannot be
 /// read or written, and std::runtime_error when a file has changed since. What has been written by
 /// then stays.
-MadeMedia MakeMedia(const MediaMakeRequest& request, const MediaPlan& plan,
-                    const Progress& progress);
+void MakeMedia(const MediaMakeRequest& request, const MediaPlan& plan, const Progress& progress);
 
 }  // namespace kvl

@@ -10,7 +10,6 @@
 #include <string_view>
 #include <utility>
 
-#include "companion/make/media_room.h"
 #include "companion/make/payload_links.h"
 #include "companion/make/record_room.h"
 #include "companion/names/layout_name.h"
@@ -193,12 +192,13 @@ MediaPlan Plan(const MediaMakeRequest& request) {
       .volumes = {},
       .bytes_in_all = 0,
       .time = 0,
+      .room = {},
   };
   PlanInst(request, plan);
   PlanVolumes(request, plan);
   SumUp(request, plan);
   plan.layout = ChosenLayout(request.layout, plan.volumes.size());
-  CheckRoom(plan);
+  plan.room = CheckRoom(plan);
   return plan;
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "companion/make/media_room.h"
 #include "companion/make/payload_split.h"
 #include "insio/open_directory.h"
 #include "media/volume_scan.h"
@@ -52,6 +53,7 @@ struct MediaPlan {
   std::vector<std::vector<PayloadEntry>> volumes;
   std::uint64_t bytes_in_all;  ///< of the payload
   std::int64_t time;  ///< see MediaMakeRequest; the installer's for a payload without files
+  Room room;          ///< that it takes where it is written
 };
 
 /// Throws CannotMake when anything about the request makes no sense, cannot be read, or does not fit.

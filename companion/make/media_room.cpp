@@ -119,20 +119,21 @@ Room RoomFor(const MediaPlan& plan, std::uint64_t block) {
   return room.Sum();
 }
 
-void CheckRoom(const MediaPlan& plan) {
+Room CheckRoom(const MediaPlan& plan) {
   // Across a network, a block may be as large as what is sent at once.
   constexpr std::uint64_t kMostOfABlock = 4096;
   struct statvfs status;
-  if (::statvfs(NearestThatIsThere(plan.directory).c_str(), &status) != 0) return;
-  const std::uint64_t block = status.f_frsize;
-  if (block == 0 || status.f_blocks == 0) return;
-  const Room needed = RoomFor(plan, std::min(block, kMostOfABlock));
+  const int result = ::statvfs(NearestThatIsThere(plan.directory).c_str(), &status);
+  const std::uint64_t block = result == 0 && status.f_blocks != 0 ? status.f_frsize : 0;
+  const Room needed = RoomFor(plan, block == 0 ? kMostOfABlock : std::min(block, kMostOfABlock));
+  if (block == 0) return needed;
   const std::uint64_t free = std::min<std::uint64_t>(status.f_bavail, UINT64_MAX / block) * block;
   if (needed.bytes > free) Refuse(needed.bytes, " bytes, and ", free, plan.directory);
   // Where there is no table of files, their number is 0.
   if (status.f_files != 0 && needed.entries > status.f_favail) {
     Refuse(needed.entries, " files and directories, and ", status.f_favail, plan.directory);
   }
+  return needed;
 }
 
 }  // namespace kvl

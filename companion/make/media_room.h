@@ -17,8 +17,8 @@ struct Room {
 /// for the lists of its files, whose length is known only when they are written.
 Room RoomFor(const MediaPlan& plan, std::uint64_t block);
 
-/// Throws CannotMake when less is free, to an ordinary user, where the directory of the plan lies, or
-/// would. A file system that does not say counts as large enough.
-void CheckRoom(const MediaPlan& plan);
+/// What it takes where the directory of the plan lies, or would. Throws CannotMake when less is free
+/// there to an ordinary user. A file system that does not say counts as large enough.
+Room CheckRoom(const MediaPlan& plan);
 
 }  // namespace kvl

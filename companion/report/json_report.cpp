@@ -38,16 +38,18 @@ Json Staging(const MediaReport& report) {
       {"free_bytes", report.staging.free_bytes},          {"names", Texts(report.staging.names)}};
 }
 
-Json FindingsOf(const MediaReport& report) {
+void AddFindings(const Findings& findings, Json& json) {
   Json list = Json::array();
-  for (const Finding& finding : report.findings.All()) {
+  for (const Finding& finding : findings.All()) {
     list.push_back({{"code", finding.Code()},
                     {"severity", CodeOf(finding.severity)},
                     {"path", ToOneLine(finding.path)},
                     {"text", ToOneLine(finding.text)},
                     {"remedy", ToOneLine(finding.Remedy())}});
   }
-  return list;
+  json["findings"] = list;
+  json["further"] = Json::object();
+  for (const auto& [code, count] : findings.NotKept()) json["further"][std::string(code)] = count;
 }
 
 }  // namespace
@@ -73,10 +75,28 @@ std::string JsonReport(const MediaReport& report) {
   for (const auto& [name, value] : report.variables)
     json["variables"][ToOneLine(name)] = ToOneLine(value);
   json["messages"] = Texts(report.messages);
-  json["findings"] = FindingsOf(report);
-  json["further"] = Json::object();
-  for (const auto& [code, count] : report.findings.NotKept())
-    json["further"][std::string(code)] = count;
+  AddFindings(report.findings, json);
+  return json.dump(kIndent) + "\n";
+}
+
+std::string JsonReport(const MakeReport& report) {
+  Json json;
+  json["format"] = kFormat;
+  json["made"] = report.is_made;
+  json["dry_run"] = report.is_dry_run;
+  json["starts"] = report.starts;
+  json["message"] = ToOneLine(report.message);
+  json["tag"] = ToOneLine(report.tag);
+  json["layout"] = report.layout ? Json(NameOf(*report.layout)) : Json();
+  json["needed"] = {{"bytes", report.needed_bytes}, {"entries", report.needed_entries}};
+  json["volumes"] = Json::array();
+  for (const MakeReport::Volume& volume : report.volumes) {
+    json["volumes"].push_back({{"number", json["volumes"].size() + 1},
+                               {"directory", ToOneLine(volume.directory)},
+                               {"files", volume.files},
+                               {"bytes", volume.bytes}});
+  }
+  AddFindings(report.findings, json);
   return json.dump(kIndent) + "\n";
 }
 

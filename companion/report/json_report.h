@@ -4,6 +4,7 @@
 #include <string>
 
 #include "companion/check/media_report.h"
+#include "companion/report/make_report.h"
 
 namespace kvl {
 
@@ -37,5 +38,18 @@ namespace kvl {
 /// All is UTF-8. Every text is written as ToOneLine does it, before JSON's own rules, so that its
 /// bytes can be told exactly and none of them moves a terminal that shows the report.
 std::string JsonReport(const MediaReport& report);
+
+/// The same of a call of make; the keys:
+///
+///   format, findings, further    as above
+///   made            true when the media was made
+///   dry_run         true when nothing was to be written
+///   starts          true when the media can be started where it lies
+///   message         why it was not made or is not sound; else empty
+///   tag             as in the call
+///   layout          a name as above; null when the call was refused
+///   needed          bytes and entries (files and directories) that it takes on its file system
+///   volumes         number, directory, and of its payload files and bytes
+std::string JsonReport(const MakeReport& report);
 
 }  // namespace kvl

@@ -102,7 +102,10 @@ Options:
                               How many files are copied beside each other (default: one for each processor)
   --launcher TEXT             Launcher to put on the media (default: kvl-launcher beside this program)
   --os TEXT                   Name of the operating-system directory below inst (default: linux)
+  --dry-run                   Say what would be made, and write nothing
+  --json                      Write one JSON object instead of text
   --quiet                     Show no progress, even on a terminal
+  --verbose                   Name each file on standard error when it is copied; with --dry-run in the text
 
 Exit status: 0 done, 1 the media could not be written, 2 bad call.
 )";

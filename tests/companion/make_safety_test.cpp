@@ -157,9 +157,10 @@ int MakeWhileItChanges(bool is_presorted, const std::function<void()>& change) {
   request.launcher = "starter";
   request.inst = "needs";
   try {
-    MakeMedia(request, PlanMedia(request), [&](std::size_t, std::uint64_t done, std::uint64_t) {
-      if (done == 0) change();
-    });
+    MakeMedia(request, PlanMedia(request),
+              [&](std::size_t, const std::string&, std::uint64_t done, std::uint64_t) {
+                if (done == 0) change();
+              });
   } catch (const std::runtime_error& failure) {
     std::cerr << failure.what();
     return dynamic_cast<const CannotMake*>(&failure) != nullptr ? 2 : 1;

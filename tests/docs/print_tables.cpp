@@ -60,7 +60,9 @@ void PrintJsonTables() {
   report.staged = true;  // so that the report has one of everything
   report.volumes.rows.emplace_back();
   report.findings.Add(FindingKind::kColonInPath, "");
-  const std::string json = JsonReport(report);
+  MakeReport make_report;
+  make_report.volumes.emplace_back();
+  const std::string json = JsonReport(report) + JsonReport(make_report);
   std::set<std::string> keys;
   for (const test::Groups& key : test::MatchesIn(json, "\"(\\w+)\":")) keys.insert(key[1]);
   Print("kvl-media.1 JSON, keys", keys);

@@ -1,0 +1,157 @@
+// kvl-media make: what it would make, what it says for scripts, and each file as it is copied.
+#include <nlohmann/json.hpp>
+
+#include "tests/companion/check_world.h"
+#include "tests/insio/surroundings.h"
+
+namespace kvl::test {
+namespace {
+
+using Json = nlohmann::json;
+
+/// Two volumes, and what the installer needs.
+class MakePlan : public testing::Test {
+ protected:
+  MakePlan() {
+    world_.Change(
+        "file setup #!/bin/sh\\n; file payload/1/a\\x20b one; dir payload/1/empty; "
+        "file payload/2/d/\\x1B[m other; file payload/2/e; file needs/common/text text; "
+        "file needs/ReadMe_UNIX.txt mine");
+  }
+
+  Outcome Make(Lines further, const std::string& directory = "media") const {
+    further.insert(further.begin(), {"--presorted", "--inst", "needs"});
+    return world_.MakeMedia(further, directory);
+  }
+
+  std::string Plan(const std::string& layout, const std::string& first, const std::string& on_first,
+                   const std::string& second, const std::string& on_second) const {
+    return world_.Text("Would make a media with tag T 1, layout " + layout +
+                       ", volumes: 2.\nIt needs bytes: <n>, files and directories: <n>.\n"
+                       "Volume 1: '" +
+                       first + "', files of payload: 1, bytes: 3\n" + on_first + "Volume 2: '" +
+                       second + "', files of payload: 2, bytes: 5\n" + on_second);
+  }
+
+  void ExpectPlan(const Lines& further, const std::string& plan) const {
+    const Lines before = DescribeTreeExactly(world_.Path("."));
+    Outcome seen = Make(further, "new/media");
+    seen.out = Replaced(seen.out, "needs bytes: [1-9][0-9]+, files and directories: [1-9][0-9]",
+                        "needs bytes: <n>, files and directories: <n>");
+    EXPECT_EQ(seen, (Outcome{0, plan, ""}));
+    EXPECT_EQ(DescribeTreeExactly(world_.Path(".")), before);
+  }
+
+  CheckWorld world_;
+};
+
+const Lines kOnFirst = {"payload/1/a b", "ReadMe_UNIX.txt", "inst/common/text",
+                        "inst/linux/code/bin/kvl-launcher", "inst/linux/code/bin/setup"};
+const Lines kOnSecond = {"payload/2/d/\\x1B[m", "payload/2/e"};
+
+std::string Each(const Lines& lines, const std::string& in_front) {
+  std::string text;
+  for (const std::string& line : lines) text += in_front + line + "\n";
+  return text;
+}
+
+TEST_F(MakePlan, IsSaidAndNothingIsWritten) {
+  ExpectPlan({"--dry-run"}, Plan("sibling", "{new/media}/1", "", "{new/media}/2", ""));
+  ExpectPlan({"--dry-run", "--layout", "flat"}, Plan("flat", "{new/media}", "", "{new/media}", ""));
+  ExpectPlan({"--dry-run", "--verbose", "--layout", "am"},
+             Plan("am", "{new/media}/1/media/1", Each(kOnFirst, "  "), "{new/media}/2/media/2",
+                  Each(kOnSecond, "  ")));
+}
+
+TEST_F(MakePlan, IsRefusedAsAMediaWouldBe) {
+  world_.Change("link payload/1/x y");
+  const std::string line = "a link could be torn from what it leads to: payload/1/x";
+  for (const Lines& further : {Lines{"--presorted"}, {"--presorted", "--dry-run"}}) {
+    world_.ExpectRefusedAndUntouched(further, line);
+  }
+}
+
+TEST_F(MakePlan, IsWhatIsCopiedFileByFile) {
+  const Outcome seen = Make({"--verbose"});
+  EXPECT_EQ(seen.err, Each({kOnFirst[0]}, "Volume 1: ") + Each(kOnSecond, "Volume 2: ") +
+                          Each({kOnFirst.begin() + 1, kOnFirst.end()}, "Volume 1: "));
+  world_.ExpectMade({seen.status, seen.out, ""}, "'{media}/1", "sibling", 2);
+  for (const std::string& name : kOnFirst) EXPECT_TRUE(fs::exists(world_.Path("media/1/" + name)));
+}
+
+TEST_F(MakePlan, IsOneObjectForScripts) {
+  const auto volume = [&](int number, const std::string& directory, int files, int bytes) {
+    return Json{{"number", number},
+                {"directory", world_.Text(directory)},
+                {"files", files},
+                {"bytes", bytes}};
+  };
+  Json expected = {
+      {"format", 1},
+      {"made", false},
+      {"dry_run", true},
+      {"starts", false},
+      {"message", ""},
+      {"tag", "T 1"},
+      {"layout", "sibling"},
+      {"needed", {{"bytes", 0}, {"entries", 0}}},
+      {"volumes", {volume(1, "{media}/1", 1, 3), volume(2, "{media}/2", 2, 5)}},
+      {"findings", Json::array()},
+      {"further", Json::object()},
+  };
+  const auto expect = [&](const Lines& further, int status, const std::string& err) {
+    SCOPED_TRACE(further.back());
+    const Outcome seen = Make(further);
+    Json json = Json::parse(seen.out);
+    EXPECT_EQ(json["needed"]["bytes"] > 0, json["layout"].is_string());
+    EXPECT_EQ(json["needed"]["entries"] > 0, json["layout"].is_string());
+    json["needed"] = {{"bytes", 0}, {"entries", 0}};
+    EXPECT_EQ(json.dump(1), expected.dump(1));
+    EXPECT_EQ(seen.err, err.empty() ? "" : "kvl-media: " + err + "\n");
+    EXPECT_EQ(seen.status, status);
+  };
+  expect({"--json", "--dry-run"}, 0, "");
+
+  expected["made"] = expected["starts"] = true;
+  expected["dry_run"] = false;
+  expect({"--json"}, 0, "");
+
+  expected["made"] = expected["starts"] = false;
+  expected["layout"] = nullptr;
+  expected["volumes"] = Json::array();
+  expected["message"] = "the directory is not empty: " + world_.Path("media");
+  expect({"--json"}, 2, expected["message"]);
+}
+
+TEST_F(MakePlan, IsOneObjectWithFindingsForAMediaThatDoesNotStart) {
+  world_.Change("file setup");
+  const Outcome seen = Make({"--json"});
+  const Json json = Json::parse(seen.out);
+  EXPECT_EQ(json["made"], true);
+  EXPECT_EQ(json["starts"], false);
+  EXPECT_EQ("kvl-media: " + json["message"].get<std::string>() + "\n", seen.err);
+  EXPECT_EQ(json["findings"], (Json{{{"code", "installer-is-empty"},
+                                     {"severity", "error"},
+                                     {"path", world_.Path("media/1/inst/linux/code/bin/setup")},
+                                     {"text", "the installer is empty"},
+                                     {"remedy", "copy it again"}}}));
+  EXPECT_EQ(seen.status, 1);
+}
+
+TEST_F(MakePlan, IsOneObjectForAFailure) {
+  world_.Directory().Write("payload/1/large", std::string(300'000, 'x'));
+  const Outcome seen =
+      world_.MakeMedia({"--presorted", "--json"}, "media", [] { LimitFileSize(200'000); });
+  const std::string line =
+      world_.Text("Cannot write into {media}/1/payload/1/large - No space left on device");
+  const Json json = Json::parse(seen.out);
+  EXPECT_EQ(json["made"], false);
+  EXPECT_EQ(json["message"], line);
+  EXPECT_EQ(seen.err, "kvl-media: " + line +
+                          world_.Text("\nkvl-media: {media} is not whole; remove it and run make "
+                                      "again\n"));
+  EXPECT_EQ(seen.status, 1);
+}
+
+}  // namespace
+}  // namespace kvl::test
