@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "companion/calls/config_file.h"
 #include "companion/calls/console_output.h"
 #include "companion/calls/last_words.h"
 #include "companion/calls/make_text.h"
@@ -118,6 +119,7 @@ void AddMake(CLI::App& app, MakeCall& call) {
       "make",
       "Makes a media from a payload tree, split into volumes. DIR must be empty or missing;\n"
       "nothing is ever overwritten. Volume i holds payload/i and its list of SHA-256, i.sha256.");
+  AddConfigFile(*make);
   make->add_option("PAYLOAD", request.payload, "Directory of what is to be installed")->required();
   make->add_option("DIR", request.directory, "Directory to write the media into")->required();
   make->add_option("--layout", call.layout,

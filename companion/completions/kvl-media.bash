@@ -12,7 +12,7 @@ _kvl_media() {
       --links) words='keep follow' ;;
       --installer)
         if [[ ${COMP_WORDS[1]} == make ]]; then files=any; fi ;;
-      --launcher) files=any ;;
+      --config | --launcher) files=any ;;
       --inst) files=directory ;;
       --jobs | --os | --tag | --volume-size) ;;
       *)
@@ -21,6 +21,8 @@ _kvl_media() {
           check) words='--help --installer --json --os --verbose' ;;
           make) words='--dry-run --help --inst --installer --jobs --json --launcher --layout --links'
             words+=' --os --presorted --quiet --tag --verbose --volume-size' ;;
+          make) words='--config --dry-run --help --inst --installer --json --launcher'
+            words+=' --layout --os --presorted --quiet --tag --verbose --volume-size' ;;
           *) files='' ;;
         esac ;;
     esac

@@ -89,6 +89,7 @@ Positionals:
 
 Options:
   -h,--help                   Print this text
+  --config FILE               File with options, as lines NAME = VALUE; those of the call count instead
   --layout TEXT:{single,flat,sibling,am}
                               single, flat, sibling or am (default: single for one volume, else sibling)
   --volume-size SIZE          Most bytes on a volume, with K, M or G for powers of 1024 (default: no limit)

@@ -65,6 +65,7 @@ TEST(Completions, OfferWhatFitsInBash) {
   EXPECT_EQ(OfferedByBash(world, "kvl-media m"), "make\n");
   EXPECT_EQ(OfferedByBash(world, "kvl-media check --j"), "--json\n");
   EXPECT_EQ(OfferedByBash(world, "kvl-media check me"), "media\n");
+  EXPECT_EQ(OfferedByBash(world, "kvl-media make --config me"), "media\n");
   EXPECT_EQ(OfferedByBash(world, "kvl-media make --layout s"), "single sibling\n");
 }
 

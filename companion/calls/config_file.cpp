@@ -1,0 +1,75 @@
+#include "companion/calls/config_file.h"
+
+#include <CLI/CLI.hpp>
+#include <cstring>
+#include <set>
+#include <sstream>
+#include <string>
+
+#include "companion/check/disc_access.h"
+
+namespace kvl {
+namespace {
+
+constexpr char kConfig[] = "--config";
+constexpr std::size_t kMostBytes = 65'536;
+
+class ConfigFile {
+ public:
+  ConfigFile(const std::string& path, CLI::App& call) : path_(path), call_(call) {}
+
+  void Run() {
+    const FileStart file = ReadStart(path_, kMostBytes + 1);
+    if (file.error != 0) Refuse(std::string("cannot be read: ") + std::strerror(file.error));
+    if (file.bytes.size() > kMostBytes) Refuse("is too long");
+    std::istringstream text(file.bytes);
+    const CLI::ConfigBase format;
+    for (const CLI::ConfigItem& item : format.from_config(text)) Take(item, format);
+  }
+
+ private:
+  [[noreturn]] void Refuse(const std::string& why) const {
+    throw CLI::ConfigError(std::string(kConfig) + ": " + path_ + " " + why);
+  }
+
+  CLI::Option* Find(const CLI::ConfigItem& item) const {
+    CLI::Option* option = call_.get_option_no_throw("--" + item.name);
+    if (option == nullptr) option = call_.get_option_no_throw(item.name);
+    const bool is_own = option != nullptr && item.parents.empty() && !option->check_name(kConfig) &&
+                        option != call_.get_help_ptr();
+    if (!is_own) Refuse("has a line about no option: " + item.fullname());
+    return option;
+  }
+
+  void Take(const CLI::ConfigItem& item, const CLI::Config& format) {
+    const bool is_section = item.name == "++" || item.name == "--";
+    if (is_section) return;
+    CLI::Option* option = Find(item);
+    // A quoted text with "#" in it has lost its end.
+    const bool is_one = item.inputs.size() == 1 && item.inputs[0].find_first_of("\"'") != 0;
+    if (!is_one || from_file_.contains(option)) {
+      Refuse("has not one value for this (blanks and commas need quotes, \"#\" is none): " +
+             item.name);
+    }
+    if (!option->empty()) return;
+    from_file_.insert(option);
+    const bool is_flag = option->get_expected_min() == 0;
+    option->add_result(is_flag ? option->get_flag_value(item.name, format.to_flag(item))
+                               : item.inputs[0]);
+  }
+
+  const std::string& path_;
+  CLI::App& call_;
+  std::set<CLI::Option*> from_file_;
+};
+
+}  // namespace
+
+void AddConfigFile(CLI::App& call) {
+  call.add_option_function<std::string>(
+          kConfig, [&call](const std::string& path) { ConfigFile(path, call).Run(); },
+          "File with options, as lines NAME = VALUE; those of the call count instead")
+      ->type_name("FILE");
+}
+
+}  // namespace kvl
