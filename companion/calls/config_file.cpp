@@ -12,16 +12,16 @@ namespace kvl {
 namespace {
 
 constexpr char kConfig[] = "--config";
-constexpr std::size_t kMostBytes = 65'536;
+constexpr std::size_t kMostOfAConfig = 65'536;
 
 class ConfigFile {
  public:
   ConfigFile(const std::string& path, CLI::App& call) : path_(path), call_(call) {}
 
   void Run() {
-    const FileStart file = ReadStart(path_, kMostBytes + 1);
+    const FileStart file = ReadStart(path_, kMostOfAConfig + 1);
     if (file.error != 0) Refuse(std::string("cannot be read: ") + std::strerror(file.error));
-    if (file.bytes.size() > kMostBytes) Refuse("is too long");
+    if (file.bytes.size() > kMostOfAConfig) Refuse("is too long");
     std::istringstream text(file.bytes);
     const CLI::ConfigBase format;
     for (const CLI::ConfigItem& item : format.from_config(text)) Take(item, format);

@@ -19,7 +19,7 @@ Json Texts(const std::vector<std::string>& texts) {
   return list;
 }
 
-Json VolumesOf(const MediaReport& report) {
+Json VolumeRows(const MediaReport& report) {
   Json list = Json::array();
   for (const VolumeRow& row : report.volumes.rows) {
     list.push_back({{"number", row.number},
@@ -66,7 +66,7 @@ std::string JsonReport(const MediaReport& report) {
   json["layout"] = LayoutOf(report);
   json["volume_count"] = report.volumes.count;
   json["tag"] = ToOneLine(report.volumes.tag);
-  json["volumes"] = VolumesOf(report);
+  json["volumes"] = VolumeRows(report);
   json["installer"] = {{"path", ToOneLine(report.installer)}, {"source", CodeOf(report.source)}};
   json["staged"] = report.staged;
   json["staging"] = Staging(report);
