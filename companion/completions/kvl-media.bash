@@ -19,10 +19,8 @@ _kvl_media() {
         files=directory
         case ${COMP_WORDS[1]} in
           check) words='--help --installer --json --os --verbose' ;;
-          make) words='--dry-run --help --inst --installer --jobs --json --launcher --layout --links'
-            words+=' --os --presorted --quiet --tag --verbose --volume-size' ;;
-          make) words='--config --dry-run --help --inst --installer --json --launcher'
-            words+=' --layout --os --presorted --quiet --tag --verbose --volume-size' ;;
+          make) words='--config --dry-run --help --inst --installer --jobs --json --launcher'
+            words+=' --layout --links --os --presorted --quiet --tag --verbose --volume-size' ;;
           *) files='' ;;
         esac ;;
     esac
