@@ -131,6 +131,19 @@ EntryState OpenFile::State() const {
   return StateOf(StatusOf(*file_, path_));
 }
 
+void OpenFile::ExpectReading() const {
+  constexpr off_t kWhole = 0;
+  ::posix_fadvise(file_->Number(), 0, kWhole, POSIX_FADV_DONTNEED);
+  ::posix_fadvise(file_->Number(), 0, kWhole, POSIX_FADV_SEQUENTIAL);
+}
+
+std::size_t OpenFile::Read(std::uint64_t at, std::span<char> buffer) const {
+  const ssize_t length =
+      ::pread(file_->Number(), buffer.data(), buffer.size(), static_cast<off_t>(at));
+  ThrowUnless<KVLInsExceptionErrno>(length >= 0, kCannotRead, path_);
+  return static_cast<std::size_t>(length);
+}
+
 OpenDirectory::OpenDirectory(const std::string& path)
     : OpenDirectory(std::make_unique<FileDescriptor>(path, kOpenDirectory), path) {}
 
@@ -181,6 +194,14 @@ EntryState OpenDirectory::Look(const std::string& name) const {
   return StateOf(status);
 }
 
+std::string OpenDirectory::Target(const std::string& name) const {
+  const std::string path = PathOf(name);
+  std::array<char, PATH_MAX> target;  // none is longer
+  const ssize_t length = ::readlinkat(Number(), name.c_str(), target.data(), target.size());
+  ThrowUnless<KVLInsException>(length >= 0, "readlink - ", path);
+  return {target.data(), static_cast<std::size_t>(length)};
+}
+
 OpenDirectory OpenDirectory::Directory(const std::string& name) const {
   const std::string path = PathOf(name);
   return {std::make_unique<FileDescriptor>(*directory_, name, kOpenDirectory | O_NOFOLLOW), path};
@@ -221,25 +242,16 @@ void OpenDirectory::CopyFile(const OpenFile& source, const std::string& name, Fi
   const auto file = NewFile(*directory_, name, path);
   constexpr std::size_t kBufferSize = 65536;
   std::array<char, kBufferSize> buffer;  // not cleared: every byte is read before it is written
-  for (off_t at = 0;;) {
-    const ssize_t length = ::pread(source.file_->Number(), buffer.data(), buffer.size(), at);
-    ThrowUnless<KVLInsExceptionErrno>(length >= 0, kCannotRead, source.path_);
+  for (std::uint64_t at = 0;;) {
+    const std::size_t length = source.Read(at, buffer);
     if (length == 0) break;
-    const std::string_view piece(buffer.data(), static_cast<std::size_t>(length));
+    const std::string_view piece(buffer.data(), length);
     if (see) see(piece);
     Write(*file, piece, path);
     at += length;
   }
   SetTimes(*file, Seconds(status.st_atime, status.st_mtime), path);
   Finish(*file, kind, path);
-}
-
-std::string OpenDirectory::Target(const std::string& name) const {
-  const std::string path = PathOf(name);
-  std::array<char, PATH_MAX> target;  // no link holds more
-  const ssize_t length = ::readlinkat(Number(), name.c_str(), target.data(), target.size());
-  ThrowUnless<KVLInsException>(length >= 0, "readlink - ", path);
-  return {target.data(), static_cast<std::size_t>(length)};
 }
 
 void OpenDirectory::MakeLink(const std::string& name, const std::string& target,

@@ -11,10 +11,12 @@
 // from can only be assigned to or destroyed.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -58,6 +60,15 @@ class OpenFile {
   /// As it is now. Throws KVLInsExceptionErrno "Cannot read " + path.
   [[nodiscard]] EntryState State() const;
 
+  /// Tells the system that the file will be read once, from its beginning to its end, and from the
+  /// disc: what memory holds of it is to be dropped. Whether the system can do so, nobody learns.
+  void ExpectReading() const;
+
+  /// Reads bytes from `at` on, and gives their number: fewer than fit only when the file ends there or
+  /// the system has no more at hand, 0 at its end. Several threads may read at once.
+  /// Throws KVLInsExceptionErrno "Cannot read " + path.
+  std::size_t Read(std::uint64_t at, std::span<char> buffer) const;
+
  private:
   friend class OpenDirectory;
   OpenFile(std::unique_ptr<internal::FileDescriptor> file, const std::string& path);
@@ -90,6 +101,10 @@ class OpenDirectory {
   /// error's text.
   [[nodiscard]] EntryState Look(const std::string& name) const;
 
+  /// What a symbolic link holds, byte for byte. Throws KVLInsException "readlink - " + path with the
+  /// error's text; that is the text of EINVAL for anything but a link.
+  [[nodiscard]] std::string Target(const std::string& name) const;
+
   /// Opens a directory. Throws KVLInsException "opendir - " + path with the error's text, also for a
   /// link to a directory.
   [[nodiscard]] OpenDirectory Directory(const std::string& name) const;
@@ -121,10 +136,6 @@ class OpenDirectory {
   /// path. The file then stays, partly written.
   void CopyFile(const OpenFile& source, const std::string& name, FileKind kind,
                 const std::function<void(std::string_view)>& see = {}) const;
-
-  /// What a link holds. Throws KVLInsException "readlink - " + path with the error's
-  /// text; that is the text of EINVAL for anything but a link.
-  [[nodiscard]] std::string Target(const std::string& name) const;
 
   /// Makes a link that holds `target`, which is not looked at. Nothing may be there yet. `time`, in
   /// seconds, becomes its access and modification time.
