@@ -10,6 +10,8 @@
 #include "companion/calls/check_call.h"
 #include "companion/calls/console_output.h"
 #include "companion/calls/make_call.h"
+#include "companion/calls/seal_call.h"
+#include "companion/calls/verify_call.h"
 
 namespace kvl {
 namespace {
@@ -35,7 +37,7 @@ std::string WhyRefused(const CLI::App& app, const CLI::ParseError& error) {
 }
 
 int Run(std::vector<std::string> arguments) {
-  CLI::App app("Checks and makes installation media.", "kvl-media");
+  CLI::App app("Checks, makes, seals and verifies installation media.", "kvl-media");
   app.set_version_flag("--version", "kvl-media " KVL_VERSION);
   app.set_help_flag("-h,--help", "Print this text");
   app.require_subcommand(1);
@@ -43,6 +45,10 @@ int Run(std::vector<std::string> arguments) {
   AddCheck(app, check);
   MakeCall make;
   AddMake(app, make);
+  SealCall seal;
+  AddSeal(app, seal);
+  VerifyCall verify;
+  AddVerify(app, verify);
 
   // Only for a check they mean something of their own; elsewhere the parser knows what they mean.
   const bool is_check = !arguments.empty() && arguments.front() == "check";
@@ -59,7 +65,9 @@ int Run(std::vector<std::string> arguments) {
   } catch (const CLI::ParseError& error) {
     return BadCall(WhyRefused(app, error));
   }
-  return app.got_subcommand("make") ? RunMake(make) : RunCheck(check, rest);
+  if (app.got_subcommand("make")) return RunMake(make);
+  if (app.got_subcommand("seal")) return RunSeal(seal);
+  return app.got_subcommand("verify") ? RunVerify(verify) : RunCheck(check, rest);
 }
 
 }  // namespace

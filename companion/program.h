@@ -1,4 +1,4 @@
-// kvl-media, the whole program: checks and makes installation media.
+// kvl-media, the whole program: checks, makes, seals and verifies installation media.
 #pragma once
 
 #include <string>

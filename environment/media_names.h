@@ -23,6 +23,7 @@ inline constexpr char kPayload[] = "payload";
 // the manifest, which is the same on all of them.
 inline constexpr char kListExtension[] = ".sha256";
 inline constexpr char kManifest[] = "media.manifest";
+inline constexpr char kSignature[] = "media.manifest.minisig";  ///< beside it, when it was signed
 
 // The description files and start scripts beside "inst", and what tells how to start.
 inline constexpr char kTableOfContents[] = "meta.TOCxml";

@@ -7,9 +7,11 @@ namespace kvl {
 
 /// What the program ends with.
 enum MediaStatus : int {
-  kFine = 0,      ///< no findings, or the media was made
-  kProblems = 1,  ///< findings, or a media that could not be made
-  kBadCall = 2,   ///< a bad call, or a report that could not be written
+  kFine = 0,             ///< no findings, or the media was made or sealed, or is whole
+  kProblems = 1,         ///< findings, or a media that could not be made or sealed, or is not whole
+  kBadCall = 2,          ///< a bad call, or a report that could not be written
+  kNotReadToTheEnd = 3,  ///< of a media that was verified, something could not be looked at
+  kFineInPart = 4,       ///< nothing is wrong with the volumes given, which are not all
 };
 
 inline constexpr char kCannotWrite[] = "the report cannot be written";

@@ -144,6 +144,9 @@ void AddMake(CLI::App& app, MakeCall& call) {
       ->check(CLI::Range(1, 256));
   make->add_option("--launcher", request.launcher,
                    "Launcher to put on the media (default: kvl-launcher beside this program)");
+  make->add_option("--sign", request.key,
+                   "Secret key file of minisign to sign the manifest with; no signature without it")
+      ->type_name("KEY");
   make->add_option("--os", request.os_name,
                    "Name of the operating-system directory below inst (default: linux)");
   make->add_flag("--dry-run", call.is_dry_run, "Say what would be made, and write nothing");

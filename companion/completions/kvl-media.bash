@@ -5,14 +5,14 @@ _kvl_media() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} words='' files=''
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
-    words='check make --help --version'
+    words='check make seal verify --help --version'
   else
     case $before in
       --layout) words='single flat sibling am' ;;
       --links) words='keep follow' ;;
       --installer)
         if [[ ${COMP_WORDS[1]} == make ]]; then files=any; fi ;;
-      --config | --launcher) files=any ;;
+      --config | --key | --launcher | --sign) files=any ;;
       --inst) files=directory ;;
       --jobs | --os | --tag | --volume-size) ;;
       *)
@@ -20,7 +20,10 @@ _kvl_media() {
         case ${COMP_WORDS[1]} in
           check) words='--help --installer --json --os --verbose' ;;
           make) words='--config --dry-run --help --inst --installer --jobs --json --launcher'
-            words+=' --layout --links --os --presorted --quiet --tag --verbose --volume-size' ;;
+            words+=' --layout --links --os --presorted --quiet --sign --tag --verbose'
+            words+=' --volume-size' ;;
+          seal) words='--help --key' ;;
+          verify) words='--help --jobs --json --key' ;;
           *) files='' ;;
         esac ;;
     esac

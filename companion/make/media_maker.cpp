@@ -14,6 +14,7 @@
 #include "companion/make/start_script_text.h"
 #include "companion/names/open_tree.h"
 #include "companion/names/path_below.h"
+#include "companion/seal/minisign.h"
 #include "environment/media_names.h"
 #include "insio/entry.h"
 #include "insio/exceptions.h"
@@ -70,7 +71,7 @@ class Maker {
     for (std::size_t i = 1; i <= plan_.volumes.size(); ++i) WritePayload(i);
     WriteFirstVolume();
     media_.List(1, names::kStartTui, start_script, FileKind::kProgram);
-    media_.Finish(request_.tag);
+    media_.Finish(request_.tag, Signer());
     top_.SyncFileSystem();
     const OpenDirectory& first_volume = media_.PlaceOf(1);
     top_.Rename(names::kUnfinished, first_volume, names::kStartTui);
@@ -150,6 +151,11 @@ class Maker {
 
   void Tell(std::size_t volume, const std::string& path) const {
     progress_(volume, path, bytes_done_, plan_.bytes_in_all);
+  }
+
+  MediaWriter::Signer Signer() const {
+    if (request_.key.empty()) return {};
+    return [this](const std::string& text) { return SignWithMinisign(request_.key, text); };
   }
 
   std::string StartScript(const std::string& arguments) const {

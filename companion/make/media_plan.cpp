@@ -17,6 +17,7 @@
 #include "companion/names/path_state.h"
 #include "companion/names/plain_text.h"
 #include "companion/seal/manifest.h"
+#include "companion/seal/minisign.h"
 #include "environment/media_names.h"
 #include "insio/entry.h"
 
@@ -53,6 +54,12 @@ PlannedFile PlanFile(const std::string& what, const std::string& path) {
   OpenFile file(path);
   const EntryState state = file.State();
   return {std::move(file), state};
+}
+
+void CheckKey(const std::string& key) {
+  if (key.empty()) return;
+  PlanFile("key", key);
+  if (!HasMinisign()) throw CannotMake(kNoMinisign);
 }
 
 OpenDirectory PlanDirectory(const std::string& path) {
@@ -134,9 +141,10 @@ void PlanVolumes(const MediaMakeRequest& request, MediaPlan& plan) {
   // Three directories and two programs have the names of their system in their paths.
   const std::uint64_t names =
       request.tag.size() + 5 * plan.programs.size() + plan.installer_name.size();
+  const std::uint64_t signature = request.key.empty() ? 0 : kDiscBlock;
   const VolumeRoom room = {.most_bytes = request.volume_size,
                            .on_first = first_bytes + OnDisc(ListLength(plan.inst_entries)),
-                           .in_manifest = ManifestLength(plan.inst_entries) + names};
+                           .in_manifest = ManifestLength(plan.inst_entries) + names + signature};
   plan.volumes = request.is_presorted
                      ? PresortedPayload(plan.payload, request.links, room)
                      : SplitPayload(ListPayload(plan.payload, request.links), room);
@@ -175,6 +183,7 @@ MediaPlan Plan(const MediaMakeRequest& request) {
   PlannedFile installer = PlanFile("installer", request.installer);
   PlannedFile launcher = PlanFile("launcher", request.launcher);
   CheckInstallerName(installer_name);
+  CheckKey(request.key);
   OpenDirectory payload = PlanDirectory(request.payload);
   const std::string directory = AbsolutePath(request.directory);
   CheckDirectory(directory);

@@ -31,6 +31,8 @@ struct MediaMakeRequest {
   /// Of the payload and of what goes into "inst".
   Links links = Links::kKept;
   std::size_t jobs = 1;  ///< so many files are copied beside each other
+  /// A secret key of minisign(1) to sign the manifest with; empty for no signature.
+  std::string key;
   /// Of all that is generated, in seconds; without it, that of the payload's newest file.
   std::optional<std::int64_t> time;
 };

@@ -7,6 +7,7 @@
 #include "companion/make/planned_copy.h"
 #include "companion/names/path_below.h"
 #include "companion/names/path_state.h"
+#include "companion/seal/marker_text.h"
 #include "environment/media_names.h"
 #include "media/marker.h"
 
@@ -19,10 +20,6 @@ using KVLInsIO::OpenDirectory;
 std::string In(const std::string& directory, const std::string& path) {
   if (directory.empty() || path.empty()) return directory + path;
   return PathBelow(directory, path);
-}
-
-std::string TextOfMarker(const std::string& tag) {
-  return "Volume marker\nMTBDIR=" + tag + "\n";
 }
 
 std::string MarkerOf(std::size_t volume) {
@@ -101,7 +98,7 @@ void MediaWriter::Link(std::size_t volume, const std::string& path, const Payloa
   records_[volume - 1].links.push_back({on_disc, entry.target});
 }
 
-void MediaWriter::Finish(const std::string& tag) {
+void MediaWriter::Finish(const std::string& tag, const Signer& sign) {
   WaitForCopies();
   const std::vector<Marker> markers = Markers(tag);
   for (const auto& [volume, path, text] : markers) {
@@ -110,8 +107,11 @@ void MediaWriter::Finish(const std::string& tag) {
   Manifest manifest = {.tag = tag, .layout = layout_, .volumes = {}};
   for (std::size_t i = 1; i <= records_.size(); ++i) manifest.volumes.push_back(WriteList(i));
   const std::size_t discs = DirectoryOf(1).empty() ? 1 : records_.size();
-  for (std::size_t i = 1; i <= discs; ++i) {
-    WriteAt(i, names::kManifest, TextOf(manifest), Kind::kPlain);
+  const std::string whole = TextOf(manifest);
+  for (std::size_t i = 1; i <= discs; ++i) WriteAt(i, names::kManifest, whole, Kind::kPlain);
+  if (sign) {
+    const std::string signature = sign(whole);
+    for (std::size_t i = 1; i <= discs; ++i) WriteAt(i, names::kSignature, signature, Kind::kPlain);
   }
   for (const auto& [volume, path, text] : markers) WriteAt(volume, path, text, Kind::kPlain);
   SetTimes();
@@ -174,8 +174,8 @@ ListedFile& MediaWriter::Add(std::size_t volume, const std::string& path, const 
 std::vector<MediaWriter::Marker> MediaWriter::Markers(const std::string& tag) const {
   std::vector<Marker> markers;
   for (std::size_t i = 1; i <= records_.size(); ++i) {
-    if (layout_ == Layout::kAm) markers.push_back({i, MarkerOf(i), TextOfMarker(tag + "-AM")});
-    markers.push_back({i, OnDisc(i, MarkerOf(i)), TextOfMarker(tag)});
+    if (layout_ == Layout::kAm) markers.push_back({i, MarkerOf(i), MarkerText(AmTag(tag))});
+    markers.push_back({i, OnDisc(i, MarkerOf(i)), MarkerText(tag)});
   }
   return markers;
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -52,9 +53,13 @@ class MediaWriter {
   /// A link that holds the same, with its time.
   void Link(std::size_t volume, const std::string& path, const PayloadEntry& entry, OpenTree& from);
 
+  /// Gives the signature of a manifest.
+  using Signer = std::function<std::string(const std::string& manifest)>;
+
   /// Writes what makes volumes of directories, each for all volumes: the lists, the manifest, the
-  /// markers. Gives all directories their time. Nothing else is to be written after that.
-  void Finish(const std::string& tag);
+  /// signature unless `sign` is empty, the markers. Gives all directories their time. Nothing else is
+  /// to be written after that. Throws also what `sign` throws.
+  void Finish(const std::string& tag, const Signer& sign);
 
   /// The place where the launcher finds the volume; open until the next call.
   const KVLInsIO::OpenDirectory& PlaceOf(std::size_t volume);

@@ -1,10 +1,24 @@
 // The words that both reports use.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
 #include "companion/check/media_report.h"
 #include "companion/names/layout_name.h"
 
 namespace kvl {
+
+inline std::string Padded(std::string text, std::size_t width) {
+  if (text.size() < width) text.append(width - text.size(), ' ');
+  return text;
+}
+
+/// A number and its word, with a plural s.
+inline std::string Counted(std::uint64_t count, const std::string& word) {
+  return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
+}
 
 /// For programs: stable.
 inline const char* CodeOf(Expectation expectation) {

@@ -11,16 +11,6 @@ namespace {
 constexpr std::size_t kLabelWidth = 11;
 constexpr std::size_t kMostOfOneCode = 10;  // lines for people; programs get more
 
-std::string Padded(std::string text, std::size_t width) {
-  if (text.size() < width) text.append(width - text.size(), ' ');
-  return text;
-}
-
-/// A number and its word, with a plural s.
-std::string Counted(std::uint64_t count, const std::string& word) {
-  return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
-}
-
 std::string LineOf(const std::string& label, const std::string& value) {
   return Padded(label, kLabelWidth) + value + "\n";
 }

@@ -14,11 +14,6 @@ void ThrowUnless(bool is_done) {
   if (!is_done) throw std::runtime_error("SHA-256 cannot be computed");
 }
 
-/// A file of the system, or one that a variable names, could have other code loaded.
-bool IsReadyWithoutConfiguration() {
-  return OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) == 1;
-}
-
 }  // namespace
 
 std::string Digest::Hex() const {
@@ -41,13 +36,17 @@ std::optional<Digest> Digest::FromHex(std::string_view text) {
   return digest;
 }
 
+bool IsCryptoReady() {
+  static const bool is_ready = OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) == 1;
+  return is_ready;
+}
+
 void Hasher::Free::operator()(evp_md_ctx_st* context) const {
   EVP_MD_CTX_free(context);
 }
 
 Hasher::Hasher() {
-  static const bool is_ready = IsReadyWithoutConfiguration();
-  ThrowUnless(is_ready);
+  ThrowUnless(IsCryptoReady());
   context_.reset(EVP_MD_CTX_new());
   ThrowUnless(context_ != nullptr &&
               EVP_DigestInit_ex(context_.get(), EVP_sha256(), /*impl=*/nullptr) == 1);

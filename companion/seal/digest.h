@@ -24,7 +24,11 @@ struct Digest {
   friend bool operator==(const Digest&, const Digest&) = default;
 };
 
-/// Of bytes that come piece by piece. Reads no configuration of the cryptographic library.
+/// To be called before the cryptographic library is used. It then reads no configuration: a file of the
+/// system, or one that a variable names, could have other code loaded. False when it cannot be used.
+bool IsCryptoReady();
+
+/// Of bytes that come piece by piece.
 /// Throws std::runtime_error "SHA-256 cannot be computed".
 class Hasher {
  public:

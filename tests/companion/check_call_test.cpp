@@ -41,7 +41,7 @@ TEST(KvlMedia, RefusesBadCallsWithOneLine) {
   }
 }
 
-constexpr char kHelp[] = R"(Checks and makes installation media.
+constexpr char kHelp[] = R"(Checks, makes, seals and verifies installation media.
 Usage: kvl-media [OPTIONS] SUBCOMMAND
 
 Options:
@@ -55,6 +55,10 @@ Subcommands:
                               are taken from the environment, or else from StartTUI.sh of the media.
   make                        Makes a media from a payload tree, split into volumes. DIR must be empty or missing;
                               nothing is ever overwritten. Volume i holds payload/i and its list of SHA-256, i.sha256.
+  seal                        Signs the manifest of a media, and writes the signature onto each of the volumes given.
+                              minisign does it, and asks for the password of the key. Verify the media before.
+  verify                      Reads a media and says whether it is what was made: which files are damaged, missing or
+                              not listed, and whether all volumes belong together. Changes nothing.
 
 )";
 
@@ -102,6 +106,7 @@ Options:
   --jobs UINT:INT in [1 - 256]
                               How many files are copied beside each other (default: one for each processor)
   --launcher TEXT             Launcher to put on the media (default: kvl-launcher beside this program)
+  --sign KEY                  Secret key file of minisign to sign the manifest with; no signature without it
   --os TEXT                   Name of the operating-system directory below inst (default: linux)
   --dry-run                   Say what would be made, and write nothing
   --json                      Write one JSON object instead of text
@@ -109,6 +114,40 @@ Options:
   --verbose                   Name each file on standard error when it is copied; with --dry-run in the text
 
 Exit status: 0 done, 1 the media could not be written, 2 bad call.
+)";
+
+constexpr char kHelpWithSeal[] =
+    R"(Signs the manifest of a media, and writes the signature onto each of the volumes given.
+minisign does it, and asks for the password of the key. Verify the media before.
+Usage: kvl-media seal [OPTIONS] DIR...
+
+Positionals:
+  DIR TEXT ... REQUIRED       Directory of a volume, or of directories 1, 2, ...
+
+Options:
+  -h,--help                   Print this text
+  --key TEXT REQUIRED         Secret key file of minisign
+
+Exit status: 0 done, 1 the media could not be sealed, 2 bad call.
+)";
+
+constexpr char kHelpWithVerify[] =
+    R"(Reads a media and says whether it is what was made: which files are damaged, missing or
+not listed, and whether all volumes belong together. Changes nothing.
+Usage: kvl-media verify [OPTIONS] DIR...
+
+Positionals:
+  DIR TEXT ... REQUIRED       Directory of a volume, or of directories 1, 2, ...
+
+Options:
+  -h,--help                   Print this text
+  --key TEXT                  Public key of minisign, or its file: the media must be signed with it
+  --jobs UINT:UINT in [1 - 64]
+                              How many files are read at a time (default: 1)
+  --json                      Write one JSON object instead of text
+
+Exit status: 0 whole (and genuine, with --key), 1 not, 2 bad call, 3 something could not be
+read, 4 nothing is wrong with the volumes given, and others were not looked at.
 )";
 
 TEST(KvlMedia, HelpsWithEverySubcommandAndTellsItsVersion) {
@@ -120,6 +159,8 @@ TEST(KvlMedia, HelpsWithEverySubcommandAndTellsItsVersion) {
       {{"check", "-h"}, kHelpWithCheck},
       {{"make", "--help"}, kHelpWithMake},
       {{"make", "-h"}, kHelpWithMake},
+      {{"seal", "--help"}, kHelpWithSeal},
+      {{"verify", "--help"}, kHelpWithVerify},
   };
   for (const auto& [arguments, help] : rows) {
     EXPECT_EQ(CheckWorld().Companion(arguments), (Outcome{0, help, ""}));

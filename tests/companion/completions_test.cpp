@@ -29,7 +29,9 @@ TEST(Completions, NameEveryOptionOfEverySubcommand) {
   };
   for (const Row& row : {Row{{"--help"}, 2, "words='check make", "\n", "'options:", "\n"},
                          Row{{"check", "--help"}, 5, "check) words=", ";;", "check)", ";;"},
-                         Row{{"make", "--help"}, 8, "make) words=", ";;", "make)", ";;"}}) {
+                         Row{{"make", "--help"}, 8, "make) words=", ";;", "make)", ";;"},
+                         Row{{"seal", "--help"}, 2, "seal) words=", ";;", "seal)", ";;"},
+                         Row{{"verify", "--help"}, 4, "verify) words=", ";;", "verify)", ";;"}}) {
     SCOPED_TRACE(row.in_bash);
     // One of them has a short form in front.
     const std::set<std::string> options =

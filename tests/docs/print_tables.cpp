@@ -10,6 +10,7 @@
 #include "companion/program.h"
 #include "companion/report/json_report.h"
 #include "companion/report/report_words.h"
+#include "companion/report/verify_report.h"
 #include "console/child_process.h"
 #include "environment/variables.h"
 #include "launcher/command_line.h"
@@ -55,6 +56,9 @@ void PrintJsonTables() {
     words.insert({CodeOf(Expectation(i)), CodeOf(InstallerSource(i)), CodeOf(Severity(i)),
                   CodeOf(VolumeState(i))});
   }
+  for (int i = 0; i <= static_cast<int>(FlawKind::kUnreadable); ++i) {
+    words.emplace(CodeOf(FlawKind(i)));
+  }
   Print("kvl-media.1 JSON, words", words);
 
   report.staged = true;  // so that the report has one of everything
@@ -62,7 +66,9 @@ void PrintJsonTables() {
   report.findings.Add(FindingKind::kColonInPath, "");
   MakeReport make_report;
   make_report.volumes.emplace_back();
-  const std::string json = JsonReport(report) + JsonReport(make_report);
+  VerifyReport verified;
+  verified.flaws.push_back({FlawKind::kMissing, ""});
+  const std::string json = JsonReport(report) + JsonReport(make_report) + VerifyJson(verified);
   std::set<std::string> keys;
   for (const test::Groups& key : test::MatchesIn(json, "\"(\\w+)\":")) keys.insert(key[1]);
   Print("kvl-media.1 JSON, keys", keys);
@@ -82,5 +88,6 @@ int main() {
   kvl::PrintLauncherTables();
   kvl::PrintJsonTables();
   kvl::PrintFindings();
-  kvl::Print("kvl-media.1 EXIT STATUS", std::set{kvl::kFine, kvl::kProblems, kvl::kBadCall});
+  kvl::Print("kvl-media.1 EXIT STATUS", std::set{kvl::kFine, kvl::kProblems, kvl::kBadCall,
+                                                 kvl::kNotReadToTheEnd, kvl::kFineInPart});
 }

@@ -19,10 +19,11 @@ const std::map<std::string, std::set<std::string>> kMayInclude = {
      {"companion/seal", "companion/names", "media", "console", "environment", "insio"}},
     {"companion/check",
      {"companion/names", "launcher", "media", "console", "environment", "insio"}},
-    {"companion/report", {"companion/names", "companion/check", "media"}},
+    {"companion/verify", {"companion/seal", "companion/names", "media", "environment", "insio"}},
+    {"companion/report", {"companion/names", "companion/check", "companion/verify", "media"}},
     {"companion/calls",
-     {"companion/names", "companion/make", "companion/check", "companion/report", "console",
-      "environment"}},
+     {"companion/names", "companion/seal", "companion/make", "companion/check", "companion/verify",
+      "companion/report", "console", "environment", "insio"}},
     {"companion", {"companion/calls"}},
 };
 

@@ -1,0 +1,48 @@
+#include "companion/calls/seal_call.h"
+
+#include <CLI/CLI.hpp>
+#include <exception>
+
+#include "companion/calls/console_output.h"
+#include "companion/calls/media_directories.h"
+#include "companion/names/plain_text.h"
+#include "companion/seal/minisign.h"
+#include "companion/verify/media_seal.h"
+#include "insio/entry.h"
+
+namespace kvl {
+
+void AddSeal(CLI::App& app, SealCall& call) {
+  CLI::App* seal = app.add_subcommand(
+      "seal",
+      "Signs the manifest of a media, and writes the signature onto each of the volumes given.\n"
+      "minisign does it, and asks for the password of the key. Verify the media before.");
+  seal->add_option("DIR", call.directories, "Directory of a volume, or of directories 1, 2, ...")
+      ->required();
+  seal->add_option("--key", call.key, "Secret key file of minisign")->required()->take_last();
+  seal->footer("Exit status: 0 done, 1 the media could not be sealed, 2 bad call.");
+}
+
+int RunSeal(const SealCall& call) {
+  std::vector<std::string> directories;
+  try {
+    directories = MediaDirectories(call.directories);
+  } catch (const std::exception& failure) {
+    return BadCall(MessageOf(failure));
+  }
+  if (!KVLInsIO::IsRegularFile(call.key)) return BadCall("the key is not there: " + call.key);
+  if (!HasMinisign()) return BadCall(kNoMinisign);
+  try {
+    const SealedMedia sealed = SealMedia(directories, call.key);
+    if (Write("Sealed a media with tag " + ToOneLine(sealed.tag) +
+              ", signatures: " + std::to_string(sealed.signatures) + ".\n")) {
+      return kFine;
+    }
+    BadCall("the media was sealed, but the message cannot be written");
+  } catch (const std::exception& failure) {
+    BadCall(MessageOf(failure));
+  }
+  return kProblems;
+}
+
+}  // namespace kvl

@@ -1,0 +1,73 @@
+#include "companion/calls/verify_call.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <exception>
+#include <optional>
+
+#include "companion/calls/console_output.h"
+#include "companion/calls/media_directories.h"
+#include "companion/names/bounded_text.h"
+#include "companion/names/plain_text.h"
+#include "companion/report/verify_report.h"
+#include "companion/verify/contents_comparison.h"
+#include "companion/verify/media_verify.h"
+
+namespace kvl {
+namespace {
+
+/// The one that a text is, or a file holds.
+std::optional<PublicKey> KeyOf(const std::string& text) {
+  if (const std::optional<PublicKey> key = PublicKey::From(text)) return key;
+  try {
+    return PublicKey::From(WholeText(KVLInsIO::OpenFile(text), kMostOfASignature));
+  } catch (const TooLong&) {
+    return {};
+  }
+}
+
+int StatusOf(const VerifyReport& report) {
+  const auto is_unread = [](const Flaw& flaw) { return flaw.kind == FlawKind::kUnreadable; };
+  if (std::any_of(report.flaws.begin(), report.flaws.end(), is_unread)) return kNotReadToTheEnd;
+  if (report.IsWhole()) return kFine;
+  return report.flaws.empty() && !report.looked_at.empty() ? kFineInPart : kProblems;
+}
+
+}  // namespace
+
+void AddVerify(CLI::App& app, VerifyCall& call) {
+  CLI::App* verify = app.add_subcommand(
+      "verify",
+      "Reads a media and says whether it is what was made: which files are damaged, missing or\n"
+      "not listed, and whether all volumes belong together. Changes nothing.");
+  verify->add_option("DIR", call.directories, "Directory of a volume, or of directories 1, 2, ...")
+      ->required();
+  verify
+      ->add_option("--key", call.key,
+                   "Public key of minisign, or its file: the media must be signed with it")
+      ->take_last();
+  verify->add_option("--jobs", call.jobs, "How many files are read at a time (default: 1)")
+      ->check(CLI::Range(1U, kMostJobs))
+      ->take_last();
+  verify->add_flag("--json", call.as_json, "Write one JSON object instead of text")->take_last();
+  verify->footer(
+      "Exit status: 0 whole (and genuine, with --key), 1 not, 2 bad call, 3 something could not "
+      "be\n"
+      "read, 4 nothing is wrong with the volumes given, and others were not looked at.");
+}
+
+int RunVerify(const VerifyCall& call) try {
+  VerifyRequest request = {
+      .directories = MediaDirectories(call.directories), .key = {}, .jobs = call.jobs};
+  if (!call.key.empty()) {
+    request.key = KeyOf(call.key);
+    if (!request.key) return BadCall("--key: no public key of minisign: " + call.key);
+  }
+  const VerifyReport report = VerifyMedia(request);
+  if (!Write(call.as_json ? VerifyJson(report) : VerifyText(report))) return BadCall(kCannotWrite);
+  return StatusOf(report);
+} catch (const std::exception& failure) {
+  return BadCall(MessageOf(failure));
+}
+
+}  // namespace kvl

@@ -1,0 +1,95 @@
+#include "companion/report/verify_report.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+#include "companion/names/layout_name.h"
+#include "companion/names/plain_text.h"
+#include "companion/report/report_words.h"
+
+namespace kvl {
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Numbers = std::vector<std::size_t>;
+
+/// In rising order.   1 2 3 5  =>  1-3, 5
+std::string Ranges(const Numbers& numbers) {
+  std::string text;
+  for (std::size_t i = 0; i < numbers.size(); ++i) {
+    std::size_t last = i;
+    while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1) ++last;
+    text += (text.empty() ? "" : ", ") + std::to_string(numbers[i]);
+    if (last > i) text += "-" + std::to_string(numbers[last]);
+    i = last;
+  }
+  return text;
+}
+
+/// The word, with a plural s, and the numbers.
+std::string Named(const std::string& word, const Numbers& numbers) {
+  return word + (numbers.size() == 1 ? " " : "s ") + Ranges(numbers);
+}
+
+std::string Line(const Flaw& flaw) {
+  constexpr std::size_t kLabelWidth = 14;
+  std::string label(CodeOf(flaw.kind));
+  std::replace(label.begin(), label.end(), '-', ' ');
+  const std::string detail = flaw.detail.empty() ? "" : ": " + ToOneLine(flaw.detail);
+  return Padded(label, kLabelWidth) + ToOneLine(flaw.path) + detail + "\n";
+}
+
+std::string Verdict(const VerifyReport& report) {
+  const Numbers rest = report.NotLookedAt();
+  const Numbers looked_at(report.looked_at.begin(), report.looked_at.end());
+  const std::string sizes = Counted(report.files, "file") + ", " + Counted(report.bytes, "byte");
+  const std::string left_out = rest.empty() ? "" : "; not looked at: " + Named("volume", rest);
+  if (!report.flaws.empty()) {
+    return Counted(report.flaws.size(), "problem") + "; read: " + sizes + left_out;
+  }
+  const std::string genuine = report.has_key ? " and genuine: " : ": ";
+  const std::string proof = report.has_key ? "" : "; not proven genuine: no key was given";
+  if (rest.empty()) {
+    return "Whole" + genuine + Counted(report.volumes, "volume") + ", " + sizes + proof;
+  }
+  return "Unharmed" + genuine + Named("volume", looked_at) + " of " +
+         std::to_string(report.volumes) + ", " + sizes + left_out + proof;
+}
+
+Json ListOf(const std::vector<Flaw>& flaws) {
+  Json list = Json::array();
+  for (const Flaw& flaw : flaws) {
+    list.push_back({{"code", CodeOf(flaw.kind)},
+                    {"path", ToOneLine(flaw.path)},
+                    {"text", ToOneLine(flaw.detail)}});
+  }
+  return list;
+}
+
+}  // namespace
+
+std::string VerifyText(const VerifyReport& report) {
+  std::string text;
+  for (const Flaw& flaw : report.flaws) text += Line(flaw);
+  return text + Verdict(report) + "\n";
+}
+
+std::string VerifyJson(const VerifyReport& report) {
+  constexpr int kFormat = 1, kIndent = 2;
+  Json json;
+  json["format"] = kFormat;
+  json["whole"] = report.IsWhole();
+  json["genuine"] = report.has_key ? Json(report.IsWhole()) : Json();
+  json["tag"] = ToOneLine(report.tag);
+  json["layout"] = report.volumes == 0 ? "unknown" : NameOf(report.layout);
+  json["volume_count"] = report.volumes;
+  json["looked_at"] = report.looked_at;
+  json["not_looked_at"] = report.NotLookedAt();
+  json["files"] = report.files;
+  json["bytes"] = report.bytes;
+  json["findings"] = ListOf(report.flaws);
+  return json.dump(kIndent) + "\n";
+}
+
+}  // namespace kvl

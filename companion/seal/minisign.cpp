@@ -1,0 +1,82 @@
+#include "companion/seal/minisign.h"
+
+#include <errno.h>
+
+#include <filesystem>
+#include <stdexcept>
+#include <stdlib.h>
+#include <system_error>
+#include <vector>
+
+#include "companion/names/bounded_text.h"
+#include "companion/names/path_below.h"
+#include "companion/seal/signature.h"
+#include "console/child_process.h"
+#include "console/signals.h"
+#include "environment/environment.h"
+#include "environment/media_names.h"
+#include "insio/open_directory.h"
+
+namespace kvl {
+namespace {
+
+using KVLInsIO::OpenDirectory;
+
+/// Runs a line of shell with these arguments, and gives its status.
+int RunInShell(const std::string& line, const std::vector<std::string>& arguments = {}) {
+  std::vector<std::string> command = {"/bin/sh", "-c", line, "sh"};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  const SignalScope signals;
+  ChildProcess child;
+  return child.Start(command, signals) ? child.Wait() : kNoExitCode;
+}
+
+/// A directory for one signature.
+class Workshop {
+ public:
+  Workshop() {
+    const std::string wanted = GetEnv("TMPDIR");
+    path_ = PathBelow(wanted.empty() ? "/tmp" : wanted, "kvl-media-XXXXXX");
+    if (::mkdtemp(path_.data()) == nullptr) {
+      throw std::system_error(errno, std::generic_category(), "no directory to sign in: " + path_);
+    }
+  }
+  ~Workshop() {
+    std::error_code lost;
+    std::filesystem::remove_all(path_, lost);
+  }
+  Workshop(const Workshop&) = delete;
+  Workshop& operator=(const Workshop&) = delete;
+
+  const std::string& Path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+}  // namespace
+
+bool HasMinisign() {
+  return RunInShell("command -v minisign > /dev/null") == 0;
+}
+
+std::string SignWithMinisign(const std::string& key, const std::string& text) {
+  const Workshop workshop;
+  const OpenDirectory directory(workshop.Path());
+  directory.WriteFile(names::kManifest, text, KVLInsIO::FileKind::kPlain);
+  // Without a time in the comment, the same signature is made whenever that is.
+  const int status =
+      RunInShell(R"(exec minisign -S -s "$1" -m "$2" -x "$3" -t "file:media.manifest" >&2)",
+                 {key, PathBelow(workshop.Path(), names::kManifest),
+                  PathBelow(workshop.Path(), names::kSignature)});
+  if (status != 0) {
+    throw std::runtime_error("minisign has not signed, status " + std::to_string(status));
+  }
+  std::string signature = WholeText(directory.File(names::kSignature), kMostOfASignature);
+  if (!WhyNoSignature(signature).empty()) {
+    throw std::runtime_error("minisign has written something else");
+  }
+  return signature;
+}
+
+}  // namespace kvl

@@ -1,0 +1,142 @@
+#include "companion/seal/signature.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <openssl/evp.h>
+#include <stdexcept>
+
+#include "companion/seal/digest.h"
+
+namespace kvl {
+namespace {
+
+constexpr std::string_view kComment = "untrusted comment: ";
+constexpr std::string_view kFirstLine = "untrusted comment: signature from minisign secret key";
+constexpr std::string_view kTrustedComment = "trusted comment: ";
+/// In front of a key or signature: what is signed is the text itself, or its BLAKE2b digest.
+constexpr std::string_view kOfText = "Ed", kOfDigest = "ED";
+constexpr std::size_t kIdSize = 8, kKeySize = 32, kSignatureSize = 64;
+
+constexpr char kNoSignature[] = "no signature of minisign";
+
+void ThrowUnless(bool is_done) {
+  if (!is_done) throw std::runtime_error("signatures cannot be verified");
+}
+
+const unsigned char* Unsigned(std::string_view text) {
+  return reinterpret_cast<const unsigned char*>(text.data());
+}
+
+/// The bytes of a text that is their one form in base64.
+std::optional<std::string> Decoded(std::string_view text) {
+  constexpr std::size_t kLetters = 4, kBytes = 3;
+  if (text.empty() || text.size() % kLetters != 0) return {};
+  std::string bytes(text.size() / kLetters * kBytes, '\0');
+  auto* const room = reinterpret_cast<unsigned char*>(bytes.data());
+  if (EVP_DecodeBlock(room, Unsigned(text), static_cast<int>(text.size())) < 0) return {};
+  bytes.resize(bytes.size() - (text.ends_with("==") ? 2 : text.ends_with('=') ? 1 : 0));
+  std::string again(text.size() + 1, '\0');  // and a NUL byte
+  EVP_EncodeBlock(reinterpret_cast<unsigned char*>(again.data()), Unsigned(bytes),
+                  static_cast<int>(bytes.size()));
+  again.pop_back();
+  if (again != text) return {};
+  return bytes;
+}
+
+/// Takes the first line off a text; nothing when it has none.
+std::optional<std::string_view> TakeLine(std::string_view& text) {
+  const std::size_t end = text.find('\n');
+  if (end == std::string_view::npos) return {};
+  const std::string_view line = text.substr(0, end);
+  text.remove_prefix(end + 1);
+  return line;
+}
+
+struct Signature {
+  bool is_of_digest = false;
+  std::string key_id, bytes;
+  std::string comment, of_comment;  ///< the latter signs the bytes and the former
+
+  static std::optional<Signature> From(std::string_view text) {
+    const auto first = TakeLine(text), signature = TakeLine(text), comment = TakeLine(text),
+               of_comment = TakeLine(text);
+    if (!of_comment || !text.empty() || first != kFirstLine ||
+        !comment->starts_with(kTrustedComment)) {
+      return {};
+    }
+    const auto bytes = Decoded(*signature), global = Decoded(*of_comment);
+    constexpr std::size_t kBegin = kOfText.size() + kIdSize;
+    if (!bytes || !global || bytes->size() != kBegin + kSignatureSize ||
+        global->size() != kSignatureSize ||
+        (!bytes->starts_with(kOfText) && !bytes->starts_with(kOfDigest))) {
+      return {};
+    }
+    return Signature{bytes->starts_with(kOfDigest), bytes->substr(kOfText.size(), kIdSize),
+                     bytes->substr(kBegin), std::string(comment->substr(kTrustedComment.size())),
+                     *global};
+  }
+};
+
+std::string Blake2b(std::string_view text) {
+  std::string digest(EVP_MAX_MD_SIZE, '\0');
+  unsigned length = 0;
+  ThrowUnless(EVP_Digest(text.data(), text.size(), reinterpret_cast<unsigned char*>(digest.data()),
+                         &length, EVP_blake2b512(), /*impl=*/nullptr) == 1);
+  digest.resize(length);
+  return digest;
+}
+
+struct Free {
+  void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
+  void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
+};
+
+/// By Ed25519.
+bool IsSigned(const PublicKey& key, std::string_view text, std::string_view signature) {
+  const std::unique_ptr<EVP_PKEY, Free> raw(EVP_PKEY_new_raw_public_key(
+      EVP_PKEY_ED25519, /*e=*/nullptr, key.bytes.data(), key.bytes.size()));
+  const std::unique_ptr<EVP_MD_CTX, Free> context(EVP_MD_CTX_new());
+  ThrowUnless(raw != nullptr && context != nullptr &&
+              EVP_DigestVerifyInit(context.get(), /*pctx=*/nullptr, /*type=*/nullptr,
+                                   /*e=*/nullptr, raw.get()) == 1);
+  return EVP_DigestVerify(context.get(), Unsigned(signature), signature.size(), Unsigned(text),
+                          text.size()) == 1;
+}
+
+}  // namespace
+
+std::optional<PublicKey> PublicKey::From(std::string_view text) {
+  if (text.starts_with(kComment)) TakeLine(text);
+  if (text.ends_with('\n')) text.remove_suffix(1);
+  const std::optional<std::string> bytes = Decoded(text);
+  if (!bytes || bytes->size() != kOfText.size() + kIdSize + kKeySize ||
+      !bytes->starts_with(kOfText)) {
+    return {};
+  }
+  PublicKey key;
+  const auto id = bytes->begin() + kOfText.size();
+  std::copy_n(id, kIdSize, key.id.begin());
+  std::copy_n(id + kIdSize, kKeySize, key.bytes.begin());
+  return key;
+}
+
+std::string WhyNotGenuine(const PublicKey& key, std::string_view text, std::string_view signature) {
+  const std::optional<Signature> parts = Signature::From(signature);
+  if (!parts) return kNoSignature;
+  if (!std::equal(key.id.begin(), key.id.end(), Unsigned(parts->key_id))) {
+    return "signed with another key";
+  }
+  ThrowUnless(IsCryptoReady());
+  if (!IsSigned(key, parts->is_of_digest ? Blake2b(text) : text, parts->bytes)) {
+    return "not the signature of this manifest";
+  }
+  const bool is_whole = IsSigned(key, parts->bytes + parts->comment, parts->of_comment);
+  return is_whole ? "" : "its comment was changed";
+}
+
+std::string WhyNoSignature(std::string_view signature) {
+  return Signature::From(signature) ? "" : kNoSignature;
+}
+
+}  // namespace kvl

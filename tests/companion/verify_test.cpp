@@ -1,0 +1,483 @@
+// kvl-media verify and seal: what they say of a media that is whole, of parts of it, of each kind of
+// flaw, and what they refuse.
+
+#include "companion/program.h"
+#include "companion/seal/signature.h"
+#include "tests/companion/sealed_world.h"
+#include "tests/support/call_filter.h"
+
+namespace kvl::test {
+namespace {
+
+constexpr char kNoKey[] = "; not proven genuine: no key was given\n";
+
+class VerifyTest : public testing::Test {
+ protected:
+  /// Makes the media, changes it, and compares what is said of it; its last line is only the beginning.
+  void ExpectFlaws(const std::string& layout, const std::string& change, const std::string& flaws,
+                   int status = 1) {
+    SCOPED_TRACE(change);
+    fs::remove_all(world_.Path("media"));
+    world_.Make(layout);
+    world_.Change(change);
+    const Outcome seen = world_.Verify({"{media}"});
+    const std::size_t last = seen.out.rfind('\n', seen.out.size() - 2) + 1;
+    EXPECT_EQ(seen.out.substr(0, last), world_.Text(flaws));
+    const auto count = std::count(flaws.begin(), flaws.end(), '\n');
+    EXPECT_THAT(seen.out.substr(last), testing::StartsWith(std::to_string(count) + " problem"));
+    EXPECT_EQ(seen.status, status);
+    EXPECT_EQ(seen.err, "");
+  }
+
+  SealedWorld world_;
+};
+
+TEST_F(VerifyTest, CallsAMediaWholeInEveryLayout) {
+  const std::vector<std::pair<std::string, std::string>> rows = {
+      {"single", "Whole: 1 volume, 12 files, <n> bytes"},
+      {"flat", "Whole: 2 volumes, 15 files, <n> bytes"},
+      {"sibling", "Whole: 2 volumes, 15 files, <n> bytes"},
+      {"am", "Whole: 2 volumes, 17 files, <n> bytes"}};
+  for (const auto& [layout, said] : rows) {
+    SCOPED_TRACE(layout);
+    world_.Make(layout);
+    const auto before = DescribeTreeExactly(world_.Path("media"));
+    for (const char* jobs : {"1", "2", "64"}) {
+      world_.ExpectVerified({"{media}", "--jobs", jobs}, 0, said + kNoKey);
+    }
+    EXPECT_EQ(DescribeTreeExactly(world_.Path("media")), before);
+    fs::remove_all(world_.Path("media"));
+  }
+}
+
+TEST_F(VerifyTest, LooksAtTheVolumesGivenAndNamesTheOthers) {
+  world_.Make("sibling");
+  world_.ExpectVerified({"{media/2}", "{media/1}"}, 0,
+                        std::string("Whole: 2 volumes, 15 files, <n> bytes") + kNoKey);
+  world_.ExpectVerified(
+      {"{media/2}"}, 4,
+      std::string("Unharmed: volume 2 of 2, 3 files, <n> bytes; not looked at: volume 1") + kNoKey);
+  world_.Change("move media/2 elsewhere");
+  world_.ExpectVerified({"{media}", "{elsewhere}"}, 0,
+                        std::string("Whole: 2 volumes, 15 files, <n> bytes") + kNoKey);
+  world_.ExpectVerified({"{media}"}, 1, R"(missing       {media/2}
+1 problem; read: 12 files, <n> bytes; not looked at: volume 2
+)");
+}
+
+TEST_F(VerifyTest, NamesRangesOfVolumes) {
+  world_.Change("dir payload/3; dir payload/4; dir payload/5; dir payload/6");
+  world_.Make("am");
+  world_.ExpectVerified({"{media/2}", "{media/4}", "{media/3}"}, 4,
+                        std::string("Unharmed: volumes 2-4 of 6, 8 files, <n> bytes; "
+                                    "not looked at: volumes 1, 5-6") +
+                            kNoKey);
+}
+
+TEST_F(VerifyTest, NamesWhatHasChangedInFiles) {
+  ExpectFlaws("sibling", "file media/1/payload/1/a onE", "damaged       {media/1/payload/1/a}\n");
+  ExpectFlaws("am", "file media/2/media/2/2.txt more; remove media/1/media/1/inst/volumes.txt",
+              "missing       {media/1/media/1/inst/volumes.txt}\n"
+              "damaged       {media/2/media/2/2.txt}\n");
+  ExpectFlaws("flat", "file media/payload/2/a \\n; file media/payload/1/b/program",
+              "damaged       {media/payload/1/b/program}\n"
+              "damaged       {media/payload/2/a}\n");
+  ExpectFlaws("single", "file media/new; dir media/lost+found; file media/payload/x y",
+              "not listed    {media/lost+found}\n"
+              "not listed    {media/new}\n"
+              "not listed    {media/payload/x}\n");
+  ExpectFlaws("sibling", "move media/2/payload/2/\\xFFc media/2/payload/2/\\n",
+              "not listed    {media/2/payload/2}/\\x0A\n"
+              "missing       {media/2/payload/2}/\\xFFc\n");
+  ExpectFlaws("sibling", "remove media/2/payload/2/empty; file media/beside; dir media/3",
+              "not listed    {media/beside}\n"
+              "missing       {media/3/media.manifest}\n"
+              "missing       {media/2/payload/2/empty}\n");
+}
+
+TEST_F(VerifyTest, NamesWhatIsOfAnotherKind) {
+  ExpectFlaws("single", "link media/1.txt payload; pipe media/media.db; dir media/media.xml",
+              "wrong kind    {media/1.txt}: no regular file\n"
+              "wrong kind    {media/media.db}: no regular file\n"
+              "wrong kind    {media/media.xml}: no regular file\n");
+  ExpectFlaws("sibling", "remove media/2/payload; link media/2/payload ../1/payload",
+              "wrong kind    {media/2/payload}: no directory\n"
+              "missing       {media/2/payload/2}\n"
+              "missing       {media/2/payload/2/a}\n"
+              "missing       {media/2/payload/2/empty}\n"
+              "missing       {media/2/payload/2}/\\xFFc\n");
+  ExpectFlaws("single", "pipe media/media.manifest",
+              "wrong kind    {media/media.manifest}: no regular file\n");
+  ExpectFlaws("single", "move media/1.sha256 list; link media/1.sha256 ../list",
+              "wrong kind    {media/1.sha256}: no regular file\n");
+  ExpectFlaws("sibling", "move media/2 2; link media/2 ../2",
+              "wrong kind    {media/2}: no directory\nmissing       {media/2}\n");
+}
+
+TEST_F(VerifyTest, NamesWhatIsOfAnotherModeAndACarrierThatKeepsNoneOnce) {
+  ExpectFlaws("single", "mode 755 media/payload/1/a; mode 644 media/StartTUI.sh",
+              "wrong mode    {media/StartTUI.sh}: not executable\n"
+              "wrong mode    {media/payload/1/a}: executable\n");
+  ExpectFlaws("sibling", "mode 711 media/2/media.manifest; mode 655 media/2/2.sha256",
+              "wrong mode    {media/2/2.sha256}: executable\n"
+              "wrong mode    {media/2/media.manifest}: executable\n");
+  const auto change_all = [&](unsigned mode) {
+    for (const std::string& file : world_.FilesOf()) SetMode(world_.Path(file), mode);
+  };
+  fs::remove_all(world_.Path("media"));
+  world_.Make("sibling");
+  change_all(0755);
+  world_.ExpectVerified(
+      {"{media}"}, 1,
+      "wrong mode    {media/1}: every file is executable: no modes are kept here\n"
+      "wrong mode    {media/2}: every file is executable: no modes are kept here\n"
+      "2 problems; read: 15 files, <n> bytes\n");
+  change_all(0444);
+  world_.ExpectVerified({"{media}"}, 1,
+                        "wrong mode    {media/1}: no file is executable: no modes are kept here\n"
+                        "1 problem; read: 15 files, <n> bytes\n");
+}
+
+TEST_F(VerifyTest, NamesWhatTheMediaSaysOfItselfAndDoesNotFit) {
+  ExpectFlaws("sibling", "remove media/1/media.manifest",
+              "missing       {media/1/media.manifest}\n");
+  ExpectFlaws("flat", "remove media/media.manifest", "missing       {media/media.manifest}\n");
+  ExpectFlaws("single", "file media/media.manifest x",
+              "bad manifest  {media/media.manifest}: line 1: no line feed at its end\n");
+  ExpectFlaws("sibling", "remove media/2/2.sha256", "missing       {media/2/2.sha256}\n");
+  ExpectFlaws("flat", "remove media/2.sha256", "missing       {media/2.sha256}\n");
+  ExpectFlaws("am", "file media/2/2.sha256 x",
+              "wrong list    {media/2/2.sha256}: not the one that the manifest is about\n");
+  ExpectFlaws("sibling", "move media/1 1; move media/2 media/1; move 1 media/2",
+              "other volume  {media/1}: volume 2\nother volume  {media/2}: volume 1\n");
+  ExpectFlaws("sibling", "file media/2/1.sha256 x", "not listed    {media/2/1.sha256}\n");
+}
+
+TEST_F(VerifyTest, TellsAVolumeOfAnotherMediaOrReleaseMixedIn) {
+  world_.Make("sibling", {}, "old");
+  world_.Change("file payload/1/a new");
+  world_.Make("sibling");
+  world_.ExpectVerified({"{media/1}", "{old/2}"}, 1,
+                        "other media   {old/2/media.manifest}: not the manifest of {media/1}\n"
+                        "1 problem; read: 12 files, <n> bytes; not looked at: volume 2\n");
+}
+
+/// The manifest of {media} with a replacement, and all that vouches for it.
+void ChangeManifest(const SealedWorld& world, const std::string& what, const std::string& instead) {
+  const std::string path = world.Path("media/media.manifest");
+  std::string text = ReadFile(path);
+  const std::size_t at = text.find(what);
+  ASSERT_NE(at, std::string::npos);
+  WriteFile(path, text.replace(at, what.size(), instead));
+}
+
+TEST_F(VerifyTest, HoldsTheManifestAgainstWhatTheListsVouchFor) {
+  const std::vector<std::tuple<std::string, std::string, std::string>> rows = {
+      {"tag T 1", "tag T 2",
+       "other tag     {media/1.txt}: not a marker with the tag of the manifest\n"},
+      {"volume 1 12", "volume 1 13", "wrong list    {media/1.sha256}: does not fit the manifest\n"},
+      {"volume 1 12 ", "volume 1 12 1",
+       "bad manifest  {media/media.manifest}: the number of bytes is not that of the files\n"},
+      {"program payload/1/b/program", "program payload/1/b/programs",
+       "wrong list    {media/1.sha256}: does not fit the manifest\n"},
+      {"program payload/1/b/program", "link payload/1/b/program\tx",
+       "bad manifest  {media/media.manifest}: a path of a list, too\n"},
+      {"directory payload/1/b\n", "directory payload/1/b\ndirectory payload/1/c\n",
+       "missing       {media/payload/1/c}\n"},
+      {"end\n", "link l\tpayload/1/a\nend\n", "missing       {media/l}\n"}};
+  for (const auto& [what, instead, said] : rows) {
+    SCOPED_TRACE(instead);
+    fs::remove_all(world_.Path("media"));
+    world_.Make("single");
+    ChangeManifest(world_, what, instead);
+    EXPECT_THAT(world_.Verify({"{media}"}).out,
+                testing::StartsWith(world_.Text(said) + "1 problem; read: "));
+  }
+}
+
+TEST_F(VerifyTest, ComparesLinksByWhatTheyHold) {
+  world_.Make("single");
+  ChangeManifest(world_, "end\n", "link payload/l\t../1.txt\nend\n");
+  world_.Change("link media/payload/l ../1.txt");
+  world_.ExpectVerified({"{media}"}, 0,
+                        std::string("Whole: 1 volume, 12 files, <n> bytes") + kNoKey);
+  world_.Change("link media/payload/l \\n");
+  world_.ExpectVerified({"{media}"}, 1,
+                        "wrong link    {media/payload/l}: leads to \\x0A instead of ../1.txt\n"
+                        "1 problem; read: 12 files, <n> bytes\n");
+  world_.Change("remove media/payload/l; file media/payload/l ../1.txt");
+  world_.ExpectVerified({"{media}"}, 1,
+                        "wrong kind    {media/payload/l}: no symbolic link\n"
+                        "1 problem; read: 12 files, <n> bytes\n");
+}
+
+TEST_F(VerifyTest, NeverCallsFineWhatItCannotRead) {
+  world_.Make("sibling");
+  world_.Change("mode 0 media/1/payload/1/a; mode 0 media/2/payload");
+  Outcome seen = world_.Companion({"verify", "media"}, {}, GiveUpPermissions);
+  seen.out = Replaced(seen.out, ", [0-9]+ bytes?", ", <n> bytes");
+  EXPECT_EQ(seen,
+            (Outcome{3,
+                     world_.Text("unreadable    {media/1/payload/1/a}: Cannot read "
+                                 "{media/1/payload/1/a} - Permission denied\n"
+                                 "unreadable    {media/2/payload}: opendir - {media/2/payload} - "
+                                 "Permission denied\n"
+                                 "2 problems; read: 13 files, <n> bytes\n"),
+                     ""}));
+  world_.Change("mode 755 media/2/payload");
+  seen = RunIsolated([&] {
+    FilterCalls({SYS_pread64}, SECCOMP_RET_ERRNO | EIO);
+    return RunKvlMedia({"verify", world_.Path("media/1")});
+  });
+  EXPECT_EQ(seen, (Outcome{3,
+                           world_.Text("unreadable    {media/1/media.manifest}: Cannot read "
+                                       "{media/1/media.manifest} - Input/output error\n"
+                                       "1 problem; read: 0 files, 0 bytes\n"),
+                           ""}));
+}
+
+TEST_F(VerifyTest, WritesOneObjectForPrograms) {
+  world_.Make("sibling");
+  world_.Change("file media/2/\\xFF");
+  Outcome seen = world_.Verify({"{media/2}", "--json"});
+  seen.out = Replaced(seen.out, "\"bytes\": [0-9]+", "\"bytes\": <n>");
+  seen.out = Replaced(seen.out, world_.Path("media"), "media");
+  EXPECT_EQ(seen, (Outcome{1, R"({
+  "format": 1,
+  "whole": false,
+  "genuine": null,
+  "tag": "T 1",
+  "layout": "sibling",
+  "volume_count": 2,
+  "looked_at": [
+    2
+  ],
+  "not_looked_at": [
+    1
+  ],
+  "files": 3,
+  "bytes": <n>,
+  "findings": [
+    {
+      "code": "not-listed",
+      "path": "media/2/\\xFF",
+      "text": ""
+    }
+  ]
+}
+)",
+                           ""}));
+}
+
+TEST_F(VerifyTest, SaysThatNothingIsThere) {
+  world_.Change("dir empty; dir holder/1; file holder/x; file other/1");
+  world_.ExpectVerified({"{empty}"}, 1,
+                        "missing       {empty/media.manifest}\n"
+                        "1 problem; read: 0 files, <n> bytes\n");
+  world_.ExpectVerified({"{holder}"}, 1,
+                        "missing       {holder/1/media.manifest}\n"
+                        "1 problem; read: 0 files, <n> bytes\n");
+  world_.ExpectVerified({"{other}"}, 1,
+                        "wrong kind    {other/1}: no directory\n"
+                        "1 problem; read: 0 files, <n> bytes\n");
+}
+
+TEST_F(VerifyTest, RefusesBadCalls) {
+  world_.Change("dir media; file key x");
+  const std::vector<std::pair<Lines, std::string>> rows = {
+      {{}, "DIR is required (see --help)"},
+      {{"{no}"}, "not a directory: {no}"},
+      {{"{media}", "{key}"}, "not a directory: {key}"},
+      {{"{media}", "--key", "{key}"}, "--key: no public key of minisign: {key}"},
+      {{"{media}", "--key", "{no}"}, "Cannot read {no} - No such file or directory"},
+      {{"{media}", "--jobs", "0"}, "--jobs: Value 0 not in range 1 to 64 (see --help)"},
+      {{"{media}", "--jobs", "65"}, "--jobs: Value 65 not in range 1 to 64 (see --help)"}};
+  for (const auto& [arguments, line] : rows) {
+    world_.ExpectRefused(world_.Verify(arguments), world_.Text(line));
+  }
+  world_.ExpectRefused(world_.Companion({"seal", "media", "--key", "no"}),
+                       "the key is not there: no");
+  world_.ExpectRefused(world_.Companion({"seal", "no", "--key", "key"}), "not a directory: no");
+  world_.ExpectRefused(world_.Companion({"seal", "media", "--key", "key"}, {{"PATH", "/nowhere"}}),
+                       "minisign is needed to sign, and is not there");
+  world_.ExpectRefused(world_.Companion({"verify", "media"}, {},
+                                        [] {
+                                          ::close(STDOUT_FILENO);
+                                          ::open("/dev/full", O_WRONLY);
+                                        }),
+                       "the report cannot be written");
+}
+
+// Signatures.
+
+constexpr char kPublicKey[] = "RWTVOFDDqbeI5pcJ+Pq9hpZKcwaMSPtVtb8WclziSVCOik12ihXy4ADV";
+constexpr char kSignature[] =
+    "untrusted comment: signature from minisign secret key\n"
+    "RUTVOFDDqbeI5oY9QQG8OW/X5Ch4gL5tyPMWQkR4rJrCJMwHCkbZ7VoD01xdWyqIzEPaKIF7n4dlKSwnx1g99mN1XfX3"
+    "lvqBZw4=\n"
+    "trusted comment: file:media.manifest\n"
+    "lYYXdVg4SKfygIbqH5bDiHqOPVS2v54K43HZWuNnVFVJMWVNoEdroa56yy6u8wezMC4dbW47M9EeIazz3tBWBw==\n";
+
+TEST(Signature, ProvesTheVeryTextAndNoByteOfItCanChange) {
+  const std::optional<PublicKey> key = PublicKey::From(kPublicKey);
+  ASSERT_TRUE(key);
+  EXPECT_EQ(WhyNotGenuine(*key, "hello\n", kSignature), "");
+  EXPECT_EQ(WhyNotGenuine(*key, "hello", kSignature), "not the signature of this manifest");
+  EXPECT_EQ(WhyNoSignature(kSignature), "");
+  const std::string signature = kSignature;
+  std::map<std::string, int> reasons;
+  for (std::size_t at = 0; at < signature.size(); ++at) {
+    for (int bit = 0; bit < 8; ++bit) {
+      std::string other = signature;
+      other[at] = static_cast<char>(other[at] ^ (1 << bit));
+      ++reasons[WhyNotGenuine(*key, "hello\n", other)];
+    }
+    ++reasons[WhyNotGenuine(*key, "hello\n", signature.substr(0, at))];
+    ++reasons[WhyNotGenuine(*key, "hello\n", std::string(signature).insert(at, "\n"))];
+  }
+  ++reasons[WhyNotGenuine(*key, "hello\n", signature + "\n")];
+  EXPECT_THAT(reasons, testing::ElementsAre(testing::Key("its comment was changed"),
+                                            testing::Key("no signature of minisign"),
+                                            testing::Key("not the signature of this manifest"),
+                                            testing::Key("signed with another key")));
+}
+
+TEST(Signature, KnowsTheOlderFormToo) {
+  // minisign -S -l
+  const std::string signature =
+      "untrusted comment: signature from minisign secret key\n"
+      "RWTVOFDDqbeI5lHfsmbhFH8cHOVExRiTxo6L7CBD74jlEgP6PiP2dEHWQFQxn8obK0+bpz9q9zxFoB0TG8i+1iAeBx3F"
+      "L7A3WgY=\n"
+      "trusted comment: timestamp:1795353568\tfile:m\n"
+      "pdnyHWgenZHrujq5ydbvIU8jBe5GFBoM9prIsmr3JotNqexggjRkC0rGvZh5eFtvucFmWfsl62fR4nlqHyMaAQ==\n";
+  EXPECT_EQ(WhyNotGenuine(*PublicKey::From(kPublicKey), "hello\n", signature), "");
+}
+
+TEST(Signature, NeedsAKeyOfThatForm) {
+  const std::string key = kPublicKey;
+  EXPECT_TRUE(PublicKey::From(key + "\n"));
+  EXPECT_TRUE(PublicKey::From("untrusted comment: minisign public key E6\n" + key + "\n"));
+  for (const std::string& other :
+       {std::string(), key + "=", key.substr(4), "x\n" + key, key + "\n\n", "RW=" + key.substr(3),
+        std::string(kSignature), "untrusted comment: " + key}) {
+    EXPECT_FALSE(PublicKey::From(other)) << other;
+  }
+}
+
+class SealTest : public VerifyTest {
+ protected:
+  void SetUp() override {
+    if (!SealedWorld::HasMinisign()) GTEST_SKIP() << "there is no minisign";
+    world_.MakeKeys();
+    world_.MakeKeys("other");
+  }
+
+  Outcome Seal(const Lines& further) const {
+    Lines arguments = {"seal"};
+    arguments.insert(arguments.end(), further.begin(), further.end());
+    return world_.Companion(arguments, {{"PATH", "/usr/bin:/bin"}, {"TMPDIR", world_.Path("tmp")}});
+  }
+};
+
+TEST_F(SealTest, SignsEveryVolumeInEveryLayoutForMinisignItself) {
+  world_.Change("dir tmp");
+  for (const std::string layout : {"single", "flat", "sibling", "am"}) {
+    SCOPED_TRACE(layout);
+    world_.Make(layout);
+    world_.Make(layout, {"--sign", world_.Path("key")}, "signed");
+    const bool has_own = layout == "sibling" || layout == "am";
+    const std::string signatures = has_own ? "2" : "1";
+    const Outcome sealed = {0, "Sealed a media with tag T 1, signatures: " + signatures + ".\n",
+                            ""};
+    EXPECT_EQ(Seal({"media", "--key", "key"}), sealed);
+    EXPECT_EQ(Seal({"media", "--key", "key"}), sealed);
+    EXPECT_EQ(DescribeTree(world_.Path("signed")), DescribeTree(world_.Path("media")));
+    const std::string volumes = layout == "single" ? "1 volume, " : "2 volumes, ";
+    EXPECT_THAT(world_.Verify({"{media}", "--key", "{key.pub}"}).out,
+                testing::StartsWith("Whole and genuine: " + volumes));
+    for (int i = 1; i <= (has_own ? 2 : 1); ++i) {
+      const std::string disc = world_.Path(has_own ? "media/" + std::to_string(i) : "media");
+      EXPECT_EQ(RunProgram({{"/usr/bin/minisign", "-Vqm", disc + "/media.manifest", "-p",
+                             world_.Path("key.pub")}}),
+                Outcome{});
+    }
+    fs::remove_all(world_.Path("media"));
+    fs::remove_all(world_.Path("signed"));
+  }
+  EXPECT_THAT(DescribeTree(world_.Path("tmp")), IsEmpty());
+}
+
+TEST_F(SealTest, IsLookedForWithTheKeyAlone) {
+  world_.Make("sibling");
+  const std::string line = ReadFile(world_.Path("key.pub"));
+  const std::string key = line.substr(line.find('\n') + 1, 56);
+  world_.ExpectVerified({"{media}", "--key", key}, 1,
+                        "missing       {media/1/media.manifest.minisig}\n"
+                        "missing       {media/2/media.manifest.minisig}\n"
+                        "2 problems; read: 15 files, <n> bytes\n");
+  world_.Change("dir tmp");
+  Seal({"media/1", "--key", "key"});
+  Seal({"media/2", "--key", "other"});
+  world_.ExpectVerified({"{media}"}, 0,
+                        std::string("Whole: 2 volumes, 15 files, <n> bytes") + kNoKey);
+  world_.ExpectVerified({"{media}", "--key", key}, 1,
+                        "not genuine   {media/2/media.manifest.minisig}: signed with another key\n"
+                        "1 problem; read: 15 files, <n> bytes\n");
+  world_.ExpectVerified({"{media/1}", "--key", key}, 4,
+                        "Unharmed and genuine: volume 1 of 2, 12 files, <n> bytes; "
+                        "not looked at: volume 2\n");
+  world_.Change("file media/2/media.manifest.minisig x");
+  world_.ExpectVerified({"{media}"}, 1,
+                        "not genuine   {media/2/media.manifest.minisig}: no signature of minisign\n"
+                        "1 problem; read: 15 files, <n> bytes\n");
+}
+
+TEST_F(SealTest, TakesTheGenuineManifestForTheRightOne) {
+  world_.Make("sibling", {"--sign", world_.Path("key")});
+  world_.Change("file payload/1/a new");
+  world_.Make("sibling", {"--sign", world_.Path("other")}, "forged");
+  world_.ExpectVerified({"{forged/1}", "{media/2}", "--key", "{key.pub}"}, 1,
+                        "not genuine   {forged/1/media.manifest.minisig}: signed with another key\n"
+                        "other media   {forged/1/media.manifest}: not the manifest of {media/2}\n"
+                        "2 problems; read: 3 files, <n> bytes; not looked at: volume 1\n");
+}
+
+TEST_F(SealTest, RefusesWhatIsNotOneMediaOrSealedOtherwise) {
+  world_.Make("sibling");
+  world_.Make("flat", {}, "flat");
+  world_.Change("dir tmp; dir empty");
+  Seal({"media/2", "--key", "other"});
+  const auto before = DescribeTreeExactly(world_.Path("media"));
+  world_.ExpectRefused(
+      Seal({"media", "--key", "key"}),
+      "cannot be sealed: {media/2/media.manifest.minisig}: another signature is there", 1);
+  world_.ExpectRefused(Seal({"media", "flat", "--key", "key"}),
+                       "cannot be sealed: {flat}: not the manifest of {media/1}", 1);
+  world_.ExpectRefused(Seal({"empty", "--key", "key"}),
+                       "cannot be sealed: {empty/media.manifest}: missing", 1);
+  EXPECT_EQ(DescribeTreeExactly(world_.Path("media")), before);
+  world_.Change("file key x");
+  const Outcome seen = Seal({"media/1", "--key", "key"});
+  EXPECT_THAT(seen.err, testing::EndsWith("kvl-media: minisign has not signed, status 2\n"));
+  EXPECT_EQ(seen.status, 1);
+  EXPECT_EQ(DescribeTreeExactly(world_.Path("media")), before);
+}
+
+TEST_F(SealTest, IsNoPartOfAMediaThatCannotBeSigned) {
+  world_.Change("file bad x");
+  const Outcome seen = world_.Companion({"make", "--tag", "T", "--installer", "setup", "--launcher",
+                                         "launcher", "--sign", "bad", "payload", "media"},
+                                        {{"PATH", "/usr/bin:/bin"}, {"TMPDIR", world_.Path(".")}});
+  EXPECT_EQ(seen.status, 1);
+  EXPECT_EQ(seen.out, "");
+  for (const char* name : {"StartTUI.sh", "1.txt", "media.manifest.minisig"}) {
+    EXPECT_FALSE(fs::exists(world_.Path("media") + "/" + name)) << name;
+  }
+  world_.ExpectRefused(world_.Companion({"make", "--tag", "T", "--installer", "setup", "--launcher",
+                                         "launcher", "--sign", "no", "payload", "new"}),
+                       "the key is not there: no");
+  EXPECT_FALSE(fs::exists(world_.Path("new")));
+}
+
+}  // namespace
+}  // namespace kvl::test
