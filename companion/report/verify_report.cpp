@@ -14,6 +14,8 @@ namespace {
 using Json = nlohmann::ordered_json;
 using Numbers = std::vector<std::size_t>;
 
+constexpr int kVerifyFormat = 1;
+
 /// In rising order.   1 2 3 5  =>  1-3, 5
 std::string Ranges(const Numbers& numbers) {
   std::string text;
@@ -33,11 +35,11 @@ std::string Named(const std::string& word, const Numbers& numbers) {
 }
 
 std::string Line(const Flaw& flaw) {
-  constexpr std::size_t kLabelWidth = 14;
+  constexpr std::size_t kCodeWidth = 14;
   std::string label(CodeOf(flaw.kind));
   std::replace(label.begin(), label.end(), '-', ' ');
   const std::string detail = flaw.detail.empty() ? "" : ": " + ToOneLine(flaw.detail);
-  return Padded(label, kLabelWidth) + ToOneLine(flaw.path) + detail + "\n";
+  return Padded(label, kCodeWidth) + ToOneLine(flaw.path) + detail + "\n";
 }
 
 std::string Verdict(const VerifyReport& report) {
@@ -76,9 +78,8 @@ std::string VerifyText(const VerifyReport& report) {
 }
 
 std::string VerifyJson(const VerifyReport& report) {
-  constexpr int kFormat = 1, kIndent = 2;
   Json json;
-  json["format"] = kFormat;
+  json["format"] = kVerifyFormat;
   json["whole"] = report.IsWhole();
   json["genuine"] = report.has_key ? Json(report.IsWhole()) : Json();
   json["tag"] = ToOneLine(report.tag);
@@ -89,7 +90,7 @@ std::string VerifyJson(const VerifyReport& report) {
   json["files"] = report.files;
   json["bytes"] = report.bytes;
   json["findings"] = ListOf(report.flaws);
-  return json.dump(kIndent) + "\n";
+  return json.dump(/*indent=*/2) + "\n";
 }
 
 }  // namespace kvl

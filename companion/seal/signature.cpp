@@ -12,7 +12,8 @@ namespace kvl {
 namespace {
 
 constexpr std::string_view kComment = "untrusted comment: ";
-constexpr std::string_view kFirstLine = "untrusted comment: signature from minisign secret key";
+constexpr std::string_view kFirstOfSignature =
+    "untrusted comment: signature from minisign secret key";
 constexpr std::string_view kTrustedComment = "trusted comment: ";
 /// In front of a key or signature: what is signed is the text itself, or its BLAKE2b digest.
 constexpr std::string_view kOfText = "Ed", kOfDigest = "ED";
@@ -20,7 +21,7 @@ constexpr std::size_t kIdSize = 8, kKeySize = 32, kSignatureSize = 64;
 
 constexpr char kNoSignature[] = "no signature of minisign";
 
-void ThrowUnless(bool is_done) {
+void RequireCrypto(bool is_done) {
   if (!is_done) throw std::runtime_error("signatures cannot be verified");
 }
 
@@ -30,9 +31,9 @@ const unsigned char* Unsigned(std::string_view text) {
 
 /// The bytes of a text that is their one form in base64.
 std::optional<std::string> Decoded(std::string_view text) {
-  constexpr std::size_t kLetters = 4, kBytes = 3;
-  if (text.empty() || text.size() % kLetters != 0) return {};
-  std::string bytes(text.size() / kLetters * kBytes, '\0');
+  constexpr std::size_t kLettersOfGroup = 4, kBytesOfGroup = 3;
+  if (text.empty() || text.size() % kLettersOfGroup != 0) return {};
+  std::string bytes(text.size() / kLettersOfGroup * kBytesOfGroup, '\0');
   auto* const room = reinterpret_cast<unsigned char*>(bytes.data());
   if (EVP_DecodeBlock(room, Unsigned(text), static_cast<int>(text.size())) < 0) return {};
   bytes.resize(bytes.size() - (text.ends_with("==") ? 2 : text.ends_with('=') ? 1 : 0));
@@ -61,7 +62,7 @@ struct Signature {
   static std::optional<Signature> From(std::string_view text) {
     const auto first = TakeLine(text), signature = TakeLine(text), comment = TakeLine(text),
                of_comment = TakeLine(text);
-    if (!of_comment || !text.empty() || first != kFirstLine ||
+    if (!of_comment || !text.empty() || first != kFirstOfSignature ||
         !comment->starts_with(kTrustedComment)) {
       return {};
     }
@@ -81,8 +82,9 @@ struct Signature {
 std::string Blake2b(std::string_view text) {
   std::string digest(EVP_MAX_MD_SIZE, '\0');
   unsigned length = 0;
-  ThrowUnless(EVP_Digest(text.data(), text.size(), reinterpret_cast<unsigned char*>(digest.data()),
-                         &length, EVP_blake2b512(), /*impl=*/nullptr) == 1);
+  RequireCrypto(EVP_Digest(text.data(), text.size(),
+                           reinterpret_cast<unsigned char*>(digest.data()), &length,
+                           EVP_blake2b512(), /*impl=*/nullptr) == 1);
   digest.resize(length);
   return digest;
 }
@@ -93,13 +95,13 @@ struct Free {
 };
 
 /// By Ed25519.
-bool IsSigned(const PublicKey& key, std::string_view text, std::string_view signature) {
+bool IsSignedBy(const PublicKey& key, std::string_view text, std::string_view signature) {
   const std::unique_ptr<EVP_PKEY, Free> raw(EVP_PKEY_new_raw_public_key(
       EVP_PKEY_ED25519, /*e=*/nullptr, key.bytes.data(), key.bytes.size()));
   const std::unique_ptr<EVP_MD_CTX, Free> context(EVP_MD_CTX_new());
-  ThrowUnless(raw != nullptr && context != nullptr &&
-              EVP_DigestVerifyInit(context.get(), /*pctx=*/nullptr, /*type=*/nullptr,
-                                   /*e=*/nullptr, raw.get()) == 1);
+  RequireCrypto(raw != nullptr && context != nullptr &&
+                EVP_DigestVerifyInit(context.get(), /*pctx=*/nullptr, /*type=*/nullptr,
+                                     /*e=*/nullptr, raw.get()) == 1);
   return EVP_DigestVerify(context.get(), Unsigned(signature), signature.size(), Unsigned(text),
                           text.size()) == 1;
 }
@@ -127,11 +129,11 @@ std::string WhyNotGenuine(const PublicKey& key, std::string_view text, std::stri
   if (!std::equal(key.id.begin(), key.id.end(), Unsigned(parts->key_id))) {
     return "signed with another key";
   }
-  ThrowUnless(IsCryptoReady());
-  if (!IsSigned(key, parts->is_of_digest ? Blake2b(text) : text, parts->bytes)) {
+  RequireCrypto(IsCryptoReady());
+  if (!IsSignedBy(key, parts->is_of_digest ? Blake2b(text) : text, parts->bytes)) {
     return "not the signature of this manifest";
   }
-  const bool is_whole = IsSigned(key, parts->bytes + parts->comment, parts->of_comment);
+  const bool is_whole = IsSignedBy(key, parts->bytes + parts->comment, parts->of_comment);
   return is_whole ? "" : "its comment was changed";
 }
 
