@@ -69,7 +69,7 @@ void Describe(const MediaPlan& plan, MakeReport& report) {
     MakeReport::Volume& volume = report.volumes.emplace_back();
     volume.directory = place.empty() ? plan.directory : PathBelow(plan.directory, place);
     for (const PayloadEntry& entry : plan.volumes[i - 1]) {
-      if (entry.is_directory) continue;
+      if (!entry.IsFile()) continue;
       ++volume.files;
       volume.bytes += entry.size;
     }
