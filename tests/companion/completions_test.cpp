@@ -27,7 +27,7 @@ TEST(Completions, NameEveryOptionOfEverySubcommand) {
     std::size_t least;
     std::string in_bash, bash_end, in_zsh, zsh_end;
   };
-  for (const Row& row : {Row{{"--help"}, 2, "words='check make", "\n", "'options:", "\n"},
+  for (const Row& row : {Row{{"--help"}, 2, "words='check make", "\n", "local -a options=", "\n"},
                          Row{{"check", "--help"}, 5, "check) words=", ";;", "check)", ";;"},
                          Row{{"make", "--help"}, 8, "make) words=", ";;", "make)", ";;"},
                          Row{{"seal", "--help"}, 2, "seal) words=", ";;", "seal)", ";;"},
@@ -43,6 +43,19 @@ TEST(Completions, NameEveryOptionOfEverySubcommand) {
     EXPECT_EQ(named_in("kvl-media.bash", row.in_bash, row.bash_end), options);
     EXPECT_EQ(named_in("_kvl-media", row.in_zsh, row.zsh_end), options);
   }
+}
+
+TEST(Completions, NameEverySubcommand) {
+  const std::string directory = SourceFile("companion/completions");
+  if (!fs::exists(directory)) GTEST_SKIP() << "the sources are not there";
+  const std::string help = CheckWorld().Companion({"--help"}).out;
+  const std::set<std::string> subcommands =
+      OptionsIn(help.substr(help.find("Subcommands:")), "\n  ([a-z]+) ");
+  EXPECT_GE(subcommands.size(), 2U);
+  const std::string zsh = ReadFile(directory + "/_kvl-media");
+  EXPECT_EQ(OptionsIn(Part(zsh, "commands=(", ")"), "'([a-z]+):"), subcommands);
+  const std::string bash = ReadFile(directory + "/kvl-media.bash");
+  EXPECT_EQ(OptionsIn(Part(bash, "words='check", "--help"), "\\b([a-z]+) "), subcommands);
 }
 
 /// What bash offers for the last of the words.
