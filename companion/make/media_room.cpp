@@ -101,8 +101,8 @@ std::string NearestThatIsThere(const std::string& directory) {
   return path;
 }
 
-void Refuse(std::uint64_t needed, const std::string& of_what, std::uint64_t free,
-            const std::string& directory) {
+[[noreturn]] void Refuse(std::uint64_t needed, const std::string& of_what, std::uint64_t free,
+                         const std::string& directory) {
   throw CannotMake("the media needs " + std::to_string(needed) + of_what + std::to_string(free) +
                    " are free: " + directory);
 }
