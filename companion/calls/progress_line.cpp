@@ -39,7 +39,7 @@ std::string ProgressText(const std::string& label, std::uint64_t done, std::uint
                          std::chrono::duration<double> elapsed) {
   const double part = static_cast<double>(done), whole = static_cast<double>(in_all);
   const int percent = in_all == 0 ? 100 : static_cast<int>(100 * part / whole);
-  const std::string text =
+  std::string text =
       label + ": " + std::to_string(percent) + " %, " + Bytes(part) + " of " + Bytes(whole);
   if (done == 0 || elapsed < kUntilARateIsKnown) return text;
   const double rate = part / elapsed.count();
