@@ -74,6 +74,7 @@ TEST_F(MakeRoom, IsCountedAsItIsTaken) {
                                 .installer = world_.Path("setup"),
                                 .launcher = "/bin/true",
                                 .inst = world_.Path("needs"),
+                                .key = {},
                                 .time = {}};
     const MediaPlan plan = PlanMedia(request);
     const Room room = RoomFor(plan, kBlock);
