@@ -7,7 +7,7 @@
 namespace kvl::test {
 namespace {
 
-using Json = nlohmann::json;
+using Json = nlohmann::ordered_json;
 
 /// Two volumes, and what the installer needs.
 class MakePlan : public testing::Test {
