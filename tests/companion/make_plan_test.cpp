@@ -65,7 +65,8 @@ TEST_F(MakePlan, IsSaidAndNothingIsWritten) {
 
 TEST_F(MakePlan, IsRefusedAsAMediaWouldBe) {
   world_.Change("link payload/1/x y");
-  const std::string line = "a link could be torn from what it leads to: payload/1/x";
+  const std::string line =
+      "links that lead to nothing in the payload (--links follow copies what they lead to): x -> y";
   for (const Lines& further : {Lines{"--presorted"}, {"--presorted", "--dry-run"}}) {
     world_.ExpectRefusedAndUntouched(further, line);
   }

@@ -6,7 +6,7 @@ namespace kvl::test {
 
 SealedWorld::SealedWorld()
     : CheckWorld(
-          "file setup #!/bin/sh\\n; file launcher x\\n; file payload/1/a one; "
+          "file setup #!/bin/sh\\n; file launcher #!/bin/sh\\n; file payload/1/a one; "
           "file payload/1/b/program two; mode 755 payload/1/b/program; file payload/2/\\xFFc "
           "three; "
           "file payload/2/a four; dir payload/2/empty") {}
