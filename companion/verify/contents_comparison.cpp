@@ -1,6 +1,7 @@
 #include "companion/verify/contents_comparison.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <exception>
 #include <memory>
@@ -20,8 +21,11 @@ namespace {
 using KVLInsIO::OpenDirectory;
 using KVLInsIO::OpenFile;
 
-/// Large enough for a disc to be read in one go.
-constexpr std::size_t kBufferSize = 1U << 20U;
+/// Large enough for a disc to be read in one go, and at the beginning of a page: a system copies three
+/// times as long to a place that lies a few bytes behind one.
+struct alignas(4096) Buffer {
+  std::array<char, 1U << 20U> bytes;
+};
 
 /// Shared by all threads.
 class Comparison {
@@ -89,10 +93,8 @@ std::uint64_t CompareContents(const OpenDirectory& directory, const ExpectedEntr
                               const std::vector<std::size_t>& files, unsigned jobs,
                               std::vector<Flaw>& flaws) {
   Comparison comparison(directory, entries, files, flaws);
-  const auto room = std::make_unique_for_overwrite<char[]>(jobs * kBufferSize);
-  const auto work = [&](unsigned job) {
-    comparison.Work({room.get() + job * kBufferSize, kBufferSize});
-  };
+  const auto buffers = std::make_unique_for_overwrite<Buffer[]>(jobs);
+  const auto work = [&](unsigned job) { comparison.Work(buffers[job].bytes); };
   {
     std::vector<std::jthread> further;
     for (unsigned i = 1; i < jobs; ++i) further.emplace_back(work, i);

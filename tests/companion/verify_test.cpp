@@ -121,6 +121,10 @@ TEST_F(VerifyTest, NamesWhatIsOfAnotherModeAndACarrierThatKeepsNoneOnce) {
   ExpectFlaws("sibling", "mode 711 media/2/media.manifest; mode 655 media/2/2.sha256",
               "wrong mode    {media/2/2.sha256}: executable\n"
               "wrong mode    {media/2/media.manifest}: executable\n");
+  world_.Change("file payload/2/only x; mode 755 payload/2/only");
+  ExpectFlaws("sibling", "mode 644 media/2/payload/2/only",
+              "wrong mode    {media/2/payload/2/only}: not executable\n");
+  fs::remove(world_.Path("payload/2/only"));
   const auto change_all = [&](unsigned mode) {
     for (const std::string& file : world_.FilesOf()) SetMode(world_.Path(file), mode);
   };
