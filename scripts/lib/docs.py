@@ -126,7 +126,7 @@ class Checker:
         calls = [[word for word in words[:1] if word[0] != "-"] + ["--help"]]
         if "DIR" in words:
             make = "make --tag TEXT --installer FILE PAYLOAD DIR".split()
-            calls += [make, words] if words[0] == "check" else [words]
+            calls += [words] if words[0] == "make" else [make, words]
         for call in calls:
             said = self.run([program, *(sample.get(word, word) for word in call)], place, place)
             if said.returncode != 0:
