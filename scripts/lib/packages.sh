@@ -46,13 +46,13 @@ missing_packages() {
 unpack_for_arm64() (
   place=$PWD/build/arm64/$1
   if [ -e "$place" ]; then return; fi
-  work=$(mktemp -d) || return 1
-  trap 'rm -rf "$work"' EXIT
-  set -- "$1" -o APT::Architecture=arm64 -o APT::Architectures=arm64 -o Dir::State="$work/state" \
-    -o Dir::State::status=/dev/null -o Dir::Cache="$work/cache" -o APT::Sandbox::User=
+  unpacking=$(mktemp -d) || return 1
+  trap 'rm -rf "$unpacking"' EXIT
+  set -- "$1" -o APT::Architecture=arm64 -o APT::Architectures=arm64 -o Dir::State="$unpacking/state" \
+    -o Dir::State::status=/dev/null -o Dir::Cache="$unpacking/cache" -o APT::Sandbox::User=
   package=$1
   shift
-  mkdir -p "$work/state/lists/partial" "$work/cache/archives/partial" "${place%/*}" && cd "$work" &&
+  mkdir -p "$unpacking/state/lists/partial" "$unpacking/cache/archives/partial" "${place%/*}" && cd "$unpacking" &&
     apt-get -qq "$@" update && apt-get -qq "$@" download "$package" &&
     dpkg-deb --raw-extract ./*.deb unpacked &&
     # The compiler looks for headers in one place only.
