@@ -46,6 +46,30 @@ TEST_F(SampleInstallerFails, WithStatus3WhenAVolumeDoesNotCome) {
   }
 }
 
+TEST_F(SampleInstallerFails, WithoutWritingOutsideWhenTheManifestIsMissingOrHostile) {
+  Media();
+  const std::string manifest = Path("media/media.manifest"), whole = ReadFile(manifest);
+  const auto with = [&whole](const std::string& lines) {
+    return Replaced(whole, "link payload/1/bin/sample-tool\tsample-tool-1\n", lines);
+  };
+  const std::string line = "not a line of a list of checksums: ";
+  for (const auto& [contents, status, last_line] :
+       std::vector<std::tuple<std::string, int, std::string>>{
+           {"", 4, "missing or damaged: {media/media.manifest}"},
+           {whole.substr(0, whole.size() - 2), 4, "missing or damaged: {media/media.manifest}"},
+           {with("link payload/1/a\t../out\n"), 4, line + "link payload/1/a\t../out"},
+           {with("link payload/1/a\tb/../../out\n"), 4, line + "link payload/1/a\tb/../../out"},
+           {with("link payload/1/a\tshare\nlink payload/1/a/evil\tb\n"), 6,
+            "the target has such a file already: {target/a}"}}) {
+    SCOPED_TRACE(contents);
+    Remove("target");
+    Directory().Write("media/media.manifest", contents);
+    ExpectFailure("media", {"--target", "{target}"}, status, last_line);
+    EXPECT_FALSE(fs::exists(Path("out")));
+    EXPECT_FALSE(fs::exists(Path("target/share/evil")));
+  }
+}
+
 TEST_F(SampleInstallerFails, WithStatus3WithoutAVolumeOfAnOuterSet) {
   const std::string first = "media/1/media/1";
   Media({.layout = "am"});
