@@ -139,7 +139,7 @@ const OpenDirectory& MediaWriter::At(std::size_t volume, const std::string& dire
 /// Makes a directory of a volume, and those on the way, or opens it.
 std::shared_ptr<const OpenDirectory> MediaWriter::Hold(std::size_t volume,
                                                        const std::string& directory) {
-  std::set<std::string>& known = records_[volume - 1].directories;
+  std::set<std::string, PathOrder>& known = records_[volume - 1].directories;
   for (std::string path = directory; !path.empty() && known.insert(path).second;) {
     path = Place(path).directory;
   }
@@ -183,12 +183,15 @@ std::vector<MediaWriter::Marker> MediaWriter::Markers(const std::string& tag) co
 /// Returns what the manifest says of the volume.
 ManifestVolume MediaWriter::WriteList(std::size_t volume) {
   Record& record = records_[volume - 1];
-  std::sort(record.programs.begin(), record.programs.end());
-  std::sort(
-      record.links.begin(), record.links.end(),
-      [](const ManifestLink& one, const ManifestLink& other) { return one.path < other.path; });
+  std::sort(record.programs.begin(), record.programs.end(), PathOrder());
+  std::sort(record.links.begin(), record.links.end(),
+            [](const ManifestLink& one, const ManifestLink& other) {
+              return PathOrder()(one.path, other.path);
+            });
   std::sort(record.files.begin(), record.files.end(),
-            [](const ListedFile& one, const ListedFile& other) { return one.path < other.path; });
+            [](const ListedFile& one, const ListedFile& other) {
+              return PathOrder()(one.path, other.path);
+            });
   std::string list;
   for (const ListedFile& file : record.files) list += LineOf(file);
   WriteAt(volume, std::to_string(volume) + names::kListExtension, list, Kind::kPlain);

@@ -18,6 +18,7 @@
 #include "companion/make/task_queue.h"
 #include "companion/names/open_tree.h"
 #include "companion/seal/file_list.h"
+#include "companion/seal/listed_path.h"
 #include "companion/seal/manifest.h"
 #include "insio/open_directory.h"
 
@@ -66,7 +67,7 @@ class MediaWriter {
 
  private:
   struct Record {
-    std::set<std::string> directories;
+    std::set<std::string, PathOrder> directories;
     std::vector<std::string> programs;
     std::vector<ManifestLink> links;
     std::deque<ListedFile> files;  // stay where they are while more are added

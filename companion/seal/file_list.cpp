@@ -44,7 +44,7 @@ std::vector<ListedFile> ParseFileList(std::string_view text) {
     const std::size_t end = text.find('\n');
     if (end == std::string_view::npos) throw RefusedText(number, "no line feed at its end");
     ListedFile file = ParseLine(text.substr(0, end), number);
-    if (!files.empty() && file.path <= files.back().path) {
+    if (!files.empty() && !PathOrder()(files.back().path, file.path)) {
       throw RefusedText(number, "a path repeated or out of order");
     }
     files.push_back(std::move(file));

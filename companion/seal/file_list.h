@@ -21,7 +21,7 @@ struct ListedFile {
 /// escaped (see Escapes::kOfLines), and a backslash then begins the line.
 std::string LineOf(const ListedFile& file);
 
-/// The files of a list of such lines, sorted by the bytes of their paths, each path once; none for the
+/// The files of a list of such lines, in the order of PathOrder, each path once; none for the
 /// empty text. Throws RefusedText for any other text.
 std::vector<ListedFile> ParseFileList(std::string_view text);
 

@@ -26,6 +26,12 @@ bool IsListedPath(std::string_view path) {
   }
 }
 
+/// No name holds a NUL byte, so that one in the place of each "/" lets a name end before a longer one.
+bool PathOrder::operator()(std::string_view path, std::string_view other) const {
+  const auto place = [](char byte) { return byte == '/' ? 0U : static_cast<unsigned char>(byte); };
+  return std::ranges::lexicographical_compare(path, other, {}, place, place);
+}
+
 bool LeadsInside(std::string_view path, std::string_view target) {
   if (target.empty() || target.front() == '/' || target.find('\0') != std::string_view::npos) {
     return false;

@@ -20,6 +20,14 @@ class RefusedText : public std::runtime_error {
 /// True for names with a "/" between each two: no way out, none that stands still, no NUL byte.
 bool IsListedPath(std::string_view path);
 
+/// The order of lists and manifests: that of a walk through directories whose names are sorted by their
+/// bytes. A directory comes before what lies in it, and that before its next neighbour.
+///   a, a/b, a-b
+struct PathOrder {
+  using is_transparent = void;
+  bool operator()(std::string_view path, std::string_view other) const;
+};
+
 /// True for what a symbolic link on a volume may hold: not empty, no NUL byte, and from the directory of
 /// the link, which lies at `path` (see IsListedPath), it leads nowhere out of the volume's directory,
 /// not even on its way. Names count as directories, whatever lies there.

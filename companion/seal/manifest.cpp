@@ -59,7 +59,7 @@ std::string_view Between(std::string_view text, std::size_t before, std::size_t 
 }
 
 bool IsIn(const std::vector<std::string>& sorted, const std::string& path) {
-  return std::binary_search(sorted.begin(), sorted.end(), path);
+  return std::binary_search(sorted.begin(), sorted.end(), path, PathOrder());
 }
 
 class Parser {
@@ -184,7 +184,7 @@ class Parser {
                       std::string_view last) const {
     std::string path = Field(text);
     if (!IsListedPath(path)) Refuse("no path on the volume");
-    if (path <= last || IsIn(volume.directories, path) || IsIn(volume.programs, path)) {
+    if (!PathOrder()(last, path) || IsIn(volume.directories, path) || IsIn(volume.programs, path)) {
       Refuse("a path repeated or out of order");
     }
     const std::size_t slash = path.rfind('/');

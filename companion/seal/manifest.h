@@ -35,7 +35,7 @@ struct ManifestLink {
   friend bool operator==(const ManifestLink&, const ManifestLink&) = default;
 };
 
-/// Each of the vectors is sorted by the bytes of its paths (see IsListedPath). No path stands there
+/// Each of the vectors is in the order of PathOrder, of paths as IsListedPath wants them. No path stands there
 /// twice, and the directory that one lies in is one of `directories`, unless it is the volume's.
 struct ManifestVolume {
   std::uint64_t files = 0;  ///< in its list

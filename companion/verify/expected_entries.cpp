@@ -4,6 +4,8 @@
 #include <iterator>
 #include <utility>
 
+#include "companion/seal/listed_path.h"
+
 namespace kvl {
 
 using Kind = ExpectedEntry::Kind;
@@ -13,7 +15,7 @@ bool ExpectedEntries::Add(const ManifestVolume& volume, std::vector<ListedFile> 
   std::size_t programs = 0;
   for (ListedFile& file : list) {
     const bool is_program =
-        std::binary_search(volume.programs.begin(), volume.programs.end(), file.path);
+        std::binary_search(volume.programs.begin(), volume.programs.end(), file.path, PathOrder());
     if (is_program) ++programs;
     entries_.push_back(
         {.path = std::move(file.path), .is_program = is_program, .digest = file.digest});

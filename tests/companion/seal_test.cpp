@@ -52,6 +52,15 @@ TEST(ListedPath, LeadsFromNameToName) {
   }
 }
 
+TEST(PathOrder, IsThatOfAWalkThroughDirectories) {
+  const Lines walk = {"", "a", "a/b", "a/b/c", "a/b-c", "a\x01", "a-b", "aa", "\xFF"};
+  for (std::size_t i = 0; i < walk.size(); ++i) {
+    for (std::size_t j = 0; j < walk.size(); ++j) {
+      EXPECT_EQ(PathOrder()(walk[i], walk[j]), i < j) << walk[i] << " " << walk[j];
+    }
+  }
+}
+
 TEST(LinkTarget, LeadsFromNameToNameInsideOfTheVolume) {
   for (const auto& [path, target] :
        std::vector<std::pair<std::string, std::string>>{{"l", "a"},
@@ -126,7 +135,7 @@ TEST(FileList, IsRefusedWithItsLineAndTheReason) {
       {"\\" + sum + "a\\tb\n", "line 1: not escaped as it has to be"},
       {"\\" + sum + "a\\\\\r\n", "line 1: not escaped as it has to be"},
       {ListOf({"a", "a"}), "line 2: a path repeated or out of order"},
-      {ListOf({"a", "b/c", "b-c"}), "line 3: a path repeated or out of order"},
+      {ListOf({"a", "b-c", "b/c"}), "line 3: a path repeated or out of order"},
       {ListOf({"\xFF", "a"}), "line 2: a path repeated or out of order"},
   };
   for (const auto& [text, message] : rows) {
@@ -164,7 +173,7 @@ Manifest Example() {
       .files = 3,
       .bytes = 18'446'744'073'709'551'615U,
       .list = DigestOf("abc"),
-      .directories = {"inst", "inst-c", "inst/b", "payload"},
+      .directories = {"inst", "inst/b", "inst-c", "payload"},
       .programs = {"inst/a\tb", "inst/b/\\", "setup"},
       .links = {{"a", "payload/x"}, {"payload/\n", "../inst/b/c\td\r\\"}}};
   return {.tag = "T 1\xFF\\", .layout = Layout::kSibling, .volumes = {first, {}}};
@@ -178,8 +187,8 @@ constexpr char kExample[] =
     "volume 1 3 18446744073709551615 "
     "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad\n"
     "directory inst\n"
-    "directory inst-c\n"
     "directory inst/b\n"
+    "directory inst-c\n"
     "directory payload\n"
     "program inst/a\\tb\n"
     "program inst/b/\\\\\n"
@@ -258,7 +267,7 @@ TEST(Manifest, IsRefusedWithItsLineAndTheReason) {
       {With("directory inst\n", "directory in\rst\n"), "line 6: " + escapes},
       {With("directory inst\n", "directory inst\ndirectory inst\n"), "line 7: " + order},
       {With("directory inst\n", "directory z\n"), "line 7: " + order},
-      {With("directory inst\n", ""), "line 7: a path in a directory that is not listed"},
+      {With("directory inst\n", ""), "line 6: a path in a directory that is not listed"},
       {With("directory inst\n", "file inst\n"), "line 6: " + no_line},
       {With("directory inst\n", "\n"), "line 6: " + no_line},
       {With("program setup\n", "program a\n"), "line 12: " + order},
