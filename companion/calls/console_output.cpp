@@ -18,6 +18,10 @@ int BadCall(const std::string& text) {
   return kBadCall;
 }
 
+std::string RefuseEmpty(const std::string& value) {
+  return value.empty() ? "must not be empty" : "";
+}
+
 bool Write(const std::string& text) {
   const bool is_written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
   const bool is_flushed = std::fflush(stdout) == 0;

@@ -22,6 +22,10 @@ std::string LineForPeople(const std::string& text);
 /// Writes that line on standard error. Gives kBadCall.
 int BadCall(const std::string& text);
 
+/// For the parser: why a value is refused, or nothing. A variable of a script may be empty, and is not
+/// to turn an option off.
+std::string RefuseEmpty(const std::string& value);
+
 /// Writes the one text of a call to standard output. True when it has arrived as far as the system
 /// can say: a network file system may fail as late as on closing, be it of another descriptor.
 bool Write(const std::string& text);

@@ -141,11 +141,12 @@ void AddMake(CLI::App& app, MakeCall& call) {
       ->check(CLI::IsMember({"keep", kFollow}));
   make->add_option("--jobs", request.jobs,
                    "How many files are copied beside each other (default: one for each processor)")
-      ->check(CLI::Range(1, 256));
+      ->check(CLI::Range(1, 64));  // each holds descriptors
   make->add_option("--launcher", request.launcher,
                    "Launcher to put on the media (default: kvl-launcher beside this program)");
   make->add_option("--sign", request.key,
                    "Secret key file of minisign to sign the manifest with; no signature without it")
+      ->check(RefuseEmpty)
       ->type_name("KEY");
   make->add_option("--os", request.os_name,
                    "Name of the operating-system directory below inst (default: linux)");
@@ -178,7 +179,7 @@ int RunMake(MakeCall call) {
   } catch (const std::exception& failure) {
     report.message = MessageOf(failure);
     End(call, report, "", kProblems);
-    if (IsAnythingIn(plan->directory)) BadCall(HowToGoOn(plan->directory));
+    if (plan && IsAnythingIn(plan->directory)) BadCall(HowToGoOn(plan->directory));
     return kProblems;
   }
   const OwnCheck own = CheckOwnMedia(report.volumes.front().directory);

@@ -19,7 +19,10 @@ void AddSeal(CLI::App& app, SealCall& call) {
       "minisign does it, and asks for the password of the key. Verify the media before.");
   seal->add_option("DIR", call.directories, "Directory of a volume, or of directories 1, 2, ...")
       ->required();
-  seal->add_option("--key", call.key, "Secret key file of minisign")->required()->take_last();
+  seal->add_option("--key", call.key, "Secret key file of minisign")
+      ->required()
+      ->check(RefuseEmpty)
+      ->take_last();
   seal->footer("Exit status: 0 done, 1 the media could not be sealed, 2 bad call.");
 }
 

@@ -45,6 +45,7 @@ void AddVerify(CLI::App& app, VerifyCall& call) {
   verify
       ->add_option("--key", call.key,
                    "Public key of minisign, or its file: the media must be signed with it")
+      ->check(RefuseEmpty)
       ->take_last();
   verify->add_option("--jobs", call.jobs, "How many files are read at a time (default: 1)")
       ->check(CLI::Range(1U, kMostJobs))

@@ -20,7 +20,12 @@ class Resolver {
  public:
   explicit Resolver(const std::vector<std::vector<PayloadEntry>>& volumes) {
     for (const std::vector<PayloadEntry>& volume : volumes) {
-      for (const PayloadEntry& entry : volume) entries_.emplace(entry.name, &entry);
+      for (const PayloadEntry& entry : volume) {
+        const auto [there, is_new] = entries_.emplace(entry.name, &entry);
+        if (is_new || (!entry.IsLink() && !there->second->IsLink())) continue;
+        throw CannotMake("a link of one volume has the name of something on another: " +
+                         entry.name);
+      }
     }
   }
 
@@ -41,7 +46,7 @@ class Resolver {
       const auto found = entries_.find(path);
       if (found == entries_.end()) return false;
       const PayloadEntry& entry = *found->second;
-      if (entry.type == EntryType::kLink) {
+      if (entry.IsLink()) {
         if (entry.target.starts_with('/') || ++links > kMostLinks) return false;
         rest = slash == std::string::npos ? entry.target : PathBelow(entry.target, rest);
       } else if (entry.IsFile() && slash != std::string::npos) {
@@ -63,7 +68,7 @@ void CheckLinks(const std::vector<std::vector<PayloadEntry>>& volumes) {
   std::vector<const PayloadEntry*> links;
   for (const std::vector<PayloadEntry>& volume : volumes) {
     for (const PayloadEntry& entry : volume) {
-      if (entry.type == EntryType::kLink) links.push_back(&entry);
+      if (entry.IsLink()) links.push_back(&entry);
     }
   }
   if (links.empty()) return;

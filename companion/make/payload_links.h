@@ -8,8 +8,9 @@
 namespace kvl {
 
 /// The entries of all volumes are one tree, as they are once they are installed.
-/// Throws CannotMake, which names each link that is absolute, leads out of the payload, or to nothing
-/// in it. A link leads inside when it does so name by name (see LeadsInside) and through other links.
+/// A link leads inside when it does so name by name (see LeadsInside) and through other links.
+/// Throws CannotMake "a link of one volume has the name of something on another: " + name; and one that
+/// names each link that is absolute, leads out of the payload, or to nothing in it.
 void CheckLinks(const std::vector<std::vector<PayloadEntry>>& volumes);
 
 }  // namespace kvl

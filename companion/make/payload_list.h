@@ -28,6 +28,7 @@ struct PayloadEntry {
 
   bool IsFile() const { return type == EntryType::kFile; }
   bool IsDirectory() const { return type == EntryType::kDirectory; }
+  bool IsLink() const { return type == EntryType::kLink; }
 };
 
 /// Everything below the directory, sorted by name, a directory before what lies in it. With

@@ -81,7 +81,7 @@ std::string VerifyJson(const VerifyReport& report) {
   Json json;
   json["format"] = kVerifyFormat;
   json["whole"] = report.IsWhole();
-  json["genuine"] = report.has_key ? Json(report.IsWhole()) : Json();
+  json["genuine"] = report.has_key ? Json(report.flaws.empty() && !report.looked_at.empty()) : Json();
   json["tag"] = ToOneLine(report.tag);
   json["layout"] = report.volumes == 0 ? "unknown" : NameOf(report.layout);
   json["volume_count"] = report.volumes;

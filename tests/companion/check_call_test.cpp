@@ -103,8 +103,7 @@ Options:
   --inst TEXT                 Directory whose contents go into inst, too: what the installer needs
   --links TEXT:{keep,follow}  keep: links stay links and lead to something in PAYLOAD (default);
                               follow: what they lead to is copied
-  --jobs UINT:INT in [1 - 256]
-                              How many files are copied beside each other (default: one for each processor)
+  --jobs UINT:INT in [1 - 64] How many files are copied beside each other (default: one for each processor)
   --launcher TEXT             Launcher to put on the media (default: kvl-launcher beside this program)
   --sign KEY                  Secret key file of minisign to sign the manifest with; no signature without it
   --os TEXT                   Name of the operating-system directory below inst (default: linux)

@@ -64,6 +64,12 @@ TEST(MakeLinks, MayLeadToWhatLiesOnAnotherVolume) {
               ElementsAre(ManifestLink{"payload/2/bin/x", "../lib/x"}));
 }
 
+TEST(MakeLinks, AreRefusedWhereAnotherVolumeHasSomethingOfThatName) {
+  CheckWorld(std::string(kInstaller) + "dir payload/1/d; link payload/2/d e; dir payload/2/e")
+      .ExpectRefusedAndUntouched({"--presorted"},
+                                 "a link of one volume has the name of something on another: d");
+}
+
 TEST(MakeLinks, KeepsThoseOfWhatTheInstallerNeeds) {
   const CheckWorld world(std::string(kInstaller) +
                          "dir payload; file needs/common/a a; link needs/common/b a");

@@ -293,6 +293,7 @@ TEST_F(VerifyTest, RefusesBadCalls) {
       {{"{no}"}, "not a directory: {no}"},
       {{"{media}", "{key}"}, "not a directory: {key}"},
       {{"{media}", "--key", "{key}"}, "--key: no public key of minisign: {key}"},
+      {{"{media}", "--key", ""}, "--key: must not be empty (see --help)"},
       {{"{media}", "--key", "{no}"}, "Cannot read {no} - No such file or directory"},
       {{"{media}", "--jobs", "0"}, "--jobs: Value 0 not in range 1 to 64 (see --help)"},
       {{"{media}", "--jobs", "65"}, "--jobs: Value 65 not in range 1 to 64 (see --help)"}};
@@ -301,6 +302,8 @@ TEST_F(VerifyTest, RefusesBadCalls) {
   }
   world_.ExpectRefused(world_.Companion({"seal", "media", "--key", "no"}),
                        "the key is not there: no");
+  world_.ExpectRefused(world_.Companion({"seal", "media", "--key", ""}),
+                       "--key: must not be empty (see --help)");
   world_.ExpectRefused(world_.Companion({"seal", "no", "--key", "key"}), "not a directory: no");
   world_.ExpectRefused(world_.Companion({"seal", "media", "--key", "key"}, {{"PATH", "/nowhere"}}),
                        "minisign is needed to sign, and is not there");
