@@ -57,42 +57,12 @@ std::unique_ptr<FileDescriptor> Opened(std::unique_ptr<FileDescriptor> file, con
   return file;
 }
 
-/// A write that took only a part counts as a full disk.
-void Write(const FileDescriptor& file, std::string_view bytes, const std::string& path) {
-  const ssize_t written = ::write(file.Number(), bytes.data(), bytes.size());
-  ThrowUnless<KVLInsExceptionErrno>(written >= 0, kCannotWrite, path);
-  if (static_cast<std::size_t>(written) < bytes.size()) {
-    throw KVLInsExceptionErrno(kCannotWrite + path, ENOSPC);
-  }
-}
-
-/// A file that was not there, in the directory.
-std::unique_ptr<FileDescriptor> NewFile(const FileDescriptor& directory, const std::string& name,
-                                        const std::string& path) {
-  constexpr int kNew = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW;
-  return Opened(std::make_unique<FileDescriptor>(directory, name, kNew, kUnfinishedMode),
-                kCannotWrite, path);
-}
-
 void ChangeMode(const FileDescriptor& file, mode_t mode, const std::string& path) {
   ThrowUnless<KVLInsExceptionErrno>(::fchmod(file.Number(), mode) == 0, "Chmod - ", path);
 }
 
-/// The mode comes last, so that nobody executes what is not whole.
-void Finish(FileDescriptor& file, FileKind kind, const std::string& path) {
-  ChangeMode(file, kind == FileKind::kProgram ? kProgramMode : kPlainMode, path);
-  // A network file system may fail as late as here.
-  ThrowUnless<KVLInsExceptionErrno>(file.Close(), kCannotWrite, path);
-}
-
 std::array<timespec, 2> Seconds(time_t accessed, time_t modified) {
   return {{{accessed, 0}, {modified, 0}}};
-}
-
-void SetTimes(const FileDescriptor& file, const std::array<timespec, 2>& times,
-              const std::string& path) {
-  ThrowUnless<KVLInsExceptionErrno>(::futimens(file.Number(), times.data()) == 0, kCannotSetTime,
-                                    path);
 }
 
 /// 0 or the error. Asked without the C library, of which some have no such function.
@@ -142,6 +112,37 @@ std::size_t OpenFile::Read(std::uint64_t at, std::span<char> buffer) const {
       ::pread(file_->Number(), buffer.data(), buffer.size(), static_cast<off_t>(at));
   ThrowUnless<KVLInsExceptionErrno>(length >= 0, kCannotRead, path_);
   return static_cast<std::size_t>(length);
+}
+
+NewFile::NewFile(std::unique_ptr<FileDescriptor> file, const std::string& path)
+    : file_(Opened(std::move(file), kCannotWrite, path)), path_(path) {}
+
+NewFile::NewFile(NewFile&& other) noexcept = default;
+NewFile& NewFile::operator=(NewFile&& other) noexcept = default;
+NewFile::~NewFile() = default;
+
+/// A write that took only a part counts as a full disk.
+void NewFile::Write(std::string_view bytes) {
+  const ssize_t written = ::write(file_->Number(), bytes.data(), bytes.size());
+  ThrowUnless<KVLInsExceptionErrno>(written >= 0, kCannotWrite, path_);
+  if (static_cast<std::size_t>(written) < bytes.size()) {
+    throw KVLInsExceptionErrno(kCannotWrite + path_, ENOSPC);
+  }
+}
+
+void NewFile::Finish(FileKind kind, std::optional<std::int64_t> modified) {
+  if (modified) return Finish(kind, *modified, *modified);
+  // The mode comes last, so that nobody executes what is not whole.
+  ChangeMode(*file_, kind == FileKind::kProgram ? kProgramMode : kPlainMode, path_);
+  // A network file system may fail as late as here.
+  ThrowUnless<KVLInsExceptionErrno>(file_->Close(), kCannotWrite, path_);
+}
+
+void NewFile::Finish(FileKind kind, std::int64_t accessed, std::int64_t modified) {
+  const std::array<timespec, 2> times = Seconds(accessed, modified);
+  ThrowUnless<KVLInsExceptionErrno>(::futimens(file_->Number(), times.data()) == 0, kCannotSetTime,
+                                    path_);
+  Finish(kind);
 }
 
 OpenDirectory::OpenDirectory(const std::string& path)
@@ -226,20 +227,23 @@ OpenDirectory OpenDirectory::MakeDirectory(const std::string& name) const {
   return made;
 }
 
+NewFile OpenDirectory::MakeFile(const std::string& name) const {
+  const std::string path = PathOf(name);
+  constexpr int kNew = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW;
+  return {std::make_unique<FileDescriptor>(*directory_, name, kNew, kUnfinishedMode), path};
+}
+
 void OpenDirectory::WriteFile(const std::string& name, std::string_view text, FileKind kind,
                               std::optional<std::int64_t> time) const {
-  const std::string path = PathOf(name);
-  const auto file = NewFile(*directory_, name, path);
-  Write(*file, text, path);
-  if (time) SetTimes(*file, Seconds(*time, *time), path);
-  Finish(*file, kind, path);
+  NewFile file = MakeFile(name);
+  file.Write(text);
+  file.Finish(kind, time);
 }
 
 void OpenDirectory::CopyFile(const OpenFile& source, const std::string& name, FileKind kind,
                              const std::function<void(std::string_view)>& see) const {
-  const std::string path = PathOf(name);
   const struct stat status = StatusOf(*source.file_, source.path_);
-  const auto file = NewFile(*directory_, name, path);
+  NewFile file = MakeFile(name);
   constexpr std::size_t kBufferSize = 65536;
   std::array<char, kBufferSize> buffer;  // not cleared: every byte is read before it is written
   for (std::uint64_t at = 0;;) {
@@ -247,11 +251,10 @@ void OpenDirectory::CopyFile(const OpenFile& source, const std::string& name, Fi
     if (length == 0) break;
     const std::string_view piece(buffer.data(), length);
     if (see) see(piece);
-    Write(*file, piece, path);
+    file.Write(piece);
     at += length;
   }
-  SetTimes(*file, Seconds(status.st_atime, status.st_mtime), path);
-  Finish(*file, kind, path);
+  file.Finish(kind, status.st_atime, status.st_mtime);
 }
 
 void OpenDirectory::MakeLink(const std::string& name, const std::string& target,

@@ -80,6 +80,34 @@ class OpenFile {
 /// Whether everybody may read a new file (mode 644), or execute it, too (mode 755).
 enum class FileKind { kPlain, kProgram };
 
+/// A file that was not there and is being written. Only its owner may read and write it until it is
+/// finished; what is not finished stays as it is.
+class NewFile {
+ public:
+  NewFile(NewFile&& other) noexcept;
+  NewFile& operator=(NewFile&& other) noexcept;
+  ~NewFile();
+
+  [[nodiscard]] const std::string& Path() const { return path_; }
+
+  /// Writes the bytes behind those that are there. Throws KVLInsExceptionErrno "Cannot write into " +
+  /// path, with the text of ENOSPC when the system took only a part.
+  void Write(std::string_view bytes);
+
+  /// Gives it the mode of its kind whatever the umask, and the access and modification times in
+  /// seconds. Nothing can be written after that. Throws KVLInsExceptionErrno "SetTime - ", "Chmod - "
+  /// or, when it cannot be stored, "Cannot write into " + path.
+  void Finish(FileKind kind, std::optional<std::int64_t> modified = {});
+  void Finish(FileKind kind, std::int64_t accessed, std::int64_t modified);
+
+ private:
+  friend class OpenDirectory;
+  NewFile(std::unique_ptr<internal::FileDescriptor> file, const std::string& path);
+
+  std::unique_ptr<internal::FileDescriptor> file_;
+  std::string path_;
+};
+
 class OpenDirectory {
  public:
   /// Opens the directory at `path`, which is taken as it stands, with links followed; "." for the
@@ -119,18 +147,17 @@ class OpenDirectory {
   /// KVLInsExceptionErrno "Chmod - " + path. A directory that was made stays.
   OpenDirectory MakeDirectory(const std::string& name) const;
 
-  /// Makes a file that holds `text`, with the mode of its kind whatever the umask. Nothing may be
-  /// there yet. `time`, in seconds, becomes its access and modification time.
-  /// Throws KVLInsException "Cannot write into " + path with the error's text when it cannot be made,
-  /// with that of EEXIST when anything is there, also a link; KVLInsExceptionErrno "Cannot write
-  /// into " + path when it cannot be stored completely, with the text of ENOSPC when the system took
-  /// only a part; the file then stays, partly written. So does KVLInsExceptionErrno "SetTime - " or
-  /// "Chmod - ".
+  /// Makes a file to write into. Nothing may be there yet. Throws KVLInsException "Cannot write into "
+  /// + path with the error's text, with that of EEXIST when anything is there, also a link.
+  [[nodiscard]] NewFile MakeFile(const std::string& name) const;
+
+  /// Makes a file that holds `text`; `time`, in seconds, becomes its access and modification time.
+  /// Throws as MakeFile does, and as NewFile does; the file then stays, partly written.
   void WriteFile(const std::string& name, std::string_view text, FileKind kind,
                  std::optional<std::int64_t> time = {}) const;
 
   /// Makes a copy of an open file, from its beginning to its end, with its access and modification time
-  /// in whole seconds, else as WriteFile. `see`, unless empty, gets the bytes piece by piece before
+  /// in whole seconds, and the mode of its kind. `see`, unless empty, gets the bytes piece by piece before
   /// they are written; what it throws ends the copy.
   /// Throws as WriteFile does; KVLInsExceptionErrno "Cannot read " + the source's path, "SetTime - " +
   /// path. The file then stays, partly written.

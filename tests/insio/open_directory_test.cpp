@@ -182,6 +182,21 @@ TEST_F(OpenDirectoryTest, CopiesAnySizeWithTimesAndShowsEachByte) {
   }
 }
 
+TEST_F(OpenDirectoryTest, ShowsToOthersOnlyWhatIsFinished) {
+  NewFile file = OpenDirectory(inside_).MakeFile("new");
+  EXPECT_EQ(file.Path(), Inside("new"));
+  file.Write("one ");
+  NewFile moved = std::move(file);
+  moved.Write("");
+  moved.Write("two");
+  EXPECT_THAT(Tree("inside"), ElementsAre("f 600 new = one two"));
+  moved.Finish(kProgram, 1, 2);
+  const struct stat status = StatusOf(Inside("new"));
+  EXPECT_THAT(Tree("inside"), ElementsAre("f 755 new = one two"));
+  EXPECT_EQ(Nanoseconds(status.st_atim), 1 * kSecond);
+  EXPECT_EQ(Nanoseconds(status.st_mtim), 2 * kSecond);
+}
+
 TEST_F(OpenDirectoryTest, GivesTheTimesThatItIsAskedFor) {
   constexpr std::int64_t kTime = 1'000'000'000;
   const OpenDirectory inside(inside_);
