@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -66,13 +67,11 @@ void Describe(const MediaPlan& plan, MakeReport& report) {
   report.needed_entries = plan.room.entries;
   for (std::size_t i = 1; i <= plan.volumes.size(); ++i) {
     const std::string place = PlaceOfVolume(plan.layout, i);
-    MakeReport::Volume& volume = report.volumes.emplace_back();
-    volume.directory = place.empty() ? plan.directory : PathBelow(plan.directory, place);
-    for (const PayloadEntry& entry : plan.volumes[i - 1]) {
-      if (!entry.IsFile()) continue;
-      ++volume.files;
-      volume.bytes += entry.size;
-    }
+    const PlannedVolume& volume = plan.volumes[i - 1];
+    report.volumes.push_back(
+        {.directory = place.empty() ? plan.directory : PathBelow(plan.directory, place),
+         .files = volume.files,
+         .bytes = volume.bytes});
   }
 }
 
@@ -85,15 +84,16 @@ void Make(const MakeCall& call, const MediaPlan& plan) {
   const LastWords words(
       (is_shown ? ProgressLine::kRemoved : "") + LineForPeople(HowToGoOn(plan.directory)),
       PathBelow(plan.directory, names::kUnfinished));
-  MakeMedia(
-      call.request, plan,
-      [&](std::size_t volume, const std::string& path, std::uint64_t done, std::uint64_t in_all) {
-        const std::string label = "Volume " + std::to_string(volume);
-        if (call.is_verbose) {
-          std::fprintf(stderr, "%s: %s\n", label.c_str(), ToOneLine(path).c_str());
-        }
-        line.Show(label, done, in_all);
-      });
+  std::atomic<std::size_t> begun = 1;
+  const auto show_file = [&](std::size_t volume, const std::string& path, std::uint64_t) {
+    begun = volume;
+    if (!call.is_verbose) return;
+    std::fprintf(stderr, "Volume %zu: %s\n", volume, ToOneLine(path).c_str());
+  };
+  const auto show_bytes = [&](std::uint64_t done, std::uint64_t in_all) {
+    line.Show("Volume " + std::to_string(begun), done, in_all);
+  };
+  MakeMedia(call.request, plan, {show_file, show_bytes});
 }
 
 /// Says what came of the call, and gives the status.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -68,7 +69,9 @@ class Maker {
   void Run() {
     const std::string start_script = StartScript("\"$@\"");
     Take(top_, start_script, plan_.time);
+    media_.BeginPayload(names::kMediaDb, [this](std::uint64_t bytes) { CountBytes(bytes); });
     for (std::size_t i = 1; i <= plan_.volumes.size(); ++i) WritePayload(i);
+    media_.EndPayload();
     WriteFirstVolume();
     media_.List(1, names::kStartTui, start_script, FileKind::kProgram);
     media_.Finish(request_.tag, Signer());
@@ -91,27 +94,21 @@ class Maker {
     for (const PayloadEntry& entry : plan_.volumes[volume - 1]) {
       const std::string path = PathOfPayload(volume, entry);
       if (!entry.IsFile()) {
-        WriteEntry(volume, path, entry, from);
+        WriteOther(volume, path, entry, from);
         continue;
       }
-      Tell(volume, path);
-      media_.Copy(volume, path, entry, from);
-      bytes_done_ += entry.size;
+      progress_.file(volume, path, entry.size);
+      media_.CopyOfPayload(volume, path, entry, from);
     }
   }
 
-  void WriteEntry(std::size_t volume, const std::string& path, const PayloadEntry& entry,
+  /// Anything but a file.
+  void WriteOther(std::size_t volume, const std::string& path, const PayloadEntry& entry,
                   OpenTree& from) {
-    switch (entry.type) {
-      case EntryType::kDirectory:
-        media_.MakeDirectory(volume, path);
-        break;
-      case EntryType::kLink:
-        media_.Link(volume, path, entry, from);
-        break;
-      case EntryType::kFile:
-        media_.Copy(volume, path, entry, from);
-        break;
+    if (entry.IsLink()) {
+      media_.Link(volume, path, entry, from);
+    } else {
+      media_.MakeDirectory(volume, path);
     }
   }
 
@@ -121,19 +118,21 @@ class Maker {
     OpenTree from(*plan_.inst, OpenTree::Missing::kFails, request_.links);
     for (const PayloadEntry& entry : plan_.inst_entries) {
       const std::string path = PathOfInst(entry);
-      if (entry.IsFile()) Tell(1, path);
-      WriteEntry(1, path, entry, from);
+      if (!entry.IsFile()) {
+        WriteOther(1, path, entry, from);
+        continue;
+      }
+      progress_.file(1, path, entry.size);
+      media_.Copy(1, path, entry, from);
     }
   }
 
   void WriteFirstVolume() {
-    const std::string payload_list = media_.ListOfAll();
     const std::string programs = PathBelow(names::kInst, plan_.programs);
     media_.MakeDirectory(1, PathBelow(names::kInst, names::kCommon));
     WriteInst();
     const std::size_t count = plan_.volumes.size();
     media_.Write(1, PathBelow(names::kInst, names::kVolumesFile), std::to_string(count) + "\n");
-    media_.Write(1, names::kMediaDb, payload_list);
     media_.Write(1, names::kMediaXml, MediaXmlText(request_, count));
     media_.Write(1, names::kTableOfContents, TableOfContentsText(count));
     if (std::none_of(plan_.inst_entries.begin(), plan_.inst_entries.end(), IsReadMe)) {
@@ -145,12 +144,14 @@ class Maker {
   }
 
   void CopyProgram(const std::string& path, const PlannedFile& file) {
-    Tell(1, path);
+    progress_.file(1, path, file.state.size);
     media_.Copy(1, path, file, FileKind::kProgram);
   }
 
-  void Tell(std::size_t volume, const std::string& path) const {
-    progress_(volume, path, bytes_done_, plan_.bytes_in_all);
+  void CountBytes(std::uint64_t bytes) {
+    const std::lock_guard lock(counting_);
+    bytes_done_ += bytes;
+    progress_.bytes(bytes_done_, plan_.bytes_in_all);
   }
 
   MediaWriter::Signer Signer() const {
@@ -166,8 +167,9 @@ class Maker {
   const Progress& progress_;
   const MediaPlan& plan_;
   const OpenDirectory top_;
-  MediaWriter media_;
+  std::mutex counting_;
   std::uint64_t bytes_done_ = 0;
+  MediaWriter media_;  // last, so that its copies can be counted to the end
 };
 
 }  // namespace

@@ -7,13 +7,16 @@
 #include <string>
 
 #include "companion/make/media_plan.h"
+#include "companion/make/planned_files.h"
 
 namespace kvl {
 
-/// Told of each file before it is copied: its volume, its path there as in ForEachCopy, and how many
-/// bytes of the whole payload have been copied.
-using Progress = std::function<void(std::size_t volume, const std::string& path,
-                                    std::uint64_t bytes_done, std::uint64_t bytes_in_all)>;
+struct Progress {
+  /// Told of each file before it is copied: its volume, and its path there as in ForEachCopy.
+  SeeFile file;
+  /// Told how much of the whole payload has been copied, by one thread at a time.
+  std::function<void(std::uint64_t bytes_done, std::uint64_t bytes_in_all)> bytes;
+};
 
 /// Volume i holds payload/i, what has been put on it, and in its directory (see MediaWriter) the list
 /// of its files, i.sha256, and media.manifest. Files get the modes 644 and 755, whatever the umask and

@@ -6,11 +6,13 @@
 #include <algorithm>
 #include <exception>
 #include <filesystem>
+#include <memory>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
 
 #include "companion/make/payload_links.h"
+#include "companion/make/payload_walk.h"
 #include "companion/make/record_room.h"
 #include "companion/names/layout_name.h"
 #include "companion/names/path_below.h"
@@ -118,7 +120,8 @@ void PlanInst(const MediaMakeRequest& request, MediaPlan& plan) {
   plan.inst.emplace(PlanDirectory(request.inst));
   CheckIsOutside(plan.directory, "the directory for inst", request.inst);
   plan.inst_entries = ListPayload(*plan.inst, request.links);
-  CheckLinks({plan.inst_entries});
+  const std::shared_ptr<const PayloadList> as_it_is(std::shared_ptr<void>(), &plan.inst_entries);
+  CheckLinks({PlannedVolume(as_it_is, as_it_is->begin(), as_it_is->end())});
   const std::vector<std::string> own = {PathBelow(plan.programs, plan.installer_name),
                                         PathBelow(plan.programs, names::kLauncher),
                                         names::kVolumesFile, PathBelow(names::kCommon, "")};
@@ -153,11 +156,10 @@ void PlanVolumes(const MediaMakeRequest& request, MediaPlan& plan) {
 
 void SumUp(const MediaMakeRequest& request, MediaPlan& plan) {
   std::optional<std::int64_t> newest;
-  for (const std::vector<PayloadEntry>& volume : plan.volumes) {
+  for (const PlannedVolume& volume : plan.volumes) {
+    plan.bytes_in_all += volume.bytes;
     for (const PayloadEntry& entry : volume) {
-      if (!entry.IsFile()) continue;
-      plan.bytes_in_all += entry.size;
-      newest = std::max(newest, std::optional(entry.state.modified));
+      if (entry.IsFile()) newest = std::max(newest, std::optional(entry.modified));
     }
   }
   plan.time = request.time.value_or(newest.value_or(plan.installer.state.modified));

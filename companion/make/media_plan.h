@@ -51,9 +51,9 @@ struct MediaPlan {
   PlannedFile installer, launcher;
   KVLInsIO::OpenDirectory payload;
   std::optional<KVLInsIO::OpenDirectory> inst;  ///< what goes into "inst", too
-  std::vector<PayloadEntry> inst_entries;       ///< all below it
-  std::vector<std::vector<PayloadEntry>> volumes;
-  std::uint64_t bytes_in_all;  ///< of the payload
+  PayloadList inst_entries;                     ///< all below it
+  Volumes volumes;                              ///< of the payload, at least one
+  std::uint64_t bytes_in_all;                   ///< of the payload
   std::int64_t time;  ///< see MediaMakeRequest; the installer's for a payload without files
   Room room;          ///< that it takes where it is written
 };

@@ -61,15 +61,15 @@ class RoomCounter {
 /// Directories, and what is generated for each volume.
 void AddVolumes(const MediaPlan& plan, RoomCounter& room) {
   std::uint64_t manifest = ManifestFrame(plan.volumes.size()) + ManifestLength(plan.inst_entries);
-  for (const auto& volume : plan.volumes) manifest += ManifestLength(volume);
+  for (const PlannedVolume& volume : plan.volumes) manifest += volume.in_manifest;
   for (std::size_t i = 1; i <= plan.volumes.size(); ++i) {
-    const std::vector<PayloadEntry>& entries = plan.volumes[i - 1];
+    const PlannedVolume& volume = plan.volumes[i - 1];
     const std::string number = std::to_string(i);
     room.AddDirectory(i, PathBelow(names::kPayload, number));
-    for (const PayloadEntry& entry : entries) {
+    for (const PayloadEntry& entry : volume) {
       if (entry.IsDirectory()) room.AddDirectory(i, PathOfPayload(i, entry));
     }
-    room.AddFile(i, number + names::kListExtension, kText + ListLength(entries));
+    room.AddFile(i, number + names::kListExtension, kText + volume.in_list);
     const std::string marker = MarkerName(static_cast<std::int64_t>(i));
     room.AddFile(i, marker, kText);
     if (plan.layout == Layout::kAm) room.AddFile(i, marker, kText);  // of the outer volume
@@ -79,7 +79,7 @@ void AddVolumes(const MediaPlan& plan, RoomCounter& room) {
 
 void AddTextsOfTheFirst(const MediaPlan& plan, RoomCounter& room) {
   std::uint64_t all_lists = 0;
-  for (const auto& volume : plan.volumes) all_lists += ListLength(volume);
+  for (const PlannedVolume& volume : plan.volumes) all_lists += volume.in_list;
   room.AddFile(1, names::kMediaDb, all_lists);
   room.AddFile(1, names::kTableOfContents, kText + plan.volumes.size() * kLineOfAVolume);
   room.AddDirectory(1, PathBelow(names::kInst, names::kCommon));

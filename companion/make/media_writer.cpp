@@ -4,9 +4,7 @@
 #include <memory>
 #include <utility>
 
-#include "companion/make/planned_copy.h"
 #include "companion/names/path_below.h"
-#include "companion/names/path_state.h"
 #include "companion/seal/marker_text.h"
 #include "environment/media_names.h"
 #include "media/marker.h"
@@ -20,6 +18,10 @@ using KVLInsIO::OpenDirectory;
 std::string In(const std::string& directory, const std::string& path) {
   if (directory.empty() || path.empty()) return directory + path;
   return PathBelow(directory, path);
+}
+
+MediaWriter::Kind KindOf(const PayloadEntry& entry) {
+  return entry.is_program ? MediaWriter::Kind::kProgram : MediaWriter::Kind::kPlain;
 }
 
 std::string MarkerOf(std::size_t volume) {
@@ -53,24 +55,54 @@ void MediaWriter::List(std::size_t volume, const std::string& path, std::string_
 
 void MediaWriter::Copy(std::size_t volume, const std::string& path, const PlannedFile& file,
                        Kind kind) {
-  CopyHeld(volume, path, {std::shared_ptr<void>(), &file}, kind);
+  const std::string on_disc = OnDisc(volume, path);
+  ListedFile& listed = Add(volume, on_disc, {}, file.state.size, kind);
+  CopyHeld(volume, on_disc, {std::shared_ptr<void>(), &file}, kind,
+           [&listed](const Digest& digest) { listed.digest = digest; }, {});
 }
 
 void MediaWriter::Copy(std::size_t volume, const std::string& path, const PayloadEntry& entry,
                        OpenTree& from) {
-  const Kind kind = IsProgram(entry.state.mode) ? Kind::kProgram : Kind::kPlain;
-  CopyHeld(volume, path, std::make_shared<const PlannedFile>(PlannedEntry(entry, from)), kind);
+  const std::string on_disc = OnDisc(volume, path);
+  ListedFile& listed = Add(volume, on_disc, {}, entry.size, KindOf(entry));
+  CopyHeld(volume, on_disc, std::make_shared<const PlannedFile>(PlannedEntry(entry, from)),
+           KindOf(entry), [&listed](const Digest& digest) { listed.digest = digest; }, {});
+}
+
+void MediaWriter::BeginPayload(const std::string& list, const SeeBytes& see) {
+  list_path_ = OnDisc(1, list);
+  see_payload_ = see;
+  const Place place(list_path_);
+  list_.emplace(At(1, place.directory), place.name);
+}
+
+void MediaWriter::CopyOfPayload(std::size_t volume, const std::string& path,
+                                const PayloadEntry& entry, OpenTree& from) {
+  const std::string on_disc = OnDisc(volume, path);
+  auto file = std::make_shared<const PlannedFile>(PlannedEntry(entry, from));
+  CountIn(volume, on_disc, entry.size, KindOf(entry));
+  ++records_[volume - 1].payload_files;
+  ListOfAll::Line& line = list_->Add(volume, on_disc);
+  CopyHeld(
+      volume, on_disc, file, KindOf(entry),
+      [this, &line](const Digest& digest) { list_->SetDigest(line, digest); }, see_payload_);
+  if (list_->IsFull()) WaitForCopies();
+}
+
+void MediaWriter::EndPayload() {
+  WaitForCopies();
+  list_->Finish(time_);
+  Add(1, list_path_, list_->File().Sum(), list_->File().Size(), Kind::kPlain);
 }
 
 void MediaWriter::CopyHeld(std::size_t volume, const std::string& path,
-                           const std::shared_ptr<const PlannedFile>& file, Kind kind) {
-  const std::string on_disc = OnDisc(volume, path);
-  const Place place(on_disc);
+                           const std::shared_ptr<const PlannedFile>& file, Kind kind,
+                           const SeeDigest& see_digest, const SeeBytes& see_bytes) {
+  const Place place(path);
   const auto directory = Hold(volume, place.directory);
-  ListedFile& listed = Add(volume, on_disc, {}, file->state.size, kind);
-  copies_.Run([this, directory, name = place.name, file, kind, &listed] {
+  copies_.Run([this, directory, name = place.name, file, kind, see_digest, see_bytes] {
     try {
-      listed.digest = CopyPlanned(*file, *directory, name, kind);
+      see_digest(CopyPlanned(*file, *directory, name, kind, see_bytes));
     } catch (...) {
       const std::lock_guard lock(failing_);
       if (!failure_) failure_ = std::current_exception();
@@ -79,22 +111,12 @@ void MediaWriter::CopyHeld(std::size_t volume, const std::string& path,
   RethrowFailure();
 }
 
-std::string MediaWriter::ListOfAll() {
-  WaitForCopies();
-  std::string list;
-  for (std::size_t i = 1; i <= records_.size(); ++i) {
-    for (const ListedFile& file : records_[i - 1].files)
-      list += std::to_string(i) + " " + LineOf(file);
-  }
-  return list;
-}
-
 void MediaWriter::Link(std::size_t volume, const std::string& path, const PayloadEntry& entry,
                        OpenTree& from) {
   CheckPlannedLink(entry, from);
   const std::string on_disc = OnDisc(volume, path);
   const Place place(on_disc);
-  At(volume, place.directory).MakeLink(place.name, entry.target, entry.state.modified);
+  At(volume, place.directory).MakeLink(place.name, entry.target, entry.modified);
   records_[volume - 1].links.push_back({on_disc, entry.target});
 }
 
@@ -105,7 +127,12 @@ void MediaWriter::Finish(const std::string& tag, const Signer& sign) {
     Add(volume, path, DigestOf(text), text.size(), Kind::kPlain);
   }
   Manifest manifest = {.tag = tag, .layout = layout_, .volumes = {}};
-  for (std::size_t i = 1; i <= records_.size(); ++i) manifest.volumes.push_back(WriteList(i));
+  const Place list(list_path_);
+  ListOfAllReader payload(At(1, list.directory), list.name, *list_);
+  for (std::size_t i = 1; i <= records_.size(); ++i) {
+    manifest.volumes.push_back(WriteList(i, payload));
+  }
+  payload.Finish();
   const std::size_t discs = DirectoryOf(1).empty() ? 1 : records_.size();
   const std::string whole = TextOf(manifest);
   for (std::size_t i = 1; i <= discs; ++i) WriteAt(i, names::kManifest, whole, Kind::kPlain);
@@ -164,11 +191,15 @@ void MediaWriter::RethrowFailure() {
 
 ListedFile& MediaWriter::Add(std::size_t volume, const std::string& path, const Digest& digest,
                              std::uint64_t size, Kind kind) {
+  CountIn(volume, path, size, kind);
+  return records_[volume - 1].files.emplace_back(ListedFile{path, digest});
+}
+
+void MediaWriter::CountIn(std::size_t volume, const std::string& path, std::uint64_t size,
+                          Kind kind) {
   Record& record = records_[volume - 1];
   if (kind == Kind::kProgram) record.programs.push_back(path);
-  record.files.push_back({path, digest});
   record.bytes += size;
-  return record.files.back();
 }
 
 std::vector<MediaWriter::Marker> MediaWriter::Markers(const std::string& tag) const {
@@ -181,26 +212,30 @@ std::vector<MediaWriter::Marker> MediaWriter::Markers(const std::string& tag) co
 }
 
 /// Returns what the manifest says of the volume.
-ManifestVolume MediaWriter::WriteList(std::size_t volume) {
+ManifestVolume MediaWriter::WriteList(std::size_t volume, ListOfAllReader& payload) {
   Record& record = records_[volume - 1];
+  const auto by_path = [](const auto& one, const auto& other) {
+    return PathOrder()(one.path, other.path);
+  };
   std::sort(record.programs.begin(), record.programs.end(), PathOrder());
-  std::sort(record.links.begin(), record.links.end(),
-            [](const ManifestLink& one, const ManifestLink& other) {
-              return PathOrder()(one.path, other.path);
-            });
-  std::sort(record.files.begin(), record.files.end(),
-            [](const ListedFile& one, const ListedFile& other) {
-              return PathOrder()(one.path, other.path);
-            });
-  std::string list;
-  for (const ListedFile& file : record.files) list += LineOf(file);
-  WriteAt(volume, std::to_string(volume) + names::kListExtension, list, Kind::kPlain);
-  return {.files = record.files.size(),
+  std::sort(record.links.begin(), record.links.end(), by_path);
+  std::sort(record.files.begin(), record.files.end(), by_path);
+  const std::string number = std::to_string(volume);
+  const ListedFile directory = {OnDisc(volume, PathBelow(names::kPayload, number)), {}};
+  const auto behind =
+      std::lower_bound(record.files.begin(), record.files.end(), directory, by_path);
+  SummedFile list(At(volume, ""), number + names::kListExtension);
+  const auto add = [&list](const ListedFile& file) { list.Add(LineOf(file)); };
+  std::for_each(record.files.begin(), behind, add);
+  payload.ShowLines(record.payload_files, [&list](std::string_view line) { list.Add(line); });
+  std::for_each(behind, record.files.end(), add);
+  list.Finish(time_);
+  return {.files = record.files.size() + record.payload_files,
           .bytes = record.bytes,
-          .list = DigestOf(list),
+          .list = list.Sum(),
           .directories = {record.directories.begin(), record.directories.end()},
-          .programs = record.programs,
-          .links = record.links};
+          .programs = std::move(record.programs),
+          .links = std::move(record.links)};
 }
 
 void MediaWriter::SetTimes() {

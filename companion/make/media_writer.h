@@ -9,12 +9,15 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "companion/make/list_of_all.h"
 #include "companion/make/media_plan.h"
+#include "companion/make/planned_copy.h"
 #include "companion/make/task_queue.h"
 #include "companion/names/open_tree.h"
 #include "companion/seal/file_list.h"
@@ -48,11 +51,17 @@ class MediaWriter {
   /// `file` must outlive the writer.
   void Copy(std::size_t volume, const std::string& path, const PlannedFile& file, Kind kind);
   void Copy(std::size_t volume, const std::string& path, const PayloadEntry& entry, OpenTree& from);
-  /// Waits for all copies. A line for each file that there is: its volume's number, a blank, and the
-  /// line of that volume's list. Throws as Copy does.
-  std::string ListOfAll();
   /// A link that holds the same, with its time.
   void Link(std::size_t volume, const std::string& path, const PayloadEntry& entry, OpenTree& from);
+
+  /// Begins the list of all files of the payload, at a path of the first volume. `see` is told of what is
+  /// copied of them.
+  void BeginPayload(const std::string& list, const SeeBytes& see);
+  /// As Copy, of a file below payload/<volume>: in the order of PathOrder, one volume after the other.
+  void CopyOfPayload(std::size_t volume, const std::string& path, const PayloadEntry& entry,
+                     OpenTree& from);
+  /// Waits for all copies, and finishes the list. Throws as Copy does.
+  void EndPayload();
 
   /// Gives the signature of a manifest.
   using Signer = std::function<std::string(const std::string& manifest)>;
@@ -70,8 +79,9 @@ class MediaWriter {
     std::set<std::string, PathOrder> directories;
     std::vector<std::string> programs;
     std::vector<ManifestLink> links;
-    std::deque<ListedFile> files;  // stay where they are while more are added
-    std::uint64_t bytes = 0;
+    std::uint64_t payload_files = 0;  // in the list of all
+    std::deque<ListedFile> files;     // all others; stay where they are while more are added
+    std::uint64_t bytes = 0;          // of all
   };
   struct Marker {
     std::size_t volume;
@@ -86,12 +96,15 @@ class MediaWriter {
   void WriteAt(std::size_t volume, const std::string& path, std::string_view text, Kind kind);
   ListedFile& Add(std::size_t volume, const std::string& path, const Digest& digest,
                   std::uint64_t size, Kind kind);
+  void CountIn(std::size_t volume, const std::string& path, std::uint64_t size, Kind kind);
+  using SeeDigest = std::function<void(const Digest& digest)>;
   void CopyHeld(std::size_t volume, const std::string& path,
-                const std::shared_ptr<const PlannedFile>& file, Kind kind);
+                const std::shared_ptr<const PlannedFile>& file, Kind kind,
+                const SeeDigest& see_digest, const SeeBytes& see_bytes);
   void WaitForCopies();
   void RethrowFailure();
   std::vector<Marker> Markers(const std::string& tag) const;
-  ManifestVolume WriteList(std::size_t volume);
+  ManifestVolume WriteList(std::size_t volume, ListOfAllReader& payload);
   void SetTimes();
 
   const Layout layout_;
@@ -99,6 +112,9 @@ class MediaWriter {
   OpenTree media_;
   // Of volume 1 first; all paths are those from the volume's directory.
   std::vector<Record> records_;
+  std::string list_path_;  // from the directory of volume 1
+  SeeBytes see_payload_;
+  std::optional<ListOfAll> list_;
   std::mutex failing_;
   std::exception_ptr failure_;  // of the first copy that failed
   TaskQueue copies_;            // last, so that all of it outlives the copies

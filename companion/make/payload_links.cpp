@@ -1,10 +1,14 @@
 #include "companion/make/payload_links.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <set>
 #include <string>
-#include <string_view>
-#include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "companion/names/open_tree.h"
 #include "companion/names/path_below.h"
@@ -16,22 +20,24 @@ namespace {
 /// As many as Linux follows, see path_resolution(7).
 constexpr int kMostLinks = 40;
 
-class Resolver {
+/// All that lies in the volumes. Of files there are many, and of them only sums of their names are kept.
+class Tree {
  public:
-  explicit Resolver(const std::vector<std::vector<PayloadEntry>>& volumes) {
-    for (const std::vector<PayloadEntry>& volume : volumes) {
-      for (const PayloadEntry& entry : volume) {
-        const auto [there, is_new] = entries_.emplace(entry.name, &entry);
-        if (is_new || (!entry.IsLink() && !there->second->IsLink())) continue;
-        throw CannotMake("a link of one volume has the name of something on another: " +
-                         entry.name);
-      }
+  explicit Tree(const Volumes& volumes) {
+    for (const PlannedVolume& volume : volumes) {
+      for (const PayloadEntry& entry : volume) Add(entry);
+    }
+    std::sort(files_.begin(), files_.end());
+    for (const auto& [name, target] : links_) {
+      if (directories_.contains(name) || IsFile(name)) RefuseTwice(name);
     }
   }
 
+  const std::map<std::string, std::string>& Links() const { return links_; }
+
   /// True when there is something in the tree where the link leads.
-  bool LeadsToSomething(const PayloadEntry& link) const {
-    std::string here = Place(link.name).directory, rest = link.target;
+  bool LeadsToSomething(const std::string& link, const std::string& target) const {
+    std::string here = Place(link).directory, rest = target;
     for (int links = 1; !rest.empty();) {
       const std::size_t slash = rest.find('/');
       const std::string name = rest.substr(0, slash);
@@ -43,40 +49,61 @@ class Resolver {
         continue;
       }
       std::string path = here.empty() ? name : PathBelow(here, name);
-      const auto found = entries_.find(path);
-      if (found == entries_.end()) return false;
-      const PayloadEntry& entry = *found->second;
-      if (entry.IsLink()) {
-        if (entry.target.starts_with('/') || ++links > kMostLinks) return false;
-        rest = slash == std::string::npos ? entry.target : PathBelow(entry.target, rest);
-      } else if (entry.IsFile() && slash != std::string::npos) {
-        return false;
-      } else {
+      if (const auto found = links_.find(path); found != links_.end()) {
+        const std::string& next = found->second;
+        if (next.starts_with('/') || ++links > kMostLinks) return false;
+        rest = slash == std::string::npos ? next : PathBelow(next, rest);
+      } else if (directories_.contains(path) || (slash == std::string::npos && IsFile(path))) {
         here = std::move(path);
+      } else {
+        return false;
       }
     }
     return true;
   }
 
  private:
-  std::unordered_map<std::string_view, const PayloadEntry*> entries_;
+  static std::uint64_t SumOf(const std::string& name) { return std::hash<std::string>()(name); }
+
+  void Add(const PayloadEntry& entry) {
+    switch (entry.type) {
+      case EntryType::kDirectory:
+        directories_.insert(entry.name);
+        break;
+      case EntryType::kLink:
+        if (!links_.emplace(entry.name, entry.target).second) RefuseTwice(entry.name);
+        break;
+      case EntryType::kFile:
+        files_.push_back(SumOf(entry.name));
+        break;
+    }
+  }
+
+  bool IsFile(const std::string& name) const {
+    return std::binary_search(files_.begin(), files_.end(), SumOf(name));
+  }
+
+  [[noreturn]] static void RefuseTwice(const std::string& name) {
+    throw CannotMake("a link of one volume has the name of something on another: " + name);
+  }
+
+  std::map<std::string, std::string> links_;  // what each of them holds
+  std::set<std::string> directories_;
+  std::vector<std::uint64_t> files_;
 };
 
 }  // namespace
 
-void CheckLinks(const std::vector<std::vector<PayloadEntry>>& volumes) {
-  std::vector<const PayloadEntry*> links;
-  for (const std::vector<PayloadEntry>& volume : volumes) {
-    for (const PayloadEntry& entry : volume) {
-      if (entry.IsLink()) links.push_back(&entry);
-    }
-  }
-  if (links.empty()) return;
-  const Resolver resolver(volumes);
+void CheckLinks(const Volumes& volumes) {
+  const bool has_links = std::ranges::any_of(volumes, [](const PlannedVolume& volume) {
+    return std::any_of(volume.begin(), volume.end(), std::mem_fn(&PayloadEntry::IsLink));
+  });
+  if (!has_links) return;
+  const Tree tree(volumes);
   std::string refused;
-  for (const PayloadEntry* link : links) {
-    if (LeadsInside(link->name, link->target) && resolver.LeadsToSomething(*link)) continue;
-    refused += (refused.empty() ? "" : ", ") + link->name + " -> " + link->target;
+  for (const auto& [name, target] : tree.Links()) {
+    if (LeadsInside(name, target) && tree.LeadsToSomething(name, target)) continue;
+    refused += (refused.empty() ? "" : ", ") + name + " -> " + target;
   }
   if (refused.empty()) return;
   throw CannotMake(

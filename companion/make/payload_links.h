@@ -1,9 +1,7 @@
 // Whether the symbolic links of a payload can go onto a media as links.
 #pragma once
 
-#include <vector>
-
-#include "companion/make/payload_list.h"
+#include "companion/make/payload_split.h"
 
 namespace kvl {
 
@@ -11,6 +9,6 @@ namespace kvl {
 /// A link leads inside when it does so name by name (see LeadsInside) and through other links.
 /// Throws CannotMake "a link of one volume has the name of something on another: " + name; and one that
 /// names each link that is absolute, leads out of the payload, or to nothing in it.
-void CheckLinks(const std::vector<std::vector<PayloadEntry>>& volumes);
+void CheckLinks(const Volumes& volumes);
 
 }  // namespace kvl

@@ -1,103 +1,105 @@
 #include "companion/make/payload_list.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <utility>
-
-#include "companion/names/open_tree.h"
-#include "companion/names/path_below.h"
-#include "companion/names/path_state.h"
+#include <array>
+#include <functional>
 
 namespace kvl {
 namespace {
 
-using KVLInsIO::EntryState;
-using KVLInsIO::OpenDirectory;
-using KVLInsIO::OpenFile;
+constexpr std::size_t kBlock = 65536;
 
-class Lister {
- public:
-  Lister(const OpenDirectory& top, Links links) : tree_(top, OpenTree::Missing::kFails, links) {}
+/// Seven bits in a byte, the lowest ones first; the highest bit says that more follow.
+void AddNumber(std::uint64_t number, std::string& block) {
+  for (; number > 0x7F; number >>= 7U) block += static_cast<char>(number | 0x80U);
+  block += static_cast<char>(number);
+}
 
-  std::vector<PayloadEntry> Run() {
-    ListBelow("");
-    return std::move(entries_);
-  }
+void AddText(std::string_view text, std::string& block) {
+  AddNumber(text.size(), block);
+  block += text;
+}
 
- private:
-  /// Looks at a whole level before it goes down, so that one directory is open at a time.
-  void ListBelow(const std::string& path) {
-    const std::string prefix = path.empty() ? "" : path + "/";
-    std::vector<PayloadEntry> level;
-    const OpenDirectory& directory = tree_.At(path);
-    for (const std::string& name : directory.Names()) {
-      level.push_back(LookAt(directory, name, prefix + name));
-    }
-    for (const PayloadEntry& entry : level) {
-      entries_.push_back(entry);
-      if (entry.IsDirectory()) GoDown(entry);
-    }
-  }
-
-  /// The directories above are known, so that no link leads back to one of them.
-  void GoDown(const PayloadEntry& entry) {
-    const FileIdentity identity(entry.state.device, entry.state.inode);
-    if (std::find(way_.begin(), way_.end(), identity) != way_.end()) {
-      throw CannotMake("a link leads round in a circle: " + FullPath(entry.name));
-    }
-    way_.push_back(identity);
-    ListBelow(entry.name);
-    way_.pop_back();
-  }
-
-  PayloadEntry LookAt(const OpenDirectory& directory, const std::string& name,
-                      const std::string& path) const {
-    const std::string full = PathBelow(directory.Path(), name);
-    const EntryState state = directory.Look(name);
-    if (name.find_first_of("\n\r") != std::string::npos) {
-      throw CannotMake("a name with a line break cannot be listed: " + full);
-    }
-    if (name.size() > kLongestDiscName) {
-      throw CannotMake("a name is too long for a disc: " + full);
-    }
-    if (S_ISLNK(state.mode)) {
-      if (tree_.FollowsLinks()) return WhereItLeads(path, full);
-      return {path, EntryType::kLink, 0, state, directory.Target(name)};
-    }
-    if (S_ISDIR(state.mode)) return {path, EntryType::kDirectory, 0, state};
-    if (!S_ISREG(state.mode)) RefuseKind(full);
-    (void)directory.File(name);  // so that nothing is written when one of them cannot be read
-    return {path, EntryType::kFile, state.size, state};
-  }
-
-  static PayloadEntry WhereItLeads(const std::string& path, const std::string& full) {
-    const PathState there = StateAt(full);
-    if (!there.IsThere()) throw CannotMake("a link leads to nothing: " + full);
-    if (there.IsDirectory()) {
-      const auto& [device, inode] = there.identity;
-      return {path, EntryType::kDirectory, 0, {.device = device, .inode = inode}};
-    }
-    if (!there.IsFile()) RefuseKind(full);
-    const EntryState state = OpenFile(full).State();
-    return {path, EntryType::kFile, state.size, state};
-  }
-
-  [[noreturn]] static void RefuseKind(const std::string& full) {
-    throw CannotMake("neither a file nor a directory: " + full);
-  }
-
-  std::string FullPath(const std::string& path) { return PathBelow(tree_.At("").Path(), path); }
-
-  OpenTree tree_;
-  std::vector<FileIdentity> way_;  ///< down to where it is
-  std::vector<PayloadEntry> entries_;
-};
+constexpr std::uint64_t kTypes = 4;  // more than there are
 
 }  // namespace
 
-std::vector<PayloadEntry> ListPayload(const OpenDirectory& directory, Links links) {
-  return Lister(directory, links).Run();
+std::uint64_t MarkOf(const KVLInsIO::EntryState& state) {
+  const auto unsigned_of = [](std::int64_t number) { return static_cast<std::uint64_t>(number); };
+  const std::array fields = {state.device,
+                             state.inode,
+                             std::uint64_t{state.mode},
+                             state.size,
+                             unsigned_of(state.modified),
+                             unsigned_of(state.modified_nanoseconds),
+                             unsigned_of(state.changed),
+                             unsigned_of(state.changed_nanoseconds)};
+  return std::hash<std::string_view>()(
+      {reinterpret_cast<const char*>(fields.data()), sizeof(fields)});
+}
+
+/// A name begins as the one before it, mostly, so that only its end is kept.
+void PayloadList::Add(const PayloadEntry& entry) {
+  constexpr std::size_t kRoomForTheLast = 4096;
+  if (blocks_.empty() || blocks_.back().size() >= kBlock) {
+    blocks_.emplace_back().reserve(kBlock + kRoomForTheLast);
+  }
+  std::string& block = blocks_.back();
+  const auto [own, last] = std::ranges::mismatch(entry.name, last_name_);
+  AddNumber(static_cast<std::uint64_t>(own - entry.name.begin()), block);
+  AddText({own, entry.name.end()}, block);
+  AddNumber(static_cast<std::uint64_t>(entry.type) + (entry.is_program ? kTypes : 0), block);
+  if (!entry.IsDirectory()) {
+    AddNumber(entry.size, block);
+    AddNumber(static_cast<std::uint64_t>(entry.modified), block);
+    AddNumber(entry.mark, block);
+  }
+  if (entry.IsLink()) AddText(entry.target, block);
+  last_name_ = entry.name;
+  ++size_;
+}
+
+PayloadList::Iterator::Iterator(const PayloadList& list, std::size_t place)
+    : list_(&list), place_(place) {
+  if (place_ < list_->size_) Unpack();
+}
+
+PayloadList::Iterator& PayloadList::Iterator::operator++() {
+  if (++place_ < list_->size_) Unpack();
+  return *this;
+}
+
+void PayloadList::Iterator::Unpack() {
+  if (next_ == list_->blocks_[block_].size()) {
+    ++block_;
+    next_ = 0;
+  }
+  entry_.name.resize(Number());
+  entry_.name += Text();
+  const std::uint64_t type = Number();
+  entry_.type = static_cast<EntryType>(type % kTypes);
+  entry_.is_program = type >= kTypes;
+  const bool has_state = !entry_.IsDirectory();
+  entry_.size = has_state ? Number() : 0;
+  entry_.modified = has_state ? static_cast<std::int64_t>(Number()) : 0;
+  entry_.mark = has_state ? Number() : 0;
+  entry_.target = entry_.IsLink() ? Text() : std::string_view();
+}
+
+std::uint64_t PayloadList::Iterator::Number() {
+  const std::string& block = list_->blocks_[block_];
+  std::uint64_t number = 0;
+  for (unsigned shift = 0;; shift += 7) {
+    const auto byte = static_cast<unsigned char>(block[next_++]);
+    number |= std::uint64_t{byte & 0x7FU} << shift;
+    if (byte <= 0x7F) return number;
+  }
+}
+
+std::string_view PayloadList::Iterator::Text() {
+  const std::size_t length = Number(), begin = next_;
+  next_ += length;
+  return std::string_view(list_->blocks_[block_]).substr(begin, length);
 }
 
 }  // namespace kvl

@@ -1,12 +1,14 @@
-// What is to be put on a media, as it lies in a directory.
+// What is to be put on a media: the entries of a payload, in few bytes each, as there may be millions.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <iterator>
 #include <stdexcept>
 #include <string>
-#include <vector>
+#include <string_view>
 
-#include "companion/names/open_tree.h"
 #include "insio/open_directory.h"
 
 namespace kvl {
@@ -17,25 +19,66 @@ class CannotMake : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-enum class EntryType { kFile, kDirectory, kLink };
+enum class EntryType : unsigned char { kFile, kDirectory, kLink };
+
+/// A sum of all that a state says, to tell later whether it is still the same.
+std::uint64_t MarkOf(const KVLInsIO::EntryState& state);
 
 struct PayloadEntry {
   std::string name;  ///< its path in the payload, without "/" in front
   EntryType type = EntryType::kFile;
-  std::uint64_t size = 0;           ///< of a file
-  KVLInsIO::EntryState state = {};  ///< as it was when it was listed
-  std::string target = {};          ///< what a link holds
+  bool is_program = false;    ///< a file that is to be executable
+  std::uint64_t size = 0;     ///< of a file
+  std::int64_t modified = 0;  ///< of a file or a link, in seconds
+  std::uint64_t mark = 0;     ///< of a file or a link, as it was when it was listed
+  std::string target = {};    ///< what a link holds
 
   bool IsFile() const { return type == EntryType::kFile; }
   bool IsDirectory() const { return type == EntryType::kDirectory; }
   bool IsLink() const { return type == EntryType::kLink; }
 };
 
-/// Everything below the directory, sorted by name, a directory before what lies in it. With
-/// Links::kFollowed, what a link leads to stands there in its place.
-/// Throws CannotMake for a pipe, a socket, a device, a name with a line break or too long for a disc,
-/// for a link to follow that leads to a directory above it, and for what cannot be read; what
-/// OpenDirectory throws for what cannot be looked at.
-std::vector<PayloadEntry> ListPayload(const KVLInsIO::OpenDirectory& directory, Links links);
+class PayloadList {
+ public:
+  /// Unpacks one entry after the other. The list must outlive it, and stay as and where it is.
+  class Iterator {
+   public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = PayloadEntry;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const PayloadEntry*;
+    using reference = const PayloadEntry&;
+
+    const PayloadEntry& operator*() const { return entry_; }
+    const PayloadEntry* operator->() const { return &entry_; }
+    Iterator& operator++();
+    bool operator==(const Iterator& other) const { return place_ == other.place_; }
+
+   private:
+    friend class PayloadList;
+    Iterator(const PayloadList& list, std::size_t place);
+
+    void Unpack();
+    std::uint64_t Number();
+    std::string_view Text();
+
+    const PayloadList* list_;
+    std::size_t place_;                 // of the entry, among all
+    std::size_t block_ = 0, next_ = 0;  // where the next one begins
+    PayloadEntry entry_;
+  };
+
+  /// Adds an entry behind the others. The order is that of PathOrder.
+  void Add(const PayloadEntry& entry);
+
+  std::size_t Size() const { return size_; }
+  Iterator begin() const { return {*this, 0}; }
+  Iterator end() const { return {*this, size_}; }
+
+ private:
+  std::deque<std::string> blocks_;  // none is moved when one more is needed
+  std::size_t size_ = 0;
+  std::string last_name_;
+};
 
 }  // namespace kvl

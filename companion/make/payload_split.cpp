@@ -3,9 +3,12 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <set>
+#include <functional>
+#include <string>
+#include <string_view>
 #include <utility>
 
+#include "companion/make/payload_walk.h"
 #include "companion/make/record_room.h"
 #include "companion/names/path_below.h"
 
@@ -47,109 +50,120 @@ std::size_t CountPresorted(const OpenDirectory& directory) {
 }
 
 /// One volume being filled.
-class Volume {
+class Filling {
  public:
-  Volume(std::uint64_t most_bytes, std::uint64_t other_bytes)
-      : most_bytes_(most_bytes), bytes_(kVolumeFrame + other_bytes) {}
+  /// From the entry `begin` of the list on.
+  Filling(std::shared_ptr<const PayloadList> list, const PayloadList::Iterator& begin,
+          std::uint64_t most_bytes, std::uint64_t other_bytes)
+      : volume_(std::move(list), begin, begin),
+        most_bytes_(most_bytes),
+        bytes_(kVolumeFrame + other_bytes) {}
 
   /// False when the entry does not fit, and then nothing has changed.
   bool Take(const PayloadEntry& entry) {
-    const std::vector<std::string> directories = NewDirectoriesFor(entry);
-    if (BytesWith(entry, directories) > most_bytes_) return false;
-    Add(entry, directories);
+    if (BytesWith(entry) > most_bytes_) return false;
+    TakeAnyway(entry);
     return true;
   }
 
-  /// Takes the entry whether it fits or not.
-  void TakeAnyway(const PayloadEntry& entry) { Add(entry, NewDirectoriesFor(entry)); }
+  /// Whether it fits or not.
+  void TakeAnyway(const PayloadEntry& entry) {
+    ForEachNewDirectory(entry, [&](const PayloadEntry& directory) {
+      bytes_ += kDiscBlock;
+      volume_.in_manifest += ManifestLength(directory);
+    });
+    last_ = entry.name;
+    if (entry.IsDirectory()) return;
+    bytes_ += BytesOf(entry);
+    volume_.in_list += ListLength(entry);
+    volume_.in_manifest += ManifestLength(entry);
+    volume_.bytes += entry.size;
+    if (entry.IsFile()) ++volume_.files;
+  }
 
   /// What the volume needs on a disc, and what it would need with one more entry.
-  std::uint64_t Bytes() const { return bytes_ + OnDisc(list_bytes_); }
+  std::uint64_t Bytes() const { return bytes_ + OnDisc(kLinesOfMarkers + volume_.in_list); }
   std::uint64_t BytesWith(const PayloadEntry& entry) const {
-    return BytesWith(entry, NewDirectoriesFor(entry));
+    std::uint64_t bytes = bytes_ + BytesOf(entry);
+    ForEachNewDirectory(entry, [&](const PayloadEntry&) { bytes += kDiscBlock; });
+    return bytes + OnDisc(kLinesOfMarkers + volume_.in_list + ListLength(entry));
   }
 
   bool Fits() const { return Bytes() <= most_bytes_; }
-  std::vector<PayloadEntry> Entries() && { return std::move(entries_); }
+  /// With all entries before `end`.
+  PlannedVolume Finished(const PayloadList::Iterator& end) && {
+    volume_.EndAt(end);
+    return std::move(volume_);
+  }
 
  private:
-  static std::uint64_t ContentBytes(const PayloadEntry& entry,
-                                    const std::vector<std::string>& new_directories) {
-    return new_directories.size() * kDiscBlock + (entry.IsFile() ? OnDisc(entry.size) : 0);
+  static std::uint64_t BytesOf(const PayloadEntry& entry) {
+    return entry.IsFile() ? OnDisc(entry.size) : 0;
   }
 
-  std::uint64_t BytesWith(const PayloadEntry& entry,
-                          const std::vector<std::string>& new_directories) const {
-    return bytes_ + ContentBytes(entry, new_directories) + OnDisc(list_bytes_ + ListLength(entry));
-  }
-
-  void Add(const PayloadEntry& entry, const std::vector<std::string>& directories) {
-    bytes_ += ContentBytes(entry, directories);
-    list_bytes_ += ListLength(entry);
-    for (const std::string& directory : directories) {
-      directories_.insert(directory);
-      entries_.push_back({.name = directory, .type = EntryType::kDirectory});
+  /// In the order of PathOrder, the last entry lies in every directory that is known and comes again.
+  void ForEachNewDirectory(const PayloadEntry& entry,
+                           const std::function<void(const PayloadEntry&)>& see) const {
+    const std::string path = entry.IsDirectory() ? entry.name + "/" : entry.name;
+    const std::string last = last_ + "/";
+    for (std::size_t slash = path.find('/'); slash != std::string::npos;
+         slash = path.find('/', slash + 1)) {
+      if (last.starts_with(std::string_view(path).substr(0, slash + 1))) continue;
+      see({.name = path.substr(0, slash), .type = EntryType::kDirectory});
     }
-    if (!entry.IsDirectory()) entries_.push_back(entry);
   }
 
-  std::vector<std::string> NewDirectoriesFor(const PayloadEntry& entry) const {
-    std::vector<std::string> missing;
-    for (std::size_t slash = entry.name.find('/'); slash != std::string::npos;
-         slash = entry.name.find('/', slash + 1)) {
-      const std::string directory = entry.name.substr(0, slash);
-      if (!directories_.contains(directory)) missing.push_back(directory);
-    }
-    if (entry.IsDirectory() && !directories_.contains(entry.name)) missing.push_back(entry.name);
-    return missing;
-  }
-
+  PlannedVolume volume_;
   std::uint64_t most_bytes_;
   std::uint64_t bytes_;
-  std::uint64_t list_bytes_ = kLinesOfMarkers;
-  std::set<std::string> directories_;
-  std::vector<PayloadEntry> entries_;
+  std::string last_;  // the path of what was taken last
 };
 
 [[noreturn]] void RefuseAsTooLarge(const std::string& what, std::uint64_t bytes) {
   throw CannotMake(what + " (needs " + std::to_string(bytes) + " bytes)");
 }
 
-/// The first volume as it is before any payload is on it.
-Volume FirstVolume(const VolumeRoom& room, std::uint64_t manifest, std::uint64_t list_of_all) {
-  Volume volume(room.most_bytes, manifest + room.on_first + OnDisc(list_of_all));
-  if (!volume.Fits()) {
-    RefuseAsTooLarge("the volume size is too small for what the first volume holds besides payload",
-                     volume.Bytes());
-  }
-  return volume;
+/// The first volume must hold this besides payload.
+void CheckFirst(const Filling& volume) {
+  if (volume.Fits()) return;
+  RefuseAsTooLarge("the volume size is too small for what the first volume holds besides payload",
+                   volume.Bytes());
 }
 
 /// What the manifest takes on each of these volumes.
 std::uint64_t ManifestFor(const Volumes& volumes, const VolumeRoom& room) {
   std::uint64_t length = ManifestFrame(volumes.size()) + room.in_manifest;
-  for (const std::vector<PayloadEntry>& volume : volumes) length += ManifestLength(volume);
+  for (const PlannedVolume& volume : volumes) length += volume.in_manifest;
   return OnDisc(length);
 }
 
-/// With so many bytes for the manifest on each volume.
-Volumes Spread(const std::vector<PayloadEntry>& payload, const VolumeRoom& room,
-               std::uint64_t manifest) {
-  Volume volume = FirstVolume(room, manifest, ListLength(payload));
+/// With so many bytes for the manifest on each volume, and for the list of all files on the first.
+Volumes Spread(const std::shared_ptr<const PayloadList>& payload, const VolumeRoom& room,
+               std::uint64_t manifest, std::uint64_t list_of_all) {
   Volumes volumes;
-  for (std::size_t i = 0; i < payload.size(); ++i) {
-    const PayloadEntry& entry = payload[i];
+  auto behind_the_last = payload->begin();
+  const auto begin_volume = [&](std::uint64_t other_bytes) {
+    return Filling(payload, behind_the_last, room.most_bytes, manifest + other_bytes);
+  };
+  Filling volume = begin_volume(room.on_first + OnDisc(list_of_all));
+  CheckFirst(volume);
+  for (auto next = payload->begin(); next != payload->end();) {
+    const PayloadEntry entry = *next;
+    ++next;
     const bool comes_with_its_files =
-        i + 1 < payload.size() && payload[i + 1].name.starts_with(entry.name + "/");
-    if (comes_with_its_files || volume.Take(entry)) continue;
-    volumes.push_back(std::move(volume).Entries());
-    volume = Volume(room.most_bytes, manifest);
+        next != payload->end() && next->name.starts_with(entry.name + "/");
+    if (comes_with_its_files) continue;
     if (!volume.Take(entry)) {
-      RefuseAsTooLarge("larger than a volume: " + entry.name, volume.BytesWith(entry));
+      volumes.push_back(std::move(volume).Finished(behind_the_last));
+      volume = begin_volume(0);
+      if (!volume.Take(entry)) {
+        RefuseAsTooLarge("larger than a volume: " + entry.name, volume.BytesWith(entry));
+      }
+      if (volumes.size() == kMostVolumes) RefuseSoManyVolumes();
     }
-    if (volumes.size() == kMostVolumes) RefuseSoManyVolumes();
+    behind_the_last = next;
   }
-  volumes.push_back(std::move(volume).Entries());
+  volumes.push_back(std::move(volume).Finished(payload->end()));
   return volumes;
 }
 
@@ -159,10 +173,13 @@ std::uint64_t OnDisc(std::uint64_t size) {
   return (size + kDiscBlock - 1) / kDiscBlock * kDiscBlock;
 }
 
-Volumes SplitPayload(const std::vector<PayloadEntry>& payload, const VolumeRoom& room) {
+Volumes SplitPayload(PayloadList payload, const VolumeRoom& room) {
+  const auto list = std::make_shared<const PayloadList>(std::move(payload));
+  const std::uint64_t list_of_all = ListLength(*list);
   // More volumes make a larger manifest, which lies on each of them.
-  for (std::uint64_t manifest = ManifestFor({payload}, room);;) {
-    Volumes volumes = Spread(payload, room, manifest);
+  for (std::uint64_t manifest = OnDisc(ManifestFrame(1) + room.in_manifest + ManifestLength(*list));
+       ;) {
+    Volumes volumes = Spread(list, room, manifest, list_of_all);
     const std::uint64_t needed = ManifestFor(volumes, room);
     if (needed <= manifest) return volumes;
     manifest = needed;
@@ -172,27 +189,28 @@ Volumes SplitPayload(const std::vector<PayloadEntry>& payload, const VolumeRoom&
 Volumes PresortedPayload(const OpenDirectory& directory, Links links, const VolumeRoom& room) {
   const std::size_t count = CountPresorted(directory);
   if (count > kMostVolumes) RefuseSoManyVolumes();
-  Volumes volumes;
+  std::vector<std::shared_ptr<const PayloadList>> lists;
   std::uint64_t list_of_all = 0;
+  std::uint64_t manifest = ManifestFrame(count) + room.in_manifest;
   for (std::size_t i = 1; i <= count; ++i) {
-    volumes.push_back(ListPayload(directory.Directory(std::to_string(i)), links));
-    list_of_all += ListLength(volumes.back());
+    lists.push_back(std::make_shared<const PayloadList>(
+        ListPayload(directory.Directory(std::to_string(i)), links)));
+    list_of_all += ListLength(*lists.back());
+    manifest += ManifestLength(*lists.back());
   }
-  const std::uint64_t manifest = ManifestFor(volumes, room);
+  Volumes volumes;
   for (std::size_t i = 1; i <= count; ++i) {
-    Volume volume =
-        i == 1 ? FirstVolume(room, manifest, list_of_all) : Volume(room.most_bytes, manifest);
-    bool fits = true;
-    for (const PayloadEntry& entry : volumes[i - 1]) {
-      if (volume.Take(entry)) continue;
-      fits = false;
-      volume.TakeAnyway(entry);
-    }
-    if (!fits) {
+    const std::shared_ptr<const PayloadList>& list = lists[i - 1];
+    const std::uint64_t on_first = i == 1 ? room.on_first + OnDisc(list_of_all) : 0;
+    Filling volume(list, list->begin(), room.most_bytes, OnDisc(manifest) + on_first);
+    if (i == 1) CheckFirst(volume);
+    for (const PayloadEntry& entry : *list) volume.TakeAnyway(entry);
+    if (!volume.Fits()) {
       RefuseAsTooLarge(
           "more than a volume holds: " + PathBelow(directory.Path(), std::to_string(i)),
           volume.Bytes());
     }
+    volumes.push_back(std::move(volume).Finished(list->end()));
   }
   return volumes;
 }

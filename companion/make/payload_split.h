@@ -2,9 +2,12 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <utility>
 #include <vector>
 
 #include "companion/make/payload_list.h"
+#include "companion/names/open_tree.h"
 #include "companion/seal/manifest.h"
 #include "insio/open_directory.h"
 
@@ -23,14 +26,36 @@ struct VolumeRoom {
   std::uint64_t in_manifest = 0;  ///< length of the lines in the manifest for what is no payload
 };
 
-using Volumes = std::vector<std::vector<PayloadEntry>>;
+/// The payload of a volume: some entries of a list, one behind the other. The directories that they lie
+/// in are there, too, also those that stand before the first of them in the list.
+class PlannedVolume {
+ public:
+  using Iterator = PayloadList::Iterator;
+
+  PlannedVolume(std::shared_ptr<const PayloadList> list, Iterator begin, Iterator end)
+      : list_(std::move(list)), begin_(std::move(begin)), end_(std::move(end)) {}
+
+  const Iterator& begin() const { return begin_; }
+  const Iterator& end() const { return end_; }
+
+  void EndAt(const Iterator& end) { end_ = end; }
+
+  std::uint64_t files = 0, bytes = 0;
+  std::uint64_t in_list = 0, in_manifest = 0;  ///< length of its lines there, see record_room.h
+
+ private:
+  std::shared_ptr<const PayloadList> list_;
+  Iterator begin_, end_;
+};
+
+using Volumes = std::vector<PlannedVolume>;
 
 /// Spreads the entries over volumes in their order, so that none takes more than its most bytes on a
-/// disc, its list and the manifest included; the first one also holds the list of all files. Each
-/// volume gets the directories that its files lie in. There is at least one volume.
+/// disc, its list and the manifest included; the first one also holds the list of all files. There is
+/// at least one volume.
 /// Throws CannotMake when a file is too large for any volume, the limit too small for the first one,
 /// and for more than kMostVolumes volumes.
-Volumes SplitPayload(const std::vector<PayloadEntry>& payload, const VolumeRoom& room);
+Volumes SplitPayload(PayloadList payload, const VolumeRoom& room);
 
 /// The entries of the directories "1", "2", ... of `directory`, each of them a volume with names of its
 /// own, with the same sizes as above.

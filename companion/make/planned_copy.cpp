@@ -1,13 +1,16 @@
 #include "companion/make/planned_copy.h"
 
+#include <optional>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 #include "companion/names/path_below.h"
 
 namespace kvl {
 namespace {
 
+using KVLInsIO::EntryState;
 using KVLInsIO::FileKind;
 using KVLInsIO::OpenDirectory;
 using KVLInsIO::OpenFile;
@@ -22,21 +25,24 @@ PlannedFile PlannedEntry(const PayloadEntry& entry, OpenTree& from) {
   const Place place(entry.name);
   const OpenDirectory& directory = from.At(place.directory);
   const std::string path = PathBelow(directory.Path(), place.name);
-  if (from.FollowsLinks()) return {OpenFile(path), entry.state};
-  if (directory.Look(place.name) != entry.state) RefuseAsChanged(path);
-  return {directory.File(place.name), entry.state};
+  std::optional<OpenFile> followed;
+  if (from.FollowsLinks()) followed.emplace(path);
+  const EntryState state = followed ? followed->State() : directory.Look(place.name);
+  if (MarkOf(state) != entry.mark) RefuseAsChanged(path);
+  return {followed ? *std::move(followed) : directory.File(place.name), state};
 }
 
 void CheckPlannedLink(const PayloadEntry& entry, OpenTree& from) {
   const Place place(entry.name);
   const OpenDirectory& directory = from.At(place.directory);
-  if (directory.Look(place.name) != entry.state || directory.Target(place.name) != entry.target) {
+  const bool is_same = MarkOf(directory.Look(place.name)) == entry.mark;
+  if (!is_same || directory.Target(place.name) != entry.target) {
     RefuseAsChanged(PathBelow(directory.Path(), place.name));
   }
 }
 
 Digest CopyPlanned(const PlannedFile& planned, const OpenDirectory& directory,
-                   const std::string& name, FileKind kind) {
+                   const std::string& name, FileKind kind, const SeeBytes& see) {
   const auto refuse_unless = [&planned](bool is_as_planned) {
     if (!is_as_planned) RefuseAsChanged(planned.file.Path());
   };
@@ -45,6 +51,7 @@ Digest CopyPlanned(const PlannedFile& planned, const OpenDirectory& directory,
   directory.CopyFile(planned.file, name, kind, [&](std::string_view bytes) {
     hasher.Add(bytes);
     refuse_unless(hasher.Size() <= planned.state.size);
+    if (see) see(bytes.size());
   });
   refuse_unless(hasher.Size() == planned.state.size && planned.file.State() == planned.state);
   return hasher.Finish();

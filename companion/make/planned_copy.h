@@ -1,6 +1,8 @@
 // Copying what was planned, and nothing else.
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <string>
 
 #include "companion/make/media_plan.h"
@@ -17,11 +19,14 @@ PlannedFile PlannedEntry(const PayloadEntry& entry, OpenTree& from);
 /// Throws the same when a link is no longer what it was.
 void CheckPlannedLink(const PayloadEntry& entry, OpenTree& from);
 
+/// Told of each piece of a file that is being copied, in the thread that copies it.
+using SeeBytes = std::function<void(std::uint64_t bytes)>;
+
 /// Copies the file into the directory, not a byte more than was planned, and gives the digest of what
 /// was written; it is read once.
 /// Throws as above when it is not what was planned, and as CopyFile does. The copy then stays, partly
 /// written.
 Digest CopyPlanned(const PlannedFile& planned, const KVLInsIO::OpenDirectory& directory,
-                   const std::string& name, KVLInsIO::FileKind kind);
+                   const std::string& name, KVLInsIO::FileKind kind, const SeeBytes& see = {});
 
 }  // namespace kvl

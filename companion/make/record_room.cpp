@@ -2,7 +2,6 @@
 
 #include <string_view>
 
-#include "companion/names/path_state.h"
 #include "companion/seal/listed_path.h"
 
 namespace kvl {
@@ -22,20 +21,22 @@ std::uint64_t ListLength(const PayloadEntry& entry) {
   return entry.IsFile() ? kNumberDigestAndRest + PathLength(entry) : 0;
 }
 
-std::uint64_t ListLength(const std::vector<PayloadEntry>& entries) {
+std::uint64_t ListLength(const PayloadList& entries) {
   std::uint64_t length = 0;
   for (const PayloadEntry& entry : entries) length += ListLength(entry);
   return length;
 }
 
-std::uint64_t ManifestLength(const std::vector<PayloadEntry>& entries) {
+std::uint64_t ManifestLength(const PayloadEntry& entry) {
   constexpr std::uint64_t kWordAndLineFeed = 11;
+  if (entry.IsFile() && !entry.is_program) return 0;
+  return kWordAndLineFeed + PathLength(entry) + 1 +
+         Escaped(entry.target, Escapes::kOfFields).size();
+}
+
+std::uint64_t ManifestLength(const PayloadList& entries) {
   std::uint64_t length = 0;
-  for (const PayloadEntry& entry : entries) {
-    if (entry.IsFile() && !IsProgram(entry.state.mode)) continue;
-    length +=
-        kWordAndLineFeed + PathLength(entry) + 1 + Escaped(entry.target, Escapes::kOfFields).size();
-  }
+  for (const PayloadEntry& entry : entries) length += ManifestLength(entry);
   return length;
 }
 

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
 
 #include "companion/make/payload_list.h"
 
@@ -11,10 +10,11 @@ namespace kvl {
 
 /// Of an entry's line in its volume's list, or in that of all files.
 std::uint64_t ListLength(const PayloadEntry& entry);
-std::uint64_t ListLength(const std::vector<PayloadEntry>& entries);
+std::uint64_t ListLength(const PayloadList& entries);
 
-/// Of the entries' lines in the manifest.
-std::uint64_t ManifestLength(const std::vector<PayloadEntry>& entries);
+/// Of an entry's line in the manifest, and of all that are listed; a plain file has none.
+std::uint64_t ManifestLength(const PayloadEntry& entry);
+std::uint64_t ManifestLength(const PayloadList& entries);
 /// Of a manifest for so many volumes, without the lines of entries and the names in the call.
 std::uint64_t ManifestFrame(std::uint64_t volumes);
 

@@ -78,7 +78,9 @@ TEST_F(MakeRoom, IsCountedAsItIsTaken) {
                                 .time = {}};
     const MediaPlan plan = PlanMedia(request);
     const Room room = RoomFor(plan, kBlock);
-    MakeMedia(request, plan, [](std::size_t, const std::string&, std::uint64_t, std::uint64_t) {});
+    MakeMedia(request, plan,
+              {[](std::size_t, const std::string&, std::uint64_t) {},
+               [](std::uint64_t, std::uint64_t) {}});
     std::uint64_t entries = 1, blocks = 1;
     for (const auto& entry : fs::recursive_directory_iterator(request.directory)) {
       ++entries;
