@@ -87,10 +87,10 @@ class Maker {
   void WritePayload(std::size_t volume) {
     const std::string number = std::to_string(volume);
     media_.MakeDirectory(volume, PathBelow(names::kPayload, number));
-    std::optional<OpenDirectory> presorted;
-    if (request_.is_presorted) presorted.emplace(plan_.payload.Directory(number));
-    OpenTree from(presorted ? *presorted : plan_.payload, OpenTree::Missing::kFails,
-                  request_.links);
+    constexpr auto kFails = OpenTree::Missing::kFails;
+    OpenTree from = request_.is_presorted
+                        ? OpenTree(plan_.payload.Directory(number), kFails, request_.links)
+                        : OpenTree(plan_.payload, kFails, request_.links);
     for (const PayloadEntry& entry : plan_.volumes[volume - 1]) {
       const std::string path = PathOfPayload(volume, entry);
       if (!entry.IsFile()) {

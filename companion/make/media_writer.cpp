@@ -24,6 +24,16 @@ MediaWriter::Kind KindOf(const PayloadEntry& entry) {
   return entry.is_program ? MediaWriter::Kind::kProgram : MediaWriter::Kind::kPlain;
 }
 
+/// Copies the entry, and gives its digest. The directory that it lies in stays open meanwhile.
+auto CopyOf(const PayloadEntry& entry, OpenTree& from, const SeeBytes& see) {
+  const Place place(entry.name);
+  const Links links = from.FollowsLinks() ? Links::kFollowed : Links::kKept;
+  return [directory = from.Hold(place.directory), source = place.name, mark = entry.mark, links,
+          kind = KindOf(entry), see](const OpenDirectory& to, const std::string& name) {
+    return CopyPlanned(OpenPlanned(*directory, source, mark, links), to, name, kind, see);
+  };
+}
+
 std::string MarkerOf(std::size_t volume) {
   return MarkerName(static_cast<std::int64_t>(volume));
 }
@@ -57,16 +67,21 @@ void MediaWriter::Copy(std::size_t volume, const std::string& path, const Planne
                        Kind kind) {
   const std::string on_disc = OnDisc(volume, path);
   ListedFile& listed = Add(volume, on_disc, {}, file.state.size, kind);
-  CopyHeld(volume, on_disc, {std::shared_ptr<void>(), &file}, kind,
-           [&listed](const Digest& digest) { listed.digest = digest; }, {});
+  CopyLater(volume, on_disc, file.state.size,
+            [&file, &listed, kind](const OpenDirectory& to, const std::string& name) {
+              listed.digest = CopyPlanned(file, to, name, kind);
+            });
 }
 
 void MediaWriter::Copy(std::size_t volume, const std::string& path, const PayloadEntry& entry,
                        OpenTree& from) {
   const std::string on_disc = OnDisc(volume, path);
   ListedFile& listed = Add(volume, on_disc, {}, entry.size, KindOf(entry));
-  CopyHeld(volume, on_disc, std::make_shared<const PlannedFile>(PlannedEntry(entry, from)),
-           KindOf(entry), [&listed](const Digest& digest) { listed.digest = digest; }, {});
+  const auto copy = CopyOf(entry, from, {});
+  CopyLater(volume, on_disc, entry.size,
+            [copy, &listed](const OpenDirectory& to, const std::string& name) {
+              listed.digest = copy(to, name);
+            });
 }
 
 void MediaWriter::BeginPayload(const std::string& list, const SeeBytes& see) {
@@ -79,13 +94,14 @@ void MediaWriter::BeginPayload(const std::string& list, const SeeBytes& see) {
 void MediaWriter::CopyOfPayload(std::size_t volume, const std::string& path,
                                 const PayloadEntry& entry, OpenTree& from) {
   const std::string on_disc = OnDisc(volume, path);
-  auto file = std::make_shared<const PlannedFile>(PlannedEntry(entry, from));
   CountIn(volume, on_disc, entry.size, KindOf(entry));
   ++records_[volume - 1].payload_files;
   ListOfAll::Line& line = list_->Add(volume, on_disc);
-  CopyHeld(
-      volume, on_disc, file, KindOf(entry),
-      [this, &line](const Digest& digest) { list_->SetDigest(line, digest); }, see_payload_);
+  const auto copy = CopyOf(entry, from, see_payload_);
+  CopyLater(volume, on_disc, entry.size,
+            [this, copy, &line](const OpenDirectory& to, const std::string& name) {
+              list_->SetDigest(line, copy(to, name));
+            });
   if (list_->IsFull()) WaitForCopies();
 }
 
@@ -95,20 +111,31 @@ void MediaWriter::EndPayload() {
   Add(1, list_path_, list_->File().Sum(), list_->File().Size(), Kind::kPlain);
 }
 
-void MediaWriter::CopyHeld(std::size_t volume, const std::string& path,
-                           const std::shared_ptr<const PlannedFile>& file, Kind kind,
-                           const SeeDigest& see_digest, const SeeBytes& see_bytes) {
+void MediaWriter::CopyLater(std::size_t volume, const std::string& path, std::uint64_t size,
+                            Copying copying) {
+  constexpr std::size_t kManyFiles = 32;
+  constexpr std::uint64_t kManyBytes = 1U << 18U;
   const Place place(path);
   const auto directory = Hold(volume, place.directory);
-  copies_.Run([this, directory, name = place.name, file, kind, see_digest, see_bytes] {
+  if (directory != batch_directory_) HandOver();
+  batch_directory_ = directory;
+  batch_.push_back(
+      [copying = std::move(copying), directory, name = place.name] { copying(*directory, name); });
+  bytes_in_batch_ += size;
+  if (batch_.size() == kManyFiles || bytes_in_batch_ >= kManyBytes) HandOver();
+  RethrowFailure();
+}
+
+void MediaWriter::HandOver() {
+  copies_.Run([this, batch = std::exchange(batch_, {})] {
     try {
-      see_digest(CopyPlanned(*file, *directory, name, kind, see_bytes));
+      for (const std::function<void()>& copy : batch) copy();
     } catch (...) {
       const std::lock_guard lock(failing_);
       if (!failure_) failure_ = std::current_exception();
     }
   });
-  RethrowFailure();
+  bytes_in_batch_ = 0;
 }
 
 void MediaWriter::Link(std::size_t volume, const std::string& path, const PayloadEntry& entry,
@@ -180,6 +207,7 @@ void MediaWriter::WriteAt(std::size_t volume, const std::string& path, std::stri
 }
 
 void MediaWriter::WaitForCopies() {
+  HandOver();
   copies_.Wait();
   RethrowFailure();
 }

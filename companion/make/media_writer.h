@@ -48,7 +48,7 @@ class MediaWriter {
   /// For a file that gets its place only when the media is finished.
   void List(std::size_t volume, const std::string& path, std::string_view text, Kind kind);
   /// As CopyPlanned does, sooner or later: it throws what went wrong with this file or with one before.
-  /// `file` must outlive the writer.
+  /// `file`, and the top of a tree that does not own it, must outlive the writer.
   void Copy(std::size_t volume, const std::string& path, const PlannedFile& file, Kind kind);
   void Copy(std::size_t volume, const std::string& path, const PayloadEntry& entry, OpenTree& from);
   /// A link that holds the same, with its time.
@@ -97,10 +97,10 @@ class MediaWriter {
   ListedFile& Add(std::size_t volume, const std::string& path, const Digest& digest,
                   std::uint64_t size, Kind kind);
   void CountIn(std::size_t volume, const std::string& path, std::uint64_t size, Kind kind);
-  using SeeDigest = std::function<void(const Digest& digest)>;
-  void CopyHeld(std::size_t volume, const std::string& path,
-                const std::shared_ptr<const PlannedFile>& file, Kind kind,
-                const SeeDigest& see_digest, const SeeBytes& see_bytes);
+  /// Makes a copy of this name in the directory, and keeps its digest.
+  using Copying = std::function<void(const KVLInsIO::OpenDirectory& to, const std::string& name)>;
+  void CopyLater(std::size_t volume, const std::string& path, std::uint64_t size, Copying copying);
+  void HandOver();
   void WaitForCopies();
   void RethrowFailure();
   std::vector<Marker> Markers(const std::string& tag) const;
@@ -115,6 +115,10 @@ class MediaWriter {
   std::string list_path_;  // from the directory of volume 1
   SeeBytes see_payload_;
   std::optional<ListOfAll> list_;
+  // Small files are handed over together; of one directory, so that few of them are held open.
+  std::vector<std::function<void()>> batch_;
+  std::uint64_t bytes_in_batch_ = 0;
+  std::shared_ptr<const KVLInsIO::OpenDirectory> batch_directory_;
   std::mutex failing_;
   std::exception_ptr failure_;  // of the first copy that failed
   TaskQueue copies_;            // last, so that all of it outlives the copies

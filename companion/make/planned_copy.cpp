@@ -21,15 +21,14 @@ using KVLInsIO::OpenFile;
 
 }  // namespace
 
-PlannedFile PlannedEntry(const PayloadEntry& entry, OpenTree& from) {
-  const Place place(entry.name);
-  const OpenDirectory& directory = from.At(place.directory);
-  const std::string path = PathBelow(directory.Path(), place.name);
+PlannedFile OpenPlanned(const OpenDirectory& from, const std::string& name, std::uint64_t mark,
+                        Links links) {
+  const std::string path = PathBelow(from.Path(), name);
   std::optional<OpenFile> followed;
-  if (from.FollowsLinks()) followed.emplace(path);
-  const EntryState state = followed ? followed->State() : directory.Look(place.name);
-  if (MarkOf(state) != entry.mark) RefuseAsChanged(path);
-  return {followed ? *std::move(followed) : directory.File(place.name), state};
+  if (links == Links::kFollowed) followed.emplace(path);
+  const EntryState state = followed ? followed->State() : from.Look(name);
+  if (MarkOf(state) != mark) RefuseAsChanged(path);
+  return {followed ? *std::move(followed) : from.File(name), state};
 }
 
 void CheckPlannedLink(const PayloadEntry& entry, OpenTree& from) {

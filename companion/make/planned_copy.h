@@ -12,9 +12,11 @@
 
 namespace kvl {
 
-/// Opens a file of a tree. Throws std::runtime_error "changed since the media was planned: " + path
-/// when something else lies there; as OpenDirectory does.
-PlannedFile PlannedEntry(const PayloadEntry& entry, OpenTree& from);
+/// Opens a file of a directory, or what a link leads to that stands there when links are followed. Throws
+/// std::runtime_error "changed since the media was planned: " + path when it is not what the mark is of;
+/// as OpenDirectory does.
+PlannedFile OpenPlanned(const KVLInsIO::OpenDirectory& from, const std::string& name,
+                        std::uint64_t mark, Links links);
 
 /// Throws the same when a link is no longer what it was.
 void CheckPlannedLink(const PayloadEntry& entry, OpenTree& from);

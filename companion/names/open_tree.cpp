@@ -10,16 +10,15 @@ namespace kvl {
 using KVLInsIO::OpenDirectory;
 
 std::shared_ptr<const OpenDirectory> OpenTree::Hold(const std::string& path) {
-  using Shared = std::shared_ptr<const OpenDirectory>;
-  if (path.empty()) return {Shared(), &top_};
+  if (path.empty()) return top_;
   if (here_ && path == path_) return here_;
   // A directory is mostly followed by those in it.
   const bool is_below = here_ && path.starts_with(path_ + "/");
-  Shared place = is_below ? std::move(here_) : Shared(Shared(), &top_);
+  std::shared_ptr<const OpenDirectory> place = is_below ? std::move(here_) : top_;
   std::size_t begin = is_below ? path_.size() + 1 : 0;
   here_.reset();
   if (FollowsLinks()) {
-    place = std::make_shared<OpenDirectory>(PathBelow(top_.Path(), path));
+    place = std::make_shared<OpenDirectory>(PathBelow(top_->Path(), path));
     begin = path.size();
   }
   for (std::size_t end; begin < path.size(); begin = end + 1) {

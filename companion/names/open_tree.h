@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "insio/open_directory.h"
 
@@ -16,10 +17,16 @@ class OpenTree {
  public:
   enum class Missing { kFails, kIsMade };
 
-  /// `missing` is for directories below the top, which must outlive the tree. Links to directories
-  /// are followed on the way only when `links` says so, and then also out of the tree.
+  /// `missing` is for directories below the top, which must outlive the tree and all that it gives.
+  /// Links to directories are followed on the way only when `links` says so, and then also out of the
+  /// tree.
   OpenTree(const KVLInsIO::OpenDirectory& top, Missing missing, Links links = Links::kKept)
-      : top_(top), missing_(missing), links_(links) {}
+      : top_(std::shared_ptr<void>(), &top), missing_(missing), links_(links) {}
+  /// A tree that owns its top.
+  OpenTree(KVLInsIO::OpenDirectory&& top, Missing missing, Links links = Links::kKept)
+      : top_(std::make_shared<KVLInsIO::OpenDirectory>(std::move(top))),
+        missing_(missing),
+        links_(links) {}
 
   /// The directory at a path of names below the top, such as "a/b"; the empty one is the top. It stays
   /// open until the next call. Throws as OpenDirectory does.
@@ -30,7 +37,7 @@ class OpenTree {
   bool FollowsLinks() const { return links_ == Links::kFollowed; }
 
  private:
-  const KVLInsIO::OpenDirectory& top_;
+  std::shared_ptr<const KVLInsIO::OpenDirectory> top_;
   Missing missing_;
   Links links_;
   std::shared_ptr<const KVLInsIO::OpenDirectory> here_;
