@@ -222,7 +222,12 @@ TEST_F(MakeAtEveryMoment, AChangedFileArrivesAsPlannedOrIsNamed) {
       {"a link above", [&] { world_.Change("move payload/1/a moved; link payload/1/a {moved}"); },
        ""},
   };
-  const int end = CountMoments("single", Calls::kLooking);
+  int end = 0;  // of what can still be changed
+  (void)Make("single", Calls::kLooking, [&](int call) {
+    if (!fs::exists("media/StartTUI.sh")) end = call + 1;
+    return Step::kGoOn;
+  });
+  fs::remove_all("media");
   for (const Change& change : changes) {
     SCOPED_TRACE(change.what);
     int made = 0, planned_anew = 0, named = 0;
