@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <linux/fs.h>
 #include <utility>
@@ -75,6 +76,51 @@ int LinkAndUnlink(int from, const char* name, int to, const char* new_name) {
   if (::linkat(from, name, to, new_name, /*flags=*/0) != 0) return errno;
   return ::unlinkat(from, name, /*flags=*/0) == 0 ? 0 : errno;
 }
+
+/// 0 or the error. Nothing is replaced.
+int RenameAsNew(int from, const std::string& name, int to, const std::string& new_name) {
+  const int error = RenameToNew(from, name.c_str(), to, new_name.c_str());
+  const bool is_unknown =
+      error == ENOSYS || error == EINVAL || error == EPERM;  // as a filter may say
+  return is_unknown ? LinkAndUnlink(from, name.c_str(), to, new_name.c_str()) : error;
+}
+
+constexpr int kNew = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW;
+
+/// A file of the directory while it is written: it has a name that nobody else uses, and is removed when
+/// it gets no other.
+class Unfinished {
+ public:
+  explicit Unfinished(const FileDescriptor& directory) : directory_(directory) {}
+  ~Unfinished() {
+    if (is_there_) ::unlinkat(directory_.Number(), name_.c_str(), /*flags=*/0);
+  }
+  Unfinished(const Unfinished&) = delete;
+  Unfinished& operator=(const Unfinished&) = delete;
+
+  std::unique_ptr<FileDescriptor> Make() {
+    static std::atomic<unsigned> count = 0;
+    std::unique_ptr<FileDescriptor> file;
+    do {
+      name_ = ".unfinished-" + std::to_string(::getpid()) + "-" + std::to_string(++count);
+      file = std::make_unique<FileDescriptor>(directory_, name_, kNew, kUnfinishedMode);
+      is_there_ = file->IsOpen();
+    } while (!is_there_ && errno == EEXIST);
+    return file;
+  }
+
+  /// 0 or the error.
+  int Become(const std::string& name) {
+    const int error = RenameAsNew(directory_.Number(), name_, directory_.Number(), name);
+    if (error == 0) is_there_ = false;
+    return error;
+  }
+
+ private:
+  const FileDescriptor& directory_;
+  std::string name_;
+  bool is_there_ = false;
+};
 
 struct StreamCloser {
   void operator()(DIR* stream) const { ::closedir(stream); }
@@ -229,7 +275,6 @@ OpenDirectory OpenDirectory::MakeDirectory(const std::string& name) const {
 
 NewFile OpenDirectory::MakeFile(const std::string& name) const {
   const std::string path = PathOf(name);
-  constexpr int kNew = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW;
   return {std::make_unique<FileDescriptor>(*directory_, name, kNew, kUnfinishedMode), path};
 }
 
@@ -242,8 +287,10 @@ void OpenDirectory::WriteFile(const std::string& name, std::string_view text, Fi
 
 void OpenDirectory::CopyFile(const OpenFile& source, const std::string& name, FileKind kind,
                              const std::function<void(std::string_view)>& see) const {
+  const std::string path = PathOf(name);
   const struct stat status = StatusOf(*source.file_, source.path_);
-  NewFile file = MakeFile(name);
+  Unfinished unfinished(*directory_);
+  NewFile file(unfinished.Make(), path);
   constexpr std::size_t kBufferSize = 65536;
   std::array<char, kBufferSize> buffer;  // not cleared: every byte is read before it is written
   for (std::uint64_t at = 0;;) {
@@ -255,6 +302,8 @@ void OpenDirectory::CopyFile(const OpenFile& source, const std::string& name, Fi
     at += length;
   }
   file.Finish(kind, status.st_atime, status.st_mtime);
+  const int error = unfinished.Become(name);
+  if (error != 0) throw KVLInsException(kCannotWrite + path, error);
 }
 
 void OpenDirectory::MakeLink(const std::string& name, const std::string& target,
@@ -272,12 +321,7 @@ void OpenDirectory::Rename(const std::string& name, const OpenDirectory& directo
                            const std::string& new_name) const {
   const std::string path = PathOf(name);
   const std::string new_path = directory.PathOf(new_name);
-  const int from = Number();
-  const int to = directory.Number();
-  int error = RenameToNew(from, name.c_str(), to, new_name.c_str());
-  if (error == ENOSYS || error == EINVAL || error == EPERM) {  // EPERM is what a filter may say
-    error = LinkAndUnlink(from, name.c_str(), to, new_name.c_str());
-  }
+  const int error = RenameAsNew(Number(), name, directory.Number(), new_name);
   if (error != 0) throw KVLInsException("rename - " + path + " to " + new_path, error);
 }
 

@@ -26,8 +26,7 @@ using SeeBytes = std::function<void(std::uint64_t bytes)>;
 
 /// Copies the file into the directory, not a byte more than was planned, and gives the digest of what
 /// was written; it is read once.
-/// Throws as above when it is not what was planned, and as CopyFile does. The copy then stays, partly
-/// written.
+/// Throws as above when it is not what was planned, and as CopyFile does. Nothing is left then.
 Digest CopyPlanned(const PlannedFile& planned, const KVLInsIO::OpenDirectory& directory,
                    const std::string& name, KVLInsIO::FileKind kind, const SeeBytes& see = {});
 
