@@ -127,6 +127,7 @@ void MediaWriter::CopyLater(std::size_t volume, const std::string& path, std::ui
 }
 
 void MediaWriter::HandOver() {
+  if (batch_.empty()) return;
   copies_.Run([this, batch = std::exchange(batch_, {})] {
     try {
       for (const std::function<void()>& copy : batch) copy();
