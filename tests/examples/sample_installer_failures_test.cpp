@@ -53,21 +53,75 @@ TEST_F(SampleInstallerFails, WithoutWritingOutsideWhenTheManifestIsMissingOrHost
     return Replaced(whole, "link payload/1/bin/sample-tool\tsample-tool-1\n", lines);
   };
   const std::string line = "not a line of a list of checksums: ";
-  for (const auto& [contents, status, last_line] :
-       std::vector<std::tuple<std::string, int, std::string>>{
-           {"", 4, "missing or damaged: {media/media.manifest}"},
-           {whole.substr(0, whole.size() - 2), 4, "missing or damaged: {media/media.manifest}"},
-           {with("link payload/1/a\t../out\n"), 4, line + "link payload/1/a\t../out"},
-           {with("link payload/1/a\tb/../../out\n"), 4, line + "link payload/1/a\tb/../../out"},
-           {with("link payload/1/a\tshare\nlink payload/1/a/evil\tb\n"), 6,
-            "the target has such a file already: {target/a}"}}) {
+  for (const auto& [contents, last_line] : std::vector<std::pair<std::string, std::string>>{
+           {"", "missing or damaged: {media/media.manifest}"},
+           {whole.substr(0, whole.size() - 2), "missing or damaged: {media/media.manifest}"},
+           {Replaced(whole, "volume 1 ", "volume 2 "), "volume 1 is damaged: {media}"}}) {
     SCOPED_TRACE(contents);
     Remove("target");
     Directory().Write("media/media.manifest", contents);
-    ExpectFailure("media", {"--target", "{target}"}, status, last_line);
-    EXPECT_FALSE(fs::exists(Path("out")));
-    EXPECT_FALSE(fs::exists(Path("target/share/evil")));
+    ExpectFailure("media", {"--target", "{target}"}, 4, last_line);
+    EXPECT_EQ(DescribeTree(Path("target")), TreeOf({.of = 1}));
   }
+  for (const std::string refused :
+       {"link payload/1/a\t../out", "link payload/1/a\tb/../../out", "link payload/1/a\t/out",
+        "link payload/1/a\t", "link payload/1/a", "link payload/1/a\tb\tc",
+        "link payload/1/../a\tb", "link payload/1/d/..\tb", "link payload/1//a\tb",
+        "link payload/1/a\\\tb", "link payload/1/a\\nb\tc", "link payload/1/a\t\\r",
+        "link payload/1/a\t\\0157", "link payload/1/a\t.\\", "directory payload/1/../out",
+        "directory payload/1/out\\n", "directory payload/1/d\td"}) {
+    SCOPED_TRACE(refused);
+    Remove("target");
+    Directory().Write("media/media.manifest", with(refused + "\n"));
+    ExpectFailure("media", {"--target", "{target}"}, 4, line + refused);
+    EXPECT_EQ(DescribeTree(Path("target")), TreeOf({.of = 1}));
+  }
+}
+
+TEST_F(SampleInstallerFails, WithoutWritingThroughALinkOfTheMedia) {
+  struct Row {
+    std::string lines;
+    int status;
+    std::string last_line;
+  };
+  Media();
+  const std::string manifest = Path("media/media.manifest"), whole = ReadFile(manifest);
+  const std::string damaged = Says("the installation is damaged");
+  const auto has = [](const std::string& path) {
+    return Says("the target has such a file already: {target/" + path + "}");
+  };
+  for (const auto& [lines, status, last_line] :
+       std::vector<Row>{{"link payload/1/a\tshare\nlink payload/1/a/evil\tb\n", 6, has("a")},
+                        {"link payload/1/a\tshare\ndirectory payload/1/a/evil\n", 6, has("a")},
+                        {"link payload/1/bin\tshare\n", 6, has("bin")},
+                        {"link payload/1\tshare/x\n", 0, ""},
+                        {"link payload/1/...\t.\nlink payload/1/a\t.../../out\n", 4, damaged},
+                        {"link payload/1/bin/b\t..\nlink payload/1/a\tbin/b/..\n", 4, damaged},
+                        {"link payload/1/a\tb\nlink payload/1/b\ta\n", 4, damaged},
+                        {"link payload/1/a\tgone/b\n", 4, damaged}}) {
+    SCOPED_TRACE(lines);
+    Remove("target");
+    Directory().Write("media/media.manifest",
+                      Replaced(whole, "link payload/1/bin/sample-tool\tsample-tool-1\n", lines));
+    const auto before = DescribeTreeExactly(Path("."));
+    const Outcome seen = Start("media", {"--target", "{target}"});
+    EXPECT_EQ(seen.status, status);
+    EXPECT_THAT(seen.err, testing::EndsWith(Text(last_line)));
+    EXPECT_FALSE(fs::exists(Path("target/share/evil")));
+    EXPECT_EQ(Start("media", {"-SoftMgt", "-Rollback", "--target", "{target}"}).status, 0);
+    Remove("target");
+    EXPECT_EQ(DescribeTreeExactly(Path(".")), before);
+  }
+}
+
+TEST_F(SampleInstallerFails, WithStatus4WhenAVolumeHasTheManifestOfAnotherRelease) {
+  Media({.layout = "sibling"});
+  Media({.layout = "sibling", .volumes = 3, .directory = "later"});
+  Remove("media/2");
+  fs::rename(Path("later/2"), Path("media/2"));
+  ExpectFailure("media/1", {"--target", "{target}"}, 4,
+                "not the manifest of the volumes before: {media/2/media.manifest}");
+  EXPECT_EQ(DescribeTree(Path("target")), TreeOf({.volumes = {"media/1"}, .of = 2}));
 }
 
 TEST_F(SampleInstallerFails, WithStatus3WithoutAVolumeOfAnOuterSet) {

@@ -71,6 +71,9 @@ TEST_F(SampleInstaller, InstallsOddNamesByTheToolsOfEachSystem) {
        {"a  b", "a\\b", "\\\\", "a\\n", "\xFF", "-n", "a:b/c", "*", "$x'\"", "\t"}) {
     Directory().Write(std::string("payload/") + name, std::string("of ") + name);
   }
+  Directory().Link("payload/d\te/\\t", "../d\te/./\\\t");
+  Directory().Link("payload/-l", "-n");
+  Directory().MakeDir("payload/d\te/\\\t");
   const std::string installer = SourceFile("examples/sample-installer"), media = Path("media");
   const Outcome made =
       RunProgram({{BuiltProgram("kvl-media"), "make", "--tag", "SAMPLE-1", "--installer", installer,
@@ -99,6 +102,34 @@ TEST_F(SampleInstaller, InstallsOddNamesByTheToolsOfEachSystem) {
     fs::remove_all(Path("target/.sample-suite"));
     EXPECT_EQ(DescribeTree(Path("target")), DescribeTree(Path("payload")));
     Remove("target");
+  }
+}
+
+TEST_F(SampleInstaller, InstallsVolumesOfLinksOrDirectoriesAlone) {
+  for (const std::string layout : {"flat", "sibling", "am"}) {
+    SCOPED_TRACE(layout);
+    for (const char* name : {"media", "target"}) Remove(name);
+    Directory().Link("payload/1/link", "below/all");
+    Directory().Link("payload/1/top", "below/..");
+    Directory().MakeDir("payload/2/below/all/of it");
+    const std::string installer = SourceFile("examples/sample-installer");
+    const Outcome made = RunProgram(
+        {{BuiltProgram("kvl-media"), "make", "--presorted", "--layout", layout, "--tag", "SAMPLE-1",
+          "--installer", installer, "--inst", SourceFile("examples/sample-inst"), "--launcher",
+          BuiltProgram("kvl-launcher"), Path("payload"), Path("media")},
+         {{"PATH", "/usr/bin:/bin"}}});
+    ASSERT_EQ(made.status, 0) << made.err;
+    const std::string first = layout == "flat" ? "media" : "media/1";
+    const Outcome seen =
+        Start(layout == "am" ? first + "/media/1" : first, {"--target", "{target}"});
+    EXPECT_EQ(seen.err, "");
+    EXPECT_EQ(seen.status, 0);
+    EXPECT_EQ(ReadFile(Path("target/.sample-suite/state")), "installed\n");
+    fs::remove_all(Path("target/.sample-suite"));
+    EXPECT_THAT(DescribeTree(Path("target")),
+                ElementsAre("d 755 below", "d 755 below/all", "d 755 below/all/of it",
+                            "l link -> below/all", "l top -> below/.."));
+    Remove("payload");
   }
 }
 
