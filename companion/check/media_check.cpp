@@ -169,8 +169,11 @@ class MediaCheck {
   void LookThroughTrees() {
     std::set<FileIdentity> seen;  // in the flat layout all volumes are in one
     std::vector<std::string> trees = {request_.media_dir};
+    InstalledTree installed;
     for (const VolumeRow& row : report_.volumes.rows) {
-      if (row.state == VolumeState::kFound) trees.push_back(row.directory);
+      if (row.state != VolumeState::kFound) continue;
+      trees.push_back(row.directory == state_.MediaDir.Str() ? request_.media_dir : row.directory);
+      installed.AddPayloadOf(trees.back(), std::to_string(row.number));
     }
     if (!report_.external_inst_slash.empty()) {
       for (const std::string& name : {std::string(names::kCommon), state_.OsName}) {
@@ -180,7 +183,9 @@ class MediaCheck {
     for (const std::string& tree : trees) {
       const PathState state = StateAt(tree);
       AddUnseen(tree, state.error, Severity::kWarning, report_.findings);
-      if (state.IsThere() && seen.insert(state.identity).second) SurveyTree(tree, report_.findings);
+      if (state.IsThere() && seen.insert(state.identity).second) {
+        SurveyTree(tree, installed, report_.findings);
+      }
     }
   }
 

@@ -88,7 +88,8 @@ class Graph {
 
 class TreeSurvey {
  public:
-  explicit TreeSurvey(Findings& findings) : findings_(findings) {}
+  TreeSurvey(const InstalledTree& installed, Findings& findings)
+      : installed_(installed), findings_(findings) {}
 
   void Run(const std::string& top) {
     open_.push_back(top);
@@ -159,7 +160,7 @@ class TreeSurvey {
   void LookAtLink(const FileIdentity& parent, const std::string& path) {
     const PathState target = StateAt(path);
     if (!target.IsThere()) {
-      if (IsUnseen(path, target.error)) return;
+      if (IsUnseen(path, target.error) || installed_.HasWhatLinkLeadsTo(path)) return;
       const bool is_long_way = target.error == ELOOP;
       Warn(is_long_way ? FindingKind::kTooManyLinks : FindingKind::kDanglingLink, path);
       return;
@@ -168,6 +169,7 @@ class TreeSurvey {
     if (target.IsDirectory()) graph_.Add(parent, {target.identity, path, /*is_link=*/true});
   }
 
+  const InstalledTree& installed_;
   Findings& findings_;
   std::vector<std::string> open_;  // directories still to be looked through, the next one last
   Graph graph_;
@@ -175,8 +177,8 @@ class TreeSurvey {
 
 }  // namespace
 
-void SurveyTree(const std::string& directory, Findings& findings) {
-  TreeSurvey(findings).Run(directory);
+void SurveyTree(const std::string& directory, const InstalledTree& installed, Findings& findings) {
+  TreeSurvey(installed, findings).Run(directory);
 }
 
 }  // namespace kvl

@@ -5,12 +5,14 @@
 #include <string>
 
 #include "companion/check/findings.h"
+#include "companion/check/installed_tree.h"
 
 namespace kvl {
 
 /// Adds a finding for each: link that leads nowhere or round in a circle, pipe, socket, device, file
 /// or directory that others than its owner and group cannot read, directory that cannot be listed,
-/// name that is too long for a disc, path that is too long for the system.
-void SurveyTree(const std::string& directory, Findings& findings);
+/// name that is too long for a disc, path that is too long for the system. A link may lead to what is
+/// there only once the media is installed.
+void SurveyTree(const std::string& directory, const InstalledTree& installed, Findings& findings);
 
 }  // namespace kvl

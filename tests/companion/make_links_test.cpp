@@ -53,15 +53,24 @@ TEST(MakeLinks, RefusesAllAtOnceThatLeadToNothingInThePayload) {
       "lib/out -> ../../outside, round/a -> b, round/b -> a, through -> lib64/../../outside");
 }
 
+/// From link to link, from volume to volume. Only where a volume is missing do they lead nowhere.
 TEST(MakeLinks, MayLeadToWhatLiesOnAnotherVolume) {
-  const CheckWorld world(std::string(kInstaller) +
-                         "file payload/1/lib/x library; link payload/2/bin/x ../lib/x");
-  const Outcome seen = world.MakeMedia({"--presorted"});
-  EXPECT_EQ(seen.status, 0);
-  EXPECT_THAT(seen.out, testing::HasSubstr("/StartTUI.sh'\nwarning"));
-  EXPECT_THAT(LinksOf(world, "media/2"), IsEmpty());
-  EXPECT_THAT(LinksOf(world, "media/1", 2),
-              ElementsAre(ManifestLink{"payload/2/bin/x", "../lib/x"}));
+  struct Row {
+    std::string layout, first, second;
+  };
+  for (const Row& row : {Row{"flat", "media", "media"}, Row{"sibling", "media/1", "media/2"},
+                         Row{"am", "media/1/media/1", "media/2/media/2"}}) {
+    SCOPED_TRACE(row.layout);
+    const CheckWorld world(std::string(kInstaller) +
+                           "file payload/1/lib/x library; link payload/1/y bin/x; "
+                           "link payload/2/bin/x ../lib64/./x; link payload/2/lib64 lib");
+    const Outcome seen = world.MakeMedia({"--presorted", "--layout", row.layout});
+    world.ExpectMade(seen, "'{" + row.first + "}", row.layout, 2);
+    const std::string below = row.layout == "am" ? "media/2/payload/2/" : "payload/2/";
+    EXPECT_THAT(LinksOf(world, row.layout == "am" ? "media/1" : row.first, 2),
+                ElementsAre(ManifestLink{below + "bin/x", "../lib64/./x"},
+                            ManifestLink{below + "lib64", "lib"}));
+  }
 }
 
 TEST(MakeLinks, AreRefusedWhereAnotherVolumeHasSomethingOfThatName) {
