@@ -133,6 +133,14 @@ TEST_F(SampleInstaller, InstallsVolumesOfLinksOrDirectoriesAlone) {
   }
 }
 
+TEST_F(SampleInstaller, InstallsALinkThatTheCarrierCouldNotHold) {
+  Media();
+  const auto whole = TreeOf({.volumes = {"media"}});
+  Remove("media/payload/1/bin/sample-tool");
+  EXPECT_EQ(Start("media", {"--target", "{target}"}).status, 0);
+  EXPECT_EQ(DescribeTree(Path("target")), whole);
+}
+
 TEST_F(SampleInstaller, OddNamesOfMediaAndTargetAreNoTrouble) {
   Media({.layout = "sibling", .directory = "it's [a]\nmedia*"});
   // Would be found if the media's name were taken for a pattern.
