@@ -1,11 +1,16 @@
 #include "companion/make/task_queue.h"
 
+#include <signal.h>
+
 #include <system_error>
 #include <utility>
 
 namespace kvl {
 
 TaskQueue::TaskQueue(std::size_t threads) {
+  sigset_t all, before;
+  ::sigfillset(&all);
+  ::pthread_sigmask(SIG_SETMASK, &all, &before);
   try {
     for (std::size_t i = 0; threads > 1 && i < threads; ++i) {
       threads_.emplace_back([this] { DoTasks(); });
@@ -13,6 +18,7 @@ TaskQueue::TaskQueue(std::size_t threads) {
   } catch (const std::system_error&) {
     // Those that there are will do.
   }
+  ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 TaskQueue::~TaskQueue() {

@@ -13,7 +13,8 @@ namespace kvl {
 
 class TaskQueue {
  public:
-  /// With one thread, or where the system has none to give, Run does the task itself.
+  /// With one thread, or where the system has none to give, Run does the task itself. The threads have
+  /// all signals blocked: they are for the one that is here, which knows what may not be left behind.
   explicit TaskQueue(std::size_t threads);
   /// Waits for the tasks that are being done; those that are not begun are left undone.
   ~TaskQueue();

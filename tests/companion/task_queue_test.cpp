@@ -35,6 +35,19 @@ TEST(TaskQueue, DoesAsManyBesideEachOtherAsThereAreThreads) {
   queue.Wait();
 }
 
+TEST(TaskQueue, LeavesSignalsToTheThreadThatHasIt) {
+  sigset_t before, in_task, behind;
+  ::pthread_sigmask(SIG_SETMASK, nullptr, &before);
+  TaskQueue queue(2);
+  queue.Run([&in_task] { ::pthread_sigmask(SIG_SETMASK, nullptr, &in_task); });
+  queue.Wait();
+  ::pthread_sigmask(SIG_SETMASK, nullptr, &behind);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    EXPECT_EQ(sigismember(&in_task, signal), 1);
+    EXPECT_EQ(sigismember(&behind, signal), sigismember(&before, signal));
+  }
+}
+
 TEST(TaskQueue, DoesTheTasksItselfWhereTheSystemHasNoThreads) {
   const Outcome seen = RunIsolated([] {
     FilterCalls({SYS_clone, SYS_clone3}, SECCOMP_RET_ERRNO | EAGAIN);

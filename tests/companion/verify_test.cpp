@@ -215,25 +215,6 @@ TEST_F(VerifyTest, ComparesLinksByWhatTheyHold) {
                         "1 problem; read: 12 files, <n> bytes\n");
 }
 
-/// As FAT and ISO 9660 without Rock Ridge do: what copies to them leaves links out, or copies what they
-/// lead to, or fails and leaves a file of its own.
-TEST_F(VerifyTest, NamesEachLinkThatTheCarrierCannotHold) {
-  world_.Change(
-      "link payload/1/b/first ../a; link payload/1/b/second first; link payload/1/c b; "
-      "link payload/1/d b/program; link payload/2/all a");
-  ExpectFlaws(
-      "sibling",
-      "remove media/1/payload/1/b/first; "
-      "remove media/1/payload/1/b/second; file media/1/payload/1/b/second one; "
-      "remove media/1/payload/1/c; dir media/1/payload/1/c; file media/1/payload/1/c/program two; "
-      "remove media/1/payload/1/d; file media/1/payload/1/d; remove media/2/payload/2/all",
-      "missing       {media/1/payload/1/b/first}\n"
-      "wrong kind    {media/1/payload/1/b/second}: no symbolic link\n"
-      "wrong kind    {media/1/payload/1/c}: no symbolic link\n"
-      "wrong kind    {media/1/payload/1/d}: no symbolic link\n"
-      "missing       {media/2/payload/2/all}\n");
-}
-
 TEST_F(VerifyTest, NeverCallsFineWhatItCannotRead) {
   world_.Make("sibling");
   world_.Change("mode 0 media/1/payload/1/a; mode 0 media/2/payload");
