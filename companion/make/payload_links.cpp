@@ -103,7 +103,7 @@ void CheckLinks(const Volumes& volumes) {
   std::string refused;
   for (const auto& [name, target] : tree.Links()) {
     if (LeadsInside(name, target) && tree.LeadsToSomething(name, target)) continue;
-    refused += (refused.empty() ? "" : ", ") + name + " -> " + target;
+    refused.append(refused.empty() ? "" : ", ").append(name).append(" -> ").append(target);
   }
   if (refused.empty()) return;
   throw CannotMake(
