@@ -187,15 +187,16 @@ error      {1}/inst/linux/code/bin/kvl-launcher: this machine cannot run the lau
 error      {1}/inst/linux/code/bin/kvl-launcher: its first line names a program that is missing or cannot be executed: /nowhere/sh; correct the line, or install that program
 # DanglingLink: link 2/link nowhere
 warning    {2}/link: a link that leads nowhere; put there what it leads to, or remove the link
-# LinksOfAPayloadToWhatNoVolumeHas: dir 1/payload/1/d; file 1/payload/1/f; link 2/payload/2/file f; link 2/payload/2/d2/up ../d/../f; link 2/payload/2/gone d/no; link 2/payload/2/out ../f; link 2/payload/2/root /f; link 2/payload/2/through f/; link 2/payload/2/v w; link 1/payload/1/w v; link 2/outside f
+# LinksOfAPayloadToWhatNoVolumeHas: dir 1/payload/1/d; file 1/payload/1/f; link 2/payload/2/file f; link 2/payload/2/d2/up ../d/../f; link 2/payload/2/gone d/no; link 2/payload/2/out ../f; link 2/payload/2/root /f; link 1/payload/1/l d; link 2/payload/2/past l/no; dir 1/payload/1/d/yes; link 2/payload/2/well l/yes; link 2/payload/2/through f/; link 2/payload/2/v w; link 1/payload/1/w v; link 2/outside f
 warning    {1}/payload/1/w: a link that leads nowhere; put there what it leads to, or remove the link
 warning    {2}/outside: a link that leads nowhere; put there what it leads to, or remove the link
 warning    {2}/payload/2/gone: a link that leads nowhere; put there what it leads to, or remove the link
 warning    {2}/payload/2/out: a link that leads nowhere; put there what it leads to, or remove the link
+warning    {2}/payload/2/past: a link that leads nowhere; put there what it leads to, or remove the link
 warning    {2}/payload/2/root: a link that leads nowhere; put there what it leads to, or remove the link
 warning    {2}/payload/2/through: a link that leads nowhere; put there what it leads to, or remove the link
 warning    {2}/payload/2/v: a link that leads nowhere; put there what it leads to, or remove the link
-7 problems: the installer will be started in place
+8 problems: the installer will be started in place
 # LinkToADirectoryAbove: link 1/inst/up ..
 warning    {1}/inst/up: a link that leads round in a circle; remove the link, or let it lead to something else
 # LinksToEachOther: link 1/a/b ../c; link 1/c/d ../a
