@@ -209,6 +209,7 @@ MediaPlan Plan(const MediaMakeRequest& request) {
   PlanVolumes(request, plan);
   SumUp(request, plan);
   plan.layout = ChosenLayout(request.layout, plan.volumes.size());
+  plan.is_signed = !request.key.empty();
   plan.room = CheckRoom(plan);
   return plan;
 }

@@ -54,6 +54,7 @@ struct MediaPlan {
   PayloadList inst_entries;                     ///< all below it
   Volumes volumes;                              ///< of the payload, at least one
   std::uint64_t bytes_in_all;                   ///< of the payload
+  bool is_signed = false;
   std::int64_t time;  ///< see MediaMakeRequest; the installer's for a payload without files
   Room room;          ///< that it takes where it is written
 };

@@ -73,7 +73,9 @@ void AddVolumes(const MediaPlan& plan, RoomCounter& room) {
     const std::string marker = MarkerName(static_cast<std::int64_t>(i));
     room.AddFile(i, marker, kText);
     if (plan.layout == Layout::kAm) room.AddFile(i, marker, kText);  // of the outer volume
-    if (i == 1 || plan.layout != Layout::kFlat) room.AddFile(i, names::kManifest, manifest);
+    if (i != 1 && plan.layout == Layout::kFlat) continue;
+    room.AddFile(i, names::kManifest, manifest);
+    if (plan.is_signed) room.AddFile(i, names::kSignature, kText);
   }
 }
 

@@ -2,7 +2,7 @@
 #include "companion/make/media_maker.h"
 #include "companion/make/media_room.h"
 #include "companion/names/layout_name.h"
-#include "tests/companion/check_world.h"
+#include "tests/companion/sealed_world.h"
 #include "tests/insio/surroundings.h"
 
 namespace kvl::test {
@@ -61,11 +61,16 @@ TEST_F(MakeRoom, IsRefusedWithBothNumbersWhenFilesAreMissing) {
 
 TEST_F(MakeRoom, IsCountedAsItIsTaken) {
   struct Row {
-    std::string layout, payload;
+    std::string layout, payload, key = {};
   };
-  for (const Row& row : {Row{"single", "payload/1"}, Row{"flat", "payload"},
-                         Row{"sibling", "payload"}, Row{"am", "payload"}}) {
-    SCOPED_TRACE(row.layout);
+  const std::string key = SealedWorld::HasMinisign() ? world_.Path("key") : "";
+  if (!key.empty()) {
+    RunProgram({{"/usr/bin/minisign", "-G", "-W", "-s", key, "-p", world_.Path("key.pub")}});
+  }
+  for (const Row& row :
+       {Row{"single", "payload/1"}, Row{"single", "payload/1", key}, Row{"flat", "payload", key},
+        Row{"sibling", "payload"}, Row{"sibling", "payload", key}, Row{"am", "payload", key}}) {
+    SCOPED_TRACE(row.layout + " " + row.key);
     MediaMakeRequest request = {.payload = world_.Path(row.payload),
                                 .is_presorted = row.layout != "single",
                                 .directory = world_.Path("media"),
@@ -74,7 +79,7 @@ TEST_F(MakeRoom, IsCountedAsItIsTaken) {
                                 .installer = world_.Path("setup"),
                                 .launcher = "/bin/true",
                                 .inst = world_.Path("needs"),
-                                .key = {},
+                                .key = row.key,
                                 .time = {}};
     const MediaPlan plan = PlanMedia(request);
     const Room room = RoomFor(plan, kBlock);
