@@ -30,7 +30,7 @@ Environment = dict[str, str]
 def add(case: str, peer: str, value: str, limit: float | None = None, found: float = 0,
         memory: str = "", calls: str = "") -> None:
     """One row of the table; `limit` is the goal that `found` is held against."""
-    goal = "" if limit is None else f"<= {limit:.3g}"
+    goal = "" if limit is None else f"<= {round(limit, 2):g}"
     verdict = ""
     if limit is not None and not QUICK:
         REACHED.append(found <= limit)
