@@ -1,6 +1,6 @@
 #include "companion/make/list_of_all.h"
 
-#include <limits>
+#include <span>
 #include <stdexcept>
 
 namespace kvl {
@@ -31,7 +31,7 @@ ListOfAllReader::ListOfAllReader(const KVLInsIO::OpenDirectory& directory, const
                                  const ListOfAll& list)
     : list_(list),
       file_(directory.File(name)),
-      lines_(file_, std::numeric_limits<std::size_t>::max()) {}
+      lines_([this](std::span<char> room) { return Read(room); }, kLongestLine) {}
 
 void ListOfAllReader::ShowLines(std::uint64_t count,
                                 const std::function<void(std::string_view line)>& see) {
@@ -44,6 +44,12 @@ void ListOfAllReader::ShowLines(std::uint64_t count,
 
 void ListOfAllReader::Finish() {
   if (!lines_.Next().empty() || lines_.Finish() != list_.File().Sum()) RefuseAsChanged();
+}
+
+std::size_t ListOfAllReader::Read(std::span<char> room) {
+  const std::size_t length = file_.Read(read_, room);
+  read_ += length;
+  return length;
 }
 
 void ListOfAllReader::RefuseAsChanged() const {

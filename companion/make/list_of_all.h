@@ -7,6 +7,7 @@
 #include <deque>
 #include <functional>
 #include <mutex>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -60,6 +61,8 @@ class ListOfAllReader {
   /// `list` is finished, and must outlive the reader. Throws as OpenDirectory::File does.
   ListOfAllReader(const KVLInsIO::OpenDirectory& directory, const std::string& name,
                   const ListOfAll& list);
+  ListOfAllReader(const ListOfAllReader&) = delete;
+  ListOfAllReader& operator=(const ListOfAllReader&) = delete;
 
   /// Shows the next lines, so many, as they stand in the list of their volume. Throws what `see` throws,
   /// and std::runtime_error "changed while the media was made: " + path when there are not so many.
@@ -68,10 +71,12 @@ class ListOfAllReader {
   void Finish();
 
  private:
+  std::size_t Read(std::span<char> room);
   [[noreturn]] void RefuseAsChanged() const;
 
   const ListOfAll& list_;
   KVLInsIO::OpenFile file_;
+  std::uint64_t read_ = 0;
   LineReader lines_;
 };
 

@@ -18,11 +18,11 @@
 #include "companion/make/list_of_all.h"
 #include "companion/make/media_plan.h"
 #include "companion/make/planned_copy.h"
-#include "companion/make/task_queue.h"
 #include "companion/names/open_tree.h"
 #include "companion/seal/file_list.h"
 #include "companion/seal/listed_path.h"
 #include "companion/seal/manifest.h"
+#include "companion/tasks/task_queue.h"
 #include "insio/open_directory.h"
 
 namespace kvl {

@@ -1,5 +1,6 @@
 #include "companion/seal/digest.h"
 
+#include <algorithm>
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <stdexcept>
@@ -66,6 +67,20 @@ Digest Hasher::Finish() {
 Digest DigestOf(std::string_view text) {
   Hasher hasher;
   hasher.Add(text);
+  return hasher.Finish();
+}
+
+Digest DigestOf(const KVLInsIO::OpenFile& file, std::uint64_t most_bytes, std::span<char> buffer,
+                const std::function<void(std::size_t)>& see) {
+  Hasher hasher;
+  while (hasher.Size() < most_bytes) {
+    const std::uint64_t left = most_bytes - hasher.Size();
+    const std::span<char> room = buffer.first(std::min<std::uint64_t>(left, buffer.size()));
+    const std::size_t length = file.Read(hasher.Size(), room);
+    if (length == 0) break;
+    hasher.Add({room.data(), length});
+    see(length);
+  }
   return hasher.Finish();
 }
 

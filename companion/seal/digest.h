@@ -4,10 +4,14 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
+
+#include "insio/open_directory.h"
 
 struct evp_md_ctx_st;
 
@@ -50,5 +54,11 @@ class Hasher {
 
 /// Of a whole text.
 Digest DigestOf(std::string_view text);
+
+/// Of the first bytes of an open file, up to its end: `most_bytes` keep one that grows from being read
+/// for ever. `see` is told how many bytes each piece has that was read into the buffer. Throws as Read
+/// does.
+Digest DigestOf(const KVLInsIO::OpenFile& file, std::uint64_t most_bytes, std::span<char> buffer,
+                const std::function<void(std::size_t)>& see);
 
 }  // namespace kvl

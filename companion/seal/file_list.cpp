@@ -1,9 +1,8 @@
 #include "companion/seal/file_list.h"
 
-#include <cstddef>
-#include <optional>
-#include <utility>
+#include <string_view>
 
+#include "companion/names/bounded_text.h"
 #include "companion/seal/listed_path.h"
 
 namespace kvl {
@@ -38,19 +37,20 @@ std::string LineOf(const ListedFile& file) {
   return line.append(file.digest.Hex()).append(kBetween).append(path).append("\n");
 }
 
-std::vector<ListedFile> ParseFileList(std::string_view text) {
-  std::vector<ListedFile> files;
-  for (std::size_t number = 1; !text.empty(); ++number) {
-    const std::size_t end = text.find('\n');
-    if (end == std::string_view::npos) throw RefusedText(number, "no line feed at its end");
-    ListedFile file = ParseLine(text.substr(0, end), number);
-    if (!files.empty() && !PathOrder()(files.back().path, file.path)) {
-      throw RefusedText(number, "a path repeated or out of order");
-    }
-    files.push_back(std::move(file));
-    text.remove_prefix(end + 1);
+std::optional<ListedFile> FileListReader::Next() try {
+  ++number_;
+  std::string_view line = lines_.Next();
+  if (line.empty()) return {};
+  if (!line.ends_with('\n')) throw RefusedText(number_, "no line feed at its end");
+  line.remove_suffix(1);
+  ListedFile file = ParseLine(line, number_);
+  if (!last_.empty() && !PathOrder()(last_, file.path)) {
+    throw RefusedText(number_, "a path repeated or out of order");
   }
-  return files;
+  last_ = file.path;
+  return file;
+} catch (const TooLong& reason) {
+  throw RefusedText(number_, reason.what());
 }
 
 }  // namespace kvl

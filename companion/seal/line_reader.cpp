@@ -4,29 +4,25 @@
 
 namespace kvl {
 
-LineReader::LineReader(const KVLInsIO::OpenFile& file, std::size_t longest)
-    : file_(file), longest_(longest) {}
-
 std::string_view LineReader::Next() {
-  constexpr std::size_t kPiece = 65536;
   std::size_t end;
-  while ((end = bytes_.find('\n', given_)) == std::string::npos) {
-    bytes_.erase(0, given_);
-    given_ = 0;
-    const std::size_t rest = bytes_.size();
-    if (rest > longest_) throw TooLong(longest_);
-    bytes_.resize(rest + kPiece);
-    const std::size_t length = file_.Read(hasher_.Size(), {bytes_.data() + rest, kPiece});
-    bytes_.resize(rest + length);
-    hasher_.Add({bytes_.data() + rest, length});
-    if (length == 0) {
-      given_ = rest;
-      return bytes_;
-    }
-  }
-  const std::size_t begin = given_;
-  given_ = end + 1;
-  return std::string_view(bytes_).substr(begin, given_ - begin);
+  while ((end = text_.find('\n', begin_)) == std::string::npos && ReadOn()) continue;
+  const std::size_t behind = end == std::string::npos ? text_.size() : end + 1;
+  const std::size_t begin = std::exchange(begin_, behind);
+  return std::string_view(text_).substr(begin, behind - begin);
+}
+
+/// Keeps only the line that is not whole yet. False at the end.
+bool LineReader::ReadOn() {
+  constexpr std::size_t kAtOnce = 16384;
+  text_.erase(0, std::exchange(begin_, 0));
+  const std::size_t length = text_.size();
+  if (length > longest_) throw TooLong(longest_);
+  text_.resize(length + kAtOnce);
+  const std::size_t more = source_(std::span(text_).subspan(length));
+  text_.resize(length + more);
+  hasher_.Add(std::string_view(text_).substr(length));
+  return more > 0;
 }
 
 }  // namespace kvl

@@ -1,33 +1,39 @@
-// The lines of a file that may be long, one after the other, in little memory.
+// The lines of a text that may be long, one after the other, in little memory.
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
+#include <functional>
+#include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "companion/seal/digest.h"
-#include "insio/open_directory.h"
 
 namespace kvl {
 
 class LineReader {
  public:
-  /// `file` must outlive the reader. No line is taken that is longer than so many bytes.
-  LineReader(const KVLInsIO::OpenFile& file, std::size_t longest);
+  /// Fills the room from the next byte of the text on, and gives how many bytes there were, 0 at the end.
+  using Source = std::function<std::size_t(std::span<char>)>;
 
-  /// The next line with its line feed, which the last one may lack, until the next call; the empty text at
-  /// the end. Throws TooLong, and as OpenFile::Read does.
+  /// Of a line, no more is read than a little beyond so many bytes.
+  LineReader(Source source, std::size_t longest) : source_(std::move(source)), longest_(longest) {}
+
+  /// The next line with its line feed, which the last one may lack, until the next call; the empty text
+  /// at the end. Throws TooLong, and what the source throws.
   std::string_view Next();
 
-  /// Of all that was read; nothing can be read after that.
+  /// The digest of the whole text; once, behind the last line.
   Digest Finish() { return hasher_.Finish(); }
 
  private:
-  const KVLInsIO::OpenFile& file_;
+  bool ReadOn();
+
+  const Source source_;
   const std::size_t longest_;
-  std::string bytes_;  // that are read, in part given
-  std::size_t given_ = 0;
+  std::string text_;       // a piece of it
+  std::size_t begin_ = 0;  // of the next line in it
   Hasher hasher_;
 };
 

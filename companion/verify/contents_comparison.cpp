@@ -1,17 +1,9 @@
 #include "companion/verify/contents_comparison.h"
 
-#include <algorithm>
 #include <array>
-#include <atomic>
 #include <exception>
-#include <memory>
-#include <mutex>
-#include <span>
-#include <string>
-#include <string_view>
-#include <thread>
+#include <utility>
 
-#include "companion/names/open_tree.h"
 #include "companion/names/path_below.h"
 #include "companion/names/plain_text.h"
 
@@ -19,7 +11,6 @@ namespace kvl {
 namespace {
 
 using KVLInsIO::OpenDirectory;
-using KVLInsIO::OpenFile;
 
 /// Large enough for a disc to be read in one go, and at the beginning of a page: a system copies three
 /// times as long to a place that lies a few bytes behind one.
@@ -27,80 +18,49 @@ struct alignas(4096) Buffer {
   std::array<char, 1U << 20U> bytes;
 };
 
-/// Shared by all threads.
-class Comparison {
- public:
-  Comparison(const OpenDirectory& top, const ExpectedEntries& entries,
-             const std::vector<std::size_t>& files, std::vector<Flaw>& flaws)
-      : top_(top), entries_(entries), files_(files), flaws_(flaws) {}
-
-  /// Takes one file after the other until none is left.
-  void Work(std::span<char> buffer) {
-    OpenTree tree(top_, OpenTree::Missing::kFails);
-    for (std::size_t i = 0; (i = next_++) < files_.size();) {
-      Compare(tree, entries_.All()[files_[i]], buffer);
-    }
-  }
-
-  std::uint64_t BytesRead() const { return bytes_; }
-
- private:
-  void Compare(OpenTree& tree, const ExpectedEntry& entry, std::span<char> buffer) {
-    try {
-      const Place place(entry.path);
-      const OpenFile file = tree.At(place.directory).File(place.name);
-      const std::uint64_t size = file.State().size;
-      if (size > entries_.Bytes() || DigestOf(file, size, buffer) != entry.digest) {
-        Add(FlawKind::kDamaged, entry);
-      }
-    } catch (const std::exception& failure) {
-      Add(FlawKind::kUnreadable, entry, MessageOf(failure));
-    }
-  }
-
-  /// Of as many bytes as the file had when it was opened: it may grow for ever.
-  Digest DigestOf(const OpenFile& file, std::uint64_t size, std::span<char> buffer) {
-    file.ExpectReading();
-    Hasher hasher;
-    while (hasher.Size() < size) {
-      const std::uint64_t left = size - hasher.Size();
-      const std::span<char> room = buffer.first(std::min<std::uint64_t>(left, buffer.size()));
-      const std::size_t length = file.Read(hasher.Size(), room);
-      if (length == 0) break;
-      hasher.Add({room.data(), length});
-    }
-    bytes_ += hasher.Size();
-    return hasher.Finish();
-  }
-
-  void Add(FlawKind kind, const ExpectedEntry& entry, const std::string& detail = "") {
-    const std::lock_guard lock(adding_);
-    flaws_.push_back({kind, PathBelow(top_.Path(), entry.path), detail});
-  }
-
-  const OpenDirectory& top_;
-  const ExpectedEntries& entries_;
-  const std::vector<std::size_t>& files_;
-  std::atomic<std::size_t> next_ = 0;
-  std::atomic<std::uint64_t> bytes_ = 0;
-  std::mutex adding_;
-  std::vector<Flaw>& flaws_;
-};
-
 }  // namespace
 
-std::uint64_t CompareContents(const OpenDirectory& directory, const ExpectedEntries& entries,
-                              const std::vector<std::size_t>& files, unsigned jobs,
-                              std::vector<Flaw>& flaws) {
-  Comparison comparison(directory, entries, files, flaws);
-  const auto buffers = std::make_unique_for_overwrite<Buffer[]>(jobs);
-  const auto work = [&](unsigned job) { comparison.Work(buffers[job].bytes); };
-  {
-    std::vector<std::jthread> further;
-    for (unsigned i = 1; i < jobs; ++i) further.emplace_back(work, i);
-    work(0);
+ContentsComparison::ContentsComparison(std::uint64_t most_bytes, unsigned jobs,
+                                       std::function<void(std::size_t)> see)
+    : most_bytes_(most_bytes), see_(std::move(see)), tasks_(jobs) {}
+
+void ContentsComparison::Compare(std::shared_ptr<const OpenDirectory> directory,
+                                 const std::string& name, const Digest& digest) {
+  ++result_.files;
+  tasks_.Run([this, directory = std::move(directory), name, digest] {
+    try {
+      Read(*directory, name, digest);
+    } catch (const std::exception& failure) {
+      Add({FlawKind::kUnreadable, PathBelow(directory->Path(), name), MessageOf(failure)});
+    }
+  });
+}
+
+const ContentsComparison::Result& ContentsComparison::Finish() {
+  tasks_.Wait();
+  return result_;
+}
+
+/// Of as many bytes as the file had when it was opened: it may grow for ever.
+void ContentsComparison::Read(const OpenDirectory& directory, const std::string& name,
+                              const Digest& digest) {
+  thread_local const auto buffer = std::make_unique_for_overwrite<Buffer>();
+  const KVLInsIO::OpenFile file = directory.File(name);
+  const std::uint64_t size = file.State().size;
+  const auto see = [this](std::size_t bytes) {
+    const std::lock_guard lock(mutex_);
+    result_.bytes += bytes;
+    see_(bytes);
+  };
+  file.ExpectReading();
+  if (size > most_bytes_ || DigestOf(file, size, buffer->bytes, see) != digest) {
+    Add({FlawKind::kDamaged, file.Path()});
   }
-  return comparison.BytesRead();
+}
+
+void ContentsComparison::Add(const Flaw& flaw) {
+  const std::lock_guard lock(mutex_);
+  result_.flaws.push_back(flaw);
 }
 
 }  // namespace kvl

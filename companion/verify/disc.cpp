@@ -58,6 +58,10 @@ std::optional<std::size_t> VolumeIn(std::string_view name, std::string_view exte
   return number;
 }
 
+std::string ListName(std::size_t volume) {
+  return std::to_string(volume) + names::kListExtension;
+}
+
 bool Holds(const std::vector<std::string>& names, std::string_view name) {
   return std::binary_search(names.begin(), names.end(), name);
 }

@@ -30,6 +30,9 @@ std::vector<Disc> FindDiscs(const std::string& directory, std::vector<Flaw>& fla
 /// in front; nothing for any other name.
 std::optional<std::size_t> VolumeIn(std::string_view name, std::string_view extension);
 
+/// The name of a volume's list of files.   2  =>  2.sha256
+std::string ListName(std::size_t volume);
+
 /// What is read of them at most; makes of media stay far below.
 inline constexpr std::uint64_t kMostOfAManifest = 256U << 20U;
 inline constexpr std::uint64_t kMostOfAList = 1U << 30U;

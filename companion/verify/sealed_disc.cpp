@@ -15,6 +15,7 @@ namespace kvl {
 namespace {
 
 using KVLInsIO::OpenDirectory;
+using KVLInsIO::OpenFile;
 using Names = std::vector<std::string>;
 
 std::optional<std::string> ManifestText(const OpenDirectory& directory, const Names& names,
@@ -45,11 +46,22 @@ bool IsGenuine(const OpenDirectory& directory, const Names& names, const std::st
   return false;
 }
 
+std::map<std::size_t, int> SignsOf(const Disc& disc, const Names& names) {
+  constexpr int kList = 4, kMarker = 2;
+  std::map<std::size_t, int> signs;
+  if (disc.number) signs[*disc.number] = 1;
+  for (const std::string& name : names) {
+    if (const auto volume = VolumeIn(name, names::kListExtension)) signs[*volume] += kList;
+    if (const auto volume = VolumeIn(name, names::kMarkerExtension)) signs[*volume] += kMarker;
+  }
+  return signs;
+}
+
 }  // namespace
 
-std::optional<std::string> TextOnDisc(const OpenDirectory& directory, const Names& names,
-                                      const std::string& name, std::uint64_t most_bytes,
-                                      FlawKind too_long, std::vector<Flaw>& flaws) {
+bool ReadOnDisc(const OpenDirectory& directory, const Names& names, const std::string& name,
+                FlawKind too_long, std::vector<Flaw>& flaws,
+                const std::function<void(const OpenFile&)>& read) {
   const std::string path = PathBelow(directory.Path(), name);
   try {
     if (!Holds(names, name)) {
@@ -57,28 +69,38 @@ std::optional<std::string> TextOnDisc(const OpenDirectory& directory, const Name
     } else if (!S_ISREG(directory.Look(name).mode)) {
       flaws.push_back({FlawKind::kWrongKind, path, "no regular file"});
     } else {
-      const KVLInsIO::OpenFile file = directory.File(name);
+      const OpenFile file = directory.File(name);
       file.ExpectReading();
-      return WholeText(file, most_bytes);
+      read(file);
+      return true;
     }
   } catch (const TooLong& refusal) {
     flaws.push_back({too_long, path, refusal.what()});
   } catch (const std::exception& failure) {
     flaws.push_back({FlawKind::kUnreadable, path, MessageOf(failure)});
   }
-  return {};
+  return false;
+}
+
+std::optional<std::string> TextOnDisc(const OpenDirectory& directory, const Names& names,
+                                      const std::string& name, std::uint64_t most_bytes,
+                                      FlawKind too_long, std::vector<Flaw>& flaws) {
+  std::optional<std::string> text;
+  ReadOnDisc(directory, names, name, too_long, flaws,
+             [&](const OpenFile& file) { text = WholeText(file, most_bytes); });
+  return text;
 }
 
 SealedDisc ReadSeal(const Disc& disc, const std::optional<PublicKey>& key,
                     std::vector<Flaw>& flaws) {
-  SealedDisc sealed = {.disc = disc, .manifest = {}, .is_genuine = false};
+  SealedDisc sealed = {.disc = disc};
   try {
     const OpenDirectory directory = disc.Open();
     const Names names = directory.Names();
     sealed.manifest = ManifestText(directory, names, flaws).value_or("");
-    if (!sealed.manifest.empty()) {
-      sealed.is_genuine = IsGenuine(directory, names, sealed.manifest, key, flaws);
-    }
+    if (sealed.manifest.empty()) return sealed;
+    sealed.is_genuine = IsGenuine(directory, names, sealed.manifest, key, flaws);
+    sealed.signs = SignsOf(disc, names);
   } catch (const std::exception& failure) {
     flaws.push_back({FlawKind::kUnreadable, disc.Path(), MessageOf(failure)});
   }

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,8 +15,14 @@
 
 namespace kvl {
 
-/// A text of a disc, or nothing and a flaw: `names` are the entries of the directory, sorted. A link is
-/// not followed. One that is too long gets a flaw of the kind `too_long`.
+/// Reads a file of a disc with `read`, or adds a flaw and gives false: `names` are the entries of the
+/// directory, sorted. A link is not followed. What `read` throws is a flaw, too, TooLong one of the kind
+/// `too_long`.
+bool ReadOnDisc(const KVLInsIO::OpenDirectory& directory, const std::vector<std::string>& names,
+                const std::string& name, FlawKind too_long, std::vector<Flaw>& flaws,
+                const std::function<void(const KVLInsIO::OpenFile&)>& read);
+
+/// Its whole text, or nothing and a flaw.
 std::optional<std::string> TextOnDisc(const KVLInsIO::OpenDirectory& directory,
                                       const std::vector<std::string>& names,
                                       const std::string& name, std::uint64_t most_bytes,
@@ -22,8 +30,11 @@ std::optional<std::string> TextOnDisc(const KVLInsIO::OpenDirectory& directory,
 
 struct SealedDisc {
   Disc disc;
-  std::string manifest;     ///< its text; empty when there is none that can be read
-  bool is_genuine = false;  ///< proven by the key
+  std::string manifest = {};  ///< its text; empty when there is none that can be read
+  bool is_genuine = false;    ///< proven by the key
+  /// How much speaks for a volume, by its number: its list, then its marker, then the name of the
+  /// directory.
+  std::map<std::size_t, int> signs = {};
 };
 
 /// Reads manifest and signature. Without a key, a signature only has to look like one. The manifest is

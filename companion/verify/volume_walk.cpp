@@ -2,16 +2,18 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <exception>
-#include <set>
+#include <memory>
+#include <optional>
+#include <stack>
 #include <string>
 #include <utility>
 
 #include "companion/names/open_tree.h"
 #include "companion/names/path_below.h"
-#include "companion/names/path_state.h"
 #include "companion/names/plain_text.h"
+#include "companion/seal/listed_path.h"
+#include "companion/verify/mode_check.h"
 
 namespace kvl {
 namespace {
@@ -20,73 +22,81 @@ using KVLInsIO::EntryState;
 using KVLInsIO::OpenDirectory;
 using Kind = ExpectedEntry::Kind;
 
+/// Goes through directories and expected entries side by side: both come in the order of PathOrder.
 class VolumeWalk {
  public:
-  VolumeWalk(const OpenDirectory& top, const ExpectedEntries& expected, std::vector<Flaw>& flaws)
+  VolumeWalk(const OpenDirectory& top, ExpectedEntries& expected, ContentsComparison& contents,
+             std::vector<Flaw>& flaws)
       : top_(top),
         tree_(top, OpenTree::Missing::kFails),
         expected_(expected),
-        is_met_(expected.All().size()),
+        contents_(contents),
         flaws_(flaws) {}
 
-  std::vector<std::size_t> Run() {
-    LookThrough("");
-    const std::vector<ExpectedEntry>& entries = expected_.All();
-    for (std::size_t i = 0; i < directories_.size(); ++i) {
-      LookThrough(entries[directories_[i]].path);
+  void Run() {
+    expected_.Begin();
+    GoInto("");
+    while (!levels_.empty()) {
+      Level& level = levels_.top();
+      if (level.next == level.names.size()) {
+        levels_.pop();
+        continue;
+      }
+      const std::string name = std::move(level.names[level.next++]);
+      LookAt(level.path, name, level.path.empty() ? name : PathBelow(level.path, name));
     }
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-      if (!is_met_[i] && !IsBelowUnread(entries[i].path)) Add(FlawKind::kMissing, entries[i].path);
-    }
-    AddModes();
-    std::sort(files_.begin(), files_.end());
-    return std::move(files_);
+    while (expected_.Entry() != nullptr) AddMissing();
+    modes_.AddFlaws(top_.Path(), flaws_);
   }
 
  private:
+  /// A directory on the way to where the walk is.
+  struct Level {
+    std::string path;
+    std::vector<std::string> names;
+    std::size_t next = 0;
+  };
+
   void Add(FlawKind kind, const std::string& path, const std::string& detail = "") {
     flaws_.push_back({kind, path.empty() ? top_.Path() : PathBelow(top_.Path(), path), detail});
   }
 
-  /// A directory at a path below the top.
-  void LookThrough(const std::string& path) {
+  void GoInto(const std::string& path) {
     try {
-      const OpenDirectory& directory = tree_.At(path);
-      for (const std::string& name : directory.Names()) {
-        LookAt(directory, name, path.empty() ? name : PathBelow(path, name));
-      }
+      levels_.push({path, tree_.At(path).Names()});
     } catch (const std::exception& failure) {
       AddUnread(path, failure);
     }
   }
 
-  void LookAt(const OpenDirectory& directory, const std::string& name, const std::string& path) {
-    const std::size_t index = expected_.IndexOf(path);
-    if (index == is_met_.size()) return Add(FlawKind::kNotListed, path);
-    is_met_[index] = true;
+  void LookAt(const std::string& directory, const std::string& name, const std::string& path) {
+    while (expected_.Entry() != nullptr && PathOrder()(expected_.Entry()->path, path)) AddMissing();
+    if (expected_.Entry() == nullptr || expected_.Entry()->path != path) {
+      return Add(FlawKind::kNotListed, path);
+    }
+    const ExpectedEntry entry = *expected_.Entry();
+    expected_.Advance();
     try {
-      Compare(directory, name, index);
+      Compare(tree_.Hold(directory), name, entry);
     } catch (const std::exception& failure) {
       AddUnread(path, failure);
     }
   }
 
-  void Compare(const OpenDirectory& directory, const std::string& name, std::size_t index) {
-    const ExpectedEntry& entry = expected_.All()[index];
-    const EntryState state = directory.Look(name);
+  void Compare(const std::shared_ptr<const OpenDirectory>& directory, const std::string& name,
+               const ExpectedEntry& entry) {
+    const EntryState state = directory->Look(name);
     switch (entry.kind) {
       case Kind::kDirectory:
         if (!S_ISDIR(state.mode)) return Add(FlawKind::kWrongKind, entry.path, "no directory");
-        directories_.push_back(index);
-        return;
+        return GoInto(entry.path);
       case Kind::kLink:
         if (!S_ISLNK(state.mode)) return Add(FlawKind::kWrongKind, entry.path, "no symbolic link");
-        CompareTarget(directory.Target(name), entry);
-        return;
+        return CompareTarget(directory->Target(name), entry);
       case Kind::kFile:
         if (!S_ISREG(state.mode)) return Add(FlawKind::kWrongKind, entry.path, "no regular file");
-        CompareMode(IsProgram(state.mode), index);
-        if (entry.is_compared) files_.push_back(index);
+        modes_.AddFile(entry.path, state.mode, entry.is_program);
+        if (entry.is_compared) contents_.Compare(directory, name, entry.digest);
     }
   }
 
@@ -95,56 +105,34 @@ class VolumeWalk {
     Add(FlawKind::kWrongLink, entry.path, "leads to " + target + " instead of " + entry.target);
   }
 
-  void CompareMode(bool is_program, std::size_t index) {
-    ++(is_program ? programs_ : plain_files_);
-    if (is_program != expected_.All()[index].is_program) wrong_modes_.push_back(index);
-  }
-
-  void AddModes() {
-    const bool has_modes = programs_ > 0 && plain_files_ > 0;
-    if (wrong_modes_.size() > 1 && !has_modes) {
-      return Add(FlawKind::kWrongMode, "",
-                 programs_ > 0 ? "every file is executable: no modes are kept here"
-                               : "no file is executable: no modes are kept here");
-    }
-    for (const std::size_t index : wrong_modes_) {
-      const ExpectedEntry& entry = expected_.All()[index];
-      Add(FlawKind::kWrongMode, entry.path, entry.is_program ? "not executable" : "executable");
-    }
+  /// Unless it lies in what could not be read: of that nothing is known.
+  void AddMissing() {
+    const std::string path = expected_.Entry()->path;
+    const bool is_unread = unread_ && (unread_->empty() || path.starts_with(*unread_ + "/"));
+    if (!is_unread) Add(FlawKind::kMissing, path);
+    expected_.Advance();
   }
 
   void AddUnread(const std::string& path, const std::exception& failure) {
     Add(FlawKind::kUnreadable, path, MessageOf(failure));
-    unread_.insert(path);
-  }
-
-  /// What lies there is not known.
-  bool IsBelowUnread(std::string path) const {
-    if (unread_.empty()) return false;
-    while (!path.empty()) {
-      path = Place(path).directory;
-      if (unread_.contains(path)) return true;
-    }
-    return false;
+    unread_ = path;
   }
 
   const OpenDirectory& top_;
   OpenTree tree_;
-  const ExpectedEntries& expected_;
-  std::vector<bool> is_met_;
-  std::vector<std::size_t> directories_;  // that are there
-  std::vector<std::size_t> files_;
-  std::vector<std::size_t> wrong_modes_;
-  std::size_t programs_ = 0, plain_files_ = 0;  // that are there
-  std::set<std::string> unread_;
+  ExpectedEntries& expected_;
+  ContentsComparison& contents_;
+  std::stack<Level> levels_;
+  std::optional<std::string> unread_;  // the last one; what lies in it comes before all else
+  ModeCheck modes_;
   std::vector<Flaw>& flaws_;
 };
 
 }  // namespace
 
-std::vector<std::size_t> WalkVolume(const OpenDirectory& directory, const ExpectedEntries& entries,
-                                    std::vector<Flaw>& flaws) {
-  return VolumeWalk(directory, entries, flaws).Run();
+void WalkVolume(const OpenDirectory& directory, ExpectedEntries& expected,
+                ContentsComparison& contents, std::vector<Flaw>& flaws) {
+  VolumeWalk(directory, expected, contents, flaws).Run();
 }
 
 }  // namespace kvl

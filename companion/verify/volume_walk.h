@@ -1,22 +1,20 @@
-// What lies in a volume's directory, held against what must lie there. No file is opened.
+// What lies in a volume's directory, held against what must lie there.
 #pragma once
 
-#include <cstddef>
 #include <vector>
 
+#include "companion/verify/contents_comparison.h"
 #include "companion/verify/expected_entries.h"
 #include "companion/verify/flaw.h"
 #include "insio/open_directory.h"
 
 namespace kvl {
 
-/// Adds what is missing, not listed, of another kind or mode, and links that lead elsewhere. Only
-/// directories that must be there are gone into, and no link is followed. Gives the files that are
-/// there and still to be compared, by their places among the entries.
-///
-/// When at least two files have a wrong mode, and all files there the same one, that is one flaw of the
-/// whole directory: its file system keeps no modes.
-std::vector<std::size_t> WalkVolume(const KVLInsIO::OpenDirectory& directory,
-                                    const ExpectedEntries& entries, std::vector<Flaw>& flaws);
+/// Adds what is missing, not listed, of another kind or mode, and links that lead elsewhere, and hands on
+/// the files whose contents are to be compared. Only directories that must be there are gone into, and
+/// no link is followed. Of the names, those of one directory and of the ones that it lies in are held.
+/// Throws as ExpectedEntries does.
+void WalkVolume(const KVLInsIO::OpenDirectory& directory, ExpectedEntries& expected,
+                ContentsComparison& contents, std::vector<Flaw>& flaws);
 
 }  // namespace kvl

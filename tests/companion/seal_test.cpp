@@ -96,6 +96,19 @@ std::string ListOf(const Lines& paths) {
   return text;
 }
 
+/// The files of a list that is read in pieces of so many bytes.
+std::vector<ListedFile> FilesIn(std::string_view text, std::size_t piece = 1U << 20U) {
+  std::vector<ListedFile> files;
+  FileListReader reader([rest = text, piece](std::span<char> room) mutable {
+    const std::size_t length = rest.copy(room.data(), std::min(room.size(), piece));
+    rest.remove_prefix(length);
+    return length;
+  });
+  while (const std::optional<ListedFile> file = reader.Next()) files.push_back(*file);
+  EXPECT_EQ(reader.Finish(), DigestOf(text));
+  return files;
+}
+
 TEST(FileList, HasALineOfSha256sumForEachFile) {
   const std::string digest = kOfAbc;
   const std::vector<ListedFile> files = {{" a  b", DigestOf("abc")},
@@ -106,8 +119,18 @@ TEST(FileList, HasALineOfSha256sumForEachFile) {
   for (const ListedFile& file : files) text += LineOf(file);
   EXPECT_EQ(text, digest + "   a  b\n" + digest + "  a\tb\n\\" + digest + "  a\\\\n\\nb\\rc\n" +
                       kOfNothing + "  d/\xFF\n");
-  EXPECT_EQ(ParseFileList(text), files);
-  EXPECT_THAT(ParseFileList(""), IsEmpty());
+  for (const std::size_t piece : {1U, 2U, 63U, 100'000U}) EXPECT_EQ(FilesIn(text, piece), files);
+  EXPECT_THAT(FilesIn(""), IsEmpty());
+}
+
+TEST(FileList, MayBeLongerThanWhatIsReadAtOnceButNoLineLongerThanAPath) {
+  const std::string longest(kLongestLine - 100, 'a');
+  const std::string text = ListOf({longest, "b"});
+  EXPECT_EQ(FilesIn(text),
+            (std::vector<ListedFile>{{longest, DigestOf("abc")}, {"b", DigestOf("abc")}}));
+  const std::string longer = ListOf({std::string(kLongestLine + 40'000, 'a'), "b"});
+  EXPECT_THAT([&] { FilesIn(longer); },
+              ThrowsMessage<RefusedText>("line 1: longer than 1048576 bytes"));
 }
 
 TEST(FileList, IsRefusedWithItsLineAndTheReason) {
@@ -139,8 +162,7 @@ TEST(FileList, IsRefusedWithItsLineAndTheReason) {
       {ListOf({"\xFF", "a"}), "line 2: a path repeated or out of order"},
   };
   for (const auto& [text, message] : rows) {
-    EXPECT_THAT([&text = text] { ParseFileList(text); }, ThrowsMessage<RefusedText>(message))
-        << text;
+    EXPECT_THAT([&text = text] { FilesIn(text); }, ThrowsMessage<RefusedText>(message)) << text;
   }
 }
 

@@ -1,6 +1,6 @@
 // Tasks in threads.
 
-#include "companion/make/task_queue.h"
+#include "companion/tasks/task_queue.h"
 
 #include <sys/syscall.h>
 

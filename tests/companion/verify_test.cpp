@@ -5,6 +5,7 @@
 #include "companion/seal/signature.h"
 #include "tests/companion/sealed_world.h"
 #include "tests/support/call_filter.h"
+#include "tests/support/system_faults.h"
 
 namespace kvl::test {
 namespace {
@@ -93,6 +94,42 @@ TEST_F(VerifyTest, NamesWhatHasChangedInFiles) {
               "not listed    {media/beside}\n"
               "missing       {media/3/media.manifest}\n"
               "missing       {media/2/payload/2/empty}\n");
+}
+
+TEST_F(VerifyTest, TellsNamesApartThatSortBeforeAndBehindASlash) {
+  world_.Change(
+      "file payload/1/b! x; file payload/1/b-c x; dir payload/1/b/d; file payload/1/b0 x");
+  ExpectFlaws(
+      "single",
+      "remove media/payload/1/b!; remove media/payload/1/b/d; file media/payload/1/b/e x; "
+      "file media/payload/1/b- x; remove media/payload/1/b-c; file media/payload/1/b/program",
+      "missing       {media/payload/1/b!}\n"
+      "not listed    {media/payload/1/b-}\n"
+      "missing       {media/payload/1/b-c}\n"
+      "missing       {media/payload/1/b/d}\n"
+      "not listed    {media/payload/1/b/e}\n"
+      "damaged       {media/payload/1/b/program}\n");
+}
+
+TEST_F(VerifyTest, TrustsNoListThatChangesWhileItIsRead) {
+  world_.Make("single");
+  const std::string path = world_.Path("media/1.sha256"), list = ReadFile(path);
+  const std::string damaged =
+      Replaced(list, DigestOf("one").Hex(), DigestOf("other contents").Hex());
+  const std::vector<std::string> rows = {"not the one that the manifest is about",
+                                         "changed while it was read", "changed while it was read",
+                                         "changed while it was read"};
+  for (std::size_t moment = 0; moment < rows.size(); ++moment) {
+    SCOPED_TRACE(moment);
+    std::size_t opened = 0;
+    const BeforeOpen change(path, [&] {
+      if (opened++ == moment) WriteFile(path, damaged);
+    });
+    world_.ExpectVerified({"{media}"}, 1,
+                          "wrong list    {media/1.sha256}: " + rows[moment] +
+                              "\n1 problem; read: 0 files, <n> bytes; not looked at: volume 1\n");
+    WriteFile(path, list);
+  }
 }
 
 TEST_F(VerifyTest, NamesWhatIsOfAnotherKind) {

@@ -135,6 +135,19 @@ int __wrap_open64(const char* path, int flags, ...) {
   return Fails(FailingCall::kOpen, path) ? -1 : __real_open64(path, flags, mode);
 }
 
+int __real_openat64(int directory, const char* path, int flags, mode_t mode);
+int __wrap_openat64(int directory, const char* path, int flags, ...) {
+  va_list rest;
+  va_start(rest, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+  va_end(rest);
+  const auto& before_open = kvl::test::before_open;
+  if (before_open && before_open->first == kvl::test::PathBelow(directory, path)) {
+    before_open->second();
+  }
+  return __real_openat64(directory, path, flags, mode);
+}
+
 int __real_statfs64(const char* path, struct statfs* status);
 int __wrap_statfs64(const char* path, struct statfs* status) {
   const int result = __real_statfs64(path, status);

@@ -34,8 +34,8 @@ class FailingCall : Undo {
   FailingCall(Call call, std::string path, int error, int after = 0, int times = 0);
 };
 
-/// While it lives, `action` is called whenever the file with this path is about to be opened. Only
-/// one can live at a time.
+/// While it lives, `action` is called whenever the file with this path is about to be opened, also
+/// below an open directory. Only one can live at a time.
 class BeforeOpen : Undo {
  public:
   BeforeOpen(std::string path, std::function<void()> action);

@@ -1,4 +1,4 @@
-#include "companion/make/task_queue.h"
+#include "companion/tasks/task_queue.h"
 
 #include <signal.h>
 
