@@ -113,30 +113,20 @@ void MediaWriter::EndPayload() {
 
 void MediaWriter::CopyLater(std::size_t volume, const std::string& path, std::uint64_t size,
                             Copying copying) {
-  constexpr std::size_t kManyFiles = 32;
-  constexpr std::uint64_t kManyBytes = 1U << 18U;
   const Place place(path);
-  const auto directory = Hold(volume, place.directory);
-  if (directory != batch_directory_) HandOver();
-  batch_directory_ = directory;
-  batch_.push_back(
-      [copying = std::move(copying), directory, name = place.name] { copying(*directory, name); });
-  bytes_in_batch_ += size;
-  if (batch_.size() == kManyFiles || bytes_in_batch_ >= kManyBytes) HandOver();
-  RethrowFailure();
-}
-
-void MediaWriter::HandOver() {
-  if (batch_.empty()) return;
-  copies_.Run([this, batch = std::exchange(batch_, {})] {
+  auto directory = Hold(volume, place.directory);
+  // So that few directories are held open at a time.
+  if (std::exchange(last_directory_, directory) != directory) copies_.HandOver();
+  const auto copy = [this, copying = std::move(copying), directory, name = place.name] {
     try {
-      for (const std::function<void()>& copy : batch) copy();
+      copying(*directory, name);
     } catch (...) {
       const std::lock_guard lock(failing_);
       if (!failure_) failure_ = std::current_exception();
     }
-  });
-  bytes_in_batch_ = 0;
+  };
+  copies_.Run(copy, size);
+  RethrowFailure();
 }
 
 void MediaWriter::Link(std::size_t volume, const std::string& path, const PayloadEntry& entry,
@@ -208,7 +198,6 @@ void MediaWriter::WriteAt(std::size_t volume, const std::string& path, std::stri
 }
 
 void MediaWriter::WaitForCopies() {
-  HandOver();
   copies_.Wait();
   RethrowFailure();
 }

@@ -100,7 +100,6 @@ class MediaWriter {
   /// Makes a copy of this name in the directory, and keeps its digest.
   using Copying = std::function<void(const KVLInsIO::OpenDirectory& to, const std::string& name)>;
   void CopyLater(std::size_t volume, const std::string& path, std::uint64_t size, Copying copying);
-  void HandOver();
   void WaitForCopies();
   void RethrowFailure();
   std::vector<Marker> Markers(const std::string& tag) const;
@@ -115,10 +114,7 @@ class MediaWriter {
   std::string list_path_;  // from the directory of volume 1
   SeeBytes see_payload_;
   std::optional<ListOfAll> list_;
-  // Small files are handed over together; of one directory, so that few of them are held open.
-  std::vector<std::function<void()>> batch_;
-  std::uint64_t bytes_in_batch_ = 0;
-  std::shared_ptr<const KVLInsIO::OpenDirectory> batch_directory_;
+  std::shared_ptr<const KVLInsIO::OpenDirectory> last_directory_;  // into which something is copied
   std::mutex failing_;
   std::exception_ptr failure_;  // of the first copy that failed
   TaskQueue copies_;            // last, so that all of it outlives the copies

@@ -24,37 +24,47 @@ TaskQueue::TaskQueue(std::size_t threads) {
 TaskQueue::~TaskQueue() {
   {
     const std::lock_guard lock(mutex_);
-    tasks_.clear();
+    batches_.clear();
     is_ending_ = true;
   }
   changed_.notify_all();
   for (std::thread& thread : threads_) thread.join();
 }
 
-void TaskQueue::Run(std::function<void()> task) {
+void TaskQueue::Run(std::function<void()> task, std::uint64_t weight) {
+  constexpr std::size_t kMany = 32;
   if (threads_.empty()) return task();
+  batch_.push_back(std::move(task));
+  weight_of_batch_ += weight;
+  if (batch_.size() == kMany || weight_of_batch_ >= kHeavy) HandOver();
+}
+
+void TaskQueue::HandOver() {
+  if (batch_.empty()) return;
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [this] { return tasks_.size() < threads_.size(); });
-  tasks_.push_back(std::move(task));
+  changed_.wait(lock, [this] { return batches_.size() < threads_.size(); });
+  batches_.push_back(std::exchange(batch_, {}));
+  weight_of_batch_ = 0;
   changed_.notify_all();
 }
 
 void TaskQueue::Wait() {
+  HandOver();
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [this] { return tasks_.empty() && busy_ == 0; });
+  changed_.wait(lock, [this] { return batches_.empty() && busy_ == 0; });
 }
 
 void TaskQueue::DoTasks() {
   std::unique_lock lock(mutex_);
   for (;;) {
-    changed_.wait(lock, [this] { return is_ending_ || !tasks_.empty(); });
+    changed_.wait(lock, [this] { return is_ending_ || !batches_.empty(); });
     if (is_ending_) return;
-    const std::function<void()> task = std::move(tasks_.front());
-    tasks_.pop_front();
+    const Batch batch = std::move(batches_.front());
+    batches_.pop_front();
     ++busy_;
     lock.unlock();
     changed_.notify_all();
-    task();
+    for (const std::function<void()>& task : batch) task();
     lock.lock();
     --busy_;
     changed_.notify_all();

@@ -3,6 +3,7 @@
 
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <mutex>
@@ -21,19 +22,31 @@ class TaskQueue {
   TaskQueue(const TaskQueue&) = delete;
   TaskQueue& operator=(const TaskQueue&) = delete;
 
-  /// Has the task done by one of the threads. It throws nothing. Waits as long as more tasks than
-  /// there are threads to do them are not begun.
-  void Run(std::function<void()> task);
+  /// What a task weighs that is worth being handed over alone.
+  static constexpr std::uint64_t kHeavy = 1U << 18U;
+
+  /// Has the task done by one of the threads. It throws nothing. Light ones are handed over together: up
+  /// to 32, one after the other, or as many as weigh this much. Waits as long as more of what is handed
+  /// over than there are threads to do it is not begun.
+  void Run(std::function<void()> task, std::uint64_t weight = kHeavy);
+
+  /// Hands over what was kept back, for instance as it holds something open.
+  void HandOver();
 
   /// Waits until all tasks are done.
   void Wait();
 
  private:
+  using Batch = std::vector<std::function<void()>>;
+
   void DoTasks();
+
+  Batch batch_;  // kept back
+  std::uint64_t weight_of_batch_ = 0;
 
   std::mutex mutex_;
   std::condition_variable changed_;
-  std::deque<std::function<void()>> tasks_;  // not begun
+  std::deque<Batch> batches_;  // not begun
   std::size_t busy_ = 0;
   bool is_ending_ = false;
   std::vector<std::thread> threads_;

@@ -24,16 +24,20 @@ ContentsComparison::ContentsComparison(std::uint64_t most_bytes, unsigned jobs,
                                        std::function<void(std::size_t)> see)
     : most_bytes_(most_bytes), see_(std::move(see)), tasks_(jobs) {}
 
-void ContentsComparison::Compare(std::shared_ptr<const OpenDirectory> directory,
-                                 const std::string& name, const Digest& digest) {
+void ContentsComparison::Compare(const std::shared_ptr<const OpenDirectory>& directory,
+                                 const std::string& name, std::uint64_t size,
+                                 const Digest& digest) {
   ++result_.files;
-  tasks_.Run([this, directory = std::move(directory), name, digest] {
+  // So that few directories are held open at a time.
+  if (std::exchange(last_directory_, directory) != directory) tasks_.HandOver();
+  const auto compare = [this, directory, name, digest] {
     try {
       Read(*directory, name, digest);
     } catch (const std::exception& failure) {
       Add({FlawKind::kUnreadable, PathBelow(directory->Path(), name), MessageOf(failure)});
     }
-  });
+  };
+  tasks_.Run(compare, size);
 }
 
 const ContentsComparison::Result& ContentsComparison::Finish() {

@@ -25,8 +25,9 @@ class ContentsComparison {
   ContentsComparison(std::uint64_t most_bytes, unsigned jobs, std::function<void(std::size_t)> see);
 
   /// Has a file compared, at once or later. Waits as long as there is more to do than jobs for it.
-  void Compare(std::shared_ptr<const KVLInsIO::OpenDirectory> directory, const std::string& name,
-               const Digest& digest);
+  /// `size` is what it seems to have.
+  void Compare(const std::shared_ptr<const KVLInsIO::OpenDirectory>& directory,
+               const std::string& name, std::uint64_t size, const Digest& digest);
 
   struct Result {
     std::uint64_t files = 0;  ///< that were to be compared
@@ -43,6 +44,7 @@ class ContentsComparison {
 
   const std::uint64_t most_bytes_;
   const std::function<void(std::size_t)> see_;
+  std::shared_ptr<const KVLInsIO::OpenDirectory> last_directory_;
   std::mutex mutex_;  // of what follows
   Result result_;
   TaskQueue tasks_;  // which end before the rest goes

@@ -96,7 +96,7 @@ class VolumeWalk {
       case Kind::kFile:
         if (!S_ISREG(state.mode)) return Add(FlawKind::kWrongKind, entry.path, "no regular file");
         modes_.AddFile(entry.path, state.mode, entry.is_program);
-        if (entry.is_compared) contents_.Compare(directory, name, entry.digest);
+        if (entry.is_compared) contents_.Compare(directory, name, state.size, entry.digest);
     }
   }
 

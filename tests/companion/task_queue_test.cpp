@@ -20,7 +20,9 @@ TEST(TaskQueue, DoesAllTasksBeforeAWaitEnds) {
     TaskQueue queue(threads);
     std::atomic<int> sum = 0;
     for (int round = 1; round <= 2; ++round) {
-      for (int i = 1; i <= 1000; ++i) queue.Run([&sum, i] { sum += i; });
+      for (int i = 1; i <= 1000; ++i)
+        queue.Run([&sum, i] { sum += i; },
+                  static_cast<std::uint64_t>(i % 3) * TaskQueue::kHeavy / 2);
       queue.Wait();
       EXPECT_EQ(sum, round * 500'500);
     }
