@@ -1,6 +1,5 @@
 #include "companion/make/media_plan.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,6 +14,7 @@
 #include "companion/make/payload_walk.h"
 #include "companion/make/record_room.h"
 #include "companion/names/layout_name.h"
+#include "companion/names/lost_and_found.h"
 #include "companion/names/path_below.h"
 #include "companion/names/path_state.h"
 #include "companion/names/plain_text.h"
@@ -233,9 +233,7 @@ void RefuseAsNotEmpty(const OpenDirectory& directory) {
 
 std::vector<std::string> NamesInTarget(const OpenDirectory& directory) {
   std::vector<std::string> names = directory.Names();
-  std::erase_if(names, [&](const std::string& name) {
-    return name == "lost+found" && S_ISDIR(directory.Look(name).mode);
-  });
+  std::erase_if(names, [&](const std::string& name) { return IsLostAndFound(directory, name); });
   return names;
 }
 

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <system_error>
 
+#include "companion/names/lost_and_found.h"
 #include "companion/names/path_below.h"
 #include "companion/seal/manifest.h"
 #include "environment/media_names.h"
@@ -33,6 +34,7 @@ std::vector<Disc> FindDiscs(const std::string& directory, std::vector<Flaw>& fla
   std::vector<Disc> discs;
   for (const std::string& name : names) {
     const std::string path = PathBelow(directory, name);
+    if (IsLostAndFound(open, name)) continue;
     if (!is_volume(name)) {
       flaws.push_back({FlawKind::kNotListed, path});
     } else if (!S_ISDIR(open.Look(name).mode)) {

@@ -11,7 +11,7 @@ enum class FlawKind {
   kDamaged,      ///< a file with other contents
   kNotListed,    ///< it does not belong to the media
   kWrongKind,    ///< a file, a directory or a link in the place of another one of these
-  kWrongMode,    ///< a program that cannot be executed, or something else that can
+  kWrongMode,    ///< other permissions, see ModeCheck
   kWrongLink,    ///< it leads elsewhere
   kBadManifest,  ///< nothing says what belongs to the media
   kWrongList,    ///< nothing says which files belong to the volume

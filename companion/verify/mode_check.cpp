@@ -1,27 +1,59 @@
 #include "companion/verify/mode_check.h"
 
+#include <algorithm>
+#include <cstdio>
+#include <string_view>
+
 #include "companion/names/path_below.h"
-#include "companion/names/path_state.h"
 
 namespace kvl {
+namespace {
 
-void ModeCheck::AddFile(const std::string& path, mode_t mode, bool is_program) {
-  ++(IsProgram(mode) ? programs_ : plain_files_);
-  if (IsProgram(mode) != is_program) wrong_.push_back({path, is_program});
+constexpr std::uint32_t kPermissions = 07777, kWriting = 0222;
+
+std::uint32_t ModeOf(ModeCheck::Kind kind) {
+  return kind == ModeCheck::kPlain ? 0644 : 0755;
+}
+
+std::string Octal(std::uint32_t mode) {
+  std::array<char, 16> text = {};
+  std::snprintf(text.data(), text.size(), "%03o", mode);
+  return text.data();
+}
+
+}  // namespace
+
+void ModeCheck::Add(const std::string& path, std::uint32_t mode, Kind kind) {
+  const std::uint32_t permissions = mode & kPermissions, wanted = ModeOf(kind);
+  seen_.at(kind).insert(permissions);
+  const bool is_right = permissions == wanted || permissions == (wanted & ~kWriting);
+  if (!is_right) others_.push_back({path, permissions, kind});
 }
 
 void ModeCheck::AddFlaws(const std::string& directory, std::vector<Flaw>& flaws) const {
-  const bool has_modes = programs_ > 0 && plain_files_ > 0;
-  if (wrong_.size() > 1 && !has_modes) {
-    flaws.push_back({FlawKind::kWrongMode, directory,
-                     programs_ > 0 ? "every file is executable: no modes are kept here"
-                                   : "no file is executable: no modes are kept here"});
+  if (others_.size() > 1 && IsEachKindTheSame()) {
+    flaws.push_back({FlawKind::kWrongMode, directory, ModesOfAll()});
     return;
   }
-  for (const WrongMode& wrong : wrong_) {
-    flaws.push_back({FlawKind::kWrongMode, PathBelow(directory, wrong.path),
-                     wrong.is_program ? "not executable" : "executable"});
+  for (const Other& other : others_) {
+    flaws.push_back({FlawKind::kWrongMode, PathBelow(directory, other.path),
+                     Octal(other.mode) + " in place of " + Octal(ModeOf(other.kind))});
   }
+}
+
+bool ModeCheck::IsEachKindTheSame() const {
+  return std::ranges::all_of(seen_, [](const auto& modes) { return modes.size() <= 1; });
+}
+
+std::string ModeCheck::ModesOfAll() const {
+  constexpr std::array<std::string_view, 3> kKinds = {"plain files", "programs", "directories"};
+  std::string text = "here all";
+  for (std::size_t kind = 0; kind < seen_.size(); ++kind) {
+    if (seen_.at(kind).empty()) continue;
+    text += (text.ends_with("all") ? " " : ", ") + std::string(kKinds.at(kind)) + " have mode " +
+            Octal(*seen_.at(kind).begin());
+  }
+  return text;
 }
 
 }  // namespace kvl

@@ -1,9 +1,10 @@
 // Permissions of what lies on a volume.
 #pragma once
 
-#include <sys/stat.h>
-
+#include <array>
 #include <cstddef>
+#include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -11,23 +12,32 @@
 
 namespace kvl {
 
+/// Plain files have mode 644, programs and directories 755; what cannot be written to, as on a disc, has
+/// 444 and 555.
 class ModeCheck {
  public:
-  /// `path` is that of a file below the volume's directory, `mode` as in st_mode.
-  void AddFile(const std::string& path, mode_t mode, bool is_program);
+  enum Kind : std::size_t { kPlain, kProgram, kDirectory };
 
-  /// Adds those with a wrong mode. When that are at least two, and all files are executable or none is,
-  /// that is one flaw of the directory: its file system keeps no modes.
+  /// `path` lies below the volume's directory; `mode` is as in st_mode.
+  void Add(const std::string& path, std::uint32_t mode, Kind kind);
+
+  /// Adds those with another mode. When there are two or more, and all of each kind have the same mode,
+  /// that is one flaw of the directory: so it is where a file system keeps no modes, or all were copied
+  /// under a umask.
   void AddFlaws(const std::string& directory, std::vector<Flaw>& flaws) const;
 
  private:
-  struct WrongMode {
+  struct Other {
     std::string path;
-    bool is_program;
+    std::uint32_t mode;
+    Kind kind;
   };
 
-  std::vector<WrongMode> wrong_;
-  std::size_t programs_ = 0, plain_files_ = 0;  // that are there
+  bool IsEachKindTheSame() const;
+  std::string ModesOfAll() const;
+
+  std::vector<Other> others_;
+  std::array<std::set<std::uint32_t>, 3> seen_;
 };
 
 }  // namespace kvl

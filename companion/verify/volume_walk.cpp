@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "companion/names/lost_and_found.h"
 #include "companion/names/open_tree.h"
 #include "companion/names/path_below.h"
 #include "companion/names/plain_text.h"
@@ -72,6 +73,7 @@ class VolumeWalk {
   void LookAt(const std::string& directory, const std::string& name, const std::string& path) {
     while (expected_.Entry() != nullptr && PathOrder()(expected_.Entry()->path, path)) AddMissing();
     if (expected_.Entry() == nullptr || expected_.Entry()->path != path) {
+      if (directory.empty() && IsLostAndFound(top_, name)) return;
       return Add(FlawKind::kNotListed, path);
     }
     const ExpectedEntry entry = *expected_.Entry();
@@ -89,13 +91,15 @@ class VolumeWalk {
     switch (entry.kind) {
       case Kind::kDirectory:
         if (!S_ISDIR(state.mode)) return Add(FlawKind::kWrongKind, entry.path, "no directory");
+        modes_.Add(entry.path, state.mode, ModeCheck::kDirectory);
         return GoInto(entry.path);
       case Kind::kLink:
         if (!S_ISLNK(state.mode)) return Add(FlawKind::kWrongKind, entry.path, "no symbolic link");
         return CompareTarget(directory->Target(name), entry);
       case Kind::kFile:
         if (!S_ISREG(state.mode)) return Add(FlawKind::kWrongKind, entry.path, "no regular file");
-        modes_.AddFile(entry.path, state.mode, entry.is_program);
+        modes_.Add(entry.path, state.mode,
+                   entry.is_program ? ModeCheck::kProgram : ModeCheck::kPlain);
         if (entry.is_compared) contents_.Compare(directory, name, state.size, entry.digest);
     }
   }

@@ -128,6 +128,9 @@ TEST_P(DamagedMedia, IsRefusedWhateverHappensToAFile) {
       {"delete", [](const std::string& path) { fs::remove(path); }},
       {"rename", [](const std::string& path) { fs::rename(path, path + "~"); }},
       {"mode", [](const std::string& path) { SetMode(path, ModeOf(path) ^ 0111U); }},
+      {"closed mode", [](const std::string& path) { SetMode(path, ModeOf(path) ^ 0004U); }},
+      {"open mode", [](const std::string& path) { SetMode(path, ModeOf(path) | 0002U); }},
+      {"mode of others", [](const std::string& path) { SetMode(path, ModeOf(path) | 04000U); }},
       {"hard link", [](const std::string& path) { fs::create_hard_link(path, path + "~"); }},
       {"directory",
        [](const std::string& path) {

@@ -83,7 +83,7 @@ TEST_F(VerifyTest, NamesWhatHasChangedInFiles) {
   ExpectFlaws("flat", "file media/payload/2/a \\n; file media/payload/1/b/program",
               "damaged       {media/payload/1/b/program}\n"
               "damaged       {media/payload/2/a}\n");
-  ExpectFlaws("single", "file media/new; dir media/lost+found; file media/payload/x y",
+  ExpectFlaws("single", "file media/new; file media/lost+found; file media/payload/x y",
               "not listed    {media/lost+found}\n"
               "not listed    {media/new}\n"
               "not listed    {media/payload/x}\n");
@@ -94,6 +94,18 @@ TEST_F(VerifyTest, NamesWhatHasChangedInFiles) {
               "not listed    {media/beside}\n"
               "missing       {media/3/media.manifest}\n"
               "missing       {media/2/payload/2/empty}\n");
+}
+
+TEST_F(VerifyTest, LeavesTheLostAndFoundOfAFileSystemAlone) {
+  world_.Make("sibling");
+  world_.Change("dir media/lost+found; file media/1/lost+found/lost x");
+  world_.ExpectVerified(
+      {"{media}"}, 0,
+      "Whole: 2 volumes, 15 files, <n> bytes; not proven genuine: no key was given\n");
+  world_.Change("dir media/1/payload/lost+found");
+  world_.ExpectVerified({"{media}"}, 1,
+                        "not listed    {media/1/payload/lost+found}\n"
+                        "1 problem; read: 15 files, <n> bytes\n");
 }
 
 TEST_F(VerifyTest, TellsNamesApartThatSortBeforeAndBehindASlash) {
@@ -151,32 +163,56 @@ TEST_F(VerifyTest, NamesWhatIsOfAnotherKind) {
               "wrong kind    {media/2}: no directory\nmissing       {media/2}\n");
 }
 
-TEST_F(VerifyTest, NamesWhatIsOfAnotherModeAndACarrierThatKeepsNoneOnce) {
-  ExpectFlaws("single", "mode 755 media/payload/1/a; mode 644 media/StartTUI.sh",
-              "wrong mode    {media/StartTUI.sh}: not executable\n"
-              "wrong mode    {media/payload/1/a}: executable\n");
+TEST_F(VerifyTest, NamesWhatIsOfAnotherMode) {
+  ExpectFlaws("single",
+              "mode 755 media/payload/1/a; mode 644 media/StartTUI.sh; mode 777 media/inst; "
+              "mode 600 media/media.db; mode 6755 media/StartGUI.sh; mode 500 media/payload; "
+              "mode 666 media/media.xml; mode 444 media/1.txt; mode 555 media/payload/1/b/program",
+              "wrong mode    {media/StartGUI.sh}: 6755 in place of 755\n"
+              "wrong mode    {media/StartTUI.sh}: 644 in place of 755\n"
+              "wrong mode    {media/inst}: 777 in place of 755\n"
+              "wrong mode    {media/media.db}: 600 in place of 644\n"
+              "wrong mode    {media/media.xml}: 666 in place of 644\n"
+              "wrong mode    {media/payload}: 500 in place of 755\n"
+              "wrong mode    {media/payload/1/a}: 755 in place of 644\n");
   ExpectFlaws("sibling", "mode 711 media/2/media.manifest; mode 655 media/2/2.sha256",
-              "wrong mode    {media/2/2.sha256}: executable\n"
-              "wrong mode    {media/2/media.manifest}: executable\n");
-  world_.Change("file payload/2/only x; mode 755 payload/2/only");
-  ExpectFlaws("sibling", "mode 644 media/2/payload/2/only",
-              "wrong mode    {media/2/payload/2/only}: not executable\n");
-  fs::remove(world_.Path("payload/2/only"));
-  const auto change_all = [&](unsigned mode) {
-    for (const std::string& file : world_.FilesOf()) SetMode(world_.Path(file), mode);
-  };
-  fs::remove_all(world_.Path("media"));
+              "wrong mode    {media/2/2.sha256}: 655 in place of 644\n"
+              "wrong mode    {media/2/media.manifest}: 711 in place of 644\n");
+}
+
+TEST_F(VerifyTest, NamesTheModesOfACarrierThatKeepsNoneOnce) {
   world_.Make("sibling");
-  change_all(0755);
-  world_.ExpectVerified(
-      {"{media}"}, 1,
-      "wrong mode    {media/1}: every file is executable: no modes are kept here\n"
-      "wrong mode    {media/2}: every file is executable: no modes are kept here\n"
-      "2 problems; read: 15 files, <n> bytes\n");
-  change_all(0444);
-  world_.ExpectVerified({"{media}"}, 1,
-                        "wrong mode    {media/1}: no file is executable: no modes are kept here\n"
-                        "1 problem; read: 15 files, <n> bytes\n");
+  struct Row {
+    unsigned files, programs, directories;
+    std::string first, second;
+  };
+  const std::string all = "here all plain files have mode ";
+  for (const Row& row :
+       {Row{0755, 0755, 0755, all + "755, programs have mode 755, directories have mode 755",
+            all + "755, directories have mode 755"},
+        Row{0600, 0700, 0700, all + "600, programs have mode 700, directories have mode 700",
+            all + "600, directories have mode 700"},
+        Row{0444, 0555, 0555, "", ""}}) {
+    for (const auto& entry : fs::recursive_directory_iterator(world_.Path("media"))) {
+      const std::string path = entry.path();
+      if (entry.is_directory()) {
+        SetMode(path, row.directories);
+      } else {
+        const bool is_program = path.ends_with(".sh") || path.ends_with("program") ||
+                                path.find("/bin/") != std::string::npos;
+        SetMode(path, is_program ? row.programs : row.files);
+      }
+    }
+    if (row.first.empty()) {
+      world_.ExpectVerified(
+          {"{media}"}, 0,
+          "Whole: 2 volumes, 15 files, <n> bytes; not proven genuine: no key was given\n");
+      continue;
+    }
+    world_.ExpectVerified({"{media}"}, 1,
+                          "wrong mode    {media/1}: " + row.first + "\nwrong mode    {media/2}: " +
+                              row.second + "\n2 problems; read: 15 files, <n> bytes\n");
+  }
 }
 
 TEST_F(VerifyTest, NamesWhatTheMediaSaysOfItselfAndDoesNotFit) {
@@ -259,11 +295,13 @@ TEST_F(VerifyTest, NeverCallsFineWhatItCannotRead) {
   seen.out = Replaced(seen.out, ", [0-9]+ bytes?", ", <n> bytes");
   EXPECT_EQ(seen,
             (Outcome{3,
-                     world_.Text("unreadable    {media/1/payload/1/a}: Cannot read "
+                     world_.Text("wrong mode    {media/1/payload/1/a}: 000 in place of 644\n"
+                                 "unreadable    {media/1/payload/1/a}: Cannot read "
                                  "{media/1/payload/1/a} - Permission denied\n"
                                  "unreadable    {media/2/payload}: opendir - {media/2/payload} - "
                                  "Permission denied\n"
-                                 "2 problems; read: 13 files, <n> bytes\n"),
+                                 "wrong mode    {media/2/payload}: 000 in place of 755\n"
+                                 "4 problems; read: 13 files, <n> bytes\n"),
                      ""}));
   world_.Change("mode 755 media/2/payload");
   seen = RunIsolated([&] {
