@@ -50,7 +50,7 @@ ProgressLine::ProgressLine(bool is_shown, std::function<Clock::time_point()> now
     : is_shown_(is_shown), now_(std::move(now)), begin_(now_()), next_(begin_) {}
 
 ProgressLine::~ProgressLine() {
-  if (!line_.empty()) std::fputs(kRemoved, stderr);
+  Remove();
 }
 
 void ProgressLine::Show(const std::string& label, std::uint64_t done, std::uint64_t in_all) {
@@ -62,6 +62,10 @@ void ProgressLine::Show(const std::string& label, std::uint64_t done, std::uint6
   if (line == line_) return;
   line_ = std::move(line);
   std::fprintf(stderr, "\r%s\033[K", line_.c_str());
+}
+
+void ProgressLine::Remove() {
+  if (!std::exchange(line_, {}).empty()) std::fputs(kRemoved, stderr);
 }
 
 }  // namespace kvl

@@ -29,6 +29,8 @@ class ProgressLine {
 
   /// `done` and `in_all` count from the making of the line; `label` says what they are of.
   void Show(const std::string& label, std::uint64_t done, std::uint64_t in_all);
+  /// Takes the line away; the next figures bring it back.
+  void Remove();
 
  private:
   const bool is_shown_;

@@ -1,12 +1,17 @@
 #include "companion/calls/verify_call.h"
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <exception>
+#include <iostream>
 #include <optional>
 
 #include "companion/calls/console_output.h"
+#include "companion/calls/last_words.h"
 #include "companion/calls/media_directories.h"
+#include "companion/calls/progress_line.h"
 #include "companion/names/bounded_text.h"
 #include "companion/names/plain_text.h"
 #include "companion/report/verify_report.h"
@@ -24,6 +29,32 @@ std::optional<PublicKey> KeyOf(const std::string& text) {
   } catch (const TooLong&) {
     return {};
   }
+}
+
+/// Asks on standard error, so that standard output has the report alone.
+bool AskFor(const std::string& directory, const std::vector<std::size_t>& numbers,
+            const std::string& why) {
+  if (!why.empty()) BadCall(directory + ": " + why);
+  const std::string what = numbers.empty() ? "" : "Not looked at: " + NamedVolumes(numbers) + ". ";
+  std::cerr << what << "Insert a volume and press Enter, or q and Enter to end: " << std::flush;
+  std::string answer;
+  const bool is_answered = static_cast<bool>(std::getline(std::cin, answer));
+  std::cerr << std::endl;
+  return is_answered && answer != "q";
+}
+
+VerifyReport Verify(const VerifyCall& call, VerifyRequest& request) {
+  const bool is_shown = !call.as_json && ::isatty(STDERR_FILENO) == 1;
+  ProgressLine line(is_shown);
+  const LastWords words(is_shown ? ProgressLine::kRemoved : "", "/");
+  request.progress = [&](std::size_t volume, std::uint64_t done, std::uint64_t in_all) {
+    line.Show("Volume " + std::to_string(volume), done, in_all);
+  };
+  if (!call.is_waiting) return VerifyMedia(request);
+  return VerifyOneByOne(request, [&](const auto& numbers, const std::string& why) {
+    line.Remove();
+    return AskFor(call.directories.front(), numbers, why);
+  });
 }
 
 int StatusOf(const VerifyReport& report) {
@@ -50,6 +81,10 @@ void AddVerify(CLI::App& app, VerifyCall& call) {
   verify->add_option("--jobs", call.jobs, "How many files are read at a time (default: 1)")
       ->check(CLI::Range(1U, kMostJobs))
       ->take_last();
+  verify
+      ->add_flag("--wait", call.is_waiting,
+                 "Ask for the other volumes, which come into DIR one after the other")
+      ->take_last();
   verify->add_flag("--json", call.as_json, "Write one JSON object instead of text")->take_last();
   verify->footer(
       "Exit status: 0 whole (and genuine, with --key), 1 not, 2 bad call, 3 something could not "
@@ -64,7 +99,10 @@ int RunVerify(const VerifyCall& call) try {
     request.key = KeyOf(call.key);
     if (!request.key) return BadCall("--key: no public key of minisign: " + call.key);
   }
-  const VerifyReport report = VerifyMedia(request);
+  if (call.is_waiting && call.directories.size() > 1) {
+    return BadCall("--wait: more than one DIR");
+  }
+  const VerifyReport report = Verify(call, request);
   if (!Write(call.as_json ? VerifyJson(report) : VerifyText(report))) return BadCall(kCannotWrite);
   return StatusOf(report);
 } catch (const std::exception& failure) {

@@ -16,6 +16,7 @@ struct VerifyCall {
   /// A disc is read best by one reader, and nobody can tell what holds the media.
   unsigned jobs = 1;
   bool as_json = false;
+  bool is_waiting = false;  ///< for one volume after the other
 };
 
 /// Adds the subcommand, which fills `call`. `call` must outlive the parser.

@@ -23,7 +23,7 @@ _kvl_media() {
             words+=' --layout --links --os --presorted --quiet --sign --tag --verbose'
             words+=' --volume-size' ;;
           seal) words='--help --key' ;;
-          verify) words='--help --jobs --json --key' ;;
+          verify) words='--help --jobs --json --key --wait' ;;
           *) files='' ;;
         esac ;;
     esac

@@ -29,11 +29,6 @@ std::string Ranges(const Numbers& numbers) {
   return text;
 }
 
-/// The word, with a plural s, and the numbers.
-std::string Named(const std::string& word, const Numbers& numbers) {
-  return word + (numbers.size() == 1 ? " " : "s ") + Ranges(numbers);
-}
-
 std::string Line(const Flaw& flaw) {
   constexpr std::size_t kCodeWidth = 14;
   std::string label(CodeOf(flaw.kind));
@@ -46,7 +41,7 @@ std::string Verdict(const VerifyReport& report) {
   const Numbers rest = report.NotLookedAt();
   const Numbers looked_at(report.looked_at.begin(), report.looked_at.end());
   const std::string sizes = Counted(report.files, "file") + ", " + Counted(report.bytes, "byte");
-  const std::string left_out = rest.empty() ? "" : "; not looked at: " + Named("volume", rest);
+  const std::string left_out = rest.empty() ? "" : "; not looked at: " + NamedVolumes(rest);
   if (!report.flaws.empty()) {
     return Counted(report.flaws.size(), "problem") + "; read: " + sizes + left_out;
   }
@@ -55,8 +50,8 @@ std::string Verdict(const VerifyReport& report) {
   if (rest.empty()) {
     return "Whole" + genuine + Counted(report.volumes, "volume") + ", " + sizes + proof;
   }
-  return "Unharmed" + genuine + Named("volume", looked_at) + " of " +
-         std::to_string(report.volumes) + ", " + sizes + left_out + proof;
+  return "Unharmed" + genuine + NamedVolumes(looked_at) + " of " + std::to_string(report.volumes) +
+         ", " + sizes + left_out + proof;
 }
 
 Json ListOf(const std::vector<Flaw>& flaws) {
@@ -71,6 +66,10 @@ Json ListOf(const std::vector<Flaw>& flaws) {
 
 }  // namespace
 
+std::string NamedVolumes(const Numbers& numbers) {
+  return (numbers.size() == 1 ? "volume " : "volumes ") + Ranges(numbers);
+}
+
 std::string VerifyText(const VerifyReport& report) {
   std::string text;
   for (const Flaw& flaw : report.flaws) text += Line(flaw);
@@ -81,7 +80,8 @@ std::string VerifyJson(const VerifyReport& report) {
   Json json;
   json["format"] = kVerifyFormat;
   json["whole"] = report.IsWhole();
-  json["genuine"] = report.has_key ? Json(report.flaws.empty() && !report.looked_at.empty()) : Json();
+  json["genuine"] =
+      report.has_key ? Json(report.flaws.empty() && !report.looked_at.empty()) : Json();
   json["tag"] = ToOneLine(report.tag);
   json["layout"] = report.volumes == 0 ? "unknown" : NameOf(report.layout);
   json["volume_count"] = report.volumes;

@@ -1,7 +1,9 @@
 // The reports on a media that was verified, for people and for programs.
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <vector>
 
 #include "companion/verify/media_verify.h"
 
@@ -10,6 +12,9 @@ namespace kvl {
 /// A line for each flaw, and a last one that says how it stands. What comes from the media is written as
 /// ToOneLine does it.
 std::string VerifyText(const VerifyReport& report);
+
+/// "volume 2" or "volumes 1-3, 5", for numbers in rising order.
+std::string NamedVolumes(const std::vector<std::size_t>& numbers);
 
 /// One object, indented, with a line feed at the end. Its keys are always there, in this order:
 ///

@@ -29,7 +29,9 @@ bool IsListedPath(std::string_view path) {
 /// No name holds a NUL byte, so that one in the place of each "/" lets a name end before a longer one.
 bool PathOrder::operator()(std::string_view path, std::string_view other) const {
   const auto place = [](char byte) { return byte == '/' ? 0U : static_cast<unsigned char>(byte); };
-  return std::ranges::lexicographical_compare(path, other, {}, place, place);
+  const auto [here, there] = std::ranges::mismatch(path, other);
+  if (here == path.end() || there == other.end()) return there != other.end();
+  return place(*here) < place(*there);
 }
 
 bool LeadsInside(std::string_view path, std::string_view target) {

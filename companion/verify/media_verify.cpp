@@ -25,9 +25,19 @@ class Verifier {
   }
 
   VerifyReport Run() {
-    for (const std::string& directory : request_.directories) Find(directory);
-    ChooseManifest();
+    FindAll();
+    if (chosen_) CountBytes();
     for (const Seal& seal : seals_) Verify(seal);
+    AddMissingVolumes();
+    return std::move(report_);
+  }
+
+  VerifyReport RunOneByOne(const AskForVolume& ask) {
+    std::string why;
+    do {
+      why = TakeOne();
+    } while ((!chosen_ || !report_.NotLookedAt().empty()) && ask(report_.NotLookedAt(), why));
+    if (!chosen_) return Run();
     AddMissingVolumes();
     return std::move(report_);
   }
@@ -55,42 +65,81 @@ class Verifier {
       if (sealed.manifest.empty()) continue;
       seals_.push_back({disc, DigestOf(sealed.manifest), sealed.is_genuine, sealed.signs});
       // Of all manifests, one text is kept.
-      const bool is_better = sealed.is_genuine && !seals_[chosen_].is_genuine;
-      if (seals_.size() > 1 && !is_better) continue;
-      chosen_ = seals_.size() - 1;
+      const bool is_better = chosen_ && sealed.is_genuine && !chosen_->is_genuine;
+      if (is_settled_ || (chosen_ && !is_better)) continue;
+      chosen_ = seals_.back();
       manifest_text_ = std::move(sealed.manifest);
     }
   } catch (const std::exception& failure) {
     Add(FlawKind::kUnreadable, directory, MessageOf(failure));
   }
 
-  /// Without any, nothing says what does not belong there.
-  void ChooseManifest() {
-    if (seals_.empty()) {
+  /// Which manifest counts, is then settled.
+  void FindAll() {
+    seals_.clear();
+    for (const std::string& directory : request_.directories) Find(directory);
+    if (is_settled_) return;
+    if (!chosen_) {  // nothing says what does not belong there
       std::erase_if(report_.flaws,
                     [](const Flaw& flaw) { return flaw.kind == FlawKind::kNotListed; });
       return;
     }
+    is_settled_ = true;
     manifest_ = ParseManifest(std::exchange(manifest_text_, {}));
     report_.tag = manifest_.tag;
     report_.layout = manifest_.layout;
     report_.volumes = manifest_.volumes.size();
   }
 
+  void CountBytes() {
+    for (const Seal& seal : seals_) {
+      if (seal.manifest != chosen_->manifest) continue;
+      for (const std::size_t volume : VolumesOn(seal)) {
+        in_all_ += manifest_.volumes[volume - 1].bytes;
+      }
+    }
+  }
+
+  /// Verifies what lies there, or says why not.
+  std::string TakeOne() {
+    const std::vector<Flaw> before = report_.flaws;
+    FindAll();
+    const auto is_new = [this](const Seal& seal) {
+      if (seal.manifest != chosen_->manifest) return false;
+      const Numbers volumes = VolumesOn(seal);
+      return std::ranges::none_of(
+          volumes, [this](std::size_t volume) { return report_.looked_at.contains(volume); });
+    };
+    const bool is_of_media = std::ranges::any_of(
+        seals_, [this](const Seal& seal) { return seal.manifest == chosen_->manifest; });
+    std::erase_if(seals_, [&](const Seal& seal) { return !is_new(seal); });
+    if (seals_.empty()) {
+      report_.flaws = before;
+      return is_of_media ? "this volume has been looked at" : "no volume of this media";
+    }
+    CountBytes();
+    for (const Seal& seal : seals_) Verify(seal);
+    return "";
+  }
+
   void Verify(const Seal& seal) {
     const std::string path = seal.disc.Path();
-    if (seal.manifest != seals_[chosen_].manifest) {
+    if (seal.manifest != chosen_->manifest) {
       return Add(FlawKind::kOtherMedia, PathBelow(path, names::kManifest),
-                 "not the manifest of " + seals_[chosen_].disc.Path());
+                 "not the manifest of " + chosen_->disc.Path());
     }
     const Numbers volumes = VolumesOn(seal);
     met_.insert(volumes.begin(), volumes.end());
     if (seal.disc.number && volumes != Numbers{*seal.disc.number}) {
       Add(FlawKind::kOtherVolume, path, "volume " + std::to_string(volumes.front()));
     }
+    const auto see = [&](std::size_t bytes) {
+      done_ += bytes;
+      request_.progress(volumes.front(), done_, in_all_);
+    };
     try {
       const ComparedDisc disc =
-          CompareDisc(seal.disc.Open(), manifest_, volumes, request_.jobs, [](std::size_t) {});
+          CompareDisc(seal.disc.Open(), manifest_, volumes, request_.jobs, see);
       report_.files += disc.files;
       report_.bytes += disc.bytes;
       if (disc.is_looked_at) report_.looked_at.insert(volumes.begin(), volumes.end());
@@ -122,11 +171,13 @@ class Verifier {
 
   const VerifyRequest& request_;
   std::vector<Seal> seals_;
-  std::size_t chosen_ = 0;  // whose manifest counts
+  std::optional<Seal> chosen_;  // whose manifest counts
+  bool is_settled_ = false;     // which one that is
   std::string manifest_text_;
   Manifest manifest_;
-  std::set<std::string> holders_;  // directories that hold those of volumes
-  std::set<std::size_t> met_;      // volumes that are there, in whatever state
+  std::set<std::string> holders_;        // directories that hold those of volumes
+  std::set<std::size_t> met_;            // volumes that are there, in whatever state
+  std::uint64_t done_ = 0, in_all_ = 0;  // bytes
   VerifyReport report_;
 };
 
@@ -142,6 +193,10 @@ std::vector<std::size_t> VerifyReport::NotLookedAt() const {
 
 VerifyReport VerifyMedia(const VerifyRequest& request) {
   return Verifier(request).Run();
+}
+
+VerifyReport VerifyOneByOne(const VerifyRequest& request, const AskForVolume& ask) {
+  return Verifier(request).RunOneByOne(ask);
 }
 
 }  // namespace kvl

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <set>
 #include <string>
@@ -20,7 +21,18 @@ struct VerifyRequest {
   std::vector<std::string> directories;
   std::optional<PublicKey> key;  ///< with it, each manifest must be signed
   unsigned jobs = 1;             ///< how many files are read at a time, at least 1
+
+  /// Told what is being read: a volume, and how many bytes of how many have been read of all that were
+  /// found. By one thread at a time.
+  std::function<void(std::size_t volume, std::uint64_t done, std::uint64_t in_all)> progress =
+      [](std::size_t, std::uint64_t, std::uint64_t) {};
 };
+
+/// Asks for another volume in the same directory. `numbers` are those that have not been looked at, none
+/// when no media is known yet; `why` says why what lies there now was not taken, or is empty. False when
+/// there is no other.
+using AskForVolume =
+    std::function<bool(const std::vector<std::size_t>& numbers, const std::string& why)>;
 
 struct VerifyReport {
   std::string tag;  ///< of the manifest; empty when none could be read
@@ -43,5 +55,9 @@ struct VerifyReport {
 /// genuine, or else the first. Where a directory holds those of volumes, each must be there, unless it
 /// is somewhere else among them all.
 VerifyReport VerifyMedia(const VerifyRequest& request);
+
+/// The same of volumes that come to the directories one after the other. What is no volume of the media,
+/// or has been looked at, is not taken, and does not count.
+VerifyReport VerifyOneByOne(const VerifyRequest& request, const AskForVolume& ask);
 
 }  // namespace kvl

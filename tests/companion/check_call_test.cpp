@@ -143,6 +143,7 @@ Options:
   --key TEXT                  Public key of minisign, or its file: the media must be signed with it
   --jobs UINT:UINT in [1 - 64]
                               How many files are read at a time (default: 1)
+  --wait                      Ask for the other volumes, which come into DIR one after the other
   --json                      Write one JSON object instead of text
 
 Exit status: 0 whole (and genuine, with --key), 1 not, 2 bad call, 3 something could not be

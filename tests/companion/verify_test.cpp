@@ -2,7 +2,9 @@
 // flaw, and what they refuse.
 
 #include "companion/program.h"
+#include "companion/report/verify_report.h"
 #include "companion/seal/signature.h"
+#include "companion/verify/media_verify.h"
 #include "tests/companion/sealed_world.h"
 #include "tests/support/call_filter.h"
 #include "tests/support/system_faults.h"
@@ -348,6 +350,50 @@ TEST_F(VerifyTest, WritesOneObjectForPrograms) {
                            ""}));
 }
 
+TEST_F(VerifyTest, AsksForOneVolumeAfterTheOtherInOnePlace) {
+  world_.Make("sibling");
+  world_.Make("sibling", {"--tag", "other"}, "other");
+  world_.Change("dir drive; link media/1/payload/1/b/lost x");
+  const fs::path drive = world_.Path("drive");
+  const Lines discs = {"other/1", "media/2", "media/2", "media/1"};
+  Lines asked;
+  const auto ask = [&](const std::vector<std::size_t>& numbers, const std::string& why) {
+    asked.push_back((numbers.empty() ? "any" : NamedVolumes(numbers)) + "; " + why);
+    fs::remove_all(drive);
+    fs::copy(world_.Path(asked.size() == 1 ? "media/2" : discs.at(asked.size())), drive,
+             fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    return true;
+  };
+  VerifyRequest request;
+  request.directories = {drive};
+  const VerifyReport report = VerifyOneByOne(request, ask);
+  EXPECT_THAT(asked, ElementsAre("any; no volume of this media", "volume 1; ",
+                                 "volume 1; this volume has been looked at"));
+  EXPECT_THAT(report.looked_at, ElementsAre(1, 2));
+  EXPECT_EQ(Replaced(VerifyText(report), ", [0-9]+ bytes", ""),
+            world_.Text("not listed    {drive}/payload/1/b/lost\n1 problem; read: 15 files\n"));
+}
+
+TEST_F(VerifyTest, EndsWithWhatItHasSeenWhenThereIsNoOtherVolume) {
+  world_.Make("sibling");
+  world_.Change("file twice \\n; file quit q\\nx; file empty");
+  const std::string question =
+      "Not looked at: volume 1. Insert a volume and press Enter, or q and Enter to end: \n";
+  const std::string again = "kvl-media: media/2: this volume has been looked at\n";
+  for (const auto& [input, asked] : std::vector<std::pair<std::string, std::string>>{
+           {"empty", question}, {"quit", question}, {"twice", question + again + question}}) {
+    SCOPED_TRACE(input);
+    Outcome seen = world_.Companion({"verify", "--wait", "media/2"}, {}, [&] {
+      ::dup2(::open(world_.Path(input).c_str(), O_RDONLY), STDIN_FILENO);
+    });
+    seen.out = Replaced(seen.out, ", [0-9]+ bytes", ", <n> bytes");
+    EXPECT_EQ(seen, (Outcome{4,
+                             "Unharmed: volume 2 of 2, 3 files, <n> bytes; not looked at: volume "
+                             "1; not proven genuine: no key was given\n",
+                             asked}));
+  }
+}
+
 TEST_F(VerifyTest, SaysThatNothingIsThere) {
   world_.Change("dir empty; dir holder/1; file holder/x; file other/1");
   world_.ExpectVerified({"{empty}"}, 1,
@@ -371,6 +417,7 @@ TEST_F(VerifyTest, RefusesBadCalls) {
       {{"{media}", "--key", ""}, "--key: must not be empty (see --help)"},
       {{"{media}", "--key", "{no}"}, "Cannot read {no} - No such file or directory"},
       {{"{media}", "--jobs", "0"}, "--jobs: Value 0 not in range 1 to 64 (see --help)"},
+      {{"{media}", "{media}", "--wait"}, "--wait: more than one DIR"},
       {{"{media}", "--jobs", "65"}, "--jobs: Value 65 not in range 1 to 64 (see --help)"}};
   for (const auto& [arguments, line] : rows) {
     world_.ExpectRefused(world_.Verify(arguments), world_.Text(line));
