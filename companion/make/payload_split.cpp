@@ -17,8 +17,9 @@ namespace {
 
 using KVLInsIO::OpenDirectory;
 
-/// Room for the marker, its directories, and the beginnings of the payload's own.
-constexpr std::uint64_t kVolumeFrame = 6 * kDiscBlock;
+/// Room for the directories of a volume, its own included, down to that of the payload, and for its
+/// markers: five and two in the AM layout, less in any other.
+constexpr std::uint64_t kVolumeFrame = 7 * kDiscBlock;
 /// In the list of a volume.
 constexpr std::uint64_t kLinesOfMarkers = 256;
 

@@ -186,6 +186,22 @@ TEST(KvlMediaMake, LeavesRoomForListsAndManifestOnEachVolume) {
   EXPECT_THAT(blocks, testing::Contains(testing::Gt(kMost - 20)));
 }
 
+TEST(KvlMediaMake, CountsTheDirectoriesAndMarkersOfAnAmVolume) {
+  const CheckWorld world("file setup #!/bin/sh\\n; dir payload/1; file payload/2/x " +
+                         std::string(600'000, 'x'));
+  // The volume, media/2/payload/2, two markers, the list, the manifest, the file.
+  constexpr std::uint64_t kNeeded = 1 + 4 + 2 + 1 + 1 + 293;
+  const auto make = [&world](std::uint64_t blocks) {
+    return world
+        .MakeMedia(
+            {"--presorted", "--layout", "am", "--volume-size", std::to_string(blocks * kDiscBlock)})
+        .status;
+  };
+  EXPECT_EQ(make(kNeeded - 1), 2);
+  ASSERT_EQ(make(kNeeded), 0);
+  EXPECT_EQ(BlocksOf(world.Path("media/2")), kNeeded);
+}
+
 /// As DescribeTree, with the time of each entry, and that of the directory itself.
 Lines DescribeWithTimes(const std::string& directory) {
   Lines lines = DescribeTree(directory);

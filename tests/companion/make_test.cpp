@@ -48,8 +48,8 @@ std::string Blocks(std::uint64_t count) {
   return std::to_string(2048 * count);
 }
 
-/// What every volume holds besides payload and its list, in blocks: six, and the manifest.
-constexpr std::uint64_t kFrame = 7;
+/// What every volume holds besides payload and its list, in blocks: seven, and the manifest.
+constexpr std::uint64_t kFrame = 8;
 
 /// What the first volume holds besides payload, in blocks: its list and that of all files, texts, the
 /// installer, the launcher.
