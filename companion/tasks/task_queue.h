@@ -1,4 +1,4 @@
-// Work that is done in threads, with results in the order in which it was given.
+// Work that is done in threads, several pieces of it at a time, in no order that anybody can rely on.
 #pragma once
 
 #include <condition_variable>
