@@ -26,9 +26,9 @@ class ChildProcess {
   bool Start(const std::vector<std::string>& arguments, const SignalScope& signals);
 
   /// Waits for the child to end; an interrupted wait goes on. Its exit code, 0 to kHighestExitCode;
-  /// kNoExitCode for a code above it, a death by a signal, or when there is nothing to wait for. Without a
-  /// child of its own (a failed Start) it waits for any child of the process, which there normally
-  /// is not.
+  /// kNoExitCode for a code above it, a death by a signal, or when there is nothing to wait for.
+  /// Without a child of its own (a failed Start) it waits for any child of the process, which there
+  /// normally is not.
   int Wait() const;
 
   /// The child's process id, -1 when there is none.

@@ -44,17 +44,17 @@ void CopyFile(const std::string& source, const std::string& destination);
 /// or cannot be opened counts as empty. Names in the tree are taken as they are, and each entry is
 /// copied to destination + "/" + its name, so that an empty destination stands for the root
 /// directory. The directory of an entry is made by CreateDir from that whole path, whose enclosing
-/// quotes are dropped, while the entry is written to the path as it stands: a destination that begins
-/// with a quote may have no place for it. A link in the tree is gone through by its path, so that links to directories, one behind the
-/// other, end at the system's limit for one path (Linux: 40, and above 20 now and then, when a file
-/// system is mounted at the same moment).
-/// Throws KVLInsException "opendir - " + directory for one in the tree that cannot be opened,
-/// unless it is missing or closed to the user, and "readdir - " + directory for one whose list the
-/// system breaks off; what CopyFile and CreateDir throw, the latter also for an empty directory
-/// with an empty destination; what FindFirstFile throws, so "FindFirstFile - Path is empty" for an
-/// empty source; KVLInsException "Cannot copy " + path + " to itself." for a directory that the
-/// place it would be copied to lies inside of, and for one that the copy is already inside of, as
-/// it is with a link to a directory above. Nothing of that directory has been copied then.
+/// quotes are dropped, while the entry is written to the path as it stands: a destination that
+/// begins with a quote may have no place for it. A link in the tree is gone through by its path, so
+/// that links to directories, one behind the other, end at the system's limit for one path (Linux:
+/// 40, and above 20 now and then, when a file system is mounted at the same moment). Throws
+/// KVLInsException "opendir - " + directory for one in the tree that cannot be opened, unless it is
+/// missing or closed to the user, and "readdir - " + directory for one whose list the system breaks
+/// off; what CopyFile and CreateDir throw, the latter also for an empty directory with an empty
+/// destination; what FindFirstFile throws, so "FindFirstFile - Path is empty" for an empty source;
+/// KVLInsException "Cannot copy " + path + " to itself." for a directory that the place it would be
+/// copied to lies inside of, and for one that the copy is already inside of, as it is with a link
+/// to a directory above. Nothing of that directory has been copied then.
 void CopyDir(const std::string& source, const std::string& destination);
 
 }  // namespace KVLInsIO

@@ -17,8 +17,9 @@ inline constexpr int kReadWithoutWaiting = O_RDONLY | O_NONBLOCK | O_NOCTTY;
 class FileDescriptor {
  public:
   /// Opens `path` as open(2) does, close-on-exec in any case; `creation_mode` counts only with
-  /// O_CREAT. Ask IsOpen(): after a failure it is false and errno holds the reason. With O_NONBLOCK, too,
-  /// a lease that a file server holds on a regular file is waited for, at most a minute.
+  /// O_CREAT. Ask IsOpen(): after a failure it is false and errno holds the reason. With
+  /// O_NONBLOCK, too, a lease that a file server holds on a regular file is waited for, at most a
+  /// minute.
   FileDescriptor(const std::string& path, int flags, mode_t creation_mode = 0);
 
   /// The same for a name in a directory, or a path from there, as openat(2) does it.

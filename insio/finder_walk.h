@@ -15,10 +15,10 @@ namespace KVLInsIO::internal {
 /// happens while there are some of an earlier call.
 std::size_t ReadAhead(InsFileFinder& finder, std::size_t most_bytes);
 
-/// A finder for the current entry of `above`, which is a directory. That was found out from the open
-/// directory above it, so a failure to open it by its path does not make it an empty one. Throws KVLInsException "lstat - " + path when its path
-/// leads there no longer; ThrowIfCutShort of the result throws "opendir - ", unless the directory is
-/// closed to the user.
+/// A finder for the current entry of `above`, which is a directory. That was found out from the
+/// open directory above it, so a failure to open it by its path does not make it an empty one.
+/// Throws KVLInsException "lstat - " + path when its path leads there no longer; ThrowIfCutShort of
+/// the result throws "opendir - ", unless the directory is closed to the user.
 InsFileFinder EnterEntry(const InsFileFinder& above);
 
 }  // namespace KVLInsIO::internal

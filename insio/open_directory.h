@@ -156,12 +156,11 @@ class OpenDirectory {
   void WriteFile(const std::string& name, std::string_view text, FileKind kind,
                  std::optional<std::int64_t> time = {}) const;
 
-  /// Makes a copy of an open file, from its beginning to its end, with its access and modification time
-  /// in whole seconds, and the mode of its kind. `see`, unless empty, gets the bytes piece by piece before
-  /// they are written; what it throws ends the copy.
-  /// Until it is whole it has a name of its own, ".unfinished-" and numbers, and no other.
-  /// Throws as WriteFile does; KVLInsExceptionErrno "Cannot read " + the source's path. Nothing is left
-  /// then.
+  /// Makes a copy of an open file, from its beginning to its end, with its access and modification
+  /// time in whole seconds, and the mode of its kind. `see`, unless empty, gets the bytes piece by
+  /// piece before they are written; what it throws ends the copy. Until it is whole it has a name
+  /// of its own, ".unfinished-" and numbers, and no other. Throws as WriteFile does;
+  /// KVLInsExceptionErrno "Cannot read " + the source's path. Nothing is left then.
   void CopyFile(const OpenFile& source, const std::string& name, FileKind kind,
                 const std::function<void(std::string_view)>& see = {}) const;
 

@@ -75,8 +75,8 @@ void Describe(const MediaPlan& plan, MakeReport& report) {
   }
 }
 
-/// Shows each file or how far it has come. Both go where they are in the way of nothing: standard output
-/// has the result alone.
+/// Shows each file or how far it has come. Both go where they are in the way of nothing: standard
+/// output has the result alone.
 void Make(const MakeCall& call, const MediaPlan& plan) {
   const bool is_terminal = ::isatty(STDERR_FILENO) == 1;
   const bool is_shown = !call.is_quiet && !call.is_verbose && is_terminal;

@@ -32,8 +32,8 @@ class ListOfAll {
   ListOfAll(const KVLInsIO::OpenDirectory& directory, const std::string& name)
       : file_(directory, name) {}
 
-  /// The lines stand in the order in which files are added, each with the digest that is set later. Writes those
-  /// that are known. Throws as NewFile does.
+  /// The lines stand in the order in which files are added, each with the digest that is set later.
+  /// Writes those that are known. Throws as NewFile does.
   Line& Add(std::size_t volume, const std::string& path);
   /// In any thread.
   void SetDigest(Line& line, const Digest& digest);
@@ -64,8 +64,9 @@ class ListOfAllReader {
   ListOfAllReader(const ListOfAllReader&) = delete;
   ListOfAllReader& operator=(const ListOfAllReader&) = delete;
 
-  /// Shows the next lines, so many, as they stand in the list of their volume. Throws what `see` throws,
-  /// and std::runtime_error "changed while the media was made: " + path when there are not so many.
+  /// Shows the next lines, so many, as they stand in the list of their volume. Throws what `see`
+  /// throws, and std::runtime_error "changed while the media was made: " + path when there are not
+  /// so many.
   void ShowLines(std::uint64_t count, const std::function<void(std::string_view line)>& see);
   /// Throws the same when all lines together are not what was written.
   void Finish();

@@ -132,7 +132,6 @@ class Maker {
     media_.MakeDirectory(1, PathBelow(names::kInst, names::kCommon));
     WriteInst();
     const std::size_t count = plan_.volumes.size();
-    media_.Write(1, PathBelow(names::kInst, names::kVolumesFile), std::to_string(count) + "\n");
     media_.Write(1, names::kMediaXml, MediaXmlText(request_, count));
     media_.Write(1, names::kTableOfContents, TableOfContentsText(count));
     if (std::none_of(plan_.inst_entries.begin(), plan_.inst_entries.end(), IsReadMe)) {

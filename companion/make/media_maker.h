@@ -25,11 +25,12 @@ struct Progress {
 ///
 /// The directory is taken with one step, so that of two who want it at once one is refused. What is
 /// written is what was planned, and each file is read once. Then come, each for all volumes, lists,
-/// manifest, signature and markers, and when all that is stored StartTUI.sh: before, the media is not whole.
+/// manifest, signature, volumes.txt and markers, and when all that is stored StartTUI.sh: before,
+/// the media is not whole.
 ///
-/// `plan` is that of the request. Throws CannotMake when somebody else has taken the directory since; what the library throws when something cannot be
-/// read or written, and std::runtime_error when a file has changed since. What has been written by
-/// then stays.
+/// `plan` is that of the request. Throws CannotMake when somebody else has taken the directory
+/// since; what the library throws when something cannot be read or written, and std::runtime_error
+/// when a file has changed since. What has been written by then stays.
 void MakeMedia(const MediaMakeRequest& request, const MediaPlan& plan, const Progress& progress);
 
 }  // namespace kvl

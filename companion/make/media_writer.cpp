@@ -140,8 +140,8 @@ void MediaWriter::Link(std::size_t volume, const std::string& path, const Payloa
 
 void MediaWriter::Finish(const std::string& tag, const Signer& sign) {
   WaitForCopies();
-  const std::vector<Marker> markers = Markers(tag);
-  for (const auto& [volume, path, text] : markers) {
+  const std::vector<LastFile> last_files = LastFiles(tag);
+  for (const auto& [volume, path, text] : last_files) {
     Add(volume, path, DigestOf(text), text.size(), Kind::kPlain);
   }
   Manifest manifest = {.tag = tag, .layout = layout_, .volumes = {}};
@@ -158,7 +158,7 @@ void MediaWriter::Finish(const std::string& tag, const Signer& sign) {
     const std::string signature = sign(whole);
     for (std::size_t i = 1; i <= discs; ++i) WriteAt(i, names::kSignature, signature, Kind::kPlain);
   }
-  for (const auto& [volume, path, text] : markers) WriteAt(volume, path, text, Kind::kPlain);
+  for (const auto& [volume, path, text] : last_files) WriteAt(volume, path, text, Kind::kPlain);
   SetTimes();
 }
 
@@ -220,13 +220,15 @@ void MediaWriter::CountIn(std::size_t volume, const std::string& path, std::uint
   record.bytes += size;
 }
 
-std::vector<MediaWriter::Marker> MediaWriter::Markers(const std::string& tag) const {
-  std::vector<Marker> markers;
+std::vector<MediaWriter::LastFile> MediaWriter::LastFiles(const std::string& tag) const {
+  const std::string number = std::to_string(records_.size()) + "\n";
+  std::vector<LastFile> files = {
+      {1, OnDisc(1, PathBelow(names::kInst, names::kVolumesFile)), number}};
   for (std::size_t i = 1; i <= records_.size(); ++i) {
-    if (layout_ == Layout::kAm) markers.push_back({i, MarkerOf(i), MarkerText(AmTag(tag))});
-    markers.push_back({i, OnDisc(i, MarkerOf(i)), MarkerText(tag)});
+    if (layout_ == Layout::kAm) files.push_back({i, MarkerOf(i), MarkerText(AmTag(tag))});
+    files.push_back({i, OnDisc(i, MarkerOf(i)), MarkerText(tag)});
   }
-  return markers;
+  return files;
 }
 
 /// Returns what the manifest says of the volume.

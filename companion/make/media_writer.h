@@ -54,8 +54,8 @@ class MediaWriter {
   /// A link that holds the same, with its time.
   void Link(std::size_t volume, const std::string& path, const PayloadEntry& entry, OpenTree& from);
 
-  /// Begins the list of all files of the payload, at a path of the first volume. `see` is told of what is
-  /// copied of them.
+  /// Begins the list of all files of the payload, at a path of the first volume. `see` is told of
+  /// what is copied of them.
   void BeginPayload(const std::string& list, const SeeBytes& see);
   /// As Copy, of a file below payload/<volume>: in the order of PathOrder, one volume after the other.
   void CopyOfPayload(std::size_t volume, const std::string& path, const PayloadEntry& entry,
@@ -67,8 +67,8 @@ class MediaWriter {
   using Signer = std::function<std::string(const std::string& manifest)>;
 
   /// Writes what makes volumes of directories, each for all volumes: the lists, the manifest, the
-  /// signature unless `sign` is empty, the markers. Gives all directories their time. Nothing else is
-  /// to be written after that. Throws also what `sign` throws.
+  /// signature unless `sign` is empty, the number of volumes, the markers. Gives all directories
+  /// their time. Nothing else is to be written after that. Throws also what `sign` throws.
   void Finish(const std::string& tag, const Signer& sign);
 
   /// The place where the launcher finds the volume; open until the next call.
@@ -83,7 +83,7 @@ class MediaWriter {
     std::deque<ListedFile> files;     // all others; stay where they are while more are added
     std::uint64_t bytes = 0;          // of all
   };
-  struct Marker {
+  struct LastFile {
     std::size_t volume;
     std::string path, text;
   };
@@ -102,7 +102,7 @@ class MediaWriter {
   void CopyLater(std::size_t volume, const std::string& path, std::uint64_t size, Copying copying);
   void WaitForCopies();
   void RethrowFailure();
-  std::vector<Marker> Markers(const std::string& tag) const;
+  std::vector<LastFile> LastFiles(const std::string& tag) const;
   ManifestVolume WriteList(std::size_t volume, ListOfAllReader& payload);
   void SetTimes();
 

@@ -20,7 +20,8 @@ namespace {
 /// As many as Linux follows, see path_resolution(7).
 constexpr int kMostLinks = 40;
 
-/// All that lies in the volumes. Of files there are many, and of them only sums of their names are kept.
+/// All that lies in the volumes. Of files there are many, and of them only sums of their names are
+/// kept.
 class Tree {
  public:
   explicit Tree(const Volumes& volumes) {

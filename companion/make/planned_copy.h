@@ -12,9 +12,9 @@
 
 namespace kvl {
 
-/// Opens a file of a directory, or what a link leads to that stands there when links are followed. Throws
-/// std::runtime_error "changed since the media was planned: " + path when it is not what the mark is of;
-/// as OpenDirectory does.
+/// Opens a file of a directory, or what a link leads to that stands there when links are followed.
+/// Throws std::runtime_error "changed since the media was planned: " + path when it is not what the
+/// mark is of; as OpenDirectory does.
 PlannedFile OpenPlanned(const KVLInsIO::OpenDirectory& from, const std::string& name,
                         std::uint64_t mark, Links links);
 

@@ -9,8 +9,8 @@
 
 namespace kvl {
 
-/// True for the directory "lost+found" that a file system begins with, at its top; a link of that name is
-/// none. Throws as OpenDirectory::Look does.
+/// True for the directory "lost+found" that a file system begins with, at its top; a link of that
+/// name is none. Throws as OpenDirectory::Look does.
 inline bool IsLostAndFound(const KVLInsIO::OpenDirectory& top, const std::string& name) {
   return name == "lost+found" && S_ISDIR(top.Look(name).mode);
 }

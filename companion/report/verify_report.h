@@ -9,8 +9,8 @@
 
 namespace kvl {
 
-/// A line for each flaw, and a last one that says how it stands. What comes from the media is written as
-/// ToOneLine does it.
+/// A line for each flaw, and a last one that says how it stands. What comes from the media is
+/// written as ToOneLine does it.
 std::string VerifyText(const VerifyReport& report);
 
 /// "volume 2" or "volumes 1-3, 5", for numbers in rising order.

@@ -14,7 +14,8 @@ namespace kvl {
 
 class LineReader {
  public:
-  /// Fills the room from the next byte of the text on, and gives how many bytes there were, 0 at the end.
+  /// Fills the room from the next byte of the text on, and gives how many bytes there were, 0 at
+  /// the end.
   using Source = std::function<std::size_t(std::span<char>)>;
 
   /// Of a line, no more is read than a little beyond so many bytes.

@@ -28,9 +28,9 @@ struct PathOrder {
   bool operator()(std::string_view path, std::string_view other) const;
 };
 
-/// True for what a symbolic link on a volume may hold: not empty, no NUL byte, and from the directory of
-/// the link, which lies at `path` (see IsListedPath), it leads nowhere out of the volume's directory,
-/// not even on its way. Names count as directories, whatever lies there.
+/// True for what a symbolic link on a volume may hold: not empty, no NUL byte, and from the
+/// directory of the link, which lies at `path` (see IsListedPath), it leads nowhere out of the
+/// volume's directory, not even on its way. Names count as directories, whatever lies there.
 ///   d/l, ../a/./b  =>  true     d/l, ../../a  =>  false     l, a/../../d/b  =>  false
 bool LeadsInside(std::string_view path, std::string_view target);
 

@@ -35,8 +35,9 @@ struct ManifestLink {
   friend bool operator==(const ManifestLink&, const ManifestLink&) = default;
 };
 
-/// Each of the vectors is in the order of PathOrder, of paths as IsListedPath wants them. No path stands there
-/// twice, and the directory that one lies in is one of `directories`, unless it is the volume's.
+/// Each of the vectors is in the order of PathOrder, of paths as IsListedPath wants them. No path
+/// stands there twice, and the directory that one lies in is one of `directories`, unless it is the
+/// volume's.
 struct ManifestVolume {
   std::uint64_t files = 0;  ///< in its list
   std::uint64_t bytes = 0;  ///< of them all

@@ -24,9 +24,9 @@ namespace {
 
 using KVLInsIO::OpenDirectory;
 
-/// While it lives, a signal that asks this process to end has to wait, unless it is ignored, so that what
-/// is made meanwhile can be removed. It is made behind the SignalScope that gives the child its signals.
-/// Only for this thread: in others these signals must be blocked.
+/// While it lives, a signal that asks this process to end has to wait, unless it is ignored, so
+/// that what is made meanwhile can be removed. It is made behind the SignalScope that gives the
+/// child its signals. Only for this thread: in others these signals must be blocked.
 class Endings {
  public:
   Endings() {

@@ -25,9 +25,9 @@ class TaskQueue {
   /// What a task weighs that is worth being handed over alone.
   static constexpr std::uint64_t kHeavy = 1U << 18U;
 
-  /// Has the task done by one of the threads. It throws nothing. Light ones are handed over together: up
-  /// to 32, one after the other, or as many as weigh this much. Waits as long as more of what is handed
-  /// over than there are threads to do it is not begun.
+  /// Has the task done by one of the threads. It throws nothing. Light ones are handed over
+  /// together: up to 32, one after the other, or as many as weigh this much. Waits as long as more
+  /// of what is handed over than there are threads to do it is not begun.
   void Run(std::function<void()> task, std::uint64_t weight = kHeavy);
 
   /// Hands over what was kept back, for instance as it holds something open.

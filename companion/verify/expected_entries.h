@@ -39,8 +39,8 @@ class FlawFound : public std::runtime_error {
   Flaw flaw_;
 };
 
-/// One entry after the other in the order of PathOrder. The lists are read piece by piece, and no file is
-/// held open, so that there may be any number of them, however long.
+/// One entry after the other in the order of PathOrder. The lists are read piece by piece, and no
+/// file is held open, so that there may be any number of them, however long.
 class ExpectedEntries {
  public:
   /// The volume's directory, which must outlive it.
@@ -53,9 +53,9 @@ class ExpectedEntries {
   /// A plain file of which only what it is matters.
   void AddUncompared(const std::string& name);
 
-  /// Goes to the first entry, as often as wanted. Both throw FlawFound when list and manifest do not fit
-  /// each other, an entry is expected twice, or a list cannot be read or has another digest, which may
-  /// show behind the last entry only.
+  /// Goes to the first entry, as often as wanted. Both throw FlawFound when list and manifest do
+  /// not fit each other, an entry is expected twice, or a list cannot be read or has another
+  /// digest, which may show behind the last entry only.
   void Begin();
   void Advance();
   /// Nothing at the end. It is there until one of them is called.

@@ -28,9 +28,9 @@ struct VerifyRequest {
       [](std::size_t, std::uint64_t, std::uint64_t) {};
 };
 
-/// Asks for another volume in the same directory. `numbers` are those that have not been looked at, none
-/// when no media is known yet; `why` says why what lies there now was not taken, or is empty. False when
-/// there is no other.
+/// Asks for another volume in the same directory. `numbers` are those that have not been looked at,
+/// none when no media is known yet; `why` says why what lies there now was not taken, or is empty.
+/// False when there is no other.
 using AskForVolume =
     std::function<bool(const std::vector<std::size_t>& numbers, const std::string& why)>;
 
@@ -56,8 +56,8 @@ struct VerifyReport {
 /// is somewhere else among them all.
 VerifyReport VerifyMedia(const VerifyRequest& request);
 
-/// The same of volumes that come to the directories one after the other. What is no volume of the media,
-/// or has been looked at, is not taken, and does not count.
+/// The same of volumes that come to the directories one after the other. What is no volume of the
+/// media, or has been looked at, is not taken, and does not count.
 VerifyReport VerifyOneByOne(const VerifyRequest& request, const AskForVolume& ask);
 
 }  // namespace kvl

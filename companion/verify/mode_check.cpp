@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint32_t kPermissions = 07777, kWriting = 0222;
 
 std::uint32_t ModeOf(ModeCheck::Kind kind) {
-  return kind == ModeCheck::kPlain ? 0644 : 0755;
+  return kind == ModeCheck::Kind::kPlain ? 0644 : 0755;
 }
 
 std::string Octal(std::uint32_t mode) {
@@ -25,7 +25,7 @@ std::string Octal(std::uint32_t mode) {
 
 void ModeCheck::Add(const std::string& path, std::uint32_t mode, Kind kind) {
   const std::uint32_t permissions = mode & kPermissions, wanted = ModeOf(kind);
-  seen_.at(kind).insert(permissions);
+  seen_.at(static_cast<std::size_t>(kind)).insert(permissions);
   const bool is_right = permissions == wanted || permissions == (wanted & ~kWriting);
   if (!is_right) others_.push_back({path, permissions, kind});
 }

@@ -12,11 +12,11 @@
 
 namespace kvl {
 
-/// Plain files have mode 644, programs and directories 755; what cannot be written to, as on a disc, has
-/// 444 and 555.
+/// Plain files have mode 644, programs and directories 755; what cannot be written to, as on a
+/// disc, has 444 and 555.
 class ModeCheck {
  public:
-  enum Kind : std::size_t { kPlain, kProgram, kDirectory };
+  enum class Kind : std::size_t { kPlain, kProgram, kDirectory };
 
   /// `path` lies below the volume's directory; `mode` is as in st_mode.
   void Add(const std::string& path, std::uint32_t mode, Kind kind);

@@ -15,9 +15,9 @@
 
 namespace kvl {
 
-/// Reads a file of a disc with `read`, or adds a flaw and gives false: `names` are the entries of the
-/// directory, sorted. A link is not followed. What `read` throws is a flaw, too, TooLong one of the kind
-/// `too_long`.
+/// Reads a file of a disc with `read`, or adds a flaw and gives false: `names` are the entries of
+/// the directory, sorted. A link is not followed. What `read` throws is a flaw, too, TooLong one of
+/// the kind `too_long`.
 bool ReadOnDisc(const KVLInsIO::OpenDirectory& directory, const std::vector<std::string>& names,
                 const std::string& name, FlawKind too_long, std::vector<Flaw>& flaws,
                 const std::function<void(const KVLInsIO::OpenFile&)>& read);

@@ -91,7 +91,7 @@ class VolumeWalk {
     switch (entry.kind) {
       case Kind::kDirectory:
         if (!S_ISDIR(state.mode)) return Add(FlawKind::kWrongKind, entry.path, "no directory");
-        modes_.Add(entry.path, state.mode, ModeCheck::kDirectory);
+        modes_.Add(entry.path, state.mode, ModeCheck::Kind::kDirectory);
         return GoInto(entry.path);
       case Kind::kLink:
         if (!S_ISLNK(state.mode)) return Add(FlawKind::kWrongKind, entry.path, "no symbolic link");
@@ -99,7 +99,7 @@ class VolumeWalk {
       case Kind::kFile:
         if (!S_ISREG(state.mode)) return Add(FlawKind::kWrongKind, entry.path, "no regular file");
         modes_.Add(entry.path, state.mode,
-                   entry.is_program ? ModeCheck::kProgram : ModeCheck::kPlain);
+                   entry.is_program ? ModeCheck::Kind::kProgram : ModeCheck::Kind::kPlain);
         if (entry.is_compared) contents_.Compare(directory, name, state.size, entry.digest);
     }
   }

@@ -10,10 +10,10 @@
 
 namespace kvl {
 
-/// Adds what is missing, not listed, of another kind or mode, and links that lead elsewhere, and hands on
-/// the files whose contents are to be compared. Only directories that must be there are gone into, and
-/// no link is followed. Of the names, those of one directory and of the ones that it lies in are held.
-/// Throws as ExpectedEntries does.
+/// Adds what is missing, not listed, of another kind or mode, and links that lead elsewhere, and
+/// hands on the files whose contents are to be compared. Only directories that must be there are
+/// gone into, and no link is followed. Of the names, those of one directory and of the ones that it
+/// lies in are held. Throws as ExpectedEntries does.
 void WalkVolume(const KVLInsIO::OpenDirectory& directory, ExpectedEntries& expected,
                 ContentsComparison& contents, std::vector<Flaw>& flaws);
 

@@ -114,9 +114,10 @@ TEST_F(MakeAtEveryMoment, LeavesNothingThatCheckCallsFineButAWholeMedia) {
 
 /// So nothing that is not whole looks like a volume, or like the first volume of a media.
 TEST_F(MakeAtEveryMoment, WritesWhatMakesAMediaWholeOneAfterTheOther) {
-  const Lines in_order = {"1/media.db", "1/payload/1/a/file", "2/payload/2/file", "1/1.sha256",
-                          "2/2.sha256", "1/media.manifest",   "2/media.manifest", "1/1.txt",
-                          "2/2.txt",    "1/StartTUI.sh"};
+  const Lines in_order = {"1/media.db",       "1/payload/1/a/file", "2/payload/2/file",
+                          "1/1.sha256",       "2/2.sha256",         "1/media.manifest",
+                          "2/media.manifest", "1/inst/volumes.txt", "1/1.txt",
+                          "2/2.txt",          "1/StartTUI.sh"};
   Lines seen;
   const Outcome made = Make("sibling", Calls::kChanging, [&](int) {
     for (const std::string& name : in_order) {
