@@ -383,7 +383,7 @@ TEST_F(VerifyTest, EndsWithWhatItHasSeenWhenThereIsNoOtherVolume) {
   for (const auto& [input, asked] : std::vector<std::pair<std::string, std::string>>{
            {"empty", question}, {"quit", question}, {"twice", question + again + question}}) {
     SCOPED_TRACE(input);
-    Outcome seen = world_.Companion({"verify", "--wait", "media/2"}, {}, [&] {
+    Outcome seen = world_.Companion({"verify", "--wait", "media/2"}, {}, [&, &input = input] {
       ::dup2(::open(world_.Path(input).c_str(), O_RDONLY), STDIN_FILENO);
     });
     seen.out = Replaced(seen.out, ", [0-9]+ bytes", ", <n> bytes");
