@@ -1,0 +1,183 @@
+// Signatures: what they prove, and the call that makes them.
+
+#include "companion/seal/signature.h"
+
+#include "tests/companion/sealed_world.h"
+
+namespace kvl::test {
+namespace {
+
+constexpr char kPublicKey[] = "RWTVOFDDqbeI5pcJ+Pq9hpZKcwaMSPtVtb8WclziSVCOik12ihXy4ADV";
+constexpr char kSignature[] =
+    "untrusted comment: signature from minisign secret key\n"
+    "RUTVOFDDqbeI5oY9QQG8OW/X5Ch4gL5tyPMWQkR4rJrCJMwHCkbZ7VoD01xdWyqIzEPaKIF7n4dlKSwnx1g99mN1XfX3"
+    "lvqBZw4=\n"
+    "trusted comment: file:media.manifest\n"
+    "lYYXdVg4SKfygIbqH5bDiHqOPVS2v54K43HZWuNnVFVJMWVNoEdroa56yy6u8wezMC4dbW47M9EeIazz3tBWBw==\n";
+
+TEST(Signature, ProvesTheVeryTextAndNoByteOfItCanChange) {
+  const std::optional<PublicKey> key = PublicKey::From(kPublicKey);
+  ASSERT_TRUE(key);
+  EXPECT_EQ(WhyNotGenuine(*key, "hello\n", kSignature), "");
+  EXPECT_EQ(WhyNotGenuine(*key, "hello", kSignature), "not the signature of this manifest");
+  EXPECT_EQ(WhyNoSignature(kSignature), "");
+  const std::string signature = kSignature;
+  std::map<std::string, int> reasons;
+  for (std::size_t at = 0; at < signature.size(); ++at) {
+    for (int bit = 0; bit < 8; ++bit) {
+      std::string other = signature;
+      other[at] = static_cast<char>(other[at] ^ (1 << bit));
+      ++reasons[WhyNotGenuine(*key, "hello\n", other)];
+    }
+    ++reasons[WhyNotGenuine(*key, "hello\n", signature.substr(0, at))];
+    ++reasons[WhyNotGenuine(*key, "hello\n", std::string(signature).insert(at, "\n"))];
+  }
+  ++reasons[WhyNotGenuine(*key, "hello\n", signature + "\n")];
+  EXPECT_THAT(reasons, testing::ElementsAre(testing::Key("its comment was changed"),
+                                            testing::Key("no signature of minisign"),
+                                            testing::Key("not the signature of this manifest"),
+                                            testing::Key("signed with another key")));
+}
+
+TEST(Signature, KnowsTheOlderFormToo) {
+  // minisign -S -l
+  const std::string signature =
+      "untrusted comment: signature from minisign secret key\n"
+      "RWTVOFDDqbeI5lHfsmbhFH8cHOVExRiTxo6L7CBD74jlEgP6PiP2dEHWQFQxn8obK0+bpz9q9zxFoB0TG8i+1iAeBx3F"
+      "L7A3WgY=\n"
+      "trusted comment: timestamp:1795353568\tfile:m\n"
+      "pdnyHWgenZHrujq5ydbvIU8jBe5GFBoM9prIsmr3JotNqexggjRkC0rGvZh5eFtvucFmWfsl62fR4nlqHyMaAQ==\n";
+  EXPECT_EQ(WhyNotGenuine(*PublicKey::From(kPublicKey), "hello\n", signature), "");
+}
+
+TEST(Signature, NeedsAKeyOfThatForm) {
+  const std::string key = kPublicKey;
+  EXPECT_TRUE(PublicKey::From(key + "\n"));
+  EXPECT_TRUE(PublicKey::From("untrusted comment: minisign public key E6\n" + key + "\n"));
+  for (const std::string& other :
+       {std::string(), key + "=", key.substr(4), "x\n" + key, key + "\n\n", "RW=" + key.substr(3),
+        std::string(kSignature), "untrusted comment: " + key}) {
+    EXPECT_FALSE(PublicKey::From(other)) << other;
+  }
+}
+
+class SealTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!SealedWorld::HasMinisign()) GTEST_SKIP() << "there is no minisign";
+    world_.MakeKeys();
+    world_.MakeKeys("other");
+  }
+
+  Outcome Seal(const Lines& further) const {
+    Lines arguments = {"seal"};
+    arguments.insert(arguments.end(), further.begin(), further.end());
+    return world_.Companion(arguments, {{"PATH", "/usr/bin:/bin"}, {"TMPDIR", world_.Path("tmp")}});
+  }
+
+  SealedWorld world_;
+};
+
+TEST_F(SealTest, SignsEveryVolumeInEveryLayoutForMinisignItself) {
+  world_.Change("dir tmp");
+  for (const std::string layout : {"single", "flat", "sibling", "am"}) {
+    SCOPED_TRACE(layout);
+    world_.Make(layout);
+    world_.Make(layout, {"--sign", world_.Path("key")}, "signed");
+    const bool has_own = layout == "sibling" || layout == "am";
+    const std::string signatures = has_own ? "2" : "1";
+    const Outcome sealed = {0, "Sealed a media with tag T 1, signatures: " + signatures + ".\n",
+                            ""};
+    EXPECT_EQ(Seal({"media", "--key", "key"}), sealed);
+    EXPECT_EQ(Seal({"media", "--key", "key"}), sealed);
+    EXPECT_EQ(DescribeTree(world_.Path("signed")), DescribeTree(world_.Path("media")));
+    const std::string volumes = layout == "single" ? "1 volume, " : "2 volumes, ";
+    EXPECT_THAT(world_.Verify({"{media}", "--key", "{key.pub}"}).out,
+                testing::StartsWith("Whole and genuine: " + volumes));
+    for (int i = 1; i <= (has_own ? 2 : 1); ++i) {
+      const std::string disc = world_.Path(has_own ? "media/" + std::to_string(i) : "media");
+      EXPECT_EQ(RunProgram({{"/usr/bin/minisign", "-Vqm", disc + "/media.manifest", "-p",
+                             world_.Path("key.pub")}}),
+                Outcome{});
+    }
+    fs::remove_all(world_.Path("media"));
+    fs::remove_all(world_.Path("signed"));
+  }
+  EXPECT_THAT(DescribeTree(world_.Path("tmp")), IsEmpty());
+}
+
+TEST_F(SealTest, IsLookedForWithTheKeyAlone) {
+  world_.Make("sibling");
+  const std::string line = ReadFile(world_.Path("key.pub"));
+  const std::string key = line.substr(line.find('\n') + 1, 56);
+  world_.ExpectVerified({"{media}", "--key", key}, 1,
+                        "missing       {media/1/media.manifest.minisig}\n"
+                        "missing       {media/2/media.manifest.minisig}\n"
+                        "2 problems; read: 15 files, <n> bytes\n");
+  world_.Change("dir tmp");
+  Seal({"media/1", "--key", "key"});
+  Seal({"media/2", "--key", "other"});
+  world_.ExpectVerified(
+      {"{media}"}, 0,
+      "Whole: 2 volumes, 15 files, <n> bytes; not proven genuine: no key was given\n");
+  world_.ExpectVerified({"{media}", "--key", key}, 1,
+                        "not genuine   {media/2/media.manifest.minisig}: signed with another key\n"
+                        "1 problem; read: 15 files, <n> bytes\n");
+  world_.ExpectVerified({"{media/1}", "--key", key}, 4,
+                        "Unharmed and genuine: volume 1 of 2, 12 files, <n> bytes; "
+                        "not looked at: volume 2\n");
+  world_.Change("file media/2/media.manifest.minisig x");
+  world_.ExpectVerified({"{media}"}, 1,
+                        "not genuine   {media/2/media.manifest.minisig}: no signature of minisign\n"
+                        "1 problem; read: 15 files, <n> bytes\n");
+}
+
+TEST_F(SealTest, TakesTheGenuineManifestForTheRightOne) {
+  world_.Make("sibling", {"--sign", world_.Path("key")});
+  world_.Change("file payload/1/a new");
+  world_.Make("sibling", {"--sign", world_.Path("other")}, "forged");
+  world_.ExpectVerified({"{forged/1}", "{media/2}", "--key", "{key.pub}"}, 1,
+                        "not genuine   {forged/1/media.manifest.minisig}: signed with another key\n"
+                        "other media   {forged/1/media.manifest}: not the manifest of {media/2}\n"
+                        "2 problems; read: 3 files, <n> bytes; not looked at: volume 1\n");
+}
+
+TEST_F(SealTest, RefusesWhatIsNotOneMediaOrSealedOtherwise) {
+  world_.Make("sibling");
+  world_.Make("flat", {}, "flat");
+  world_.Change("dir tmp; dir empty");
+  Seal({"media/2", "--key", "other"});
+  const auto before = DescribeTreeExactly(world_.Path("media"));
+  world_.ExpectRefused(
+      Seal({"media", "--key", "key"}),
+      "cannot be sealed: {media/2/media.manifest.minisig}: another signature is there", 1);
+  world_.ExpectRefused(Seal({"media", "flat", "--key", "key"}),
+                       "cannot be sealed: {flat}: not the manifest of {media/1}", 1);
+  world_.ExpectRefused(Seal({"empty", "--key", "key"}),
+                       "cannot be sealed: {empty/media.manifest}: missing", 1);
+  EXPECT_EQ(DescribeTreeExactly(world_.Path("media")), before);
+  world_.Change("file key x");
+  const Outcome seen = Seal({"media/1", "--key", "key"});
+  EXPECT_THAT(seen.err, testing::EndsWith("kvl-media: minisign has not signed, status 2\n"));
+  EXPECT_EQ(seen.status, 1);
+  EXPECT_EQ(DescribeTreeExactly(world_.Path("media")), before);
+}
+
+TEST_F(SealTest, IsNoPartOfAMediaThatCannotBeSigned) {
+  world_.Change("file bad x");
+  const Outcome seen = world_.Companion({"make", "--tag", "T", "--installer", "setup", "--launcher",
+                                         "launcher", "--sign", "bad", "payload", "media"},
+                                        {{"PATH", "/usr/bin:/bin"}, {"TMPDIR", world_.Path(".")}});
+  EXPECT_EQ(seen.status, 1);
+  EXPECT_EQ(seen.out, "");
+  for (const char* name : {"StartTUI.sh", "1.txt", "media.manifest.minisig"}) {
+    EXPECT_FALSE(fs::exists(world_.Path("media") + "/" + name)) << name;
+  }
+  world_.ExpectRefused(world_.Companion({"make", "--tag", "T", "--installer", "setup", "--launcher",
+                                         "launcher", "--sign", "no", "payload", "new"}),
+                       "the key is not there: no");
+  EXPECT_FALSE(fs::exists(world_.Path("new")));
+}
+
+}  // namespace
+}  // namespace kvl::test
