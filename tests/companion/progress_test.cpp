@@ -16,7 +16,7 @@ constexpr char kRemoved[] = "\r\033[K";
 std::string WithoutFigures(const std::string& seen) {
   const std::string size = "[0-9.]+ [KMG]iB";
   return Replaced(seen,
-                  "(\\rVolume [12]: [0-9]+ %, " + size + " of 1\\.4 MiB(, " + size +
+                  "(\\rVolume [12]: [0-9]+ %, " + size + " of 1\\.[45] MiB(, " + size +
                       "/s, [0-9:]+ left)?\\x1B\\[K)+",
                   "(progress)");
 }
@@ -46,6 +46,11 @@ class Progress : public testing::Test {
         "make",          "--tag", "T 1",    "--installer", "setup",   "--launcher", "/bin/true",
         "--volume-size", "1100K", "--jobs", "1",           "payload", "media"};
     arguments.insert(arguments.end(), further.begin(), further.end());
+    ExpectSeenOf(arguments, on_terminal, out, status, before);
+  }
+
+  void ExpectSeenOf(const std::vector<std::string>& arguments, const std::string& on_terminal,
+                    const std::string& out, int status, const std::function<void()>& before = {}) {
     termios raw = {};
     ::cfmakeraw(&raw);
     int screen = -1, line = -1;
@@ -59,7 +64,7 @@ class Progress : public testing::Test {
     for (char shown; ::read(screen, &shown, 1) == 1;) on_screen += shown;
     ::close(screen);
     EXPECT_EQ(WithoutFigures(on_screen), on_terminal);
-    EXPECT_EQ(seen.out, world_.Text(out));
+    EXPECT_EQ(Replaced(seen.out, ", [0-9]+ bytes", ", <n> bytes"), world_.Text(out));
     EXPECT_EQ(seen.err, "");
     EXPECT_EQ(seen.status, status);
   }
@@ -73,6 +78,12 @@ constexpr char kMade[] =
 
 TEST_F(Progress, IsOneLineOnATerminalThatIsGoneAtTheEnd) {
   ExpectSeen("(progress)" + std::string(kRemoved), kMade, 0);
+}
+
+TEST_F(Progress, IsShownOfAMediaThatIsVerified) {
+  ASSERT_EQ(world_.MakeMedia({"--volume-size", "1100K"}).status, 0);
+  ExpectSeenOf({"verify", "media"}, "(progress)" + std::string(kRemoved),
+               "Whole: 2 volumes, 17 files, <n> bytes; not proven genuine: no key was given\n", 0);
 }
 
 TEST_F(Progress, IsNotShownOnDemand) {
