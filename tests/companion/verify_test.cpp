@@ -393,6 +393,18 @@ TEST_F(VerifyTest, EndsWithWhatItHasSeenWhenThereIsNoOtherVolume) {
   }
 }
 
+TEST_F(VerifyTest, SaysWhatIsMissingWhenNoVolumeComesAtAll) {
+  world_.Change("dir drive; file empty");
+  const Outcome seen = world_.Companion({"verify", "--wait", "drive"}, {}, [&] {
+    ::dup2(::open(world_.Path("empty").c_str(), O_RDONLY), STDIN_FILENO);
+  });
+  EXPECT_EQ(seen, (Outcome{1,
+                           world_.Text("missing       {drive/media.manifest}\n"
+                                       "1 problem; read: 0 files, 0 bytes\n"),
+                           "kvl-media: drive: no volume of this media\n"
+                           "Insert a volume and press Enter, or q and Enter to end: \n"}));
+}
+
 TEST_F(VerifyTest, SaysThatNothingIsThere) {
   world_.Change("dir empty; dir holder/1; file holder/x; file other/1");
   world_.ExpectVerified({"{empty}"}, 1,
