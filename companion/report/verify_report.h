@@ -20,7 +20,8 @@ std::string NamedVolumes(const std::vector<std::size_t>& numbers);
 ///
 ///   format          1; a change that breaks readers raises it
 ///   whole           true when every volume was looked at and nothing is wrong
-///   genuine         the same, and the key has proven it; null without a key
+///   genuine         true when nothing is wrong with the volumes that were looked at, and the key has
+///                   proven it; null without a key
 ///   tag, layout     of the manifest; empty and "unknown" when none could be read
 ///   volume_count    of the media; 0 when no manifest could be read
 ///   looked_at, not_looked_at     numbers of volumes

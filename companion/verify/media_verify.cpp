@@ -74,7 +74,7 @@ class Verifier {
     Add(FlawKind::kUnreadable, directory, MessageOf(failure));
   }
 
-  /// Which manifest counts, is then settled.
+  /// The first time that there is a manifest, settles which one counts.
   void FindAll() {
     seals_.clear();
     for (const std::string& directory : request_.directories) Find(directory);
