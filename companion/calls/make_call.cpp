@@ -99,14 +99,10 @@ void Make(const MakeCall& call, const MediaPlan& plan) {
 /// Says what came of the call, and gives the status.
 int End(const MakeCall& call, const MakeReport& report, const std::string& text, int status) {
   const bool is_said = Write(call.as_json ? JsonReport(report) : text);
-  if (!report.message.empty()) {
-    BadCall(report.message);
-  } else if (!is_said) {
-    status = BadCall(report.is_made ? "the media was made, but the message cannot be written"
-                                    : kCannotWrite);
-    if (report.is_made) status = kProblems;
-  }
-  return status;
+  if (!report.message.empty()) BadCall(report.message);
+  if (is_said) return status;
+  return BadCall(report.is_made ? "the media was made, but the message cannot be written"
+                                : kCannotWrite);
 }
 
 }  // namespace

@@ -41,11 +41,11 @@ int RunSeal(const SealCall& call) {
               ", signatures: " + std::to_string(sealed.signatures) + ".\n")) {
       return kFine;
     }
-    BadCall("the media was sealed, but the message cannot be written");
+    return BadCall("the media was sealed, but the message cannot be written");
   } catch (const std::exception& failure) {
     BadCall(MessageOf(failure));
+    return kProblems;
   }
-  return kProblems;
 }
 
 }  // namespace kvl

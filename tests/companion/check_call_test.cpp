@@ -275,7 +275,7 @@ TEST(FailingOutput, IsNamed) {
       world.ExpectRefused(world.Companion(arguments, {}, send), "the report cannot be written");
     }
     world.ExpectRefused(world.MakeMedia({}, "media", send),
-                        "the media was made, but the message cannot be written", 1);
+                        "the media was made, but the message cannot be written");
     EXPECT_TRUE(fs::exists(world.Path("media/StartTUI.sh")));
   }
 }

@@ -112,7 +112,7 @@ void WithoutReader() {
 
 TEST_F(MakeAtItsEnd, SaysThatNobodyReadsWhatItSays) {
   world_.ExpectRefused(world_.MakeMedia({}, "media", WithoutReader),
-                       "the media was made, but the message cannot be written", 1);
+                       "the media was made, but the message cannot be written");
   world_.ExpectRefused(world_.Companion({"check", "media"}, {}, WithoutReader),
                        "the report cannot be written");
 }

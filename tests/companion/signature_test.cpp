@@ -106,6 +106,17 @@ TEST_F(SealTest, SignsEveryVolumeInEveryLayoutForMinisignItself) {
   EXPECT_THAT(DescribeTree(world_.Path("tmp")), IsEmpty());
 }
 
+TEST_F(SealTest, SaysThatTheMediaIsSealedWhenItsMessageIsLost) {
+  world_.Change("dir tmp");
+  world_.Make("single");
+  world_.ExpectRefused(
+      world_.Companion({"seal", "media", "--key", "key"},
+                       {{"PATH", "/usr/bin:/bin"}, {"TMPDIR", world_.Path("tmp")}},
+                       [] { ::dup2(::open("/dev/full", O_WRONLY), STDOUT_FILENO); }),
+      "the media was sealed, but the message cannot be written");
+  EXPECT_EQ(world_.Verify({"{media}", "--key", "{key.pub}"}).status, 0);
+}
+
 TEST_F(SealTest, IsLookedForWithTheKeyAlone) {
   world_.Make("sibling");
   const std::string line = ReadFile(world_.Path("key.pub"));
