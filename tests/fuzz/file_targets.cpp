@@ -19,7 +19,10 @@ void FuzzReplaceInLines(const std::uint8_t* data, std::size_t size) {
   ByteSource bytes(data, size);
   const std::string what = bytes.Text(), with = bytes.Text(), contents = bytes.Text();
   CheckReplaceInLinesLaws(WorkPlace(), contents, what, with);
-  CheckMarkerLaws(WorkPlace(), contents);
+}
+
+void FuzzMarker(const std::uint8_t* data, std::size_t size) {
+  CheckMarkerLaws(WorkPlace(), std::string(data, data + size));
 }
 
 void FuzzScan(const std::uint8_t* data, std::size_t size) {

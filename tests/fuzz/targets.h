@@ -1,8 +1,8 @@
 // The fuzz targets: each takes any bytes, makes an input of them, and checks the laws for it. A broken
 // law is an exception.
 //
-// Each is a fuzzer of its own (fuzz_main.cpp), and the test program runs all of them on the inputs
-// stored in corpus/<name>/.
+// fuzz_main.cpp makes a fuzzer of them, and the test program runs each on the inputs stored in
+// corpus/<name>/.
 #pragma once
 
 #include "tests/support/test.h"
@@ -16,7 +16,17 @@ void FuzzCommandLine(const std::uint8_t* data, std::size_t size);
 void FuzzPath(const std::uint8_t* data, std::size_t size);
 void FuzzSplit(const std::uint8_t* data, std::size_t size);
 void FuzzText(const std::uint8_t* data, std::size_t size);
+void FuzzStartScript(const std::uint8_t* data, std::size_t size);
+void FuzzProgramHead(const std::uint8_t* data, std::size_t size);
+void FuzzVolumeSize(const std::uint8_t* data, std::size_t size);
+void FuzzPlainText(const std::uint8_t* data, std::size_t size);
+void FuzzReports(const std::uint8_t* data, std::size_t size);
+void FuzzFileList(const std::uint8_t* data, std::size_t size);
+void FuzzManifest(const std::uint8_t* data, std::size_t size);
+void FuzzListedPath(const std::uint8_t* data, std::size_t size);
+void FuzzSignature(const std::uint8_t* data, std::size_t size);
 // With files, in a directory below $TMPDIR:
+void FuzzMarker(const std::uint8_t* data, std::size_t size);
 void FuzzReplaceInLines(const std::uint8_t* data, std::size_t size);
 void FuzzScan(const std::uint8_t* data, std::size_t size);
 
@@ -30,6 +40,16 @@ inline const std::vector<FuzzTarget> kFuzzTargets = {
     {"path", FuzzPath},
     {"split", FuzzSplit},
     {"text", FuzzText},
+    {"start_script", FuzzStartScript},
+    {"program_head", FuzzProgramHead},
+    {"volume_size", FuzzVolumeSize},
+    {"plain_text", FuzzPlainText},
+    {"reports", FuzzReports},
+    {"file_list", FuzzFileList},
+    {"manifest", FuzzManifest},
+    {"listed_path", FuzzListedPath},
+    {"signature", FuzzSignature},
+    {"marker", FuzzMarker},
     {"replace_in_lines", FuzzReplaceInLines},
     {"scan", FuzzScan},
 };
