@@ -1,4 +1,4 @@
-"""Chooses the calls to fail, has a launch tried for each failure, and reports."""
+"""Chooses the calls to fail, has a run tried for each failure, and reports."""
 
 import argparse
 import os
@@ -11,7 +11,10 @@ from collections.abc import Iterator
 from multiprocessing.pool import ThreadPool
 from pathlib import Path
 
-from launch import KINDS, Call
+import companion
+import launch
+from companion import CompanionJudge
+from launch import Call
 from verdict import FAILED, OUTCOMES, Judge
 
 # On the way to a file by its path.
@@ -26,16 +29,18 @@ _OPEN_DIRECTORY = (
 # The errors that Linux and its file systems give, or a sandbox that forbids the call (EPERM,
 # EACCES). ENOSYS stands for systems older than the call, ECHILD for a caller that takes children.
 _ERRORS = {
-    "access faccessat faccessat2 stat lstat newfstatat statx readlink readlinkat": _PATH,
+    "access faccessat faccessat2 stat lstat newfstatat statx statfs readlink readlinkat": _PATH,
     "fstat": "EACCES EIO ENOMEM ESTALE",
     "open openat": _PATH + _OPEN,
-    "mkdir mkdirat": _CHANGE,
-    "utime utimes utimensat chmod fchmod": _PATH + " EROFS EDQUOT ENOSPC",
+    "mkdir mkdirat symlinkat linkat renameat2 unlinkat": _CHANGE,
+    "utime utimes utimensat chmod fchmod fchmodat": _PATH + " EROFS EDQUOT ENOSPC",
     "getdents64": "EACCES EINTR EIO ENOENT ENOMEM ESTALE",
-    "read": "EACCES EAGAIN EINTR EIO ENOMEM ESTALE",
+    "read pread64": "EACCES EAGAIN EINTR EIO ENOMEM ESTALE",
     "write writev": "EAGAIN EDQUOT EINTR EIO ENOMEM ENOSPC EPERM ESTALE",
     "close": "EDQUOT EINTR EIO ENOSPC ESTALE",
     "lseek ioctl": "EIO EPERM ESTALE",
+    "syncfs": "EDQUOT EIO ENOSPC",
+    "getcwd": "EACCES ENOENT ENOMEM",
     "dup dup2 fcntl": "EMFILE EINTR EPERM EAGAIN",
     "poll": "EAGAIN EINTR ENOMEM EPERM",
     "rt_sigaction rt_sigprocmask": "EPERM",
@@ -57,11 +62,11 @@ def failures(call: Call) -> list[str]:
     elif call.name in ("open", "openat") and "O_DIRECTORY" in call.arguments:
         errors += _OPEN_DIRECTORY
     found = [f"error={name}" for name in errors.split()]
-    if call.name == "read":
+    if call.name in ("read", "pread64"):
         found.append("retval=0")  # the end of a file before its time
     # A write that takes one byte. strace only says so, and nothing is written; what goes on with
-    # the rest, as console output and the clean-up script do, cannot be tried in this way.
-    if call.name == "write" and not re.match(r"[12]<|.*/remove\.bat>", call.arguments):
+    # the rest cannot be tried in this way.
+    if call.name == "write" and re.match(r"[0-9]+<.*/t/(?!.*/remove\.bat>)", call.arguments):
         found.append("retval=1")
     return found
 
@@ -74,15 +79,20 @@ def faults(call: Call, failure: str) -> tuple[str, str]:
 
 
 def calls_to_fail(made: list[Call]) -> list[Call]:
-    """From the look at the streams on, with which main begins. strace counts in each process on
-    its own: a call of the child can be told apart only when the launcher has none of its name."""
+    """From the look at the streams, or at the own program, with which main begins. strace counts in
+    each process on its own: a call of the child can be told apart only when the launcher has none of
+    its name."""
     own = {call.label for call in made} - {"execve"}
-    begin = [call.label for call in made].index("poll")
+    begin = next(i for i, call in enumerate(made) if call.name == "poll" or is_own_look(call))
     return [
         call
         for call in made[begin:]
         if failures(call) and (call.label == call.name or call.name not in own)
     ]
+
+
+def is_own_look(call: Call) -> bool:
+    return call.name == "newfstatat" and call.path == "/proc/self/exe"
 
 
 def some_faults(calls: list[Call]) -> Iterator[str]:
@@ -100,8 +110,8 @@ def some_faults(calls: list[Call]) -> Iterator[str]:
 
 def main() -> int:
     parser = argparse.ArgumentParser(prog="scripts/faults")
-    parser.add_argument("--launcher", type=Path, required=True, help="instead of the release")
-    parser.add_argument("--quick", action="store_true", help="a few launches for each call")
+    parser.add_argument("--programs", type=Path, required=True, help="instead of the release")
+    parser.add_argument("--quick", action="store_true", help="a few runs for each call")
     parser.add_argument("--only", default="", help="a regex like 'staged: read:error=EIO:when=2'")
     parser.add_argument("--report", type=Path, default=os.devnull, help="gets a line for each call")
     options = parser.parse_args()
@@ -110,7 +120,11 @@ def main() -> int:
     if subprocess.run(probe, stderr=subprocess.DEVNULL).returncode != 0:
         print("skipped", "all", "strace is not permitted here", sep="\t", file=report)
         sys.exit("strace is not permitted here")
-    judges = {kind: Judge(options.launcher.resolve(), kind) for kind in KINDS}
+    programs = options.programs.resolve()
+    judges: dict[str, Judge | CompanionJudge] = {
+        **{kind: Judge(programs / "kvl-launcher", kind) for kind in launch.KINDS},
+        **{kind: CompanionJudge(programs / "kvl-media", kind) for kind in companion.KINDS},
+    }
     tasks: list[tuple[str, str]] = []
     for kind, judge in judges.items():
         calls = calls_to_fail(judge.usual.made)
@@ -136,7 +150,7 @@ def main() -> int:
     kinds = ", ".join(f"{kind} {n}" for kind, n in Counter(kind for kind, _ in tasks).items())
     totals = Counter(outcome for outcome, _ in verdicts)
     counts = ", ".join(f"{totals[outcome]} {outcome}" for outcome in OUTCOMES)
-    print(f"{len(tasks)} launches ({kinds}): {counts}")
+    print(f"{len(tasks)} runs ({kinds}): {counts}")
     return 0 if tasks and not totals[FAILED] else 1
 
 

@@ -102,6 +102,20 @@ class Call(NamedTuple):
         return os.path.join(opened[1] if opened else "", named[1])
 
 
+def calls_in(root: Path) -> list[Call]:
+    """In the log of each process, that of the program itself first."""
+    made: list[Call] = []
+    for log in sorted(root.glob("log*"), key=lambda log: (len(log.name), log.name)):
+        counts: dict[str, int] = {}
+        suffix = " (child)" if made else ""
+        for line in log.read_text(errors="replace").splitlines():
+            if match := re.match(r"(\w+)\((?:(.*)\) += )?(?:-1 (E[A-Z0-9]+))?(.*)", line):
+                name, *rest = match.groups(default="")
+                counts[name] = counts.get(name, 0) + 1
+                made.append(Call(name + suffix, counts[name], *rest))
+    return made
+
+
 class Launch(NamedTuple):
     """What was seen of one launch. Texts have no places of the world in them."""
 
@@ -188,20 +202,7 @@ class World:
             raise Surprise(f"the media was changed: {changed}")
         texts = (ran.stdout, ran.stderr, report.read_text(errors="replace").replace("\0", "\n"))
         out, err, reported = (self.without_places(text).splitlines() for text in texts)
-        return Launch(ran.returncode, out, err, reported, self._calls(), *self._staged_copy())
-
-    def _calls(self) -> list[Call]:
-        """In the log of each process, the launcher's first."""
-        made: list[Call] = []
-        for log in sorted(self.root.glob("log*"), key=lambda log: (len(log.name), log.name)):
-            counts: dict[str, int] = {}
-            suffix = " (child)" if made else ""
-            for line in log.read_text(errors="replace").splitlines():
-                if match := re.match(r"(\w+)\((?:(.*)\) += )?(?:-1 (E[A-Z0-9]+))?(.*)", line):
-                    name, *rest = match.groups(default="")
-                    counts[name] = counts.get(name, 0) + 1
-                    made.append(Call(name + suffix, counts[name], *rest))
-        return made
+        return Launch(ran.returncode, out, err, reported, calls_in(self.root), *self._staged_copy())
 
     def _staged_copy(self) -> tuple[str, dict[str, Entry]]:
         """Its path and what is in it, without the times of directories and the clean-up script."""
