@@ -24,7 +24,10 @@ class SealInterrupted : public testing::Test {
                                                      world_.Path("number") + "'\n" + lines + "\n"),
         0755);
     const Outcome seen =
-        world_.Companion(arguments, {{"PATH", "{bin}:/usr/bin:/bin"}, {"TMPDIR", "{tmp}"}});
+        world_.Companion(arguments, {{"PATH", "{bin}:/usr/bin:/bin"}, {"TMPDIR", "{tmp}"}}, [] {
+          // Whoever runs the tests in the background of a shell has them ignored.
+          for (const int ends : {SIGINT, SIGTERM, SIGHUP}) std::signal(ends, SIG_DFL);
+        });
     EXPECT_EQ(seen, (Outcome{-signal, "", world_.Text(said)}));
     EXPECT_THAT(DescribeTree(world_.Path("tmp")), IsEmpty());
     const pid_t minisign = std::stoi(ReadFile(world_.Path("number")));
