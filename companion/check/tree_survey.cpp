@@ -117,7 +117,7 @@ class TreeSurvey {
       Warn(FindingKind::kDirectoryNotListable, directory);
     }
     const PathState here = StateAt(directory);
-    if (IsUnseen(directory, here.error) || !here.IsThere()) return;
+    if (!here.IsThere()) return LookAtError(directory, here.error);
     const std::size_t first_below = open_.size();
     for (const std::string& name : list.names) {
       LookAt(here.identity, PathBelow(directory, name), name);
@@ -152,7 +152,9 @@ class TreeSurvey {
     if (IsUnseen(path, error)) return;
     if (error == ENAMETOOLONG) {
       Warn(FindingKind::kPathTooLong, path);
-    } else if (error != ENOENT) {  // it has just been removed
+    } else if (error == ENOENT) {  // and yet it was listed
+      AddUnread(path, error, Severity::kWarning, findings_);
+    } else {
       Warn(FindingKind::kClosedWay, path);
     }
   }

@@ -1,0 +1,210 @@
+// A media that somebody has filled with what leads astray, keeps a reader busy or takes its memory:
+// what check and verify say of it. Both end, and neither calls it fine.
+#include "tests/companion/sealed_world.h"
+#include "tests/support/system_faults.h"
+
+namespace kvl::test {
+namespace {
+
+constexpr std::size_t kNameLength = 200;
+
+/// Makes directories with long names, each in the one before.
+void MakeDeep(const std::string& top, int levels) {
+  const std::string name(kNameLength, 'd');
+  int here = ::open(top.c_str(), O_PATH | O_CLOEXEC);
+  for (int i = 0; i < levels; ++i) {
+    ::mkdirat(here, name.c_str(), 0755);
+    const int next = ::openat(here, name.c_str(), O_PATH | O_CLOEXEC);
+    ::close(here);
+    here = next;
+  }
+  ::close(here);
+}
+
+/// The lines that name something wrong, without the remedies.
+std::string Findings(const std::string& report) {
+  std::istringstream stream(report);
+  std::string found;
+  for (std::string line; std::getline(stream, line);) {
+    if (line.starts_with("warning ") || line.starts_with("error ")) {
+      found += line.substr(0, line.find("; ")) + "\n";
+    }
+  }
+  return found;
+}
+
+std::string WithoutLastLine(const std::string& report) {
+  return report.substr(0, report.rfind('\n', report.size() - 2) + 1);
+}
+
+class HostileMedia : public testing::Test {
+ protected:
+  HostileMedia() { world_.Make("sibling"); }
+
+  void ExpectFound(const std::string& check, const std::string& verify, int verify_status = 1,
+                   const std::function<void()>& before = {}) const {
+    const Outcome checked = world_.Companion({"check", "media/1"}, {{"TMPDIR", "/tmp"}}, before);
+    EXPECT_EQ((Outcome{checked.status, Findings(checked.out), checked.err}),
+              (Outcome{1, world_.Text(check), ""}));
+    const Outcome verified = world_.Companion({"verify", "media"}, {}, before);
+    EXPECT_EQ((Outcome{verified.status, WithoutLastLine(verified.out), verified.err}),
+              (Outcome{verify_status, world_.Text(verify), ""}));
+  }
+
+  SealedWorld world_;
+};
+
+TEST_F(HostileMedia, WithLinksInACircle) {
+  world_.Change("link media/1/payload/1/x y; link media/1/payload/1/y x; link media/2/up ..");
+  ExpectFound(
+      "warning    {media/1/payload/1/x}: links that lead round in a circle, or too many of them "
+      "one "
+      "behind the other\n"
+      "warning    {media/1/payload/1/y}: links that lead round in a circle, or too many of them "
+      "one "
+      "behind the other\n",
+      "not listed    {media/1/payload/1/x}\n"
+      "not listed    {media/1/payload/1/y}\n"
+      "not listed    {media/2/up}\n");
+}
+
+TEST_F(HostileMedia, WithPipes) {
+  world_.Change("pipe media/1/pipe; pipe media/2/2.txt; pipe media/1/payload/1/a");
+  ExpectFound(
+      "warning    {media/2/2.txt}: the marker of volume 2 cannot be read\n"
+      "warning    {media/1/pipe}: a pipe, which cannot be copied\n"
+      "warning    {media/1/payload/1/a}: a pipe, which cannot be copied\n",
+      "wrong kind    {media/1/payload/1/a}: no regular file\n"
+      "not listed    {media/1/pipe}\n"
+      "wrong kind    {media/2/2.txt}: no regular file\n");
+}
+
+TEST_F(HostileMedia, WithSockets) {
+  world_.Change("socket media/1/socket; socket media/2/2.txt; socket media/1/StartTUI.sh");
+  ExpectFound(
+      "error      {media/1/StartTUI.sh}: the start script is missing or names no system\n"
+      "warning    {media/2/2.txt}: it cannot be read: No such device or address\n"
+      "warning    {media/1/StartTUI.sh}: a socket, which cannot be copied\n"
+      "warning    {media/1/socket}: a socket, which cannot be copied\n",
+      "wrong kind    {media/1/StartTUI.sh}: no regular file\n"
+      "not listed    {media/1/socket}\n"
+      "wrong kind    {media/2/2.txt}: no regular file\n");
+}
+
+TEST_F(HostileMedia, WithDevices) {
+  world_.Change(
+      "link media/1/zero /dev/zero; link media/2/2.txt /dev/zero; link media/1/StartTUI.sh "
+      "/dev/zero");
+  ExpectFound(
+      "error      {media/1/StartTUI.sh}: the start script is missing or names no system\n"
+      "warning    {media/2/2.txt}: the marker of volume 2 cannot be read\n"
+      "warning    {media/1/StartTUI.sh}: a device, which cannot be copied\n"
+      "warning    {media/1/zero}: a device, which cannot be copied\n",
+      "wrong kind    {media/1/StartTUI.sh}: no regular file\n"
+      "not listed    {media/1/zero}\n"
+      "wrong kind    {media/2/2.txt}: no regular file\n");
+}
+
+TEST_F(HostileMedia, WithNamesThatATerminalObeys) {
+  world_.Change("link media/2/a\\nb x; link media/2/\\x1B[2J x; link media/2/\\xFF x");
+  ExpectFound(
+      "warning    {media/2}/\\x1B[2J: a link that leads nowhere\n"
+      "warning    {media/2}/a\\x0Ab: a link that leads nowhere\n"
+      "warning    {media/2}/\\xFF: a link that leads nowhere\n",
+      "not listed    {media/2}/\\x1B[2J\n"
+      "not listed    {media/2}/a\\x0Ab\n"
+      "not listed    {media/2}/\\xFF\n");
+}
+
+TEST_F(HostileMedia, WithClosedDirectories) {
+  world_.Change("mode 0 media/1/payload; mode 0 media/2/payload/2");
+  ExpectFound(
+      "warning    {media/1/payload}: an ordinary user cannot read it\n"
+      "warning    {media/1/payload}: a directory that you may not list, so that it counts as "
+      "empty\n"
+      "warning    {media/2/payload/2}: an ordinary user cannot read it\n"
+      "warning    {media/2/payload/2}: a directory that you may not list, so that it counts as "
+      "empty\n",
+      "unreadable    {media/1/payload}: opendir - {media/1/payload} - Permission denied\n"
+      "wrong mode    {media/1/payload}: 000 in place of 755\n"
+      "unreadable    {media/2/payload/2}: opendir - {media/2/payload/2} - Permission denied\n"
+      "wrong mode    {media/2/payload/2}: 000 in place of 755\n",
+      3, GiveUpPermissions);
+  world_.Change("mode 755 media/1/payload; mode 755 media/2/payload/2");
+}
+
+TEST_F(HostileMedia, WithPathsBeyondTheLimitOfTheSystem) {
+  constexpr int kLevels = 25;
+  const std::string name(kNameLength, 'd');
+  std::string way = world_.Path("media/2/payload/2");
+  MakeDeep(way, kLevels);
+  while (way.size() < PATH_MAX) way += "/" + name;
+  ExpectFound("warning    " + way + ": a path that is too long for the system\n",
+              "not listed    {media/2/payload/2}/" + name + "\n");
+}
+
+TEST_F(HostileMedia, WithAHundredThousandEntries) {
+  constexpr int kEntries = 100'000;
+  const int top = ::open(world_.Path("media/2/payload/2").c_str(), O_PATH | O_CLOEXEC);
+  for (int i = 0; i < kEntries; ++i) ::symlinkat("x", top, std::to_string(i).c_str());
+  ::close(top);
+  const Outcome checked = world_.Companion({"check", "media/1"}, {{"TMPDIR", "/tmp"}});
+  EXPECT_THAT(checked.out, testing::HasSubstr("\n100000 problems: "));
+  EXPECT_EQ((Outcome{checked.status, "", checked.err}), (Outcome{1, "", ""}));
+  const Outcome verified = world_.Companion({"verify", "media"});
+  EXPECT_THAT(verified.out, testing::HasSubstr("\n100000 problems; "));
+  EXPECT_EQ((Outcome{verified.status, "", verified.err}), (Outcome{1, "", ""}));
+}
+
+TEST_F(HostileMedia, WithTextsOfAGibibyte) {
+  for (const char* name : {"1/StartTUI.sh", "1/1.sha256", "2/2.txt", "2/media.manifest"}) {
+    const std::string path = world_.Path(std::string("media/") + name);
+    WriteFile(path, "");
+    fs::resize_file(path, 1U << 30U);
+  }
+  ExpectFound(
+      "error      {media/1/StartTUI.sh}: the start script is missing or names no system\n"
+      "warning    {media/2/2.txt}: the marker of volume 2 has no line MTBDIR=<tag>\n",
+      "bad manifest  {media/2/media.manifest}: longer than 268435456 bytes\n"
+      "wrong list    {media/1/1.sha256}: not the one that the manifest is about\n");
+}
+
+TEST_F(HostileMedia, ThatChangesWhileItIsVerified) {
+  const std::string directory = world_.Path("media/2/payload/2");
+  for (const std::string change :
+       {"remove", "link ../../../setup", "link ../../1", "pipe", "file text"}) {
+    SCOPED_TRACE(change);
+    fs::remove_all(world_.Path("media"));
+    world_.Make("sibling");
+    const std::size_t end = change.find(' ');
+    const std::string target = end == std::string::npos ? "" : change.substr(end);
+    const BeforeOpen moment(directory, [&] {
+      world_.Change("remove media/2/payload/2");
+      if (change != "remove") world_.Change(change.substr(0, end) + " media/2/payload/2" + target);
+    });
+    const Outcome seen = world_.Verify({"{media}"});
+    EXPECT_EQ(
+        (Outcome{seen.status, WithoutLastLine(seen.out), seen.err}),
+        (Outcome{3,
+                 world_.Text("unreadable    {media/2/payload/2}: opendir - "
+                             "{media/2/payload/2} - ") +
+                     (change == "remove" ? "No such file or directory\n" : "Not a directory\n"),
+                 ""}));
+  }
+}
+
+/// A directory is listed, and is gone when it is looked at or opened.
+TEST_F(HostileMedia, ThatChangesWhileItIsChecked) {
+  const std::vector<std::pair<FailingCall::Call, std::string>> rows = {
+      {FailingCall::kLook, "it cannot be read: No such file or directory"},
+      {FailingCall::kOpenDir, "a directory that you may not list, so that it counts as empty"}};
+  for (const auto& [call, said] : rows) {
+    const FailingCall gone(call, world_.Path("media/2/payload/2"), ENOENT);
+    const Outcome seen = SealedWorld::CompanionHere({"check", world_.Path("media/1")});
+    EXPECT_EQ((Outcome{seen.status, Findings(seen.out), seen.err}),
+              (Outcome{1, world_.Text("warning    {media/2/payload/2}: ") + said + "\n", ""}));
+  }
+}
+
+}  // namespace
+}  // namespace kvl::test
