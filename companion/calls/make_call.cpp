@@ -98,7 +98,8 @@ void Make(const MakeCall& call, const MediaPlan& plan) {
 
 /// Says what came of the call, and gives the status.
 int End(const MakeCall& call, const MakeReport& report, const std::string& text, int status) {
-  const bool is_said = Write(call.as_json ? JsonReport(report) : text);
+  const std::string output = call.as_json ? JsonReport(report) : text;
+  const bool is_said = output.empty() || Write(output);
   if (!report.message.empty()) BadCall(report.message);
   if (is_said) return status;
   return BadCall(report.is_made ? "the media was made, but the message cannot be written"
@@ -174,9 +175,9 @@ int RunMake(MakeCall call) {
     return End(call, report, "", kBadCall);
   } catch (const std::exception& failure) {
     report.message = MessageOf(failure);
-    End(call, report, "", kProblems);
+    const int status = End(call, report, "", kProblems);
     if (plan && IsAnythingIn(plan->directory)) BadCall(HowToGoOn(plan->directory));
-    return kProblems;
+    return status;
   }
   const OwnCheck own = CheckOwnMedia(report.volumes.front().directory);
   report.is_made = true;
