@@ -164,7 +164,6 @@ NewFile::NewFile(std::unique_ptr<FileDescriptor> file, const std::string& path)
     : file_(Opened(std::move(file), kCannotWrite, path)), path_(path) {}
 
 NewFile::NewFile(NewFile&& other) noexcept = default;
-NewFile& NewFile::operator=(NewFile&& other) noexcept = default;
 NewFile::~NewFile() = default;
 
 /// A write that took only a part counts as a full disk.

@@ -85,7 +85,6 @@ enum class FileKind { kPlain, kProgram };
 class NewFile {
  public:
   NewFile(NewFile&& other) noexcept;
-  NewFile& operator=(NewFile&& other) noexcept;
   ~NewFile();
 
   [[nodiscard]] const std::string& Path() const { return path_; }

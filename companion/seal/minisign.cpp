@@ -81,10 +81,10 @@ int RunInShell(const std::string& line, const std::vector<std::string>& argument
 class Workshop {
  public:
   Workshop() {
-    const std::string wanted = GetEnv("TMPDIR");
-    path_ = PathBelow(wanted.empty() ? "/tmp" : wanted, "kvl-media-XXXXXX");
+    const std::string wanted = GetEnv("TMPDIR"), place = wanted.empty() ? "/tmp" : wanted;
+    path_ = PathBelow(place, "kvl-media-XXXXXX");
     if (::mkdtemp(path_.data()) == nullptr) {
-      throw std::system_error(errno, std::generic_category(), "no directory to sign in: " + path_);
+      throw std::system_error(errno, std::generic_category(), "no directory to sign in: " + place);
     }
   }
   ~Workshop() {

@@ -271,7 +271,8 @@ TEST(FailingOutput, IsNamed) {
     const CheckWorld world("file setup #!/bin/sh\\n; file payload/file x");
     for (const Lines& arguments :
          {Lines{"--help"}, Lines{"--version"}, Lines{"make", "--help"}, Lines{"check", "-h"},
-          Lines{"check", "payload"}, Lines{"check", "--json", "payload"}}) {
+          Lines{"check", "payload"}, Lines{"check", "--json", "payload"},
+          Lines{"verify", "payload"}, Lines{"verify", "--json", "payload"}}) {
       world.ExpectRefused(world.Companion(arguments, {}, send), "the report cannot be written");
     }
     world.ExpectRefused(world.MakeMedia({}, "media", send),

@@ -134,6 +134,19 @@ TEST(CheckOfABadDirectory, OfTheMediaItselfSaysWhyItCannotBeLookedAt) {
   EXPECT_THAT([&] { MediaDirectory(directory.Path()); },
               testing::ThrowsMessage<std::system_error>(
                   "cannot look at the directory: " + directory.Path() + ": Input/output error"));
+  CheckWorld().ExpectRefused(
+      CheckWorld::CompanionHere({"check", directory.Path()}),
+      "cannot look at the directory: " + directory.Path() + ": Input/output error");
+}
+
+TEST(CheckOfABadDirectory, ThatIsGoneSaysSo) {
+  const CheckWorld world("dir gone");
+  world.ExpectRefused(world.Companion({"check", "."}, {},
+                                      [&] {
+                                        if (::chdir("gone") != 0) ::_exit(kImpossibleHere);
+                                        fs::remove(world.Path("gone"));
+                                      }),
+                      "not a directory: .");
 }
 
 /// Runs a check for each call that it makes, in which that call fails, until no call has failed.

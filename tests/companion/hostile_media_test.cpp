@@ -55,16 +55,21 @@ class HostileMedia : public testing::Test {
 };
 
 TEST_F(HostileMedia, WithLinksInACircle) {
-  world_.Change("link media/1/payload/1/x y; link media/1/payload/1/y x; link media/2/up ..");
+  world_.Change(
+      "link media/1/payload/1/x y; link media/1/payload/1/y x; link media/2/up ..; "
+      "dir media/2/b/c; link media/2/0 b/c; link media/2/b/c/l ..");
   ExpectFound(
       "warning    {media/1/payload/1/x}: links that lead round in a circle, or too many of them "
       "one "
       "behind the other\n"
       "warning    {media/1/payload/1/y}: links that lead round in a circle, or too many of them "
       "one "
-      "behind the other\n",
+      "behind the other\n"
+      "warning    {media/2/b/c/l}: a link that leads round in a circle\n",
       "not listed    {media/1/payload/1/x}\n"
       "not listed    {media/1/payload/1/y}\n"
+      "not listed    {media/2/0}\n"
+      "not listed    {media/2/b}\n"
       "not listed    {media/2/up}\n");
 }
 

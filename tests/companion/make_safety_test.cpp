@@ -2,10 +2,12 @@
 #include <sys/syscall.h>
 
 #include "companion/make/media_maker.h"
+#include "companion/program.h"
 #include "tests/companion/check_world.h"
 #include "tests/insio/odd_paths.h"
 #include "tests/insio/surroundings.h"
 #include "tests/support/call_filter.h"
+#include "tests/support/system_faults.h"
 
 namespace kvl::test {
 namespace {
@@ -138,6 +140,27 @@ TEST_F(MakeSafely, RefusesADirectoryThatAnotherMakeHasTakenOrLeft) {
       "left and run make again)");
 }
 
+/// Another make begins just before this one puts its mark into the directory.
+TEST_F(MakeSafely, LeavesADirectoryToTheOneThatWasFaster) {
+  const std::string mark = world_.Path("media/StartTUI.sh.unfinished");
+  const std::map<std::string, std::string> rows = {
+      {"StartTUI.sh.unfinished",
+       "another make is at work there, or was broken off: {media} (wait for it, or remove what it "
+       "left and run make again)"},
+      {"StartTUI.sh", "the directory is not empty: {media}"}};
+  for (const auto& [name, line] : rows) {
+    SCOPED_TRACE(name);
+    fs::remove_all(world_.Path("media"));
+    const Outcome seen = RunIsolated([&, &faster = name] {
+      const BeforeOpen moment(mark, [&] { world_.Change("file media/" + faster + " x"); });
+      return RunKvlMedia({"make", "--tag", "T", "--installer", world_.Path("setup"), "--launcher",
+                          world_.Path("setup"), world_.Path("payload"), world_.Path("media")});
+    });
+    world_.ExpectRefused(seen, line);
+    EXPECT_THAT(DescribeTree(world_.Path("media")), ElementsAre("f 644 " + name + " = x"));
+  }
+}
+
 TEST_F(MakeSafely, SaysThatTheDiskIsFullFromTheFirstFileOn) {
   world_.ExpectRefused(world_.MakeMedia({}, "media", [] { LimitFileSize(1000); }),
                        "Cannot write into {media}/StartTUI.sh.unfinished - No space left on "
@@ -210,6 +233,7 @@ TEST(MakeWhileFilesChange, EndsWhenWhatItHasPlannedHasChanged) {
        long_ago},
       {"a link", "move payload/b moved; link payload/b ../moved", changed + "payload/b"},
       {"a pipe", "pipe payload/b", changed + "payload/b"},
+      {"a link that leads elsewhere", "link payload/l b", changed + "payload/l"},
       {"gone", "remove payload/b", "lstat - payload/b - No such file or directory\n"},
       {"a link above", "move payload/d moved; link payload/d ../moved",
        "opendir - payload/d - Not a directory\n"},
@@ -229,6 +253,7 @@ TEST(MakeWhileFilesChange, EndsWhenWhatItHasPlannedHasChanged) {
          Lines{payload + "a", payload + "b", payload + "d/c", "needs/file", "setup", "starter"}) {
       SetTimes(world.Directory().Write(name, "contents"), 1, 1'000'000'000);
     }
+    world.Change("link " + payload + "l a");
     const Outcome seen = RunIsolated([&] {
       fs::current_path(world.Path("."));
       return MakeWhileItChanges(is_presorted, [&] {

@@ -174,6 +174,21 @@ TEST_F(SealTest, RefusesWhatIsNotOneMediaOrSealedOtherwise) {
   EXPECT_EQ(DescribeTreeExactly(world_.Path("media")), before);
 }
 
+TEST_F(SealTest, SaysWhatOfMinisignDidNotWork) {
+  world_.Make("single");
+  SetMode(world_.Directory().Write("bin/minisign",
+                                   "#!/bin/sh\nwhile [ \"$1\" != -x ]; do shift; done\n"
+                                   "echo text >\"$2\"\n"),
+          0755);
+  const auto seal_in = [&](const std::string& tmp) {
+    return world_.Companion({"seal", "media", "--key", "key"},
+                            {{"PATH", "{bin}:/usr/bin:/bin"}, {"TMPDIR", tmp}});
+  };
+  world_.ExpectRefused(seal_in("{.}"), "minisign has written something else", 1);
+  world_.ExpectRefused(seal_in("{no}"), "no directory to sign in: {no}: No such file or directory",
+                       1);
+}
+
 TEST_F(SealTest, IsNoPartOfAMediaThatCannotBeSigned) {
   world_.Change("file bad x");
   const Outcome seen = world_.Companion({"make", "--tag", "T", "--installer", "setup", "--launcher",

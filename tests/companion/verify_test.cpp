@@ -273,6 +273,30 @@ TEST_F(VerifyTest, HoldsTheManifestAgainstWhatTheListsVouchFor) {
   }
 }
 
+TEST_F(VerifyTest, RefusesAListThatTheManifestVouchesForAndIsNone) {
+  world_.Make("single");
+  const std::string list = world_.Path("media/1.sha256");
+  ChangeManifest(world_, DigestOf(ReadFile(list)).Hex(), DigestOf("x\n").Hex());
+  WriteFile(list, "x\n");
+  world_.ExpectVerified({"{media}"}, 1,
+                        "wrong list    {media/1.sha256}: line 1: no digest\n"
+                        "1 problem; read: 0 files, <n> bytes; not looked at: volume 1\n");
+}
+
+TEST_F(VerifyTest, NamesTheVolumeThatItCannotEnter) {
+  world_.Make("sibling");
+  for (const unsigned mode : {0U, 0444U, 0111U}) {
+    SCOPED_TRACE(mode);
+    SetMode(world_.Path("media/2"), mode);
+    const Outcome seen = world_.Companion({"verify", "media"}, {}, GiveUpPermissions);
+    EXPECT_EQ(Replaced(seen.out, ", [0-9]+ bytes", ""),
+              world_.Text("unreadable    {media/2}: opendir - {media/2} - Permission denied\n"
+                          "1 problem; read: 12 files; not looked at: volume 2\n"));
+    EXPECT_EQ(seen.status, 3);
+  }
+  SetMode(world_.Path("media/2"), 0755);
+}
+
 TEST_F(VerifyTest, ComparesLinksByWhatTheyHold) {
   world_.Make("single");
   ChangeManifest(world_, "end\n", "link payload/l\t../1.txt\nend\n");
@@ -420,11 +444,13 @@ TEST_F(VerifyTest, SaysThatNothingIsThere) {
 
 TEST_F(VerifyTest, RefusesBadCalls) {
   world_.Change("dir media; file key x");
+  WriteFile(world_.Path("endless"), std::string(20'000, 'x'));
   const std::vector<std::pair<Lines, std::string>> rows = {
       {{}, "DIR is required (see --help)"},
       {{"{no}"}, "not a directory: {no}"},
       {{"{media}", "{key}"}, "not a directory: {key}"},
       {{"{media}", "--key", "{key}"}, "--key: no public key of minisign: {key}"},
+      {{"{media}", "--key", "{endless}"}, "--key: no public key of minisign: {endless}"},
       {{"{media}", "--key", ""}, "--key: must not be empty (see --help)"},
       {{"{media}", "--key", "{no}"}, "Cannot read {no} - No such file or directory"},
       {{"{media}", "--jobs", "0"}, "--jobs: Value 0 not in range 1 to 64 (see --help)"},
