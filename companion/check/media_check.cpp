@@ -11,6 +11,7 @@
 #include "companion/check/disc_access.h"
 #include "companion/check/installer_check.h"
 #include "companion/check/installer_variables.h"
+#include "companion/check/media_description.h"
 #include "companion/check/special_file.h"
 #include "companion/check/start_check.h"
 #include "companion/check/start_forecast.h"
@@ -134,8 +135,26 @@ class MediaCheck {
       report_.End(Expectation::kAbort, kAbortStatus);
     } else if (report_.volumes_looked_for) {
       report_.layout = plan_.Scan.layout;
-      report_.volumes = CheckVolumes(state_.MediaDir, file, plan_.Scan, report_.findings);
+      CheckVolumesOf(file);
     }
+  }
+
+  void CheckVolumesOf(const VolumesFile& file) {
+    const MediaDescription description(request_.media_dir, report_.findings);
+    report_.volumes =
+        CheckVolumes(state_.MediaDir, file, description.Volumes(), plan_.Scan, report_.findings);
+    const auto look_at = [&](const std::string& directory, VolumeNumber number) {
+      if (description.NamesPayloadOf(number)) CheckPayload(directory, number, report_.findings);
+    };
+    if (report_.volumes.rows.empty()) look_at(request_.media_dir, 1);
+    for (const VolumeRow& row : report_.volumes.rows) {
+      if (row.state == VolumeState::kFound) look_at(DirectoryOf(row), row.number);
+    }
+  }
+
+  /// As it was given, when it is that of volume 1.
+  const std::string& DirectoryOf(const VolumeRow& row) const {
+    return row.directory == state_.MediaDir.Str() ? request_.media_dir : row.directory;
   }
 
   void SayWhatAbortsTheScan() {
@@ -172,7 +191,7 @@ class MediaCheck {
     InstalledTree installed;
     for (const VolumeRow& row : report_.volumes.rows) {
       if (row.state != VolumeState::kFound) continue;
-      trees.push_back(row.directory == state_.MediaDir.Str() ? request_.media_dir : row.directory);
+      trees.push_back(DirectoryOf(row));
       installed.AddPayloadOf(trees.back(), std::to_string(row.number));
     }
     if (!report_.external_inst_slash.empty()) {

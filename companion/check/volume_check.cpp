@@ -7,6 +7,7 @@
 
 #include "companion/check/disc_access.h"
 #include "companion/check/special_file.h"
+#include "companion/names/path_below.h"
 #include "companion/names/path_state.h"
 #include "companion/names/plain_text.h"
 #include "console/text.h"
@@ -53,11 +54,17 @@ class VolumeCheck {
   VolumeCheck(const InsPath& media_dir, const ScanOutcome& scan, Findings& findings)
       : media_dir_(media_dir), scan_(scan), findings_(findings) {}
 
-  VolumeReport Run(VolumeNumber count) {
-    report_.count = count;
-    if (count <= 1) return std::move(report_);
+  VolumeReport Run(const VolumesFile& file, VolumeNumber described) {
+    report_.count = file.count;
+    if (file.count < 1) return std::move(report_);
     const Marker first(Join(media_dir_.Str(), MarkerName(1)).Str());
     wanted_ = first.tag;
+    if (file.is_fine) CompareNumber(file, described);
+    if (file.count == 1) {
+      AddUnseen(first.path, first.error, Severity::kWarning, findings_);
+      LookForCarriageReturns(first);
+      return std::move(report_);
+    }
     report_.tag = ShortTag(first.tag);
     Record(1, media_dir_, first);
     if (wanted_.empty()) return std::move(report_);  // the launcher looks no further, either
@@ -69,6 +76,46 @@ class VolumeCheck {
   }
 
  private:
+  /// What else tells how many volumes there are.
+  void CompareNumber(const VolumesFile& file, VolumeNumber described) {
+    std::string reason;
+    if (described > 0) {
+      if (described != file.count) {
+        reason = std::string(names::kMediaXml) + " says " + std::to_string(described);
+      }
+    } else if (const std::string place = PlaceOfOneMore(file.count + 1); !place.empty()) {
+      reason = "volume " + std::to_string(file.count + 1) + " lies in " + place;
+    }
+    if (reason.empty()) return;
+    const std::string path = VolumesFileOf(media_dir_).Str();
+    if (file.is_missing) {
+      findings_.Add(FindingKind::kVolumesFileMissing, path, {reason});
+    } else {
+      findings_.Add(FindingKind::kVolumesFileDiffers, path, {std::to_string(file.count), reason});
+    }
+  }
+
+  /// The directory of a volume that nobody looks for; empty when it is not there.
+  std::string PlaceOfOneMore(VolumeNumber i) {
+    if (wanted_.empty()) return {};
+    for (const InsPath& directory : {media_dir_, PlaceOf(i).directory}) {
+      const Marker marker(Join(directory.Str(), MarkerName(i)).Str());
+      AddUnseen(marker.path, marker.error, Severity::kWarning, findings_);
+      if (marker.State(wanted_) == VolumeState::kFound) return directory.Str();
+    }
+    return {};
+  }
+
+  /// The launcher drops one at the end of the line; whoever else reads the marker need not.
+  void LookForCarriageReturns(const Marker& marker) {
+    constexpr std::size_t kMostOfAMarker = 65536;
+    if (marker.error != 0) return;
+    const FileStart start = ReadStart(marker.path, kMostOfAMarker);
+    AddUnseen(marker.path, start.error, Severity::kWarning, findings_);
+    if (start.bytes.find('\r') == std::string::npos) return;
+    findings_.Add(FindingKind::kMarkerCarriageReturn, marker.path);
+  }
+
   /// Where a volume belongs: in which directory, and in which AM volume.
   struct Place {
     InsPath directory;
@@ -113,6 +160,7 @@ class VolumeCheck {
     const std::string& wanted = scan_.first_am.tag;
     const Marker marker(Join(place.am_directory.Str(), MarkerName(place.am_number)).Str());
     const VolumeState state = marker.State(wanted);
+    LookForCarriageReturns(marker);
     if (state == VolumeState::kFound) return true;
     report_.rows.push_back({i, place.directory.Str(), "", state});
     AddFinding("AM volume " + std::to_string(place.am_number), marker, wanted);
@@ -123,6 +171,7 @@ class VolumeCheck {
     const VolumeState state = marker.State(wanted_);
     report_.rows.push_back({i, directory.Str(), ShortTag(marker.tag), state});
     if (state != VolumeState::kFound) AddFinding("volume " + std::to_string(i), marker, wanted_);
+    LookForCarriageReturns(marker);
   }
 
   void AddFinding(const std::string& volume, const Marker& marker, std::string_view wanted) {
@@ -210,7 +259,7 @@ VolumesFile CheckVolumesFile(const InsPath& media_dir, Findings& findings) {
   const std::string path = VolumesFileOf(media_dir).Str();
   const int missing = WhyNotAllowed(path, F_OK);
   if (AddUnseen(path, missing, Severity::kWarning, findings)) return {.count = 0, .is_fine = false};
-  if (missing != 0) return {};
+  if (missing != 0) return {.is_missing = true};
   FileStart start = ReadStart(path, LineFile::kLongestLine);
   const bool is_empty = start.bytes.empty();
   const std::string& line = start.bytes.erase(std::min(start.bytes.find('\n'), start.bytes.size()));
@@ -232,15 +281,23 @@ VolumesFile CheckVolumesFile(const InsPath& media_dir, Findings& findings) {
   return file;
 }
 
-VolumeReport CheckVolumes(const InsPath& media_dir, const VolumesFile& file,
+VolumeReport CheckVolumes(const InsPath& media_dir, const VolumesFile& file, VolumeNumber described,
                           const ScanOutcome& scan, Findings& findings) {
-  VolumeReport report = VolumeCheck(media_dir, scan, findings).Run(file.count);
+  VolumeReport report = VolumeCheck(media_dir, scan, findings).Run(file, described);
   const bool is_all_found = std::all_of(report.rows.begin(), report.rows.end(), IsFound);
   const bool is_misled = !scan.complete || (file.count > 1 && scan.layout == Layout::kNone);
   if (is_misled && file.is_fine && is_all_found) {
     findings.Add(FindingKind::kSearchFails, media_dir.Str());
   }
   return report;
+}
+
+void CheckPayload(const std::string& directory, VolumeNumber volume, Findings& findings) {
+  const std::string payload =
+      PathBelow(PathBelow(directory, names::kPayload), std::to_string(volume));
+  const PathState state = StateAt(payload);
+  if (state.IsDirectory() || AddUnseen(payload, state.error, Severity::kWarning, findings)) return;
+  findings.Add(FindingKind::kPayloadMissing, payload, {std::to_string(volume)});
 }
 
 }  // namespace kvl

@@ -42,14 +42,19 @@ struct VolumeReport {
 struct VolumesFile {
   VolumeNumber count = 1;  ///< 1 when it is missing, 0 when it has no number or cannot be read
   bool is_fine = true;     ///< false when something about it is among the findings
+  bool is_missing = false;
 };
 
 /// Reads "volumes.txt", once.
 VolumesFile CheckVolumesFile(const KVLInsIO::InsPath& media_dir, Findings& findings);
 
 /// Looks at every volume where the scan, which has just been made, expects it. A scan that has failed,
-/// or has missed what is there, is always among the findings.
+/// or has missed what is there, is always among the findings; so is a number in "volumes.txt" when
+/// another one is `described`, which may be 0, or when one volume more than that lies there.
 VolumeReport CheckVolumes(const KVLInsIO::InsPath& media_dir, const VolumesFile& file,
-                          const ScanOutcome& scan, Findings& findings);
+                          VolumeNumber described, const ScanOutcome& scan, Findings& findings);
+
+/// Adds a finding when the payload of the volume in `directory` is missing.
+void CheckPayload(const std::string& directory, VolumeNumber volume, Findings& findings);
 
 }  // namespace kvl

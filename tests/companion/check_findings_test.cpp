@@ -114,6 +114,10 @@ $ check ./1/.
 # NothingInAScriptThatNamesNoInterpreter: file 1/inst/linux/code/bin/installer #!\n
 # NothingInAScriptWithoutAFirstLine: file 1/inst/linux/code/bin/installer exit 0\n
 # NothingInALauncherThatIsAScript: starter; file 1/inst/linux/code/bin/kvl-launcher #!/bin/sh\n; mode 755 1/inst/linux/code/bin/kvl-launcher
+# NothingInAMediaWithoutAVolumesFileAndVolumeTwoOfAnotherSet: remove 1/inst/volumes.txt; 2: 2=SET-B
+Volumes    1
+# NothingWhereMediaXmlNamesTheSameNumber: 3: 3=SET-A; file 1/media.xml <media tag="SET-A" volumes="2"/>
+# NothingInDescriptionsOfAnotherForm: file 1/media.xml <media volumes="-2"/>; file 1/meta.TOCxml payload/1
 # NothingInAMediaThatIsAsItShouldBe:
 = started in place
 # AmVolumeOfAnotherSet: remove 1; remove 2; first 1/m/1; 1/m/1: volumes=3 1=SET-A; 1: 1=AM-A; 2: 2=AM-B; 3: 3=AM-A; 3/m/3: 3=SET-A
@@ -141,6 +145,41 @@ Start      none
 warning    {1}/inst/volumes.txt: it begins with a byte order mark, so that its number is none; save it without a byte order mark
 error      {1}/inst/volumes.txt: its first line is no number of volumes, which aborts the launcher; let its first line be the number of volumes, and nothing else
 2 problems: the launcher will end with status 134
+# CarriageReturnInAMarker: file 2/2.txt #\r\nMTBDIR=SET-A\r\n
+warning    {2}/2.txt: a line of it has a carriage return; save it with line feeds alone
+# CarriageReturnInTheMarkerOfASingleVolume: remove 2; file 1/inst/volumes.txt 1\n; file 1/1.txt MTBDIR=SET-A\r\n
+Volumes    1
+warning    {1}/1.txt: a line of it has a carriage return; save it with line feeds alone
+# CarriageReturnInTheMarkerOfAnAmVolume: remove 1; remove 2; first 1/m/1; 1/m/1: volumes=2 1=SET-A; 1: 1=AM-A; 2: 2=AM-A; 2/m/2: 2=SET-A; file 2/2.txt MTBDIR=AM-A\r\n
+$ check {1/m/1} --os linux --installer installer
+Media      {1/m/1}
+System     linux
+Installer  {1/m/1}/inst/linux/code/bin/installer, in the media
+Volumes    2, layout am, tag SET-A
+           1  found       {1/m/1}
+           2  found       {2/m/2}
+Start      in place
+warning    {2}/2.txt: a line of it has a carriage return; save it with line feeds alone
+1 problem: the installer will be started in place
+# NoVolumesFileWhereMediaXmlNamesTwo: remove 1/inst/volumes.txt; remove 2; file 1/media.xml <?xml\n<media tag="a volumes=9" volumes="2"/>\n
+Volumes    1
+warning    {1}/inst/volumes.txt: it is missing, so that the launcher sees one volume, and media.xml says 2; copy it again, or write the number of volumes into it
+# NoVolumesFileWhereAVolumeLiesBeside: remove 1/inst/volumes.txt
+Volumes    1
+warning    {1}/inst/volumes.txt: it is missing, so that the launcher sees one volume, and volume 2 lies in {2}; copy it again, or write the number of volumes into it
+# NoVolumesFileWhereAVolumeLiesInTheSameDirectory: remove 1/inst/volumes.txt; remove 2; 1: 2=SET-A
+Volumes    1
+warning    {1}/inst/volumes.txt: it is missing, so that the launcher sees one volume, and volume 2 lies in {1}; copy it again, or write the number of volumes into it
+# VolumesFileThatSaysOneWhereMediaXmlNamesTwo: file 1/inst/volumes.txt 1\n; file 1/media.xml <media volumes="2"/>
+Volumes    1
+warning    {1}/inst/volumes.txt: it says 1, and media.xml says 2; copy it again, or correct the number
+# VolumesFileThatSaysTwoWhereThreeLieThere: 3: 3=SET-A
+warning    {1}/inst/volumes.txt: it says 2, and volume 3 lies in {3}; copy it again, or correct the number
+# NoDirectoryForThePayload: file 1/meta.TOCxml <volume number="1" payload="payload/1"/>\n<volume number="2" payload="payload/2"/>\n; file 1/payload/1/x; file 2/payload/2
+warning    {2}/payload/2: the directory with the payload of volume 2 is missing; copy the whole volume again
+# NoDirectoryForThePayloadOfASingleVolume: remove 2; file 1/inst/volumes.txt 1\n; file 1/meta.TOCxml <volume number="1" payload="payload/1"/>\n
+Volumes    1
+warning    {1}/payload/1: the directory with the payload of volume 1 is missing; copy the whole volume again
 # InstallerThatIsEmpty: file 1/inst/linux/code/bin/installer
 error      {1}/inst/linux/code/bin/installer: the installer is empty; copy it again
 1 problem: the installer cannot be started, status 0
