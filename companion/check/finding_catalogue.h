@@ -54,8 +54,10 @@ enum class FindingKind {
   kReadOnlyOverwritten,
   // Volumes.
   kVolumeMissing,
+  kVolumesMissing,
   kVolumeOfAnotherMedia,
   kMarkerUnreadable,
+  kMarkerBehindClosedWay,
   kMarkerWithoutTag,
   kMoreVolumesMissing,
   kSearchFails,

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "companion/check/disc_access.h"
 #include "companion/check/installer_check.h"
@@ -44,14 +45,15 @@ std::string FirstSet(const std::string& option, const char* variable, const std:
 
 class MediaCheck {
  public:
-  explicit MediaCheck(const MediaCheckRequest& request) : request_(request) {
+  explicit MediaCheck(MediaCheckRequest request) : request_(std::move(request)) {
+    GoToFirstVolume();
     start_script_ = ReadStart(Script(), kMostOfAScript);
     const std::string& script = start_script_.bytes;
-    report_.media_dir = InsPath(request.media_dir).Str();
-    SetEnv(variables::kCurrentMediaDir, request.media_dir);
-    SetEnv(variables::kOs, FirstSet(request.os_name, variables::kOs, script));
+    report_.media_dir = InsPath(request_.media_dir).Str();
+    SetEnv(variables::kCurrentMediaDir, request_.media_dir);
+    SetEnv(variables::kOs, FirstSet(request_.os_name, variables::kOs, script));
     SetEnv(variables::kInstallerExe,
-           FirstSet(request.installer_name, variables::kInstallerExe, script));
+           FirstSet(request_.installer_name, variables::kInstallerExe, script));
     if (GetEnv(variables::kLibraryPathName).empty()) {
       const std::string name = AssignmentIn(script, variables::kLibraryPathName);
       if (!name.empty()) SetEnv(variables::kLibraryPathName, name);
@@ -75,6 +77,19 @@ class MediaCheck {
 
  private:
   std::string Script() const { return PathBelow(request_.media_dir, names::kStartTui); }
+
+  /// Where a directory holds one for each volume.
+  void GoToFirstVolume() {
+    for (const char* way : {"", "/1", "/1/media/1"}) {
+      const std::string directory = request_.media_dir + way;
+      const std::string inst = PathBelow(directory, names::kInst);
+      const PathState state = StateAt(inst);
+      AddUnseen(inst, state.error, Severity::kWarning, report_.findings);
+      if (!state.IsDirectory()) continue;
+      if (*way != '\0') report_.found_in = std::exchange(request_.media_dir, directory);
+      return;
+    }
+  }
 
   void End(Expectation expectation, ExitStatus status) {
     report_.End(expectation, static_cast<int>(status));
@@ -130,8 +145,7 @@ class MediaCheck {
       PlanVolumes(state_, unheard, plan_);
     }
     if (plan_.Abort) {
-      SayWhatAbortsTheScan();
-      report_.volumes.count = 0;
+      SayWhatAbortsTheScan(file);
       report_.End(Expectation::kAbort, kAbortStatus);
     } else if (report_.volumes_looked_for) {
       report_.layout = plan_.Scan.layout;
@@ -157,13 +171,15 @@ class MediaCheck {
     return row.directory == state_.MediaDir.Str() ? request_.media_dir : row.directory;
   }
 
-  void SayWhatAbortsTheScan() {
+  void SayWhatAbortsTheScan(const VolumesFile& file) {
     try {
       std::rethrow_exception(plan_.Abort);
     } catch (const std::logic_error&) {  // as the conversion of the number throws it
       report_.findings.Add(FindingKind::kCountIsNoNumber, VolumesFileOf(state_.MediaDir).Str());
+      report_.volumes.count = 0;
     } catch (const std::exception& failure) {
       report_.findings.Add(FindingKind::kSearchAborts, state_.MediaDir.Str(), {MessageOf(failure)});
+      CheckVolumesOf(file);
     }
   }
 
@@ -191,6 +207,7 @@ class MediaCheck {
     InstalledTree installed;
     for (const VolumeRow& row : report_.volumes.rows) {
       if (row.state != VolumeState::kFound) continue;
+      if (report_.layout == Layout::kAm) LookAtWayTo(row);
       trees.push_back(DirectoryOf(row));
       installed.AddPayloadOf(trees.back(), std::to_string(row.number));
     }
@@ -208,7 +225,18 @@ class MediaCheck {
     }
   }
 
-  const MediaCheckRequest& request_;
+  /// Through the AM volume, which is a disc of its own.
+  void LookAtWayTo(const VolumeRow& row) {
+    const InsPath outer = plan_.Scan.first_am.directory.Parent();
+    for (InsPath place = InsPath(row.directory).Parent(); place != outer && !place.IsEmpty();
+         place = place.Parent()) {
+      const PathState state = StateAt(place.Str());
+      AddUnseen(place.Str(), state.error, Severity::kWarning, report_.findings);
+      if (state.IsThere()) AddNotForOthers(place.Str(), state, report_.findings);
+    }
+  }
+
+  MediaCheckRequest request_;
   Variables before_;
   LauncherState state_;
   RunPlan plan_;

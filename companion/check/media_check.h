@@ -9,7 +9,9 @@
 namespace kvl {
 
 struct MediaCheckRequest {
-  std::string media_dir;       ///< absolute, or relative to where we are
+  /// Of volume 1, or of one that holds it as `make` lays volumes out; absolute, or relative to where
+  /// we are.
+  std::string media_dir;
   std::string os_name;         ///< empty: from the environment, or else the start script
   std::string installer_name;  ///< likewise
   std::vector<std::string> launcher_arguments;

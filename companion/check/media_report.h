@@ -28,6 +28,7 @@ enum class Expectation {
 
 struct MediaReport {
   std::string media_dir;
+  std::string found_in;  ///< the directory that was given, when that of volume 1 lies below it
   std::string os_name;
   std::string installer_name;
 

@@ -92,6 +92,7 @@ class TreeSurvey {
       : installed_(installed), findings_(findings) {}
 
   void Run(const std::string& top) {
+    top_ = top;
     open_.push_back(top);
     while (!open_.empty()) {
       const std::string directory = std::move(open_.back());
@@ -118,6 +119,7 @@ class TreeSurvey {
     }
     const PathState here = StateAt(directory);
     if (!here.IsThere()) return LookAtError(directory, here.error);
+    if (directory == top_) LookAtMode(top_, here);
     const std::size_t first_below = open_.size();
     for (const std::string& name : list.names) {
       LookAt(here.identity, PathBelow(directory, name), name);
@@ -141,11 +143,8 @@ class TreeSurvey {
   }
 
   void LookAtMode(const std::string& path, const PathState& state) {
-    const mode_t wanted = state.IsDirectory() ? S_IROTH | S_IXOTH : S_IROTH;
-    if ((state.mode & wanted) == wanted) return;
     if (findings_.Has(FindingKind::kClosedFile, path)) return;  // the survey of staging has said it
-    Warn(state.IsDirectory() ? FindingKind::kDirectoryNotForOthers : FindingKind::kFileNotForOthers,
-         path);
+    AddNotForOthers(path, state, findings_);
   }
 
   void LookAtError(const std::string& path, int error) {
@@ -173,11 +172,20 @@ class TreeSurvey {
 
   const InstalledTree& installed_;
   Findings& findings_;
+  std::string top_;
   std::vector<std::string> open_;  // directories still to be looked through, the next one last
   Graph graph_;
 };
 
 }  // namespace
+
+void AddNotForOthers(const std::string& path, const PathState& state, Findings& findings) {
+  const mode_t wanted = state.IsDirectory() ? S_IROTH | S_IXOTH : S_IROTH;
+  if ((state.mode & wanted) == wanted) return;
+  findings.Add(
+      state.IsDirectory() ? FindingKind::kDirectoryNotForOthers : FindingKind::kFileNotForOthers,
+      path);
+}
 
 void SurveyTree(const std::string& directory, const InstalledTree& installed, Findings& findings) {
   TreeSurvey(installed, findings).Run(directory);

@@ -6,11 +6,15 @@
 
 #include "companion/check/findings.h"
 #include "companion/check/installed_tree.h"
+#include "companion/names/path_state.h"
 
 namespace kvl {
 
+/// Adds a finding when others than its owner and group cannot read the file or directory.
+void AddNotForOthers(const std::string& path, const PathState& state, Findings& findings);
+
 /// Adds a finding for each: link that leads nowhere or round in a circle, pipe, socket, device, file
-/// or directory that others than its owner and group cannot read, directory that cannot be listed,
+/// or directory, the one given included, that others than its owner and group cannot read, directory that cannot be listed,
 /// name that is too long for a disc, path that is too long for the system. A link may lead to what is
 /// there only once the media is installed.
 void SurveyTree(const std::string& directory, const InstalledTree& installed, Findings& findings);

@@ -1,8 +1,10 @@
 #include "companion/check/volume_check.h"
 
+#include <errno.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
 
 #include "companion/check/disc_access.h"
@@ -39,6 +41,7 @@ struct Marker {
   VolumeState State(std::string_view wanted) const {
     if (!tag.empty()) return tag == wanted ? VolumeState::kFound : VolumeState::kOtherTag;
     if (error == 0) return VolumeState::kNoTag;
+    if (error == EACCES) return VolumeState::kUnreadable;
     return IsAboutThePath(error) && !KVLInsIO::Exists(path) ? VolumeState::kMissing
                                                             : VolumeState::kUnreadable;
   }
@@ -67,11 +70,15 @@ class VolumeCheck {
     }
     report_.tag = ShortTag(first.tag);
     Record(1, media_dir_, first);
-    if (wanted_.empty()) return std::move(report_);  // the launcher looks no further, either
+    if (wanted_.empty()) {  // the launcher looks no further, either
+      SayWhichAreMissing();
+      return std::move(report_);
+    }
     if (scan_.layout == Layout::kNone) LookForAmMarker();
     const VolumeNumber last = std::min(report_.count, VolumeReport::kMostRows);
     for (VolumeNumber i = 2; i <= last; ++i) LookAt(i);
     LookAtThoseBeyond(last);
+    SayWhichAreMissing();
     return std::move(report_);
   }
 
@@ -163,36 +170,64 @@ class VolumeCheck {
     LookForCarriageReturns(marker);
     if (state == VolumeState::kFound) return true;
     report_.rows.push_back({i, place.directory.Str(), "", state});
-    AddFinding("AM volume " + std::to_string(place.am_number), marker, wanted);
+    AddFinding("AM volume", place.am_number, marker, wanted);
     return false;
   }
 
   void Record(VolumeNumber i, const InsPath& directory, const Marker& marker) {
     const VolumeState state = marker.State(wanted_);
     report_.rows.push_back({i, directory.Str(), ShortTag(marker.tag), state});
-    if (state != VolumeState::kFound) AddFinding("volume " + std::to_string(i), marker, wanted_);
+    if (state != VolumeState::kFound) AddFinding("volume", i, marker, wanted_);
     LookForCarriageReturns(marker);
   }
 
-  void AddFinding(const std::string& volume, const Marker& marker, std::string_view wanted) {
+  void AddFinding(std::string_view what, VolumeNumber number, const Marker& marker,
+                  std::string_view wanted) {
     if (AddUnseen(marker.path, marker.error, Severity::kWarning, findings_)) return;
-    switch (marker.State(wanted)) {
+    const std::string volume = std::string(what) + " " + std::to_string(number);
+    const VolumeState state = marker.State(wanted);
+    if (state == VolumeState::kMissing) return AddMissing(what, number, marker.path);
+    SayWhichAreMissing();
+    switch (state) {
       case VolumeState::kFound:
-        break;
       case VolumeState::kMissing:
-        findings_.Add(FindingKind::kVolumeMissing, marker.path, {volume});
         break;
       case VolumeState::kOtherTag:
         findings_.Add(FindingKind::kVolumeOfAnotherMedia, marker.path,
                       {volume, ShortTag(marker.tag), ShortTag(wanted)});
         break;
       case VolumeState::kUnreadable:
-        findings_.Add(FindingKind::kMarkerUnreadable, marker.path, {volume});
+        findings_.Add(WhyNotAllowed(marker.path, F_OK) == EACCES
+                          ? FindingKind::kMarkerBehindClosedWay
+                          : FindingKind::kMarkerUnreadable,
+                      marker.path, {volume});
         break;
       case VolumeState::kNoTag:
         findings_.Add(FindingKind::kMarkerWithoutTag, marker.path, {volume});
         break;
     }
+  }
+
+  /// Those that follow each other are said in one.
+  void AddMissing(std::string_view what, VolumeNumber number, const std::string& marker) {
+    if (missing_ && missing_->what == what && missing_->last + 1 == number) {
+      missing_->last = number;
+      return;
+    }
+    SayWhichAreMissing();
+    missing_ = {what, number, number, marker};
+  }
+
+  void SayWhichAreMissing() {
+    if (!missing_) return;
+    const std::string what(missing_->what), first = std::to_string(missing_->first);
+    if (missing_->first == missing_->last) {
+      findings_.Add(FindingKind::kVolumeMissing, missing_->marker, {what + " " + first});
+    } else {
+      findings_.Add(FindingKind::kVolumesMissing, missing_->marker,
+                    {what + "s", first, std::to_string(missing_->last)});
+    }
+    missing_.reset();
   }
 
   /// Behind the rows, only what is there is worth a word.
@@ -212,6 +247,7 @@ class VolumeCheck {
                   });
     const VolumeNumber rest = report_.count - last - looked_at;
     if (rest == 0) return;
+    SayWhichAreMissing();
     findings_.Add(FindingKind::kMoreVolumesMissing, VolumesFileOf(media_dir_).Str(),
                   {std::to_string(rest), std::to_string(last)});
   }
@@ -246,6 +282,12 @@ class VolumeCheck {
   const ScanOutcome& scan_;
   Findings& findings_;
   std::string_view wanted_;  // the tag of volume 1, while it is needed
+  struct Missing {
+    std::string_view what;
+    VolumeNumber first, last;
+    std::string marker;  // of the first
+  };
+  std::optional<Missing> missing_;  // not said yet
   VolumeReport report_;
 };
 

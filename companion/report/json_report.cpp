@@ -61,6 +61,7 @@ std::string JsonReport(const MediaReport& report) {
   json["expectation"] = CodeOf(report.expectation);
   json["status"] = report.status ? Json(*report.status) : Json();
   json["media"] = ToOneLine(report.media_dir);
+  json["found_in"] = ToOneLine(report.found_in);
   json["os"] = ToOneLine(report.os_name);
   json["installer_name"] = ToOneLine(report.installer_name);
   json["layout"] = LayoutOf(report);

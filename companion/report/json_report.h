@@ -15,7 +15,9 @@ namespace kvl {
 ///   expectation     "installer-runs", "bad-command-line", "no-installer",
 ///                   "blank-in-installer-media", "abort", "query", "staging-fails", "cannot-start"
 ///   status          the launcher's exit status, 134 for an abort; null when the installer decides
-///   media, os, installer_name    what the launcher is told
+///   media           the directory of volume 1
+///   found_in        the directory that was given when that of volume 1 lies below it, else empty
+///   os, installer_name    what the launcher is told
 ///   layout          "single", "flat", "sibling", "am", "unknown", "not-looked-for"
 ///   volume_count    as in "volumes.txt", 1 without it, 0 when it has no number
 ///   tag             of volume 1

@@ -20,7 +20,7 @@ class Text {
   explicit Text(const MediaReport& report) : report_(report) {}
 
   std::string Write(Detail detail) {
-    Line("Media", ToOneLine(report_.media_dir));
+    Line("Media", Media());
     if (report_.expectation != Expectation::kBadCommandLine) {
       Line("System", NameOrNone(report_.os_name));
       Line("Installer", Installer());
@@ -38,6 +38,11 @@ class Text {
   }
 
   void Line(const std::string& label, const std::string& value) { text_ += LineOf(label, value); }
+
+  std::string Media() const {
+    const std::string media = ToOneLine(report_.media_dir);
+    return report_.found_in.empty() ? media : media + ", found in " + ToOneLine(report_.found_in);
+  }
 
   std::string Installer() const {
     switch (report_.source) {
@@ -65,16 +70,40 @@ class Text {
     Line("Volumes",
          std::to_string(report_.volumes.count) + ", layout " + LayoutOf(report_) +
              (report_.volumes.tag.empty() ? "" : ", tag " + ToOneLine(report_.volumes.tag)));
+    WriteVolumeLines();
+  }
+
+  void WriteVolumeLines() {
+    const std::vector<VolumeRow>& rows = report_.volumes.rows;
+    std::vector<std::pair<std::string, std::string>> lines;  // numbers, and what follows them
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      const VolumeRow& first = rows[i];
+      i = LastOfRange(i);
+      std::string numbers = std::to_string(first.number);
+      std::string rest = Padded(CodeOf(first.state), 10) + "  " + ToOneLine(first.directory);
+      if (const VolumeRow& last = rows[i]; last.number != first.number) {
+        numbers += "-" + std::to_string(last.number);
+        rest += " to " + ToOneLine(last.directory);
+      }
+      lines.emplace_back(numbers, rest + TagOfAnother(first));
+    }
     std::size_t width = 0;
-    for (const VolumeRow& row : report_.volumes.rows) {
-      width = std::max(width, std::to_string(row.number).size());
+    for (const auto& [numbers, rest] : lines) width = std::max(width, numbers.size());
+    for (const auto& [numbers, rest] : lines) {
+      Line("", std::string(width - numbers.size(), ' ') + numbers + "  " + rest);
     }
-    for (const VolumeRow& row : report_.volumes.rows) {
-      const std::string number = std::to_string(row.number);
-      Line("", std::string(width - number.size(), ' ') + number + "  " +
-                   Padded(CodeOf(row.state), 10) + "  " + ToOneLine(row.directory) +
-                   TagOfAnother(row));
+  }
+
+  /// The index of the last row that stands in one line with this one: missing volumes without a gap.
+  std::size_t LastOfRange(std::size_t first) const {
+    const std::vector<VolumeRow>& rows = report_.volumes.rows;
+    const auto is_missing = [&](std::size_t i) { return rows[i].state == VolumeState::kMissing; };
+    std::size_t last = first;
+    while (is_missing(first) && last + 1 < rows.size() && is_missing(last + 1) &&
+           rows[last + 1].number == rows[last].number + 1) {
+      ++last;
     }
+    return last;
   }
 
   static std::string TagOfAnother(const VolumeRow& row) {

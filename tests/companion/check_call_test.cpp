@@ -70,7 +70,7 @@ are taken from the environment, or else from StartTUI.sh of the media.
 Usage: kvl-media check [OPTIONS] DIR
 
 Positionals:
-  DIR TEXT REQUIRED           Directory of volume 1 of the media
+  DIR TEXT REQUIRED           Directory of volume 1 of the media, or of directories 1, 2, ...
 
 Options:
   -h,--help                   Print this text
@@ -220,6 +220,7 @@ TEST(KvlMediaCheck, GivesProgramsOneObjectWithAllKeys) {
       {"expectation", "installer-runs"},
       {"status", nullptr},
       {"media", media},
+      {"found_in", ""},
       {"os", "linux"},
       {"installer_name", "installer"},
       {"layout", "unknown"},
@@ -253,7 +254,7 @@ TEST(KvlMediaCheck, GivesProgramsOneObjectWithAllKeys) {
          {"severity", "warning"},
          {"path", world.Path("1/a\\xFF\\\\")},
          {"text", "a link that leads nowhere"},
-         {"remedy", "put there what it leads to, or remove the link"}}}},
+         {"remedy", "put there what it leads to, or remove the link if nothing needs it"}}}},
       {"further", Json::object()},
   };
   EXPECT_EQ(seen, (Outcome{1, expected.dump(2) + "\n", ""}));

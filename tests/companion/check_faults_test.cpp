@@ -51,28 +51,31 @@ TEST_P(CheckOfABadDisc, GivesTheErrorOfTheSystem) {
 constexpr char kBadFiles[] = R"(
 = started in place
 # StartScript: open look ask {1}/StartTUI.sh
-error      {1}/StartTUI.sh: it cannot be read: Input/output error; look at the disc, and copy it again
+error      {1}/StartTUI.sh: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 # StartScriptWithWindows: look {1}/StartGUI.sh
-error      {1}/StartGUI.sh: it cannot be read: Input/output error; look at the disc, and copy it again
+error      {1}/StartGUI.sh: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 # VolumesFileThatCannotBeAskedFor: ask {1}/inst/volumes.txt
 Volumes    number unknown
-warning    {1}/inst/volumes.txt: it cannot be read: Input/output error; look at the disc, and copy it again
+warning    {1}/inst/volumes.txt: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 # Directory: list {1}/inst/common
-warning    {1}/inst/common: it cannot be read: Input/output error; look at the disc, and copy it again
+warning    {1}/inst/common: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 # File: look {1}/media.db
-warning    {1}/media.db: it cannot be read: Input/output error; look at the disc, and copy it again
+warning    {1}/media.db: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 # EntryAboveTheMedia: look {}/file
 $ remove 2; file file
-Volumes    number unknown
+Volumes    2, layout unknown, tag SET-A
+           1  found       {1}
+           2  missing     {2}
 Start      none
-error      {1}: the search for volumes meets an error, which aborts the launcher: lstat - {}/file - Input/output error; look at what it names
-1 problem: the launcher will end with status 134
+error      {1}: the search for an AM volume above it meets an error, which aborts the launcher: lstat - {}/file - Input/output error; remove or repair what it names, or put the media elsewhere
+warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
+2 problems: the launcher will end with status 134
 = cannot be started
 # Installer: open look {1}/inst/linux/code/bin/installer
-error      {1}/inst/linux/code/bin/installer: it cannot be read: Input/output error; look at the disc, and copy it again
+error      {1}/inst/linux/code/bin/installer: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 = has no installer
 # InstallerThatCannotBeAskedFor: ask {1}/inst/linux/code/bin/installer
-error      {1}/inst/linux/code/bin/installer: it cannot be read: Input/output error; look at the disc, and copy it again
+error      {1}/inst/linux/code/bin/installer: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 # InstallerAtTheFirstLook: ask-once {1}/inst/linux/code/bin/installer
 error      {1}/inst/linux/code/bin/installer: the launcher does not find it, and a second look does; look at the disc, and check again
 = lacks a volume
@@ -85,27 +88,27 @@ Volumes    3, layout sibling, tag SET-A
            1  found       {1}
            2  unreadable  {2}
            3  found       {3}
-warning    {2}/2.txt: it cannot be read: Input/output error; look at the disc, and copy it again
+warning    {2}/2.txt: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 # MarkerOfTheFirstVolume: open {1}/1.txt
 Volumes    2, layout unknown
            1  unreadable  {1}
-warning    {1}/1.txt: it cannot be read: Input/output error; look at the disc, and copy it again
+warning    {1}/1.txt: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 # VolumesFile: open {1}/inst/volumes.txt
 Volumes    number unknown
-warning    {1}/inst/volumes.txt: it cannot be read: Input/output error; look at the disc, and copy it again
+warning    {1}/inst/volumes.txt: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 = cannot be staged
 # InstallerToBeStaged: open {1}/inst/linux/code/bin/installer
-error      {1}/inst/linux/code/bin/installer: it cannot be read: Input/output error; look at the disc, and copy it again
+error      {1}/inst/linux/code/bin/installer: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 # TemporaryDirectory: ask look {tmp}
-error      {tmp}: it cannot be read: Input/output error; look at the disc, and copy it again
+error      {tmp}: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 # DirectoryToBeStaged: list {1}/inst/common
 Start      staged in {tmp}/<identifier>: 8 files, <n> bytes, free <n>
-error      {1}/inst/common: it cannot be read: Input/output error; look at the disc, and copy it again
+error      {1}/inst/common: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 # FileToBeStaged: look {1}/media.db
 Start      staged in {tmp}/<identifier>: 8 files, <n> bytes, free <n>
-error      {1}/media.db: it cannot be read: Input/output error; look at the disc, and copy it again
+error      {1}/media.db: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 # FileWhosePermissionCannotBeAsked: ask {1}/media.db
-error      {1}/media.db: it cannot be read: Input/output error; look at the disc, and copy it again
+error      {1}/media.db: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 )";
 
 INSTANTIATE_TEST_SUITE_P(About, CheckOfABadDisc, testing::ValuesIn(ReadTranscripts(kBadFiles)),
@@ -121,7 +124,7 @@ Volumes    2, layout unknown, tag SET-A
            1  found       {m/1}
            2  missing     {m/2}
 Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
-warning    {m}: it cannot be read: Input/output error; look at the disc, and copy it again
+warning    {m}: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 warning    {}/7.txt: it looks like the marker of an AM volume, and has no line MTBDIR=<tag>; copy the marker again, or remove it if it is none
 warning    {m/2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
 3 problems: the installer will be staged and started

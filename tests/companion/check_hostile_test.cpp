@@ -22,7 +22,7 @@ TEST(CheckOfAHostileMedia, SendsNoCharacterToATerminalThatItWouldObey) {
   for (const auto& [name, shown] : names) {
     world.Volume("2").Link(name, "nowhere");
     lines += "warning    {2}/" + shown +
-             ": a link that leads nowhere; put there what it leads to, or remove the link\n";
+             ": a link that leads nowhere; put there what it leads to, or remove the link if nothing needs it\n";
     paths.push_back(world.Text("{2}/" + shown));
   }
   world.ExpectReport(
@@ -85,8 +85,8 @@ TEST(CheckOfAHostileMedia, EndsAtAFileWhoseReaderWaits) {
     const Outcome seen = world.Check({}, {}, EndSoon);
     EXPECT_THAT(seen.out, testing::HasSubstr(
                               world.Path(name) +
-                              ": it cannot be read: Resource temporarily unavailable; look at the "
-                              "disc, and copy it again\n"));
+                              ": it cannot be read: Resource temporarily unavailable; look at its "
+                              "disc, and copy it again if it is part of the media\n"));
     EXPECT_EQ(seen.err, "");
     EXPECT_EQ(seen.status, 1);
   }
