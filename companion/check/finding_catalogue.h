@@ -38,6 +38,7 @@ enum class FindingKind {
   // The start script and the launcher.
   kStartScriptMissing,
   kStartScriptNotExecutable,
+  kStartScriptWithoutInstaller,
   kLauncherMissing,
   kLauncherOnNoexec,
   kLauncherNotExecutable,

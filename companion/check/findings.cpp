@@ -19,6 +19,7 @@ std::string Filled(std::string_view text, Findings::Arguments arguments) {
 
 void Findings::Add(FindingKind kind, Severity severity, const std::string& path,
                    Arguments arguments) {
+  if (severity == Severity::kError) ++errors_added_;
   const FindingRow& row = RowOf(kind);
   const auto key = std::make_pair(row.code, path);
   if (const auto known = index_.find(key); known != index_.end()) {

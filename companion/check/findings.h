@@ -42,12 +42,15 @@ class Findings {
   bool Has(FindingKind kind, const std::string& path) const {
     return index_.contains({RowOf(kind).code, path});
   }
+  /// How often an error was added, be it known already or not kept.
+  std::size_t ErrorsAdded() const { return errors_added_; }
   /// How many of a code were not kept; without those of which all were.
   const std::map<std::string_view, std::size_t>& NotKept() const { return not_kept_; }
   /// Those that were not kept included.
   std::size_t Count() const;
 
  private:
+  std::size_t errors_added_ = 0;
   std::vector<Finding> all_;
   std::map<std::pair<std::string_view, std::string>, std::size_t> index_;  // by code and path
   std::map<std::string_view, std::size_t> kept_;

@@ -37,27 +37,16 @@ using KVLInsIO::InsPath;
 
 constexpr int kAbortStatus = 134;  // as a shell shows a death by signal 6
 
-std::string FirstSet(const std::string& option, const char* variable, const std::string& script) {
-  if (!option.empty()) return option;
-  std::string value = GetEnv(variable);
-  return value.empty() ? AssignmentIn(script, variable) : value;
-}
-
 class MediaCheck {
  public:
   explicit MediaCheck(MediaCheckRequest request) : request_(std::move(request)) {
     GoToFirstVolume();
     start_script_ = ReadStart(Script(), kMostOfAScript);
-    const std::string& script = start_script_.bytes;
     report_.media_dir = InsPath(request_.media_dir).Str();
     SetEnv(variables::kCurrentMediaDir, request_.media_dir);
-    SetEnv(variables::kOs, FirstSet(request_.os_name, variables::kOs, script));
-    SetEnv(variables::kInstallerExe,
-           FirstSet(request_.installer_name, variables::kInstallerExe, script));
-    if (GetEnv(variables::kLibraryPathName).empty()) {
-      const std::string name = AssignmentIn(script, variables::kLibraryPathName);
-      if (!name.empty()) SetEnv(variables::kLibraryPathName, name);
-    }
+    report_.os_source = SetName(variables::kOs, request_.os_name);
+    report_.installer_name_source = SetName(variables::kInstallerExe, request_.installer_name);
+    SetName(variables::kLibraryPathName, {});
     before_ = AllVariables();
   }
 
@@ -68,7 +57,9 @@ class MediaCheck {
       LookAtVolumes();
       if (report_.IsStillGoing()) LookAtStart();
       if (is_first_volume_ && !state_.OsName.empty()) {
-        CheckStart(request_.media_dir, state_.OsName, start_script_, report_.findings);
+        report_.start_problems = CheckStart(
+            {request_.media_dir, state_.OsName, state_.InstallerExeName, HasExternalInstaller()},
+            start_script_, report_.findings);
       }
       LookThroughTrees();
     }
@@ -91,6 +82,24 @@ class MediaCheck {
     }
   }
 
+  /// Lets the launcher find a name in its environment, as an option, the environment or else the start
+  /// script has it.
+  NameSource SetName(const char* variable, const std::string& option) {
+    if (!option.empty()) {
+      SetEnv(variable, option);
+      return NameSource::kOption;
+    }
+    if (!GetEnv(variable).empty()) return NameSource::kEnvironment;
+    const std::string name = AssignmentIn(start_script_.bytes, variable);
+    if (name.empty()) return NameSource::kNone;
+    SetEnv(variable, name);
+    return NameSource::kStartScript;
+  }
+
+  bool HasExternalInstaller() const {
+    return !state_.InstallerPathArg.empty() || !GetEnv(variables::kExternalInstallerMedia).empty();
+  }
+
   void End(Expectation expectation, ExitStatus status) {
     report_.End(expectation, static_cast<int>(status));
   }
@@ -108,10 +117,12 @@ class MediaCheck {
     std::vector<const char*> arguments = {names::kLauncher};
     for (const std::string& text : request_.launcher_arguments) arguments.push_back(text.c_str());
     state_.InstallerExeName = GetEnv(variables::kInstallerExe);
+    const std::string os_before = GetEnv(variables::kOs);
     const std::string error =
         ReadCommandLine(static_cast<int>(arguments.size()), arguments.data(), state_);
     state_.OsName = GetEnv(variables::kOs);
     report_.os_name = state_.OsName;
+    if (state_.OsName != os_before) report_.os_source = NameSource::kArgument;
     report_.installer_name = state_.InstallerExeName;
     if (error.empty()) return true;
     logger_.Message(error, kError, kMarked);

@@ -8,6 +8,7 @@
 
 #include "companion/check/findings.h"
 #include "companion/check/staging_survey.h"
+#include "companion/check/start_check.h"
 #include "companion/check/volume_check.h"
 #include "media/installer_search.h"
 #include "media/volume_scan.h"
@@ -23,15 +24,28 @@ enum class Expectation {
   kQuery,  ///< only the result of the scan was asked for
   kStagingFails,
   kCannotStart,  ///< the installer could not be executed
+  kLauncherCannotStart,
   kInstallerRuns,
+};
+
+/// Where the name of the system or the installer comes from.
+enum class NameSource {
+  kNone,
+  kOption,  ///< of the call
+  kEnvironment,
+  kStartScript,
+  kArgument,  ///< of the launcher: "-env"
 };
 
 struct MediaReport {
   std::string media_dir;
   std::string found_in;  ///< the directory that was given, when that of volume 1 lies below it
   std::string os_name;
+  NameSource os_source = NameSource::kNone;
   std::string installer_name;
+  NameSource installer_name_source = NameSource::kNone;
 
+  /// Of a launcher that can be started.
   Expectation expectation = Expectation::kInstallerRuns;
   std::optional<int> status;          ///< the exit status; nothing when the installer decides
   std::vector<std::string> messages;  ///< of the launcher, until it stages and starts the installer
@@ -52,6 +66,7 @@ struct MediaReport {
   std::vector<std::string> command;              ///< its path as started, and its arguments
   std::map<std::string, std::string> variables;  ///< that the launcher sets or changes
 
+  StartProblems start_problems;
   Findings findings;
 
   /// A longer message or value of a variable is Shortened to kShortText.
@@ -59,6 +74,11 @@ struct MediaReport {
   static constexpr std::size_t kShortText = 256;
 
   bool IsStillGoing() const { return expectation == Expectation::kInstallerRuns; }
+
+  /// What becomes of a start by somebody who has but the media.
+  Expectation EndOfStart() const {
+    return start_problems.launcher ? Expectation::kLauncherCannotStart : expectation;
+  }
 
   /// The first end that a run comes to is the one.
   void End(Expectation end, int with_status) {

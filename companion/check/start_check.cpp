@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <functional>
 
 #include "companion/check/disc_access.h"
@@ -25,25 +26,66 @@ using KVLInsIO::InsPath;
 
 class StartCheck {
  public:
-  StartCheck(const std::string& media_dir, const std::string& os_name, Findings& findings)
-      : media_dir_(media_dir), os_name_(os_name), findings_(findings) {}
+  StartCheck(const StartedMedia& media, const FileStart& text, Findings& findings)
+      : media_(media),
+        media_dir_(media.media_dir),
+        text_(text),
+        os_name_(NameInScript(variables::kOs, media.os_name)),
+        findings_(findings) {}
 
-  void Run(const FileStart& text) {
-    const std::string script = PathBelow(media_dir_, names::kStartTui);
-    if (!findings_.Has(FindingKind::kStagingSourceMissing, script)) {
-      LookAtScript(script, StateAt(script), [&] { return ProgramHead(text); });
-    }
-    const std::string other = PathBelow(media_dir_, names::kStartGui);
-    const PathState state = StateAt(other);
-    const bool is_unseen = AddUnseen(other, state.error, Severity::kError, findings_);
-    if (!is_unseen && state.IsFile())
-      LookAtScript(other, state, [&] { return ProgramHead(other); });
-    const std::string launcher =
-        std::string("/") + names::kCode + "/" + names::kBin + "/" + names::kLauncher;
-    if (text.bytes.find(launcher) != std::string::npos) LookAtLauncher(text.bytes);
+  StartProblems Run() {
+    return {.tui = AddsErrors([this] { LookAtStartTui(); }),
+            .gui = AddsErrors([this] { LookAtStartGui(); }),
+            .launcher = StartsLauncher() && AddsErrors([this] { LookAtLauncher(); })};
   }
 
  private:
+  /// Also of an error that is known already.
+  bool AddsErrors(const std::function<void()>& look) const {
+    const std::size_t before = findings_.ErrorsAdded();
+    look();
+    return findings_.ErrorsAdded() != before;
+  }
+
+  std::string NameInScript(const char* variable, const std::string& otherwise) const {
+    const std::string name = AssignmentIn(text_.bytes, variable);
+    return name.empty() ? otherwise : name;
+  }
+
+  void LookAtStartTui() {
+    const std::string script = PathBelow(media_dir_, names::kStartTui);
+    if (findings_.Has(FindingKind::kStagingSourceMissing, script)) {
+      findings_.Add(FindingKind::kStagingSourceMissing, script);
+    } else {
+      LookAtScript(script, StateAt(script), [this] { return ProgramHead(text_); });
+      LookAtInstallerOf(script);
+    }
+  }
+
+  /// What the call and the environment name has been looked at before.
+  void LookAtInstallerOf(const std::string& script) {
+    const std::string name = NameInScript(variables::kInstallerExe, media_.installer_name);
+    const bool is_known = os_name_ == media_.os_name && name == media_.installer_name;
+    if (is_known || media_.has_external_installer) return;
+    const std::string installer = InstallerIn(InsPath(media_dir_), os_name_, name);
+    const int error = WhyNotAllowed(installer, F_OK);
+    if (error == 0 || AddUnseen(installer, error, Severity::kError, findings_)) return;
+    findings_.Add(FindingKind::kStartScriptWithoutInstaller, script, {installer});
+  }
+
+  void LookAtStartGui() {
+    const std::string script = PathBelow(media_dir_, names::kStartGui);
+    const PathState state = StateAt(script);
+    if (AddUnseen(script, state.error, Severity::kError, findings_) || !state.IsFile()) return;
+    LookAtScript(script, state, [&] { return ProgramHead(script); });
+  }
+
+  bool StartsLauncher() const {
+    const std::string launcher =
+        std::string("/") + names::kCode + "/" + names::kBin + "/" + names::kLauncher;
+    return text_.bytes.find(launcher) != std::string::npos;
+  }
+
   void LookAtScript(const std::string& script, const PathState& state,
                     const std::function<ProgramHead()>& read) {
     if (!IsFile(script, state, FindingKind::kStartScriptMissing)) return;
@@ -55,16 +97,12 @@ class StartCheck {
     AddCarriageReturn(script, head, findings_);
   }
 
-  /// Where the script with this text starts it.
-  void LookAtLauncher(const std::string& script) {
-    const std::string named = AssignmentIn(script, variables::kOs);
-    const std::string launcher =
-        InstallerIn(InsPath(media_dir_), named.empty() ? os_name_ : named, names::kLauncher);
+  /// Where the script starts it.
+  void LookAtLauncher() {
+    const std::string launcher = InstallerIn(InsPath(media_dir_), os_name_, names::kLauncher);
     const PathState state = StateAt(launcher);
     if (!IsFile(launcher, state, FindingKind::kLauncherMissing)) return;
-    if (IsOnNoexecMount(launcher, findings_) && !IsNoexecSaidOfTheMedia()) {
-      findings_.Add(FindingKind::kLauncherOnNoexec, launcher);
-    }
+    if (IsOnNoexecMount(launcher, findings_)) AddNoexec(launcher);
     if (MayNotBeExecuted(launcher, state)) {
       findings_.Add(FindingKind::kLauncherNotExecutable, launcher);
     }
@@ -78,12 +116,14 @@ class StartCheck {
     }
   }
 
-  /// Of an installer that would be started in place.
-  bool IsNoexecSaidOfTheMedia() const {
+  /// Of an installer that would be started in place, it has been said of the media.
+  void AddNoexec(const std::string& launcher) {
     const std::string_view code = RowOf(FindingKind::kInstallerOnNoexec).code;
-    return std::any_of(findings_.All().begin(), findings_.All().end(), [&](const Finding& finding) {
+    const auto& all = findings_.All();
+    const auto said = std::find_if(all.begin(), all.end(), [&](const Finding& finding) {
       return finding.Code() == code && finding.path.starts_with(media_dir_ + "/");
     });
+    findings_.Add(FindingKind::kLauncherOnNoexec, said == all.end() ? launcher : said->path);
   }
 
   /// Else the findings say why not: of the same severity as when it is `missing`, in the words for all
@@ -108,16 +148,17 @@ class StartCheck {
     return !AddUnseen(path, error, Severity::kError, findings_) && error != 0;
   }
 
+  const StartedMedia& media_;
   const std::string& media_dir_;
-  const std::string& os_name_;
+  const FileStart& text_;      // of StartTUI.sh
+  const std::string os_name_;  // of the script
   Findings& findings_;
 };
 
 }  // namespace
 
-void CheckStart(const std::string& media_dir, const std::string& os_name, const FileStart& script,
-                Findings& findings) {
-  StartCheck(media_dir, os_name, findings).Run(script);
+StartProblems CheckStart(const StartedMedia& media, const FileStart& script, Findings& findings) {
+  return StartCheck(media, script, findings).Run();
 }
 
 bool IsOnNoexecMount(const std::string& path, Findings& findings) {

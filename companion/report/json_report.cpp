@@ -58,12 +58,15 @@ std::string JsonReport(const MediaReport& report) {
   Json json;
   json["format"] = kFormat;
   json["fine"] = report.findings.Count() == 0;
-  json["expectation"] = CodeOf(report.expectation);
-  json["status"] = report.status ? Json(*report.status) : Json();
+  json["expectation"] = CodeOf(report.EndOfStart());
+  json["status"] = report.status && !report.start_problems.launcher ? Json(*report.status) : Json();
+  json["starts"] = report.EndOfStart() == Expectation::kInstallerRuns && !report.start_problems.tui;
   json["media"] = ToOneLine(report.media_dir);
   json["found_in"] = ToOneLine(report.found_in);
   json["os"] = ToOneLine(report.os_name);
+  json["os_source"] = CodeOf(report.os_source);
   json["installer_name"] = ToOneLine(report.installer_name);
+  json["installer_name_source"] = CodeOf(report.installer_name_source);
   json["layout"] = LayoutOf(report);
   json["volume_count"] = report.volumes.count;
   json["tag"] = ToOneLine(report.volumes.tag);

@@ -37,10 +37,28 @@ inline const char* CodeOf(Expectation expectation) {
       return "staging-fails";
     case Expectation::kCannotStart:
       return "cannot-start";
+    case Expectation::kLauncherCannotStart:
+      return "launcher-cannot-start";
     case Expectation::kInstallerRuns:
       break;
   }
   return "installer-runs";
+}
+
+inline const char* CodeOf(NameSource source) {
+  switch (source) {
+    case NameSource::kOption:
+      return "option";
+    case NameSource::kEnvironment:
+      return "environment";
+    case NameSource::kStartScript:
+      return "start-script";
+    case NameSource::kArgument:
+      return "argument";
+    case NameSource::kNone:
+      break;
+  }
+  return "none";
 }
 
 inline const char* CodeOf(InstallerSource source) {

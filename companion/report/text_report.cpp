@@ -4,6 +4,7 @@
 
 #include "companion/names/plain_text.h"
 #include "companion/report/report_words.h"
+#include "environment/media_names.h"
 
 namespace kvl {
 namespace {
@@ -22,8 +23,8 @@ class Text {
   std::string Write(Detail detail) {
     Line("Media", Media());
     if (report_.expectation != Expectation::kBadCommandLine) {
-      Line("System", NameOrNone(report_.os_name));
-      Line("Installer", Installer());
+      Line("System", System());
+      Line("Installer", Installer() + NameOfInstaller());
       WriteVolumes();
       Line("Start", Start());
     }
@@ -33,8 +34,27 @@ class Text {
   }
 
  private:
-  static std::string NameOrNone(const std::string& name) {
-    return name.empty() ? "none named" : ToOneLine(name);
+  std::string System() const {
+    if (report_.os_name.empty()) return "none named";
+    return ToOneLine(report_.os_name) + ", from " + TextOf(report_.os_source, "--os");
+  }
+
+  std::string NameOfInstaller() const {
+    if (report_.installer_name.empty()) return "; none named";
+    return "; name from " + TextOf(report_.installer_name_source, "--installer");
+  }
+
+  static std::string TextOf(NameSource source, const std::string& option) {
+    switch (source) {
+      case NameSource::kOption:
+        return option;
+      case NameSource::kStartScript:
+        return names::kStartTui;
+      case NameSource::kArgument:
+        return "-env";
+      default:
+        return "the environment";
+    }
   }
 
   void Line(const std::string& label, const std::string& value) { text_ += LineOf(label, value); }
@@ -140,20 +160,35 @@ class Text {
 
   std::string Verdict() const {
     const std::size_t count = report_.findings.Count();
-    const std::string start = count == 0 ? "Fine: " : Counted(count, "problem") + ": ";
-    switch (report_.expectation) {
+    const std::string problems = count == 0 ? "Fine: " : Counted(count, "problem") + ": ";
+    return problems + WhatScriptsStart() + WhatIsStarted();
+  }
+
+  std::string WhatScriptsStart() const {
+    const auto& [tui, gui, launcher] = report_.start_problems;
+    if (launcher || (!tui && !gui)) return {};
+    if (!tui || !gui) {
+      return std::string(tui ? names::kStartTui : names::kStartGui) +
+             " starts nothing; without it, ";
+    }
+    return std::string(names::kStartTui) + " and " + names::kStartGui +
+           " start nothing; without them, ";
+  }
+
+  std::string WhatIsStarted() const {
+    const std::string status = std::to_string(report_.status.value_or(0));
+    switch (report_.EndOfStart()) {
       case Expectation::kInstallerRuns:
-        return start + (report_.staged ? "the installer will be staged and started"
-                                       : "the installer will be started in place");
+        return report_.staged ? "the installer will be staged and started"
+                              : "the installer will be started in place";
       case Expectation::kQuery:
-        return start + "the launcher will only answer with status " +
-               std::to_string(report_.status.value_or(0));
+        return "the launcher will only answer with status " + status;
       case Expectation::kCannotStart:
-        return start + "the installer cannot be started, status " +
-               std::to_string(report_.status.value_or(0));
+        return "the installer cannot be started, status " + status;
+      case Expectation::kLauncherCannotStart:
+        return "the launcher cannot be started";
       default:
-        return start + "the launcher will end with status " +
-               std::to_string(report_.status.value_or(0));
+        return "the launcher will end with status " + status;
     }
   }
 

@@ -180,8 +180,8 @@ TEST(KvlMediaCheck, ShowsCommandVariablesAndMessagesOnDemand) {
     variables += "  " + name + "=" + value + "\n";
   }
   world.ExpectReport(world.Check({"--verbose", "--", "-SoftMgt", "-List"}), R"(Media      {1}
-System     linux
-Installer  {1}/inst/linux/code/bin/installer, in the media
+System     linux, from --os
+Installer  {1}/inst/linux/code/bin/installer, in the media; name from --installer
 Volumes    not looked for
 Start      in place
 Command
@@ -200,7 +200,9 @@ Fine: the installer will be started in place
 
 TEST(KvlMediaCheck, GivesProgramsOneObjectWithAllKeys) {
   const CheckWorld world("two volumes; remove 2; link 1/a\\xFF\\\\ nowhere");
-  Outcome seen = world.Check({"--json"});
+  Outcome seen =
+      world.Companion({"check", "{}", "--installer", "installer", "--json"},
+                      {{"TMPDIR", "{tmp}"}, {"PATH", "/usr/bin:/bin"}, {"KVL_OS", "linux"}});
   seen.out = WithoutFreeBytes(seen.out);
   const std::string media = world.Path("1"), staging = world.Path("tmp/<identifier>");
   const std::string installer = "/inst/linux/code/bin/installer";
@@ -219,10 +221,13 @@ TEST(KvlMediaCheck, GivesProgramsOneObjectWithAllKeys) {
       {"fine", false},
       {"expectation", "installer-runs"},
       {"status", nullptr},
+      {"starts", true},
       {"media", media},
-      {"found_in", ""},
+      {"found_in", world.Path(".")},
       {"os", "linux"},
+      {"os_source", "environment"},
       {"installer_name", "installer"},
+      {"installer_name_source", "option"},
       {"layout", "unknown"},
       {"volume_count", 2},
       {"tag", "SET-A"},

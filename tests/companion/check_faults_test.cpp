@@ -52,8 +52,10 @@ constexpr char kBadFiles[] = R"(
 = started in place
 # StartScript: open look ask {1}/StartTUI.sh
 error      {1}/StartTUI.sh: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+1 problem: StartTUI.sh starts nothing; without it, the installer will be started in place
 # StartScriptWithWindows: look {1}/StartGUI.sh
 error      {1}/StartGUI.sh: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+1 problem: StartGUI.sh starts nothing; without it, the installer will be started in place
 # VolumesFileThatCannotBeAskedFor: ask {1}/inst/volumes.txt
 Volumes    number unknown
 warning    {1}/inst/volumes.txt: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
@@ -118,8 +120,8 @@ TEST(CheckOfABadDirectory, AboveTheMediaIsNamedWhenItCannotBeListed) {
   const CheckWorld world("first m/1; m/1: volumes=2 1=SET-A; file 7.txt x\\n");
   const auto make_fault = [&] { return FailingCall(FailingCall::kOpenDir, world.Path("m"), EIO); };
   world.ExpectReport(CheckHere(world, make_fault, "m/1"), R"(Media      {m/1}
-System     linux
-Installer  {m/1}/inst/linux/code/bin/installer, in the media
+System     linux, from --os
+Installer  {m/1}/inst/linux/code/bin/installer, in the media; name from --installer
 Volumes    2, layout unknown, tag SET-A
            1  found       {m/1}
            2  missing     {m/2}

@@ -37,8 +37,8 @@ warning    {7}/7.txt: volumes 7 to 8 are missing: they have no markers; copy the
 # MissingAmVolumesThatFollowEachOther: remove 1; remove 2; first 3/m/1; 3/m/1: volumes=4 1=SET-A; 3: 3=AM-A; 4: 4=AM-A; 4/m/2: 2=SET-A
 $ check {3/m/1} --os linux --installer installer
 Media      {3/m/1}
-System     linux
-Installer  {3/m/1}/inst/linux/code/bin/installer, in the media
+System     linux, from --os
+Installer  {3/m/1}/inst/linux/code/bin/installer, in the media; name from --installer
 Volumes    4, layout am, tag SET-A
              1  found       {3/m/1}
              2  found       {4/m/2}
@@ -75,7 +75,7 @@ Volumes    2, layout unknown
 warning    {1}/1.txt: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 error      {1}/StartTUI.sh: the start script has no execute permission; give it that (chmod a+x)
 error      {1}/StartTUI.sh: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
-3 problems: the installer will be staged and started
+3 problems: StartTUI.sh starts nothing; without it, the installer will be staged and started
 = has no installer
 # NoInstaller:
 $ --installer other
@@ -100,15 +100,17 @@ $ -- -env KVL_UseExternalInstaller
 error      {1}/inst/linux/code/bin/installer: KVL_UseExternalInstaller passes over it, and no installer media is named; name one (-installerPath), or do without that variable
 # SystemOfTheEnvironmentBeforeThatOfTheScript: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
 $ KVL_OS=other check 1
-System     other
+System     other, from the environment
+Installer  not found; name from StartTUI.sh
 error      {1}/inst/other/code/bin/installer: there is no installer here, nor in an external installer media; put the installer there, or name its directory (--os) and file (--installer)
 # SystemOfTheOptionBeforeThatOfTheEnvironment: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
 $ KVL_OS=other check 1 --os third
-System     third
+System     third, from --os
+Installer  not found; name from StartTUI.sh
 error      {1}/inst/third/code/bin/installer: there is no installer here, nor in an external installer media; put the installer there, or name its directory (--os) and file (--installer)
 # InstallerMediaWithABlank: remove 1/inst/linux/code/bin/installer; installer an ext
 $ KVL_ZOLVEN_Installer={an\x20ext}
-Installer  not usable
+Installer  not usable; name from --installer
 error      {an ext}: the path of the external installer media has a blank in it; copy that media into a directory without blanks
 1 problem: the launcher will end with status 12
 = cannot be started
@@ -125,18 +127,23 @@ error      {1}/inst/linux/code/bin/installer: it is a directory; put the install
 # InstallerOnAMountThatForbidsToExecute: starter; link 1/inst/linux/code/bin/kvl-launcher installer
 $ noexec
 error      {1}/inst/linux/code/bin/installer: the installer would be started from a file system that is mounted noexec; mount it without noexec, or copy the media to another file system
+1 problem: the launcher cannot be started
 = is fine
 # NothingInAnOlderContainer:
 $ older-container
 # NothingWhereTheStartScriptGivesTheNames: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
 $ check 1
+System     linux, from StartTUI.sh
+Installer  {1}/inst/linux/code/bin/installer, in the media; name from StartTUI.sh
 # NothingByAWayBelowAnotherDirectory: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
 $ check 2/../1/
+System     linux, from StartTUI.sh
+Installer  {1}/inst/linux/code/bin/installer, in the media; name from StartTUI.sh
 # NothingInTheFirstOfTheVolumesOfADirectory:
 $ check {} --os linux --installer installer
 Media      {1}, found in {}
-System     linux
-Installer  {1}/inst/linux/code/bin/installer, in the media
+System     linux, from --os
+Installer  {1}/inst/linux/code/bin/installer, in the media; name from --installer
 Volumes    2, layout sibling, tag SET-A
            1  found       {1}
            2  found       {2}
@@ -145,8 +152,8 @@ Fine: the installer will be started in place
 # NothingInTheFirstOfTheAmVolumesOfADirectory: remove 1; remove 2; first am/1/media/1; am/1/media/1: volumes=2 1=SET-A; am/1: 1=AM-A; am/2: 2=AM-A; am/2/media/2: 2=SET-A
 $ check {am} --os linux --installer installer
 Media      {am/1/media/1}, found in {am}
-System     linux
-Installer  {am/1/media/1}/inst/linux/code/bin/installer, in the media
+System     linux, from --os
+Installer  {am/1/media/1}/inst/linux/code/bin/installer, in the media; name from --installer
 Volumes    2, layout am, tag SET-A
            1  found       {am/1/media/1}
            2  found       {am/2/media/2}
@@ -154,6 +161,8 @@ Start      in place
 Fine: the installer will be started in place
 # NothingByAWayOfDots: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
 $ check ./1/.
+System     linux, from StartTUI.sh
+Installer  {1}/inst/linux/code/bin/installer, in the media; name from StartTUI.sh
 # NothingInAScript: file 1/inst/linux/code/bin/installer #!/bin/sh
 # NothingInAScriptWithAnArgument: file 1/inst/linux/code/bin/installer #! \x09/bin/sh -e\nexit\n
 # NothingInAScriptThatNamesNoInterpreter: file 1/inst/linux/code/bin/installer #!\n
@@ -168,8 +177,8 @@ Volumes    1
 # AmVolumeOfAnotherSet: remove 1; remove 2; first 1/m/1; 1/m/1: volumes=3 1=SET-A; 1: 1=AM-A; 2: 2=AM-B; 3: 3=AM-A; 3/m/3: 3=SET-A
 $ check {1/m/1} --os linux --installer installer
 Media      {1/m/1}
-System     linux
-Installer  {1/m/1}/inst/linux/code/bin/installer, in the media
+System     linux, from --os
+Installer  {1/m/1}/inst/linux/code/bin/installer, in the media; name from --installer
 Volumes    3, layout am, tag SET-A
            1  found       {1/m/1}
            2  other-tag   {2/m/2}
@@ -198,8 +207,8 @@ warning    {1}/1.txt: a line of it has a carriage return; save it with line feed
 # CarriageReturnInTheMarkerOfAnAmVolume: remove 1; remove 2; first 1/m/1; 1/m/1: volumes=2 1=SET-A; 1: 1=AM-A; 2: 2=AM-A; 2/m/2: 2=SET-A; file 2/2.txt MTBDIR=AM-A\r\n
 $ check {1/m/1} --os linux --installer installer
 Media      {1/m/1}
-System     linux
-Installer  {1/m/1}/inst/linux/code/bin/installer, in the media
+System     linux, from --os
+Installer  {1/m/1}/inst/linux/code/bin/installer, in the media; name from --installer
 Volumes    2, layout am, tag SET-A
            1  found       {1/m/1}
            2  found       {2/m/2}
@@ -243,6 +252,7 @@ error      -List must be used with the -SoftMgt flag; correct the launcher's arg
 # ArgumentThatIsSplit:
 $ -- a"b
 warning    the installer does not get its path and arguments as they are: a double quote, a doubled or last backslash or an empty argument is among them; do without them in the paths and arguments
+= has a start script that starts nothing
 # NoStartScript: remove 1/StartTUI.sh
 error      {1}/StartTUI.sh: there is no start script here; copy it again
 # StartScriptWithoutExecutePermission: mode 644 1/StartTUI.sh
@@ -252,6 +262,11 @@ $ older-container
 error      {1}/StartTUI.sh: the start script has no execute permission; give it that (chmod a+x)
 # StartScriptWithWindowsWithoutExecutePermission: mode 644 1/StartGUI.sh
 error      {1}/StartGUI.sh: the start script has no execute permission; give it that (chmod a+x)
+1 problem: StartGUI.sh starts nothing; without it, the installer will be started in place
+# BothStartScriptsWithoutExecutePermission: mode 644 1/StartGUI.sh; mode 644 1/StartTUI.sh
+error      {1}/StartTUI.sh: the start script has no execute permission; give it that (chmod a+x)
+error      {1}/StartGUI.sh: the start script has no execute permission; give it that (chmod a+x)
+2 problems: StartTUI.sh and StartGUI.sh start nothing; without them, the installer will be started in place
 # StartScriptThatOthersOnlyMayExecute: mode 645 1/StartTUI.sh
 $ without-rights
 error      {1}/StartTUI.sh: the start script has no execute permission; give it that (chmod a+x)
@@ -261,6 +276,13 @@ error      {1}/StartTUI.sh: its first line has a carriage return; save it with l
 error      {1}/StartTUI.sh: a pipe, which cannot be copied; put a file in its place, or remove it if nothing needs it
 # StartScriptThatLeadsNowhere: link 1/StartTUI.sh nowhere
 error      {1}/StartTUI.sh: a link that leads nowhere; put there what it leads to, or remove the link if nothing needs it
+# StartScriptThatNamesAnotherInstaller: file 1/StartTUI.sh KVL_OS=other\nKVL_Installer_EXE=setup\n
+error      {1}/StartTUI.sh: the start script names an installer that is not there: {1}/inst/other/code/bin/setup; put it there, or correct KVL_OS and KVL_Installer_EXE in the script
+# StartScriptThatNamesAnotherSystem: file 1/StartTUI.sh KVL_OS=other\n
+$ KVL_OS=linux check 1 --installer installer
+System     linux, from the environment
+error      {1}/StartTUI.sh: the start script names an installer that is not there: {1}/inst/other/code/bin/installer; put it there, or correct KVL_OS and KVL_Installer_EXE in the script
+= has a launcher that cannot be started
 # NoLauncher: starter
 error      {1}/inst/linux/code/bin/kvl-launcher: there is no launcher here, and the start script starts it; put the launcher there
 # LauncherWithoutExecutePermission: starter; file 1/inst/linux/code/bin/kvl-launcher #!/bin/sh\n
@@ -269,6 +291,14 @@ error      {1}/inst/linux/code/bin/kvl-launcher: the launcher has no execute per
 error      {1}/inst/linux/code/bin/kvl-launcher: this machine cannot run the launcher; put the launcher for this machine there
 # LauncherWithoutItsInterpreter: starter; file 1/inst/linux/code/bin/kvl-launcher #! /nowhere/sh -e\n; mode 755 1/inst/linux/code/bin/kvl-launcher
 error      {1}/inst/linux/code/bin/kvl-launcher: its first line names a program that is missing or cannot be executed: /nowhere/sh; correct the line, or install that program
+# LauncherOfTheSystemThatTheScriptNames: starter; move 1/inst/linux 1/inst/other
+$ -- -env KVL_OS=other
+System     other, from -env
+Installer  {1}/inst/other/code/bin/installer, in the media; name from --installer
+error      {1}/StartTUI.sh: the start script names an installer that is not there: {1}/inst/linux/code/bin/installer; put it there, or correct KVL_OS and KVL_Installer_EXE in the script
+error      {1}/inst/linux/code/bin/kvl-launcher: there is no launcher here, and the start script starts it; put the launcher there
+2 problems: the launcher cannot be started
+= started in place
 # DanglingLink: link 2/link nowhere
 warning    {2}/link: a link that leads nowhere; put there what it leads to, or remove the link if nothing needs it
 # LinksOfAPayloadToWhatNoVolumeHas: dir 1/payload/1/d; file 1/payload/1/f; link 2/payload/2/file f; link 2/payload/2/d2/up ../d/../f; link 2/payload/2/gone d/no; link 2/payload/2/out ../f; link 2/payload/2/root /f; link 1/payload/1/l d; link 2/payload/2/past l/no; dir 1/payload/1/d/yes; link 2/payload/2/well l/yes; link 2/payload/2/through f/; link 2/payload/2/v w; link 1/payload/1/w v; link 2/outside f
@@ -304,8 +334,8 @@ warning    {2}: an ordinary user cannot read it; give it read and execute permis
 # DirectoryOfAnAmVolumeThatOthersCannotRead: remove 1; remove 2; first 1/m/1; 1/m/1: volumes=2 1=SET-A; 1: 1=AM-A; 2: 2=AM-A; 2/m/2: 2=SET-A; mode 700 1; mode 750 2/m
 $ check {1/m/1} --os linux --installer installer
 Media      {1/m/1}
-System     linux
-Installer  {1/m/1}/inst/linux/code/bin/installer, in the media
+System     linux, from --os
+Installer  {1/m/1}/inst/linux/code/bin/installer, in the media; name from --installer
 Volumes    2, layout am, tag SET-A
            1  found       {1/m/1}
            2  found       {2/m/2}
@@ -333,8 +363,8 @@ warning    {2}/19: a link that leads nowhere; put there what it leads to, or rem
 # ColonInThePathOfAMedia: first a:b; file a:b/inst/volumes.txt 1\n
 $ check a:b --os linux --installer installer
 Media      {a:b}
-System     linux
-Installer  {a:b}/inst/linux/code/bin/installer, in the media
+System     linux, from --os
+Installer  {a:b}/inst/linux/code/bin/installer, in the media; name from --installer
 Volumes    1
 Start      in place
 warning    {a:b}: a colon in it takes the path lists of the installer apart; use a directory without a colon in its path
@@ -342,7 +372,7 @@ warning    {a:b}: a colon in it takes the path lists of the installer apart; use
 # PipesInPlaceOfEveryFileThatItReads: pipe 1/inst/volumes.txt; pipe 1/1.txt; pipe 1/StartTUI.sh; pipe 2/2.txt; pipe 7.txt
 $ check 1
 System     none named
-Installer  not found
+Installer  not found; none named
 Volumes    number unknown
 Start      none
 error      {1}/StartTUI.sh: the start script is missing or names no system; copy it again, or use --os and --installer
@@ -358,7 +388,7 @@ Start      staged in {tmp}/<identifier>: 8 files, <n> bytes, free <n>
 warning    {1}/1.txt: the marker of volume 1 cannot be read; make it a regular file with read permission (chmod a+r)
 error      {1}/StartTUI.sh: a pipe, which cannot be copied; put a file in its place, or remove it if nothing needs it
 warning    {1}/1.txt: a pipe, which cannot be copied; put a file in its place, or remove it if nothing needs it
-3 problems: the launcher will end with status 1
+3 problems: StartTUI.sh starts nothing; without it, the launcher will end with status 1
 # PipesInPlaceOfTheMarkersOfOtherVolumes: pipe 1/StartTUI.sh; pipe 2/2.txt; pipe 7.txt
 Volumes    2, layout unknown, tag SET-A
            1  found       {1}
@@ -367,11 +397,12 @@ Start      staged in {tmp}/<identifier>: 8 files, <n> bytes, free <n>
 warning    {}/7.txt: it looks like the marker of an AM volume, and has no line MTBDIR=<tag>; copy the marker again, or remove it if it is none
 warning    {2}/2.txt: the marker of volume 2 cannot be read; make it a regular file with read permission (chmod a+r)
 error      {1}/StartTUI.sh: a pipe, which cannot be copied; put a file in its place, or remove it if nothing needs it
-3 problems: the launcher will end with status 1
+3 problems: StartTUI.sh starts nothing; without it, the launcher will end with status 1
 = cannot be staged
 # StartScriptMissing: remove 1/StartTUI.sh
 Start      staged in {tmp}/<identifier>: 8 files, <n> bytes, free <n>
 error      {1}/StartTUI.sh: it is needed to stage the installer, and is not there; put it there
+2 problems: StartTUI.sh starts nothing; without it, the launcher will end with status 1
 # DescriptionFileMissing: remove 1/media.db
 Start      staged in {tmp}/<identifier>: 8 files, <n> bytes, free <n>
 error      {1}/media.db: it is needed to stage the installer, and is not there; put it there
@@ -391,10 +422,10 @@ error      {1}/media.db: you cannot read it; give it read permission (chmod a+r)
 $ noexec
 Start      staged in {tmp}/<identifier>: 10 files, <n> bytes, free <n>
 error      {1}/inst/linux/code/bin/kvl-launcher: the launcher would be started from a file system that is mounted noexec; mount it without noexec, or copy the media to another file system
-2 problems: the installer will be staged and started
+2 problems: the launcher cannot be started
 # FileAndDirectoryOfOneNameInBothMedia: file 1/inst/common/x; dir 1/inst/common/y; installer ext; file ext/inst/common/x/z; file ext/inst/common/y
 $ KVL_UseExternalInstaller=1 -- -installerPath {ext}
-Installer  {ext}/inst/linux/code/bin/installer, from -installerPath
+Installer  {ext}/inst/linux/code/bin/installer, from -installerPath; name from --installer
 Start      staged in {tmp}/<identifier>: 15 files, <n> bytes, free <n>
 error      {ext}/inst/common/x: a directory, and in the media a file has its name; rename one of the two
 error      {ext}/inst/common/y: a file, and in the media a directory has its name; rename one of the two
@@ -444,17 +475,17 @@ TEST(CheckFindsMore, ALauncherForAnotherMachine) {
       world.Check(),
       Report(kInPlace, "error      {" + launcher +
                            "}: this machine cannot run the launcher; put the launcher for this "
-                           "machine there\n"));
+                           "machine there\n1 problem: the launcher cannot be started\n"));
 }
 
 TEST(CheckFindsMore, ADirectoryThatIsNoFirstVolume) {
   const CheckWorld world("two volumes");
-  const std::map<std::string, Environment> systems = {{"none named", {}},
-                                                      {"linux", {{"KVL_OS", "linux"}}}};
+  const std::map<std::string, Environment> systems = {
+      {"none named", {}}, {"linux, from the environment", {{"KVL_OS", "linux"}}}};
   for (const auto& [system, env] : systems) {
     world.ExpectReport(world.Companion({"check", "{2}"}, env),
                        "Media      {2}\nSystem     " + system + R"(
-Installer  not found
+Installer  not found; none named
 Volumes    1
 Start      none
 error      {2}: this is no volume 1: there is no directory inst in it; give the directory that holds inst and StartTUI.sh
@@ -507,7 +538,8 @@ TEST(CheckFindsMore, AReadOnlyFileThatAnExternalMediaOverwrites) {
   world.ExpectReport(
       world.Check({"--", "-installerPath", "{ext}"}, {{"KVL_UseExternalInstaller", "1"}}),
       Report(kStaged,
-             "Installer  {ext}/inst/linux/code/bin/installer, from -installerPath\n" +
+             "Installer  {ext}/inst/linux/code/bin/installer, from -installerPath; name from "
+             "--installer\n" +
                  StagedFiles("12") + (is_superuser ? "warning    " : "error      ") +
                  "{1}/inst/common/reffiles/list: a read-only file that the external installer "
                  "media has to overwrite; give it write permission for its owner (chmod u+w)\n" +

@@ -22,7 +22,8 @@ TEST(CheckOfAHostileMedia, SendsNoCharacterToATerminalThatItWouldObey) {
   for (const auto& [name, shown] : names) {
     world.Volume("2").Link(name, "nowhere");
     lines += "warning    {2}/" + shown +
-             ": a link that leads nowhere; put there what it leads to, or remove the link if nothing needs it\n";
+             ": a link that leads nowhere; put there what it leads to, or remove the link if "
+             "nothing needs it\n";
     paths.push_back(world.Text("{2}/" + shown));
   }
   world.ExpectReport(

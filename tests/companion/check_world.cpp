@@ -57,8 +57,8 @@ ReportParts PartsOf(const std::string& report) {
 }  // namespace
 
 const char kInPlace[] = R"(Media      {1}
-System     linux
-Installer  {1}/inst/linux/code/bin/installer, in the media
+System     linux, from --os
+Installer  {1}/inst/linux/code/bin/installer, in the media; name from --installer
 Volumes    2, layout sibling, tag SET-A
            1  found       {1}
            2  found       {2}
@@ -67,8 +67,8 @@ Start      in place
 )";
 
 const char kStaged[] = R"(Media      {1}
-System     linux
-Installer  {1}/inst/linux/code/bin/installer, in the media
+System     linux, from --os
+Installer  {1}/inst/linux/code/bin/installer, in the media; name from --installer
 Volumes    2, layout sibling, tag SET-A
            1  found       {1}
            2  other-tag   {2}, tag SET-B
@@ -105,11 +105,18 @@ std::vector<Transcript> ReadTranscripts(const std::string& text) {
   const std::map<std::string, Section> sections = {
       {"started in place", {"", kInPlace}},
       {"cannot be staged", {"2: 2=SET-B; ", kStaged}},
+      {"has a start script that starts nothing",
+       {"",
+        Report(kInPlace,
+               "1 problem: StartTUI.sh starts nothing; without it, the installer will be started "
+               "in place\n")}},
+      {"has a launcher that cannot be started",
+       {"", Report(kInPlace, "1 problem: the launcher cannot be started\n")}},
       {"is fine", {"", Report(kInPlace, "Fine: the installer will be started in place\n")}},
       {"cannot be started",
        {"", Report(kInPlace, "1 problem: the installer cannot be started, status 255\n")}},
       {"has no installer", {"", Report(kInPlace, R"(
-Installer  not found
+Installer  not found; name from --installer
 Start      none
 1 problem: the launcher will end with status 1
 )")}},

@@ -78,8 +78,10 @@ TEST(KvlMediaMake, MakesMediaThatCheckFindsNothingWrongWith) {
 
     const std::string first = "{" + row.first + "}", second = "{" + row.second + "}";
     world.ExpectReport(world.Companion({"check", row.first}, {{"TMPDIR", "{tmp}"}}),
-                       "Media      " + first + "\nSystem     linux\nInstaller  " + first +
-                           "/inst/linux/code/bin/setup, in the media\nVolumes    2, layout " +
+                       "Media      " + first + "\nSystem     linux, from StartTUI.sh\nInstaller  " +
+                           first +
+                           "/inst/linux/code/bin/setup, in the media; name from "
+                           "StartTUI.sh\nVolumes    2, layout " +
                            row.layout + ", tag T 1\n           1  found       " + first +
                            "\n           2  found       " + second +
                            "\nStart      in place\n"

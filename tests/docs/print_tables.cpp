@@ -54,7 +54,7 @@ void PrintJsonTables() {
   // More than any enumeration has; a value beyond counts as one of the others.
   for (int i = 0; i < 64; ++i) {
     words.insert({CodeOf(Expectation(i)), CodeOf(InstallerSource(i)), CodeOf(Severity(i)),
-                  CodeOf(VolumeState(i))});
+                  CodeOf(VolumeState(i)), CodeOf(NameSource(i))});
   }
   for (int i = 0; i <= static_cast<int>(FlawKind::kUnreadable); ++i) {
     words.emplace(CodeOf(FlawKind(i)));
