@@ -89,6 +89,9 @@ struct Catalogue {
 
       {kNoSpace, "no-space", kError, "staging needs <number> bytes, and <number> are free",
        "make room there, or let TMPDIR name another directory"},
+      {kNoEntries, "no-space", kError,
+       "staging needs <number> files and directories, and <number> are free",
+       "make room there, or let TMPDIR name another directory"},
       {kTemporaryDirectoryClosed, "temporary-directory-not-writable", kError,
        "you cannot write into the temporary directory",
        "let TMPDIR name a directory that you can write into"},

@@ -45,6 +45,7 @@ enum class FindingKind {
   kLauncherNotForThisMachine,
   // Staging.
   kNoSpace,
+  kNoEntries,
   kTemporaryDirectoryClosed,
   kTemporaryDirectoryMissing,
   kTemporaryDirectoryIsNone,

@@ -12,6 +12,7 @@
 
 #include "companion/check/disc_access.h"
 #include "companion/check/special_file.h"
+#include "companion/check/temporary_directory.h"
 #include "companion/names/path_below.h"
 #include "companion/names/path_state.h"
 #include "insio/file_attributes.h"
@@ -57,6 +58,12 @@ class StagingSurvey {
            {std::to_string(totals.bytes), std::to_string(forecast_.free_bytes)});
     }
     const std::uint64_t entries = Sum(totals.files, totals.directories);
+    forecast_.free_entries = FreeEntries(request_.staging_dir_slash);
+    const std::uint64_t needed = Sum(entries, 1);  // with the staging directory
+    if (forecast_.free_entries && needed > *forecast_.free_entries) {
+      Fail(FindingKind::kNoEntries, request_.staging_dir_slash,
+           {std::to_string(needed), std::to_string(*forecast_.free_entries)});
+    }
     if (!forecast_.fails && entries <= StagingForecast::kMostEntries) {
       std::set<std::string> names;
       for (const StagingCopy& copy : copies) List(copy.source, copy.destination, names);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@ struct StagingForecast {
   std::uint64_t directories = 0;  ///< likewise
   std::uint64_t bytes = 0;        ///< in these files
   std::int64_t free_bytes = 0;    ///< under the temporary directory
+  std::optional<std::uint64_t> free_entries;  ///< see FreeEntries
   /// The files as named in the staging directory, sorted; none when staging fails, and when there
   /// are more than kMostEntries files and directories.
   std::vector<std::string> names;

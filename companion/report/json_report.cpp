@@ -33,9 +33,13 @@ Json VolumeRows(const MediaReport& report) {
 Json Staging(const MediaReport& report) {
   if (!report.staged) return nullptr;
   return {
-      {"directory", ToOneLine(report.staging_directory)}, {"files", report.staging.files},
-      {"directories", report.staging.directories},        {"bytes", report.staging.bytes},
-      {"free_bytes", report.staging.free_bytes},          {"names", Texts(report.staging.names)}};
+      {"directory", ToOneLine(report.staging_directory)},
+      {"files", report.staging.files},
+      {"directories", report.staging.directories},
+      {"bytes", report.staging.bytes},
+      {"free_bytes", report.staging.free_bytes},
+      {"free_entries", report.staging.free_entries ? Json(*report.staging.free_entries) : Json()},
+      {"names", Texts(report.staging.names)}};
 }
 
 void AddFindings(const Findings& findings, Json& json) {

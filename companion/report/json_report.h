@@ -30,8 +30,8 @@ namespace kvl {
 ///                   "other-tag", "unreadable" or "no-tag"
 ///   installer       path (as found), source: "media", "argument", "variable" or "none"
 ///   staged          true when the launcher copies the installer
-///   staging         directory, files, directories, bytes, free_bytes, names (relative, sorted; empty
-///                   beyond 100000); null when nothing is to be staged
+///   staging         directory, files, directories, bytes, free_bytes, free_entries (files and
+///                   directories; null without a limit), names (relative, sorted; empty beyond 100000); null when nothing is to be staged
 ///   command         the installer as it would be started, and its arguments; empty when the run
 ///                   ends before
 ///   variables       what the launcher sets or changes for it

@@ -242,6 +242,7 @@ TEST(KvlMediaCheck, GivesProgramsOneObjectWithAllKeys) {
         {"directories", 7},
         {"bytes", bytes},
         {"free_bytes", 0},
+        {"free_entries", 0},
         {"names", names}}},
       {"command", Lines{staging + installer, "-CDpath", staging}},
       {"variables", variables},

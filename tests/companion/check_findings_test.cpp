@@ -13,6 +13,7 @@ TEST_P(CheckFinds, InTwoVolumes) {
   const Outcome seen = world.CheckBy(row.call);
   if (seen.status == kImpossibleHere) GTEST_SKIP() << "this cannot be set up here";
   world.ExpectReport(seen, Report(row.usual, row.differing));
+  ExpectTheSame(world.CheckBy(row.call, {"--json"}), seen);
   EXPECT_EQ(DescribeTreeExactly(world.Path(".")), before);
 }
 
@@ -449,135 +450,6 @@ error      {closed}: you cannot write into the temporary directory; let TMPDIR n
 )";
 
 INSTANTIATE_TEST_SUITE_P(All, CheckFinds, testing::ValuesIn(ReadTranscripts(kRows)), NameOf);
-
-// --- where a media cannot be made, or a report not be told, in a line ----------------------------
-
-constexpr char kTooLittleSpace[] =
-    "error      {tmp}/<identifier>/: staging needs <n> bytes, and <n> are free; make room there, "
-    "or let TMPDIR name another directory\n";
-
-std::string StagedFiles(const std::string& count) {
-  return "Start      staged in {tmp}/<identifier>: " + count + " files, <n> bytes, free <n>\n";
-}
-
-TEST(CheckFindsMore, ALauncherForAnotherMachine) {
-  const std::string launcher = "1/inst/linux/code/bin/kvl-launcher";
-  const CheckWorld world("two volumes; starter; link " + launcher + " " +
-                         BuiltProgram("kvl-launcher"));
-  world.ExpectReport(world.Check(),
-                     Report(kInPlace, "Fine: the installer will be started in place\n"));
-  // The head of a binary of a machine that nobody has any more, in the byte order of this one.
-  std::string head = ReadFile(world.Path(launcher)).substr(0, 64);
-  head[18] = head[19] = '\x7F';
-  fs::remove(world.Path(launcher));
-  SetMode(world.Directory().Write(launcher, head), 0755);
-  world.ExpectReport(
-      world.Check(),
-      Report(kInPlace, "error      {" + launcher +
-                           "}: this machine cannot run the launcher; put the launcher for this "
-                           "machine there\n1 problem: the launcher cannot be started\n"));
-}
-
-TEST(CheckFindsMore, ADirectoryThatIsNoFirstVolume) {
-  const CheckWorld world("two volumes");
-  const std::map<std::string, Environment> systems = {
-      {"none named", {}}, {"linux, from the environment", {{"KVL_OS", "linux"}}}};
-  for (const auto& [system, env] : systems) {
-    world.ExpectReport(world.Companion({"check", "{2}"}, env),
-                       "Media      {2}\nSystem     " + system + R"(
-Installer  not found; none named
-Volumes    1
-Start      none
-error      {2}: this is no volume 1: there is no directory inst in it; give the directory that holds inst and StartTUI.sh
-1 problem: the launcher will end with status 1
-)");
-  }
-}
-
-TEST(CheckFindsMore, ANameTooLongForADisc) {
-  const std::string name(254, 'n');
-  const CheckWorld world("two volumes; file 2/" + name + "; file 2/" + std::string(253, 'm'));
-  world.ExpectReport(
-      world.Check(),
-      Report(kInPlace, "warning    {2}/" + name +
-                           ": a name that is cut off on a disc (ISO 9660 with Rock Ridge); "
-                           "shorten it to 253 bytes or less\n"));
-}
-
-TEST(CheckFindsMore, ADirectoryThatCannotBeListed) {
-  const CheckWorld world("two volumes; mode 311 1/inst/common");
-  const Outcome seen = world.Check({}, {}, GiveUpPermissions);
-  SetMode(world.Path("1/inst/common"), 0755);
-  if (seen.status == kImpossibleHere) GTEST_SKIP() << "permissions cannot be given up here";
-  world.ExpectReport(seen, Report(kInPlace, R"(
-warning    {1}/inst/common: an ordinary user cannot read it; give it read and execute permission for all (chmod a+rx)
-warning    {1}/inst/common: a directory that you may not list, so that it counts as empty; give it read and execute permission (chmod a+rx)
-2 problems: the installer will be started in place
-)"));
-}
-
-TEST(CheckFindsMore, AVolumeThatNobodyMayLookInto) {
-  const CheckWorld world("two volumes; mode 600 2");
-  const Outcome seen = world.Check({}, {}, GiveUpPermissions);
-  SetMode(world.Path("2"), 0755);
-  if (seen.status == kImpossibleHere) GTEST_SKIP() << "permissions cannot be given up here";
-  world.ExpectReport(seen, Report(kInPlace, R"(
-Volumes    2, layout unknown, tag SET-A
-           1  found       {1}
-           2  unreadable  {2}
-)" + StagedFiles("9") + R"(
-warning    {2}/2.txt: the marker of volume 2 cannot be read; give the directories above it permission x
-1 problem: the installer will be staged and started
-)"));
-}
-
-TEST(CheckFindsMore, AReadOnlyFileThatAnExternalMediaOverwrites) {
-  const CheckWorld world(
-      "two volumes; 2: 2=SET-B; installer ext; mode 444 1/inst/common/reffiles/list");
-  const bool is_superuser = ::geteuid() == 0;
-  world.ExpectReport(
-      world.Check({"--", "-installerPath", "{ext}"}, {{"KVL_UseExternalInstaller", "1"}}),
-      Report(kStaged,
-             "Installer  {ext}/inst/linux/code/bin/installer, from -installerPath; name from "
-             "--installer\n" +
-                 StagedFiles("12") + (is_superuser ? "warning    " : "error      ") +
-                 "{1}/inst/common/reffiles/list: a read-only file that the external installer "
-                 "media has to overwrite; give it write permission for its owner (chmod u+w)\n" +
-                 (is_superuser ? "2 problems: the installer will be staged and started\n" : "")));
-}
-
-TEST(CheckFindsMore, TooLittleSpaceForStaging) {
-  const CheckWorld world("two volumes; 2: 2=SET-B; file 1/inst/huge");
-  std::error_code error;
-  fs::resize_file(world.Path("1/inst/huge"), 1ULL << 43U, error);  // a hole
-  if (error) GTEST_SKIP() << "no file of 8 TiB can be made here";
-  world.ExpectReport(world.Check(), Report(kStaged, StagedFiles("10") + kTooLittleSpace));
-}
-
-TEST(CheckFindsMore, ATreeOfLinksThatACopyWouldTakeYearsFor) {
-  CheckWorld world("two volumes; 2: 2=SET-B; file 1/inst/38/file x");
-  for (int i = 0; i < 38; ++i) {
-    const std::string directory = "inst/" + std::to_string(i);
-    const std::string next = "../" + std::to_string(i + 1);
-    world.Volume("1").Link(directory + "/a", next).Link(directory + "/b", next);
-  }
-  world.ExpectReport(world.Check(), Report(kStaged, StagedFiles("549755813896") + kTooLittleSpace));
-}
-
-TEST(CheckFindsMore, VolumesBeyondThoseThatAreListed) {
-  const CheckWorld world("two volumes; remove 2; 1: volumes=2147483647; 2000000: 2000000=SET-B");
-  world.ExpectReport(world.Check(), Report(kInPlace, R"(
-Volumes    2147483647, layout sibling, tag SET-A
-                 1  found       {1}
-            2-1000  missing     {2} to {1000}
-           2000000  other-tag   {2000000}, tag SET-B
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
-warning    {2}/2.txt: volumes 2 to 1000 are missing: they have no markers; copy the whole volumes there, or correct the number in volumes.txt
-warning    {2000000}/2000000.txt: volume 2000000 has the tag SET-B instead of SET-A; put the volume of the same media there
-warning    {1}/inst/volumes.txt: 2147482646 volumes above 1000 are missing; copy them, or correct the number in volumes.txt
-3 problems: the installer will be staged and started
-)"));
-}
 
 }  // namespace
 }  // namespace kvl::test

@@ -1,5 +1,7 @@
 #include "tests/companion/check_world.h"
 
+#include <nlohmann/json.hpp>
+
 #include "companion/program.h"
 #include "tests/support/call_filter.h"
 
@@ -223,7 +225,7 @@ Outcome CheckWorld::Check(const Lines& further, const Environment& env,
   return Companion(arguments, all, before);
 }
 
-Outcome CheckWorld::CheckBy(const std::string& line) const {
+Outcome CheckWorld::CheckBy(const std::string& line, const Lines& options) const {
   std::function<void()> before;
   Environment env;
   Lines arguments;
@@ -243,7 +245,9 @@ Outcome CheckWorld::CheckBy(const std::string& line) const {
       arguments.push_back(word == "''" ? "" : word);
     }
   }
-  if (arguments.empty() || arguments[0] != "check") return Check(arguments, env, before);
+  const bool is_whole = !arguments.empty() && arguments[0] == "check";
+  arguments.insert(arguments.begin() + (is_whole ? 1 : 0), options.begin(), options.end());
+  if (!is_whole) return Check(arguments, env, before);
   env["TMPDIR"] = "{tmp}";
   return Companion(arguments, env, before);
 }
@@ -280,6 +284,31 @@ void CheckWorld::ExpectRefusedAndUntouched(const Lines& further, const std::stri
   EXPECT_EQ(DescribeTreeExactly(Path(".")), before);
 }
 
+void ExpectTheSame(const Outcome& json, const Outcome& text) {
+  const auto report = nlohmann::json::parse(json.out);
+  std::string findings;
+  for (const auto& finding : report["findings"]) {
+    const std::string path = finding["path"], severity = finding["severity"];
+    findings += severity + std::string(11 - severity.size(), ' ') +
+                (path.empty() ? "" : path + ": ") + finding["text"].get<std::string>() + "; " +
+                finding["remedy"].get<std::string>() + "\n";
+  }
+  const auto says = [&](const std::string& words) {
+    return text.out.find(words) != std::string::npos;
+  };
+  if (!says("\n           and ")) {
+    EXPECT_THAT(text.out, testing::HasSubstr(findings));
+  }
+  const bool is_started =
+      says(" will be started in place\n") || says(" will be staged and started\n");
+  EXPECT_EQ(report["starts"], is_started && !says(": StartTUI.sh "));
+  EXPECT_EQ(report["expectation"] == "installer-runs", is_started);
+  EXPECT_EQ(report["expectation"] == "launcher-cannot-start",
+            says("problem: the launcher cannot be started\n") ||
+                says("problems: the launcher cannot be started\n"));
+  EXPECT_EQ(json.status, text.status);
+}
+
 void ForbidToExecute(const std::string& directory) {
   const unsigned long again = MS_REMOUNT | MS_BIND | MS_NOEXEC;
   const bool is_possible =
@@ -297,7 +326,7 @@ std::string WithoutBytes(const std::string& text) {
 }
 
 std::string WithoutFreeBytes(const std::string& json) {
-  return Replaced(json, "\"free_bytes\": [1-9][0-9]*", "\"free_bytes\": 0");
+  return Replaced(json, "\"free_(bytes|entries)\": ([1-9][0-9]*|null)", "\"free_$1\": 0");
 }
 
 }  // namespace kvl::test

@@ -44,8 +44,8 @@ class CheckWorld : public MediaWorld {
 
   /// The same by a line of words, in which "''" stands for an empty one and "\x20" for a blank:
   /// "without-rights", "noexec" of {1} or "older-container", which refuses a new system call; variables;
-  /// arguments. With "check" in front of the arguments they are all that is given.
-  Outcome CheckBy(const std::string& line) const;
+  /// arguments. With "check" in front of the arguments they are all that is given, but for `options`.
+  Outcome CheckBy(const std::string& line, const Lines& options = {}) const;
 
   /// Makes a media with the tag "T 1" of "payload" and the installer "setup".
   Outcome MakeMedia(const Lines& further = {}, const std::string& directory = "media",
@@ -91,12 +91,15 @@ extern const char kStaged[];
 /// usual ones. A text that begins with "Media" is whole.
 std::string Report(const std::string& usual, const std::string& differing);
 
+/// Compares the findings, the end and the status of a report for programs with those of a text.
+void ExpectTheSame(const Outcome& json, const Outcome& text);
+
 /// To be called in the child: nothing of the directory can be executed there.
 void ForbidToExecute(const std::string& directory);
 
 /// The numbers of bytes, which depend on the machine, written as "<n>".
 std::string WithoutBytes(const std::string& text);
-/// The number of free bytes in a report for programs, which depends on the machine, written as 0.
+/// What is free in a report for programs, which depends on the machine, written as 0.
 std::string WithoutFreeBytes(const std::string& json);
 
 }  // namespace kvl::test
