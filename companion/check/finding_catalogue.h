@@ -46,6 +46,7 @@ enum class FindingKind {
   // Staging.
   kNoSpace,
   kNoEntries,
+  kExchangeable,
   kTemporaryDirectoryClosed,
   kTemporaryDirectoryMissing,
   kTemporaryDirectoryIsNone,

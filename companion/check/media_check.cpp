@@ -17,6 +17,7 @@
 #include "companion/check/start_check.h"
 #include "companion/check/start_forecast.h"
 #include "companion/check/start_script.h"
+#include "companion/check/temporary_directory.h"
 #include "companion/check/tree_survey.h"
 #include "companion/names/path_below.h"
 #include "companion/names/path_state.h"
@@ -209,6 +210,7 @@ class MediaCheck {
     report_.staging = ForecastStaging(
         {state_.MediaDir, state_.CommonDirPrefix, state_.OsName, report_.staging_directory + "/"},
         report_.findings);
+    AddExchangeable(plan_.TempRoot, report_.findings);
     if (report_.staging.fails) End(Expectation::kStagingFails, ExitStatus::kStagingFailed);
   }
 

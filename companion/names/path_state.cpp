@@ -9,6 +9,8 @@ namespace {
 PathState Seen(int result, const struct stat& status) {
   if (result != 0) return {.error = errno};
   return {.mode = status.st_mode,
+          .owner = status.st_uid,
+          .group = status.st_gid,
           .size = static_cast<std::uint64_t>(status.st_size),
           .identity = {status.st_dev, status.st_ino}};
 }

@@ -15,6 +15,8 @@ using FileIdentity = std::pair<dev_t, ino_t>;
 struct PathState {
   int error = 0;    ///< why nothing is known; what follows is zero then
   mode_t mode = 0;  ///< type and permissions
+  uid_t owner = 0;
+  gid_t group = 0;
   std::uint64_t size = 0;
   FileIdentity identity = {};
 

@@ -123,6 +123,48 @@ error      {tmp}/<identifier>/: staging needs 17 files and directories, and 16 a
   ExpectTheSame(world.Check({"--json"}, {}, mount), seen);
 }
 
+TEST(CheckFindsMore, ATemporaryDirectoryOfOthersForTheSuperuser) {
+  const std::string warning =
+      ": others may exchange what the superuser stages below it before it is started; let TMPDIR "
+      "name a directory that only the superuser can write into, and all above it\n"
+      "2 problems: the installer will be staged and started\n";
+  const std::string nothing = "1 problem: the installer will be staged and started\n";
+  struct Row {
+    std::string name, steps, directory;
+  };
+  for (const Row& row :
+       {Row{"sticky", "mode 1777 tmp", ""},
+        {"of its group", "mode 775 tmp", ""},
+        {"open to all", "mode 777 tmp", "{tmp}"},
+        {"below an open one", "dir tmp/own; mode 777 tmp", "{tmp}"},
+        {"missing in an open one", "mode 777 tmp", "{tmp}"},
+        {"behind a link that others may exchange",
+         "dir tmp/own; dir open; link open/own ../tmp/own; mode 777 open", "{open}"},
+        {"of another user", "dir tmp/own", "{tmp/own}"}}) {
+    SCOPED_TRACE(row.name);
+    const CheckWorld world("two volumes; remove 2; " + row.steps);
+    const std::string own = row.directory == "{open}" ? "{open/own}" : "{tmp/own}";
+    const bool is_superuser = ::geteuid() == 0;
+    if (row.name == "of another user" && is_superuser) {
+      EXPECT_EQ(::chown(world.Path("tmp/own").c_str(), 65534, 0), 0);
+    }
+    const Outcome seen = world.Check({}, {{"TMPDIR", own}});
+    const bool is_said = is_superuser && !row.directory.empty();
+    world.ExpectReport(seen,
+                       Report(kInPlace,
+                              "Volumes    2, layout unknown, tag SET-A\n"
+                              "           1  found       {1}\n"
+                              "           2  missing     {2}\n"
+                              "Start      staged in " +
+                                  own +
+                                  "/<identifier>: 9 files, <n> bytes, free <n>\n"
+                                  "warning    {2}/2.txt: volume 2 is missing: it has no marker; "
+                                  "copy the whole volume there\n" +
+                                  (is_said ? "warning    " + row.directory + warning : nothing)));
+    ExpectTheSame(world.Check({"--json"}, {{"TMPDIR", own}}), seen);
+  }
+}
+
 TEST(CheckFindsMore, ATreeOfLinksThatACopyWouldTakeYearsFor) {
   CheckWorld world("two volumes; 2: 2=SET-B; file 1/inst/38/file x");
   for (int i = 0; i < 38; ++i) {
