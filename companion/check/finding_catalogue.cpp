@@ -43,10 +43,10 @@ struct Catalogue {
        "the search for an AM volume above it meets an error, which aborts the launcher: <error>",
        "remove or repair what it names, or put the media elsewhere"},
       {kCommandIsSplit, "command-is-split", kEither,
-       "the installer does not get its path and arguments as they are: a double quote, a doubled "
-       "or "
-       "last backslash or an empty argument is among them",
-       "do without them in the paths and arguments"},
+       "the installer does not get it as it is: it has a double quote, a doubled or last "
+       "backslash, "
+       "or is empty",
+       "do without that in the path or argument"},
       {kVariableTooLong, "variable-too-long", kError,
        "a variable of the installer that is longer than the system hands to a program",
        "shorten what it is set from"},

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -61,8 +62,10 @@ class StartForecast {
     meant.insert(meant.end(), state_.PassThroughArgs.begin(), state_.PassThroughArgs.end());
     if (command == meant) return;
     const bool is_lost = command.empty() || command.front() != meant.front();
+    const auto torn = std::mismatch(meant.begin(), meant.end() - 1, command.begin(), command.end());
+    const std::string word = WithoutIdentifier(*torn.first);
     findings_.Add(FindingKind::kCommandIsSplit, is_lost ? Severity::kError : Severity::kWarning,
-                  "");
+                  word.empty() ? "''" : word);
     if (is_lost) CannotStart();
   }
 

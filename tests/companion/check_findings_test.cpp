@@ -251,8 +251,20 @@ Media      {1}
 error      -List must be used with the -SoftMgt flag; correct the launcher's arguments
 1 problem: the launcher will end with status 1
 # ArgumentThatIsSplit:
-$ -- a"b
-warning    the installer does not get its path and arguments as they are: a double quote, a doubled or last backslash or an empty argument is among them; do without them in the paths and arguments
+$ -- plain a"b
+warning    a"b: the installer does not get it as it is: it has a double quote, a doubled or last backslash, or is empty; do without that in the path or argument
+# ArgumentThatIsEmpty:
+$ -- '' plain
+warning    '': the installer does not get it as it is: it has a double quote, a doubled or last backslash, or is empty; do without that in the path or argument
+# PathThatIsSplit: first q"q; file q"q/inst/volumes.txt 1\n
+$ check q"q --os linux --installer installer
+Media      {q"q}
+System     linux, from --os
+Installer  {q"q}/inst/linux/code/bin/installer, in the media; name from --installer
+Volumes    1
+Start      in place
+error      {q"q}/inst/linux/code/bin/installer: the installer does not get it as it is: it has a double quote, a doubled or last backslash, or is empty; do without that in the path or argument
+1 problem: the installer cannot be started, status 255
 = has a start script that starts nothing
 # NoStartScript: remove 1/StartTUI.sh
 error      {1}/StartTUI.sh: there is no start script here; copy it again
