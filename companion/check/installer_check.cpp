@@ -33,7 +33,10 @@ class InstallerCheck {
   bool Run() {
     const std::string inst = KVLInsIO::Join(missing_.media_dir, names::kInst).Str();
     const PathState state = StateAt(inst);
-    if (AddUnseen(inst, state.error, Severity::kError, findings_)) return true;
+    if (AddUnseen(inst, state.error, Severity::kError, findings_) ||
+        AddClosedWay(inst, state.error, Severity::kError, findings_)) {
+      return true;
+    }
     if (!state.IsDirectory()) {
       findings_.Add(FindingKind::kNoFirstVolume, missing_.media_dir);
       return false;
@@ -86,7 +89,9 @@ class InstallerCheck {
   }
 
   bool IsUnseen(const std::string& path) {
-    return AddUnseen(path, WhyNotAllowed(path, F_OK), Severity::kError, findings_);
+    const int error = WhyNotAllowed(path, F_OK);
+    return AddUnseen(path, error, Severity::kError, findings_) ||
+           AddClosedWay(path, error, Severity::kError, findings_);
   }
 
   const MissingInstaller& missing_;

@@ -52,4 +52,13 @@ inline bool AddUnseen(const std::string& path, int error, Severity severity, Fin
   return true;
 }
 
+/// True when a directory on the way there is closed, which is added to the findings: what lies there
+/// may be as it should be. `error` is of a call that needs no right to the entry itself.
+inline bool AddClosedWay(const std::string& path, int error, Severity severity,
+                         Findings& findings) {
+  if (error != EACCES) return false;
+  findings.Add(FindingKind::kClosedWay, severity, path);
+  return true;
+}
+
 }  // namespace kvl

@@ -70,6 +70,7 @@ class StartCheck {
     const std::string installer = InstallerIn(InsPath(media_dir_), os_name_, name);
     const int error = WhyNotAllowed(installer, F_OK);
     if (error == 0 || AddUnseen(installer, error, Severity::kError, findings_)) return;
+    if (AddClosedWay(installer, error, Severity::kError, findings_)) return;
     findings_.Add(FindingKind::kStartScriptWithoutInstaller, script, {installer});
   }
 
@@ -131,6 +132,7 @@ class StartCheck {
   bool IsFile(const std::string& path, const PathState& state, FindingKind missing) {
     if (state.IsFile()) return true;
     if (AddUnseen(path, state.error, Severity::kError, findings_)) return false;
+    if (AddClosedWay(path, state.error, Severity::kError, findings_)) return false;
     if (AddSpecialFile(path, state, Severity::kError, findings_)) return false;
     if (!state.IsThere() && StateOfEntry(path).IsThere()) {
       findings_.Add(FindingKind::kDanglingLink, Severity::kError, path);

@@ -300,7 +300,10 @@ bool IsFound(const VolumeRow& row) {
 VolumesFile CheckVolumesFile(const InsPath& media_dir, Findings& findings) {
   const std::string path = VolumesFileOf(media_dir).Str();
   const int missing = WhyNotAllowed(path, F_OK);
-  if (AddUnseen(path, missing, Severity::kWarning, findings)) return {.count = 0, .is_fine = false};
+  if (AddUnseen(path, missing, Severity::kWarning, findings) ||
+      AddClosedWay(path, missing, Severity::kWarning, findings)) {
+    return {.count = 0, .is_fine = false};
+  }
   if (missing != 0) return {.is_missing = true};
   FileStart start = ReadStart(path, LineFile::kLongestLine);
   const bool is_empty = start.bytes.empty();
@@ -339,6 +342,7 @@ void CheckPayload(const std::string& directory, VolumeNumber volume, Findings& f
       PathBelow(PathBelow(directory, names::kPayload), std::to_string(volume));
   const PathState state = StateAt(payload);
   if (state.IsDirectory() || AddUnseen(payload, state.error, Severity::kWarning, findings)) return;
+  if (AddClosedWay(payload, state.error, Severity::kWarning, findings)) return;
   findings.Add(FindingKind::kPayloadMissing, payload, {std::to_string(volume)});
 }
 

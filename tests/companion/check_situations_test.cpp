@@ -83,6 +83,46 @@ warning    {2}/2.txt: the marker of volume 2 cannot be read; give the directorie
 )"));
 }
 
+TEST(CheckFindsMore, AFirstVolumeThatNobodyMayLookInto) {
+  const CheckWorld world("two volumes; mode 0 1");
+  const Outcome seen = world.Check({}, {}, GiveUpPermissions);
+  SetMode(world.Path("1"), 0755);
+  if (seen.status == kImpossibleHere) GTEST_SKIP() << "permissions cannot be given up here";
+  world.ExpectReport(seen, Report(kInPlace, R"(
+Installer  not found; name from --installer
+Volumes    number unknown
+Start      none
+error      {1}/inst: you cannot read it; give the directories above it permission x
+warning    {1}/inst/volumes.txt: you cannot read it; give the directories above it permission x
+error      {1}/StartTUI.sh: you cannot read it; give the directories above it permission x
+warning    {1}: a directory that you may not list, so that it counts as empty; give it read and execute permission (chmod a+rx)
+warning    {1}: an ordinary user cannot read it; give it read and execute permission for all (chmod a+rx)
+5 problems: StartTUI.sh starts nothing; without it, the launcher will end with status 1
+)"));
+}
+
+TEST(CheckFindsMore, APayloadAndAnInstallerThatNobodyMayLookFor) {
+  const CheckWorld world(
+      "two volumes; file 1/meta.TOCxml  payload=\"payload/1\"; dir 1/payload/1; "
+      "mode 0 1/payload; mode 0 1/inst");
+  const Outcome seen = world.Check({}, {}, GiveUpPermissions);
+  for (const char* name : {"1/payload", "1/inst"}) SetMode(world.Path(name), 0755);
+  if (seen.status == kImpossibleHere) GTEST_SKIP() << "permissions cannot be given up here";
+  world.ExpectReport(seen, Report(kInPlace, R"(
+Installer  not found; name from --installer
+Volumes    number unknown
+Start      none
+error      {1}/inst/linux/code/bin/installer: you cannot read it; give the directories above it permission x
+warning    {1}/inst/volumes.txt: you cannot read it; give the directories above it permission x
+warning    {1}/payload/1: you cannot read it; give the directories above it permission x
+warning    {1}/inst: an ordinary user cannot read it; give it read and execute permission for all (chmod a+rx)
+warning    {1}/payload: an ordinary user cannot read it; give it read and execute permission for all (chmod a+rx)
+warning    {1}/inst: a directory that you may not list, so that it counts as empty; give it read and execute permission (chmod a+rx)
+warning    {1}/payload: a directory that you may not list, so that it counts as empty; give it read and execute permission (chmod a+rx)
+7 problems: the launcher will end with status 1
+)"));
+}
+
 TEST(CheckFindsMore, AReadOnlyFileThatAnExternalMediaOverwrites) {
   const CheckWorld world(
       "two volumes; 2: 2=SET-B; installer ext; mode 444 1/inst/common/reffiles/list");

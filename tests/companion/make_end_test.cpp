@@ -65,6 +65,19 @@ TEST_F(MakeAtItsEnd, DoesNotSayHowToStartHereWhatStartsElsewhere) {
                      ""}));
 }
 
+/// As mktemp(1) makes one. Nobody but its owner opens it.
+TEST_F(MakeAtItsEnd, SaysThatADirectoryThatWasThereIsClosedToOthers) {
+  world_.Change("dir media; mode 700 media");
+  EXPECT_EQ(world_.MakeMedia(),
+            (Outcome{0,
+                     world_.Text(std::string(kFirstLines) +
+                                 "Start it with: '{media}/StartTUI.sh'\n"
+                                 "warning    {media}: an ordinary user cannot read it; give it "
+                                 "read and execute permission for all (chmod a+rx)\n"),
+                     ""}));
+  EXPECT_EQ(ModeOf(world_.Path("media")), 0700U);
+}
+
 TEST_F(MakeAtItsEnd, DoesNotSayHowToStartWhatLiesWhereNothingCanBeExecuted) {
   world_.Change("dir media");
   const Outcome seen =
