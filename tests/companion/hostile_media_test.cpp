@@ -124,6 +124,7 @@ TEST_F(HostileMedia, WithNamesThatATerminalObeys) {
 TEST_F(HostileMedia, WithClosedDirectories) {
   world_.Change("mode 0 media/1/payload; mode 0 media/2/payload/2");
   ExpectFound(
+      "warning    {media/1/payload/1}: you cannot read it\n"
       "warning    {media/1/payload}: an ordinary user cannot read it\n"
       "warning    {media/1/payload}: a directory that you may not list, so that it counts as "
       "empty\n"
@@ -201,13 +202,17 @@ TEST_F(HostileMedia, ThatChangesWhileItIsVerified) {
 /// A directory is listed, and is gone when it is looked at or opened.
 TEST_F(HostileMedia, ThatChangesWhileItIsChecked) {
   const std::vector<std::pair<FailingCall::Call, std::string>> rows = {
-      {FailingCall::kLook, "it cannot be read: No such file or directory"},
-      {FailingCall::kOpenDir, "a directory that you may not list, so that it counts as empty"}};
+      {FailingCall::kLook,
+       "warning    {media/2/payload/2}: the directory with the payload of volume 2 is missing\n"
+       "warning    {media/2/payload/2}: it cannot be read: No such file or directory\n"},
+      {FailingCall::kOpenDir,
+       "warning    {media/2/payload/2}: a directory that you may not list, so that it counts as "
+       "empty\n"}};
   for (const auto& [call, said] : rows) {
     const FailingCall gone(call, world_.Path("media/2/payload/2"), ENOENT);
     const Outcome seen = SealedWorld::CompanionHere({"check", world_.Path("media/1")});
     EXPECT_EQ((Outcome{seen.status, Findings(seen.out), seen.err}),
-              (Outcome{1, world_.Text("warning    {media/2/payload/2}: ") + said + "\n", ""}));
+              (Outcome{1, world_.Text(said), ""}));
   }
 }
 
