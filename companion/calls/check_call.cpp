@@ -17,7 +17,10 @@ void AddCheck(CLI::App& app, CheckCall& call) {
       "Changes nothing and starts nothing. What follows \"--\" are arguments for the launcher;\n"
       "the environment counts, too. Without --os and --installer, KVL_OS and KVL_Installer_EXE\n"
       "are taken from the environment, or else from StartTUI.sh of the media.");
-  check->add_option("DIR", call.directory, "Directory of volume 1 of the media, or of directories 1, 2, ...")->required();
+  check
+      ->add_option("DIR", call.directory,
+                   "Directory of volume 1 of the media, or of directories 1, 2, ...")
+      ->required();
   check->add_option("--os", call.os_name, "Name of the operating-system directory below inst");
   check->add_option("--installer", call.installer_name, "File name of the installer");
   check->add_flag("--json", call.as_json, "Write one JSON object instead of text");

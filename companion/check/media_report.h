@@ -23,8 +23,9 @@ enum class Expectation {
   kAbort,  ///< an uncaught exception
   kQuery,  ///< only the result of the scan was asked for
   kStagingFails,
-  kCannotStart,  ///< the installer could not be executed
-  kLauncherCannotStart,
+  kCannotStart,          ///< the installer could not be executed
+  kStartScriptFails,     ///< only of a start by the script
+  kLauncherCannotStart,  ///< likewise
   kInstallerRuns,
 };
 
@@ -45,7 +46,7 @@ struct MediaReport {
   std::string installer_name;
   NameSource installer_name_source = NameSource::kNone;
 
-  /// Of a launcher that can be started.
+  /// Of a launcher that is started without the start script.
   Expectation expectation = Expectation::kInstallerRuns;
   std::optional<int> status;          ///< the exit status; nothing when the installer decides
   std::vector<std::string> messages;  ///< of the launcher, until it stages and starts the installer
@@ -75,9 +76,10 @@ struct MediaReport {
 
   bool IsStillGoing() const { return expectation == Expectation::kInstallerRuns; }
 
-  /// What becomes of a start by somebody who has but the media.
+  /// How a start by StartTUI.sh would end, or go on.
   Expectation EndOfStart() const {
-    return start_problems.launcher ? Expectation::kLauncherCannotStart : expectation;
+    if (start_problems.launcher) return Expectation::kLauncherCannotStart;
+    return start_problems.tui ? Expectation::kStartScriptFails : expectation;
   }
 
   /// The first end that a run comes to is the one.

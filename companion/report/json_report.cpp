@@ -62,9 +62,9 @@ std::string JsonReport(const MediaReport& report) {
   Json json;
   json["format"] = kFormat;
   json["fine"] = report.findings.Count() == 0;
-  json["expectation"] = CodeOf(report.EndOfStart());
-  json["status"] = report.status && !report.start_problems.launcher ? Json(*report.status) : Json();
-  json["starts"] = report.EndOfStart() == Expectation::kInstallerRuns && !report.start_problems.tui;
+  json["expectation"] = CodeOf(report.expectation);
+  json["status"] = report.status ? Json(*report.status) : Json();
+  json["start"] = CodeOf(report.EndOfStart());
   json["media"] = ToOneLine(report.media_dir);
   json["found_in"] = ToOneLine(report.found_in);
   json["os"] = ToOneLine(report.os_name);

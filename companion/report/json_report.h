@@ -12,13 +12,12 @@ namespace kvl {
 ///
 ///   format          1; a change that breaks readers raises it
 ///   fine            true when there are no findings
-///   expectation     "installer-runs", "bad-command-line", "no-installer",
-///                   "blank-in-installer-media", "abort", "query", "staging-fails", "cannot-start",
-///                   "launcher-cannot-start"; but for the last one, of a launcher that is started
-///                   without the start script
-///   status          the launcher's exit status, 134 for an abort; null when the installer decides or
-///                   the launcher cannot be started
-///   starts          true when StartTUI.sh starts the launcher, and that the installer
+///   expectation     of a launcher that is started without the start script: "installer-runs",
+///                   "bad-command-line", "no-installer", "blank-in-installer-media", "abort", "query",
+///                   "staging-fails", "cannot-start"
+///   status          the launcher's exit status, 134 for an abort; null when the installer decides
+///   start           of a start by StartTUI.sh: "start-script-fails", "launcher-cannot-start", or else
+///                   as the expectation
 ///   media           the directory of volume 1
 ///   found_in        the directory that was given when that of volume 1 lies below it, else empty
 ///   os, os_source, installer_name, installer_name_source    what the launcher is told, and by what:

@@ -37,6 +37,8 @@ inline const char* CodeOf(Expectation expectation) {
       return "staging-fails";
     case Expectation::kCannotStart:
       return "cannot-start";
+    case Expectation::kStartScriptFails:
+      return "start-script-fails";
     case Expectation::kLauncherCannotStart:
       return "launcher-cannot-start";
     case Expectation::kInstallerRuns:

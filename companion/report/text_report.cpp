@@ -110,7 +110,7 @@ class Text {
     std::size_t width = 0;
     for (const auto& [numbers, rest] : lines) width = std::max(width, numbers.size());
     for (const auto& [numbers, rest] : lines) {
-      Line("", std::string(width - numbers.size(), ' ') + numbers + "  " + rest);
+      Line("", std::string(width - numbers.size(), ' ').append(numbers).append("  ").append(rest));
     }
   }
 
@@ -176,8 +176,9 @@ class Text {
   }
 
   std::string WhatIsStarted() const {
+    if (report_.start_problems.launcher) return "the launcher cannot be started";
     const std::string status = std::to_string(report_.status.value_or(0));
-    switch (report_.EndOfStart()) {
+    switch (report_.expectation) {
       case Expectation::kInstallerRuns:
         return report_.staged ? "the installer will be staged and started"
                               : "the installer will be started in place";
@@ -185,8 +186,6 @@ class Text {
         return "the launcher will only answer with status " + status;
       case Expectation::kCannotStart:
         return "the installer cannot be started, status " + status;
-      case Expectation::kLauncherCannotStart:
-        return "the launcher cannot be started";
       default:
         return "the launcher will end with status " + status;
     }

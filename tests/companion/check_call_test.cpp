@@ -221,7 +221,7 @@ TEST(KvlMediaCheck, GivesProgramsOneObjectWithAllKeys) {
       {"fine", false},
       {"expectation", "installer-runs"},
       {"status", nullptr},
-      {"starts", true},
+      {"start", "installer-runs"},
       {"media", media},
       {"found_in", world.Path(".")},
       {"os", "linux"},

@@ -164,6 +164,8 @@ Fine: the installer will be started in place
 $ check ./1/.
 System     linux, from StartTUI.sh
 Installer  {1}/inst/linux/code/bin/installer, in the media; name from StartTUI.sh
+# NothingOfTheInstallerThatTheScriptNamesWhereAnotherMediaHasOne: file 1/StartTUI.sh KVL_OS=other\n; installer ext
+$ KVL_ZOLVEN_Installer={ext}
 # NothingInAScript: file 1/inst/linux/code/bin/installer #!/bin/sh
 # NothingInAScriptWithAnArgument: file 1/inst/linux/code/bin/installer #! \x09/bin/sh -e\nexit\n
 # NothingInAScriptThatNamesNoInterpreter: file 1/inst/linux/code/bin/installer #!\n
