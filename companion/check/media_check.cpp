@@ -155,7 +155,7 @@ class MediaCheck {
     }
     report_.staged = plan_.CopyInstaller;
     if (report_.staged) ForecastCopies();
-    if (report_.IsStillGoing()) ForecastStart(plan_, before_, report_);
+    if (report_.MayStart()) ForecastStart(plan_, before_, report_);
   }
 
   void ForecastCopies() {
@@ -164,6 +164,7 @@ class MediaCheck {
         {state_.MediaDir, state_.CommonDirPrefix, state_.OsName, report_.staging_directory + "/"},
         report_.findings);
     if (report_.staging.fails) End(Expectation::kStagingFails, ExitStatus::kStagingFailed);
+    if (report_.staging.is_doubtful) report_.End(Expectation::kCannotBeKnown, std::nullopt);
   }
 
   void LookThroughTrees() {

@@ -22,7 +22,8 @@ enum class Expectation {
   kAbort,  ///< an uncaught exception
   kQuery,  ///< only the result of the scan was asked for
   kStagingFails,
-  kCannotStart,  ///< the installer could not be executed
+  kCannotStart,    ///< the installer could not be executed
+  kCannotBeKnown,  ///< whether the installer starts, or how a start of it ends
   kInstallerRuns,
 };
 
@@ -32,7 +33,8 @@ struct MediaReport {
   std::string installer_name;
 
   Expectation expectation = Expectation::kInstallerRuns;
-  std::optional<int> status;          ///< the exit status; nothing when the installer decides
+  std::optional<int>
+      status;  ///< the exit status; nothing when the installer decides or it cannot be known
   std::vector<std::string> messages;  ///< of the launcher, until it stages and starts the installer
 
   InstallerSource source = InstallerSource::kNone;
@@ -59,8 +61,10 @@ struct MediaReport {
 
   bool IsStillGoing() const { return expectation == Expectation::kInstallerRuns; }
 
+  bool MayStart() const { return IsStillGoing() || expectation == Expectation::kCannotBeKnown; }
+
   /// The first end that a run comes to is the one.
-  void End(Expectation end, int with_status) {
+  void End(Expectation end, std::optional<int> with_status) {
     if (!IsStillGoing()) return;
     expectation = end;
     status = with_status;

@@ -12,7 +12,8 @@ namespace kvl {
 
 struct StagingForecast {
   bool fails = false;
-  std::uint64_t files = 0;        ///< to be copied; one that is overwritten counts twice
+  bool is_doubtful = false;       ///< it cannot be known whether it fails
+  std::uint64_t files = 0;        ///< that there will be
   std::uint64_t directories = 0;  ///< likewise
   std::uint64_t bytes = 0;        ///< in these files
   std::int64_t free_bytes = 0;    ///< under the temporary directory
@@ -25,7 +26,8 @@ struct StagingForecast {
 
 /// Goes through all that would be copied as the copy would, links followed, but looks into no
 /// directory twice, so that it ends soon where a copy would go on for years. Every reason for the
-/// copy to fail is an error among the findings.
+/// copy to fail is an error among the findings; of `is_doubtful` a warning is.
+/// The name of the staging directory may be shorter than an identifier.
 StagingForecast ForecastStaging(const StagingRequest& request, Findings& findings);
 
 }  // namespace kvl

@@ -37,6 +37,8 @@ inline const char* CodeOf(Expectation expectation) {
       return "staging-fails";
     case Expectation::kCannotStart:
       return "cannot-start";
+    case Expectation::kCannotBeKnown:
+      return "cannot-be-known";
     case Expectation::kInstallerRuns:
       break;
   }

@@ -85,7 +85,8 @@ class Text {
   std::string Start() const {
     if (report_.expectation == Expectation::kQuery) return "not asked for";
     const bool is_started = report_.expectation == Expectation::kInstallerRuns ||
-                            report_.expectation == Expectation::kCannotStart;
+                            report_.expectation == Expectation::kCannotStart ||
+                            report_.expectation == Expectation::kCannotBeKnown;
     if (!report_.staged) return is_started ? "in place" : "none";
     const StagingForecast& staging = report_.staging;
     return "staged in " + ToOneLine(report_.staging_directory) + ": " +
@@ -119,6 +120,8 @@ class Text {
       case Expectation::kQuery:
         return start + "the launcher will only answer with status " +
                std::to_string(report_.status.value_or(0));
+      case Expectation::kCannotBeKnown:
+        return start + "what comes of a start of the installer cannot be known";
       case Expectation::kCannotStart:
         return start + "the installer cannot be started, status " +
                std::to_string(report_.status.value_or(0));

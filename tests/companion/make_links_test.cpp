@@ -7,11 +7,11 @@
 namespace kvl::test {
 namespace {
 
-constexpr char kInstaller[] = "file setup #!/bin/sh\\n; ";
+constexpr char kSmallInstaller[] = "file setup #!/bin/sh\\n; ";
 
 /// A library as most packages have it, and a link to a directory.
 const std::string kLibrary =
-    std::string(kInstaller) +
+    std::string(kSmallInstaller) +
     "file payload/lib/x.so.1.2 library; link payload/lib/x.so.1 x.so.1.2; "
     "link payload/lib/x.so x.so.1; link payload/lib64 lib; link payload/bin/tool ../lib64/./x.so";
 
@@ -61,7 +61,7 @@ TEST(MakeLinks, MayLeadToWhatLiesOnAnotherVolume) {
   for (const Row& row : {Row{"flat", "media", "media"}, Row{"sibling", "media/1", "media/2"},
                          Row{"am", "media/1/media/1", "media/2/media/2"}}) {
     SCOPED_TRACE(row.layout);
-    const CheckWorld world(std::string(kInstaller) +
+    const CheckWorld world(std::string(kSmallInstaller) +
                            "file payload/1/lib/x library; link payload/1/y bin/x; "
                            "link payload/2/bin/x ../lib64/./x; link payload/2/lib64 lib");
     const Outcome seen = world.MakeMedia({"--presorted", "--layout", row.layout});
@@ -74,13 +74,13 @@ TEST(MakeLinks, MayLeadToWhatLiesOnAnotherVolume) {
 }
 
 TEST(MakeLinks, AreRefusedWhereAnotherVolumeHasSomethingOfThatName) {
-  CheckWorld(std::string(kInstaller) + "dir payload/1/d; link payload/2/d e; dir payload/2/e")
+  CheckWorld(std::string(kSmallInstaller) + "dir payload/1/d; link payload/2/d e; dir payload/2/e")
       .ExpectRefusedAndUntouched({"--presorted"},
                                  "a link of one volume has the name of something on another: d");
 }
 
 TEST(MakeLinks, KeepsThoseOfWhatTheInstallerNeeds) {
-  const CheckWorld world(std::string(kInstaller) +
+  const CheckWorld world(std::string(kSmallInstaller) +
                          "dir payload; file needs/common/a a; link needs/common/b a");
   world.ExpectMade(world.MakeMedia({"--inst", "needs"}), "'{media}");
   EXPECT_THAT(DescribeTree(world.Path("media/inst/common")),
@@ -89,7 +89,7 @@ TEST(MakeLinks, KeepsThoseOfWhatTheInstallerNeeds) {
 }
 
 TEST(MakeLinks, CopiesWhatTheyLeadToWhenTheyAreToBeFollowed) {
-  const CheckWorld world(std::string(kInstaller) +
+  const CheckWorld world(std::string(kSmallInstaller) +
                          "file outside/program #!/bin/sh\\n; mode 755 outside/program; "
                          "file outside/deep/file text; link outside/deep/again file; "
                          "link payload/all ../outside; link payload/program all/program");
