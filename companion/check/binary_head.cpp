@@ -198,14 +198,14 @@ class BinaryReader {
     if (text.error != 0) return Unread(text.error);
     if (text.bytes.size() < name.size) return Damaged(kSegmentCutOff, BinaryEnd::kRefused);
     if (text.bytes.back() != '\0') return Damaged(kHeaderWrong, BinaryEnd::kCannotBeKnown);
-    return LookAtLoader(std::string(text.bytes.c_str()));
+    return LookAtLoader(text.bytes.substr(0, text.bytes.find('\0')));
   }
 
   BinaryCheck LookAtLoader(const std::string& loader) const {
     const PathState state = StateAt(loader);
     const int refusal = state.error != 0 ? state.error : WhyNotAllowed(loader, X_OK);
     if (refusal != 0 && !IsAboutThePath(refusal)) return UnreadBeside(loader, refusal);
-    const BinaryCheck missing = {.fault = BinaryFault::kNoLoader, .loader = loader};
+    BinaryCheck missing = {.fault = BinaryFault::kNoLoader, .loader = loader};
     if (refusal != 0 || !state.IsFile()) return missing;
     const FileStart start = ReadStart(loader, sizeof(Elf64_Ehdr));
     if (start.error == EACCES) return {};  // the system does not ask whether we may read it

@@ -43,12 +43,11 @@ std::uint64_t Difference(std::uint64_t left, std::uint64_t right) {
 /// The room for files of a file system, in blocks.
 class Room {
  public:
-  /// That of the nearest directory on the way to `path` that is there; without an answer no limits.
+  /// That of the nearest directory on the way to `path` that is there; without an answer there is none.
   explicit Room(const std::string& path) {
-    for (InsPath place(path); !place.IsEmpty(); place = place.Parent()) {
-      if (::statfs(place.Str().c_str(), &status_) == 0) return;
-    }
-    status_ = {};
+    InsPath place(path);
+    while (!place.IsEmpty() && ::statfs(place.Str().c_str(), &status_) != 0) place = place.Parent();
+    is_endless_ = !place.IsEmpty() && status_.f_blocks == 0;
   }
 
   std::uint64_t BlockSize() const {
@@ -75,10 +74,11 @@ class Room {
 
   std::uint64_t Bytes(std::uint64_t blocks) const {
     const std::uint64_t most = std::numeric_limits<std::int64_t>::max();
-    return std::min(Product(blocks, BlockSize()), most);
+    return is_endless_ ? most : std::min(Product(blocks, BlockSize()), most);
   }
 
   struct statfs status_ = {};
+  bool is_endless_ = false;  // as a file system in memory without a limit
 };
 
 struct Totals {
@@ -155,11 +155,11 @@ class StagingSurvey {
     findings_.Add(kind, Severity::kError, path, arguments);
   }
 
-  /// With what else the file system needs for them, nobody knows how much the files take.
+  /// How much the file system needs beside the files, to find them again, nobody knows.
   void LookAtRoom(std::uint64_t least_taken, std::uint64_t most_taken, std::uint64_t entries) {
-    constexpr std::uint64_t kFilesOfAMap = 64;  // for so many blocks one more at the most
+    constexpr std::uint64_t kBlocksOfAMap = 64;  // which takes no more than one itself
     const std::string& path = request_.staging_dir_slash;
-    const std::uint64_t most = Sum(Sum(most_taken, most_taken / kFilesOfAMap),
+    const std::uint64_t most = Sum(Sum(most_taken, most_taken / kBlocksOfAMap),
                                    Product(forecast_.directories, room_.BlockSize()));
     if (least_taken > room_.FreeForUs()) {
       Fail(FindingKind::kNoSpace, path,

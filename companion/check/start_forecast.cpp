@@ -109,7 +109,7 @@ class StartForecast {
   std::string ClosedDirectory(const std::string& file, const std::string& directory) {
     const std::size_t first = directory.size() + (directory.ends_with('/') ? 0 : 1);
     for (std::size_t end = first; (end = file.find('/', end)) != std::string::npos; ++end) {
-      const std::string place = file.substr(0, end);
+      std::string place = file.substr(0, end);
       const int error = WhyNotAllowed(place, R_OK);
       if (!AddUnseen(place, error, Severity::kError, findings_) && error != 0) return place;
     }

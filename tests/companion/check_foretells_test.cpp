@@ -5,6 +5,7 @@
 
 #include <link.h>
 
+#include "console/text.h"
 #include "tests/companion/check_world.h"
 #include "tests/support/system_faults.h"
 
@@ -310,14 +311,26 @@ TEST(CheckForetells, ThatTinyFilesDoNotFit) {
   const std::string has_no_room =
       "error      {tmp}/<identifier>/: staging makes 417 files and directories, and there is room "
       "for 9; make room there, or let TMPDIR name another directory\n";
-  for (const auto& [limits, finding] :
-       std::map<std::string, std::string>{{"size=1m", is_short}, {"nr_inodes=10", has_no_room}}) {
-    const auto mount = [&world, limits = limits] { MountSmall(world.Path("tmp"), limits); };
+  struct Row {
+    std::string limits, finding;
+  };
+  for (const Row& row : {Row{"size=1m", is_short}, Row{"nr_inodes=10", has_no_room}}) {
+    const auto mount = [&] { MountSmall(world.Path("tmp"), row.limits); };
     const Outcome seen = world.Check({}, {}, mount);
     if (seen.status == kImpossibleHere) GTEST_SKIP() << "nothing can be mounted here";
-    world.ExpectReport(seen, Report(kStaged, Staged("{tmp}", "409") + finding));
+    world.ExpectReport(seen, Report(kStaged, Staged("{tmp}", "409") + row.finding));
     EXPECT_EQ(world.Launch("1", {.before = mount}).status, 1);
   }
+}
+
+TEST(CheckForetells, ThatAllFitsIntoAFileSystemWithoutLimits) {
+  CheckWorld world("two volumes; 2: 2=SET-B");
+  const auto mount = [&] { MountSmall(world.Path("tmp"), "size=0,nr_inodes=0"); };
+  const Outcome seen = world.Check({}, {}, mount);
+  if (seen.status == kImpossibleHere) GTEST_SKIP() << "nothing can be mounted here";
+  world.ExpectReport(seen,
+                     Report(kStaged, "1 problem: the installer will be staged and started\n"));
+  EXPECT_EQ(world.Launch("1", {.before = mount}).status, 0);
 }
 
 TEST(CheckForetells, ThatItCannotKnowWhetherTheRoomIsEnough) {
