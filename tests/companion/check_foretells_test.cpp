@@ -23,6 +23,8 @@ using Segment = ElfW(Phdr);
 
 constexpr std::size_t kWholeBinary = 3 * 65536;  // at least three pages, whatever their size
 
+constexpr std::size_t kDynamic = 2 * kWholeBinary / 3;  // where its first needs are
+
 /// The beginning of a binary that the system would start if there were any instructions in it.
 struct Binary {
   FileHeader header = {};
@@ -42,7 +44,7 @@ struct Binary {
     load.p_type = PT_LOAD;
     load.p_filesz = kWholeBinary;
     dynamic.p_type = PT_DYNAMIC;
-    dynamic.p_offset = 2 * kWholeBinary / 3;
+    dynamic.p_offset = kDynamic;
   }
 
   void NeedLoader(std::string_view path) {
@@ -106,6 +108,8 @@ std::vector<BadBinary> BadBinaries() {
        [](Binary& binary) { binary.header.e_phoff = ElfW(Off)(-1); }},
       {"cut off where its loader is named", kNoEnd, kAgain, kCannotStart, {}, kHeaders + 7},
       {"cut off before what its loader needs", kNoEnd, kAgain, kCannotStart, {}, kWholeBinary / 3},
+      {"cut off where that begins", kNoEnd, kAgain, kCannotStart, {}, kDynamic},
+      {"cut off where that has begun", kNoEnd, kAgain, kUnknown, {}, kDynamic + 1},
       {"cut off behind that", kNoEnd, kAgain, kUnknown, {}, kWholeBinary - 1},
       {"cut off behind that, with no loader for it", kNoEnd, kAgain, kCannotStart,
        [](Binary& binary) { binary.NeedLoader("/no/ld"); }, kWholeBinary - 1},
