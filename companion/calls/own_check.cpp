@@ -3,7 +3,6 @@
 #include <string_view>
 
 #include "companion/check/media_check.h"
-#include "companion/check/program_head.h"
 #include "environment/environment.h"
 #include "environment/variables.h"
 
@@ -16,9 +15,10 @@ bool IsAboutThisPlace(const Finding& finding) {
     case FindingKind::kCommandIsSplit:
     case FindingKind::kInstallerOnNoexec:
     case FindingKind::kLauncherOnNoexec:
+    case FindingKind::kInstallerForAnotherMachine:
+    case FindingKind::kLauncherForAnotherMachine:
+    case FindingKind::kLoaderMissing:
       return true;
-    case FindingKind::kLauncherNotForThisMachine:
-      return ProgramHead(finding.path).IsBinary();
     default:
       return false;
   }

@@ -3,9 +3,12 @@
 #include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <linux/capability.h>
 #include <memory>
 #include <string_view>
 
@@ -52,11 +55,40 @@ int WhyNotAllowed(const std::string& path, int how) {
   return ::access(path.c_str(), how) == 0 ? 0 : errno;
 }
 
+bool MayOverridePermissions() {
+  __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, /*pid=*/0};
+  __user_cap_data_struct powers[_LINUX_CAPABILITY_U32S_3];
+  if (::syscall(SYS_capget, &header, powers) != 0) return ::geteuid() == 0;
+  return (powers[0].effective & (1U << CAP_DAC_OVERRIDE)) != 0;
+}
+
+mode_t Umask() {
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  return mask;
+}
+
+std::string OctalUmask() {
+  const mode_t mask = Umask();
+  std::string text;
+  for (const unsigned shift : {6U, 3U, 0U}) text += std::to_string(mask >> shift & 7U);
+  return text;
+}
+
 FileStart ReadStart(const std::string& path, std::size_t most_bytes) {
+  return ReadPiece(path, /*offset=*/0, most_bytes);
+}
+
+FileStart ReadPiece(const std::string& path, std::uint64_t offset, std::size_t most_bytes) {
   if (const int error = WhyNotRegular(StateAt(path))) return {{}, error};
   const KVLInsIO::internal::FileDescriptor file(path, KVLInsIO::internal::kReadWithoutWaiting);
   if (!file.IsOpen()) return {{}, errno};
-  if (const int error = WhyNotRegular(StateOfOpen(file.Number()))) return {{}, error};
+  const PathState state = StateOfOpen(file.Number());
+  if (const int error = WhyNotRegular(state)) return {{}, error};
+  if (offset > 0) {
+    if (offset >= state.size) return {};
+    if (::lseek(file.Number(), static_cast<off_t>(offset), SEEK_SET) < 0) return {{}, errno};
+  }
   FileStart start;
   std::size_t before = 0;
   do {

@@ -2,11 +2,22 @@
 // system's reason when it does not work.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace kvl {
+
+/// True when permissions do not keep this process from a file, as those of the superuser do not.
+bool MayOverridePermissions();
+
+/// The permissions that this process takes from what it makes.
+mode_t Umask();
+/// As the shell shows it: "022".
+std::string OctalUmask();
 
 /// Whether this process may do with the file what `how` says, as for access(2), links followed: 0, or
 /// the error that it would meet. Asks for the effective ids where the system lets it, and else for
@@ -21,6 +32,9 @@ struct FileStart {
 /// The first `most_bytes` bytes of a regular file, links followed; fewer when it ends before. Never
 /// waits, whatever has been put in its place: a read that would have to is an error.
 FileStart ReadStart(const std::string& path, std::size_t most_bytes);
+
+/// The same of what begins at byte `offset`; nothing when the file ends before.
+FileStart ReadPiece(const std::string& path, std::uint64_t offset, std::size_t most_bytes);
 
 struct DirectoryNames {
   std::vector<std::string> names;  ///< without "." and ".."; after an error those until then

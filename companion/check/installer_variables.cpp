@@ -2,16 +2,27 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "companion/check/media_report.h"
 #include "companion/names/plain_text.h"
 
 namespace kvl {
 namespace {
 
-/// The most bytes that the system hands over as one variable: name, "=", value and a byte behind it.
-std::size_t LongestVariable() {
+/// The most bytes that the system hands over as one text, with the byte behind it; of a variable name
+/// and "=" belong to it.
+std::size_t LongestText() {
   constexpr std::size_t kPages = 32;
   return kPages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+}
+
+/// The most bytes that it hands over at all, whatever the limit of the stack is.
+constexpr std::size_t kMostOfAll = std::size_t{6} << 20U;
+
+std::size_t MostTogether() {
+  const long most = ::sysconf(_SC_ARG_MAX);  // a quarter of the limit of the stack
+  return most < 0 ? kMostOfAll : std::min(static_cast<std::size_t>(most), kMostOfAll);
 }
 
 template <typename Visit>
@@ -45,14 +56,28 @@ Variables Changes(const Variables& before, const Variables& after) {
   return changes;
 }
 
-bool AddTooLongVariables(Findings& findings) {
+bool AddTooLongTexts(const std::vector<std::string>& command, Findings& findings) {
   bool is_there = false;
+  // The path of the program comes once more in front of them.
+  std::size_t together = command.empty() ? 0 : command.front().size() + 1;
+  const auto is_too_long = [&](std::string_view text) {
+    together += sizeof(char*) + text.size() + 1;
+    return text.size() >= LongestText();
+  };
   ForEachVariable([&](std::string_view text) {
-    if (text.size() < LongestVariable()) return;
+    if (!is_too_long(text)) return;
     is_there = true;
     findings.Add(FindingKind::kVariableTooLong, std::string(text.substr(0, text.find('='))));
   });
-  return is_there;
+  for (std::size_t i = 0; i < command.size(); ++i) {
+    if (!is_too_long(command[i])) continue;
+    is_there = true;
+    findings.Add(FindingKind::kArgumentTooLong, "", {std::to_string(i)});
+  }
+  if (is_there || together <= MostTogether()) return is_there;
+  findings.Add(FindingKind::kTogetherTooLong, "",
+               {std::to_string(together), std::to_string(MostTogether())});
+  return true;
 }
 
 }  // namespace kvl

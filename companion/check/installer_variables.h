@@ -4,6 +4,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "companion/check/findings.h"
 
@@ -21,8 +22,8 @@ Variables AllVariables();
 /// Those of `after` that `before` has not, or with another value.
 Variables Changes(const Variables& before, const Variables& after);
 
-/// Adds an error for each variable of this process that is longer than the system hands to a
-/// program. True when there is one.
-bool AddTooLongVariables(Findings& findings);
+/// Adds an error for each variable of this process and each word of a command that is longer than the
+/// system hands to a program, or for all together. True when there is one.
+bool AddTooLongTexts(const std::vector<std::string>& command, Findings& findings);
 
 }  // namespace kvl

@@ -202,7 +202,7 @@ class MediaCheck {
     }
     report_.staged = plan_.CopyInstaller;
     if (report_.staged) ForecastCopies();
-    if (report_.IsStillGoing()) ForecastStart(plan_, before_, report_);
+    if (report_.MayStart()) ForecastStart(plan_, before_, report_);
   }
 
   void ForecastCopies() {
@@ -212,6 +212,7 @@ class MediaCheck {
         report_.findings);
     AddExchangeable(plan_.TempRoot, report_.findings);
     if (report_.staging.fails) End(Expectation::kStagingFails, ExitStatus::kStagingFailed);
+    if (report_.staging.is_doubtful) report_.End(Expectation::kCannotBeKnown, std::nullopt);
   }
 
   void LookThroughTrees() {

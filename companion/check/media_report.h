@@ -24,6 +24,7 @@ enum class Expectation {
   kQuery,  ///< only the result of the scan was asked for
   kStagingFails,
   kCannotStart,          ///< the installer could not be executed
+  kCannotBeKnown,        ///< whether the installer starts, or how a start of it ends
   kStartScriptFails,     ///< only of a start by the script
   kLauncherCannotStart,  ///< likewise
   kInstallerRuns,
@@ -48,7 +49,8 @@ struct MediaReport {
 
   /// Of a launcher that is started without the start script.
   Expectation expectation = Expectation::kInstallerRuns;
-  std::optional<int> status;          ///< the exit status; nothing when the installer decides
+  std::optional<int>
+      status;  ///< the exit status; nothing when the installer decides or it cannot be known
   std::vector<std::string> messages;  ///< of the launcher, until it stages and starts the installer
 
   InstallerSource source = InstallerSource::kNone;
@@ -81,9 +83,10 @@ struct MediaReport {
     if (start_problems.launcher) return Expectation::kLauncherCannotStart;
     return start_problems.tui ? Expectation::kStartScriptFails : expectation;
   }
+  bool MayStart() const { return IsStillGoing() || expectation == Expectation::kCannotBeKnown; }
 
   /// The first end that a run comes to is the one.
-  void End(Expectation end, int with_status) {
+  void End(Expectation end, std::optional<int> with_status) {
     if (!IsStillGoing()) return;
     expectation = end;
     status = with_status;

@@ -4,9 +4,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
-#include <elf.h>
-#include <optional>
 #include <utility>
 
 #include "companion/check/special_file.h"
@@ -16,26 +13,6 @@ namespace kvl {
 namespace {
 
 constexpr std::size_t kMostBytes = 256;  // the system looks at no more
-constexpr char kSelf[] = "/proc/self/exe";
-
-/// What the headers of all widths begin with, in the order of the machine's own bytes.
-struct BinaryKind {
-  unsigned char byte_order = 0;
-  Elf64_Half machine = 0;
-};
-
-std::optional<BinaryKind> KindOf(const std::string& bytes) {
-  Elf64_Ehdr header;
-  if (!bytes.starts_with(ELFMAG) || bytes.size() < sizeof header) return {};
-  std::memcpy(&header, bytes.data(), sizeof header);
-  return BinaryKind{header.e_ident[EI_DATA], header.e_machine};
-}
-
-bool Runs(const BinaryKind& ours, const BinaryKind& other) {
-  if (ours.byte_order != other.byte_order) return false;
-  return ours.machine == other.machine || (ours.machine == EM_X86_64 && other.machine == EM_386) ||
-         (ours.machine == EM_AARCH64 && other.machine == EM_ARM);
-}
 
 }  // namespace
 
@@ -65,17 +42,6 @@ int ProgramHead::WhyNoInterpreter() const {
   return state.IsFile() ? WhyNotAllowed(interpreter, X_OK) : EACCES;
 }
 
-bool ProgramHead::IsBinary() const {
-  return KindOf(start_.bytes).has_value();
-}
-
-bool ProgramHead::IsBinaryOfThisMachine() const {
-  const std::optional<BinaryKind> kind = KindOf(start_.bytes);
-  if (!kind) return false;
-  const std::optional<BinaryKind> ours = KindOf(ProgramHead(kSelf).start_.bytes);
-  return !ours || Runs(*ours, *kind);
-}
-
 Severity SeverityOfUnread(const ProgramHead& head) {
   return head.Error() == EACCES ? Severity::kWarning : Severity::kError;
 }
@@ -93,6 +59,27 @@ bool AddUnreadHead(const std::string& path, const ProgramHead& head, Severity se
 
 void AddCarriageReturn(const std::string& path, const ProgramHead& head, Findings& findings) {
   if (head.HasCarriageReturn()) findings.Add(FindingKind::kCarriageReturn, Severity::kError, path);
+}
+
+BinaryCheck AddBinaryFault(const std::string& path, FindingKind other_machine, Findings& findings) {
+  BinaryCheck check = CheckBinary(path);
+  switch (check.fault) {
+    case BinaryFault::kNone:
+      break;
+    case BinaryFault::kOtherMachine:
+      findings.Add(other_machine, path, {check.machine, check.own_machine});
+      break;
+    case BinaryFault::kDamaged:
+      findings.Add(FindingKind::kProgramCutOff, path, {check.damage});
+      break;
+    case BinaryFault::kNoLoader:
+      findings.Add(FindingKind::kLoaderMissing, path, {check.loader});
+      break;
+    case BinaryFault::kUnread:
+      AddUnread(check.unread, check.error, Severity::kError, findings);
+      break;
+  }
+  return check;
 }
 
 int AddMissingInterpreter(const std::string& path, const ProgramHead& head, Findings& findings) {

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "companion/check/binary_head.h"
 #include "companion/check/disc_access.h"
 #include "companion/check/findings.h"
 
@@ -25,9 +26,7 @@ class ProgramHead {
   std::string Interpreter() const;
   /// Why the system would not start the script for want of its interpreter: an error, or 0.
   int WhyNoInterpreter() const;
-  bool IsBinary() const;
-  /// True for a binary of the kind that this process was started from, or of its 32-bit relative.
-  bool IsBinaryOfThisMachine() const;
+  bool IsBinary() const { return kvl::IsBinary(start_.bytes); }
 
  private:
   std::string FirstLine() const;
@@ -44,6 +43,10 @@ bool AddUnreadHead(const std::string& path, const ProgramHead& head, Severity se
 
 /// The carriage return at the end of its first line is an error of a script.
 void AddCarriageReturn(const std::string& path, const ProgramHead& head, Findings& findings);
+
+/// Adds what keeps a binary from being started, of one for another machine as `other_machine`, and
+/// gives it back.
+BinaryCheck AddBinaryFault(const std::string& path, FindingKind other_machine, Findings& findings);
 
 /// That the interpreter of a script is missing; nothing when the carriage return is the reason. Gives
 /// back what WhyNoInterpreter says, which is asked once: a disc may answer otherwise the next time.

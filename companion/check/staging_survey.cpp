@@ -1,6 +1,8 @@
 #include "companion/check/staging_survey.h"
 
 #include <errno.h>
+#include <limits.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,10 +14,8 @@
 
 #include "companion/check/disc_access.h"
 #include "companion/check/special_file.h"
-#include "companion/check/temporary_directory.h"
 #include "companion/names/path_below.h"
 #include "companion/names/path_state.h"
-#include "insio/file_attributes.h"
 #include "insio/path.h"
 
 namespace kvl {
@@ -23,47 +23,124 @@ namespace {
 
 using KVLInsIO::InsPath;
 
+constexpr std::uint64_t kLengthOfIdentifier = 36;
+
 /// Trees of links can have more files than there are numbers.
 std::uint64_t Sum(std::uint64_t left, std::uint64_t right) {
   const std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
   return left > most - right ? most : left + right;
 }
 
+std::uint64_t Product(std::uint64_t left, std::uint64_t right) {
+  const std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+  return right != 0 && left > most / right ? most : left * right;
+}
+
+std::uint64_t Difference(std::uint64_t left, std::uint64_t right) {
+  return left > right ? left - right : 0;
+}
+
+/// The room for files of a file system, in blocks.
+class Room {
+ public:
+  /// That of the nearest directory on the way to `path` that is there; without an answer there is none.
+  explicit Room(const std::string& path) {
+    InsPath place(path);
+    while (!place.IsEmpty() && ::statfs(place.Str().c_str(), &status_) != 0) place = place.Parent();
+    is_endless_ = !place.IsEmpty() && status_.f_blocks == 0;
+  }
+
+  std::uint64_t BlockSize() const {
+    const auto size = status_.f_frsize != 0 ? status_.f_frsize : status_.f_bsize;
+    return std::max<std::uint64_t>(static_cast<std::uint64_t>(size), 1);
+  }
+
+  /// What a file of that size takes.
+  std::uint64_t Taken(std::uint64_t size) const {
+    const std::uint64_t rest = size % BlockSize();
+    return rest == 0 ? size : Sum(size, BlockSize() - rest);
+  }
+
+  std::uint64_t FreeForAll() const { return Bytes(status_.f_bavail); }
+  /// The file system may keep some for the superuser.
+  std::uint64_t FreeForUs() const {
+    return Bytes(IsKeptForUs() ? status_.f_bfree : status_.f_bavail);
+  }
+  /// How many files and directories more there can be; nothing where there is no limit.
+  std::optional<std::uint64_t> FreeEntries() const {
+    if (status_.f_files == 0) return {};
+    return status_.f_ffree;
+  }
+
+ private:
+  static bool IsKeptForUs() { return ::geteuid() == 0; }
+
+  std::uint64_t Bytes(std::uint64_t blocks) const {
+    const std::uint64_t most = std::numeric_limits<std::int64_t>::max();
+    return is_endless_ ? most : std::min(Product(blocks, BlockSize()), most);
+  }
+
+  struct statfs status_ = {};
+  bool is_endless_ = false;  // as a file system in memory without a limit
+};
+
 struct Totals {
   std::uint64_t files = 0, directories = 0, bytes = 0;
+  std::uint64_t taken = 0;           // of the file system
+  std::uint64_t replaced_bytes = 0;  // of what is there before, which is overwritten
+  std::uint64_t replaced_taken = 0;
+  std::uint64_t saved_taken = 0;  // of both the smaller one
+
+  // The longest way to a file and to a directory below; none is shorter than 0.
+  std::int64_t way_to_file = -1, way_to_directory = -1;
 
   void Add(const Totals& more) {
     files = Sum(files, more.files);
     directories = Sum(directories, more.directories);
     bytes = Sum(bytes, more.bytes);
+    taken = Sum(taken, more.taken);
+    replaced_bytes = Sum(replaced_bytes, more.replaced_bytes);
+    replaced_taken = Sum(replaced_taken, more.replaced_taken);
+    saved_taken = Sum(saved_taken, more.saved_taken);
   }
+
+  void AddBelow(const std::string& name, const Totals& more) {
+    Add(more);
+    const auto further = static_cast<std::int64_t>(name.size()) + 1;
+    if (more.way_to_file >= 0) way_to_file = std::max(way_to_file, further + more.way_to_file);
+    if (more.way_to_directory >= 0) {
+      way_to_directory = std::max(way_to_directory, further + more.way_to_directory);
+    }
+  }
+
+  std::int64_t LongestWay() const { return std::max(way_to_file, way_to_directory); }
 };
+
+bool IsTooLong(std::size_t length, std::int64_t way) {
+  return way >= 0 && length + static_cast<std::uint64_t>(way) >= PATH_MAX;
+}
 
 class StagingSurvey {
  public:
   StagingSurvey(const StagingRequest& request, Findings& findings)
-      : request_(request), findings_(findings) {}
+      : request_(request), findings_(findings), room_(request.staging_dir_slash) {}
 
   StagingForecast Run() {
     LookAtTarget();
     Totals totals;
+    std::uint64_t least_taken = 0;  // a file that is overwritten gives its room back first
     const std::vector<StagingCopy> copies = StagingCopies(request_);
-    for (const StagingCopy& copy : copies) totals.Add(Top(copy));
+    for (const StagingCopy& copy : copies) {
+      totals.Add(Top(copy));
+      least_taken = std::max(least_taken, Difference(totals.taken, totals.replaced_taken));
+    }
     forecast_.files = totals.files;
     forecast_.directories = totals.directories;
-    forecast_.bytes = totals.bytes;
-    forecast_.free_bytes = KVLInsIO::GetFreeSpace(request_.staging_dir_slash);
-    if (totals.bytes > static_cast<std::uint64_t>(forecast_.free_bytes)) {
-      Fail(FindingKind::kNoSpace, request_.staging_dir_slash,
-           {std::to_string(totals.bytes), std::to_string(forecast_.free_bytes)});
-    }
-    const std::uint64_t entries = Sum(totals.files, totals.directories);
-    forecast_.free_entries = FreeEntries(request_.staging_dir_slash);
-    const std::uint64_t needed = Sum(entries, 1);  // with the staging directory
-    if (forecast_.free_entries && needed > *forecast_.free_entries) {
-      Fail(FindingKind::kNoEntries, request_.staging_dir_slash,
-           {std::to_string(needed), std::to_string(*forecast_.free_entries)});
-    }
+    forecast_.bytes = Difference(totals.bytes, totals.replaced_bytes);
+    forecast_.free_entries = room_.FreeEntries();
+    forecast_.free_bytes = static_cast<std::int64_t>(room_.FreeForAll());
+    const std::uint64_t entries = Sum(forecast_.files, Sum(forecast_.directories, 1));
+    LookAtRoom(least_taken, Difference(totals.taken, totals.saved_taken), entries);
     if (!forecast_.fails && entries <= StagingForecast::kMostEntries) {
       std::set<std::string> names;
       for (const StagingCopy& copy : copies) List(copy.source, copy.destination, names);
@@ -73,10 +150,33 @@ class StagingSurvey {
   }
 
  private:
+  /// The name of the staging directory, which stands for an identifier.
+  std::string NameOfStaging() const { return InsPath(request_.staging_dir_slash).FileName(); }
+
   /// What makes staging fail is always an error.
   void Fail(FindingKind kind, const std::string& path, Findings::Arguments arguments = {}) {
     forecast_.fails = true;
     findings_.Add(kind, Severity::kError, path, arguments);
+  }
+
+  /// How much the file system needs beside the files, to find them again, nobody knows.
+  void LookAtRoom(std::uint64_t least_taken, std::uint64_t most_taken, std::uint64_t entries) {
+    constexpr std::uint64_t kBlocksOfAMap = 64;  // which takes no more than one itself
+    const std::string& path = request_.staging_dir_slash;
+    const std::uint64_t most = Sum(Sum(most_taken, most_taken / kBlocksOfAMap),
+                                   Product(forecast_.directories, room_.BlockSize()));
+    if (least_taken > room_.FreeForUs()) {
+      Fail(FindingKind::kNoSpace, path,
+           {std::to_string(least_taken), std::to_string(room_.FreeForUs())});
+    } else if (most > room_.FreeForAll()) {
+      forecast_.is_doubtful = true;
+      findings_.Add(FindingKind::kSpaceIsScarce, path,
+                    {std::to_string(most), std::to_string(room_.FreeForAll())});
+    }
+    if (forecast_.free_entries && entries > *forecast_.free_entries) {
+      Fail(FindingKind::kNoInodes, path,
+           {std::to_string(entries), std::to_string(*forecast_.free_entries)});
+    }
   }
 
   /// As the function of that name, for what staging needs.
@@ -93,6 +193,9 @@ class StagingSurvey {
       const PathState state = StateAt(place.Str());
       if (state.IsThere()) return place;
       IsUnseen(place.Str(), state.error);
+      if (StateOfEntry(place.Str()).IsLink()) {
+        Fail(FindingKind::kTemporaryDirectoryDangling, place.Str());
+      }
     }
     return InsPath(".");
   }
@@ -113,7 +216,11 @@ class StagingSurvey {
   /// The staging directory itself, and the directories above it that a copy must not contain.
   void LookAtTarget() {
     const InsPath place = NearestExisting(request_.staging_dir_slash);
-    LookWhetherItCanBeWritten(place);
+    if (!forecast_.fails) LookWhetherItCanBeWritten(place);
+    LookAtBackslash();
+    if (!MayOverridePermissions() && (Umask() & (S_IWUSR | S_IXUSR)) != 0) {
+      Fail(FindingKind::kUmaskClosesStaging, request_.staging_dir_slash, {OctalUmask()});
+    }
     std::error_code error;
     std::filesystem::path real = std::filesystem::canonical(place.Str(), error);
     IsUnseen(place.Str(), error.value());
@@ -124,6 +231,18 @@ class StagingSurvey {
       IsUnseen(real, state.error);
       if (!real.has_relative_path()) return;
     }
+  }
+
+  /// A directory is made where the path leads with slashes for backslashes, and a file written where
+  /// it leads as it stands.
+  void LookAtBackslash() {
+    const std::string& path = request_.staging_dir_slash;
+    const std::string given = path.substr(0, path.size() - NameOfStaging().size() - 2);
+    if (given.find('\\') == std::string::npos) return;
+    const PathState as_it_stands = StateAt(given), with_slashes = StateAt(InsPath(given).Str());
+    IsUnseen(given, as_it_stands.error);
+    if (as_it_stands.IsThere() && as_it_stands.identity == with_slashes.identity) return;
+    Fail(FindingKind::kTemporaryDirectoryWithBackslash, given);
   }
 
   /// Where the same file of the media itself lies, over which one of an external media is laid;
@@ -145,10 +264,24 @@ class StagingSurvey {
 
   Totals Top(const StagingCopy& copy) {
     const int error = StateOfEntry(copy.source).error;
-    if (error == 0) return Entry(InOneSlash(copy.source), OverlaidBy(copy));
+    if (error == 0) {
+      const Totals totals = Entry(InOneSlash(copy.source), OverlaidBy(copy));
+      LookAtLengths(copy, totals);
+      return totals;
+    }
     const std::string source = InsPath(copy.source).Str();
     if (!IsUnseen(source, error)) Fail(FindingKind::kStagingSourceMissing, source);
     return {};
+  }
+
+  /// Files are written below the destination as it stands, directories made where it leads.
+  void LookAtLengths(const StagingCopy& copy, const Totals& totals) {
+    const std::size_t longer = Difference(kLengthOfIdentifier, NameOfStaging().size());
+    const std::string& destination = copy.destination;
+    if (IsTooLong(destination.size() + longer, totals.way_to_file) ||
+        IsTooLong(InsPath(destination).Str().size() + longer, totals.way_to_directory)) {
+      Fail(FindingKind::kStagedPathTooLong, copy.source);
+    }
   }
 
   Totals Entry(const std::string& path, const std::string& overlaid) {
@@ -164,21 +297,31 @@ class StagingSurvey {
     }
     const int error = WhyNotAllowed(path, R_OK);
     if (error != 0 && !IsUnseen(path, error)) Fail(FindingKind::kClosedFile, path);
-    LookAtOverlaid(path, overlaid, /*with_directory=*/false);
-    return {1, 0, state.size};
+    const PathState before = LookAtOverlaid(path, overlaid, /*with_directory=*/false);
+    const std::uint64_t taken = room_.Taken(state.size), taken_before = room_.Taken(before.size);
+    return {.files = before.IsFile() ? 0U : 1U,
+            .bytes = state.size,
+            .taken = taken,
+            .replaced_bytes = before.size,
+            .replaced_taken = taken_before,
+            .saved_taken = std::min(taken, taken_before),
+            .way_to_file = 0};
   }
 
   void SayWhyItCannotBeCopied(const std::string& path, int error) {
     if (IsUnseen(path, error)) return;
     Fail(error == ELOOP                 ? FindingKind::kTooManyLinks
+         : error == ENAMETOOLONG        ? FindingKind::kPathTooLong
          : StateOfEntry(path).IsThere() ? FindingKind::kDanglingLink
                                         : FindingKind::kClosedWay,
          path);
   }
 
   /// What is staged already stands in the way when it is of another kind, or may not be written.
-  void LookAtOverlaid(const std::string& path, const std::string& overlaid, bool with_directory) {
-    if (overlaid.empty()) return;
+  /// Gives back what it is.
+  PathState LookAtOverlaid(const std::string& path, const std::string& overlaid,
+                           bool with_directory) {
+    if (overlaid.empty()) return {.error = ENOENT};
     const PathState state = StateAt(overlaid);
     if (!state.IsThere()) {
       IsUnseen(overlaid, state.error);
@@ -186,16 +329,21 @@ class StagingSurvey {
       Fail(with_directory ? FindingKind::kDirectoryOverFile : FindingKind::kFileOverDirectory,
            path);
     } else if (!with_directory && (state.mode & S_IWUSR) == 0) {
-      const bool fails = ::geteuid() != 0;  // only the superuser writes into it all the same
+      const bool fails = !MayOverridePermissions();
       if (fails) forecast_.fails = true;
       findings_.Add(FindingKind::kReadOnlyOverwritten,
                     fails ? Severity::kError : Severity::kWarning, overlaid);
     }
+    return state;
   }
 
   Totals Directory(const std::string& path, const FileIdentity& identity,
                    const std::string& overlaid) {
-    LookAtOverlaid(path, overlaid, /*with_directory=*/true);
+    const PathState before = LookAtOverlaid(path, overlaid, /*with_directory=*/true);
+    const bool is_laid_over = before.IsDirectory();
+    // What cannot be listed has been staged as an empty directory.
+    const int list_error = is_laid_over ? WhyNotAllowed(overlaid, R_OK) : ENOENT;
+    const bool has_below = !IsUnseen(overlaid, list_error) && list_error == 0;
     if (above_target_.contains(identity)) {
       Fail(FindingKind::kStagingIntoItself, path);
       return {};
@@ -204,19 +352,24 @@ class StagingSurvey {
       Fail(FindingKind::kLinkCycle, path);
       return {};
     }
-    if (const auto known = done_.find(identity); known != done_.end()) return known->second;
+    const auto key = std::make_pair(identity, is_laid_over ? before.identity : FileIdentity());
+    if (const auto known = done_.find(key); known != done_.end()) {
+      if (IsTooLong(path.size(), known->second.LongestWay())) Fail(FindingKind::kPathTooLong, path);
+      return known->second;
+    }
 
     const DirectoryNames list = SortedNamesIn(path);
     if (list.error != 0 && !IsUnseen(path, list.error)) {
-      findings_.Add(FindingKind::kDirectoryNotListable, path);
+      findings_.Add(FindingKind::kDirectoryNotListable, Severity::kWarning, path);
     }
     on_the_way_.insert(identity);
-    Totals totals = {0, 1, 0};
+    Totals totals = {.directories = is_laid_over ? 0U : 1U, .way_to_directory = 0};
     for (const std::string& name : list.names) {
-      totals.Add(Entry(PathBelow(path, name), overlaid.empty() ? "" : PathBelow(overlaid, name)));
+      const std::string below = has_below ? PathBelow(overlaid, name) : "";
+      totals.AddBelow(name, Entry(PathBelow(path, name), below));
     }
     on_the_way_.erase(identity);
-    done_[identity] = totals;
+    done_[key] = totals;
     return totals;
   }
 
@@ -238,10 +391,11 @@ class StagingSurvey {
 
   const StagingRequest& request_;
   Findings& findings_;
+  const Room room_;
   StagingForecast forecast_;
   std::set<FileIdentity> above_target_;
   std::set<FileIdentity> on_the_way_;
-  std::map<FileIdentity, Totals> done_;
+  std::map<std::pair<FileIdentity, FileIdentity>, Totals> done_;  // with what they are laid over
 };
 
 }  // namespace

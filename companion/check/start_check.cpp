@@ -112,7 +112,9 @@ class StartCheck {
     if (head.IsScript()) {
       AddCarriageReturn(launcher, head, findings_);
       AddMissingInterpreter(launcher, head, findings_);
-    } else if (!head.IsBinaryOfThisMachine()) {
+    } else if (head.IsBinary()) {
+      AddBinaryFault(launcher, FindingKind::kLauncherForAnotherMachine, findings_);
+    } else {
       findings_.Add(FindingKind::kLauncherNotForThisMachine, launcher);
     }
   }

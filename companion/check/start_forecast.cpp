@@ -1,9 +1,10 @@
 #include "companion/check/start_forecast.h"
 
-#include <sys/stat.h>
+#include <errno.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,23 +30,22 @@ class StartForecast {
   void Run(const Variables& before) {
     ExportToInstaller(plan_);
     ExportToCommand();
-    CheckCommand(SplitCommand(plan_.CommandLine));
+    const std::vector<std::string> command = SplitCommand(plan_.CommandLine);
+    CheckCommand(command);
     for (const auto& [name, value] : Changes(before, AllVariables())) {
       report_.variables.emplace(name, WithoutIdentifier(value));
     }
-    if (AddTooLongVariables(findings_)) CannotStart();
+    if (AddTooLongTexts(command, findings_)) CannotStart();
     CheckPaths();
-    const PathState state = StateAt(report_.installer);
-    if (IsFileToStart(state)) {
-      CheckExecutable(state.mode);
-      CheckInstallerHead();
-    } else {
-      CannotStart();
-    }
+    if (report_.staged && !FindStaged()) return CannotStart();
+    if (!IsFileToStart(StateAt(program_))) return CannotStart();
+    CheckExecutable();
+    CheckInstallerHead();
   }
 
  private:
   void CannotStart() { report_.End(Expectation::kCannotStart, kCannotStartStatus); }
+  void CannotBeKnown() { report_.End(Expectation::kCannotBeKnown, std::nullopt); }
 
   /// The text with the identifier of this plan, which is not that of any run, written as such.
   std::string WithoutIdentifier(std::string text) const {
@@ -79,40 +79,119 @@ class StartForecast {
   /// False when it cannot even be asked for its permissions, and what is in it.
   bool IsFileToStart(const PathState& state) {
     if (!state.IsThere()) {  // it was
-      AddUnread(report_.installer, state.error, Severity::kError, findings_);
+      AddUnread(program_, state.error, Severity::kError, findings_);
       return false;
     }
-    if (state.IsDirectory()) findings_.Add(FindingKind::kInstallerIsNoFile, report_.installer);
-    return !state.IsDirectory() &&
-           !AddSpecialFile(report_.installer, state, Severity::kError, findings_);
+    if (state.IsDirectory()) findings_.Add(FindingKind::kInstallerIsNoFile, program_);
+    return !state.IsDirectory() && !AddSpecialFile(program_, state, Severity::kError, findings_);
   }
 
-  void CheckExecutable(mode_t mode) {
-    const std::string place = report_.staged ? plan_.TempRoot : report_.installer;
+  /// Finds out whose copy the staged installer is. False when there is none, although the one found is
+  /// there: what cannot be listed is copied as if it were empty.
+  bool FindStaged() {
+    const std::string& own = plan_.InstallerCandidate;
+    const bool has_own = IsStaged(own, plan_.OriginalMediaDir);
+    const std::string& external = state_.CommonDirPrefix;
+    const bool has_external = !external.empty() && IsStaged(report_.installer, external);
+    if (has_own && !has_external) program_ = own;
+    if (has_own) whose_mode_counts_ = own;  // an external one is written into what is there already
+    if (has_own || has_external) return true;
+    const std::string closed =
+        ClosedDirectory(report_.installer, external.empty() ? plan_.OriginalMediaDir : external);
+    findings_.Add(FindingKind::kDirectoryNotListable, Severity::kError, closed);
+    return false;
+  }
+
+  bool IsStaged(const std::string& file, const std::string& directory) {
+    const PathState state = StateAt(file);
+    AddUnseen(file, state.error, Severity::kError, findings_);
+    return state.IsThere() && ClosedDirectory(file, directory).empty();
+  }
+
+  /// The first one below `directory` on the way to a file in it that cannot be listed; maybe none.
+  std::string ClosedDirectory(const std::string& file, const std::string& directory) {
+    const std::size_t first = directory.size() + (directory.ends_with('/') ? 0 : 1);
+    for (std::size_t end = first; (end = file.find('/', end)) != std::string::npos; ++end) {
+      std::string place = file.substr(0, end);
+      const int error = WhyNotAllowed(place, R_OK);
+      if (!AddUnseen(place, error, Severity::kError, findings_) && error != 0) return place;
+    }
+    return {};
+  }
+
+  void CheckExecutable() {
+    const std::string place = report_.staged ? plan_.TempRoot : program_;
     if (IsOnNoexecMount(place, findings_)) {
       findings_.Add(report_.staged ? FindingKind::kStagedOnNoexec : FindingKind::kInstallerOnNoexec,
                     place);
       CannotStart();
-    } else if (!MayBeExecuted(mode)) {
-      findings_.Add(FindingKind::kInstallerNotExecutable, InstallerWhoseModeCounts());
+    } else if (!MayBeExecuted()) {
+      if (report_.staged && (ModeThatCounts() & ExecuteBits()) != 0) {
+        AddUmask();
+      } else {
+        findings_.Add(FindingKind::kInstallerNotExecutable, whose_mode_counts_);
+      }
       CannotStart();
     }
   }
 
+  bool MayBeExecuted() {
+    if (report_.staged) return (ModeThatCounts() & ~Umask() & ExecuteBits()) != 0;
+    const int error = WhyNotAllowed(program_, X_OK);
+    return AddUnseen(program_, error, Severity::kError, findings_) || error == 0;
+  }
+
+  mode_t ModeThatCounts() {
+    const PathState state = StateAt(whose_mode_counts_);
+    AddUnseen(whose_mode_counts_, state.error, Severity::kError, findings_);
+    return state.mode;
+  }
+
+  /// The copy belongs to the user; the superuser needs any of the three.
+  static mode_t ExecuteBits() {
+    return MayOverridePermissions() ? S_IXUSR | S_IXGRP | S_IXOTH : S_IXUSR;
+  }
+
   void CheckInstallerHead() {
-    const ProgramHead head(report_.installer);
-    if (AddUnreadHead(report_.installer, head, SeverityOfUnread(head), findings_)) {
-      if (SeverityOfUnread(head) == Severity::kError) EndForWantOfTheInstaller();
-      return;
+    const ProgramHead head(program_);
+    if (head.Error() == EACCES && !report_.staged) {
+      findings_.Add(FindingKind::kInstallerNotReadable, program_);
+      CannotBeKnown();
+    } else if (AddUnreadHead(program_, head, Severity::kError, findings_)) {
+      EndForWantOfTheInstaller();
+    } else if (head.IsBinary()) {
+      CheckBinaryInstaller();
+    } else {
+      CheckScript(head);
     }
-    if (head.IsEmpty()) {
-      findings_.Add(FindingKind::kInstallerIsEmpty, report_.installer);
-      // What the system cannot execute is given to the shell, which finds nothing to do.
-      report_.End(Expectation::kCannotStart, kEmptyScriptStatus);
-      return;
+  }
+
+  void CheckBinaryInstaller() {
+    const BinaryCheck check =
+        AddBinaryFault(program_, FindingKind::kInstallerForAnotherMachine, findings_);
+    if (check.fault == BinaryFault::kNone) return;
+    if (check.end == BinaryEnd::kCannotBeKnown) return CannotBeKnown();
+    check.fault == BinaryFault::kUnread ? EndForWantOfTheInstaller() : CannotStart();
+  }
+
+  void CheckScript(const ProgramHead& head) {
+    if (head.IsEmpty()) findings_.Add(FindingKind::kInstallerIsEmpty, program_);
+    AddCarriageReturn(program_, head, findings_);
+    if (AddMissingInterpreter(program_, head, findings_) != 0) CannotStart();
+    if (report_.staged && !MayReadWhatIsStaged()) {
+      AddUmask();
+      CannotBeKnown();  // how its interpreter takes that
     }
-    AddCarriageReturn(report_.installer, head, findings_);
-    if (AddMissingInterpreter(report_.installer, head, findings_) != 0) CannotStart();
+    // What the system cannot execute is given to the shell, which finds nothing to do.
+    if (head.IsEmpty()) report_.End(Expectation::kCannotStart, kEmptyScriptStatus);
+  }
+
+  bool MayReadWhatIsStaged() {
+    return MayOverridePermissions() || (ModeThatCounts() & ~Umask() & S_IRUSR) != 0;
+  }
+
+  void AddUmask() {
+    findings_.Add(FindingKind::kUmaskClosesStaging, report_.staging_directory, {OctalUmask()});
   }
 
   /// It can be neither copied nor started.
@@ -124,38 +203,12 @@ class StartForecast {
     }
   }
 
-  /// A staged installer of an external media has the mode of the media's own one, if there is one.
-  std::string InstallerWhoseModeCounts() {
-    const bool overlays = report_.staged && !state_.CommonDirPrefix.empty();
-    if (!overlays) return report_.installer;
-    const std::string& own = plan_.InstallerCandidate;
-    const int error = WhyNotAllowed(own, F_OK);
-    AddUnseen(own, error, Severity::kError, findings_);
-    return error == 0 ? own : report_.installer;
-  }
-
-  bool MayBeExecuted(mode_t mode) {
-    if (!report_.staged) {
-      const int error = WhyNotAllowed(report_.installer, X_OK);
-      return AddUnseen(report_.installer, error, Severity::kError, findings_) || error == 0;
-    }
-    const std::string counts = InstallerWhoseModeCounts();
-    if (counts != report_.installer) {
-      const PathState state = StateAt(counts);
-      if (state.IsThere()) mode = state.mode;
-      AddUnseen(counts, state.error, Severity::kError, findings_);
-    }
-    const mode_t mask = ::umask(0);
-    ::umask(mask);
-    // The copy belongs to the user; the superuser needs any of the three bits.
-    const mode_t wanted = ::geteuid() == 0 ? S_IXUSR | S_IXGRP | S_IXOTH : S_IXUSR;
-    return (mode & ~mask & wanted) != 0;
-  }
-
   const RunPlan& plan_;
   const LauncherState& state_;
   MediaReport& report_;
   Findings& findings_;
+  std::string program_ = report_.installer;  // what is started, or what that is a copy of
+  std::string whose_mode_counts_ = program_;
 };
 
 }  // namespace

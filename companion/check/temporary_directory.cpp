@@ -1,6 +1,5 @@
 #include "companion/check/temporary_directory.h"
 
-#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -8,7 +7,6 @@
 
 #include "companion/check/special_file.h"
 #include "companion/names/path_state.h"
-#include "insio/path.h"
 
 namespace kvl {
 namespace {
@@ -49,17 +47,6 @@ void AddExchangeable(const std::string& directory, Findings& findings) {
   const fs::path real = fs::weakly_canonical(named, error);
   AddUnseen(directory, error.value(), Severity::kWarning, findings);
   if (!AddFirstExchangeable(named, findings)) AddFirstExchangeable(real, findings);
-}
-
-std::optional<std::uint64_t> FreeEntries(const std::string& path) {
-  struct statvfs status;
-  for (KVLInsIO::InsPath place(path); !place.IsEmpty(); place = place.Parent()) {
-    if (::statvfs(place.Str().c_str(), &status) != 0) continue;
-    // Where there is no table of files, their number is 0.
-    if (status.f_files == 0) return {};
-    return status.f_favail;
-  }
-  return {};
 }
 
 }  // namespace kvl

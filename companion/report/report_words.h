@@ -41,6 +41,8 @@ inline const char* CodeOf(Expectation expectation) {
       return "start-script-fails";
     case Expectation::kLauncherCannotStart:
       return "launcher-cannot-start";
+    case Expectation::kCannotBeKnown:
+      return "cannot-be-known";
     case Expectation::kInstallerRuns:
       break;
   }

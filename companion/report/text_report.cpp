@@ -134,7 +134,8 @@ class Text {
   std::string Start() const {
     if (report_.expectation == Expectation::kQuery) return "not asked for";
     const bool is_started = report_.expectation == Expectation::kInstallerRuns ||
-                            report_.expectation == Expectation::kCannotStart;
+                            report_.expectation == Expectation::kCannotStart ||
+                            report_.expectation == Expectation::kCannotBeKnown;
     if (!report_.staged) return is_started ? "in place" : "none";
     const StagingForecast& staging = report_.staging;
     return "staged in " + ToOneLine(report_.staging_directory) + ": " +
@@ -184,6 +185,8 @@ class Text {
                               : "the installer will be started in place";
       case Expectation::kQuery:
         return "the launcher will only answer with status " + status;
+      case Expectation::kCannotBeKnown:
+        return "what comes of a start of the installer cannot be known";
       case Expectation::kCannotStart:
         return "the installer cannot be started, status " + status;
       default:

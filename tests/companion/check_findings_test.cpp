@@ -77,6 +77,17 @@ warning    {1}/1.txt: it cannot be read: Input/output error; look at its disc, a
 error      {1}/StartTUI.sh: the start script has no execute permission; give it that (chmod a+x)
 error      {1}/StartTUI.sh: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 3 problems: StartTUI.sh starts nothing; without it, the installer will be staged and started
+# TemporaryDirectoryByALinkWithABackslash: dir tmp/a/b; link tmp/a\\b a/b; remove 2
+$ TMPDIR={tmp}/a\\b
+           2  missing     {2}
+Start      staged in {tmp}/a\\b/<identifier>: 9 files, <n> bytes, free <n>
+warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
+# ScriptThatIsToBeReadOnceItIsStaged: remove 2; file 1/inst/linux/code/bin/installer #!/bin/sh\n
+$ without-rights umask-400
+           2  missing     {2}
+warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
+error      {tmp}/<identifier>: the umask 400 takes permissions from what is staged that you need yourself; set one that leaves them to you (umask 022)
+2 problems: what comes of a start of the installer cannot be known
 = has no installer
 # NoInstaller:
 $ --installer other
@@ -123,6 +134,10 @@ error      {1}/inst/linux/code/bin/installer: its first line has a carriage retu
 error      {1}/inst/linux/code/bin/installer: its first line names a program that is missing or cannot be executed: /nowhere/sh; correct the line, or install that program
 # InstallerWhoseInterpreterIsADirectory: file 1/inst/linux/code/bin/installer #!/
 error      {1}/inst/linux/code/bin/installer: its first line names a program that is missing or cannot be executed: /; correct the line, or install that program
+# InstallerThatMayBeExecutedAndNotRead: mode 111 1/inst/linux/code/bin/installer
+$ without-rights
+warning    {1}/inst/linux/code/bin/installer: you may execute it, but not read it, so that it cannot be known whether it starts; give it read permission (chmod a+r)
+1 problem: what comes of a start of the installer cannot be known
 # InstallerThatIsADirectory: dir 1/inst/linux/code/bin/installer
 error      {1}/inst/linux/code/bin/installer: it is a directory; put the installer there as a file
 # InstallerOnAMountThatForbidsToExecute: starter; link 1/inst/linux/code/bin/kvl-launcher installer
@@ -441,7 +456,7 @@ error      {1}/inst/linux/code/bin/kvl-launcher: the launcher would be started f
 # FileAndDirectoryOfOneNameInBothMedia: file 1/inst/common/x; dir 1/inst/common/y; installer ext; file ext/inst/common/x/z; file ext/inst/common/y
 $ KVL_UseExternalInstaller=1 -- -installerPath {ext}
 Installer  {ext}/inst/linux/code/bin/installer, from -installerPath; name from --installer
-Start      staged in {tmp}/<identifier>: 15 files, <n> bytes, free <n>
+Start      staged in {tmp}/<identifier>: 12 files, <n> bytes, free <n>
 error      {ext}/inst/common/x: a directory, and in the media a file has its name; rename one of the two
 error      {ext}/inst/common/y: a file, and in the media a directory has its name; rename one of the two
 3 problems: the launcher will end with status 1
@@ -453,6 +468,21 @@ error      {1}/inst: the temporary directory lies inside of what is copied; let 
 $ TMPDIR={none}
 Start      staged in {none}/<identifier>: 9 files, <n> bytes, free <n>
 error      {none}: the temporary directory is none; let TMPDIR name a directory that you can write into
+# TemporaryDirectoryThatIsALinkToNothing: link tmp/link nowhere
+$ TMPDIR={tmp/link}
+Start      staged in {tmp/link}/<identifier>: 9 files, <n> bytes, free <n>
+error      {tmp/link}: a link that leads nowhere, on the way to the temporary directory; let TMPDIR name a directory that you can write into
+# TemporaryDirectoryBelowALinkToItself: link tmp/link link
+$ TMPDIR={tmp/link}/below
+Start      staged in {tmp/link}/below/<identifier>: 9 files, <n> bytes, free <n>
+error      {tmp/link}: a link that leads nowhere, on the way to the temporary directory; let TMPDIR name a directory that you can write into
+# TemporaryDirectoryWithABackslash: dir tmp/a\\b
+$ TMPDIR={tmp}/a\\b
+Start      staged in {tmp}/a\\b/<identifier>: 9 files, <n> bytes, free <n>
+error      {tmp}/a\\b: the temporary directory has a backslash in its path, which stands for a slash where the launcher makes directories; let TMPDIR name a directory without a backslash in its path
+# UmaskThatClosesWhatIsStaged:
+$ without-rights umask-300
+error      {tmp}/<identifier>/: the umask 300 takes permissions from what is staged that you need yourself; set one that leaves them to you (umask 022)
 # TemporaryDirectoryThatIsMissing: dir closed; mode 555 closed
 $ without-rights TMPDIR={closed/no/where}
 Start      staged in {closed/no/where}/<identifier>: 9 files, <n> bytes, free <n>

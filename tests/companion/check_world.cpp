@@ -227,6 +227,7 @@ Outcome CheckWorld::Check(const Lines& further, const Environment& env,
 
 Outcome CheckWorld::CheckBy(const std::string& line, const Lines& options) const {
   std::function<void()> before;
+  std::optional<ScopedUmask> umask;
   Environment env;
   Lines arguments;
   std::istringstream words(line);
@@ -236,6 +237,8 @@ Outcome CheckWorld::CheckBy(const std::string& line, const Lines& options) const
       before = GiveUpPermissions;
     } else if (word == "noexec") {
       before = [this] { ForbidToExecute(Path("1")); };
+    } else if (word.starts_with("umask-")) {
+      umask.emplace(static_cast<mode_t>(std::stoul(word.substr(6), nullptr, 8)));
     } else if (word == "older-container") {
       constexpr unsigned kFaccessat2 = 439;  // on every machine
       before = [] { FilterCalls({kFaccessat2}, SECCOMP_RET_ERRNO | EPERM); };

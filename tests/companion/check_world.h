@@ -43,8 +43,8 @@ class CheckWorld : public MediaWorld {
                 const std::function<void()>& before = {}) const;
 
   /// The same by a line of words, in which "''" stands for an empty one and "\x20" for a blank:
-  /// "without-rights", "noexec" of {1} or "older-container", which refuses a new system call; variables;
-  /// arguments. With "check" in front of the arguments they are all that is given, but for `options`.
+  /// "without-rights", "noexec" of {1} or "older-container", which refuses a new system call, "umask-077";
+  /// variables; arguments. With "check" in front of the arguments they are all that is given, but for `options`.
   Outcome CheckBy(const std::string& line, const Lines& options = {}) const;
 
   /// Makes a media with the tag "T 1" of "payload" and the installer "setup".

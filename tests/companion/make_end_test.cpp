@@ -53,16 +53,18 @@ TEST_F(MakeAtItsEnd, DoesNotSayHowToStartHereWhatStartsElsewhere) {
   Elf64_Ehdr header = {};
   std::memcpy(header.e_ident, ELFMAG, SELFMAG);
   header.e_ident[EI_DATA] = ELFDATA2MSB;
-  header.e_machine = EM_S390;
+  header.e_machine = EM_S390 << 8U;
   const std::string bytes(reinterpret_cast<const char*>(&header), sizeof header);
   world_.Directory().Write("starter", bytes);
-  EXPECT_EQ(world_.MakeMedia({"--launcher", "starter"}),
-            (Outcome{0,
-                     world_.Text(std::string(kFirstLines) +
-                                 "error      {media}/inst/linux/code/bin/kvl-launcher: this "
-                                 "machine cannot run the launcher; put the launcher for this "
-                                 "machine there\n"),
-                     ""}));
+  Outcome seen = world_.MakeMedia({"--launcher", "starter"});
+  seen.out = Replaced(seen.out, "this machine is \\w+", "this machine is another");
+  EXPECT_EQ(seen, (Outcome{0,
+                           world_.Text(std::string(kFirstLines) +
+                                       "error      {media}/inst/linux/code/bin/kvl-launcher: it is "
+                                       "a program for s390x in the other order of bytes, and this "
+                                       "machine is another; put the launcher for this machine "
+                                       "there\n"),
+                           ""}));
 }
 
 /// As mktemp(1) makes one. Nobody but its owner opens it.

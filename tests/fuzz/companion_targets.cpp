@@ -1,4 +1,5 @@
 // The targets of the companion: texts from a disc, and the reports on it.
+#include <elf.h>
 #include <nlohmann/json.hpp>
 
 #include "companion/check/program_head.h"
@@ -16,6 +17,7 @@
 #include "tests/fuzz/targets.h"
 #include "tests/models/byte_source.h"
 #include "tests/models/laws.h"
+#include "tests/support/test_directory.h"
 
 namespace kvl::test {
 namespace {
@@ -168,10 +170,7 @@ void FuzzProgramHead(const std::uint8_t* data, std::size_t size) {
   const ProgramHead head(FileStart{bytes});
   RequireEqual("empty", head.IsEmpty(), bytes.empty());
   RequireEqual("script", head.IsScript(), bytes.starts_with("#!"));
-  Require(!head.IsBinary() || bytes.starts_with("\x7F"
-                                                "ELF"),
-          "a binary begins as one");
-  Require(head.IsBinary() || !head.IsBinaryOfThisMachine(), "no machine runs what is no binary");
+  Require(!head.IsBinary() || bytes.starts_with(ELFMAG), "a binary begins as one");
   const std::string interpreter = head.Interpreter();
   const std::string line = bytes.substr(0, bytes.find('\n'));
   Require(interpreter.empty() || head.IsScript(), "only a script has an interpreter");
@@ -179,6 +178,18 @@ void FuzzProgramHead(const std::uint8_t* data, std::size_t size) {
   Require(interpreter.find_first_of(" \t\n") == std::string::npos, "it is one word");
   Require(!head.HasCarriageReturn() || line.ends_with('\r') || line.size() > 256,
           "a carriage return ends the first line");
+}
+
+void FuzzBinary(const std::uint8_t* data, std::size_t size) {
+  static const TestDirectory directory;
+  const std::string bytes = BytesOf(data, size), path = directory.Path("binary");
+  WriteFile(path, bytes);
+  const BinaryCheck check = CheckBinary(path);
+  const bool is_fine = check.fault == BinaryFault::kNone;
+  Require(!is_fine || (bytes.starts_with(ELFMAG) && size >= sizeof(Elf32_Ehdr)),
+          "what has no header is not started");
+  Require(check.fault != BinaryFault::kOtherMachine || check.machine != check.own_machine,
+          "another machine has another name");
 }
 
 void FuzzVolumeSize(const std::uint8_t* data, std::size_t size) {

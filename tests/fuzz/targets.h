@@ -26,6 +26,7 @@ void FuzzManifest(const std::uint8_t* data, std::size_t size);
 void FuzzListedPath(const std::uint8_t* data, std::size_t size);
 void FuzzSignature(const std::uint8_t* data, std::size_t size);
 // With files, in a directory below $TMPDIR:
+void FuzzBinary(const std::uint8_t* data, std::size_t size);
 void FuzzMarker(const std::uint8_t* data, std::size_t size);
 void FuzzReplaceInLines(const std::uint8_t* data, std::size_t size);
 void FuzzScan(const std::uint8_t* data, std::size_t size);
@@ -49,6 +50,7 @@ inline const std::vector<FuzzTarget> kFuzzTargets = {
     {"manifest", FuzzManifest},
     {"listed_path", FuzzListedPath},
     {"signature", FuzzSignature},
+    {"binary", FuzzBinary},
     {"marker", FuzzMarker},
     {"replace_in_lines", FuzzReplaceInLines},
     {"scan", FuzzScan},

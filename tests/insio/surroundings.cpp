@@ -32,7 +32,10 @@ void Enter(const TestDirectory& directory) {
 void EnterAsOrdinaryUser(const TestDirectory& directory) {
   fs::permissions(directory.Path(), fs::perms(0555), fs::perm_options::add);
   Enter(directory);
-  if (::geteuid() != 0) return;
+  if (::geteuid() == 0) BecomeOrdinaryUser();
+}
+
+void BecomeOrdinaryUser() {
   RequireDone(::setgroups(0, nullptr) == 0, "leave the groups");
   RequireDone(::setresgid(kNobody, kNobody, kNobody) == 0, "change the group");
   RequireDone(::setresuid(kNobody, kNobody, kNobody) == 0, "change the user");

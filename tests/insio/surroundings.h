@@ -21,6 +21,9 @@ void Enter(const TestDirectory& directory);
 /// directory itself may be closed.
 void EnterAsOrdinaryUser(const TestDirectory& directory);
 
+/// To be called in a child: the rights of root become those of nobody in particular.
+void BecomeOrdinaryUser();
+
 /// What a `before` of a program ends the process with where it cannot do its work.
 inline constexpr int kImpossibleHere = 99;
 

@@ -153,7 +153,7 @@ int __wrap_statfs64(const char* path, struct statfs* status) {
   const int result = __real_statfs64(path, status);
   if (!kvl::test::fake_free_blocks) return result;
   const auto [blocks, block_size] = *kvl::test::fake_free_blocks;
-  status->f_bavail = blocks;
+  status->f_bavail = status->f_bfree = blocks;
   status->f_bsize = static_cast<decltype(status->f_bsize)>(block_size);
   return result;
 }

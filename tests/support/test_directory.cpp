@@ -52,15 +52,6 @@ std::vector<std::string> DescribeAll(const std::string& directory, bool exactly)
   return lines;
 }
 
-/// A directory without permissions cannot be emptied by an ordinary user.
-void OpenUpForRemoval(const fs::path& directory) {
-  std::error_code ignored;
-  fs::permissions(directory, fs::perms::owner_all, fs::perm_options::add, ignored);
-  for (const fs::directory_entry& entry : fs::directory_iterator(directory, ignored)) {
-    if (entry.is_directory(ignored) && !entry.is_symlink(ignored)) OpenUpForRemoval(entry.path());
-  }
-}
-
 }  // namespace
 
 TestDirectory::TestDirectory() {
@@ -77,7 +68,7 @@ TestDirectory::~TestDirectory() {
     return;
   }
   std::error_code ignored;
-  OpenUpForRemoval(path_);
+  OpenUp(path_);  // a directory without permissions cannot be emptied by an ordinary user
   fs::remove_all(path_, ignored);
 }
 
@@ -119,6 +110,14 @@ std::string TestDirectory::Pipe(std::string_view relative) const {
   const std::string path = PathWithParents(relative);
   if (::mkfifo(path.c_str(), 0600) != 0) throw std::runtime_error("cannot make " + path);
   return path;
+}
+
+void OpenUp(const std::string& directory) {
+  std::error_code ignored;
+  fs::permissions(directory, fs::perms::owner_all, fs::perm_options::add, ignored);
+  for (const fs::directory_entry& entry : fs::directory_iterator(directory, ignored)) {
+    if (entry.is_directory(ignored) && !entry.is_symlink(ignored)) OpenUp(entry.path().string());
+  }
 }
 
 void WriteFile(const std::string& path, std::string_view contents) {

@@ -34,6 +34,9 @@ class TestDirectory {
   std::string path_;
 };
 
+/// Gives the owner all permissions for a directory and those below it, links not followed.
+void OpenUp(const std::string& directory);
+
 /// Makes a file, or writes it anew.
 void WriteFile(const std::string& path, std::string_view contents);
 /// The whole contents of a file; a test failure when it cannot be read.

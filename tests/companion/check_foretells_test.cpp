@@ -1,0 +1,395 @@
+// kvl-media check: launches that fail for what a media, a user or a system is like, each foretold and
+// then tried.
+#include <sys/mount.h>
+#include <sys/utsname.h>
+
+#include <link.h>
+
+#include "console/text.h"
+#include "tests/companion/check_world.h"
+#include "tests/support/system_faults.h"
+
+namespace kvl::test {
+namespace {
+
+constexpr char kInstallerOfOne[] = "1/inst/linux/code/bin/installer";
+constexpr char kUnknown[] = "what comes of a start of the installer cannot be known";
+constexpr char kCannotStart[] = "the installer cannot be started, status 255";
+
+// --- binaries ------------------------------------------------------------------------------------
+
+using FileHeader = ElfW(Ehdr);
+using Segment = ElfW(Phdr);
+
+constexpr std::size_t kWholeBinary = 3 * 65536;  // at least three pages, whatever their size
+
+constexpr std::size_t kDynamic = 2 * kWholeBinary / 3;  // where its first needs are
+
+/// The beginning of a binary that the system would start if there were any instructions in it.
+struct Binary {
+  FileHeader header = {};
+  Segment interpreter = {}, load = {}, dynamic = {};
+  char loader[64] = "/bin/sh";  // any program for this machine
+
+  Binary() {
+    const std::string own = ReadFile("/proc/self/exe").substr(0, sizeof header);
+    std::memcpy(&header, own.data(), sizeof header);
+    header.e_type = ET_DYN;
+    header.e_phoff = sizeof header;
+    header.e_phnum = 3;
+    header.e_entry = kWholeBinary - 1;
+    interpreter.p_type = PT_INTERP;
+    interpreter.p_offset = sizeof header + 3 * sizeof load;
+    interpreter.p_filesz = sizeof "/bin/sh";
+    load.p_type = PT_LOAD;
+    load.p_filesz = kWholeBinary;
+    dynamic.p_type = PT_DYNAMIC;
+    dynamic.p_offset = kDynamic;
+  }
+
+  void NeedLoader(std::string_view path) {
+    path.copy(loader, path.size());
+    loader[path.size()] = '\0';
+    interpreter.p_filesz = static_cast<ElfW(Word)>(path.size() + 1);
+  }
+
+  std::string Bytes(std::size_t size) const {
+    std::string bytes(kWholeBinary, '\0');
+    std::memcpy(bytes.data(), this, sizeof *this);
+    return bytes.substr(0, size);
+  }
+};
+
+struct BadBinary {
+  std::string name, text, remedy, end;
+  std::function<void(Binary&)> change = {};
+  std::size_t size = kWholeBinary;
+};
+
+const std::string kDamaged = "the program is damaged: ", kAgain = "copy it again";
+const std::string kNoEnd = kDamaged + "it ends before its last segment does";
+const std::string kHalfHeader = kDamaged + "it ends within its headers";
+const std::string kNonsense = kDamaged + "its headers make no sense";
+const std::string kLoader = "the program needs a loader that is missing or cannot be executed: ";
+const std::string kInstallLoader = "install that loader, or put a program for this system there";
+constexpr char kForThisMachine[] = "put the <program> for this machine there";
+constexpr std::size_t kHeaders = sizeof(FileHeader) + 3 * sizeof(Segment);
+
+/// As the reports call it.
+std::string ThisMachine() {
+  utsname system;
+  ::uname(&system);
+  const std::string name = system.machine;
+  return name == "aarch64" ? "arm64" : name;
+}
+
+std::vector<BadBinary> BadBinaries() {
+  const bool is_arm = ThisMachine() == "arm64";
+  const std::string another = is_arm ? "x86_64" : "arm64", and_this = ", and this machine is ";
+  const ElfW(Half) its_machine = is_arm ? EM_X86_64 : EM_AARCH64;
+  return {
+      {"for another machine", "it is a program for " + another + and_this + ThisMachine(),
+       kForThisMachine, kUnknown, [=](Binary& binary) { binary.header.e_machine = its_machine; }},
+      {"for a machine that nobody has any more",
+       "it is a program for machine 32639" + and_this + ThisMachine(), kForThisMachine, kUnknown,
+       [](Binary& binary) { binary.header.e_machine = 0x7F7F; }},
+      {"of the other order of bytes",
+       "it is a program for " + another + " in the other order of bytes" + and_this + ThisMachine(),
+       kForThisMachine, kUnknown,
+       [=](Binary& binary) {
+         binary.header.e_machine = ElfW(Half)(its_machine << 8U);
+         binary.header.e_ident[EI_DATA] ^= ELFDATA2LSB ^ ELFDATA2MSB;
+       }},
+      {"with nothing behind its mark", kHalfHeader, kAgain, kUnknown, {}, 4},
+      {"cut off before its machine ends", kHalfHeader, kAgain, kUnknown, {}, 19},
+      {"cut off in its header", kHalfHeader, kAgain, kUnknown, {}, sizeof(FileHeader) - 1},
+      {"cut off in its segments", kHalfHeader, kAgain, kUnknown, {}, kHeaders - 1},
+      {"with its segments behind all numbers", kHalfHeader, kAgain, kUnknown,
+       [](Binary& binary) { binary.header.e_phoff = ElfW(Off)(-1); }},
+      {"cut off where its loader is named", kNoEnd, kAgain, kCannotStart, {}, kHeaders + 7},
+      {"cut off before what its loader needs", kNoEnd, kAgain, kCannotStart, {}, kWholeBinary / 3},
+      {"cut off where that begins", kNoEnd, kAgain, kCannotStart, {}, kDynamic},
+      {"cut off where that has begun", kNoEnd, kAgain, kUnknown, {}, kDynamic + 1},
+      {"cut off behind that", kNoEnd, kAgain, kUnknown, {}, kWholeBinary - 1},
+      {"cut off behind that, with no loader for it", kNoEnd, kAgain, kCannotStart,
+       [](Binary& binary) { binary.NeedLoader("/no/ld"); }, kWholeBinary - 1},
+      {"cut off before its first instruction", kNoEnd, kAgain, kCannotStart,
+       [](Binary& binary) { binary.dynamic = binary.interpreter = {}; }, kWholeBinary / 3},
+      {"with a segment behind all numbers", kNoEnd, kAgain, kUnknown,
+       [](Binary& binary) { binary.load.p_offset = ElfW(Off)(-4096); }},
+      {"that is linked into others", kNonsense, kAgain, kUnknown,
+       [](Binary& binary) { binary.header.e_type = ET_REL; }},
+      {"without segments", kNonsense, kAgain, kUnknown,
+       [](Binary& binary) { binary.header.e_phnum = 0; }},
+      {"with segments of another size", kNonsense, kAgain, kUnknown,
+       [](Binary& binary) { binary.header.e_phentsize = 1; }},
+      {"whose loader has no name", kNonsense, kAgain, kUnknown,
+       [](Binary& binary) { binary.interpreter.p_filesz = 1; }},
+      {"whose loader has a name without an end", kNonsense, kAgain, kUnknown,
+       [](Binary& binary) { --binary.interpreter.p_filesz; }},
+      {"whose loader has too long a name", kNonsense, kAgain, kUnknown,
+       [](Binary& binary) { binary.interpreter.p_filesz = PATH_MAX + 1; }},
+      {"whose loader is missing", kLoader + "/no/ld", kInstallLoader, kCannotStart,
+       [](Binary& binary) { binary.NeedLoader("/no/ld"); }},
+      {"whose loader is a directory", kLoader + "/", kInstallLoader, kCannotStart,
+       [](Binary& binary) { binary.NeedLoader("/"); }},
+      {"whose loader is no binary", kLoader + "/dev/null", kInstallLoader, kCannotStart,
+       [](Binary& binary) { binary.NeedLoader("/dev/null"); }},
+      {"whose loader cannot be executed", kLoader + "/etc/passwd", kInstallLoader, kCannotStart,
+       [](Binary& binary) { binary.NeedLoader("/etc/passwd"); }},
+  };
+}
+
+/// Both as the installer and as the launcher that the start script starts.
+TEST(CheckForetells, EveryBinaryThatCannotBeStarted) {
+  for (const BadBinary& row : BadBinaries()) {
+    SCOPED_TRACE(row.name);
+    CheckWorld world("two volumes");
+    Binary binary;
+    if (row.change) row.change(binary);
+    fs::remove(world.Path(kInstallerOfOne));
+    SetMode(world.Directory().Write(kInstallerOfOne, binary.Bytes(row.size)), 0755);
+    const auto line = [&](const std::string& program) {
+      std::string remedy = row.remedy;
+      ReplaceAll(remedy, "<program>", program, 0);
+      const std::string name = program == "launcher" ? "kvl-launcher" : program;
+      return "error      {1/inst/linux/code/bin/" + name + "}: " + row.text + "; " + remedy + "\n";
+    };
+    world.ExpectReport(world.Check(),
+                       Report(kInPlace, line("installer") + "1 problem: " + row.end + "\n"));
+    if (row.end == kCannotStart) {
+      EXPECT_EQ(world.Launch("1").status, 255);
+    }
+    world.Change("starter; link 1/inst/linux/code/bin/kvl-launcher installer");
+    world.ExpectReport(world.Check(),
+                       Report(kInPlace, line("installer") + line("launcher") +
+                                            "2 problems: the launcher cannot be started\n"));
+  }
+}
+
+TEST(CheckForetells, ThatABinaryIsStarted) {
+  CheckWorld world("two volumes");
+  for (const std::string loader : {"/bin/sh", ""}) {
+    Binary binary;
+    if (loader.empty()) binary.interpreter = {};
+    fs::remove(world.Path(kInstallerOfOne));
+    SetMode(world.Directory().Write(kInstallerOfOne, binary.Bytes(kWholeBinary)), 0755);
+    world.ExpectReport(world.Check(),
+                       Report(kInPlace, "Fine: the installer will be started in place\n"));
+  }
+}
+
+// --- texts that are too long ---------------------------------------------------------------------
+
+constexpr std::size_t kLongest = 131'071;  // of a text on most machines, and more on others
+
+/// Not on those others.
+bool HasUsualPages() {
+  return ::sysconf(_SC_PAGESIZE) == 4096;
+}
+
+TEST(CheckForetells, ArgumentsThatTogetherAreTooLongForOne) {
+  if (!HasUsualPages()) GTEST_SKIP() << "the longest argument is longer here";
+  CheckWorld world("two volumes");
+  const std::string half(kLongest / 2, 'x');
+  for (const std::string more : {"", "x"}) {
+    const Lines arguments = {"\"" + half, half + more + "\""};
+    const std::string split =
+        "warning    \"" + half +
+        ": the installer does not get it as it is: it has a double quote, a doubled or last "
+        "backslash, or is empty; do without that in the path or argument\n";
+    const std::string too_long =
+        "error      argument 3 of the installer is longer than the system hands to a program; "
+        "shorten it\n2 problems: the installer cannot be started, status 255\n";
+    const bool is_too_long = !more.empty();
+    Lines further = arguments;
+    further.insert(further.begin(), "--");
+    world.ExpectReport(world.Check(further),
+                       Report(kInPlace, split + (is_too_long ? too_long : "")));
+    EXPECT_EQ(world.Launch("1", {.arguments = arguments}).status, is_too_long ? 255 : 0);
+  }
+}
+
+TEST(CheckForetells, AVariableThatATagMakesTooLong) {
+  if (!HasUsualPages()) GTEST_SKIP() << "the longest variable is longer here";
+  CheckWorld world("two volumes");
+  const std::size_t longest = kLongest - std::string("KVLAdmInstMTBDIR=").size();
+  for (const std::size_t length : {longest, longest + 1}) {
+    for (const int volume : {1, 2}) {
+      world.Volume(std::to_string(volume)).Marker(volume, std::string(length, 't'));
+    }
+    const Outcome seen = world.Check({"--json"});
+    const bool is_too_long = length > longest;
+    EXPECT_EQ(seen.status, is_too_long ? 1 : 0);
+    EXPECT_EQ(seen.out.find("\"variable-too-long\"") != std::string::npos, is_too_long);
+    EXPECT_EQ(seen.out.find("\"cannot-start\"") != std::string::npos, is_too_long);
+    EXPECT_EQ(world.Launch("1").status, is_too_long ? 255 : 0);
+  }
+}
+
+/// To be called in the child: the system hands a quarter of it to a program.
+void LimitStack() {
+  const rlimit limit = {1U << 21U, 1U << 21U};
+  RequireDone(::setrlimit(RLIMIT_STACK, &limit) == 0, "limit the stack");
+}
+
+TEST(CheckForetells, VariablesThatTogetherAreTooLong) {
+  CheckWorld world("two volumes");
+  // The launcher hands the path on twice.
+  Environment env = {{"PATH", std::string(100'000, 'p')}};
+  for (const char* name : {"A", "B", "C", "D"}) env[name] = std::string(100'000, 'v');
+  const Outcome seen = world.Check({}, env, LimitStack);
+  EXPECT_EQ(Replaced(seen.out, "[0-9]+ bytes together, and the system hands [0-9]+",
+                     "<n> bytes together, and the system hands <n>"),
+            world.Text(Report(kInPlace, R"(
+error      the arguments and variables of the installer have <n> bytes together, and the system hands <n> to a program; do without the longest of them
+1 problem: the installer cannot be started, status 255
+)")));
+  EXPECT_EQ(world.Launch("1", {.env = env, .before = LimitStack}).status, 255);
+  env.erase("D");
+  world.ExpectReport(world.Check({}, env, LimitStack),
+                     Report(kInPlace, "Fine: the installer will be started in place\n"));
+  EXPECT_EQ(world.Launch("1", {.env = env, .before = LimitStack}).status, 0);
+}
+
+// --- staging -------------------------------------------------------------------------------------
+
+std::string Staged(const std::string& place, const std::string& files = "9") {
+  return "Start      staged in " + place + "/<identifier>: " + files +
+         " files, <n> bytes, free <n>\n";
+}
+
+TEST(CheckForetells, APathThatIsTooLongWhereItIsStaged) {
+  CheckWorld world("two volumes; 2: 2=SET-B");
+  // The longest path is that of the installer, or that of the directory below.
+  const std::string longest = "/12345678-1234-1234-1234-123456789012/inst/linux/code/bin/installer";
+  for (const std::size_t length : {PATH_MAX - 1 - longest.size(), PATH_MAX - longest.size()}) {
+    const std::string deep = PathOfLength(world.Path("deep"), length);
+    fs::create_directories(deep);
+    const bool is_too_long = length + longest.size() >= PATH_MAX;
+    world.ExpectReport(
+        world.Check({}, {{"TMPDIR", deep}}),
+        Report(kStaged,
+               Staged(deep) +
+                   (is_too_long
+                        ? "error      {1}/inst: where it is staged, its path is too long for the "
+                          "system; let TMPDIR name a directory with a shorter path, put it less "
+                          "deep, or shorten names\n"
+                        : "1 problem: the installer will be staged and started\n")));
+    const LaunchPlan plan = {.env = {{"TMPDIR", deep}}};
+    EXPECT_EQ(world.Launch("1", plan).status, is_too_long ? 1 : 0);
+  }
+}
+
+TEST(CheckForetells, AnInstallerThatIsNotStaged) {
+  CheckWorld world("two volumes; 2: 2=SET-B; mode 311 1/inst/linux/code");
+  const Outcome seen = world.Check({}, {}, GiveUpPermissions);
+  const LaunchSeen launch = world.Launch("1", {.before = GiveUpPermissions});
+  SetMode(world.Path("1/inst/linux/code"), 0755);
+  if (seen.status == kImpossibleHere) GTEST_SKIP() << "permissions cannot be given up here";
+  world.ExpectReport(seen, Report(kStaged, Staged("{tmp}", "8") + R"(
+error      {1}/inst/linux/code: a directory that you may not list, so that it counts as empty; give it read and execute permission (chmod a+rx)
+warning    {1}/inst/linux/code: an ordinary user cannot read it; give it read and execute permission for all (chmod a+rx)
+3 problems: the installer cannot be started, status 255
+)"));
+  EXPECT_EQ(launch.status, 255);
+}
+
+/// To be called in the child: a file system of its own in the directory, with these limits.
+void MountSmall(const std::string& directory, const std::string& limits) {
+  const bool is_possible = ::unshare(CLONE_NEWNS) == 0 &&
+                           ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                           ::mount("none", directory.c_str(), "tmpfs", 0, limits.c_str()) == 0;
+  if (!is_possible) ::_exit(kImpossibleHere);
+}
+
+CheckWorld& WithTinyFiles(CheckWorld& world) {
+  for (int i = 0; i < 400; ++i) {
+    world.Directory().Write("1/inst/common/" + std::to_string(i), "tiny");
+  }
+  return world;
+}
+
+TEST(CheckForetells, ThatTinyFilesDoNotFit) {
+  CheckWorld world("two volumes; 2: 2=SET-B");
+  WithTinyFiles(world);
+  const std::string is_short =
+      "error      {tmp}/<identifier>/: staging needs <n> bytes, and <n> are free; make room there, "
+      "or let TMPDIR name another directory\n";
+  const std::string has_no_room =
+      "error      {tmp}/<identifier>/: staging needs 417 files and directories, and 9 are free; "
+      "make room there, or let TMPDIR name another directory\n";
+  struct Row {
+    std::string limits, finding;
+  };
+  for (const Row& row : {Row{"size=1m", is_short}, Row{"nr_inodes=10", has_no_room}}) {
+    const auto mount = [&] { MountSmall(world.Path("tmp"), row.limits); };
+    const Outcome seen = world.Check({}, {}, mount);
+    if (seen.status == kImpossibleHere) GTEST_SKIP() << "nothing can be mounted here";
+    world.ExpectReport(seen, Report(kStaged, Staged("{tmp}", "409") + row.finding));
+    EXPECT_EQ(world.Launch("1", {.before = mount}).status, 1);
+  }
+}
+
+TEST(CheckForetells, ThatAllFitsIntoAFileSystemWithoutLimits) {
+  CheckWorld world("two volumes; 2: 2=SET-B");
+  const auto mount = [&] { MountSmall(world.Path("tmp"), "size=0,nr_inodes=0"); };
+  const Outcome seen = world.Check({}, {}, mount);
+  if (seen.status == kImpossibleHere) GTEST_SKIP() << "nothing can be mounted here";
+  world.ExpectReport(seen,
+                     Report(kStaged, "1 problem: the installer will be staged and started\n"));
+  EXPECT_EQ(world.Launch("1", {.before = mount}).status, 0);
+}
+
+TEST(CheckForetells, ThatItCannotKnowWhetherTheRoomIsEnough) {
+  CheckWorld world("two volumes; 2: 2=SET-B");
+  WithTinyFiles(world);
+  constexpr std::uint64_t kBlock = 4096;
+  std::uint64_t blocks = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(world.Path("1"))) {
+    const bool is_marker = entry.path().filename() == "1.txt";
+    if (entry.is_regular_file() && !is_marker) blocks += (entry.file_size() + kBlock - 1) / kBlock;
+  }
+  struct Row {
+    std::uint64_t blocks;
+    std::string end;
+  };
+  for (const Row& row : {Row{blocks - 1, "2 problems: the launcher will end with status 1"},
+                         Row{blocks, std::string("2 problems: ") + kUnknown},
+                         Row{blocks * 2, "1 problem: the installer will be staged and started"}}) {
+    const FakeFreeBlocks fake(row.blocks, kBlock);
+    const ScopedEnv scoped({{"TMPDIR", world.Path("tmp")}, {"PATH", "/usr/bin:/bin"}});
+    const Outcome seen = CheckWorld::CompanionHere(
+        {"check", world.Path("1"), "--os", "linux", "--installer", "installer"});
+    EXPECT_THAT(seen.out, testing::EndsWith(row.end + "\n"));
+    EXPECT_EQ(seen.out.find("; whether they are enough cannot be known; make room there") !=
+                  std::string::npos,
+              row.blocks == blocks);
+  }
+}
+
+// --- names ---------------------------------------------------------------------------------------
+
+TEST(CheckForetells, WhatIsSaidOfAMediaWithALineFeedInItsPath) {
+  CheckWorld world;
+  world.FirstVolume("a\nb").Announces("1");
+  const Outcome seen =
+      world.Companion({"check", "{a\nb}", "--os", "linux", "--installer", "installer", "--verbose"},
+                      {{"TMPDIR", "{tmp}"}});
+  EXPECT_THAT(seen.out, testing::EndsWith(world.Text(R"(
+Messages
+   INFO: {a}
+         b/inst/linux/code/bin/installer
+   INFO: Installer found in current media: "{a}
+         b/inst/linux/code/bin/installer".
+Fine: the installer will be started in place
+)")));
+  EXPECT_EQ(world.Launch("a\nb").out, world.Text(R"( INFO: {a}
+       b/inst/linux/code/bin/installer
+ INFO: Installer found in current media: "{a}
+       b/inst/linux/code/bin/installer".
+)"));
+}
+
+}  // namespace
+}  // namespace kvl::test
