@@ -260,25 +260,49 @@ std::string Staged(const std::string& place, const std::string& files = "9") {
 }
 
 TEST(CheckForetells, APathThatIsTooLongWhereItIsStaged) {
-  CheckWorld world("two volumes; 2: 2=SET-B");
-  // The longest path is that of the installer, or that of the directory below.
-  const std::string longest = "/12345678-1234-1234-1234-123456789012/inst/linux/code/bin/installer";
-  for (const std::size_t length : {PATH_MAX - 1 - longest.size(), PATH_MAX - longest.size()}) {
-    const std::string deep = PathOfLength(world.Path("deep"), length);
-    fs::create_directories(deep);
-    const bool is_too_long = length + longest.size() >= PATH_MAX;
-    world.ExpectReport(
-        world.Check({}, {{"TMPDIR", deep}}),
-        Report(kStaged,
-               Staged(deep) +
-                   (is_too_long
-                        ? "error      {1}/inst: where it is staged, its path is too long for the "
+  const std::string staged_inst = "/12345678-1234-1234-1234-123456789012/inst";
+  for (const std::string longest :
+       {"/linux/code/bin/installer", "/linux/code/bin/empty directory"}) {
+    CheckWorld world("two volumes; 2: 2=SET-B");
+    if (longest.ends_with("directory")) world.Volume("1/inst" + longest);
+    const std::size_t fitting = PATH_MAX - 1 - staged_inst.size() - longest.size();
+    for (const std::size_t length : {fitting, fitting + 1}) {
+      const std::string deep = PathOfLength(world.Path("deep"), length);
+      fs::create_directories(deep);
+      const bool fits = length == fitting;
+      world.ExpectReport(
+          world.Check({}, {{"TMPDIR", deep}}),
+          Report(
+              kStaged,
+              Staged(deep) +
+                  (fits ? "1 problem: the installer will be staged and started\n"
+                        : "error      {1}/inst: where it is staged, its path is too long for the "
                           "system; let TMPDIR name a directory with a shorter path, put it less "
-                          "deep, or shorten names\n"
-                        : "1 problem: the installer will be staged and started\n")));
-    const LaunchPlan plan = {.env = {{"TMPDIR", deep}}};
-    EXPECT_EQ(world.Launch("1", plan).status, is_too_long ? 1 : 0);
+                          "deep, or shorten names\n")));
+      const LaunchPlan plan = {.env = {{"TMPDIR", deep}}};
+      EXPECT_EQ(world.Launch("1", plan).status, fits ? 0 : 1);
+    }
   }
+}
+
+TEST(CheckForetells, ThatWhatCannotBeListedIsNotOverwritten) {
+  CheckWorld world("two volumes; 2: 2=SET-B; installer ext; mode 311 1/inst/common/reffiles");
+  const Environment env = {{"KVL_UseExternalInstaller", "1"}, {"KVL_ZOLVEN_Installer", "{ext}"}};
+  const Outcome seen = world.Check({}, env, GiveUpPermissions);
+  const LaunchSeen launch = world.Launch("1", {.env = env, .before = GiveUpPermissions});
+  SetMode(world.Path("1/inst/common/reffiles"), 0755);
+  if (seen.status == kImpossibleHere) GTEST_SKIP() << "permissions cannot be given up here";
+  world.ExpectReport(
+      seen, Report(kStaged,
+                   "Installer  {ext}/inst/linux/code/bin/installer, from KVL_ZOLVEN_Installer\n" +
+                       Staged("{tmp}") + R"(
+warning    {1}/inst/common/reffiles: a directory that you may not list, so that it counts as empty; give it read and execute permission (chmod a+rx)
+warning    {1}/inst/common/reffiles: an ordinary user cannot read it; give it read and execute permission for all (chmod a+rx)
+3 problems: the installer will be staged and started
+)"));
+  EXPECT_EQ(launch.status, 0);
+  const auto is_file = [](const std::string& line) { return line.starts_with("f "); };
+  EXPECT_EQ(std::count_if(launch.staged.begin(), launch.staged.end(), is_file), 9 + 1);
 }
 
 TEST(CheckForetells, AnInstallerThatIsNotStaged) {
