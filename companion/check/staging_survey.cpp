@@ -16,6 +16,7 @@
 #include "companion/check/special_file.h"
 #include "companion/names/path_below.h"
 #include "companion/names/path_state.h"
+#include "environment/media_names.h"
 #include "insio/path.h"
 
 namespace kvl {
@@ -245,10 +246,20 @@ class StagingSurvey {
     Fail(FindingKind::kTemporaryDirectoryWithBackslash, given);
   }
 
+  std::string OwnInst() const {
+    return KVLInsIO::Join(request_.media_dir.Str(), names::kInst).Str();
+  }
+
+  /// What cannot be listed is staged as an empty directory.
+  bool IsListed(const std::string& directory) {
+    const int error = WhyNotAllowed(directory, R_OK);
+    return !IsUnseen(directory, error) && error == 0;
+  }
+
   /// Where the same file of the media itself lies, over which one of an external media is laid;
   /// empty when it is not.
-  std::string OverlaidBy(const StagingCopy& copy) const {
-    if (request_.external_inst_slash.empty()) return {};
+  std::string OverlaidBy(const StagingCopy& copy) {
+    if (request_.external_inst_slash.empty() || !IsListed(OwnInst())) return {};
     if (!copy.source.starts_with(request_.external_inst_slash + "/")) return {};
     return KVLInsIO::Join(request_.media_dir.Str(),
                           copy.destination.substr(request_.staging_dir_slash.size()))
@@ -341,9 +352,7 @@ class StagingSurvey {
                    const std::string& overlaid) {
     const PathState before = LookAtOverlaid(path, overlaid, /*with_directory=*/true);
     const bool is_laid_over = before.IsDirectory();
-    // What cannot be listed has been staged as an empty directory.
-    const int list_error = is_laid_over ? WhyNotAllowed(overlaid, R_OK) : ENOENT;
-    const bool has_below = !IsUnseen(overlaid, list_error) && list_error == 0;
+    const bool has_below = is_laid_over && IsListed(overlaid);
     if (above_target_.contains(identity)) {
       Fail(FindingKind::kStagingIntoItself, path);
       return {};

@@ -165,7 +165,8 @@ std::string StagedIn(const std::string& tmp, const std::set<std::string>& before
   for (const std::string& path : EntriesOf(tmp)) {
     if (before.contains(path) || !fs::is_directory(path)) continue;
     OpenUp(path);
-    if (fs::exists(path + "/remove.bat")) return path;
+    std::error_code too_long;
+    if (fs::exists(path + "/remove.bat", too_long)) return path;
   }
   return {};
 }

@@ -286,23 +286,32 @@ TEST(CheckForetells, APathThatIsTooLongWhereItIsStaged) {
 }
 
 TEST(CheckForetells, ThatWhatCannotBeListedIsNotOverwritten) {
-  CheckWorld world("two volumes; 2: 2=SET-B; installer ext; mode 311 1/inst/common/reffiles");
-  const Environment env = {{"KVL_UseExternalInstaller", "1"}, {"KVL_ZOLVEN_Installer", "{ext}"}};
-  const Outcome seen = world.Check({}, env, GiveUpPermissions);
-  const LaunchSeen launch = world.Launch("1", {.env = env, .before = GiveUpPermissions});
-  SetMode(world.Path("1/inst/common/reffiles"), 0755);
-  if (seen.status == kImpossibleHere) GTEST_SKIP() << "permissions cannot be given up here";
-  world.ExpectReport(
-      seen, Report(kStaged,
-                   "Installer  {ext}/inst/linux/code/bin/installer, from KVL_ZOLVEN_Installer\n" +
-                       Staged("{tmp}") + R"(
-warning    {1}/inst/common/reffiles: a directory that you may not list, so that it counts as empty; give it read and execute permission (chmod a+rx)
-warning    {1}/inst/common/reffiles: an ordinary user cannot read it; give it read and execute permission for all (chmod a+rx)
+  struct Row {
+    std::string closed;
+    int files;
+  };
+  for (const Row& row : {Row{"1/inst/common/reffiles", 9}, Row{"1/inst", 8}}) {
+    SCOPED_TRACE(row.closed);
+    CheckWorld world("two volumes; 2: 2=SET-B; installer ext; mode 311 " + row.closed);
+    const Environment env = {{"KVL_UseExternalInstaller", "1"}, {"KVL_ZOLVEN_Installer", "{ext}"}};
+    const Outcome seen = world.Check({}, env, GiveUpPermissions);
+    const LaunchSeen launch = world.Launch("1", {.env = env, .before = GiveUpPermissions});
+    SetMode(world.Path(row.closed), 0755);
+    if (seen.status == kImpossibleHere) GTEST_SKIP() << "permissions cannot be given up here";
+    std::string findings = R"(
+warning    {1}: a directory that you may not list, so that it counts as empty; give it read and execute permission (chmod a+rx)
+warning    {1}: an ordinary user cannot read it; give it read and execute permission for all (chmod a+rx)
 3 problems: the installer will be staged and started
-)"));
-  EXPECT_EQ(launch.status, 0);
-  const auto is_file = [](const std::string& line) { return line.starts_with("f "); };
-  EXPECT_EQ(std::count_if(launch.staged.begin(), launch.staged.end(), is_file), 9 + 1);
+)";
+    ReplaceAll(findings, "{1}", "{" + row.closed + "}", 0);
+    world.ExpectReport(
+        seen, Report(kStaged,
+                     "Installer  {ext}/inst/linux/code/bin/installer, from KVL_ZOLVEN_Installer\n" +
+                         Staged("{tmp}", std::to_string(row.files)) + findings));
+    EXPECT_EQ(launch.status, 0);
+    const auto is_file = [](const std::string& line) { return line.starts_with("f "); };
+    EXPECT_EQ(std::count_if(launch.staged.begin(), launch.staged.end(), is_file), row.files + 1);
+  }
 }
 
 TEST(CheckForetells, AnInstallerThatIsNotStaged) {
