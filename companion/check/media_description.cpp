@@ -29,7 +29,7 @@ VolumeNumber VolumesIn(std::string_view text) {
   const std::size_t at = text.find(kAttribute);
   if (at == std::string_view::npos) return 0;
   text.remove_prefix(at + kAttribute.size());
-  return std::max(ToIntOr(std::string(text.substr(0, text.find('"'))), 0), 0);
+  return ToIntOr(std::string(text.substr(0, text.find('"'))), 0);
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ class MediaDescription {
   /// system cannot read is among the findings.
   MediaDescription(const std::string& media_dir, Findings& findings);
 
-  /// How many volumes "media.xml" names; 0 when it names no number.
+  /// How many volumes "media.xml" names; 0 or less when it names none.
   VolumeNumber Volumes() const { return volumes_; }
   /// True when "meta.TOCxml" says that the volume has a directory for its part of the payload.
   bool NamesPayloadOf(VolumeNumber volume) const;

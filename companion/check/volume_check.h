@@ -50,7 +50,7 @@ VolumesFile CheckVolumesFile(const KVLInsIO::InsPath& media_dir, Findings& findi
 
 /// Looks at every volume where the scan, which has just been made, expects it. A scan that has failed,
 /// or has missed what is there, is always among the findings; so is a number in "volumes.txt" when
-/// another one is `described`, which may be 0, or when one volume more than that lies there.
+/// another one above 0 is `described`, or when one volume more than that lies there.
 VolumeReport CheckVolumes(const KVLInsIO::InsPath& media_dir, const VolumesFile& file,
                           VolumeNumber described, const ScanOutcome& scan, Findings& findings);
 

@@ -47,6 +47,18 @@ Volumes    4, layout am, tag SET-A
 Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
 warning    {5}/5.txt: AM volumes 5 to 6 are missing: they have no markers; copy the whole volumes there, or correct the number in volumes.txt
 1 problem: the installer will be staged and started
+# MissingAmVolumeAndAVolumeMissingInTheNext: remove 1; remove 2; first 1/m/1; 1/m/1: volumes=3 1=SET-A; 1: 1=AM-A; 3: 3=AM-A
+$ check {1/m/1} --os linux --installer installer
+Media      {1/m/1}
+System     linux, from --os
+Installer  {1/m/1}/inst/linux/code/bin/installer, in the media; name from --installer
+Volumes    3, layout unknown, tag SET-A
+             1  found       {1/m/1}
+           2-3  missing     {2/m/2} to {3/m/3}
+Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
+warning    {2}/2.txt: AM volume 2 is missing: it has no marker; copy the whole volume there
+warning    {3/m/3}/3.txt: volume 3 is missing: it has no marker; copy the whole volume there
+2 problems: the installer will be staged and started
 # VolumeOfAnotherMedia: 2: 2=SET-B
 Volumes    2, layout sibling, tag SET-A
            1  found       {1}
@@ -189,7 +201,8 @@ $ KVL_ZOLVEN_Installer={ext}
 # NothingInAMediaWithoutAVolumesFileAndVolumeTwoOfAnotherSet: remove 1/inst/volumes.txt; 2: 2=SET-B
 Volumes    1
 # NothingWhereMediaXmlNamesTheSameNumber: 3: 3=SET-A; file 1/media.xml <media tag="SET-A" volumes="2"/>
-# NothingInDescriptionsOfAnotherForm: file 1/media.xml <media volumes="-2"/>; file 1/meta.TOCxml payload/1
+# NothingInDescriptionsOfAnotherForm: file 1/media.xml <media tag="T"/><set volumes="9"/>; file 1/meta.TOCxml payload/1
+# NothingInADescriptionWithoutVolumes: file 1/media.xml <media volumes="-2"/>
 # NothingInAMediaThatIsAsItShouldBe:
 = started in place
 # AmVolumeOfAnotherSet: remove 1; remove 2; first 1/m/1; 1/m/1: volumes=3 1=SET-A; 1: 1=AM-A; 2: 2=AM-B; 3: 3=AM-A; 3/m/3: 3=SET-A

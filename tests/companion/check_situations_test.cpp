@@ -198,17 +198,20 @@ TEST(CheckFindsMore, ATreeOfLinksThatACopyWouldTakeYearsFor) {
 }
 
 TEST(CheckFindsMore, VolumesBeyondThoseThatAreListed) {
-  const CheckWorld world("two volumes; remove 2; 1: volumes=2147483647; 2000000: 2000000=SET-B");
+  const CheckWorld world(
+      "two volumes; remove 2; 1: volumes=2147483647; 2000000: 2000000=SET-B; dir 1500000");
   world.ExpectReport(world.Check(), Report(kInPlace, R"(
 Volumes    2147483647, layout sibling, tag SET-A
                  1  found       {1}
             2-1000  missing     {2} to {1000}
+           1500000  missing     {1500000}
            2000000  other-tag   {2000000}, tag SET-B
 Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
 warning    {2}/2.txt: volumes 2 to 1000 are missing: they have no markers; copy the whole volumes there, or correct the number in volumes.txt
+warning    {1500000}/1500000.txt: volume 1500000 is missing: it has no marker; copy the whole volume there
 warning    {2000000}/2000000.txt: volume 2000000 has the tag SET-B instead of SET-A; put the volume of the same media there
-warning    {1}/inst/volumes.txt: 2147482646 volumes above 1000 are missing; copy them, or correct the number in volumes.txt
-3 problems: the installer will be staged and started
+warning    {1}/inst/volumes.txt: 2147482645 volumes above 1000 are missing; copy them, or correct the number in volumes.txt
+4 problems: the installer will be staged and started
 )"));
 }
 
