@@ -258,6 +258,8 @@ warning    {1}/inst/volumes.txt: it is missing, so that the launcher sees one vo
 # VolumesFileThatSaysOneWhereMediaXmlNamesTwo: file 1/inst/volumes.txt 1\n; file 1/media.xml <media volumes="2"/>
 Volumes    1
 warning    {1}/inst/volumes.txt: it says 1, and media.xml says 2; copy it again, or correct the number
+# VolumesFileThatSaysTwoWhereMediaXmlNamesOne: file 1/media.xml <media volumes="1"/>
+warning    {1}/inst/volumes.txt: it says 2, and media.xml says 1; copy it again, or correct the number
 # VolumesFileThatSaysTwoWhereThreeLieThere: 3: 3=SET-A
 warning    {1}/inst/volumes.txt: it says 2, and volume 3 lies in {3}; copy it again, or correct the number
 # NoDirectoryForThePayload: file 1/meta.TOCxml <volume number="1" payload="payload/1"/>\n<volume number="2" payload="payload/2"/>\n; file 1/payload/1/x; file 2/payload/2
