@@ -98,6 +98,12 @@ warning    {1}/1.txt: it cannot be read: Input/output error; look at its disc, a
 # VolumesFile: open {1}/inst/volumes.txt
 Volumes    number unknown
 warning    {1}/inst/volumes.txt: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+# VolumesFileToBeStaged: look {1}/inst/volumes.txt
+$ 2: 2=SET-B
+Volumes    number unknown
+Start      staged in {tmp}/<identifier>: 8 files, <n> bytes, free <n>
+error      {1}/inst/volumes.txt: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+1 problem: the launcher will end with status 1
 = cannot be staged
 # InstallerToBeStaged: open {1}/inst/linux/code/bin/installer
 error      {1}/inst/linux/code/bin/installer: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media

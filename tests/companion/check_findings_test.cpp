@@ -79,6 +79,9 @@ warning    {1}/1.txt: volume 1 is missing: it has no marker; copy the whole volu
 warning    {}/7.txt: it looks like the marker of an AM volume, and has no line MTBDIR=<tag>; copy the marker again, or remove it if it is none
 warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
 2 problems: the installer will be staged and started
+# NoAmMarkerOfAVolume0: remove 2; file 0.txt x\n
+           2  missing     {2}
+warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
 # EmptyVolumesFile: file 1/inst/volumes.txt
 Volumes    number unknown
 warning    {1}/inst/volumes.txt: it has no line with the number of volumes; write the number into it
@@ -165,6 +168,14 @@ System     linux, from StartTUI.sh
 Installer  {1}/inst/linux/code/bin/installer, in the media; name from StartTUI.sh
 # NothingByAWayBelowAnotherDirectory: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
 $ check 2/../1/
+System     linux, from StartTUI.sh
+Installer  {1}/inst/linux/code/bin/installer, in the media; name from StartTUI.sh
+# NothingByAWayUpBehindALink: dir other/place; link way {other/place}; file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
+$ check way/../../1
+System     linux, from StartTUI.sh
+Installer  {1}/inst/linux/code/bin/installer, in the media; name from StartTUI.sh
+# NothingWhereTheLastAssignmentCounts: file 1/StartTUI.sh #!/bin/sh\nKVL_OS=other\nKVL_OS=linux\nKVL_Installer_EXE=installer\n
+$ check 1
 System     linux, from StartTUI.sh
 Installer  {1}/inst/linux/code/bin/installer, in the media; name from StartTUI.sh
 # NothingInTheFirstOfTheVolumesOfADirectory:
@@ -414,6 +425,10 @@ Volumes    1
 Start      in place
 warning    {a:b}: a colon in it takes the path lists of the installer apart; use a directory without a colon in its path
 1 problem: the installer will be started in place
+# ColonInThePathOfAnExternalMedia: installer e:xt
+$ KVL_UseExternalInstaller=1 -- -installerPath {e:xt}
+Installer  {e:xt}/inst/linux/code/bin/installer, from -installerPath; name from --installer
+warning    {e:xt}/inst/: a colon in it takes the path lists of the installer apart; use a directory without a colon in its path
 # PipesInPlaceOfEveryFileThatItReads: pipe 1/inst/volumes.txt; pipe 1/1.txt; pipe 1/StartTUI.sh; pipe 2/2.txt; pipe 7.txt
 $ check 1
 System     none named
@@ -468,6 +483,11 @@ $ noexec
 Start      staged in {tmp}/<identifier>: 10 files, <n> bytes, free <n>
 error      {1}/inst/linux/code/bin/kvl-launcher: the launcher would be started from a file system that is mounted noexec; mount it without noexec, or copy the media to another file system
 2 problems: the launcher cannot be started
+# TemporaryDirectoryToBeMadeWhereNothingCanBeExecuted:
+$ noexec TMPDIR={1/to/be}
+Start      staged in {1}/to/be/<identifier>: 9 files, <n> bytes, free <n>
+error      {1}/to/be: the installer would be started from a file system that is mounted noexec; let TMPDIR name a directory of another file system
+2 problems: the installer cannot be started, status 255
 # FileAndDirectoryOfOneNameInBothMedia: file 1/inst/common/x; dir 1/inst/common/y; installer ext; file ext/inst/common/x/z; file ext/inst/common/y
 $ KVL_UseExternalInstaller=1 -- -installerPath {ext}
 Installer  {ext}/inst/linux/code/bin/installer, from -installerPath; name from --installer

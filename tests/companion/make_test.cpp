@@ -7,11 +7,11 @@
 namespace kvl::test {
 namespace {
 
-constexpr char kInstaller[] = "file setup #!/bin/sh\\n; mode 600 setup; ";
+constexpr char kClosedInstaller[] = "file setup #!/bin/sh\\n; mode 600 setup; ";
 
 /// Makes a payload of five files in "payload", and an installer that is a small program.
 std::string Payload() {
-  std::string steps = kInstaller;
+  std::string steps = kClosedInstaller;
   for (const std::string name : {"a/1", "a/2", "b\\x20c/3", "b\\x20c/d/4", "5"}) {
     steps += "file payload/" + name + " " + std::string(300'000, name[0]) + "; ";
   }
@@ -20,7 +20,7 @@ std::string Payload() {
 
 /// A payload sorted by volumes in "payload", and what the installer needs in "needs".
 const std::string kPresorted =
-    std::string(kInstaller) +
+    std::string(kClosedInstaller) +
     "file payload/1/a/1 one; file payload/1/2 two; file payload/2/a/1 other; dir payload/3; "
     "file needs/linux/code/bin/tool tool; mode 700 needs/linux/code/bin/tool; "
     "file needs/common/text text; dir needs/empty; ";
@@ -92,12 +92,14 @@ TEST(KvlMediaMake, MakesMediaThatCheckFindsNothingWrongWith) {
 TEST(KvlMediaMake, PutsEveryFileOfThePayloadOnOneVolume) {
   const CheckWorld world(Payload());
   SetTimes(world.Path("payload/a/1"), 1'000'000'000, 1'100'000'000);
+  SetMode(world.Path("payload/5"), 0601);
+  SetMode(world.Path("payload/b c/3"), 0610);
   ASSERT_EQ(world.MakeMedia({"--volume-size", "1100K"}).status, 0);
   EXPECT_THAT(NamesIn(world.Path("media/1/payload")),
-              ElementsAre("d 755 1", "d 755 1/a", "f 644 1/5", "f 644 1/a/2", "f 755 1/a/1"));
+              ElementsAre("d 755 1", "d 755 1/a", "f 644 1/a/2", "f 755 1/5", "f 755 1/a/1"));
   EXPECT_THAT(NamesIn(world.Path("media/2/payload")),
               ElementsAre("d 755 2", "d 755 2/b c", "d 755 2/b c/d", "d 755 2/empty",
-                          "f 644 2/b c/3", "f 644 2/b c/d/4"));
+                          "f 644 2/b c/d/4", "f 755 2/b c/3"));
   EXPECT_EQ(fs::last_write_time(world.Path("media/1/payload/1/a/1")),
             fs::last_write_time(world.Path("payload/a/1")));
 }

@@ -138,10 +138,12 @@ TEST_F(StartScript, ALinkedDirectoryKeepsItsNameButForDotDot) {
   MediaWithFakeLauncher("store/first");
   MediaWithFakeLauncher("store/media");
   Directory().Link("set/1", "../store/first");
+  Directory().Link("links/up", "../set/1/../media/StartTUI.sh");
   ExpectMediaDirectories({
       {{{"{set/1}/StartTUI.sh"}}, "{set/1}"},
       {{{"1/StartTUI.sh"}, "{set}"}, "{set/1}"},
       {{{"set/1/../media/StartTUI.sh"}}, "{store/media}"},
+      {{{"links/up"}}, "{store/media}"},
   });
 }
 

@@ -128,6 +128,17 @@ TEST_F(FinderTest, FailsOnAnEntryRemovedMeanwhileThoughReadAhead) {
   }
 }
 
+// The longest path has a byte less than PATH_MAX, and both dots are entries, too.
+TEST_F(FinderTest, FailsOnAnEntryWhosePathIsTooLongByOneByte) {
+  constexpr std::size_t kLongest = PATH_MAX - 1;
+  const std::string fits = PathOfLength(Path("fits"), kLongest - 3);
+  const std::string too_long = PathOfLength(Path("too_long"), kLongest - 2);
+  for (const std::string& directory : {fits, too_long}) fs::create_directories(directory);
+  EXPECT_TRUE(FindFirstFile(fits, kDirectoryOrFile).AtEnd());
+  EXPECT_EQ(FailureOf([&] { return FindFirstFile(too_long, kDirectoryOrFile); }),
+            Exception("lstat - " + too_long + "/..", ENAMETOOLONG));
+}
+
 TEST_F(FinderTest, EndsEarlyWhenAListIsBrokenOffAndTellsWhenAsked) {
   Make({"a", "b", "c"});
   for (const auto& [ahead, error] : {std::pair(std::size_t{0}, EIO), {kPlenty, EPERM}}) {

@@ -124,6 +124,15 @@ TEST_F(OddEntries, PipesDevicesAndSocketsAreNotCopied) {
   }
 }
 
+TEST_F(OddEntries, OfABlockDeviceNothingIsCopied) {
+  const std::string device = Path("device");
+  if (::mknod(device.c_str(), S_IFBLK | 0600, /*of no driver*/ 0) != 0) {
+    GTEST_SKIP() << "no device can be made here";
+  }
+  EXPECT_EQ(FailureOf([&] { Copy(device, Path("to")); }),
+            Exception("Cannot read " + device, EOPNOTSUPP));
+}
+
 Failure ToItself(const std::string& source) {
   return Exception("Cannot copy " + source + " to itself.");
 }
@@ -154,7 +163,11 @@ TEST_F(CopyOfACircle, OrIntoItselfIsRefusedAndChangesNothing) {
       // an empty directory, what a link in the source leads to, what one in the destination leads to
       {{"empty/"}, "empty", "empty", "empty/to"},
       {{"big/file", "from/a/link -> ../../big"}, "from", "from/a/link", "big/deep/to"},
-      {{"from/sub/inner/file", "to/sub -> ../from/sub/inner"}, "from", "from/sub", "to"}};
+      {{"from/sub/inner/file", "to/sub -> ../from/sub/inner"}, "from", "from/sub", "to"},
+      {{"from/a/sub/inner/file", "to/a/sub -> ../../from/a/sub/inner"},
+       "from",
+       "from/a/sub",
+       "to"}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.entries[0]);
     Make(row.entries);
