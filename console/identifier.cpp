@@ -1,6 +1,7 @@
 #include "console/identifier.h"
 
 #include <array>
+#include <charconv>
 #include <chrono>
 
 namespace kvl {
@@ -26,6 +27,27 @@ std::int64_t NanosecondsSinceEpoch() {
 MinimalStandardGenerator& ProcessGenerator() {
   static MinimalStandardGenerator generator(NanosecondsSinceEpoch());
   return generator;
+}
+
+using Groups = std::array<std::uint32_t, 8>;
+
+/// The identifier that 16 random bytes make.
+std::string TextOf(Groups groups, bool upper_case) {
+  groups[4] = (groups[4] & 0x3FFF) + 0x8000;  // the variant of RFC 4122
+  groups[3] = (groups[3] & 0x0FFF) + 0x4000;  // its version 4
+  std::string text;
+  for (std::size_t i = 0; i < groups.size(); ++i) {
+    text.append(Hex4(groups[i], upper_case));
+    if (i >= 1 && i <= 4) AppendDash(text);
+  }
+  return text;
+}
+
+/// The number of four digits, of either case.
+std::uint32_t NumberOf(std::string_view digits) {
+  std::uint32_t number = 0;
+  std::from_chars(digits.data(), digits.data() + digits.size(), number, 16);
+  return number;
 }
 
 }  // namespace
@@ -56,17 +78,9 @@ void AppendDash(std::string& text) {
 }
 
 std::string NewIdentifier(MinimalStandardGenerator& generator, bool upper_case) {
-  std::array<std::uint32_t, 8> groups;
+  Groups groups;
   for (std::size_t i = groups.size(); i > 0; --i) groups[i - 1] = Random16(generator);
-  groups[4] = (groups[4] & 0x3FFF) + 0x8000;  // the variant of RFC 4122
-  groups[3] = (groups[3] & 0x0FFF) + 0x4000;  // its version 4
-
-  std::string text;
-  for (std::size_t i = 0; i < groups.size(); ++i) {
-    text.append(Hex4(groups[i], upper_case));
-    if (i >= 1 && i <= 4) AppendDash(text);
-  }
-  return text;
+  return TextOf(groups, upper_case);
 }
 
 std::uint32_t Random16() {
@@ -75,6 +89,15 @@ std::uint32_t Random16() {
 
 std::string NewIdentifier(bool upper_case) {
   return NewIdentifier(ProcessGenerator(), upper_case);
+}
+
+bool IsIdentifier(std::string_view text, bool upper_case) {
+  std::string digits(text);
+  std::erase(digits, '-');
+  Groups groups;
+  if (digits.size() != 4 * groups.size()) return false;
+  for (std::size_t i = 0; i < groups.size(); ++i) groups[i] = NumberOf(digits.substr(4 * i, 4));
+  return TextOf(groups, upper_case) == text;
 }
 
 }  // namespace kvl

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace kvl {
 
@@ -45,5 +46,8 @@ std::string NewIdentifier(MinimalStandardGenerator& generator, bool upper_case);
 /// and never again.
 std::uint32_t Random16();
 std::string NewIdentifier(bool upper_case);
+
+/// True for a text that NewIdentifier may give.
+bool IsIdentifier(std::string_view text, bool upper_case);
 
 }  // namespace kvl

@@ -6,12 +6,15 @@
 
 namespace kvl {
 
+std::string CleanUpScript(const std::string& staging_dir_slash) {
+  const std::string inst = "\"" + staging_dir_slash + "inst\"";
+  return ":begin\nrmdir /Q /S " + inst + " 1>nul 2>nul\nif exist " + inst +
+         " goto begin\nrmdir /Q /S \"" + staging_dir_slash + "\" 1>nul 2>nul\n";
+}
+
 void WriteCleanUpScript(const std::string& staging_dir_slash) {
   std::ofstream script(staging_dir_slash + names::kCleanUpScript);
-  script << ":begin\n"
-         << "rmdir /Q /S \"" << staging_dir_slash << "inst\" 1>nul 2>nul\n"
-         << "if exist \"" << staging_dir_slash << "inst\" goto begin\n"
-         << "rmdir /Q /S \"" << staging_dir_slash << "\" 1>nul 2>nul\n";
+  script << CleanUpScript(staging_dir_slash);
 }
 
 }  // namespace kvl

@@ -105,6 +105,10 @@ TEST(NewIdentifier, HasTheFormOfAVersion4UuidAndDiffers) {
   for (std::size_t i = 0; i < kCount; ++i) identifiers.insert(NewIdentifier(kUpperCase));
   EXPECT_THAT(identifiers, testing::Each(form));
   EXPECT_EQ(identifiers.size(), kCount);
+  for (const std::string& identifier : identifiers) {
+    EXPECT_TRUE(IsIdentifier(identifier, kUpperCase)) << identifier;
+    EXPECT_TRUE(IsIdentifier(Lower(identifier), kLowerCase)) << identifier;
+  }
 }
 
 TEST(NewIdentifier, ComesFromOneGeneratorThatIsNeverSeededAgain) {
