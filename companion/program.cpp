@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "companion/calls/check_call.h"
+#include "companion/calls/clean_call.h"
 #include "companion/calls/console_output.h"
 #include "companion/calls/make_call.h"
 #include "companion/calls/seal_call.h"
@@ -37,7 +38,7 @@ std::string WhyRefused(const CLI::App& app, const CLI::ParseError& error) {
 }
 
 int Run(std::vector<std::string> arguments) {
-  CLI::App app("Checks, makes, seals and verifies installation media.", "kvl-media");
+  CLI::App app("Checks, makes, seals and verifies installation media, and cleans up behind runs.", "kvl-media");
   app.set_version_flag("--version", "kvl-media " KVL_VERSION);
   app.set_help_flag("-h,--help", "Print this text");
   app.require_subcommand(1);
@@ -49,6 +50,8 @@ int Run(std::vector<std::string> arguments) {
   AddSeal(app, seal);
   VerifyCall verify;
   AddVerify(app, verify);
+  CleanCall clean;
+  AddClean(app, clean);
 
   // Only for a check they mean something of their own; elsewhere the parser knows what they mean.
   const bool is_check = !arguments.empty() && arguments.front() == "check";
@@ -67,6 +70,7 @@ int Run(std::vector<std::string> arguments) {
   }
   if (app.got_subcommand("make")) return RunMake(make);
   if (app.got_subcommand("seal")) return RunSeal(seal);
+  if (app.got_subcommand("clean")) return RunClean(clean);
   return app.got_subcommand("verify") ? RunVerify(verify) : RunCheck(check, rest);
 }
 

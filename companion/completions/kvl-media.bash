@@ -5,7 +5,7 @@ _kvl_media() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} words='' files=''
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
-    words='check make seal verify --help --version'
+    words='check make seal verify clean --help --version'
   else
     case $before in
       --layout) words='single flat sibling am' ;;
@@ -24,6 +24,7 @@ _kvl_media() {
             words+=' --volume-size' ;;
           seal) words='--help --key' ;;
           verify) words='--help --jobs --json --key --wait' ;;
+          clean) words='--help --yes' ;;
           *) files='' ;;
         esac ;;
     esac

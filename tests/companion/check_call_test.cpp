@@ -41,7 +41,7 @@ TEST(KvlMedia, RefusesBadCallsWithOneLine) {
   }
 }
 
-constexpr char kHelp[] = R"(Checks, makes, seals and verifies installation media.
+constexpr char kHelp[] = R"(Checks, makes, seals and verifies installation media, and cleans up behind runs.
 Usage: kvl-media [OPTIONS] SUBCOMMAND
 
 Options:
@@ -59,6 +59,8 @@ Subcommands:
                               minisign does it, and asks for the password of the key. Verify the media before.
   verify                      Reads a media and says whether it is what was made: which files are damaged, missing or
                               not listed, and whether all volumes belong together. Changes nothing.
+  clean                       Lists what staged runs have left of this user in the temporary directory, and removes it
+                              with --yes. Leaves alone what is in use, or not clearly such a copy, and says so.
 
 )";
 

@@ -31,7 +31,8 @@ TEST(Completions, NameEveryOptionOfEverySubcommand) {
                          Row{{"check", "--help"}, 5, "check) words=", ";;", "check)", ";;"},
                          Row{{"make", "--help"}, 8, "make) words=", ";;", "make)", ";;"},
                          Row{{"seal", "--help"}, 2, "seal) words=", ";;", "seal)", ";;"},
-                         Row{{"verify", "--help"}, 4, "verify) words=", ";;", "verify)", ";;"}}) {
+                         Row{{"verify", "--help"}, 4, "verify) words=", ";;", "verify)", ";;"},
+                         Row{{"clean", "--help"}, 2, "clean) words=", ";;", "clean)", ";;"}}) {
     SCOPED_TRACE(row.in_bash);
     // One of them has a short form in front.
     const std::set<std::string> options =

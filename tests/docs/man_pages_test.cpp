@@ -72,7 +72,7 @@ Texts MediaOptions(const std::string& subcommand) {
 
 TEST_F(ManPages, HaveTheTablesOfTheCode) {
   Texts in_code = TextsIn(RunProgram({{BuiltProgram("print_tables")}}).out, "([^\n]+)");
-  for (const char* subcommand : {"--help", "check", "make", "seal", "verify"})
+  for (const char* subcommand : {"--help", "check", "make", "seal", "verify", "clean"})
     in_code.merge(MediaOptions(subcommand));
   Texts on_pages = TablesOn("kvl-launcher.1");
   on_pages.merge(TablesOn("kvl-media.1"));

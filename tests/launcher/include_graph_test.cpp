@@ -16,6 +16,7 @@ const std::map<std::string, std::set<std::string>> kMayInclude = {
     {"companion/names", {"media", "insio"}},
     {"companion/tasks", {}},
     {"companion/seal", {"companion/names", "media", "console", "environment", "insio"}},
+    {"companion/clean", {"companion/names", "launcher", "console", "environment", "insio"}},
     {"companion/make",
      {"companion/seal", "companion/tasks", "companion/names", "media", "console", "environment",
       "insio"}},
@@ -26,8 +27,8 @@ const std::map<std::string, std::set<std::string>> kMayInclude = {
     {"companion/report",
      {"companion/names", "companion/check", "companion/verify", "media", "environment"}},
     {"companion/calls",
-     {"companion/names", "companion/seal", "companion/make", "companion/check", "companion/verify",
-      "companion/report", "console", "environment", "insio"}},
+     {"companion/names", "companion/seal", "companion/clean", "companion/make", "companion/check",
+      "companion/verify", "companion/report", "console", "environment", "insio"}},
     {"companion", {"companion/calls"}},
 };
 

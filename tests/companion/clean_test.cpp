@@ -1,0 +1,279 @@
+// kvl-media clean: which of the copies that staged runs have left it removes, and what it leaves alone.
+#include <sys/mman.h>
+#include <sys/prctl.h>
+
+#include <linux/capability.h>
+
+#include "companion/clean/left_overs.h"
+#include "tests/companion/check_world.h"
+#include "tests/support/system_faults.h"
+
+namespace kvl::test {
+namespace {
+
+constexpr char kOne[] = "01234567-89AB-4DEF-8123-456789ABCDEF";
+constexpr char kOther[] = "F1234567-89AB-4DEF-B123-456789ABCDEF";
+
+/// A temporary directory with what two runs have left.
+class CleanTest : public testing::Test, protected CheckWorld {
+ protected:
+  CleanTest() {
+    for (const std::string name : {kOne, kOther}) {
+      Change("file tmp/" + name + "/inst/sub/file; file tmp/" + name + "/media.xml");
+      WriteScript(name, "{tmp/" + name + "}/");
+    }
+  }
+
+  /// As the launcher does it for a staging directory.
+  void WriteScript(const std::string& name, const std::string& directory) const {
+    Directory().Write(
+        "tmp/" + name + "/remove.bat",
+        Text(":begin\nrmdir /Q /S \"" + directory + "inst\" 1>nul 2>nul\nif exist \"" + directory +
+             "inst\" goto begin\nrmdir /Q /S \"" + directory + "\" 1>nul 2>nul\n"));
+  }
+
+  Outcome Clean(const Lines& further = {}, const std::function<void()>& before = {}) const {
+    Lines arguments = {"clean"};
+    arguments.insert(arguments.end(), further.begin(), further.end());
+    return Companion(arguments, {{"TMPDIR", "{tmp}"}}, before);
+  }
+
+  /// Removes the other one and leaves this one as it is.
+  void ExpectLeftAlone(const std::string& reason, const std::function<void()>& before = {}) const {
+    ExpectKept("left alone   ", reason, before);
+  }
+  void ExpectKept(const std::string& label, const std::string& reason,
+                  const std::function<void()>& before) const {
+    const Lines kept = DescribeTree(Path(std::string("tmp/") + kOne));
+    const Outcome seen = Clean({"--yes"}, before);
+    if (seen.status == kImpossibleHere) GTEST_SKIP() << "this cannot be set up here";
+    EXPECT_EQ(seen, (Outcome{1, Text(label + "{tmp}/" + kOne + ": " + reason +
+                                     "\nremoved      {tmp}/" + kOther + "\n")}));
+    EXPECT_EQ(DescribeTree(Path(std::string("tmp/") + kOne)), kept);
+    EXPECT_FALSE(fs::exists(Path(std::string("tmp/") + kOther)));
+  }
+
+  const std::string one_ = std::string("{tmp}/") + kOne;
+};
+
+TEST_F(CleanTest, SaysSoWhereNothingIsLeft) {
+  fs::remove_all(Path("tmp"));
+  // None of them is named as a staging directory.
+  for (const std::string name :
+       {"01234567-89ab-4def-8123-456789abcdef", "01234567-89AB-3DEF-8123-456789ABCDEF",
+        "01234567-89AB-4DEF-C123-456789ABCDEF", "0123456789AB-4DEF-8123-456789ABCDEF-",
+        "01234567-89AB-4DEF-8123-456789ABCDE", "01234567-89AB-4DEF-8123-456789ABCDEG",
+        "01234567-89AB-4DEF-8123-456789ABCDEF0", "other"}) {
+    Change("dir tmp/" + name);
+  }
+  const Lines before = DescribeTreeExactly(Path("."));
+  for (const Lines& further : std::vector<Lines>{{}, {"{tmp}"}, {"--yes"}, {"--yes", "tmp"}}) {
+    const std::string directory = further.empty() || further.back()[0] != 't' ? "{tmp}" : "tmp";
+    EXPECT_EQ(Clean(further), (Outcome{0, Text("Nothing is left in " + directory + "\n")}));
+  }
+  EXPECT_EQ(DescribeTreeExactly(Path(".")), before);
+}
+
+TEST_F(CleanTest, ListsWhatALaunchHasLeftAndRemovesItWhenAskedTo) {
+  fs::remove_all(Path("tmp"));
+  Change("two volumes; 2: 2=SET-B; dir tmp");
+  ASSERT_EQ(Launch("1").status, 0);
+  const Lines before = DescribeTreeExactly(Path("."));
+  EXPECT_EQ(Clean(), (Outcome{1, Text("left over    {staging}\n")}));
+  EXPECT_EQ(DescribeTreeExactly(Path(".")), before);
+  EXPECT_EQ(Clean({"--yes"}), (Outcome{0, Text("removed      {staging}\n")}));
+  EXPECT_TRUE(fs::is_empty(Path("tmp")));
+}
+
+TEST_F(CleanTest, RemovesEveryKindOfEntryAndNothingThatALinkLeadsTo) {
+  Change("file outside/file kept; link tmp/" + std::string(kOne) +
+         "/inst/out {outside}; link tmp/" + kOne + "/inst/to_file {outside/file}; pipe tmp/" +
+         kOne + "/pipe; socket tmp/" + kOne + "/s; file tmp/" + kOne + "/\\x1B\\n[2J; dir tmp/" +
+         kOne + "/empty; mode 0 tmp/" + kOne + "/media.xml; link way tmp");
+  const Outcome seen = Clean({"way", "--yes"});
+  EXPECT_THAT(seen.out, testing::HasSubstr("removed      way/" + std::string(kOther) + "\n"));
+  // Of a file that is closed to its owner, not every user can tell whether it is in use.
+  EXPECT_EQ(fs::is_empty(Path("tmp")), ::geteuid() == 0);
+  EXPECT_THAT(DescribeTree(Path("outside")), ElementsAre("f 644 file = kept"));
+}
+
+TEST_F(CleanTest, LeavesAloneWhatIsNoStagingDirectoryOfThisUser) {
+  const std::string script = one_ + "/remove.bat", tmp = std::string("tmp/") + kOne;
+  const std::string no_script = "its remove.bat is not that of a run in it";
+  const std::vector<std::pair<std::string, std::string>> rows = {
+      {"move " + tmp + " elsewhere; link " + tmp + " {elsewhere}", "not a directory"},
+      {"remove " + tmp + "; file " + tmp, "not a directory"},
+      {"remove " + tmp + "/remove.bat", "Cannot read " + script + " - No such file or directory"},
+      {"move " + tmp + "/remove.bat text; link " + tmp + "/remove.bat {text}",
+       "Cannot read " + script + " - Too many levels of symbolic links"},
+      {"link " + tmp + "/remove.bat /dev/zero",
+       "Cannot read " + script + " - Too many levels of symbolic links"},
+      {"pipe " + tmp + "/remove.bat", no_script},
+      {"dir " + tmp + "/remove.bat", no_script},
+      {"file " + tmp + "/remove.bat", no_script},
+      {"file " + tmp + "/remove.bat \"/" + kOne + "/", no_script},
+      {"file " + tmp + "/remove.bat " + std::string(100'000, 'x'), no_script},
+  };
+  for (const auto& [change, reason] : rows) {
+    SCOPED_TRACE(change.substr(0, 200));
+    fs::remove_all(Path("tmp"));
+    CleanTest::WriteScript(kOne, one_ + "/");
+    CleanTest::WriteScript(kOther, std::string("{tmp}/") + kOther + "/");
+    Change(change);
+    ExpectLeftAlone(reason);
+  }
+}
+
+TEST_F(CleanTest, LeavesAloneWhatAScriptOfAnotherDirectoryLiesIn) {
+  WriteScript(kOne, std::string("{tmp}/") + kOther + "/");
+  ExpectLeftAlone("its remove.bat is not that of a run in it");
+  WriteScript(kOne, one_ + "/inst/");
+  EXPECT_EQ(Clean().out,
+            Text("left alone   " + one_ + ": its remove.bat is not that of a run in it\n"));
+}
+
+TEST_F(CleanTest, LeavesAloneWhatItCannotLookThrough) {
+  const std::string closed = std::string("tmp/") + kOne + "/inst/a\x1B\n";
+  SetMode(Directory().MakeDir(closed), 0);
+  const Outcome seen = Clean({"--yes"}, GiveUpPermissions);
+  SetMode(Path(closed), 0755);
+  EXPECT_EQ(seen, (Outcome{1, Text("left alone   " + one_ + ": opendir - " + one_ +
+                                   "/inst/a\\x1B\\x0A - Permission denied\nremoved      {tmp}/" +
+                                   kOther + "\n")}));
+  EXPECT_EQ(DescribeTree(Path(std::string("tmp/") + kOne)).size(), 6U);
+}
+
+TEST_F(CleanTest, LeavesAloneWhatBelongsToAnotherUser) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root gives something away";
+  GiveToOrdinaryUser(Path(std::string("tmp/") + kOne + "/inst/sub"));
+  ExpectLeftAlone("it holds something of another user: " + one_ + "/inst/sub");
+  GiveToOrdinaryUser(Path(std::string("tmp/") + kOne));
+  EXPECT_EQ(Clean(), (Outcome{1, Text("left alone   " + one_ + ": it belongs to another user\n")}));
+}
+
+TEST_F(CleanTest, GoesOnBehindARemovalThatFails) {
+  const std::string sub = Path(std::string("tmp/") + kOne + "/inst/sub");
+  SetMode(sub, 0555);
+  ExpectKept("not removed  ", "unlink - " + one_ + "/inst/sub/file - Permission denied",
+             GiveUpPermissions);
+  SetMode(sub, 0755);
+}
+
+/// A process that does something and then waits.
+class Waiting {
+ public:
+  explicit Waiting(const std::function<void()>& action) {
+    int ready[2];
+    if (::pipe2(ready, O_CLOEXEC) != 0 || ::pipe2(waits_, O_CLOEXEC) != 0) ::abort();
+    process_ = ::fork();
+    if (process_ == 0) {
+      ::dup2(waits_[0], STDIN_FILENO);
+      ::close(waits_[1]);
+      action();
+      ::close(ready[1]);
+      char byte;
+      ::_exit(static_cast<int>(::read(STDIN_FILENO, &byte, 1)));
+    }
+    ::close(ready[1]);
+    char byte;
+    EXPECT_EQ(::read(ready[0], &byte, 1), 0);
+    ::close(ready[0]);
+  }
+  ~Waiting() {
+    ::close(waits_[1]);
+    ::close(waits_[0]);
+    ::waitpid(process_, nullptr, 0);
+  }
+  Waiting(const Waiting&) = delete;
+  Waiting& operator=(const Waiting&) = delete;
+
+  std::string Name() const { return "process " + std::to_string(process_); }
+
+ private:
+  int waits_[2];
+  pid_t process_;
+};
+
+TEST_F(CleanTest, LeavesAloneWhatAProcessUses) {
+  const std::string inst = Path(std::string("tmp/") + kOne + "/inst");
+  fs::copy_file("/bin/cat", inst + "/program");
+  const std::vector<std::pair<std::string, std::function<void()>>> rows = {
+      {"works in it", [&] { fs::current_path(inst); }},
+      {"has a file open", [&] { ::open((inst + "/sub/file").c_str(), O_RDONLY); }},
+      {"has a directory open", [&] { ::open(inst.c_str(), O_RDONLY); }},
+      {"runs a program",
+       [&] { ::execl((inst + "/program").c_str(), "program", static_cast<char*>(nullptr)); }},
+      {"has a file in memory", [&] {
+         const int file = ::open((inst + "/program").c_str(), O_RDONLY);
+         ::mmap(nullptr, 1, PROT_READ, MAP_PRIVATE, file, 0);
+         ::close(file);
+       }}};
+  for (const auto& [what, action] : rows) {
+    SCOPED_TRACE(what);
+    WriteScript(kOther, std::string("{tmp}/") + kOther + "/");
+    const Waiting process(action);
+    ExpectLeftAlone("it is in use by " + process.Name());
+  }
+}
+
+TEST_F(CleanTest, LeavesAloneWhatAProcessUsesThatCannotBeLookedAt) {
+  const std::string file = Path(std::string("tmp/") + kOne + "/inst/sub/file");
+  const Waiting process([&] {
+    ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
+    ::open(file.c_str(), O_RDONLY);
+  });
+  ExpectLeftAlone("it is in use: " + one_ + "/inst/sub/file", [] {
+    ::prctl(PR_CAPBSET_DROP, CAP_SYS_PTRACE, 0, 0, 0);
+    GiveUpPermissions();
+  });
+}
+
+/// To be called in the child.
+void Mount(const std::string& what, const std::string& where, const char* kind, unsigned long how) {
+  const bool is_done = ::unshare(CLONE_NEWNS) == 0 &&
+                       ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                       ::mount(what.c_str(), where.c_str(), kind, how, nullptr) == 0;
+  if (!is_done) ::_exit(kImpossibleHere);
+}
+
+TEST_F(CleanTest, LeavesAloneWhatSomethingIsMountedIn) {
+  Change("file outside/file kept");
+  const std::string sub = Path(std::string("tmp/") + kOne + "/inst/sub");
+  ExpectLeftAlone("something is mounted in it, or of it",
+                  [&] { Mount(Path("outside"), sub, nullptr, MS_BIND); });
+  EXPECT_THAT(DescribeTree(Path("outside")), ElementsAre("f 644 file = kept"));
+}
+
+TEST_F(CleanTest, LeavesEverythingAloneWhereNoProcessCanBeLookedAt) {
+  const Lines before = DescribeTreeExactly(Path("."));
+  const Outcome seen = Clean({"--yes"}, [] { Mount("none", "/proc", "tmpfs", 0); });
+  if (seen.status == kImpossibleHere) GTEST_SKIP() << "this cannot be set up here";
+  const std::string reason = ": what is mounted cannot be looked at in /proc\n";
+  EXPECT_EQ(seen, (Outcome{1, Text("left alone   " + one_ + reason + "left alone   {tmp}/" +
+                                   kOther + reason)}));
+  EXPECT_EQ(DescribeTreeExactly(Path(".")), before);
+}
+
+TEST_F(CleanTest, RemovesNothingThatWasNotThereAtTheLook) {
+  const std::string sub = Path(std::string("tmp/") + kOne + "/inst/sub");
+  int times = 0;
+  const BeforeOpen arrival(sub, [&] {
+    if (++times > 1) WriteFile(sub + "/a", "new");
+  });
+  const std::vector<LeftOver> left = RemoveLeftOvers(Path("tmp"));
+  ASSERT_EQ(left.size(), 2U);
+  EXPECT_EQ(left[0].fate, Fate::kNotRemoved);
+  EXPECT_EQ(left[0].reason, "it was not there before: " + sub + "/a");
+  EXPECT_EQ(left[1].fate, Fate::kRemoved);
+  EXPECT_THAT(DescribeTree(sub), ElementsAre("f 644 a = new", "f 644 file = "));
+}
+
+TEST_F(CleanTest, RefusesABadCall) {
+  ExpectRefused(Clean({"missing"}), "opendir - missing - No such file or directory");
+  ExpectRefused(Clean({""}), "DIR: must not be empty (see --help)");
+  ExpectRefused(Clean({"tmp", "--yse"}),
+                "The following argument was not expected: --yse (see --help)");
+}
+
+}  // namespace
+}  // namespace kvl::test
