@@ -38,7 +38,8 @@ std::string WhyRefused(const CLI::App& app, const CLI::ParseError& error) {
 }
 
 int Run(std::vector<std::string> arguments) {
-  CLI::App app("Checks, makes, seals and verifies installation media, and cleans up behind runs.", "kvl-media");
+  CLI::App app("Checks, makes, seals and verifies installation media, and cleans up behind runs.",
+               "kvl-media");
   app.set_version_flag("--version", "kvl-media " KVL_VERSION);
   app.set_help_flag("-h,--help", "Print this text");
   app.require_subcommand(1);
