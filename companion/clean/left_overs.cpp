@@ -101,8 +101,9 @@ class LeftTree {
       const std::string path = directory.PathOf(name);
       if (status.st_dev != device_)
         throw std::runtime_error("it holds another file system: " + path);
-      if (status.st_uid != ::geteuid())
+      if (status.st_uid != ::geteuid()) {
         throw std::runtime_error("it holds something of another user: " + path);
+      }
       entries_.insert(IdentityOf(status));
       if (S_ISDIR(status.st_mode)) LookBelow(OpenLevel(directory, name));
     }

@@ -16,7 +16,7 @@ struct ProcessUse {
 
 /// Looks in /proc for a process with an open file, working directory, root directory, program or mapped
 /// file that is one of the entries, or has `name` in its path: an identifier, which no other path has.
-/// Throws std::runtime_error when /proc is not there.
+/// Throws std::filesystem::filesystem_error when /proc cannot be listed.
 ProcessUse FindUser(const std::string& name, const std::set<FileIdentity>& entries);
 
 /// True when a file system is mounted in a directory of this name, or something of it is mounted

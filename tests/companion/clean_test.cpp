@@ -86,14 +86,13 @@ TEST_F(CleanTest, ListsWhatALaunchHasLeftAndRemovesItWhenAskedTo) {
 }
 
 TEST_F(CleanTest, RemovesEveryKindOfEntryAndNothingThatALinkLeadsTo) {
-  Change("file outside/file kept; link tmp/" + std::string(kOne) +
-         "/inst/out {outside}; link tmp/" + kOne + "/inst/to_file {outside/file}; pipe tmp/" +
-         kOne + "/pipe; socket tmp/" + kOne + "/s; file tmp/" + kOne + "/\\x1B\\n[2J; dir tmp/" +
-         kOne + "/empty; mode 0 tmp/" + kOne + "/media.xml; link way tmp");
-  const Outcome seen = Clean({"way", "--yes"});
-  EXPECT_THAT(seen.out, testing::HasSubstr("removed      way/" + std::string(kOther) + "\n"));
-  // Of a file that is closed to its owner, not every user can tell whether it is in use.
-  EXPECT_EQ(fs::is_empty(Path("tmp")), ::geteuid() == 0);
+  const std::string in_one = std::string(" tmp/") + kOne;
+  Change("file outside/file kept; link" + in_one + "/inst/out {outside}; link" + in_one +
+         "/inst/to_file {outside/file}; pipe" + in_one + "/pipe; socket" + in_one + "/s; file" +
+         in_one + "/\\x1B\\n[2J; dir" + in_one + "/empty; link way tmp");
+  EXPECT_EQ(Clean({"way", "--yes"}), (Outcome{0, std::string("removed      way/") + kOne +
+                                                     "\nremoved      way/" + kOther + "\n"}));
+  EXPECT_TRUE(fs::is_empty(Path("tmp")));
   EXPECT_THAT(DescribeTree(Path("outside")), ElementsAre("f 644 file = kept"));
 }
 
@@ -196,18 +195,35 @@ class Waiting {
 
 TEST_F(CleanTest, LeavesAloneWhatAProcessUses) {
   const std::string inst = Path(std::string("tmp/") + kOne + "/inst");
+  const std::string outside = Directory().MakeDir("outside"), gone = inst + "/gone";
   fs::copy_file("/bin/cat", inst + "/program");
-  const std::vector<std::pair<std::string, std::function<void()>>> rows = {
+  fs::create_hard_link(inst + "/program", outside + "/program");
+  const auto open = [](const std::string& path) { return ::open(path.c_str(), O_RDONLY); };
+  const auto run = [](const std::string& path) {
+    ::execl(path.c_str(), "program", static_cast<char*>(nullptr));
+  };
+  std::vector<std::pair<std::string, std::function<void()>>> rows = {
       {"works in it", [&] { fs::current_path(inst); }},
-      {"has a file open", [&] { ::open((inst + "/sub/file").c_str(), O_RDONLY); }},
-      {"has a directory open", [&] { ::open(inst.c_str(), O_RDONLY); }},
-      {"runs a program",
-       [&] { ::execl((inst + "/program").c_str(), "program", static_cast<char*>(nullptr)); }},
+      {"has a file open", [&] { open(inst + "/sub/file"); }},
+      {"has a file open by another name", [&] { open(outside + "/program"); }},
+      {"has a file open that has no name any more",
+       [&] {
+         WriteFile(gone, "");
+         open(gone);
+         fs::remove(gone);
+       }},
+      {"has a directory open", [&] { open(inst); }},
+      {"runs a program", [&] { run(inst + "/program"); }},
+      {"runs a program by another name", [&] { run(outside + "/program"); }},
       {"has a file in memory", [&] {
-         const int file = ::open((inst + "/program").c_str(), O_RDONLY);
+         const int file = open(inst + "/program");
          ::mmap(nullptr, 1, PROT_READ, MAP_PRIVATE, file, 0);
          ::close(file);
        }}};
+  if (::geteuid() == 0) {
+    rows.emplace_back("has it as its root directory",
+                      [&] { EXPECT_EQ(::chroot(inst.c_str()), 0); });
+  }
   for (const auto& [what, action] : rows) {
     SCOPED_TRACE(what);
     WriteScript(kOther, std::string("{tmp}/") + kOther + "/");
@@ -216,23 +232,38 @@ TEST_F(CleanTest, LeavesAloneWhatAProcessUses) {
   }
 }
 
-TEST_F(CleanTest, LeavesAloneWhatAProcessUsesThatCannotBeLookedAt) {
-  const std::string file = Path(std::string("tmp/") + kOne + "/inst/sub/file");
-  const Waiting process([&] {
-    ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
-    ::open(file.c_str(), O_RDONLY);
-  });
-  ExpectLeftAlone("it is in use: " + one_ + "/inst/sub/file", [] {
-    ::prctl(PR_CAPBSET_DROP, CAP_SYS_PTRACE, 0, 0, 0);
-    GiveUpPermissions();
-  });
+/// To be called in the child: processes that hide themselves are hidden.
+void GiveUpLookingIntoProcesses() {
+  ::prctl(PR_CAPBSET_DROP, CAP_SYS_PTRACE, 0, 0, 0);
+  GiveUpPermissions();
+}
+
+void HideAndOpen(const std::string& file) {
+  ::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0);
+  ::open(file.c_str(), O_RDONLY);
+}
+
+TEST_F(CleanTest, LeavesAloneWhatAHiddenProcessMayUse) {
+  const std::string file = std::string("tmp/") + kOne + "/inst/sub/file";
+  {
+    const Waiting process([&] { HideAndOpen(Path(file)); });
+    ExpectLeftAlone("it is in use: {" + file + "}", GiveUpLookingIntoProcesses);
+  }
+  const Waiting process([&] { HideAndOpen("/"); });
+  SetMode(Path(file), 0);  // so that nobody can ask about it
+  WriteScript(kOther, std::string("{tmp}/") + kOther + "/");
+  EXPECT_EQ(Clean({"--yes"}, GiveUpLookingIntoProcesses),
+            (Outcome{1, Text("left alone   " + one_ + ": nobody can tell whether it is in use: {" +
+                             file + "}\nremoved      {tmp}/" + kOther + "\n")}));
+  EXPECT_TRUE(fs::exists(Path(file)));
 }
 
 /// To be called in the child.
-void Mount(const std::string& what, const std::string& where, const char* kind, unsigned long how) {
+void Mount(const std::string& what, const std::string& where, const char* kind,
+           unsigned long how = 0, const char* options = nullptr) {
   const bool is_done = ::unshare(CLONE_NEWNS) == 0 &&
                        ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-                       ::mount(what.c_str(), where.c_str(), kind, how, nullptr) == 0;
+                       ::mount(what.c_str(), where.c_str(), kind, how, options) == 0;
   if (!is_done) ::_exit(kImpossibleHere);
 }
 
@@ -246,12 +277,21 @@ TEST_F(CleanTest, LeavesAloneWhatSomethingIsMountedIn) {
 
 TEST_F(CleanTest, LeavesEverythingAloneWhereNoProcessCanBeLookedAt) {
   const Lines before = DescribeTreeExactly(Path("."));
-  const Outcome seen = Clean({"--yes"}, [] { Mount("none", "/proc", "tmpfs", 0); });
+  const Outcome seen = Clean({"--yes"}, [] { Mount("none", "/proc", "tmpfs"); });
   if (seen.status == kImpossibleHere) GTEST_SKIP() << "this cannot be set up here";
   const std::string reason = ": what is mounted cannot be looked at in /proc\n";
   EXPECT_EQ(seen, (Outcome{1, Text("left alone   " + one_ + reason + "left alone   {tmp}/" +
                                    kOther + reason)}));
   EXPECT_EQ(DescribeTreeExactly(Path(".")), before);
+}
+
+TEST_F(CleanTest, LeavesAloneWhatAProcessUsesThatTheSystemDoesNotShow) {
+  const std::string file = std::string("tmp/") + kOne + "/inst/sub/file";
+  const Waiting process([&] { HideAndOpen(Path(file)); });
+  ExpectLeftAlone("it is in use: {" + file + "}", [] {
+    Mount("none", "/proc", "proc", 0, "hidepid=2");
+    GiveUpLookingIntoProcesses();
+  });
 }
 
 TEST_F(CleanTest, RemovesNothingThatWasNotThereAtTheLook) {
@@ -266,6 +306,33 @@ TEST_F(CleanTest, RemovesNothingThatWasNotThereAtTheLook) {
   EXPECT_EQ(left[0].reason, "it was not there before: " + sub + "/a");
   EXPECT_EQ(left[1].fate, Fate::kRemoved);
   EXPECT_THAT(DescribeTree(sub), ElementsAre("f 644 a = new", "f 644 file = "));
+}
+
+TEST_F(CleanTest, RemovesNoDirectoryThatTookThePlaceOfAnother) {
+  const std::string one = Path(std::string("tmp/") + kOne);
+  int times = 0;
+  const BeforeOpen exchange(one, [&] {
+    if (++times != 2) return;
+    fs::rename(one, Path("moved"));
+    fs::copy(Path("moved"), one, fs::copy_options::recursive);
+  });
+  const LeftOver left = RemoveLeftOvers(Path("tmp"))[0];
+  EXPECT_EQ(left.fate, Fate::kNotRemoved);
+  EXPECT_EQ(left.reason, "it was not there before: " + one);
+  EXPECT_EQ(DescribeTree(one), DescribeTree(Path("moved")));
+}
+
+TEST_F(CleanTest, FollowsNoLinkThatTakesThePlaceOfADirectory) {
+  Change("file outside/file kept");
+  const std::string sub = Path(std::string("tmp/") + kOne + "/inst/sub");
+  const BeforeOpen exchange(sub, [&] {
+    fs::remove_all(sub);
+    fs::create_symlink(Path("outside"), sub);
+  });
+  const LeftOver left = RemoveLeftOvers(Path("tmp"))[0];
+  EXPECT_EQ(left.fate, Fate::kLeftAlone);
+  EXPECT_EQ(left.reason, "opendir - " + sub + " - Not a directory");
+  EXPECT_THAT(DescribeTree(Path("outside")), ElementsAre("f 644 file = kept"));
 }
 
 TEST_F(CleanTest, RefusesABadCall) {
