@@ -7,8 +7,10 @@ namespace kvl {
 
 /// What the program ends with.
 enum MediaStatus : int {
-  kFine = 0,             ///< no findings, or the media was made or sealed, or is whole
-  kProblems = 1,         ///< findings, or a media that could not be made or sealed, or is not whole
+  /// No findings, or the media was made or sealed, or is whole, or nothing is left of runs.
+  kFine = 0,
+  /// Findings, or a media that could not be made or sealed, or is not whole, or something left of runs.
+  kProblems = 1,
   kBadCall = 2,          ///< a bad call, or a report that could not be written
   kNotReadToTheEnd = 3,  ///< of a media that was verified, something could not be looked at
   kFineInPart = 4,       ///< nothing is wrong with the volumes given, which are not all

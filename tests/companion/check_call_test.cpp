@@ -41,7 +41,8 @@ TEST(KvlMedia, RefusesBadCallsWithOneLine) {
   }
 }
 
-constexpr char kHelp[] = R"(Checks, makes, seals and verifies installation media, and cleans up behind runs.
+constexpr char kHelp[] =
+    R"(Checks, makes, seals and verifies installation media, and cleans up behind runs.
 Usage: kvl-media [OPTIONS] SUBCOMMAND
 
 Options:
@@ -281,7 +282,8 @@ TEST(FailingOutput, IsNamed) {
     for (const Lines& arguments :
          {Lines{"--help"}, Lines{"--version"}, Lines{"make", "--help"}, Lines{"check", "-h"},
           Lines{"check", "payload"}, Lines{"check", "--json", "payload"},
-          Lines{"verify", "payload"}, Lines{"verify", "--json", "payload"}}) {
+          Lines{"verify", "payload"}, Lines{"verify", "--json", "payload"},
+          Lines{"clean", "payload"}}) {
       world.ExpectRefused(world.Companion(arguments, {}, send), "the report cannot be written");
     }
     world.ExpectRefused(world.MakeMedia({}, "media", send),
