@@ -123,13 +123,13 @@ TEST(SetInstallerEnvironment, BacksUpTheUsersValuesAndReplacesThem) {
 }
 
 /// The user's variables, and what becomes different by them.
-struct Row {
+struct UsersRow {
   std::string name;
   Environment callers, different = {};
 };
 
 TEST(SetInstallerEnvironment, FollowsTheUsersVariables) {
-  const std::vector<Row> rows = {
+  const std::vector<UsersRow> rows = {
       {"PATH is kept behind the installer's programs",
        {{"PATH", "/usr/bin:/bin"}},
        {{"PATH", "/m/inst/x/code/bin:/usr/bin:/bin"}, {"KVL_BAK_PATH", "KVL_BAK=/usr/bin:/bin"}}},
@@ -142,7 +142,7 @@ TEST(SetInstallerEnvironment, FollowsTheUsersVariables) {
       {"TEMP and ORBTemp are replaced", {{"TEMP", "/mine"}, {"ORBTemp", "/mine"}}},
       {"an empty name of the library path leaves a bare backup", {{"KVL_LIBPATH_VARNAME", ""}}},
   };
-  for (const Row& row : rows) {
+  for (const UsersRow& row : rows) {
     EXPECT_EQ(ChangesOf(kPlainSetting, row.callers), PlainChangesBut(row.different)) << row.name;
   }
 }
@@ -157,7 +157,7 @@ TEST(SetInstallerEnvironment, TellsPrivilegesAndSessionAsOneOrZero) {
 }
 
 TEST(SetInstallerEnvironment, TakesAnyVariableAsLibraryPath) {
-  std::vector<Row> rows = {
+  std::vector<UsersRow> rows = {
       {"LD_LIBRARY_PATH",  // replaced wholly
        {{"LD_LIBRARY_PATH", "/usr/lib:/lib"}},
        {{"LD_LIBRARY_PATH", kPlainPrograms}, {"KVL_BAK_LD_LIBRARY_PATH", "KVL_BAK=/usr/lib:/lib"}}},
@@ -186,7 +186,7 @@ TEST(SetInstallerEnvironment, TakesAnyVariableAsLibraryPath) {
     }
     rows.push_back({name, {}, {{"KVL_BAK_" + name, "KVL_BAK=" + value}, {name, kPlainPrograms}}});
   }
-  for (Row& row : rows) {
+  for (UsersRow& row : rows) {
     row.callers["KVL_LIBPATH_VARNAME"] = row.name;
     EXPECT_EQ(ChangesOf(kPlainSetting, row.callers), PlainChangesBut(row.different, {"KVL_BAK_"}))
         << row.name;
