@@ -165,14 +165,15 @@ TEST_F(CreateDirTest, EndsOnATooLongPathAndKeepsHundredsOfAncestors) {
 }
 
 TEST_F(CreateDirTest, ExactlyTakesThePathAsItStands) {
-  EXPECT_EQ(FailureInside([] {
-              for (const std::string name : {"'quoted'", "\"q\"", "'", "a\\b//c/", "a\\b/d/e"}) {
-                CreateDirExactly(name);
-              }
-            }),
-            kNoFailure);
-  EXPECT_THAT(Tree(), ElementsAre("d 755 \"q\"", "d 755 '", "d 755 'quoted'", "d 755 a\\b",
-                                  "d 755 a\\b/c", "d 755 a\\b/d", "d 755 a\\b/d/e"));
+  EXPECT_EQ(
+      FailureInside([] {
+        for (const std::string name : {"'quoted'", "\"q\"/sub", "'", "a\\b//c/", "a\\b/d/e"}) {
+          CreateDirExactly(name);
+        }
+      }),
+      kNoFailure);
+  EXPECT_THAT(Tree(), ElementsAre("d 755 \"q\"", "d 755 \"q\"/sub", "d 755 '", "d 755 'quoted'",
+                                  "d 755 a\\b", "d 755 a\\b/c", "d 755 a\\b/d", "d 755 a\\b/d/e"));
   const std::string file = Write("file", "");
   EXPECT_EQ(FailureOf([&] { CreateDirExactly(file + "//x"); }),
             Exception("mkdir - " + file + "//x", ENOTDIR));
