@@ -38,6 +38,10 @@ TEST(LineFile, CutsALongLineAndPassesOverItsRest) {
                 ElementsAre(std::string(kLongest, 'x')))
         << more;
   }
+  // A carriage return that is the last byte to be kept does not make the line a whole one.
+  const std::string contents = std::string(kLongest - 1, 'x') + "\rrest\nnext\n";
+  EXPECT_THAT(AllLines(directory.Write("file", contents)),
+              ElementsAre(std::string(kLongest - 1, 'x'), "next"));
 }
 
 /// The most memory that this process has had resident at any time, in KiB.
@@ -97,6 +101,12 @@ TEST(LineFile, NeverWaitsForAPipeThatTakesThePlaceOfTheFile) {
   }
   is_over = true;
   exchanger.join();
+}
+
+TEST(LineFile, ReadsAFileOfTheSystemThatClaimsToBeEmpty) {
+  const std::string path = "/proc/sys/kernel/ostype";
+  if (LineFile(path).Error() != 0) GTEST_SKIP() << "the system has no such file";
+  EXPECT_THAT(AllLines(path), ElementsAre("Linux"));
 }
 
 TEST(LineFile, ComesToAnEndWhereAFileOfTheSystemHasNone) {
