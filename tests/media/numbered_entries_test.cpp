@@ -95,8 +95,10 @@ TEST(ForEachNumber, VisitsEveryNumberWhereNothingCanBeListed) {
   const std::string file = directory.Write("7", "");
   EXPECT_EQ(Visited(directory.Path("missing"), {5, 1004}), AllFrom(5, 1000));
   EXPECT_EQ(Visited(file, {5, 1004}), AllFrom(5, 1000));
-  const FailingCall list_breaks_off(FailingCall::kReadDir, EIO);
-  EXPECT_EQ(Visited(directory.Path(), {5, 1004}), AllFrom(5, 1000));
+  for (const int names : {0, 3}) {  // none, and all of them with both dots
+    const FailingCall list_breaks_off(FailingCall::kReadDir, EIO, /*after=*/names);
+    EXPECT_EQ(Visited(directory.Path(), {5, 1004}), AllFrom(5, 1000)) << names;
+  }
 }
 
 TEST(ForEachNumber, OfAnEmptyDirectoryListsTheRoot) {
