@@ -1,5 +1,7 @@
 #include "console/run_command.h"
 
+#include <pthread.h>
+
 #include "console/logger.h"
 #include "tests/console/fake_child.h"
 #include "tests/support/system_faults.h"
@@ -104,6 +106,18 @@ TEST(RunCommand, ReturnsZeroWithoutWaitingEvenWhenNothingStarted) {
   for (const std::string command : {"prog", " "}) {
     EXPECT_EQ(RunCaught(command, kDoNotWait), (Outcome{0, "", CannotCreate(command)}));
   }
+}
+
+/// What is typed in the very moment in which the child has been made.
+TEST(RunCommand, LeavesTheKeyboardToTheChildBeforeItIsMade) {
+  const FakeChild child{{"FAKE_EXIT", "7"}};
+  const Outcome outcome = RunIsolated([&] {
+    const auto type = [] { ::raise(SIGINT); };
+    ::signal(SIGINT, SIG_DFL);
+    ::pthread_atfork(/*prepare=*/nullptr, type, /*child=*/nullptr);
+    return RunBare(child.Program());
+  });
+  EXPECT_EQ(outcome, Outcome{7});
 }
 
 TEST(RunCommand, GivesTheEnvironmentAndAnEmptyPanelVariable) {
