@@ -304,10 +304,10 @@ warning    {1}: an ordinary user cannot read it; give it read and execute permis
 3 problems: the installer will be staged and started
 )";
     ReplaceAll(findings, "{1}", "{" + row.closed + "}", 0);
-    world.ExpectReport(
-        seen, Report(kStaged,
-                     "Installer  {ext}/inst/linux/code/bin/installer, from KVL_ZOLVEN_Installer\n" +
-                         Staged("{tmp}", std::to_string(row.files)) + findings));
+    world.ExpectReport(seen, Report(kStaged,
+                                    "Installer  {ext}/inst/linux/code/bin/installer, from "
+                                    "KVL_ZOLVEN_Installer; name from --installer\n" +
+                                        Staged("{tmp}", std::to_string(row.files)) + findings));
     EXPECT_EQ(launch.status, 0);
     const auto is_file = [](const std::string& line) { return line.starts_with("f "); };
     EXPECT_EQ(std::count_if(launch.staged.begin(), launch.staged.end(), is_file), row.files + 1);
