@@ -42,10 +42,10 @@ std::uint64_t Difference(std::uint64_t left, std::uint64_t right) {
 }
 
 /// The room for files of a file system, in blocks.
-class Room {
+class FreeRoom {
  public:
   /// That of the nearest directory on the way to `path` that is there; without an answer there is none.
-  explicit Room(const std::string& path) {
+  explicit FreeRoom(const std::string& path) {
     InsPath place(path);
     while (!place.IsEmpty() && ::statfs(place.Str().c_str(), &status_) != 0) place = place.Parent();
     is_endless_ = !place.IsEmpty() && status_.f_blocks == 0;
@@ -400,7 +400,7 @@ class StagingSurvey {
 
   const StagingRequest& request_;
   Findings& findings_;
-  const Room room_;
+  const FreeRoom room_;
   StagingForecast forecast_;
   std::set<FileIdentity> above_target_;
   std::set<FileIdentity> on_the_way_;

@@ -34,7 +34,7 @@ FileIdentity IdentityOf(const struct stat& status) {
 
 /// The text of the clean-up script, which is never longer than its three paths allow.
 std::string ScriptIn(const OpenLevel& directory) {
-  constexpr std::size_t kMostBytes = 16384;
+  constexpr std::size_t kLongestScript = 16384;
   const FileDescriptor file(directory.File(), names::kCleanUpScript, kFileItself);
   const auto require = [&](bool is_so) {
     KVLInsIO::internal::ThrowUnless<KVLInsException>(is_so, "Cannot read ",
@@ -42,11 +42,11 @@ std::string ScriptIn(const OpenLevel& directory) {
   };
   require(file.IsOpen());
   if (!StateOfOpen(file.Number()).IsFile()) return {};
-  std::string text(kMostBytes, '\0');
+  std::string text(kLongestScript, '\0');
   std::size_t length = 0;
-  for (ssize_t more = 1; more > 0 && length < kMostBytes;
+  for (ssize_t more = 1; more > 0 && length < kLongestScript;
        length += static_cast<std::size_t>(more)) {
-    more = ::read(file.Number(), text.data() + length, kMostBytes - length);
+    more = ::read(file.Number(), text.data() + length, kLongestScript - length);
     require(more >= 0);
   }
   text.resize(length);
