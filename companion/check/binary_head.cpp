@@ -18,7 +18,21 @@
 namespace kvl {
 namespace {
 
-constexpr char kSelf[] = "/proc/self/exe";
+/// That this process is made for, which it need not ask the system: /proc may be missing.
+#if defined(__x86_64__)
+constexpr std::uint16_t kOwnMachine = EM_X86_64;
+#elif defined(__aarch64__)
+constexpr std::uint16_t kOwnMachine = EM_AARCH64;
+#elif defined(__powerpc64__)
+constexpr std::uint16_t kOwnMachine = EM_PPC64;
+#elif defined(__s390x__)
+constexpr std::uint16_t kOwnMachine = EM_S390;
+#elif defined(__riscv)
+constexpr std::uint16_t kOwnMachine = EM_RISCV;
+#else
+constexpr std::uint16_t kOwnMachine = EM_NONE;  // nothing is known of it
+#endif
+
 constexpr char kHeaderCutOff[] = "it ends within its headers";
 constexpr char kHeaderWrong[] = "its headers make no sense";
 constexpr char kSegmentCutOff[] = "it ends before its last segment does";
@@ -50,7 +64,7 @@ std::optional<BinaryKind> KindOf(std::string_view bytes) {
 }
 
 bool Runs(const BinaryKind& ours, const BinaryKind& other) {
-  if (ours.width == ELFCLASSNONE) return true;  // nothing is known of us
+  if (ours.machine == EM_NONE) return true;
   if (ours.byte_order != other.byte_order) return false;
   if (ours.machine == other.machine) return ours.width == other.width;
   const bool is_older = (ours.machine == EM_X86_64 && other.machine == EM_386) ||
@@ -103,9 +117,6 @@ class BinaryReader {
     if (start.error != 0) return Unread(start.error);
     const std::optional<BinaryKind> kind = KindOf(start.bytes);
     if (!kind) return Damaged(kHeaderCutOff, BinaryEnd::kCannotBeKnown);
-    const FileStart self = ReadStart(kSelf, sizeof(Elf64_Ehdr));
-    if (self.error != 0) return UnreadBeside(kSelf, self.error);
-    ours_ = KindOf(self.bytes).value_or(BinaryKind());
     if (!Runs(ours_, *kind)) {
       return {.fault = BinaryFault::kOtherMachine,
               .end = BinaryEnd::kCannotBeKnown,
@@ -216,7 +227,8 @@ class BinaryReader {
 
   const std::string& path_;
   const std::uint64_t file_size_;
-  BinaryKind ours_;
+  const BinaryKind ours_ = {sizeof(void*) == sizeof(Elf64_Addr) ? ELFCLASS64 : ELFCLASS32,
+                            OwnByteOrder(), kOwnMachine};
   std::vector<Segment> segments_;
 };
 

@@ -29,7 +29,7 @@ struct BinaryCheck {
   std::string own_machine = {};         ///< that this process is made for
   std::string_view damage = {};         ///< what is damaged, in words
   std::string loader = {};              ///< the path of it, as the binary names it; maybe empty
-  std::string unread = {};              ///< what of it, of its loader or of us cannot be read
+  std::string unread = {};              ///< what of it or of its loader cannot be read
   int error = 0;                        ///< and why
 };
 
