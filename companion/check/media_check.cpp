@@ -217,25 +217,30 @@ class MediaCheck {
 
   void LookThroughTrees() {
     std::set<FileIdentity> seen;  // in the flat layout all volumes are in one
-    std::vector<std::string> trees = {request_.media_dir};
+    std::vector<std::string> volumes = {request_.media_dir};
     InstalledTree installed;
     for (const VolumeRow& row : report_.volumes.rows) {
       if (row.state != VolumeState::kFound) continue;
       if (report_.layout == Layout::kAm) LookAtWayTo(row);
-      trees.push_back(DirectoryOf(row));
-      installed.AddPayloadOf(trees.back(), std::to_string(row.number));
+      volumes.push_back(DirectoryOf(row));
+      installed.AddPayloadOf(volumes.back(), std::to_string(row.number));
     }
-    if (!report_.external_inst_slash.empty()) {
-      for (const std::string& name : {std::string(names::kCommon), state_.OsName}) {
-        trees.push_back(report_.external_inst_slash + name);
-      }
-    }
-    for (const std::string& tree : trees) {
+    const auto survey = [&](const std::string& tree) {
       const PathState state = StateAt(tree);
-      AddUnseen(tree, state.error, Severity::kWarning, report_.findings);
       if (state.IsThere() && seen.insert(state.identity).second) {
         SurveyTree(tree, installed, report_.findings);
       }
+      return state.error;
+    };
+    for (const std::string& volume : volumes) {  // each has been found
+      if (const int error = survey(volume)) {
+        AddUnread(volume, error, Severity::kWarning, report_.findings);
+      }
+    }
+    if (report_.external_inst_slash.empty()) return;
+    for (const std::string& name : {std::string(names::kCommon), state_.OsName}) {
+      const std::string tree = report_.external_inst_slash + name;
+      AddUnseen(tree, survey(tree), Severity::kWarning, report_.findings);
     }
   }
 

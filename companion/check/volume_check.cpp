@@ -118,7 +118,7 @@ class VolumeCheck {
     constexpr std::size_t kMostOfAMarker = 65536;
     if (marker.error != 0) return;
     const FileStart start = ReadStart(marker.path, kMostOfAMarker);
-    AddUnseen(marker.path, start.error, Severity::kWarning, findings_);
+    if (start.error != 0) AddUnread(marker.path, start.error, Severity::kWarning, findings_);
     if (start.bytes.find('\r') == std::string::npos) return;
     findings_.Add(FindingKind::kMarkerCarriageReturn, marker.path);
   }
