@@ -6,6 +6,7 @@
 
 #include "companion/clean/left_overs.h"
 #include "tests/companion/check_world.h"
+#include "tests/support/sanitized.h"
 #include "tests/support/system_faults.h"
 
 namespace kvl::test {
@@ -276,6 +277,7 @@ TEST_F(CleanTest, LeavesAloneWhatSomethingIsMountedIn) {
 }
 
 TEST_F(CleanTest, LeavesEverythingAloneWhereNoProcessCanBeLookedAt) {
+  if (kSanitized) GTEST_SKIP() << "a sanitizer needs /proc";
   const Lines before = DescribeTreeExactly(Path("."));
   const Outcome seen = Clean({"--yes"}, [] { Mount("none", "/proc", "tmpfs"); });
   if (seen.status == kImpossibleHere) GTEST_SKIP() << "this cannot be set up here";
