@@ -5,6 +5,7 @@
 #include <linux/capability.h>
 
 #include "companion/clean/left_overs.h"
+#include "console/identifier.h"
 #include "tests/companion/check_world.h"
 #include "tests/support/sanitized.h"
 #include "tests/support/system_faults.h"
@@ -12,14 +13,18 @@
 namespace kvl::test {
 namespace {
 
-constexpr char kOne[] = "01234567-89AB-4DEF-8123-456789ABCDEF";
-constexpr char kOther[] = "F1234567-89AB-4DEF-B123-456789ABCDEF";
+/// Of this process alone: whoever has something of such a name open counts as a user of all that has
+/// it, wherever it lies, so that tests beside each other would be in each other's way.
+const std::string kEndOfNames = Hex4(static_cast<std::uint32_t>(::getpid()) >> 16U, kUpperCase) +
+                                Hex4(static_cast<std::uint32_t>(::getpid()) & 0xFFFFU, kUpperCase);
+const std::string kOne = "01234567-89AB-4DEF-8123-4567" + kEndOfNames;
+const std::string kOther = "F1234567-89AB-4DEF-B123-4567" + kEndOfNames;
 
 /// A temporary directory with what two runs have left.
 class CleanTest : public testing::Test, protected CheckWorld {
  protected:
   CleanTest() {
-    for (const std::string name : {kOne, kOther}) {
+    for (const std::string& name : {kOne, kOther}) {
       Change("file tmp/" + name + "/inst/sub/file; file tmp/" + name + "/media.xml");
       WriteScript(name, "{tmp/" + name + "}/");
     }
@@ -45,16 +50,16 @@ class CleanTest : public testing::Test, protected CheckWorld {
   }
   void ExpectKept(const std::string& label, const std::string& reason,
                   const std::function<void()>& before) const {
-    const Lines kept = DescribeTree(Path(std::string("tmp/") + kOne));
+    const Lines kept = DescribeTree(Path("tmp/" + kOne));
     const Outcome seen = Clean({"--yes"}, before);
     if (seen.status == kImpossibleHere) GTEST_SKIP() << "this cannot be set up here";
     EXPECT_EQ(seen, (Outcome{1, Text(label + "{tmp}/" + kOne + ": " + reason +
                                      "\nremoved      {tmp}/" + kOther + "\n")}));
-    EXPECT_EQ(DescribeTree(Path(std::string("tmp/") + kOne)), kept);
-    EXPECT_FALSE(fs::exists(Path(std::string("tmp/") + kOther)));
+    EXPECT_EQ(DescribeTree(Path("tmp/" + kOne)), kept);
+    EXPECT_FALSE(fs::exists(Path("tmp/" + kOther)));
   }
 
-  const std::string one_ = std::string("{tmp}/") + kOne;
+  const std::string one_ = "{tmp}/" + kOne;
 };
 
 TEST_F(CleanTest, SaysSoWhereNothingIsLeft) {
@@ -87,18 +92,18 @@ TEST_F(CleanTest, ListsWhatALaunchHasLeftAndRemovesItWhenAskedTo) {
 }
 
 TEST_F(CleanTest, RemovesEveryKindOfEntryAndNothingThatALinkLeadsTo) {
-  const std::string in_one = std::string(" tmp/") + kOne;
+  const std::string in_one = " tmp/" + kOne;
   Change("file outside/file kept; link" + in_one + "/inst/out {outside}; link" + in_one +
          "/inst/to_file {outside/file}; pipe" + in_one + "/pipe; socket" + in_one + "/s; file" +
          in_one + "/\\x1B\\n[2J; dir" + in_one + "/empty; link way tmp");
-  EXPECT_EQ(Clean({"way", "--yes"}), (Outcome{0, std::string("removed      way/") + kOne +
-                                                     "\nremoved      way/" + kOther + "\n"}));
+  EXPECT_EQ(Clean({"way", "--yes"}),
+            (Outcome{0, "removed      way/" + kOne + "\nremoved      way/" + kOther + "\n"}));
   EXPECT_TRUE(fs::is_empty(Path("tmp")));
   EXPECT_THAT(DescribeTree(Path("outside")), ElementsAre("f 644 file = kept"));
 }
 
 TEST_F(CleanTest, LeavesAloneWhatIsNoStagingDirectoryOfThisUser) {
-  const std::string script = one_ + "/remove.bat", tmp = std::string("tmp/") + kOne;
+  const std::string script = one_ + "/remove.bat", tmp = "tmp/" + kOne;
   const std::string no_script = "its remove.bat is not that of a run in it";
   const std::vector<std::pair<std::string, std::string>> rows = {
       {"move " + tmp + " elsewhere; link " + tmp + " {elsewhere}", "not a directory"},
@@ -118,14 +123,14 @@ TEST_F(CleanTest, LeavesAloneWhatIsNoStagingDirectoryOfThisUser) {
     SCOPED_TRACE(change.substr(0, 200));
     fs::remove_all(Path("tmp"));
     CleanTest::WriteScript(kOne, one_ + "/");
-    CleanTest::WriteScript(kOther, std::string("{tmp}/") + kOther + "/");
+    CleanTest::WriteScript(kOther, "{tmp}/" + kOther + "/");
     Change(change);
     ExpectLeftAlone(reason);
   }
 }
 
 TEST_F(CleanTest, LeavesAloneWhatAScriptOfAnotherDirectoryLiesIn) {
-  WriteScript(kOne, std::string("{tmp}/") + kOther + "/");
+  WriteScript(kOne, "{tmp}/" + kOther + "/");
   ExpectLeftAlone("its remove.bat is not that of a run in it");
   WriteScript(kOne, one_ + "/inst/");
   EXPECT_EQ(Clean().out,
@@ -133,26 +138,26 @@ TEST_F(CleanTest, LeavesAloneWhatAScriptOfAnotherDirectoryLiesIn) {
 }
 
 TEST_F(CleanTest, LeavesAloneWhatItCannotLookThrough) {
-  const std::string closed = std::string("tmp/") + kOne + "/inst/a\x1B\n";
+  const std::string closed = "tmp/" + kOne + "/inst/a\x1B\n";
   SetMode(Directory().MakeDir(closed), 0);
   const Outcome seen = Clean({"--yes"}, GiveUpPermissions);
   SetMode(Path(closed), 0755);
   EXPECT_EQ(seen, (Outcome{1, Text("left alone   " + one_ + ": opendir - " + one_ +
                                    "/inst/a\\x1B\\x0A - Permission denied\nremoved      {tmp}/" +
                                    kOther + "\n")}));
-  EXPECT_EQ(DescribeTree(Path(std::string("tmp/") + kOne)).size(), 6U);
+  EXPECT_EQ(DescribeTree(Path("tmp/" + kOne)).size(), 6U);
 }
 
 TEST_F(CleanTest, LeavesAloneWhatBelongsToAnotherUser) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root gives something away";
-  GiveToOrdinaryUser(Path(std::string("tmp/") + kOne + "/inst/sub"));
+  GiveToOrdinaryUser(Path("tmp/" + kOne + "/inst/sub"));
   ExpectLeftAlone("it holds something of another user: " + one_ + "/inst/sub");
-  GiveToOrdinaryUser(Path(std::string("tmp/") + kOne));
+  GiveToOrdinaryUser(Path("tmp/" + kOne));
   EXPECT_EQ(Clean(), (Outcome{1, Text("left alone   " + one_ + ": it belongs to another user\n")}));
 }
 
 TEST_F(CleanTest, GoesOnBehindARemovalThatFails) {
-  const std::string sub = Path(std::string("tmp/") + kOne + "/inst/sub");
+  const std::string sub = Path("tmp/" + kOne + "/inst/sub");
   SetMode(sub, 0555);
   ExpectKept("not removed  ", "unlink - " + one_ + "/inst/sub/file - Permission denied",
              GiveUpPermissions);
@@ -195,7 +200,7 @@ class Waiting {
 };
 
 TEST_F(CleanTest, LeavesAloneWhatAProcessUses) {
-  const std::string inst = Path(std::string("tmp/") + kOne + "/inst");
+  const std::string inst = Path("tmp/" + kOne + "/inst");
   const std::string outside = Directory().MakeDir("outside"), gone = inst + "/gone";
   fs::copy_file("/bin/cat", inst + "/program");
   fs::create_hard_link(inst + "/program", outside + "/program");
@@ -227,7 +232,7 @@ TEST_F(CleanTest, LeavesAloneWhatAProcessUses) {
   }
   for (const auto& [what, action] : rows) {
     SCOPED_TRACE(what);
-    WriteScript(kOther, std::string("{tmp}/") + kOther + "/");
+    WriteScript(kOther, "{tmp}/" + kOther + "/");
     const Waiting process(action);
     ExpectLeftAlone("it is in use by " + process.Name());
   }
@@ -245,14 +250,14 @@ void HideAndOpen(const std::string& file) {
 }
 
 TEST_F(CleanTest, LeavesAloneWhatAHiddenProcessMayUse) {
-  const std::string file = std::string("tmp/") + kOne + "/inst/sub/file";
+  const std::string file = "tmp/" + kOne + "/inst/sub/file";
   {
     const Waiting process([&] { HideAndOpen(Path(file)); });
     ExpectLeftAlone("it is in use: {" + file + "}", GiveUpLookingIntoProcesses);
   }
   const Waiting process([&] { HideAndOpen("/"); });
   SetMode(Path(file), 0);  // so that nobody can ask about it
-  WriteScript(kOther, std::string("{tmp}/") + kOther + "/");
+  WriteScript(kOther, "{tmp}/" + kOther + "/");
   EXPECT_EQ(Clean({"--yes"}, GiveUpLookingIntoProcesses),
             (Outcome{1, Text("left alone   " + one_ + ": nobody can tell whether it is in use: {" +
                              file + "}\nremoved      {tmp}/" + kOther + "\n")}));
@@ -270,7 +275,7 @@ void Mount(const std::string& what, const std::string& where, const char* kind,
 
 TEST_F(CleanTest, LeavesAloneWhatSomethingIsMountedIn) {
   Change("file outside/file kept");
-  const std::string sub = Path(std::string("tmp/") + kOne + "/inst/sub");
+  const std::string sub = Path("tmp/" + kOne + "/inst/sub");
   ExpectLeftAlone("something is mounted in it, or of it",
                   [&] { Mount(Path("outside"), sub, nullptr, MS_BIND); });
   EXPECT_THAT(DescribeTree(Path("outside")), ElementsAre("f 644 file = kept"));
@@ -288,7 +293,7 @@ TEST_F(CleanTest, LeavesEverythingAloneWhereNoProcessCanBeLookedAt) {
 }
 
 TEST_F(CleanTest, LeavesAloneWhatAProcessUsesThatTheSystemDoesNotShow) {
-  const std::string file = std::string("tmp/") + kOne + "/inst/sub/file";
+  const std::string file = "tmp/" + kOne + "/inst/sub/file";
   const Waiting process([&] { HideAndOpen(Path(file)); });
   ExpectLeftAlone("it is in use: {" + file + "}", [] {
     Mount("none", "/proc", "proc", 0, "hidepid=2,gid=65534");
@@ -297,7 +302,7 @@ TEST_F(CleanTest, LeavesAloneWhatAProcessUsesThatTheSystemDoesNotShow) {
 }
 
 TEST_F(CleanTest, RemovesNothingThatWasNotThereAtTheLook) {
-  const std::string sub = Path(std::string("tmp/") + kOne + "/inst/sub");
+  const std::string sub = Path("tmp/" + kOne + "/inst/sub");
   int times = 0;
   const BeforeOpen arrival(sub, [&] {
     if (++times > 1) WriteFile(sub + "/a", "new");
@@ -311,7 +316,7 @@ TEST_F(CleanTest, RemovesNothingThatWasNotThereAtTheLook) {
 }
 
 TEST_F(CleanTest, RemovesNoDirectoryThatTookThePlaceOfAnother) {
-  const std::string one = Path(std::string("tmp/") + kOne);
+  const std::string one = Path("tmp/" + kOne);
   int times = 0;
   const BeforeOpen exchange(one, [&] {
     if (++times != 2) return;
@@ -326,7 +331,7 @@ TEST_F(CleanTest, RemovesNoDirectoryThatTookThePlaceOfAnother) {
 
 TEST_F(CleanTest, FollowsNoLinkThatTakesThePlaceOfADirectory) {
   Change("file outside/file kept");
-  const std::string sub = Path(std::string("tmp/") + kOne + "/inst/sub");
+  const std::string sub = Path("tmp/" + kOne + "/inst/sub");
   const BeforeOpen exchange(sub, [&] {
     fs::remove_all(sub);
     fs::create_symlink(Path("outside"), sub);
