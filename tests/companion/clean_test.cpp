@@ -95,7 +95,8 @@ TEST_F(CleanTest, RemovesEveryKindOfEntryAndNothingThatALinkLeadsTo) {
   const std::string in_one = " tmp/" + kOne;
   Change("file outside/file kept; link" + in_one + "/inst/out {outside}; link" + in_one +
          "/inst/to_file {outside/file}; pipe" + in_one + "/pipe; socket" + in_one + "/s; file" +
-         in_one + "/\\x1B\\n[2J; dir" + in_one + "/empty; link way tmp");
+         in_one + "/\\x1B\\n[2J; dir" + in_one + "/empty; file" + in_one +
+         "/inst/remove.bat; link way tmp");
   EXPECT_EQ(Clean({"way", "--yes"}),
             (Outcome{0, "removed      way/" + kOne + "\nremoved      way/" + kOther + "\n"}));
   EXPECT_TRUE(fs::is_empty(Path("tmp")));
