@@ -340,6 +340,20 @@ TEST_F(VerifyTest, NeverCallsFineWhatItCannotRead) {
                            ""}));
 }
 
+TEST_F(VerifyTest, NamesWhatIsMissingBesideADirectoryThatItCannotRead) {
+  world_.Change("file payload/1/b-c x");
+  world_.Make("single");
+  world_.Change("remove media/payload/1/b-c; mode 0 media/payload/1/b");
+  const Outcome seen = world_.Companion({"verify", "media"}, {}, GiveUpPermissions);
+  SetMode(world_.Path("media/payload/1/b"), 0755);
+  EXPECT_EQ(Replaced(seen.out, ", [0-9]+ bytes", ""),
+            world_.Text("unreadable    {media/payload/1/b}: opendir - {media/payload/1/b} - "
+                        "Permission denied\n"
+                        "wrong mode    {media/payload/1/b}: 000 in place of 755\n"
+                        "missing       {media/payload/1/b-c}\n"
+                        "3 problems; read: 11 files\n"));
+}
+
 TEST_F(VerifyTest, WritesOneObjectForPrograms) {
   world_.Make("sibling");
   world_.Change("file media/2/\\xFF");
