@@ -53,6 +53,22 @@ TEST(MakeLinks, RefusesAllAtOnceThatLeadToNothingInThePayload) {
       "lib/out -> ../../outside, round/a -> b, round/b -> a, through -> lib64/../../outside");
 }
 
+TEST(MakeLinks, MayLeadThroughAsManyAsTheSystemFollows) {
+  CheckWorld world(std::string(kPlainInstaller) + "file payload/0 x");
+  const auto add = [&](int i) {
+    world.Change("link payload/" + std::to_string(i) + " " + std::to_string(i - 1));
+  };
+  for (int i = 1; i <= 40; ++i) add(i);
+  EXPECT_EQ(ReadFile(world.Path("payload/40")), "x");
+  world.ExpectMade(world.MakeMedia(), "'{media}");
+  add(41);
+  fs::remove_all(world.Path("media"));
+  world.ExpectRefusedAndUntouched(
+      {},
+      "links that lead to nothing in the payload (--links follow copies what they lead to): "
+      "41 -> 40");
+}
+
 /// From link to link, from volume to volume. Only where a volume is missing do they lead nowhere.
 TEST(MakeLinks, MayLeadToWhatLiesOnAnotherVolume) {
   struct Row {
