@@ -253,7 +253,8 @@ TEST(KvlMediaMake, RefusesToWriteWhereSomethingIs) {
                              {"file media/lost+found", line},
                              {"link media/lost+found payload", line},
                              {"dir media/directory", line},
-                             {"link media/link x", line}});
+                             {"link media/link x", line},
+                             {"link media nowhere", "not a directory: {media}"}});
 }
 
 TEST(KvlMediaMake, WritesBesideTheLostAndFoundOfAFileSystem) {
