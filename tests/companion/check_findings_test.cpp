@@ -59,6 +59,20 @@ Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
 warning    {2}/2.txt: AM volume 2 is missing: it has no marker; copy the whole volume there
 warning    {3/m/3}/3.txt: volume 3 is missing: it has no marker; copy the whole volume there
 2 problems: the installer will be staged and started
+# AmVolumesBeyondThoseThatAreListed: remove 1; remove 2; first 3/m/1; 3/m/1: volumes=2147483000 1=SET-A; 3: 3=AM-A; 2000002: 2000002=AM-A
+$ check {3/m/1} --os linux --installer installer
+Media      {3/m/1}
+System     linux, from --os
+Installer  {3/m/1}/inst/linux/code/bin/installer, in the media; name from --installer
+Volumes    2147483000, layout unknown, tag SET-A
+                 1  found       {3/m/1}
+            2-1000  missing     {4/m/2} to {1002/m/1000}
+           2000000  missing     {2000002/m/2000000}
+Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
+warning    {4}/4.txt: AM volumes 4 to 1002 are missing: they have no markers; copy the whole volumes there, or correct the number in volumes.txt
+warning    {2000002/m/2000000}/2000000.txt: volume 2000000 is missing: it has no marker; copy the whole volume there
+warning    {3/m/1}/inst/volumes.txt: 2147481999 volumes above 1000 are missing; copy them, or correct the number in volumes.txt
+3 problems: the installer will be staged and started
 # VolumeOfAnotherMedia: 2: 2=SET-B
 Volumes    2, layout sibling, tag SET-A
            1  found       {1}
@@ -125,6 +139,11 @@ error      {empty}: there is no installer in this installer media, and KVL_UseEx
 # InstallerPassedOverInFavourOfNone: dir empty
 $ -- -env KVL_UseExternalInstaller
 error      {1}/inst/linux/code/bin/installer: KVL_UseExternalInstaller passes over it, and no installer media is named; name one (-installerPath), or do without that variable
+# TwoInstallerMediaThatNobodyMayLookInto: remove 1/inst/linux/code/bin/installer; dir a; dir b; mode 644 a; mode 644 b
+$ without-rights KVL_ZOLVEN_Installer={b} -- -installerPath {a}
+error      {a}/1/inst/linux/code/bin/installer: you cannot read it; give the directories above it permission x
+error      {b}/1/inst/linux/code/bin/installer: you cannot read it; give the directories above it permission x
+2 problems: the launcher will end with status 1
 # SystemOfTheEnvironmentBeforeThatOfTheScript: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
 $ KVL_OS=other check 1
 System     other, from the environment
