@@ -39,6 +39,23 @@ TEST(CheckOfAHostileMedia, SendsNoCharacterToATerminalThatItWouldObey) {
   EXPECT_EQ(json.status, 1);
 }
 
+TEST(CheckOfAHostileMedia, SendsNoPathOfMissingVolumesToATerminalAsItIs) {
+  CheckWorld world;
+  world.FirstVolume("a\x1B/1").Announces("3").Marker(1, "SET-A");
+  const Outcome seen = world.Companion(
+      {"check", "{a\x1B/1}", "--os", "linux", "--installer", "installer"}, {{"TMPDIR", "{tmp}"}});
+  world.ExpectReport(seen, R"(Media      {}/a\x1B/1
+System     linux, from --os
+Installer  {}/a\x1B/1/inst/linux/code/bin/installer, in the media; name from --installer
+Volumes    3, layout unknown, tag SET-A
+             1  found       {}/a\x1B/1
+           2-3  missing     {}/a\x1B/2 to {}/a\x1B/3
+Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
+warning    {}/a\x1B/2/2.txt: volumes 2 to 3 are missing: they have no markers; copy the whole volumes there, or correct the number in volumes.txt
+1 problem: the installer will be staged and started
+)");
+}
+
 // --- files that keep the reader waiting ----------------------------------------------------------
 
 /// To be called in the child: a program that waits for ever is ended.
