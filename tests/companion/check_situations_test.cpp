@@ -220,5 +220,24 @@ warning    {1}/inst/volumes.txt: 2147482645 volumes above 1000 are missing; copy
 )"));
 }
 
+TEST(CheckFindsMore, MoreOfOneKindThanAReportKeeps) {
+  CheckWorld world("two volumes");
+  std::string lines;
+  for (int i = 100; i < 203; ++i) {
+    const std::string name = std::to_string(i);
+    world.Change("link 2/" + name + " nowhere");
+    if (i >= 110) continue;
+    lines += "warning    {2}/" + name +
+             ": a link that leads nowhere; put there what it leads to, or remove the link if "
+             "nothing needs it\n";
+  }
+  world.ExpectReport(
+      world.Check(),
+      Report(kInPlace, lines + "           and 93 more of dangling-link\n"
+                               "103 problems: the installer will be started in place\n"));
+  EXPECT_THAT(world.Check({"--json"}).out,
+              testing::HasSubstr("\"further\": {\n    \"dangling-link\": 3\n  }"));
+}
+
 }  // namespace
 }  // namespace kvl::test
