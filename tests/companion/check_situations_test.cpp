@@ -157,6 +157,7 @@ TEST(CheckFindsMore, ATemporaryDirectoryOfOthersForTheSuperuser) {
   for (const Row& row :
        {Row{"sticky", "mode 1777 tmp", ""},
         {"of its group", "mode 775 tmp", ""},
+        {"of another group", "mode 775 tmp", "{tmp}"},
         {"open to all", "mode 777 tmp", "{tmp}"},
         {"below an open one", "dir tmp/own; mode 777 tmp", "{tmp}"},
         {"missing in an open one", "mode 777 tmp", "{tmp}"},
@@ -169,6 +170,10 @@ TEST(CheckFindsMore, ATemporaryDirectoryOfOthersForTheSuperuser) {
     const bool is_superuser = ::geteuid() == 0;
     if (row.name == "of another user" && is_superuser) {
       EXPECT_EQ(::chown(world.Path("tmp/own").c_str(), 65534, 0), 0);
+    }
+    if (row.name == "of another group" && is_superuser) {
+      EXPECT_EQ(::chown(world.Path("tmp").c_str(), 0, 65534), 0);
+      SetMode(world.Path("tmp"), 0775);
     }
     const Outcome seen = world.Check({}, {{"TMPDIR", own}});
     const bool is_said = is_superuser && !row.directory.empty();
