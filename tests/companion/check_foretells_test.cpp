@@ -252,6 +252,29 @@ error      the arguments and variables of the installer have <n> bytes together,
   EXPECT_EQ(world.Launch("1", {.env = env, .before = LimitStack}).status, 0);
 }
 
+TEST(CheckForetells, TextsThatTogetherAreJustShortEnough) {
+  CheckWorld world("two volumes");
+  const std::string argument(9'000, 'x');
+  // Of these the launcher hands the path on twice.
+  Environment env = {{"FAKE_REPORT", "{report}"}};
+  for (const char* name : {"PATH", "A", "B", "C", "D"}) env[name] = std::string(100'000, 'v');
+  const auto check = [&] { return world.Check({"--", argument}, env, LimitStack); };
+  const auto launch = [&] {
+    return world.Launch("1", {.arguments = {argument}, .env = env, .before = LimitStack}).status;
+  };
+  const std::string out = check().out;
+  const auto number_behind = [&](const std::string& words) {
+    return std::stoul(out.substr(out.find(words) + words.size()));
+  };
+  std::string& last = env["D"];
+  last.resize(last.size() - number_behind("installer have ") + number_behind("system hands "));
+  world.ExpectReport(check(), Report(kInPlace, "Fine: the installer will be started in place\n"));
+  EXPECT_EQ(launch(), 0);
+  last += 'v';
+  EXPECT_THAT(check().out, testing::EndsWith("cannot be started, status 255\n"));
+  EXPECT_EQ(launch(), 255);
+}
+
 // --- staging -------------------------------------------------------------------------------------
 
 std::string Staged(const std::string& place, const std::string& files = "9") {
