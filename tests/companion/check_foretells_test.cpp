@@ -351,6 +351,22 @@ warning    {1}/inst/linux/code: an ordinary user cannot read it; give it read an
   EXPECT_EQ(launch.status, 255);
 }
 
+TEST(CheckForetells, AnInstallerOfAnInstallerMediaThatIsNotStaged) {
+  const std::string first(60, '1'), closed = "ext/inst/linux/code";
+  CheckWorld world("first " + first + "; " + first + ": volumes=2 1=SET-A; remove " + first +
+                   "/inst/linux/code/bin/installer; installer ext; mode 311 " + closed);
+  const Environment env = {{"KVL_ZOLVEN_Installer", "{ext}"}, {"TMPDIR", "{tmp}"}};
+  const Outcome seen =
+      world.Companion({"check", "{" + first + "}", "--os", "linux", "--installer", "installer"},
+                      env, GiveUpPermissions);
+  SetMode(world.Path(closed), 0755);
+  if (seen.status == kImpossibleHere) GTEST_SKIP() << "permissions cannot be given up here";
+  EXPECT_THAT(seen.out, testing::HasSubstr(world.Text("\nerror      {" + closed +
+                                                      "}: a directory that you may "
+                                                      "not list, so that it counts as empty; ")));
+  EXPECT_THAT(seen.out, testing::EndsWith("the installer cannot be started, status 255\n"));
+}
+
 /// To be called in the child: a file system of its own in the directory, with these limits.
 void MountSmall(const std::string& directory, const std::string& limits) {
   const bool is_possible = ::unshare(CLONE_NEWNS) == 0 &&
