@@ -1,6 +1,8 @@
 #include "companion/check/finding_catalogue.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <iterator>
 
 namespace kvl {
@@ -228,15 +230,13 @@ struct Catalogue {
       {kPathTooLong, "path-too-long", kEither, "a path that is too long for the system",
        "put it less deep, or shorten names"},
   };
-
-  static constexpr bool IsInOrder() {
-    for (std::size_t i = 0; i < std::size(kRows); ++i) {
-      if (kRows[i].kind != static_cast<FindingKind>(i)) return false;
-    }
-    return kRows[std::size(kRows) - 1].kind == kPathTooLong;
-  }
 };
-static_assert(Catalogue::IsInOrder());
+
+// Each kind has its row, in the order of the kinds.
+static_assert(std::size(Catalogue::kRows) ==
+              static_cast<std::size_t>(FindingKind::kPathTooLong) + 1);
+static_assert(std::ranges::adjacent_find(Catalogue::kRows, std::ranges::greater_equal{},
+                                         &FindingRow::kind) == std::end(Catalogue::kRows));
 
 }  // namespace
 

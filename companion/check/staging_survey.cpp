@@ -187,18 +187,19 @@ class StagingSurvey {
     return is_unseen;
   }
 
-  /// The nearest directory on the way to `path` that exists already.
+  /// The nearest directory on the way to `path` that exists already; empty when not even its root can be
+  /// looked at.
   InsPath NearestExisting(const std::string& path) {
     InsPath place(path.empty() || path.front() != '/' ? "./" + path : path);
     for (; !place.IsEmpty(); place = place.Parent()) {
       const PathState state = StateAt(place.Str());
-      if (state.IsThere()) return place;
+      if (state.IsThere()) break;
       IsUnseen(place.Str(), state.error);
       if (StateOfEntry(place.Str()).IsLink()) {
         Fail(FindingKind::kTemporaryDirectoryDangling, place.Str());
       }
     }
-    return InsPath(".");
+    return place;
   }
 
   void LookWhetherItCanBeWritten(const InsPath& place) {

@@ -167,11 +167,13 @@ StartProblems CheckStart(const StartedMedia& media, const FileStart& script, Fin
 
 bool IsOnNoexecMount(const std::string& path, Findings& findings) {
   struct statvfs status;
-  for (InsPath place(path); !place.IsEmpty(); place = place.Parent()) {
-    if (::statvfs(place.Str().c_str(), &status) == 0) return (status.f_flag & ST_NOEXEC) != 0;
-    if (AddUnseen(place.Str(), errno, Severity::kError, findings)) return false;
+  InsPath place(path);
+  while (::statvfs(place.Str().c_str(), &status) != 0) {
+    const bool is_unseen = AddUnseen(place.Str(), errno, Severity::kError, findings);
+    place = place.Parent();
+    if (is_unseen || place.IsEmpty()) return false;
   }
-  return false;
+  return (status.f_flag & ST_NOEXEC) != 0;
 }
 
 }  // namespace kvl

@@ -188,23 +188,15 @@ class VolumeCheck {
     const VolumeState state = marker.State(wanted);
     if (state == VolumeState::kMissing) return AddMissing(what, number, marker.path);
     SayWhichAreMissing();
-    switch (state) {
-      case VolumeState::kFound:
-      case VolumeState::kMissing:
-        break;
-      case VolumeState::kOtherTag:
-        findings_.Add(FindingKind::kVolumeOfAnotherMedia, marker.path,
-                      {volume, ShortTag(marker.tag), ShortTag(wanted)});
-        break;
-      case VolumeState::kUnreadable:
-        findings_.Add(WhyNotAllowed(marker.path, F_OK) == EACCES
-                          ? FindingKind::kMarkerBehindClosedWay
-                          : FindingKind::kMarkerUnreadable,
-                      marker.path, {volume});
-        break;
-      case VolumeState::kNoTag:
-        findings_.Add(FindingKind::kMarkerWithoutTag, marker.path, {volume});
-        break;
+    if (state == VolumeState::kOtherTag) {
+      findings_.Add(FindingKind::kVolumeOfAnotherMedia, marker.path,
+                    {volume, ShortTag(marker.tag), ShortTag(wanted)});
+    } else if (state == VolumeState::kNoTag) {
+      findings_.Add(FindingKind::kMarkerWithoutTag, marker.path, {volume});
+    } else if (WhyNotAllowed(marker.path, F_OK) == EACCES) {
+      findings_.Add(FindingKind::kMarkerBehindClosedWay, marker.path, {volume});
+    } else {
+      findings_.Add(FindingKind::kMarkerUnreadable, marker.path, {volume});
     }
   }
 
