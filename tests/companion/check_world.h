@@ -78,6 +78,9 @@ struct Transcript {
 void PrintTo(const Transcript& transcript, std::ostream* stream);
 std::string NameOf(const testing::TestParamInfo<Transcript>& row);
 
+/// kvl-media check of TwoVolumes says what the transcript does.
+class CheckFinds : public testing::TestWithParam<Transcript> {};
+
 /// All transcripts of a text, each with the steps of its section and the usual report.
 std::vector<Transcript> ReadTranscripts(const std::string& text);
 
