@@ -89,6 +89,8 @@ KVL_WRAP(dirent*, readdir, (DIR * list), (list), Fails(FailingCall::kReadDir), n
 KVL_WRAP(dirent*, readdir64, (DIR * list), (list), Fails(FailingCall::kReadDir), nullptr)
 KVL_WRAP(ssize_t, read, (int file, void* data, std::size_t size), (file, data, size),
          Fails(FailingCall::kRead), -1)
+KVL_WRAP(ssize_t, pread64, (int file, void* data, std::size_t size, off_t at),
+         (file, data, size, at), Fails(FailingCall::kRead), -1)
 KVL_WRAP(pid_t, waitpid, (pid_t child, int* status, int options), (child, status, options),
          Fails(FailingCall::kWaitPid), -1)
 KVL_WRAP(int, execvp, (const char* file, char* const* arguments), (file, arguments),
@@ -145,7 +147,9 @@ int __wrap_openat64(int directory, const char* path, int flags, ...) {
   if (before_open && before_open->first == kvl::test::PathBelow(directory, path)) {
     before_open->second();
   }
-  return __real_openat64(directory, path, flags, mode);
+  const bool is_below = directory >= 0 && kvl::test::faults[FailingCall::kOpenBelow];
+  const std::string whole = is_below ? kvl::test::PathBelow(directory, path) : path;
+  return Fails(FailingCall::kOpenBelow, whole) ? -1 : __real_openat64(directory, path, flags, mode);
 }
 
 int __real_statfs64(const char* path, struct statfs* status);

@@ -18,12 +18,13 @@ class FailingCall : Undo {
     kClose,
     kWaitPid,
     kExecVp,
-    kRead,
+    kRead,  ///< read and pread
     kUnlink,
-    kLook,     ///< about a path: stat, lstat, and fstatat
-    kAsk,      ///< about a path: access and faccessat
-    kOpen,     ///< about a path: open
-    kOpenDir,  ///< about a path: opendir
+    kLook,       ///< about a path: stat, lstat, and fstatat
+    kAsk,        ///< about a path: access and faccessat
+    kOpen,       ///< about a path: open
+    kOpenBelow,  ///< about a path: openat
+    kOpenDir,    ///< about a path: opendir
   };
 
   /// The first `after` calls go through, the next `times` ones fail; 0 stands for all.
