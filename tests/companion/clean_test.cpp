@@ -7,6 +7,7 @@
 #include "companion/clean/left_overs.h"
 #include "console/identifier.h"
 #include "tests/companion/check_world.h"
+#include "tests/conditions/own_mounts.h"
 #include "tests/support/sanitized.h"
 #include "tests/support/system_faults.h"
 
@@ -343,6 +344,20 @@ TEST_F(CleanTest, FollowsNoLinkThatTakesThePlaceOfADirectory) {
   EXPECT_EQ(left.fate, Fate::kLeftAlone);
   EXPECT_EQ(left.reason, "opendir - " + sub + " - Not a directory");
   EXPECT_THAT(DescribeTree(Path("outside")), ElementsAre("f 644 file = kept"));
+}
+
+TEST_F(CleanTest, LeavesAloneWhatAFileSystemIsMountedInMeanwhile) {
+  const std::string inst = Path("tmp/" + kOne + "/inst");
+  if (const std::string why = WhyNoOwnMounts(); !why.empty()) GTEST_SKIP() << why;
+  RunWithOwnMounts([&] {
+    std::optional<MemoryMount> mount;
+    const BeforeOpen arrival(inst, [&] {
+      if (!mount) mount.emplace(inst + "/sub", "mode=755");
+    });
+    const LeftOver left = RemoveLeftOvers(Path("tmp"))[0];
+    EXPECT_EQ(left.fate, Fate::kLeftAlone);
+    EXPECT_EQ(left.reason, "it holds another file system: " + inst + "/sub");
+  });
 }
 
 TEST_F(CleanTest, RefusesABadCall) {

@@ -45,12 +45,14 @@ TEST(MakeLinks, RefusesAllAtOnceThatLeadToNothingInThePayload) {
       "link payload/lib/out ../../outside; link payload/round/a b; "
       "link payload/round/b a; link payload/file lib/x.so.1.2/; "
       "link payload/by/name ../../payload/lib; "
-      "link payload/through lib64/../../outside; link payload/well lib/../lib");
+      "link payload/through lib64/../../outside; link payload/well lib/../lib; "
+      "link payload/root /lib; link payload/up lib/../../x; link payload/via root");
   world.ExpectRefusedAndUntouched(
       {},
       "links that lead to nothing in the payload (--links follow copies what they lead to): "
       "absolute -> /bin/sh, by/name -> ../../payload/lib, file -> lib/x.so.1.2/, gone -> no, "
-      "lib/out -> ../../outside, round/a -> b, round/b -> a, through -> lib64/../../outside");
+      "lib/out -> ../../outside, root -> /lib, round/a -> b, round/b -> a, "
+      "through -> lib64/../../outside, up -> lib/../../x, via -> root");
 }
 
 TEST(MakeLinks, MayLeadThroughAsManyAsTheSystemFollows) {
@@ -90,9 +92,12 @@ TEST(MakeLinks, MayLeadToWhatLiesOnAnotherVolume) {
 }
 
 TEST(MakeLinks, AreRefusedWhereAnotherVolumeHasSomethingOfThatName) {
-  CheckWorld(std::string(kPlainInstaller) + "dir payload/1/d; link payload/2/d e; dir payload/2/e")
-      .ExpectRefusedAndUntouched({"--presorted"},
-                                 "a link of one volume has the name of something on another: d");
+  for (const std::string other : {"dir payload/1/d", "file payload/1/d", "link payload/1/d e"}) {
+    SCOPED_TRACE(other);
+    CheckWorld(std::string(kPlainInstaller) + other + "; link payload/2/d e; dir payload/2/e")
+        .ExpectRefusedAndUntouched({"--presorted"},
+                                   "a link of one volume has the name of something on another: d");
+  }
 }
 
 TEST(MakeLinks, KeepsThoseOfWhatTheInstallerNeeds) {

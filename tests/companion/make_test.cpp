@@ -257,6 +257,13 @@ TEST(KvlMediaMake, RefusesToWriteWhereSomethingIs) {
                              {"link media nowhere", "not a directory: {media}"}});
 }
 
+TEST(KvlMediaMake, RefusesADirectoryThatItMayNotWriteInto) {
+  const CheckWorld world(Payload() + "dir media; mode 555 media");
+  world.ExpectRefused(world.MakeMedia({}, "media", GiveUpPermissions),
+                      "no permission to write into: {media}");
+  EXPECT_THAT(DescribeTree(world.Path("media")), IsEmpty());
+}
+
 TEST(KvlMediaMake, WritesBesideTheLostAndFoundOfAFileSystem) {
   const CheckWorld world(Payload() + "dir media/lost+found");
   world.ExpectMade(world.MakeMedia(), "'{media}");

@@ -33,6 +33,8 @@ TEST(Signature, ProvesTheVeryTextAndNoByteOfItCanChange) {
     ++reasons[WhyNotGenuine(*key, "hello\n", std::string(signature).insert(at, "\n"))];
   }
   ++reasons[WhyNotGenuine(*key, "hello\n", signature + "\n")];
+  const std::size_t last_line = signature.rfind('\n', signature.size() - 2) + 1;
+  EXPECT_EQ(WhyNoSignature(signature.substr(0, last_line) + "AAAA\n"), "no signature of minisign");
   EXPECT_THAT(reasons, testing::ElementsAre(testing::Key("its comment was changed"),
                                             testing::Key("no signature of minisign"),
                                             testing::Key("not the signature of this manifest"),
@@ -56,7 +58,7 @@ TEST(Signature, NeedsAKeyOfThatForm) {
   EXPECT_TRUE(PublicKey::From("untrusted comment: minisign public key E6\n" + key + "\n"));
   for (const std::string& other :
        {std::string(), key + "=", key.substr(4), "x\n" + key, key + "\n\n", "RW=" + key.substr(3),
-        std::string(kSignature), "untrusted comment: " + key}) {
+        std::string(kSignature), "untrusted comment: " + key, "S" + key.substr(1)}) {
     EXPECT_FALSE(PublicKey::From(other)) << other;
   }
 }

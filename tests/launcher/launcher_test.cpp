@@ -97,6 +97,14 @@ TEST(Launcher, RemembersTheInstallerOfAUsableMediaOnly) {
   EXPECT_EQ(launcher.InstallerPath, InstallerOf(world.Path("usable")));
 }
 
+TEST(Launcher, EndsWhereAnInstallerMediaHasABlankInItsPath) {
+  MediaWorld world;
+  world.Volume("a blank").Installer();
+  PlainLauncher launcher;
+  EXPECT_EXIT(launcher.ValidateInstallerMedia(world.Path("a blank"), /*quiet=*/true),
+              testing::ExitedWithCode(12), "");
+}
+
 TEST(Launcher, MakesTheInstallersEnvironmentFromItsFields) {
   const Environment before = {{"PATH", "/bin"}};
   const ScopedEnv env(before);
