@@ -36,7 +36,7 @@ struct BinaryCheck {
 /// True for the first bytes of a binary, whole or cut off.
 bool IsBinary(std::string_view start);
 
-/// Looks at a binary, links followed. Without a fault the system starts it, as far as the headers
+/// Looks at a file that begins as a binary, links followed. Without a fault the system starts it, as far as the headers
 /// say. A machine's older relative of 32 bits counts as the same machine.
 BinaryCheck CheckBinary(const std::string& path);
 
