@@ -27,12 +27,15 @@ if(KVL_SANITIZE)
   target_link_options(own_code INTERFACE -fsanitize=address,undefined)
 endif()
 
+# The counters lie in a file that every process of a program maps ("%m", "%c"): they are kept however a
+# process ends, also when another program takes its place, and no process needs to write them.
 if(KVL_COVERAGE)
-  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-    message(FATAL_ERROR "KVL_COVERAGE needs g++; CMAKE_CXX_COMPILER is ${CMAKE_CXX_COMPILER}")
-  endif()
-  target_compile_options(own_code INTERFACE --coverage -fprofile-abs-path)
-  target_link_options(own_code INTERFACE --coverage)
+  target_compile_options(own_code INTERFACE
+    -fprofile-instr-generate=${PROJECT_BINARY_DIR}/counters/%m%c.profraw -fcoverage-mapping
+    "SHELL:-mllvm -runtime-counter-relocation")
+  target_link_options(own_code INTERFACE -fprofile-instr-generate)
+  target_sources(own_code INTERFACE
+    $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:${PROJECT_SOURCE_DIR}/cmake/count_in_file.cpp>)
 endif()
 
 # kvl_library(<name> <source>...): the one library of a folder. clang-tidy looks at all of its sources

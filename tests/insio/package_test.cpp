@@ -64,7 +64,7 @@ class Package : public testing::Test, protected TestDirectory {
   /// With what everything that links the library has to be compiled, too.
   std::string CommonFlags() const {
     if (kSanitized) return "-fsanitize=address,undefined";
-    return Cached("KVL_COVERAGE") == "ON" ? "--coverage" : "";
+    return Cached("KVL_COVERAGE") == "ON" ? "-fprofile-instr-generate" : "";
   }
 
   Outcome Run(const std::vector<std::string>& command) const {
