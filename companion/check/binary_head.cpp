@@ -41,6 +41,12 @@ constexpr char kSegmentCutOff[] = "it ends before its last segment does";
 struct BinaryKind {
   unsigned char width = 0, byte_order = 0;
   std::uint16_t machine = 0;  // in the order of the binary's own bytes
+
+  /// The system does not look at these numbers, and others do.
+  bool MakesSense() const {
+    return (width == ELFCLASS32 || width == ELFCLASS64) &&
+           (byte_order == ELFDATA2LSB || byte_order == ELFDATA2MSB);
+  }
 };
 
 unsigned char OwnByteOrder() {
@@ -117,6 +123,7 @@ class BinaryReader {
     if (start.error != 0) return Unread(start.error);
     const std::optional<BinaryKind> kind = KindOf(start.bytes);
     if (!kind) return Damaged(kHeaderCutOff, BinaryEnd::kCannotBeKnown);
+    if (!kind->MakesSense()) return Damaged(kHeaderWrong, BinaryEnd::kCannotBeKnown);
     if (!Runs(ours_, *kind)) {
       return {.fault = BinaryFault::kOtherMachine,
               .end = BinaryEnd::kCannotBeKnown,
