@@ -1,6 +1,7 @@
 // kvl-media: how it is called, its report for programs, and when that cannot be written.
 #include <nlohmann/json.hpp>
 
+#include "companion/check/finding_catalogue.h"
 #include "tests/companion/check_world.h"
 #include "tests/launcher/expected_environment.h"
 
@@ -289,6 +290,12 @@ TEST(FailingOutput, IsNamed) {
     world.ExpectRefused(world.MakeMedia({}, "media", send),
                         "the media was made, but the message cannot be written");
     EXPECT_TRUE(fs::exists(world.Path("media/StartTUI.sh")));
+  }
+}
+
+TEST(KvlMediaCheck, NamesEachFindingForProgramsByAFewWords) {
+  for (const FindingRow& row : FindingCatalogue()) {
+    EXPECT_THAT(row.code, testing::ContainsRegex("^[a-z]+(-[a-z]+)*$")) << row.text;
   }
 }
 

@@ -72,6 +72,13 @@ warning    {4}/4.txt: AM volumes 4 to 1002 are missing: they have no markers; co
 warning    {2000002/m/2000000}/2000000.txt: volume 2000000 is missing: it has no marker; copy the whole volume there
 warning    {3/m/1}/inst/volumes.txt: 2147481999 volumes above 1000 are missing; copy them, or correct the number in volumes.txt
 3 problems: the installer will be staged and started
+# EveryVolumeBeyondThoseThatAreListedIsThere: remove 2; 1: volumes=1001; 1000: 1000=SET-A; 1001: 1001=SET-A
+Volumes    1001, layout sibling, tag SET-A
+               1  found       {1}
+           2-999  missing     {2} to {999}
+            1000  found       {1000}
+            1001  found       {1001}
+warning    {2}/2.txt: volumes 2 to 999 are missing: they have no markers; copy the whole volumes there, or correct the number in volumes.txt
 # VolumeOfAnotherMedia: 2: 2=SET-B
 Volumes    2, layout sibling, tag SET-A
            1  found       {1}

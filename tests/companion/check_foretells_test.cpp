@@ -5,6 +5,7 @@
 
 #include <link.h>
 
+#include "companion/check/binary_head.h"
 #include "console/text.h"
 #include "tests/companion/check_world.h"
 #include "tests/support/system_faults.h"
@@ -168,6 +169,33 @@ TEST(CheckForetells, EveryBinaryThatCannotBeStarted) {
     world.ExpectReport(world.Check(),
                        Report(kInPlace, line("installer") + line("launcher") +
                                             "2 problems: the launcher cannot be started\n"));
+  }
+}
+
+TEST(CheckForetells, TheNameOfAMachine) {
+  struct Row {
+    ElfW(Half) machine;
+    std::string of_32_bits, of_64_bits;
+  };
+  const std::vector<Row> rows = {{EM_386, "i386", "i386"},    {EM_X86_64, "x32", "x86_64"},
+                                 {EM_ARM, "arm", "arm"},      {EM_AARCH64, "arm64", "arm64"},
+                                 {EM_PPC, "ppc", "ppc"},      {EM_PPC64, "ppc64", "ppc64"},
+                                 {EM_S390, "s390", "s390x"},  {EM_SPARC, "sparc", "sparc"},
+                                 {EM_MIPS, "mips", "mips64"}, {EM_SPARCV9, "sparc", "sparc64"},
+                                 {EM_IA_64, "ia64", "ia64"},  {EM_RISCV, "riscv32", "riscv64"}};
+  const TestDirectory directory;
+  const std::string path = directory.Path("binary");
+  for (const Row& row : rows) {
+    for (const int width : {ELFCLASS32, ELFCLASS64}) {
+      Binary binary;
+      binary.header.e_machine = row.machine;
+      binary.header.e_ident[EI_CLASS] = static_cast<unsigned char>(width);
+      WriteFile(path, binary.Bytes(kWholeBinary));
+      const BinaryCheck check = CheckBinary(path);
+      if (check.fault != BinaryFault::kOtherMachine) continue;  // it is this one, or its relative
+      EXPECT_EQ(check.machine, width == ELFCLASS32 ? row.of_32_bits : row.of_64_bits);
+      EXPECT_EQ(check.own_machine, ThisMachine());
+    }
   }
 }
 
@@ -426,21 +454,24 @@ TEST(CheckForetells, ThatItCannotKnowWhetherTheRoomIsEnough) {
     const bool is_marker = entry.path().filename() == "1.txt";
     if (entry.is_regular_file() && !is_marker) blocks += (entry.file_size() + kBlock - 1) / kBlock;
   }
+  const std::string refused = "2 problems: the launcher will end with status 1";
+  const std::string unknown = std::string("2 problems: ") + kUnknown;
+  const std::string started = "1 problem: the installer will be staged and started";
   struct Row {
-    std::uint64_t blocks;
+    std::uint64_t blocks, more_for_the_superuser;
     std::string end;
   };
-  for (const Row& row : {Row{blocks - 1, "2 problems: the launcher will end with status 1"},
-                         Row{blocks, std::string("2 problems: ") + kUnknown},
-                         Row{blocks * 2, "1 problem: the installer will be staged and started"}}) {
-    const FakeFreeBlocks fake(row.blocks, kBlock);
+  for (const Row& row :
+       {Row{blocks - 1, 0, refused}, Row{blocks, 0, unknown}, Row{blocks * 2, 0, started},
+        Row{0, blocks * 2, ::geteuid() == 0 ? unknown : refused}}) {
+    const FakeFreeBlocks fake(row.blocks, kBlock, row.more_for_the_superuser);
     const ScopedEnv scoped({{"TMPDIR", world.Path("tmp")}, {"PATH", "/usr/bin:/bin"}});
     const Outcome seen = CheckWorld::CompanionHere(
         {"check", world.Path("1"), "--os", "linux", "--installer", "installer"});
     EXPECT_THAT(seen.out, testing::EndsWith(row.end + "\n"));
     EXPECT_EQ(seen.out.find("; whether they are enough cannot be known; make room there") !=
                   std::string::npos,
-              row.blocks == blocks);
+              row.end == unknown);
   }
 }
 

@@ -18,7 +18,10 @@ std::array<std::optional<Fault>, FailingCall::kOpenDir + 1> faults;
 
 std::optional<std::pair<std::string, std::function<void()>>> before_open;
 std::optional<uid_t> fake_user;
-std::optional<std::pair<std::uint64_t, std::uint64_t>> fake_free_blocks;
+struct FreeBlocks {
+  std::uint64_t for_all, size, more;
+};
+std::optional<FreeBlocks> fake_free_blocks;
 
 bool IsAbout(const Fault& fault, std::string_view path) {
   if (!fault.path) return true;
@@ -62,9 +65,9 @@ FakeUser::FakeUser(unsigned real_user_id) : Undo([] { fake_user.reset(); }) {
   fake_user = real_user_id;
 }
 
-FakeFreeBlocks::FakeFreeBlocks(std::uint64_t blocks, std::uint64_t block_size)
+FakeFreeBlocks::FakeFreeBlocks(std::uint64_t blocks, std::uint64_t block_size, std::uint64_t more)
     : Undo([] { fake_free_blocks.reset(); }) {
-  fake_free_blocks.emplace(blocks, block_size);
+  fake_free_blocks = {blocks, block_size, more};
 }
 
 }  // namespace kvl::test
@@ -156,9 +159,10 @@ int __real_statfs64(const char* path, struct statfs* status);
 int __wrap_statfs64(const char* path, struct statfs* status) {
   const int result = __real_statfs64(path, status);
   if (!kvl::test::fake_free_blocks) return result;
-  const auto [blocks, block_size] = *kvl::test::fake_free_blocks;
-  status->f_bavail = status->f_bfree = blocks;
-  status->f_bsize = static_cast<decltype(status->f_bsize)>(block_size);
+  const auto [for_all, size, more] = *kvl::test::fake_free_blocks;
+  status->f_bavail = for_all;
+  status->f_bfree = for_all + more;
+  status->f_bsize = static_cast<decltype(status->f_bsize)>(size);
   return result;
 }
 

@@ -48,10 +48,11 @@ class FakeUser : Undo {
   explicit FakeUser(unsigned real_user_id);
 };
 
-/// While it lives, every file system says that it has so many free blocks of this size.
+/// While it lives, every file system says that it has so many free blocks of this size for everybody,
+/// and more of them for the superuser.
 class FakeFreeBlocks : Undo {
  public:
-  FakeFreeBlocks(std::uint64_t blocks, std::uint64_t block_size);
+  FakeFreeBlocks(std::uint64_t blocks, std::uint64_t block_size, std::uint64_t more = 0);
 };
 
 }  // namespace kvl::test
