@@ -2,6 +2,8 @@
 #include <nlohmann/json.hpp>
 
 #include "companion/check/finding_catalogue.h"
+#include "companion/check/installer_variables.h"
+#include "companion/check/media_report.h"
 #include "tests/companion/check_world.h"
 #include "tests/launcher/expected_environment.h"
 
@@ -291,6 +293,13 @@ TEST(FailingOutput, IsNamed) {
                         "the media was made, but the message cannot be written");
     EXPECT_TRUE(fs::exists(world.Path("media/StartTUI.sh")));
   }
+}
+
+TEST(KvlMediaCheck, ShortensATextThatNoArgumentCanHold) {
+  const std::string longest(MediaReport::kLongestText, 'x');
+  EXPECT_EQ(longest.size(), 131'072U);
+  EXPECT_EQ(ShownText(longest), longest);
+  EXPECT_LT(ShownText(longest + "x").size(), longest.size());
 }
 
 TEST(KvlMediaCheck, NamesEachFindingForProgramsByAFewWords) {

@@ -56,6 +56,10 @@ error      {1}/StartTUI.sh: it cannot be read: Input/output error; look at its d
 # StartScriptWithWindows: look {1}/StartGUI.sh
 error      {1}/StartGUI.sh: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
 1 problem: StartGUI.sh starts nothing; without it, the installer will be started in place
+# InstallerThatTheStartScriptAloneNames: ask {1}/inst/other/code/bin/installer
+$ file 1/StartTUI.sh KVL_OS=other\n
+error      {1}/inst/other/code/bin/installer: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+1 problem: StartTUI.sh starts nothing; without it, the installer will be started in place
 # VolumesFileThatCannotBeAskedFor: ask {1}/inst/volumes.txt
 Volumes    number unknown
 warning    {1}/inst/volumes.txt: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media

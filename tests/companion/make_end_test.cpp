@@ -1,6 +1,7 @@
 // How kvl-media make ends: with a check of what it has made.
 #include <elf.h>
 
+#include "companion/calls/last_words.h"
 #include "tests/companion/check_world.h"
 
 namespace kvl::test {
@@ -16,6 +17,18 @@ class MakeAtItsEnd : public testing::Test {
  protected:
   CheckWorld world_{"file setup #!/bin/sh\\n; file payload/file x"};
 };
+
+TEST(LastWords, AreSaidOnlyAsLongAsTheyLive) {
+  const auto die = [](bool is_over) {
+    return RunIsolated([is_over] {
+      auto words = std::make_optional<LastWords>("words\n", "/");
+      if (is_over) words.reset();
+      return ::raise(SIGTERM);
+    });
+  };
+  EXPECT_EQ(die(/*is_over=*/false), (Outcome{-SIGTERM, "", "words\n"}));
+  EXPECT_EQ(die(/*is_over=*/true), (Outcome{-SIGTERM, "", ""}));
+}
 
 TEST_F(MakeAtItsEnd, SaysWhatIsWrongWithAMediaThatCannotBeStarted) {
   const std::string programs = "error      {media}/inst/linux/code/bin/";

@@ -75,6 +75,10 @@ TEST(KvlMediaMake, MakesMediaThatCheckFindsNothingWrongWith) {
     EXPECT_EQ(ReadFile(world.Path(row.first + "/inst/volumes.txt")), "2\n");
     EXPECT_EQ(ReadFile(world.Path(row.first + "/1.txt")), "Volume marker\nMTBDIR=T 1\n");
     EXPECT_EQ(ReadFile(world.Path(row.second + "/2.txt")), "Volume marker\nMTBDIR=T 1\n");
+    if (row.layout == "am") {
+      EXPECT_EQ(ReadFile(world.Path("media/1/1.txt")), "Volume marker\nMTBDIR=T 1-AM\n");
+      EXPECT_EQ(ReadFile(world.Path("media/2/2.txt")), "Volume marker\nMTBDIR=T 1-AM\n");
+    }
 
     const std::string first = "{" + row.first + "}", second = "{" + row.second + "}";
     world.ExpectReport(world.Companion({"check", row.first}, {{"TMPDIR", "{tmp}"}}),
@@ -87,6 +91,16 @@ TEST(KvlMediaMake, MakesMediaThatCheckFindsNothingWrongWith) {
                            "\nStart      in place\n"
                            "Fine: the installer will be started in place\n");
   }
+}
+
+TEST(KvlMediaMake, TakesTheLauncherBesideItselfWhereNoneIsNamed) {
+  const CheckWorld world(Payload());
+  const Outcome seen =
+      world.Companion({"make", "--tag", "T", "--installer", "setup", "payload", "media"});
+  EXPECT_EQ(seen.status, 0) << seen.err;
+  const fs::path programs = fs::read_symlink("/proc/self/exe").parent_path();
+  EXPECT_TRUE(ReadFile(world.Path("media/inst/linux/code/bin/kvl-launcher")) ==
+              ReadFile(programs / "kvl-launcher"));
 }
 
 TEST(KvlMediaMake, PutsEveryFileOfThePayloadOnOneVolume) {

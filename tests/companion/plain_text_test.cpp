@@ -1,5 +1,6 @@
 #include "companion/names/plain_text.h"
 
+#include "companion/names/bounded_text.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
@@ -31,6 +32,7 @@ TEST(ToOneLine, KeepsTextAndWritesOtherBytesDown) {
            "\xF0\x80\x80\x80",
            "\xED\xA0\x80",                          // a surrogate
            "\xF4\x90\x80\x80", "\xF5\x80\x80\x80",  // beyond the last character
+           "\xED\x7F\x80", "\xF4\x7F\x80\x80",      // a second byte too low
        }) {
     EXPECT_EQ(ToOneLine("a" + bytes), "a" + Written(bytes));
   }
@@ -59,6 +61,14 @@ TEST(ToOneLine, WritesDownTheCharactersThatATerminalObeys) {
     ASSERT_EQ(ToOneLine("a" + bytes + "b"), "a" + (is_obeyed ? Written(bytes) : shown) + "b")
         << static_cast<unsigned>(number);
   }
+}
+
+TEST(WholeText, IsAsLongAsItMayBeAndNoLonger) {
+  const TestDirectory directory;
+  directory.Write("text", "four");
+  const KVLInsIO::OpenDirectory opened(directory.Path("."));
+  EXPECT_EQ(WholeText(opened.File("text"), 4), "four");
+  EXPECT_THROW(WholeText(opened.File("text"), 3), TooLong);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include "companion/seal/signature.h"
 
 #include "tests/companion/sealed_world.h"
+#include "tests/support/call_filter.h"
 
 namespace kvl::test {
 namespace {
@@ -189,6 +190,14 @@ TEST_F(SealTest, SaysWhatOfMinisignDidNotWork) {
   world_.ExpectRefused(seal_in("{.}"), "minisign has written something else", 1);
   world_.ExpectRefused(seal_in("{no}"), "no directory to sign in: {no}: No such file or directory",
                        1);
+}
+
+TEST_F(SealTest, SaysThatASignatureMayNotBeStored) {
+  world_.Make("single");
+  world_.ExpectRefused(world_.Companion({"seal", "media", "--key", "key"},
+                                        {{"PATH", "/usr/bin:/bin"}, {"TMPDIR", world_.Path("tmp")}},
+                                        [] { FilterCalls({SYS_syncfs}, SECCOMP_RET_ERRNO | EIO); }),
+                       "syncfs - {media} - Input/output error", 1);
 }
 
 TEST_F(SealTest, IsNoPartOfAMediaThatCannotBeSigned) {

@@ -1,6 +1,8 @@
 // kvl-media verify and seal: what they say of a media that is whole, of parts of it, of each kind of
 // flaw, and what they refuse.
 
+#include <nlohmann/json.hpp>
+
 #include "companion/program.h"
 #include "companion/report/verify_report.h"
 #include "companion/verify/media_verify.h"
@@ -486,6 +488,13 @@ TEST_F(VerifyTest, RefusesBadCalls) {
                                           ::open("/dev/full", O_WRONLY);
                                         }),
                        "the report cannot be written");
+}
+
+TEST(VerifyJson, CallsNothingGenuineThatHasAFlaw) {
+  VerifyReport report = {.looked_at = {1}, .has_key = true};
+  EXPECT_EQ(nlohmann::json::parse(VerifyJson(report))["genuine"], true);
+  report.flaws.push_back({FlawKind::kMissing, "file"});
+  EXPECT_EQ(nlohmann::json::parse(VerifyJson(report))["genuine"], false);
 }
 
 }  // namespace
