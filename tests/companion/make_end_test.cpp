@@ -65,6 +65,7 @@ TEST_F(MakeAtItsEnd, SaysWhatIsWrongWithAMediaThatCannotBeStarted) {
 TEST_F(MakeAtItsEnd, DoesNotSayHowToStartHereWhatStartsElsewhere) {
   Elf64_Ehdr header = {};
   std::memcpy(header.e_ident, ELFMAG, SELFMAG);
+  header.e_ident[EI_CLASS] = ELFCLASS64;
   header.e_ident[EI_DATA] = ELFDATA2MSB;
   header.e_machine = EM_S390 << 8U;
   const std::string bytes(reinterpret_cast<const char*>(&header), sizeof header);

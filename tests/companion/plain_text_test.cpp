@@ -1,7 +1,7 @@
 #include "companion/names/plain_text.h"
 
 #include "companion/names/bounded_text.h"
-#include "tests/support/test.h"
+#include "tests/support/test_directory.h"
 
 namespace kvl::test {
 namespace {

@@ -491,7 +491,9 @@ TEST_F(VerifyTest, RefusesBadCalls) {
 }
 
 TEST(VerifyJson, CallsNothingGenuineThatHasAFlaw) {
-  VerifyReport report = {.looked_at = {1}, .has_key = true};
+  VerifyReport report;
+  report.looked_at = {1};
+  report.has_key = true;
   EXPECT_EQ(nlohmann::json::parse(VerifyJson(report))["genuine"], true);
   report.flaws.push_back({FlawKind::kMissing, "file"});
   EXPECT_EQ(nlohmann::json::parse(VerifyJson(report))["genuine"], false);
