@@ -128,12 +128,6 @@ error      {tmp}/<identifier>: the umask 400 takes permissions from what is stag
 warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
 error      {1}/inst/linux/code/bin/installer: the installer has no execute permission; give it that (chmod a+x)
 2 problems: the installer cannot be started, status 255
-# InstallerThatTheUmaskKeepsFromBeingExecuted: remove 2
-$ umask-111
-           2  missing     {2}
-warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
-error      {tmp}/<identifier>: the umask 111 takes permissions from what is staged that you need yourself; set one that leaves them to you (umask 022)
-2 problems: the installer cannot be started, status 255
 = has no installer
 # NoInstaller:
 $ --installer other
