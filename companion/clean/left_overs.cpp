@@ -56,8 +56,8 @@ std::string ScriptIn(const OpenLevel& directory) {
 /// Whether the script is what a launcher writes into a staging directory of this name.
 bool IsScriptOf(const std::string& text, const std::string& name) {
   const std::string end = "/" + name + "/";
-  const std::size_t quote = text.find('"'), at = text.find(end);
-  if (quote == std::string::npos || at == std::string::npos || at < quote) return false;
+  const std::size_t quote = text.find('"'), at = text.find(end, quote);
+  if (at == std::string::npos) return false;
   return text == CleanUpScript(text.substr(quote + 1, at + end.size() - quote - 1));
 }
 

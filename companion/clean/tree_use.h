@@ -11,7 +11,7 @@ namespace kvl {
 /// What is known of the processes of the system.
 struct ProcessUse {
   std::string user;  ///< "process <number>" that has something of the tree open; empty for none
-  bool is_whole = false;  ///< without such a process: all could be looked at
+  bool is_whole;     ///< without such a process: all could be looked at
 };
 
 /// Looks in /proc for a process with an open file, working directory, root directory, program or mapped

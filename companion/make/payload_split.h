@@ -22,8 +22,8 @@ inline constexpr std::uint64_t kNoLimit = UINT64_MAX;
 /// What a volume is to hold besides payload.
 struct VolumeRoom {
   std::uint64_t most_bytes = kNoLimit;
-  std::uint64_t on_first = 0;     ///< bytes of what lies on the first volume only
-  std::uint64_t in_manifest = 0;  ///< length of the lines in the manifest for what is no payload
+  std::uint64_t on_first;     ///< bytes of what lies on the first volume only
+  std::uint64_t in_manifest;  ///< length of the lines in the manifest for what is no payload
 };
 
 /// The payload of a volume: some entries of a list, one behind the other. The directories that they lie

@@ -13,8 +13,8 @@ namespace kvl {
 
 struct MakeReport {
   struct Volume {
-    std::string directory;               ///< where the launcher finds it
-    std::uint64_t files = 0, bytes = 0;  ///< of its payload
+    std::string directory;       ///< where the launcher finds it
+    std::uint64_t files, bytes;  ///< of its payload
   };
 
   bool is_dry_run = false;

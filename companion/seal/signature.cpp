@@ -17,7 +17,8 @@ constexpr std::string_view kFirstOfSignature =
 constexpr std::string_view kTrustedComment = "trusted comment: ";
 /// In front of a key or signature: what is signed is the text itself, or its BLAKE2b digest.
 constexpr std::string_view kOfText = "Ed", kOfDigest = "ED";
-constexpr std::size_t kIdSize = 8, kKeySize = 32, kSignatureSize = 64;
+constexpr std::size_t kIdSize = PublicKey::kIdSize, kKeySize = PublicKey::kSize;
+constexpr std::size_t kSignatureSize = 64;
 
 constexpr char kNoSignature[] = "no signature of minisign";
 

@@ -14,8 +14,10 @@ namespace kvl {
 inline constexpr std::size_t kMostOfASignature = 16384;
 
 struct PublicKey {
-  std::array<unsigned char, 8> id = {};  ///< a signature names the key that it was made with
-  std::array<unsigned char, 32> bytes = {};
+  static constexpr std::size_t kIdSize = 8, kSize = 32;
+
+  std::array<unsigned char, kIdSize> id = {};  ///< a signature names the key that it was made with
+  std::array<unsigned char, kSize> bytes = {};
 
   /// The key of a public key file's text, or of the line with the key alone; nothing for any other.
   static std::optional<PublicKey> From(std::string_view text);

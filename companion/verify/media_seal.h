@@ -9,7 +9,7 @@ namespace kvl {
 
 struct SealedMedia {
   std::string tag;
-  std::size_t signatures = 0;  ///< how many directories of volumes have one now
+  std::size_t signatures;  ///< how many directories of volumes have one now
 };
 
 /// Signs the manifest, which must be the same in all directories of volumes, see FindDiscs, and

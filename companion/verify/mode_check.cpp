@@ -1,8 +1,8 @@
 #include "companion/verify/mode_check.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
-#include <string_view>
 
 #include "companion/names/path_below.h"
 
@@ -25,7 +25,7 @@ std::string Octal(std::uint32_t mode) {
 
 void ModeCheck::Add(const std::string& path, std::uint32_t mode, Kind kind) {
   const std::uint32_t permissions = mode & kPermissions, wanted = ModeOf(kind);
-  seen_.at(static_cast<std::size_t>(kind)).insert(permissions);
+  seen_[kind].insert(permissions);
   const bool is_right = permissions == wanted || permissions == (wanted & ~kWriting);
   if (!is_right) others_.push_back({path, permissions, kind});
 }
@@ -42,16 +42,17 @@ void ModeCheck::AddFlaws(const std::string& directory, std::vector<Flaw>& flaws)
 }
 
 bool ModeCheck::IsEachKindTheSame() const {
-  return std::ranges::all_of(seen_, [](const auto& modes) { return modes.size() <= 1; });
+  return std::ranges::all_of(seen_, [](const auto& seen) { return seen.second.size() == 1; });
 }
 
 std::string ModeCheck::ModesOfAll() const {
-  constexpr std::array<std::string_view, 3> kKinds = {"plain files", "programs", "directories"};
+  const std::map<Kind, std::string> kinds = {{Kind::kPlain, "plain files"},
+                                             {Kind::kProgram, "programs"},
+                                             {Kind::kDirectory, "directories"}};
   std::string text = "here all";
-  for (std::size_t kind = 0; kind < seen_.size(); ++kind) {
-    if (seen_.at(kind).empty()) continue;
-    text += (text.ends_with("all") ? " " : ", ") + std::string(kKinds.at(kind)) + " have mode " +
-            Octal(*seen_.at(kind).begin());
+  for (const auto& [kind, modes] : seen_) {
+    text += (text.ends_with("all") ? " " : ", ") + kinds.at(kind) + " have mode " +
+            Octal(*modes.begin());
   }
   return text;
 }

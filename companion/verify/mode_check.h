@@ -1,9 +1,8 @@
 // Permissions of what lies on a volume.
 #pragma once
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -16,7 +15,7 @@ namespace kvl {
 /// disc, has 444 and 555.
 class ModeCheck {
  public:
-  enum class Kind : std::size_t { kPlain, kProgram, kDirectory };
+  enum class Kind { kPlain, kProgram, kDirectory };
 
   /// `path` lies below the volume's directory; `mode` is as in st_mode.
   void Add(const std::string& path, std::uint32_t mode, Kind kind);
@@ -37,7 +36,7 @@ class ModeCheck {
   std::string ModesOfAll() const;
 
   std::vector<Other> others_;
-  std::array<std::set<std::uint32_t>, 3> seen_;
+  std::map<Kind, std::set<std::uint32_t>> seen_;
 };
 
 }  // namespace kvl

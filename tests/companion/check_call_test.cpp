@@ -202,6 +202,8 @@ Variables
    INFO: Installer found in current media: "{1}/inst/linux/code/bin/installer".
 Fine: the installer will be started in place
 )");
+  const Outcome for_programs = world.Check({"--json", "--", "-SoftMgt", "-List"});
+  EXPECT_EQ(Json::parse(for_programs.out)["volume_count"], 1);
 }
 
 TEST(KvlMediaCheck, GivesProgramsOneObjectWithAllKeys) {

@@ -475,6 +475,31 @@ TEST(CheckForetells, ThatItCannotKnowWhetherTheRoomIsEnough) {
   }
 }
 
+/// The room that staging needs at most, as a check says that does not know whether it is enough.
+std::uint64_t MostRoomOf(const CheckWorld& world) {
+  constexpr std::uint64_t kBlock = 4096;
+  const ScopedEnv scoped({{"TMPDIR", world.Path("tmp")},
+                          {"PATH", "/usr/bin:/bin"},
+                          {"KVL_UseExternalInstaller", "1"}});
+  const auto needed_with = [&](std::uint64_t blocks) {
+    const FakeFreeBlocks fake(blocks, kBlock);
+    const Outcome seen =
+        CheckWorld::CompanionHere({"check", world.Path("1"), "--os", "linux", "--installer",
+                                   "installer", "--", "-installerPath", world.Path("ext")});
+    return std::stoull(MatchOf(seen.out, "[^]*needs (up to )?([0-9]+) bytes[^]*")[2]);
+  };
+  const std::uint64_t at_least = needed_with(0);
+  return needed_with(at_least / kBlock);
+}
+
+TEST(CheckForetells, ThatAFileOfAnInstallerMediaTakesTheRoomOfTheOneThatItReplaces) {
+  CheckWorld world("two volumes; 2: 2=SET-B; installer ext");
+  world.Directory().Write("ext/inst/linux/reffiles/more", std::string(100'000, 'x'));
+  const std::uint64_t without = MostRoomOf(world);
+  world.Directory().Write("1/inst/linux/reffiles/more", std::string(50'000, 'x'));
+  EXPECT_EQ(MostRoomOf(world), without);
+}
+
 // --- names ---------------------------------------------------------------------------------------
 
 TEST(CheckForetells, WhatIsSaidOfAMediaWithALineFeedInItsPath) {

@@ -28,6 +28,19 @@ error      {2}: this is no volume 1: there is no directory inst in it; give the 
   }
 }
 
+TEST(CheckFindsMore, WhatTheFirst64KiBOfTheStartScriptSay) {
+  CheckWorld world("first 1");
+  const auto system_of = [&](std::size_t length) {
+    const std::string line = "\nKVL_OS=linux";
+    const std::string before = "KVL_Installer_EXE=installer\n#";
+    world.Directory().Write("1/StartTUI.sh",
+                            before + std::string(length - before.size() - line.size(), ' ') + line);
+    return MatchOf(world.Companion({"check", "{1}"}).out, "[^]*\nSystem +([^\n]*)\n[^]*")[1];
+  };
+  EXPECT_EQ(system_of(65'536), "linux, from StartTUI.sh");
+  EXPECT_EQ(system_of(65'537), "linu, from StartTUI.sh");
+}
+
 TEST(CheckFindsMore, ANameTooLongForADisc) {
   const std::string name(254, 'n');
   const CheckWorld world("two volumes; file 2/" + name + "; file 2/" + std::string(253, 'm'));

@@ -92,6 +92,7 @@ TEST_F(MakeRoom, IsCountedAsItIsTaken) {
       blocks += entry.is_directory() ? 1 : (entry.file_size() + kBlock - 1) / kBlock;
     }
     EXPECT_EQ(room.entries, entries);
+    EXPECT_EQ(room.bytes % kBlock, 0U);
     EXPECT_GE(room.bytes, blocks * kBlock);
     EXPECT_LE(room.bytes, (blocks + 8) * kBlock);
     fs::remove_all(request.directory);

@@ -148,6 +148,12 @@ TEST(KvlMediaMake, PutsAPresortedPayloadOntoItsVolumes) {
                           "f 644 media.manifest"));
 }
 
+TEST(KvlMediaMake, RefusesMorePresortedVolumesThanThereCanBe) {
+  const CheckWorld world(kPresorted);
+  for (int i = 4; i <= 1000; ++i) fs::create_directory(world.Path("payload/" + std::to_string(i)));
+  world.ExpectRefused(world.MakeMedia({"--presorted"}), "more than 999 volumes would be needed");
+}
+
 TEST(KvlMediaMake, PutsWhatTheInstallerNeedsIntoInst) {
   const CheckWorld world(kPresorted);
   ASSERT_EQ(world.MakeMedia({"--presorted", "--inst", "needs"}).status, 0);
@@ -303,7 +309,8 @@ TEST(SplitPayload, NeverPutsMoreOnAVolumeThanItHolds) {
         {.name = directory + "/" + std::to_string(i), .size = std::uint64_t(i) * 997 % 40'000});
   }
   constexpr std::uint64_t kMost = 1'000'000;
-  const auto volumes = SplitPayload(std::move(payload), {.most_bytes = kMost, .on_first = 500'000});
+  const auto volumes = SplitPayload(std::move(payload),
+                                    {.most_bytes = kMost, .on_first = 500'000, .in_manifest = 0});
   EXPECT_GT(volumes.size(), 5U);
   std::uint64_t files = 0;
   for (std::size_t i = 0; i < volumes.size(); ++i) {
@@ -320,7 +327,8 @@ TEST(SplitPayload, NeverPutsMoreOnAVolumeThanItHolds) {
 TEST(SplitPayload, RefusesTooManyVolumes) {
   PayloadList payload;
   for (int i = 1000; i < 2001; ++i) payload.Add({.name = std::to_string(i), .size = 500'000});
-  EXPECT_THROW(SplitPayload(std::move(payload), {.most_bytes = 700'000}), CannotMake);
+  const VolumeRoom room = {.most_bytes = 700'000, .on_first = 0, .in_manifest = 0};
+  EXPECT_THROW(SplitPayload(std::move(payload), room), CannotMake);
 }
 
 TEST(ParseVolumeSize, TakesWholeNumbersWithPowersOf1024) {
