@@ -161,6 +161,19 @@ TEST(ProgressLine, IsRewrittenAtMostTenTimesInASecondAndWhenItsFiguresChange) {
                                std::string(kRemoved)}));
 }
 
+TEST(ProgressLine, ComesBackAfterItHasMadeWay) {
+  ProgressLine::Clock::time_point now;
+  const Outcome seen = Catch([&] {
+    ProgressLine line(/*is_shown=*/true, [&] { return now; });
+    line.Show("One", 0, 1024);
+    line.Remove();
+    now += std::chrono::milliseconds(200);
+    line.Show("One", 0, 1024);
+  });
+  const std::string once = "\rOne: 0 %, 0.0 KiB of 1.0 KiB\033[K" + std::string(kRemoved);
+  EXPECT_EQ(seen, (Outcome{0, "", once + once}));
+}
+
 TEST(ProgressLine, SaysNothingWhereItIsNotShown) {
   EXPECT_EQ(Catch([] { ProgressLine(/*is_shown=*/false).Show("One", 1, 2); }), Outcome{});
 }

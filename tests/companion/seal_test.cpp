@@ -296,6 +296,8 @@ TEST(Manifest, IsRefusedWithItsLineAndTheReason) {
       {With("program setup\n", "program payload\n"), "line 12: " + order},
       {With("program setup\n", "program setup/x\n"),
        "line 12: a path in a directory that is not listed"},
+      {With("program setup\n", "program inst/no/setup\n"),
+       "line 12: a path in a directory that is not listed"},
       {With("program setup\n", "program setup\ndirectory x\n"), "line 13: " + no_line},
       {With("link a\tpayload/x\n", "link a\n"), "line 13: no target of a link"},
       {With("link a\tpayload/x\n", "link a\t\n"), "line 13: " + target},

@@ -275,6 +275,16 @@ TEST_F(VerifyTest, HoldsTheManifestAgainstWhatTheListsVouchFor) {
   }
 }
 
+TEST_F(VerifyTest, RefusesALinkThatTwoVolumesOfOneDirectoryHave) {
+  world_.Make("flat");
+  ChangeManifest(world_, "\nvolume 2 ", "\nlink l\tpayload\nvolume 2 ");
+  ChangeManifest(world_, "end\n", "link l\tpayload\nend\n");
+  world_.Change("link media/l payload");
+  EXPECT_THAT(world_.Verify({"{media}"}).out,
+              testing::StartsWith(
+                  world_.Text("bad manifest  {media/media.manifest}: a path of a list, too\n")));
+}
+
 TEST_F(VerifyTest, RefusesAListThatTheManifestVouchesForAndIsNone) {
   world_.Make("single");
   const std::string list = world_.Path("media/1.sha256");
