@@ -12,7 +12,7 @@ target_compile_options(own_code INTERFACE
   -Wold-style-cast -Woverloaded-virtual -Wnull-dereference -Wformat=2 -Wcast-qual -Wundef)
 # A release is to be small: the linker can leave out each function that nothing refers to.
 target_compile_options(own_code INTERFACE
-  $<$<CONFIG:Release>:-O2 -ffunction-sections -fdata-sections>)
+  $<$<CONFIG:Release>:-ffunction-sections -fdata-sections>)
 # And the same wherever its sources lie.
 target_compile_options(own_code INTERFACE
   $<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>)
@@ -52,6 +52,8 @@ function(kvl_library name)
   add_library(${name} STATIC ${sources})
   target_link_libraries(${name} PUBLIC $<BUILD_INTERFACE:own_code>)
   target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:Clang>:-Wreserved-identifier>)
+  # And small code, but for folders that ask for quick code behind it.
+  target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-Os>)
   if(KVL_TIDY)
     set_target_properties(${name} PROPERTIES CXX_CLANG_TIDY "clang-tidy;--quiet" UNITY_BUILD OFF)
   endif()
@@ -60,6 +62,9 @@ endfunction()
 # kvl_program_for_everywhere(<name>): with KVL_STATIC it needs nothing of the system that it runs on,
 # and holds nothing that nothing in it refers to.
 function(kvl_program_for_everywhere name)
+  # The system may have pages of 4, 16 or 64 KiB. Code and constants share a segment, as they do on most
+  # processors anyway: constants of their own would begin 64 KiB further on.
+  target_link_options(${name} PRIVATE -Wl,-z,max-page-size=65536,-z,noseparate-code)
   if(KVL_STATIC)
     target_link_options(${name} PRIVATE -static -Wl,--gc-sections)
   endif()
