@@ -32,8 +32,10 @@ CurrentMediaDir=${CurrentMediaDir%?x}
 constexpr char kStart[] = R"sh(KVL_LIBPATH_VARNAME=LD_LIBRARY_PATH
 export CurrentMediaDir KVL_OS KVL_Installer_EXE KVL_LIBPATH_VARNAME
 
+# Where not even the root directory seems to be open to us, an older container runtime refuses the
+# shell's question itself.
 launcher=$CurrentMediaDir/@inst@/$KVL_OS/@code@/@bin@/@launcher@
-if [ ! -f "$launcher" ] || [ ! -x "$launcher" ]; then
+if [ ! -f "$launcher" ] || { [ -x / ] && [ ! -x "$launcher" ]; }; then
   printf '%s: the launcher is missing or cannot be executed: %s\n' "${0##*/}" "$launcher" >&2
   exit 1
 fi

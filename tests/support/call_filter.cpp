@@ -4,20 +4,49 @@
 
 namespace kvl::test {
 
-void FilterCalls(const std::vector<unsigned>& calls, unsigned answer) {
-  constexpr int kNoFilters = 99;
-  std::vector<sock_filter> filter = {
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
-  for (const unsigned call : calls) {
-    filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1));
-    filter.push_back(BPF_STMT(BPF_RET | BPF_K, answer));
+namespace {
+
+/// Statements about the number of a call.
+class Filter {
+ public:
+  /// A call whose number is this one (BPF_JEQ), or at least this one (BPF_JGE), gets the answer.
+  void Answer(unsigned comparison, unsigned number, unsigned answer) {
+    statements_.push_back(
+        BPF_JUMP(static_cast<unsigned short>(BPF_JMP | BPF_K | comparison), number, 0, 1));
+    statements_.push_back(BPF_STMT(BPF_RET | BPF_K, answer));
   }
-  filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
-  const sock_fprog program = {static_cast<unsigned short>(filter.size()), filter.data()};
+
+  /// From here on, in this process and those that come from it. All other calls get through.
+  void Install();
+
+ private:
+  std::vector<sock_filter> statements_ = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
+};
+
+void Filter::Install() {
+  constexpr int kNoFilters = 99;
+  statements_.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+  const sock_fprog program = {static_cast<unsigned short>(statements_.size()), statements_.data()};
   if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 ||
       ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) {
     ::_exit(kNoFilters);
   }
+}
+
+}  // namespace
+
+void FilterCalls(const std::vector<unsigned>& calls, unsigned answer) {
+  Filter filter;
+  for (const unsigned call : calls) filter.Answer(BPF_JEQ, call, answer);
+  filter.Install();
+}
+
+void FilterCallsFrom(unsigned first, const std::vector<unsigned>& but, unsigned answer) {
+  Filter filter;
+  for (const unsigned call : but) filter.Answer(BPF_JEQ, call, SECCOMP_RET_ALLOW);
+  filter.Answer(BPF_JGE, first, answer);
+  filter.Install();
 }
 
 }  // namespace kvl::test

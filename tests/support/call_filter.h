@@ -12,4 +12,8 @@ namespace kvl::test {
 /// are no such filters.
 void FilterCalls(const std::vector<unsigned>& calls, unsigned answer);
 
+/// The same for all calls with this number or a higher one, but for some of them. The system numbers its
+/// calls as they come.
+void FilterCallsFrom(unsigned first, const std::vector<unsigned>& but, unsigned answer);
+
 }  // namespace kvl::test

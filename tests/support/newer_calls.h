@@ -1,0 +1,67 @@
+// The system calls that are newer than the oldest kernel that the programs are for, and how a whole run
+// meets a kernel, or a container, without them.
+#pragma once
+
+#include <sys/syscall.h>
+
+#include "tests/support/call_filter.h"
+#include "tests/support/sanitized.h"
+#include "tests/support/test.h"
+
+namespace kvl::test {
+
+struct NewerCall {
+  std::string name;
+  unsigned number = 0;
+};
+
+/// Those that the programs, and the C library for them, make; a number of 0 is unknown here.
+inline const std::vector<NewerCall>& NewerCalls() {
+  static const std::vector<NewerCall> calls = {
+      {"clone3", SYS_clone3},          // the C library, for a thread of kvl-media; 5.3
+      {"faccessat2", SYS_faccessat2},  // the C library, for kvl-media check; 5.8
+      {"getrandom", SYS_getrandom},    // the C library, for its own heap; 3.17
+      {"renameat2", SYS_renameat2},    // kvl-media make: to a name that nothing has; 3.15
+      {"rseq", SYS_rseq},              // the C library, at the start; 4.18
+  };
+  return calls;
+}
+
+inline std::vector<unsigned> NumbersOfNewerCalls() {
+  std::vector<unsigned> numbers;
+  for (const NewerCall& call : NewerCalls()) numbers.push_back(call.number);
+  return numbers;
+}
+
+/// All calls from this number on came after 3.2.
+inline constexpr unsigned kFirstNewerCall = std::min(SYS_kcmp, SYS_finit_module);
+
+/// A kernel, or a container, and what makes a child live in it.
+struct OlderSystem {
+  std::string name;
+  std::function<void()> before;
+};
+
+/// Without each of the calls, and without any call that is newer, also those that are not made now.
+inline std::vector<OlderSystem> OlderSystems() {
+  std::vector<OlderSystem> systems;
+  for (const int error : {ENOSYS, EPERM}) {
+    const unsigned answer = SECCOMP_RET_ERRNO | static_cast<unsigned>(error);
+    const std::string says = std::string(" says ") + ::strerrorname_np(error);
+    for (const NewerCall& call : NewerCalls()) {
+      systems.push_back({call.name + says, [=] { FilterCalls({call.number}, answer); }});
+    }
+    systems.push_back(
+        {"every newer call" + says, [=] { FilterCallsFrom(kFirstNewerCall, {}, answer); }});
+  }
+  return systems;
+}
+
+/// Where a newer call that is not in the list above ends whoever makes it.
+inline OlderSystem OnlyWithTheListedCalls() {
+  return {"a call that is not listed", [] {
+            FilterCallsFrom(kFirstNewerCall, NumbersOfNewerCalls(), SECCOMP_RET_KILL_PROCESS);
+          }};
+}
+
+}  // namespace kvl::test
