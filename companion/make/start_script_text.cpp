@@ -9,6 +9,7 @@ namespace {
 constexpr char kFindMedia[] = R"sh(#!/bin/sh -
 # Starts the installation from the media that this script lies in; all arguments are handed on.
 
+# Nothing here needs /dev/null, which the superuser would make a plain file where it is missing.
 # The script's own path, behind symbolic links, never with a leading "-".
 self=$0
 case $self in
@@ -16,7 +17,7 @@ case $self in
   *) if [ -e "./$self" ]; then self=./$self; else self=$(command -v -- "$self"); fi ;;
 esac
 case $self in /*) ;; *) self=./$self ;; esac
-while [ -L "$self" ] && target=$(readlink "$self" 2>/dev/null && echo x); do
+while [ -L "$self" ] && target=$(readlink "$self" 2>&1 && echo x); do
   target=${target%?x}
   case $target in /*) self=$target ;; *) self=${self%/*}/$target ;; esac
 done
@@ -48,10 +49,10 @@ fi
 # the system makes up may let its reader wait.
 if [ -f "$CurrentMediaDir/@inst@/@volumes@" ] && [ -d /proc/self/fd ] &&
   { [ ! -s "$CurrentMediaDir/@inst@/@volumes@" ] ||
-    [ "$({ dd if="$CurrentMediaDir/@inst@/@volumes@" bs=16 count=1 |
-      tr -d '\000' | head -n 1; } 2>/dev/null)" != 1 ]; } &&
-  target=$(mktemp 2>/dev/null); then
-  if cp -- "$launcher" "$target" 2>/dev/null && chmod -- 700 "$target"; then
+    [ "$(dd if="$CurrentMediaDir/@inst@/@volumes@" bs=16 count=1 2>&- |
+      tr -d '\000' 2>&- | head -n 1 2>&-)" != 1 ]; } &&
+  target=$(mktemp 2>&1); then
+  if [ -z "$(cp -- "$launcher" "$target" 2>&1 || echo x)" ] && chmod -- 700 "$target"; then
     for number in 3 4 5 6 7 8 9; do
       if [ -L "/proc/self/fd/$number" ]; then continue; fi
       eval "exec $number<\"\$target\""

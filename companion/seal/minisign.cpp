@@ -105,7 +105,7 @@ class Workshop {
 bool HasMinisign() {
   const SignalScope signals;
   const Endings endings;
-  return RunInShell("command -v minisign > /dev/null", {}, signals, endings) == 0;
+  return RunInShell("test -n \"$(command -v minisign)\"", {}, signals, endings) == 0;
 }
 
 std::string SignWithMinisign(const std::string& key, const std::string& text) {

@@ -17,13 +17,14 @@ std::string StepText(const std::string& name, const Outcome& seen) {
 RoundWorld::RoundWorld() {
   fs::copy_file(BuiltProgram("fake_installer"), Path("setup"),
                 fs::copy_options::overwrite_existing);
+  Directory().Link("link", "media/1/StartTUI.sh");
   if (HasMinisign()) MakeKeys();
 }
 
 std::string RoundWorld::Round(const Surroundings& surroundings) {
-  fs::remove_all(Directory().Path("media"));
-  Environment env = {{"PATH", "/usr/bin:/bin"}, {"TMPDIR", "{tmp}"}, {"FAKE_PRINT", "installed\n"}};
-  env.insert(surroundings.env.begin(), surroundings.env.end());
+  for (const char* name : {"media", "tmp"}) fs::remove_all(Directory().Path(name));
+  Directory().MakeDir("tmp");
+  const Environment env = EnvIn(surroundings);
 
   Lines make = {"make",
                 "--tag",
@@ -48,8 +49,8 @@ std::string RoundWorld::Round(const Surroundings& surroundings) {
   const auto companion = [&](const Lines& arguments) {
     steps.append(StepText(arguments[0], Companion(arguments, env, surroundings.before)));
   };
-  const auto start = [&] {
-    steps.append(StepText("start", RunProgram({{Path("media/1/StartTUI.sh"), "--one", "two words"},
+  const auto start = [&](const std::string& script) {
+    steps.append(StepText("start", RunProgram({{Path(script), "--one", "two words"},
                                                Text(env),
                                                Path("."),
                                                {},
@@ -59,16 +60,30 @@ std::string RoundWorld::Round(const Surroundings& surroundings) {
   for (const std::string& line : DescribeTree(Path("media"))) steps.append(line + "\n");
   companion({"check", "{media}", "--os", "linux", "--installer", "setup"});
   companion(verify);
-  start();
+  start("media/1/StartTUI.sh");
   if (fs::exists(Path("media/2"))) fs::rename(Path("media/2"), Path("media/away"));
-  start();
-  companion({"clean", "--yes"});
+  start("link");
   return steps;
 }
 
+std::string RoundWorld::CleanUp(const Surroundings& surroundings) const {
+  return StepText("clean", Companion({"clean", "--yes"}, EnvIn(surroundings), surroundings.before));
+}
+
+Environment RoundWorld::EnvIn(const Surroundings& surroundings) const {
+  Environment env = {{"PATH", "/usr/bin:/bin"}, {"TMPDIR", "{tmp}"}, {"FAKE_PRINT", "installed\n"}};
+  env.insert(surroundings.env.begin(), surroundings.env.end());
+  return env;
+}
+
 void RoundWorld::ExpectTheUsualRound(const Surroundings& surroundings) {
-  if (usual_.empty()) usual_ = Round();
+  if (usual_.empty()) {
+    usual_ = Round();
+    usual_cleaning_ = CleanUp();
+  }
   EXPECT_EQ(Round(surroundings), usual_);
+  EXPECT_EQ(CleanUp(surroundings),
+            surroundings.cleaning.empty() ? usual_cleaning_ : Text(surroundings.cleaning));
 }
 
 }  // namespace kvl::test
