@@ -125,7 +125,9 @@ bool LiesInside(const std::string& path, const std::string& directory) {
   if (!Identify(directory, wanted)) return false;
   // Step by step: a path upwards may be too long, and the working directory may have none at all.
   FileDescriptor place(HoldingDirectory(path), O_PATH | O_DIRECTORY);
-  while (Identify(place, here)) {
+  // The root directory is above itself, which cannot be seen where inode numbers are made up.
+  constexpr int kMostAbove = 100'000;
+  for (int count = 0; count < kMostAbove && Identify(place, here); ++count) {
     if (here == wanted) return true;
     FileDescriptor parent(place, "..", O_PATH | O_DIRECTORY);
     if (Identify(parent, above) && above == here) break;  // the root directory

@@ -3,6 +3,8 @@
 #include <future>
 
 #include "tests/insio/surroundings.h"
+#include "tests/support/outcome.h"
+#include "tests/support/test_directory.h"
 
 namespace kvl::test {
 namespace {
@@ -59,6 +61,57 @@ MemoryMount::MemoryMount(const std::string& directory, const std::string& option
                          unsigned long flags)
     : Undo([directory] { ::umount2(directory.c_str(), MNT_DETACH); }), directory_(directory) {
   Mount(directory, "mode=0755," + options, flags);
+}
+
+OverlayMount::OverlayMount(const std::string& directory, const std::string& place)
+    : Undo([directory] { ::umount2(directory.c_str(), MNT_DETACH); }), memory_(place, "size=64m") {
+  const std::string upper = place + "/upper", work = place + "/work";
+  for (const std::string& path : {upper, work}) fs::create_directory(path);
+  const std::string options = "lowerdir=" + directory + ",upperdir=" + upper + ",workdir=" + work;
+  RequireDone(::mount("none", directory.c_str(), "overlay", 0, options.c_str()) == 0,
+              "mount an overlay on " + directory);
+}
+
+FuseMount::FuseMount(const std::string& directory)
+    : Undo([directory] { ::umount2(directory.c_str(), MNT_DETACH); }) {
+  const Outcome seen =
+      RunProgram({.command = {"/usr/bin/bindfs", "-o", "nonempty", directory, directory},
+                  .env = {{"PATH", "/usr/bin:/bin"}}});
+  if (seen.status != 0) {
+    throw std::runtime_error("bindfs: status " + std::to_string(seen.status) + " " + seen.err);
+  }
+}
+
+namespace {
+
+/// Why `mount` of a directory, with another one for its own use, throws; empty when it does not.
+std::string WhyNot(const std::function<void(const std::string&, const std::string&)>& mount) {
+  const TestDirectory directory, place;
+  try {
+    RunWithOwnMounts([&] { mount(directory.Path(), place.Path()); });
+  } catch (const std::exception& failure) {
+    return failure.what();
+  }
+  return {};
+}
+
+}  // namespace
+
+void OwnOverlayTest::SetUp() {
+  OwnMountsTest::SetUp();
+  if (IsSkipped()) return;
+  const std::string why = WhyNot([](const std::string& directory, const std::string& place) {
+    const OverlayMount overlay(directory, place);
+  });
+  if (!why.empty()) GTEST_SKIP() << "there is no overlayfs here: " << why;
+}
+
+void OwnFuseTest::SetUp() {
+  OwnMountsTest::SetUp();
+  if (IsSkipped()) return;
+  const std::string why = WhyNot(
+      [](const std::string& directory, const std::string&) { const FuseMount fuse(directory); });
+  if (!why.empty()) GTEST_SKIP() << "there is no FUSE here: " << why;
 }
 
 void MemoryMount::MakeReadOnly() const {

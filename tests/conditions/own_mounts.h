@@ -37,4 +37,32 @@ class MemoryMount : Undo {
   std::string directory_;
 };
 
+/// Within RunWithOwnMounts, and as long as it lives: a layer in memory over a directory (overlayfs), which
+/// takes what is written there. Throws where there is no such file system. The layer lies in `place`,
+/// another directory.
+class OverlayMount : Undo {
+ public:
+  OverlayMount(const std::string& directory, const std::string& place);
+
+ private:
+  MemoryMount memory_;
+};
+
+/// Within RunWithOwnMounts, and as long as it lives: a directory as a program shows it (FUSE), by its own
+/// path. Throws where there is no such file system, or not that program, bindfs.
+class FuseMount : Undo {
+ public:
+  explicit FuseMount(const std::string& directory);
+};
+
+/// Tests that are skipped where there is none.
+class OwnOverlayTest : public OwnMountsTest {
+ protected:
+  void SetUp() override;
+};
+class OwnFuseTest : public OwnMountsTest {
+ protected:
+  void SetUp() override;
+};
+
 }  // namespace kvl::test

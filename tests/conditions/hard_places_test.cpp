@@ -1,0 +1,129 @@
+// Whole runs in places that few machines are: the run is as elsewhere, or ends as stated.
+
+#include <sys/syscall.h>
+
+#include "tests/conditions/memory_group.h"
+#include "tests/conditions/own_mounts.h"
+#include "tests/conditions/worlds.h"
+#include "tests/support/call_filter.h"
+#include "tests/support/preloaded.h"
+#include "tests/support/sanitized.h"
+
+namespace kvl::test {
+namespace {
+
+/// Becomes a program by another call than all others.
+void BecomeByAnotherCall(const std::string& program, const Environment& env) {
+  std::vector<std::string> pairs;
+  for (const auto& [name, value] : env) pairs.push_back(name + "=" + value);
+  std::vector<char*> variables;
+  for (std::string& pair : pairs) variables.push_back(pair.data());
+  variables.push_back(nullptr);
+  std::string name = program;
+  char* arguments[] = {name.data(), nullptr};
+  ::execveat(AT_FDCWD, program.c_str(), arguments, variables.data(), 0);
+}
+
+/// As a policy of the system (SELinux and its like) has it: all that may be asked says that the installer
+/// may be executed, and then it may not.
+TEST(Policy, ThatForbidsToExecuteTheInstallerEndsWith255) {
+  InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& run) {
+    const Environment given = world.Expect(run).given;
+    world.EmptyTmp();
+    world.Expect(NotStarted(run), {.before = [&] {
+                   FilterCalls({SYS_execve}, SECCOMP_RET_ERRNO | EACCES);
+                   BecomeByAnotherCall(BuiltProgram("kvl-launcher"), given);
+                 }});
+  });
+}
+
+TEST(Locale, ThatDoesNotExistIsNotMissed) {
+  for (const std::string name : {"xx_XX.UTF-8", "/nowhere", "C.KOI8-R"}) {
+    InPlaceAndStaged([&](LaunchWorld& world, const ExpectedRun& run) {
+      const Environment locale = {
+          {"FAKE_EXIT", "7"}, {"LC_ALL", name}, {"LANG", name}, {"LANGUAGE", name}};
+      world.Expect(run.Ends(7), {.env = locale});
+    });
+  }
+}
+
+using Overlay = OwnOverlayTest;
+
+/// The media in the lower layer, as in an image of a container, and the temporary directory in the upper
+/// one.
+TEST_F(Overlay, HoldsMediaAndTemporaryDirectoryAsAnyOther) {
+  InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& run) {
+    const TestDirectory place;
+    RunWithOwnMounts([&] {
+      const OverlayMount overlay(world.Path("."), place.Path());
+      world.Expect(run.Ends(7), {.env = {{"FAKE_EXIT", "7"}}});
+    });
+  });
+}
+
+using Fuse = OwnFuseTest;
+
+TEST_F(Fuse, HoldsMediaAndTemporaryDirectoryAsAnyOther) {
+  InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& run) {
+    RunWithOwnMounts([&] {
+      const FuseMount fuse(world.Path("."));
+      world.Expect(run.Ends(7), {.env = {{"FAKE_EXIT", "7"}}});
+    });
+  });
+}
+
+TEST(InodeNumbers, ThatAreMadeUpForEachLookAreNotMissed) {
+  InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& run) {
+    LaunchPlan plan = {.env = WithOddInodes()};
+    plan.env["FAKE_EXIT"] = "7";
+    world.Expect(run.Ends(7), plan);
+  });
+}
+
+constexpr long kMiB = 1024 * 1024;
+
+/// The copy is far longer than what may be in memory at a time, where it goes to a disk.
+TEST(MemoryGroupOf16MiB, IsEnoughForARun) {
+  if (kSanitized) GTEST_SKIP() << "a sanitizer takes memory of its own";
+  InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& run) {
+    const MemoryGroup group(16 * kMiB);
+    if (!group.WhyNot().empty()) GTEST_SKIP() << group.WhyNot();
+    for (int i = 0; i < 200; ++i) {
+      world.Volume("1").File("inst/common/many/" + std::to_string(i), "text");
+    }
+    world.Volume("1").File("inst/common/long", std::string(4 * kMiB, 'x'));
+    world.Expect(run.Ends(7), {.env = {{"FAKE_EXIT", "7"}}, .before = [&] { group.Enter(); }});
+  });
+}
+
+TEST(Clock, ThatIsWrongOrLateChangesNothing) {
+  for (const long time : kOddTimes) {
+    SCOPED_TRACE(time);
+    LaunchPlan plan = {.env = WithClockAt(time)};
+    plan.env["FAKE_EXIT"] = "7";
+    LaunchWorld one, several;
+    one.OneVolume().Expect(InPlace().Ends(7), plan);
+    // At one time there is one name for the copy, which shows that it is that time.
+    const auto staging_in = [&] {
+      several.EmptyTmp();
+      several.Expect(Staged().Ends(7), plan);
+      return several.Text("{staging}");
+    };
+    several.VolumeMissing();
+    EXPECT_EQ(staging_in(), staging_in());
+  }
+}
+
+TEST(Clock, OfAMediaGoesIntoTheCopyAsItIs) {
+  for (const long time : kOddTimes) {
+    SCOPED_TRACE(time);
+    LaunchWorld world;
+    world.VolumeMissing();
+    SetTimes(world.Path("1/media.db"), time, time);
+    world.Expect(Staged());
+    EXPECT_EQ(StatusOf(world.Text("{staging}") + "/media.db").st_mtime, time);
+  }
+}
+
+}  // namespace
+}  // namespace kvl::test
