@@ -58,6 +58,7 @@ MediaPlan PlanOf(MakeCall& call) {
   if (call.links == kFollow) call.request.links = Links::kFollowed;
   if (call.volume_size) call.request.volume_size = ParseVolumeSize(*call.volume_size);
   call.request.time = ParseSourceDate(GetEnv(kSourceDateEpoch));
+  if (call.request.launcher.empty()) throw CannotMake("--launcher: needed where /proc is missing");
   return PlanMedia(call.request);
 }
 

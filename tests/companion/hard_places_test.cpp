@@ -35,6 +35,19 @@ TEST_F(RoundInARoot, WithoutProcLeavesAloneWhatWasStaged) {
       "clean: 1\nleft alone   {tmp}/<id>: what is mounted cannot be looked at in /proc\n--\n");
 }
 
+/// The program cannot know where it lies, and what lies beside it.
+TEST_F(RoundInARoot, WithoutProcHasToBeToldOfTheLauncher) {
+  if (kSanitized) GTEST_SKIP() << "a sanitizer needs /proc";
+  RoundWorld world;
+  RunWithOwnRoot(world.Path("."), {}, [&](const OwnRoot& root) {
+    const Outcome made =
+        world.Companion({"make", "--tag", "T", "--installer", "{setup}", "{payload/1}", "{new}"},
+                        {}, [&] { root.Enter(); });
+    EXPECT_EQ(made, (Outcome{2, "", "kvl-media: --launcher: needed where /proc is missing\n"}));
+  });
+  EXPECT_FALSE(fs::exists(world.Path("new")));
+}
+
 TEST_F(RoundInARoot, WithoutTheNullDeviceIsAsElsewhere) {
   ExpectTheUsualRoundWith({"/proc"}, {});
 }
