@@ -124,7 +124,8 @@ void AddMake(CLI::App& app, MakeCall& call) {
                    "single, flat, sibling or am (default: single for one volume, else sibling)")
       ->check(CLI::IsMember(std::vector<std::string>(kLayoutNames.begin(), kLayoutNames.end())));
   make->add_option("--volume-size", call.volume_size,
-                   "Most bytes on a volume, with K, M or G for powers of 1024 (default: no limit)")
+                   "Most bytes of a volume's disc image: a number, with K, M or G for powers of 1024,\n"
+                   "KB, MB or GB for powers of 1000; or cd, dvd, dvd-dl (default: no limit)")
       ->type_name("SIZE");
   make->add_flag("--presorted", request.is_presorted,
                  "PAYLOAD holds directories 1, 2, ... with what goes onto each volume");

@@ -14,7 +14,8 @@ _kvl_media() {
         if [[ ${COMP_WORDS[1]} == make ]]; then files=any; fi ;;
       --config | --key | --launcher | --sign) files=any ;;
       --inst) files=directory ;;
-      --jobs | --os | --tag | --volume-size) ;;
+      --volume-size) words='cd dvd dvd-dl' ;;
+      --jobs | --os | --tag) ;;
       *)
         files=directory
         case ${COMP_WORDS[1]} in

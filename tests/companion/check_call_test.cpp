@@ -102,7 +102,8 @@ Options:
   --config FILE               File with options, as lines NAME = VALUE; those of the call count instead
   --layout TEXT:{single,flat,sibling,am}
                               single, flat, sibling or am (default: single for one volume, else sibling)
-  --volume-size SIZE          Most bytes on a volume, with K, M or G for powers of 1024 (default: no limit)
+  --volume-size SIZE          Most bytes of a volume's disc image: a number, with K, M or G for powers of 1024,
+                              KB, MB or GB for powers of 1000; or cd, dvd, dvd-dl (default: no limit)
   --presorted                 PAYLOAD holds directories 1, 2, ... with what goes onto each volume
   --tag TEXT REQUIRED         Text that marks volumes as belonging together
   --installer TEXT REQUIRED   Installer to put on the media

@@ -233,9 +233,14 @@ TEST(KvlMediaMake, RefusesWhatMakesNoSenseAndTouchesNothing) {
       {{"--volume-size", std::to_string(2048 * (kFrame + 147 + 1) - 1)}, file},
       {{"--volume-size", Blocks(kFrame + 147 + 1)},
        "larger than a volume: a/1 (needs " + Blocks(kFrame + 1 + 147 + 1) + " bytes)"},
-      {{"--volume-size=-5"}, "--volume-size: no size: -5 (a whole number, with K, M or G)"},
-      {{"--volume-size", "-4M"}, "--volume-size: no size: -4M (a whole number, with K, M or G)"},
-      {{"--volume-size", ""}, "--volume-size: no size:  (a whole number, with K, M or G)"},
+      {{"--volume-size=-5"},
+       "--volume-size: no size: -5 (a whole number, with K, M, G, KB, MB or GB; or cd, dvd, "
+       "dvd-dl)"},
+      {{"--volume-size", "-4M"},
+       "--volume-size: no size: -4M (a whole number, with K, M, G, KB, MB or GB; or cd, dvd, "
+       "dvd-dl)"},
+      {{"--volume-size", ""},
+       "--volume-size: no size:  (a whole number, with K, M, G, KB, MB or GB; or cd, dvd, dvd-dl)"},
       {{"third"}, "The following argument was not expected: third (see --help)"},
   };
   const CheckWorld world(Payload() +
@@ -331,7 +336,7 @@ TEST(SplitPayload, RefusesTooManyVolumes) {
   EXPECT_THROW(SplitPayload(std::move(payload), room), CannotMake);
 }
 
-TEST(ParseVolumeSize, TakesWholeNumbersWithPowersOf1024) {
+TEST(ParseVolumeSize, TakesWholeNumbersWithUnitsAndDiscs) {
   const std::vector<std::pair<std::string, std::uint64_t>> rows = {
       {"1", 1},
       {"300000", 300'000},
@@ -342,19 +347,28 @@ TEST(ParseVolumeSize, TakesWholeNumbersWithPowersOf1024) {
       {"18446744073709551615", 18'446'744'073'709'551'615U},
       {"18014398509481983K", 18'446'744'073'709'550'592U},
       {"17179869183G", 18'446'744'072'635'809'792U},
+      {"1KB", 1'000},
+      {"4700MB", 4'700'000'000},
+      {"4GB", 4'000'000'000},
+      {"18446744073GB", 18'446'744'073'000'000'000U},
+      {"cd", 681'676'800},
+      {"dvd", 4'700'372'992},
+      {"dvd-dl", 8'543'666'176},
   };
   for (const auto& [text, bytes] : rows) EXPECT_EQ(ParseVolumeSize(text), bytes) << text;
 }
 
 TEST(ParseVolumeSize, RefusesEverythingElseWithOneText) {
   std::istringstream rows(
-      "|0|0K|00|-1|-5|-4M|+4M|4X|4m|4KB|4MK|4 M| 4|4 |4.7G|4,7G|0x10|1e9|K|G4|four|"
+      "|0|0K|00|-1|-5|-4M|+4M|4X|4m|4kB|4KiB|4B|4TB|4MK|CD|cd |2cd|dvd-|0KB|18446744074GB|4 M| 4|4 "
+      "|4.7G|4,7G|0x10|1e9|K|G4|four|"
       "18446744073709551616|18014398509481984K|17592186044416M|17179869184G|"
       "99999999999999999999999");
   for (std::string text; std::getline(rows, text, '|');) {
     EXPECT_THAT([&] { ParseVolumeSize(text); },
-                testing::ThrowsMessage<CannotMake>("--volume-size: no size: " + text +
-                                                   " (a whole number, with K, M or G)"));
+                testing::ThrowsMessage<CannotMake>(
+                    "--volume-size: no size: " + text +
+                    " (a whole number, with K, M, G, KB, MB or GB; or cd, dvd, dvd-dl)"));
   }
 }
 

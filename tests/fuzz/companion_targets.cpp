@@ -195,13 +195,22 @@ void FuzzBinary(const std::uint8_t* data, std::size_t size) {
 void FuzzVolumeSize(const std::uint8_t* data, std::size_t size) {
   const std::string text = BytesOf(data, size);
   const std::string letters = "KMG";
-  const std::size_t unit = text.empty() ? std::string::npos : letters.find(text.back());
-  const std::string digits = text.substr(0, text.size() - (unit == std::string::npos ? 0 : 1));
+  const bool is_decimal = text.ends_with("B");
+  std::string digits = text.substr(0, text.size() - (is_decimal ? 1 : 0));
+  const std::size_t unit = digits.empty() ? std::string::npos : letters.find(digits.back());
+  if (unit != std::string::npos) digits.pop_back();
   const bool is_number = !digits.empty() && std::ranges::all_of(digits, [](char digit) {
     return digit >= '0' && digit <= '9';
   });
-  long double model = is_number ? std::stold(digits) : 0;
-  for (std::size_t i = 0; unit != std::string::npos && i <= unit; ++i) model *= 1024;
+  const bool is_size = is_number && (unit != std::string::npos || !is_decimal);
+  long double model = is_size ? std::stold(digits) : 0;
+  for (std::size_t i = 0; unit != std::string::npos && i <= unit; ++i) {
+    model *= is_decimal ? 1000 : 1024;
+  }
+  for (const auto& [disc, sectors] :
+       {std::pair{"cd", 332850}, {"dvd", 2295104}, {"dvd-dl", 4171712}}) {
+    if (text == disc) model = sectors * 2048.0L;
+  }
   try {
     const std::uint64_t bytes = ParseVolumeSize(text);
     Require(bytes > 0, "a size is above 0");
