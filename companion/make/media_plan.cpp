@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <exception>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <stdexcept>
 #include <string_view>
@@ -15,9 +16,11 @@
 #include "companion/make/record_room.h"
 #include "companion/names/layout_name.h"
 #include "companion/names/lost_and_found.h"
+#include "companion/names/open_tree.h"
 #include "companion/names/path_below.h"
 #include "companion/names/path_state.h"
 #include "companion/names/plain_text.h"
+#include "companion/seal/listed_path.h"
 #include "companion/seal/manifest.h"
 #include "companion/seal/minisign.h"
 #include "environment/media_names.h"
@@ -32,8 +35,9 @@ using KVLInsIO::EntryState;
 using KVLInsIO::OpenDirectory;
 using KVLInsIO::OpenFile;
 
-/// Scripts, descriptions, directories; the table of contents grows with the volumes.
-constexpr std::uint64_t kTextsOfTheFirstVolume = 64 * kDiscBlock;
+/// Scripts and descriptions, each of less than 4096 bytes, without the lines for each volume: media.xml,
+/// meta.TOCxml, ReadMe_UNIX.txt, StartGUI.sh, StartTUI.sh, volumes.txt.
+constexpr std::uint64_t kTextsOfTheFirstVolume = 6 * 2 * kDiscBlock;
 
 bool IsPlainName(const std::string& name) {
   constexpr std::string_view kAllowed =
@@ -135,19 +139,37 @@ void PlanInst(const MediaMakeRequest& request, MediaPlan& plan) {
   }
 }
 
-void PlanVolumes(const MediaMakeRequest& request, MediaPlan& plan) {
-  std::uint64_t first_bytes =
-      OnDisc(plan.installer.state.size) + OnDisc(plan.launcher.state.size) + kTextsOfTheFirstVolume;
-  for (const PayloadEntry& entry : plan.inst_entries) {
-    first_bytes += entry.IsDirectory() ? kDiscBlock : OnDisc(entry.size);
+/// What "inst" takes, with what is put into it anyway, on an image that has more than that.
+std::uint64_t BytesOfInst(const MediaPlan& plan) {
+  std::map<std::string, PayloadEntry, PathOrder> entries;
+  const auto add = [&entries](const PayloadEntry& entry) {
+    entries.try_emplace(entry.name, entry);
+  };
+  for (const PayloadEntry& entry : plan.inst_entries) add(entry);
+  add({.name = names::kCommon, .type = EntryType::kDirectory});
+  add({.name = names::kVolumesFile});
+  add({.name = PathBelow(plan.programs, names::kLauncher), .size = plan.launcher.state.size});
+  add({.name = PathBelow(plan.programs, plan.installer_name), .size = plan.installer.state.size});
+  for (std::string way = plan.programs; !way.empty(); way = Place(way).directory) {
+    add({.name = way, .type = EntryType::kDirectory});
   }
+  ImageRoom room;
+  for (const auto& [name, entry] : entries) room.Add(entry);
+  return room.BytesInAnother();
+}
+
+void PlanVolumes(const MediaMakeRequest& request, MediaPlan& plan) {
   // Three directories and two programs have the names of their system in their paths.
   const std::uint64_t names =
       request.tag.size() + 5 * plan.programs.size() + plan.installer_name.size();
   const std::uint64_t signature = request.key.empty() ? 0 : kDiscBlock;
-  const VolumeRoom room = {.most_bytes = request.volume_size,
-                           .on_first = first_bytes + OnDisc(ListLength(plan.inst_entries)),
-                           .in_manifest = ManifestLength(plan.inst_entries) + names + signature};
+  const std::uint64_t way = request.layout == Layout::kAm ? kLongestWay : kLongestWayButAm;
+  const VolumeRoom room = {
+      .most_bytes = request.volume_size,
+      .on_first =
+          BytesOfInst(plan) + kTextsOfTheFirstVolume + OnDisc(ListLength(plan.inst_entries, way)),
+      .in_manifest = ManifestLength(plan.inst_entries, way) + names + signature,
+      .way = way};
   plan.volumes = request.is_presorted
                      ? PresortedPayload(plan.payload, request.links, room)
                      : SplitPayload(ListPayload(plan.payload, request.links), room);

@@ -20,8 +20,6 @@ namespace {
 
 /// More than any of the generated texts but lists, descriptions of volumes and manifest.
 constexpr std::uint64_t kText = 4096;
-/// The line of a volume in "meta.TOCxml".
-constexpr std::uint64_t kLineOfAVolume = 96;
 
 class RoomCounter {
  public:
@@ -60,7 +58,8 @@ class RoomCounter {
 
 /// Directories, and what is generated for each volume.
 void AddVolumes(const MediaPlan& plan, RoomCounter& room) {
-  std::uint64_t manifest = ManifestFrame(plan.volumes.size()) + ManifestLength(plan.inst_entries);
+  std::uint64_t manifest =
+      ManifestFrame(plan.volumes.size()) + ManifestLength(plan.inst_entries, kLongestWay);
   for (const PlannedVolume& volume : plan.volumes) manifest += volume.in_manifest;
   for (std::size_t i = 1; i <= plan.volumes.size(); ++i) {
     const PlannedVolume& volume = plan.volumes[i - 1];
@@ -83,7 +82,7 @@ void AddTextsOfTheFirst(const MediaPlan& plan, RoomCounter& room) {
   std::uint64_t all_lists = 0;
   for (const PlannedVolume& volume : plan.volumes) all_lists += volume.in_list;
   room.AddFile(1, names::kMediaDb, all_lists);
-  room.AddFile(1, names::kTableOfContents, kText + plan.volumes.size() * kLineOfAVolume);
+  room.AddFile(1, names::kTableOfContents, kText + ContentsLength(plan.volumes.size()));
   room.AddDirectory(1, PathBelow(names::kInst, names::kCommon));
   for (const PayloadEntry& entry : plan.inst_entries) {
     if (entry.IsDirectory()) room.AddDirectory(1, PathOfInst(entry));

@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "companion/make/payload_walk.h"
-#include "companion/make/record_room.h"
 #include "companion/names/path_below.h"
 
 namespace kvl {
@@ -17,9 +16,9 @@ namespace {
 
 using KVLInsIO::OpenDirectory;
 
-/// Room for the directories of a volume, its own included, down to that of the payload, and for its
-/// markers: five and two in the AM layout, less in any other.
-constexpr std::uint64_t kVolumeFrame = 7 * kDiscBlock;
+/// Room for the directories of a volume, its own included, above that of its payload, and for its markers:
+/// four and two in the AM layout, less in any other.
+constexpr std::uint64_t kVolumeFrame = 6 * kDiscBlock;
 /// In the list of a volume.
 constexpr std::uint64_t kLinesOfMarkers = 256;
 
@@ -55,10 +54,11 @@ class Filling {
  public:
   /// From the entry `begin` of the list on.
   Filling(std::shared_ptr<const PayloadList> list, const PayloadList::Iterator& begin,
-          std::uint64_t most_bytes, std::uint64_t other_bytes)
+          const VolumeRoom& room, std::uint64_t other_bytes)
       : volume_(std::move(list), begin, begin),
-        most_bytes_(most_bytes),
-        bytes_(kVolumeFrame + other_bytes) {}
+        most_bytes_(room.most_bytes),
+        way_(room.way),
+        other_bytes_(kVolumeFrame + other_bytes) {}
 
   /// False when the entry does not fit, and then nothing has changed.
   bool Take(const PayloadEntry& entry) {
@@ -69,37 +69,42 @@ class Filling {
 
   /// Whether it fits or not.
   void TakeAnyway(const PayloadEntry& entry) {
+    AddTo(room_, entry);
     ForEachNewDirectory(entry, [&](const PayloadEntry& directory) {
-      bytes_ += kDiscBlock;
-      volume_.in_manifest += ManifestLength(directory);
+      volume_.in_manifest += ManifestLength(directory, way_);
     });
     last_ = entry.name;
     if (entry.IsDirectory()) return;
-    bytes_ += BytesOf(entry);
-    volume_.in_list += ListLength(entry);
-    volume_.in_manifest += ManifestLength(entry);
+    volume_.in_list += ListLength(entry, way_);
+    volume_.in_manifest += ManifestLength(entry, way_);
     volume_.bytes += entry.size;
     if (entry.IsFile()) ++volume_.files;
   }
 
-  /// What the volume needs on a disc, and what it would need with one more entry.
-  std::uint64_t Bytes() const { return bytes_ + OnDisc(kLinesOfMarkers + volume_.in_list); }
+  /// What the volume needs as an image, and what it would need with one more entry.
+  std::uint64_t Bytes() const { return BytesIn(room_, 0); }
   std::uint64_t BytesWith(const PayloadEntry& entry) const {
-    std::uint64_t bytes = bytes_ + BytesOf(entry);
-    ForEachNewDirectory(entry, [&](const PayloadEntry&) { bytes += kDiscBlock; });
-    return bytes + OnDisc(kLinesOfMarkers + volume_.in_list + ListLength(entry));
+    ImageRoom room = room_;
+    AddTo(room, entry);
+    return BytesIn(room, ListLength(entry, way_));
   }
 
   bool Fits() const { return Bytes() <= most_bytes_; }
   /// With all entries before `end`.
   PlannedVolume Finished(const PayloadList::Iterator& end) && {
+    volume_.image_bytes = Bytes();
     volume_.EndAt(end);
     return std::move(volume_);
   }
 
  private:
-  static std::uint64_t BytesOf(const PayloadEntry& entry) {
-    return entry.IsFile() ? OnDisc(entry.size) : 0;
+  std::uint64_t BytesIn(const ImageRoom& room, std::uint64_t more_in_list) const {
+    return room.Bytes() + other_bytes_ + OnDisc(kLinesOfMarkers + volume_.in_list + more_in_list);
+  }
+
+  void AddTo(ImageRoom& room, const PayloadEntry& entry) const {
+    ForEachNewDirectory(entry, [&room](const PayloadEntry& directory) { room.Add(directory); });
+    if (!entry.IsDirectory()) room.Add(entry);
   }
 
   /// In the order of PathOrder, the last entry lies in every directory that is known and comes again.
@@ -116,7 +121,9 @@ class Filling {
 
   PlannedVolume volume_;
   std::uint64_t most_bytes_;
-  std::uint64_t bytes_;
+  std::uint64_t way_;
+  std::uint64_t other_bytes_;
+  ImageRoom room_;    // of the payload
   std::string last_;  // the path of what was taken last
 };
 
@@ -131,22 +138,31 @@ void CheckFirst(const Filling& volume) {
                    volume.Bytes());
 }
 
-/// What the manifest takes on each of these volumes.
-std::uint64_t ManifestFor(const Volumes& volumes, const VolumeRoom& room) {
-  std::uint64_t length = ManifestFrame(volumes.size()) + room.in_manifest;
-  for (const PlannedVolume& volume : volumes) length += volume.in_manifest;
-  return OnDisc(length);
+/// What depends on how the payload is spread: the manifest, on each volume, and the description of all
+/// volumes, on the first one.
+struct Common {
+  std::uint64_t manifest, description;
+};
+
+Common CommonOf(std::uint64_t volumes, std::uint64_t in_manifest) {
+  return {OnDisc(ManifestFrame(volumes) + in_manifest), OnDisc(ContentsLength(volumes))};
 }
 
-/// With so many bytes for the manifest on each volume, and for the list of all files on the first.
+Common CommonOf(const Volumes& volumes, const VolumeRoom& room) {
+  std::uint64_t in_manifest = room.in_manifest;
+  for (const PlannedVolume& volume : volumes) in_manifest += volume.in_manifest;
+  return CommonOf(volumes.size(), in_manifest);
+}
+
+/// With so much of what depends on it, and for the list of all files on the first volume.
 Volumes Spread(const std::shared_ptr<const PayloadList>& payload, const VolumeRoom& room,
-               std::uint64_t manifest, std::uint64_t list_of_all) {
+               const Common& common, std::uint64_t list_of_all) {
   Volumes volumes;
   auto behind_the_last = payload->begin();
   const auto begin_volume = [&](std::uint64_t other_bytes) {
-    return Filling(payload, behind_the_last, room.most_bytes, manifest + other_bytes);
+    return Filling(payload, behind_the_last, room, common.manifest + other_bytes);
   };
-  Filling volume = begin_volume(room.on_first + OnDisc(list_of_all));
+  Filling volume = begin_volume(room.on_first + common.description + OnDisc(list_of_all));
   CheckFirst(volume);
   for (auto next = payload->begin(); next != payload->end();) {
     const PayloadEntry entry = *next;
@@ -170,20 +186,18 @@ Volumes Spread(const std::shared_ptr<const PayloadList>& payload, const VolumeRo
 
 }  // namespace
 
-std::uint64_t OnDisc(std::uint64_t size) {
-  return (size + kDiscBlock - 1) / kDiscBlock * kDiscBlock;
-}
-
 Volumes SplitPayload(PayloadList payload, const VolumeRoom& room) {
   const auto list = std::make_shared<const PayloadList>(std::move(payload));
-  const std::uint64_t list_of_all = ListLength(*list);
+  const std::uint64_t list_of_all = ListOfAllLength(*list, room.way);
   // More volumes make a larger manifest, which lies on each of them.
-  for (std::uint64_t manifest = OnDisc(ManifestFrame(1) + room.in_manifest + ManifestLength(*list));
-       ;) {
-    Volumes volumes = Spread(list, room, manifest, list_of_all);
-    const std::uint64_t needed = ManifestFor(volumes, room);
-    if (needed <= manifest) return volumes;
-    manifest = needed;
+  for (Common common = CommonOf(1, room.in_manifest + ManifestLength(*list, room.way));;) {
+    Volumes volumes = Spread(list, room, common, list_of_all);
+    const Common needed = CommonOf(volumes, room);
+    if (needed.manifest <= common.manifest && needed.description <= common.description) {
+      return volumes;
+    }
+    common = {std::max(common.manifest, needed.manifest),
+              std::max(common.description, needed.description)};
   }
 }
 
@@ -192,18 +206,20 @@ Volumes PresortedPayload(const OpenDirectory& directory, Links links, const Volu
   if (count > kMostVolumes) RefuseSoManyVolumes();
   std::vector<std::shared_ptr<const PayloadList>> lists;
   std::uint64_t list_of_all = 0;
-  std::uint64_t manifest = ManifestFrame(count) + room.in_manifest;
+  std::uint64_t in_manifest = room.in_manifest;
   for (std::size_t i = 1; i <= count; ++i) {
     lists.push_back(std::make_shared<const PayloadList>(
         ListPayload(directory.Directory(std::to_string(i)), links)));
-    list_of_all += ListLength(*lists.back());
-    manifest += ManifestLength(*lists.back());
+    list_of_all += ListOfAllLength(*lists.back(), room.way);
+    in_manifest += ManifestLength(*lists.back(), room.way);
   }
+  const Common common = CommonOf(count, in_manifest);
   Volumes volumes;
   for (std::size_t i = 1; i <= count; ++i) {
     const std::shared_ptr<const PayloadList>& list = lists[i - 1];
-    const std::uint64_t on_first = i == 1 ? room.on_first + OnDisc(list_of_all) : 0;
-    Filling volume(list, list->begin(), room.most_bytes, OnDisc(manifest) + on_first);
+    const std::uint64_t on_first =
+        i == 1 ? room.on_first + common.description + OnDisc(list_of_all) : 0;
+    Filling volume(list, list->begin(), room, common.manifest + on_first);
     if (i == 1) CheckFirst(volume);
     for (const PayloadEntry& entry : *list) volume.TakeAnyway(entry);
     if (!volume.Fits()) {

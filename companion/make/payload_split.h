@@ -6,24 +6,24 @@
 #include <utility>
 #include <vector>
 
+#include "companion/make/image_room.h"
 #include "companion/make/payload_list.h"
+#include "companion/make/record_room.h"
 #include "companion/names/open_tree.h"
 #include "companion/seal/manifest.h"
 #include "insio/open_directory.h"
 
 namespace kvl {
 
-/// A file takes whole blocks of a disc, and a directory one.
-inline constexpr std::uint64_t kDiscBlock = 2048;
-std::uint64_t OnDisc(std::uint64_t size);
-
 inline constexpr std::uint64_t kNoLimit = UINT64_MAX;
 
 /// What a volume is to hold besides payload.
 struct VolumeRoom {
   std::uint64_t most_bytes = kNoLimit;
-  std::uint64_t on_first;     ///< bytes of what lies on the first volume only
-  std::uint64_t in_manifest;  ///< length of the lines in the manifest for what is no payload
+  std::uint64_t
+      on_first;  ///< bytes of what lies on the first volume only, whatever the number of volumes
+  std::uint64_t in_manifest;        ///< length of the lines in the manifest for what is no payload
+  std::uint64_t way = kLongestWay;  ///< to the names of the payload, see record_room.h
 };
 
 /// The payload of a volume: some entries of a list, one behind the other. The directories that they lie
@@ -41,6 +41,7 @@ class PlannedVolume {
   void EndAt(const Iterator& end) { end_ = end; }
 
   std::uint64_t files = 0, bytes = 0;
+  std::uint64_t image_bytes = 0;               ///< at most, of an image of the volume
   std::uint64_t in_list = 0, in_manifest = 0;  ///< length of its lines there, see record_room.h
 
  private:
@@ -50,9 +51,9 @@ class PlannedVolume {
 
 using Volumes = std::vector<PlannedVolume>;
 
-/// Spreads the entries over volumes in their order, so that none takes more than its most bytes on a
-/// disc, its list and the manifest included; the first one also holds the list of all files. There is
-/// at least one volume.
+/// Spreads the entries over volumes in their order, so that the image of none takes more than its most
+/// bytes, its tables, its list and the manifest included; the first one also holds the list of all files
+/// and the description of all volumes. There is at least one volume.
 /// Throws CannotMake when a file is too large for any volume, the limit too small for the first one,
 /// and for more than kMostVolumes volumes.
 Volumes SplitPayload(PayloadList payload, const VolumeRoom& room);

@@ -48,13 +48,14 @@ std::string Blocks(std::uint64_t count) {
   return std::to_string(2048 * count);
 }
 
-/// What every volume holds besides payload and its list, in blocks: seven, and the manifest.
-constexpr std::uint64_t kFrame = 8;
+/// What the image of every volume holds besides payload and its list, in blocks: 32 in front of files, with room
+/// for some directories, two more, four directories and two markers at most, and the manifest.
+constexpr std::uint64_t kFrame = 32 + 2 + 4 + 2 + 1;
 
-/// What the first volume holds besides payload, in blocks: its list and that of all files, texts, the
-/// installer, the launcher.
+/// What the first volume holds besides payload, in blocks: its list and that of all files, texts, five
+/// directories below "inst" and tables for them, the installer, the launcher.
 std::uint64_t BlocksOfTheFirstVolume() {
-  return kFrame + 1 + 1 + 64 + 1 + (fs::file_size("/bin/true") + 2047) / 2048;
+  return kFrame + 1 + 1 + 13 + 5 + 2 + 1 + (fs::file_size("/bin/true") + 2047) / 2048;
 }
 
 std::string TooSmallForTheFirst() {
@@ -183,10 +184,10 @@ TEST(KvlMediaMake, RefusesAnUnsortedPayloadAndAStrangeInst) {
       {"remove payload/1", without + "1: payload"},
       {"dir payload/99999999999999999999999", without + "4: payload"},
       {"dir payload", without + "1: payload"},
-      // Beyond what the first one holds anyway: "2", "a", "a/1", three large files, the list.
+      // Beyond what the first one holds anyway: "2", "a/1", three large files.
       {"file payload/1/x " + large + "; file payload/1/y " + large + "; file payload/1/z " + large,
        "more than a volume holds: payload/1 (needs " +
-           Blocks(BlocksOfTheFirstVolume() + 1 + 1 + 1 + 3 * 147) + " bytes)",
+           Blocks(BlocksOfTheFirstVolume() + 1 + 1 + 3 * 147) + " bytes)",
        {"--volume-size", "400K"}},
       {"", TooSmallForTheFirst(), {"--volume-size", "100K"}},
       {"", "not a directory: missing", {"--inst", "missing"}},
@@ -231,8 +232,6 @@ TEST(KvlMediaMake, RefusesWhatMakesNoSenseAndTouchesNothing) {
       // The volume itself, the file, the list.
       {{"--volume-size", std::to_string(2048 * BlocksOfTheFirstVolume())}, file},
       {{"--volume-size", std::to_string(2048 * (kFrame + 147 + 1) - 1)}, file},
-      {{"--volume-size", Blocks(kFrame + 147 + 1)},
-       "larger than a volume: a/1 (needs " + Blocks(kFrame + 1 + 147 + 1) + " bytes)"},
       {{"--volume-size=-5"},
        "--volume-size: no size: -5 (a whole number, with K, M, G, KB, MB or GB; or cd, dvd, "
        "dvd-dl)"},
@@ -264,11 +263,11 @@ void ExpectSmallestSize(const CheckWorld& world, Lines further, std::uint64_t by
 }
 
 TEST(KvlMediaMake, NamesTheSizeThatIsEnough) {
-  ExpectSmallestSize(CheckWorld(Payload() + "remove payload/empty"), {},
-                     2048 * (kFrame + 2 + 147 + 1), "larger than a volume: b c/d/4");
+  ExpectSmallestSize(CheckWorld(Payload()), {}, 2048 * (kFrame + 147 + 1),
+                     "larger than a volume: 5");
   const CheckWorld presorted(kPresorted + "file payload/2/x " + std::string(600'000, 'x') +
                              "; file payload/2/y/z");
-  ExpectSmallestSize(presorted, {"--presorted"}, 2048 * (kFrame + 1 + 1 + 293 + 1 + 1),
+  ExpectSmallestSize(presorted, {"--presorted"}, 2048 * (kFrame + 1 + 293 + 1),
                      "more than a volume holds: payload/2");
 }
 
