@@ -25,6 +25,9 @@ inline constexpr char kListExtension[] = ".sha256";
 inline constexpr char kManifest[] = "media.manifest";
 inline constexpr char kSignature[] = "media.manifest.minisig";  ///< beside it, when it was signed
 
+/// Behind the path of a volume's directory, the file that holds its disc image.
+inline constexpr char kImageExtension[] = ".iso";
+
 // The description files and start scripts beside "inst", and what tells how to start.
 inline constexpr char kTableOfContents[] = "meta.TOCxml";
 inline constexpr char kMediaXml[] = "media.xml";

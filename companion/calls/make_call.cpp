@@ -17,9 +17,11 @@
 #include "companion/calls/config_file.h"
 #include "companion/calls/console_output.h"
 #include "companion/calls/last_words.h"
+#include "companion/calls/made_volume.h"
 #include "companion/calls/make_text.h"
 #include "companion/calls/own_check.h"
 #include "companion/calls/progress_line.h"
+#include "companion/make/disc_image.h"
 #include "companion/make/media_maker.h"
 #include "companion/make/planned_files.h"
 #include "companion/make/source_date.h"
@@ -31,6 +33,7 @@
 #include "console/signals.h"
 #include "environment/environment.h"
 #include "environment/media_names.h"
+#include "insio/open_directory.h"
 
 namespace kvl {
 namespace {
@@ -57,6 +60,8 @@ MediaPlan PlanOf(MakeCall& call) {
   if (call.layout) call.request.layout = LayoutNamed(*call.layout);
   if (call.links == kFollow) call.request.links = Links::kFollowed;
   if (call.volume_size) call.request.volume_size = ParseVolumeSize(*call.volume_size);
+  if (call.has_images) call.request.images = Images::kBeside;
+  if (call.are_images_alone) call.request.images = Images::kAlone;
   call.request.time = ParseSourceDate(GetEnv(kSourceDateEpoch));
   if (call.request.launcher.empty()) throw CannotMake("--launcher: needed where /proc is missing");
   return PlanMedia(call.request);
@@ -73,6 +78,9 @@ void Describe(const MediaPlan& plan, MakeReport& report) {
         {.directory = place.empty() ? plan.directory : PathBelow(plan.directory, place),
          .files = volume.files,
          .bytes = volume.bytes});
+    if (!report.is_dry_run || plan.images.empty()) continue;
+    report.volumes.back().image = plan.images[i - 1].path;
+    report.volumes.back().image_bytes = volume.image_bytes;
   }
 }
 
@@ -95,6 +103,45 @@ void Make(const MakeCall& call, const MediaPlan& plan) {
     line.Show("Volume " + std::to_string(begun), done, in_all);
   };
   MakeMedia(call.request, plan, {show_file, show_bytes});
+}
+
+void WriteImages(const MakeCall& call, const MediaPlan& plan, MakeReport& report) {
+  for (std::size_t i = 1; i <= plan.images.size(); ++i) {
+    const DiscImage& image = plan.images[i - 1];
+    if (call.is_verbose) {
+      std::fprintf(stderr, "Image of volume %zu: %s\n", i, ToOneLine(image.path).c_str());
+    }
+    MakeReport::Volume& volume = report.volumes[i - 1];
+    volume.image_bytes = WriteImage(image, plan.time);
+    volume.image = image.path;
+  }
+}
+
+/// Removes the directories of volumes that this call has made, all images being stored.
+void LeaveImagesAlone(const MediaPlan& plan, MakeReport& report) {
+  report.starts = false;
+  for (std::size_t i = 1; i <= plan.images.size(); ++i) {
+    const std::string& directory = plan.images[i - 1].directory;
+    report.volumes[i - 1].directory.clear();
+    RemoveVolume(directory, i, directory == plan.directory && plan.was_there);
+  }
+}
+
+/// Gives why they are not there, or not alone.
+std::string MakeImages(const MakeCall& call, const MediaPlan& plan, MakeReport& report) {
+  if (plan.images.empty()) return {};
+  try {
+    WriteImages(call, plan, report);
+  } catch (const std::exception& failure) {
+    return MessageOf(failure) + "; the media in directories is whole";
+  }
+  try {
+    if (call.request.images == Images::kAlone) LeaveImagesAlone(plan, report);
+    if (plan.layout != kSingle) KVLInsIO::OpenDirectory(plan.directory).SetTime(plan.time);
+  } catch (const std::exception& failure) {
+    return MessageOf(failure) + "; all disc images are whole";
+  }
+  return {};
 }
 
 /// Says what came of the call, and gives the status.
@@ -123,9 +170,10 @@ void AddMake(CLI::App& app, MakeCall& call) {
   make->add_option("--layout", call.layout,
                    "single, flat, sibling or am (default: single for one volume, else sibling)")
       ->check(CLI::IsMember(std::vector<std::string>(kLayoutNames.begin(), kLayoutNames.end())));
-  make->add_option("--volume-size", call.volume_size,
-                   "Most bytes of a volume's disc image: a number, with K, M or G for powers of 1024,\n"
-                   "KB, MB or GB for powers of 1000; or cd, dvd, dvd-dl (default: no limit)")
+  make->add_option(
+          "--volume-size", call.volume_size,
+          "Most bytes of a volume's disc image: a number, with K, M or G for powers of 1024,\n"
+          "KB, MB or GB for powers of 1000; or cd, dvd, dvd-dl (default: no limit)")
       ->type_name("SIZE");
   make->add_flag("--presorted", request.is_presorted,
                  "PAYLOAD holds directories 1, 2, ... with what goes onto each volume");
@@ -147,6 +195,10 @@ void AddMake(CLI::App& app, MakeCall& call) {
                    "Secret key file of minisign to sign the manifest with; no signature without it")
       ->check(RefuseEmpty)
       ->type_name("KEY");
+  make->add_flag("--iso", call.has_images,
+                 "Write a disc image of each volume, too, i.iso beside it (needs xorriso)");
+  make->add_flag("--iso-only", call.are_images_alone,
+                 "Leave these images alone, and no directories");
   make->add_option("--os", request.os_name,
                    "Name of the operating-system directory below inst (default: linux)");
   make->add_flag("--dry-run", call.is_dry_run, "Say what would be made, and write nothing");
@@ -188,8 +240,10 @@ int RunMake(MakeCall call) {
   if (!own.is_sound) {
     report.message =
         "the media cannot be started; correct what was found, remove it and run make again";
+  } else {
+    report.message = MakeImages(call, *plan, report);
   }
-  return End(call, report, TextOfMade(report), own.is_sound ? kFine : kProblems);
+  return End(call, report, TextOfMade(report), report.message.empty() ? kFine : kProblems);
 }
 
 }  // namespace kvl

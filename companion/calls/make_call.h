@@ -17,6 +17,8 @@ struct MakeCall {
   std::optional<std::string> layout;       // as it was given
   std::optional<std::string> volume_size;  // likewise
   std::string links = "keep";
+  bool has_images = false;
+  bool are_images_alone = false;
   bool is_dry_run = false;
   bool as_json = false;
   bool is_quiet = false;

@@ -15,14 +15,25 @@ std::string WhichMedia(const MakeReport& report) {
          ", volumes: " + std::to_string(report.volumes.size()) + ".\n";
 }
 
+/// `bytes` is what stands in front of their number.
+std::string LineOfImage(const MakeReport& report, std::size_t volume, const std::string& bytes) {
+  const MakeReport::Volume& of = report.volumes[volume - 1];
+  if (of.image.empty()) return {};
+  return "Image of volume " + std::to_string(volume) + ": " + Quoted(of.image) + bytes +
+         std::to_string(of.image_bytes) + "\n";
+}
+
 }  // namespace
 
 std::string TextOfMade(const MakeReport& report) {
   const std::string& first = report.volumes.front().directory;
-  std::string text =
-      "Made a media with tag " + WhichMedia(report) + "First volume: " + Quoted(first) + "\n";
+  std::string text = "Made a media with tag " + WhichMedia(report);
+  if (!first.empty()) text += "First volume: " + Quoted(first) + "\n";
   if (report.starts) {
     text += "Start it with: " + Quoted(PathBelow(first, names::kStartTui)) + "\n";
+  }
+  for (std::size_t i = 1; i <= report.volumes.size(); ++i) {
+    text += LineOfImage(report, i, ", bytes: ");
   }
   return text + FindingLines(report.findings);
 }
@@ -41,7 +52,8 @@ std::string TextOfPlan(const MakeReport& report, const MediaPlan& plan, bool wit
     const MakeReport::Volume& volume = report.volumes[i];
     text += "Volume " + std::to_string(i + 1) + ": " + Quoted(volume.directory) +
             ", files of payload: " + std::to_string(volume.files) +
-            ", bytes: " + std::to_string(volume.bytes) + "\n" + files[i];
+            ", bytes: " + std::to_string(volume.bytes) + "\n" + files[i] +
+            LineOfImage(report, i + 1, ", bytes at most: ");
   }
   return text;
 }

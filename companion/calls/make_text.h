@@ -8,8 +8,8 @@
 
 namespace kvl {
 
-/// Of a media that was made: which it is, where it lies, how to start it unless it does not start, and
-/// what a check has found.
+/// Of a media that was made: which it is, where it lies, how to start it unless it does not start, its disc
+/// images, and what a check has found.
 std::string TextOfMade(const MakeReport& report);
 
 /// What a media would be. With `with_files`, below each volume the files that would be copied there.

@@ -1,5 +1,8 @@
 #include "companion/calls/own_check.h"
 
+#include <unistd.h>
+
+#include <map>
 #include <string_view>
 
 #include "companion/check/media_check.h"
@@ -24,9 +27,39 @@ bool IsAboutThisPlace(const Finding& finding) {
   }
 }
 
+/// The environment as a check may change it, with what the installer would be given: it must not reach
+/// a program that is started later.
+class KeptEnvironment {
+ public:
+  KeptEnvironment() : kept_(Now()) {}
+  ~KeptEnvironment() {
+    for (const auto& [name, value] : Now()) {
+      if (!kept_.contains(name)) SetEnv(name, "");
+    }
+    for (const auto& [name, value] : kept_) SetEnv(name, value);
+  }
+  KeptEnvironment(const KeptEnvironment&) = delete;
+  KeptEnvironment& operator=(const KeptEnvironment&) = delete;
+
+ private:
+  static std::map<std::string, std::string> Now() {
+    std::map<std::string, std::string> variables;
+    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+      const std::string_view text = *entry;
+      const std::size_t equals = text.find('=');
+      if (equals == text.npos) continue;
+      variables.try_emplace(std::string(text.substr(0, equals)), text.substr(equals + 1));
+    }
+    return variables;
+  }
+
+  const std::map<std::string, std::string> kept_;
+};
+
 }  // namespace
 
 OwnCheck CheckOwnMedia(const std::string& first_volume) {
+  const KeptEnvironment kept;
   for (const std::string_view name : variables::kRead) {
     if (name != variables::kTmpDir) SetEnv(std::string(name), "");
   }

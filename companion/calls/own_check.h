@@ -16,7 +16,8 @@ struct OwnCheck {
 };
 
 /// Checks the media as whoever gets it would start its StartTUI.sh, with none of the launcher's
-/// variables set but TMPDIR; they are cleared in this process. As CheckMedia else.
+/// variables set but TMPDIR. Each variable has its value again at the end; one that was not set may be
+/// there, and is empty. As CheckMedia else.
 OwnCheck CheckOwnMedia(const std::string& first_volume);
 
 }  // namespace kvl

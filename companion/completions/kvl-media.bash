@@ -20,8 +20,8 @@ _kvl_media() {
         files=directory
         case ${COMP_WORDS[1]} in
           check) words='--help --installer --json --os --verbose' ;;
-          make) words='--config --dry-run --help --inst --installer --jobs --json --launcher'
-            words+=' --layout --links --os --presorted --quiet --sign --tag --verbose'
+          make) words='--config --dry-run --help --inst --installer --iso --iso-only --jobs'
+            words+=' --json --launcher --layout --links --os --presorted --quiet --sign --tag --verbose'
             words+=' --volume-size' ;;
           seal) words='--help --key' ;;
           verify) words='--help --jobs --json --key --wait' ;;

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <utility>
 
+#include "companion/make/image_plan.h"
 #include "companion/make/payload_links.h"
 #include "companion/make/payload_walk.h"
 #include "companion/make/record_room.h"
@@ -208,12 +209,14 @@ MediaPlan Plan(const MediaMakeRequest& request) {
   PlannedFile launcher = PlanFile("launcher", request.launcher);
   CheckInstallerName(installer_name);
   CheckKey(request.key);
+  if (request.images != Images::kNone && !HasXorriso()) throw CannotMake(kNoXorriso);
   OpenDirectory payload = PlanDirectory(request.payload);
   const std::string directory = AbsolutePath(request.directory);
   CheckDirectory(directory);
   CheckIsOutside(directory, "the payload", request.payload);
   MediaPlan plan = {
       .directory = directory,
+      .was_there = StateOfEntry(directory).IsThere(),
       .layout = kSingle,
       .programs = PathBelow(request.os_name, PathBelow(names::kCode, names::kBin)),
       .installer_name = installer_name,
@@ -225,6 +228,7 @@ MediaPlan Plan(const MediaMakeRequest& request) {
       .volumes = {},
       .bytes_in_all = 0,
       .time = 0,
+      .images = {},
       .room = {},
   };
   PlanInst(request, plan);
@@ -232,6 +236,7 @@ MediaPlan Plan(const MediaMakeRequest& request) {
   SumUp(request, plan);
   plan.layout = ChosenLayout(request.layout, plan.volumes.size());
   plan.is_signed = !request.key.empty();
+  if (request.images != Images::kNone) plan.images = PlanImages(request, plan);
   plan.room = CheckRoom(plan);
   return plan;
 }

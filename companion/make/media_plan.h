@@ -7,12 +7,16 @@
 #include <string>
 #include <vector>
 
+#include "companion/make/disc_image.h"
 #include "companion/make/media_room.h"
 #include "companion/make/payload_split.h"
 #include "insio/open_directory.h"
 #include "media/volume_scan.h"
 
 namespace kvl {
+
+/// Disc images of the volumes: none, beside the directories of the volumes, or in their place.
+enum class Images { kNone, kBeside, kAlone };
 
 struct MediaMakeRequest {
   std::string payload;  ///< a directory
@@ -31,6 +35,7 @@ struct MediaMakeRequest {
   /// Of the payload and of what goes into "inst".
   Links links = Links::kKept;
   std::size_t jobs = 1;  ///< so many files are copied beside each other
+  Images images = Images::kNone;
   /// A secret key of minisign(1) to sign the manifest with; empty for no signature.
   std::string key;
   /// Of all that is generated, in seconds; without it, that of the payload's newest file.
@@ -45,6 +50,7 @@ struct PlannedFile {
 
 struct MediaPlan {
   std::string directory;  ///< where to, absolute
+  bool was_there;         ///< that directory
   Layout layout;
   std::string programs;  ///< the directory of the two programs, below "inst"
   std::string installer_name;
@@ -56,7 +62,8 @@ struct MediaPlan {
   std::uint64_t bytes_in_all;                   ///< of the payload
   bool is_signed = false;
   std::int64_t time;  ///< see MediaMakeRequest; the installer's for a payload without files
-  Room room;          ///< that it takes where it is written
+  std::vector<DiscImage> images;  ///< of the volumes, when they are wanted
+  Room room;                      ///< that it takes where it is written
 };
 
 /// Throws CannotMake when anything about the request makes no sense, cannot be read, or does not fit.

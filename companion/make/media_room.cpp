@@ -32,6 +32,8 @@ class RoomCounter {
     AddWay(Place(full).directory);
     Add((size + block_ - 1) / block_ * block_);
   }
+  /// One that lies in no volume.
+  void AddImage(std::uint64_t size) { Add((size + block_ - 1) / block_ * block_); }
   const Room& Sum() const { return room_; }
 
  private:
@@ -117,6 +119,9 @@ Room RoomFor(const MediaPlan& plan, std::uint64_t block) {
   ForEachCopy(plan, [&](std::size_t volume, const std::string& path, std::uint64_t size) {
     room.AddFile(volume, path, size);
   });
+  if (!plan.images.empty()) {
+    for (const PlannedVolume& volume : plan.volumes) room.AddImage(volume.image_bytes);
+  }
   return room.Sum();
 }
 

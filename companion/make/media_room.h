@@ -13,7 +13,7 @@ struct Room {
   std::uint64_t entries = 0;  ///< files and directories
 };
 
-/// What a media takes where a file, as a directory, takes whole blocks of so many bytes; a little more
+/// What a media, with its disc images, takes where a file, as a directory, takes whole blocks of so many bytes; a little more
 /// for the lists of its files, whose length is known only when they are written.
 Room RoomFor(const MediaPlan& plan, std::uint64_t block);
 

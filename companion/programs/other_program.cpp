@@ -52,16 +52,16 @@ class ErrorsInMemory {
 
 }  // namespace
 
-bool HasProgram(const std::string& name) {
+std::string PathOfProgram(const std::string& name) {
   const std::string path = GetEnv("PATH");
   std::istringstream directories(path.empty() ? "/bin:/usr/bin" : path);
   for (std::string directory; std::getline(directories, directory, ':');) {
-    const std::string file = (directory.empty() ? "." : directory) + "/" + name;
+    std::string file = (directory.empty() ? "." : directory) + "/" + name;
     struct stat status;
     const bool is_file = ::stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-    if (is_file && ::access(file.c_str(), X_OK) == 0) return true;
+    if (is_file && ::access(file.c_str(), X_OK) == 0) return file;
   }
-  return false;
+  return {};
 }
 
 ProgramScope::ProgramScope() {

@@ -11,8 +11,9 @@
 
 namespace kvl {
 
-/// Whether a program of that name is found on PATH, as it is when it is run.
-bool HasProgram(const std::string& name);
+/// Where a program of that name is found on PATH, or in /bin or /usr/bin when that is empty; empty when it is
+/// nowhere.
+std::string PathOfProgram(const std::string& name);
 
 /// While it lives, a signal that asks this process to end (SIGINT, SIGTERM, SIGHUP) has to wait, unless
 /// it is ignored, so that what is made meanwhile can be removed; it ends the process with the scope. Only

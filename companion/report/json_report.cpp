@@ -102,7 +102,9 @@ std::string JsonReport(const MakeReport& report) {
     json["volumes"].push_back({{"number", json["volumes"].size() + 1},
                                {"directory", ToOneLine(volume.directory)},
                                {"files", volume.files},
-                               {"bytes", volume.bytes}});
+                               {"bytes", volume.bytes},
+                               {"image", ToOneLine(volume.image)},
+                               {"image_bytes", volume.image_bytes}});
   }
   AddFindings(report.findings, json);
   return json.dump(kIndent) + "\n";

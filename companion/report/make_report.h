@@ -13,13 +13,15 @@ namespace kvl {
 
 struct MakeReport {
   struct Volume {
-    std::string directory;       ///< where the launcher finds it
+    std::string directory;       ///< where the launcher finds it; empty when only its image is left
     std::uint64_t files, bytes;  ///< of its payload
+    std::string image = {};      ///< its disc image; empty when there is none
+    std::uint64_t image_bytes = 0;  ///< of a dry run at most
   };
 
   bool is_dry_run = false;
   bool is_made = false;
-  bool starts = false;  ///< where it lies
+  bool starts = false;  ///< where it lies; false for images alone
   std::string message;  ///< why it was not made, or does not start; else empty
   std::string tag;
 

@@ -46,7 +46,7 @@ class Workshop {
 }  // namespace
 
 bool HasMinisign() {
-  return HasProgram("minisign");
+  return !PathOfProgram("minisign").empty();
 }
 
 std::string SignWithMinisign(const std::string& key, const std::string& text) {

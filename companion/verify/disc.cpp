@@ -24,6 +24,15 @@ OpenDirectory Disc::Open() const {
   return number ? open.Directory(std::to_string(*number)) : std::move(open);
 }
 
+namespace {
+
+/// Beside the directory of a volume, which it holds once more.
+bool IsImage(const OpenDirectory& directory, const std::string& name) {
+  return VolumeIn(name, names::kImageExtension) && S_ISREG(directory.Look(name).mode);
+}
+
+}  // namespace
+
 std::vector<Disc> FindDiscs(const std::string& directory, std::vector<Flaw>& flaws) {
   const OpenDirectory open(directory);
   const std::vector<std::string> names = open.Names();
@@ -34,7 +43,7 @@ std::vector<Disc> FindDiscs(const std::string& directory, std::vector<Flaw>& fla
   std::vector<Disc> discs;
   for (const std::string& name : names) {
     const std::string path = PathBelow(directory, name);
-    if (IsLostAndFound(open, name)) continue;
+    if (IsLostAndFound(open, name) || IsImage(open, name)) continue;
     if (!is_volume(name)) {
       flaws.push_back({FlawKind::kNotListed, path});
     } else if (!S_ISDIR(open.Look(name).mode)) {

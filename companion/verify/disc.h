@@ -22,7 +22,7 @@ struct Disc {
 };
 
 /// The directory itself, or when it has no manifest, but directories 1, 2 and so on, these. What lies
-/// beside them, belongs to no volume and is a flaw.
+/// beside them, belongs to no volume and is a flaw, but for files 1.iso, 2.iso and so on: disc images.
 /// Throws as OpenDirectory does.
 std::vector<Disc> FindDiscs(const std::string& directory, std::vector<Flaw>& flaws);
 

@@ -113,6 +113,8 @@ Options:
   --jobs UINT:INT in [1 - 64] How many files are copied beside each other (default: one for each processor)
   --launcher TEXT             Launcher to put on the media (default: kvl-launcher beside this program)
   --sign KEY                  Secret key file of minisign to sign the manifest with; no signature without it
+  --iso                       Write a disc image of each volume, too, i.iso beside it (needs xorriso)
+  --iso-only                  Leave these images alone, and no directories
   --os TEXT                   Name of the operating-system directory below inst (default: linux)
   --dry-run                   Say what would be made, and write nothing
   --json                      Write one JSON object instead of text

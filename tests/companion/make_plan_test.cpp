@@ -85,7 +85,9 @@ TEST_F(MakePlan, IsOneObjectForScripts) {
     return Json{{"number", number},
                 {"directory", world_.Text(directory)},
                 {"files", files},
-                {"bytes", bytes}};
+                {"bytes", bytes},
+                {"image", ""},
+                {"image_bytes", 0}};
   };
   Json expected = {
       {"format", 1},
