@@ -1,6 +1,7 @@
 #include "companion/calls/config_file.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstring>
 #include <set>
 #include <sstream>
@@ -46,16 +47,23 @@ class ConfigFile {
     if (is_section) return;
     CLI::Option* option = Find(item);
     // A quoted text with "#" in it has lost its end.
-    const bool is_one = item.inputs.size() == 1 && item.inputs[0].find_first_of("\"'") != 0;
-    if (!is_one || from_file_.contains(option)) {
+    const bool is_plain = std::ranges::none_of(
+        item.inputs, [](const std::string& text) { return text.find_first_of("\"'") == 0; });
+    const bool is_repeatable = option->get_multi_option_policy() == CLI::MultiOptionPolicy::TakeAll;
+    const bool is_another = from_file_.contains(option);
+    const bool is_one = item.inputs.size() == 1 && !is_another;
+    if (!is_plain || item.inputs.empty() || (!is_one && !is_repeatable)) {
       Refuse("has not one value for this (blanks and commas need quotes, \"#\" is none): " +
              item.name);
     }
-    if (!option->empty()) return;
+    if (!option->empty() && !is_another) return;
     from_file_.insert(option);
     const bool is_flag = option->get_expected_min() == 0;
-    option->add_result(is_flag ? option->get_flag_value(item.name, format.to_flag(item))
-                               : item.inputs[0]);
+    if (is_flag) {
+      option->add_result(option->get_flag_value(item.name, format.to_flag(item)));
+    } else {
+      option->add_result(item.inputs);
+    }
   }
 
   const std::string& path_;

@@ -175,6 +175,12 @@ void AddMake(CLI::App& app, MakeCall& call) {
           "Most bytes of a volume's disc image: a number, with K, M or G for powers of 1024,\n"
           "KB, MB or GB for powers of 1000; or cd, dvd, dvd-dl (default: no limit)")
       ->type_name("SIZE");
+  CLI::Option* together =
+      make->add_option(
+              "--keep-together", request.undivided,
+              "Directory of PAYLOAD that lies on one volume with all that is in it; repeatable")
+          ->allow_extra_args(false)
+          ->type_name("DIR");
   make->add_flag("--presorted", request.is_presorted,
                  "PAYLOAD holds directories 1, 2, ... with what goes onto each volume");
   make->add_option("--tag", request.tag, "Text that marks volumes as belonging together")
@@ -207,6 +213,7 @@ void AddMake(CLI::App& app, MakeCall& call) {
   make->add_flag("--verbose", call.is_verbose,
                  "Name each file on standard error when it is copied; with --dry-run in the text");
   for (CLI::Option* option : make->get_options()) option->take_last();
+  together->take_all();
   make->footer("Exit status: 0 done, 1 the media could not be written, 2 bad call.");
 }
 

@@ -13,7 +13,7 @@ _kvl_media() {
       --installer)
         if [[ ${COMP_WORDS[1]} == make ]]; then files=any; fi ;;
       --config | --key | --launcher | --sign) files=any ;;
-      --inst) files=directory ;;
+      --inst | --keep-together) files=directory ;;
       --volume-size) words='cd dvd dvd-dl' ;;
       --jobs | --os | --tag) ;;
       *)
@@ -21,7 +21,7 @@ _kvl_media() {
         case ${COMP_WORDS[1]} in
           check) words='--help --installer --json --os --verbose' ;;
           make) words='--config --dry-run --help --inst --installer --iso --iso-only --jobs'
-            words+=' --json --launcher --layout --links --os --presorted --quiet --sign --tag --verbose'
+            words+=' --json --keep-together --launcher --layout --links --os --presorted --quiet --sign --tag --verbose'
             words+=' --volume-size' ;;
           seal) words='--help --key' ;;
           verify) words='--help --jobs --json --key --wait' ;;

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -159,6 +160,19 @@ std::uint64_t BytesOfInst(const MediaPlan& plan) {
   return room.BytesInAnother();
 }
 
+/// As the list of a payload names them.   ./a/b/  =>  a/b
+std::set<std::string> Undivided(const MediaMakeRequest& request) {
+  if (request.is_presorted && !request.undivided.empty()) {
+    throw CannotMake("--keep-together: --presorted says what lies together");
+  }
+  std::set<std::string> directories;
+  for (const std::string& path : request.undivided) {
+    const std::string plain = fs::path(path + "/.").lexically_normal();
+    directories.insert(plain.substr(0, plain.find_last_not_of('/') + 1));
+  }
+  return directories;
+}
+
 void PlanVolumes(const MediaMakeRequest& request, MediaPlan& plan) {
   // Three directories and two programs have the names of their system in their paths.
   const std::uint64_t names =
@@ -170,6 +184,7 @@ void PlanVolumes(const MediaMakeRequest& request, MediaPlan& plan) {
       .on_first =
           BytesOfInst(plan) + kTextsOfTheFirstVolume + OnDisc(ListLength(plan.inst_entries, way)),
       .in_manifest = ManifestLength(plan.inst_entries, way) + names + signature,
+      .undivided = Undivided(request),
       .way = way};
   plan.volumes = request.is_presorted
                      ? PresortedPayload(plan.payload, request.links, room)

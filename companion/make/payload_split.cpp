@@ -154,6 +154,30 @@ Common CommonOf(const Volumes& volumes, const VolumeRoom& room) {
   return CommonOf(volumes.size(), in_manifest);
 }
 
+bool LiesIn(const PayloadEntry& entry, const PayloadEntry& directory) {
+  return entry.name.starts_with(directory.name + "/");
+}
+
+/// False when these entries do not all fit, and then nothing has changed.
+bool Take(Filling& volume, const PayloadList::Iterator& first, const PayloadList::Iterator& end) {
+  auto next = first;
+  if (++next == end) return volume.Take(*first);
+  Filling filled = volume;
+  for (next = first; next != end; ++next) filled.TakeAnyway(*next);
+  if (!filled.Fits()) return false;
+  volume = std::move(filled);
+  return true;
+}
+
+void CheckAreDirectories(const std::set<std::string>& undivided, const PayloadList& payload) {
+  std::set<std::string> unknown = undivided;
+  for (const PayloadEntry& entry : payload) {
+    if (entry.IsDirectory()) unknown.erase(entry.name);
+  }
+  if (unknown.empty()) return;
+  throw CannotMake("--keep-together: no directory of the payload: " + *unknown.begin());
+}
+
 /// With so much of what depends on it, and for the list of all files on the first volume.
 Volumes Spread(const std::shared_ptr<const PayloadList>& payload, const VolumeRoom& room,
                const Common& common, std::uint64_t list_of_all) {
@@ -165,16 +189,19 @@ Volumes Spread(const std::shared_ptr<const PayloadList>& payload, const VolumeRo
   Filling volume = begin_volume(room.on_first + common.description + OnDisc(list_of_all));
   CheckFirst(volume);
   for (auto next = payload->begin(); next != payload->end();) {
-    const PayloadEntry entry = *next;
+    const auto first = next;
+    const PayloadEntry& entry = *first;
     ++next;
-    const bool comes_with_its_files =
-        next != payload->end() && next->name.starts_with(entry.name + "/");
-    if (comes_with_its_files) continue;
-    if (!volume.Take(entry)) {
+    const bool is_undivided = room.undivided.contains(entry.name);
+    const bool comes_with_its_files = next != payload->end() && LiesIn(*next, entry);
+    if (comes_with_its_files && !is_undivided) continue;
+    while (is_undivided && next != payload->end() && LiesIn(*next, entry)) ++next;
+    if (!Take(volume, first, next)) {
       volumes.push_back(std::move(volume).Finished(behind_the_last));
       volume = begin_volume(0);
-      if (!volume.Take(entry)) {
-        RefuseAsTooLarge("larger than a volume: " + entry.name, volume.BytesWith(entry));
+      if (!Take(volume, first, next)) {
+        for (auto each = first; each != next; ++each) volume.TakeAnyway(*each);
+        RefuseAsTooLarge("larger than a volume: " + entry.name, volume.Bytes());
       }
       if (volumes.size() == kMostVolumes) RefuseSoManyVolumes();
     }
@@ -188,6 +215,7 @@ Volumes Spread(const std::shared_ptr<const PayloadList>& payload, const VolumeRo
 
 Volumes SplitPayload(PayloadList payload, const VolumeRoom& room) {
   const auto list = std::make_shared<const PayloadList>(std::move(payload));
+  CheckAreDirectories(room.undivided, *list);
   const std::uint64_t list_of_all = ListOfAllLength(*list, room.way);
   // More volumes make a larger manifest, which lies on each of them.
   for (Common common = CommonOf(1, room.in_manifest + ManifestLength(*list, room.way));;) {

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -22,8 +24,9 @@ struct VolumeRoom {
   std::uint64_t most_bytes = kNoLimit;
   std::uint64_t
       on_first;  ///< bytes of what lies on the first volume only, whatever the number of volumes
-  std::uint64_t in_manifest;        ///< length of the lines in the manifest for what is no payload
-  std::uint64_t way = kLongestWay;  ///< to the names of the payload, see record_room.h
+  std::uint64_t in_manifest;  ///< length of the lines in the manifest for what is no payload
+  std::set<std::string> undivided = {};  ///< directories of the payload that lie on one volume each
+  std::uint64_t way = kLongestWay;       ///< to the names of the payload, see record_room.h
 };
 
 /// The payload of a volume: some entries of a list, one behind the other. The directories that they lie
@@ -54,8 +57,9 @@ using Volumes = std::vector<PlannedVolume>;
 /// Spreads the entries over volumes in their order, so that the image of none takes more than its most
 /// bytes, its tables, its list and the manifest included; the first one also holds the list of all files
 /// and the description of all volumes. There is at least one volume.
-/// Throws CannotMake when a file is too large for any volume, the limit too small for the first one,
-/// and for more than kMostVolumes volumes.
+/// Throws CannotMake when a file, or a directory that is not to be divided, is too large for any volume, when
+/// there is no such directory, when the limit is too small for the first volume, and for more than
+/// kMostVolumes volumes.
 Volumes SplitPayload(PayloadList payload, const VolumeRoom& room);
 
 /// The entries of the directories "1", "2", ... of `directory`, each of them a volume with names of its

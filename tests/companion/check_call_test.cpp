@@ -104,6 +104,7 @@ Options:
                               single, flat, sibling or am (default: single for one volume, else sibling)
   --volume-size SIZE          Most bytes of a volume's disc image: a number, with K, M or G for powers of 1024,
                               KB, MB or GB for powers of 1000; or cd, dvd, dvd-dl (default: no limit)
+  --keep-together DIR ...     Directory of PAYLOAD that lies on one volume with all that is in it; repeatable
   --presorted                 PAYLOAD holds directories 1, 2, ... with what goes onto each volume
   --tag TEXT REQUIRED         Text that marks volumes as belonging together
   --installer TEXT REQUIRED   Installer to put on the media

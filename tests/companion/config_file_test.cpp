@@ -40,6 +40,19 @@ TEST_F(ConfigFile, GivesWayToTheCall) {
   }
 }
 
+TEST_F(ConfigFile, HasALineForEachValueOfARepeatableOption) {
+  const std::string text =
+      "tag = A\nkeep-together = d\nkeep-together = 'e, f'\n" + std::string(kUsual);
+  world_.Change("dir payload/d");
+  world_.ExpectRefused(Plan(text), "--keep-together: no directory of the payload: e, f");
+  world_.Change("dir payload/e,\\x20f");
+  EXPECT_EQ(Plan(text).status, 0);
+  EXPECT_EQ(Plan("keep-together = d\n" + text).status, 0);
+  EXPECT_EQ(Plan(text, {"--keep-together", "d", "payload", "media"}).status, 0);
+  world_.Change("remove payload/e,\\x20f");
+  EXPECT_EQ(Plan(text, {"--keep-together", "d", "payload", "media"}).status, 0);
+}
+
 TEST_F(ConfigFile, IsRefusedWithOneLineWhenItIsBad) {
   const std::string about = "--config: media.toml has a line about no option: ";
   const std::string value =
@@ -54,6 +67,8 @@ TEST_F(ConfigFile, IsRefusedWithOneLineWhenItIsBad) {
       {"tag = My suite", value + "tag"},
       {"tag = [A, B]", value + "tag"},
       {"tag = []", value + "tag"},
+      {"keep-together = []", value + "keep-together"},
+      {"keep-together = \"a#b\"", value + "keep-together"},
       {"tag = A\ntag = B", value + "tag"},
       {"tag = A\nos = x\ntag = B", value + "tag"},
       {"tag = \"A#B\"", value + "tag"},

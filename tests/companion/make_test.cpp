@@ -119,6 +119,55 @@ TEST(KvlMediaMake, PutsEveryFileOfThePayloadOnOneVolume) {
             fs::last_write_time(world.Path("payload/a/1")));
 }
 
+/// Each takes 147 blocks, so that three fit beside the first volume's own, and four elsewhere.
+TEST(KvlMediaMake, KeepsADirectoryTogether) {
+  const CheckWorld world(Payload() + "file payload/c/e/1 " + std::string(300'000, 'x') +
+                         "; file payload/c/e/2 " + std::string(300'000, 'x'));
+  const auto payload_with = [&](const Lines& further) {
+    Lines all = {"--volume-size", "1100K"};
+    all.insert(all.end(), further.begin(), further.end());
+    const Outcome seen = world.MakeMedia(all);
+    EXPECT_EQ(seen.status, 0) << seen.err;
+    Lines files;
+    for (int i = 1; i <= 3; ++i) {
+      for (const std::string& name :
+           NamesIn(world.Path("media/" + std::to_string(i) + "/payload"))) {
+        if (name.starts_with("f ")) files.push_back(name.substr(6));
+      }
+    }
+    fs::remove_all(world.Path("media"));
+    return files;
+  };
+  EXPECT_THAT(payload_with({}),
+              ElementsAre("1/5", "1/a/2", "1/a/1", "2/b c/3", "2/b c/d/4", "2/c/e/1", "3/c/e/2"));
+  EXPECT_THAT(payload_with({"--keep-together", "c"}),
+              ElementsAre("1/5", "1/a/2", "1/a/1", "2/b c/3", "2/b c/d/4", "3/c/e/1", "3/c/e/2"));
+  EXPECT_EQ(payload_with({"--keep-together", "c/e"}), payload_with({"--keep-together", "c"}));
+  EXPECT_EQ(payload_with({"--keep-together", "c/e", "--keep-together", "c"}),
+            payload_with({"--keep-together", "c"}));
+  EXPECT_EQ(payload_with({"--keep-together", "./c//", "--keep-together=a"}),
+            payload_with({"--keep-together", "c"}));
+}
+
+TEST(KvlMediaMake, RefusesToKeepTogetherWhatCannotBe) {
+  const std::string none = "--keep-together: no directory of the payload: ";
+  const CheckWorld world(Payload());
+  for (const auto& [directory, shown] : {std::pair("5", "5"),
+                                         {"a/1", "a/1"},
+                                         {"b", "b"},
+                                         {"../payload/a", "../payload/a"},
+                                         {".", "."},
+                                         {"", ""},
+                                         {"a/..", "."}}) {
+    world.ExpectRefusedAndUntouched({"--keep-together", directory}, none + shown);
+  }
+  world.ExpectRefusedAndUntouched({"--keep-together", "a", "--presorted"},
+                                  "--keep-together: --presorted says what lies together");
+  world.ExpectRefusedAndUntouched(
+      {"--keep-together", "b c", "--volume-size", Blocks(kFrame + 2 * 147)},
+      "larger than a volume: b c (needs " + Blocks(kFrame + 2 * 147 + 1) + " bytes)");
+}
+
 TEST(KvlMediaMake, GivesTheSameMediaWhateverTheUmask) {
   const CheckWorld world(Payload());
   ASSERT_EQ(world.MakeMedia().status, 0);
