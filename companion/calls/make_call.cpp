@@ -105,6 +105,16 @@ void Make(const MakeCall& call, const MediaPlan& plan) {
   MakeMedia(call.request, plan, {show_file, show_bytes});
 }
 
+/// Files that somebody will not get onto a disc or a stick, unless the images are made here.
+void WarnOfLargeFiles(const MediaPlan& plan, const MakeReport& report, Findings& findings) {
+  constexpr std::uint64_t kTooLarge = 4ULL << 30U;
+  if (!plan.images.empty()) return;
+  ForEachCopy(plan, [&](std::size_t volume, const std::string& path, std::uint64_t size) {
+    if (size < kTooLarge) return;
+    findings.Add(FindingKind::kFileTooLarge, PathBelow(report.volumes[volume - 1].directory, path));
+  });
+}
+
 void WriteImages(const MakeCall& call, const MediaPlan& plan, MakeReport& report) {
   for (std::size_t i = 1; i <= plan.images.size(); ++i) {
     const DiscImage& image = plan.images[i - 1];
@@ -228,6 +238,7 @@ int RunMake(MakeCall call) {
     plan = PlanOf(call);
     Describe(*plan, report);
     if (call.is_dry_run) {
+      WarnOfLargeFiles(*plan, report, report.findings);
       return End(call, report, TextOfPlan(report, *plan, call.is_verbose), kFine);
     }
     Make(call, *plan);
@@ -244,6 +255,7 @@ int RunMake(MakeCall call) {
   report.is_made = true;
   report.starts = own.starts;
   report.findings = own.findings;
+  WarnOfLargeFiles(*plan, report, report.findings);
   if (!own.is_sound) {
     report.message =
         "the media cannot be started; correct what was found, remove it and run make again";

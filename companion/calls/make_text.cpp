@@ -55,7 +55,7 @@ std::string TextOfPlan(const MakeReport& report, const MediaPlan& plan, bool wit
             ", bytes: " + std::to_string(volume.bytes) + "\n" + files[i] +
             LineOfImage(report, i + 1, ", bytes at most: ");
   }
-  return text;
+  return text + FindingLines(report.findings);
 }
 
 }  // namespace kvl

@@ -12,7 +12,8 @@ namespace kvl {
 /// images, and what a check has found.
 std::string TextOfMade(const MakeReport& report);
 
-/// What a media would be. With `with_files`, below each volume the files that would be copied there.
+/// What a media would be, and what is to be said of that. With `with_files`, below each volume the files
+/// that would be copied there.
 std::string TextOfPlan(const MakeReport& report, const MediaPlan& plan, bool with_files);
 
 }  // namespace kvl

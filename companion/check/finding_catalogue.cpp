@@ -227,6 +227,9 @@ struct Catalogue {
       {kNameTooLong, "name-too-long", kWarning,
        "a name that is cut off on a disc (ISO 9660 with Rock Ridge)",
        "shorten it to 253 bytes or less"},
+      {kFileTooLarge, "file-too-large", kWarning,
+       "4 GiB or more, which neither FAT holds nor a disc image below level 3 of ISO 9660",
+       "have the images made with it (--iso), or carry it on another file system"},
       {kPathTooLong, "path-too-long", kEither, "a path that is too long for the system",
        "put it less deep, or shorten names"},
   };

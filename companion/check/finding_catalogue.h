@@ -98,6 +98,7 @@ enum class FindingKind {
   kFileNotForOthers,
   kDirectoryNotForOthers,
   kNameTooLong,
+  kFileTooLarge,
   kPathTooLong,
 };
 

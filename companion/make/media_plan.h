@@ -25,7 +25,8 @@ struct MediaMakeRequest {
   std::string directory;         ///< where to; empty or missing
   std::optional<Layout> layout;  ///< without it, kSingle when one volume is enough, else kSibling
   std::uint64_t volume_size = kNoLimit;
-  std::vector<std::string> undivided = {};  ///< directories of the payload, each to lie on one volume
+  std::vector<std::string> undivided =
+      {};  ///< directories of the payload, each to lie on one volume
   std::string tag;
   std::string installer;  ///< a file
   std::string launcher;   ///< a file

@@ -30,7 +30,7 @@ struct MakeReport {
   std::vector<Volume> volumes;
   std::uint64_t needed_bytes = 0, needed_entries = 0;  ///< on the file system
 
-  Findings findings;  ///< of the check at the end
+  Findings findings;  ///< of the check at the end, and of the plan
 };
 
 }  // namespace kvl

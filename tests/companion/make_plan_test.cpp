@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/companion/check_world.h"
+#include "tests/companion/xorriso.h"
 #include "tests/insio/surroundings.h"
 
 namespace kvl::test {
@@ -53,6 +54,37 @@ std::string Each(const Lines& lines, const std::string& in_front) {
   std::string text;
   for (const std::string& line : lines) text += in_front + line + "\n";
   return text;
+}
+
+/// Such a file is all hole here.
+TEST_F(MakePlan, WarnsOfAFileThatNotAllCarriersHold) {
+  const auto plan_with = [&](std::uint64_t size, const Lines& further = {}) {
+    fs::resize_file(world_.Path("payload/2/e"), size);
+    Lines all = {"--dry-run"};
+    all.insert(all.end(), further.begin(), further.end());
+    return Make(all);
+  };
+  const Outcome seen = plan_with(4ULL << 30U);
+  if (seen.err.find(" are free: ") != std::string::npos) GTEST_SKIP() << "there is no room for it";
+  const std::string
+      warning = "4 GiB or more, which neither FAT holds nor a disc image below level 3 of ISO 9660",
+      remedy = "have the images made with it (--iso), or carry it on another file system";
+  EXPECT_EQ(seen.status, 0);
+  EXPECT_THAT(
+      seen.out,
+      testing::EndsWith(
+          world_.Text(
+              "files of payload: 2, bytes: 4294967301\nwarning    {media}/2/payload/2/e: ") +
+          warning + "; " + remedy + "\n"));
+  const auto json = Json::parse(plan_with(4ULL << 30U, {"--json"}).out);
+  EXPECT_EQ(json["findings"], (Json{{{"code", "file-too-large"},
+                                     {"severity", "warning"},
+                                     {"path", world_.Path("media/2/payload/2/e")},
+                                     {"text", warning},
+                                     {"remedy", remedy}}}));
+  EXPECT_EQ(plan_with((4ULL << 30U) - 1).out.find("warning"), std::string::npos);
+  if (!WhyNoXorriso().empty()) return;
+  EXPECT_EQ(plan_with(4ULL << 30U, {"--iso"}).out.find("warning"), std::string::npos);
 }
 
 TEST_F(MakePlan, IsSaidAndNothingIsWritten) {
