@@ -1,77 +1,11 @@
-// kvl-media make --iso: disc images that hold what the volumes do, the same bytes wherever they are made,
-// and none that only looks whole.
+// kvl-media make --iso: disc images that hold what the volumes do, and are the same wherever they are made.
 #include <nlohmann/json.hpp>
 
 #include "companion/make/disc_image.h"
-#include "tests/companion/sealed_world.h"
-#include "tests/companion/xorriso.h"
+#include "tests/companion/images_world.h"
 
 namespace kvl::test {
 namespace {
-
-const std::string kReal = "exec " + std::string(kXorriso) + " \"$@\"\n";
-
-class MakeImages : public testing::Test {
- protected:
-  void SetUp() override {
-    if (const std::string why = WhyNoXorriso(); !why.empty()) GTEST_SKIP() << why;
-    world_.Change("file payload/2/b/larger " + std::string(5000, 'x') +
-                  "; link payload/2/b/l ../a");
-  }
-
-  /// Makes a media of one volume in the layout single, else of two.
-  Outcome Make(const std::string& layout, const Lines& further,
-               const std::string& directory = "media", const Environment& env = {},
-               const std::function<void()>& before = {}) const {
-    Lines call = {"make", "--tag", "T 1", "--installer", "setup", "--launcher", "launcher"};
-    call.insert(call.end(), further.begin(), further.end());
-    const Lines rest = layout == "single"
-                           ? Lines{"payload/2", directory}
-                           : Lines{"--presorted", "--layout", layout, "payload", directory};
-    call.insert(call.end(), rest.begin(), rest.end());
-    Environment all = {{"PATH", "{bin}:/usr/bin:/bin"}};
-    for (const auto& [name, value] : env) all[name] = value;
-    return world_.Companion(call, all, before);
-  }
-
-  /// In the place of xorriso, with these lines of shell.
-  void PutInItsPlace(const std::string& lines) const {
-    SetMode(world_.Directory().Write("bin/xorriso", "#!/bin/sh\n" + lines), 0755);
-  }
-
-  std::string Size(const std::string& image) const {
-    return std::to_string(fs::file_size(world_.Path(image)));
-  }
-
-  /// The image holds what the directory does, with modes, links and times, all of it the superuser's.
-  void ExpectHolds(const std::string& image, const std::string& directory) const {
-    SCOPED_TRACE(image);
-    const std::string path = world_.Path(image), unpacked = world_.Path("unpacked");
-    Unpack(path, unpacked);
-    EXPECT_EQ(DescribeTree(unpacked), DescribeTree(world_.Path(directory)));
-    for (const auto& entry : fs::recursive_directory_iterator(unpacked)) {
-      if (entry.is_symlink()) continue;
-      const fs::path name = entry.path().lexically_relative(unpacked);
-      EXPECT_EQ(entry.last_write_time(), fs::last_write_time(world_.Path(directory) / name))
-          << name;
-    }
-    const Outcome list = RunProgram(
-        {{kXorriso, "-no_rc", "-indev", "stdio:" + path, "-find", "/", "-exec", "lsdl"}});
-    EXPECT_THAT(MatchesIn("\n" + list.out, "\n[-dlrwx]{10} +[0-9]+ 0 +0 "),
-                testing::SizeIs(DescribeTree(unpacked).size() + 1));
-    fs::remove_all(unpacked);
-  }
-
-  /// The media is as whole as without images, and there is none, nor a part of one.
-  void ExpectOnlyTheMedia(const std::string& media, const std::string& volumes = "") const {
-    EXPECT_THAT(world_.Verify({media}).status, 0);
-    for (const auto& entry : fs::recursive_directory_iterator(world_.Path("."))) {
-      EXPECT_EQ(entry.path().string().find(".iso"), std::string::npos) << entry.path() << volumes;
-    }
-  }
-
-  SealedWorld world_;
-};
 
 TEST_F(MakeImages, HoldsWhatTheVolumesDo) {
   struct Row {
@@ -196,17 +130,6 @@ TEST_F(MakeImages, LeavesImagesAlone) {
   EXPECT_THAT(DescribeTree(world_.Path("there")), IsEmpty());
 }
 
-TEST_F(MakeImages, RemovesNothingThatItHasNotMade) {
-  PutInItsPlace("echo mine >'" + world_.Path("media/1/payload/1/stranger") + "'\n" + kReal);
-  const Outcome seen = Make("sibling", {"--iso-only"});
-  EXPECT_EQ(seen.status, 1);
-  EXPECT_EQ(seen.err,
-            world_.Text("kvl-media: cannot be removed: {media/1/payload/1}: Directory not "
-                        "empty; all disc images are whole\n"));
-  EXPECT_EQ(ReadFile(world_.Path("media/1/payload/1/stranger")), "mine\n");
-  EXPECT_TRUE(fs::exists(world_.Path("media/2/media.manifest")));
-}
-
 TEST_F(MakeImages, SaysInJsonAndBeforehandWhereTheyLie) {
   const Outcome planned = Make("sibling", {"--iso", "--dry-run"});
   ASSERT_EQ(planned.status, 0) << planned.err;
@@ -239,100 +162,6 @@ TEST_F(MakeImages, SaysInJsonAndBeforehandWhereTheyLie) {
   EXPECT_EQ(made["volumes"], (nlohmann::json{row(1), row(2)}));
   EXPECT_EQ(made["starts"], false);
   EXPECT_EQ(made["made"], true);
-}
-
-TEST_F(MakeImages, RefusesWhatCannotBeBeforeItWrites) {
-  struct Row {
-    std::string change, layout, line;
-    Environment env = {};
-  };
-  const std::string long_link(1024, 'x');
-  const std::vector<Row> rows = {
-      {"", "single", "xorriso is needed for disc images, and is not there", {{"PATH", "/nowhere"}}},
-      {"", "flat", "layout flat has all volumes in one directory, and a disc image has one"},
-      {"file media.iso", "single", "something is there already: {media.iso}"},
-      {"link media.iso nowhere", "single", "something is there already: {media.iso}"},
-      {"dir media/lost+found", "single",
-       "what lies there would be on the disc image, too: {media}"},
-      {"dir payload/2/" + std::string(250, 'd') + "; link payload/2/l " + std::string(250, 'd') +
-           Replaced(std::string(400, 'x'), "x", "/."),
-       "single", "a link is too long for a disc image: {media}/payload/1/l"},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.line);
-    world_.Change(row.change);
-    const Lines before = DescribeTreeExactly(world_.Path("."));
-    world_.ExpectRefused(Make(row.layout, {"--iso"}, "media", row.env), row.line);
-    EXPECT_EQ(DescribeTreeExactly(world_.Path(".")), before);
-    world_.Change("remove media; remove media.iso");
-  }
-}
-
-TEST_F(MakeImages, LeavesNoImageThatOnlyLooksWhole) {
-  const std::string last =
-      "for last; do :; done; while [ \"$1\" != -o ]; do shift; done; image=${2#stdio:}\n";
-  struct Row {
-    std::string lines, why;
-  };
-  const std::vector<Row> rows = {
-      {"exit 32\n", "xorriso ended with status 32"},
-      {last + "head -c 99999 /dev/zero >\"$image\"; echo ' : FAILURE : no luck' >&2; exit 5\n",
-       " : FAILURE : no luck"},
-      {"kill -KILL $$\n", "xorriso ended with status -1"},
-      {"exit 0\n", "it is not whole"},
-      {last + "head -c 99999 /dev/zero >\"$image\"\n", "it is not whole"},
-      {std::string(kXorriso) + " \"$@\" 2>&- ; " + last + "truncate -s -2048 \"$image\"\n",
-       "it is not whole"},
-      {last + "exec " + kXorriso + " -as mkisofs -o \"$image\" -pad \"$last\"\n",
-       "it is larger than the volume size: <n> bytes"},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.lines);
-    PutInItsPlace(row.lines);
-    for (const std::string option : {"--iso", "--iso-only"}) {
-      Outcome seen = Make("sibling", {option, "--volume-size", "200K"});
-      seen.err = Replaced(seen.err, "size: [0-9]+ bytes", "size: <n> bytes");
-      EXPECT_EQ(seen,
-                (Outcome{1,
-                         world_.Text("Made a media with tag T 1, layout sibling, volumes: 2.\n"
-                                     "First volume: '{media/1}'\n"
-                                     "Start it with: '{media/1}/StartTUI.sh'\n"),
-                         world_.Text("kvl-media: no image was written: {media/1.iso} (" + row.why +
-                                     "); the media in directories is whole\n")}));
-      ExpectOnlyTheMedia("{media}");
-      world_.Change("remove media");
-    }
-  }
-}
-
-TEST_F(MakeImages, LeavesNoImageOnAFullDisk) {
-  // Another one takes the room meanwhile.
-  PutInItsPlace("head -c 99999999 /dev/zero 2>&- >'" + world_.Path("mount/filler") + "'\n" + kReal);
-  world_.Change("dir mount");
-  const Outcome seen = Make("sibling", {"--iso"}, "mount/media", {}, [&] {
-    const bool is_possible =
-        ::unshare(CLONE_NEWNS) == 0 &&
-        ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-        ::mount("none", world_.Path("mount").c_str(), "tmpfs", 0, "size=8M") == 0;
-    if (!is_possible) ::_exit(kImpossibleHere);
-  });
-  if (seen.status == kImpossibleHere) GTEST_SKIP() << "nothing can be mounted here";
-  EXPECT_EQ(seen.status, 1);
-  EXPECT_EQ(Replaced(seen.err, "\\(.*space.*\\);", "(no space);"),
-            world_.Text("kvl-media: no image was written: {mount/media/1.iso} (no space); "
-                        "the media in directories is whole\n"));
-}
-
-TEST_F(MakeImages, LeavesNoImageWhenASignalEndsIt) {
-  world_.Change("pipe never");
-  PutInItsPlace("kill -TERM $PPID; read -r line <'" + world_.Path("never") + "'\n");
-  for (const std::string option : {"--iso", "--iso-only"}) {
-    const Outcome seen =
-        Make("sibling", {option}, "media", {}, [] { std::signal(SIGTERM, SIG_DFL); });
-    EXPECT_EQ(seen, (Outcome{-SIGTERM, "", ""}));
-    ExpectOnlyTheMedia("{media}");
-    world_.Change("remove media");
-  }
 }
 
 TEST_F(MakeImages, OfNineVolumesOfARealTreeFit) {

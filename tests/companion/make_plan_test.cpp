@@ -114,12 +114,9 @@ TEST_F(MakePlan, IsWhatIsCopiedFileByFile) {
 
 TEST_F(MakePlan, IsOneObjectForScripts) {
   const auto volume = [&](int number, const std::string& directory, int files, int bytes) {
-    return Json{{"number", number},
-                {"directory", world_.Text(directory)},
-                {"files", files},
-                {"bytes", bytes},
-                {"image", ""},
-                {"image_bytes", 0}};
+    return Json{{"number", number}, {"directory", world_.Text(directory)},
+                {"files", files},   {"bytes", bytes},
+                {"image", ""},      {"image_bytes", 0}};
   };
   Json expected = {
       {"format", 1},

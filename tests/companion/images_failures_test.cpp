@@ -1,0 +1,115 @@
+// kvl-media make --iso when something goes wrong: no image only looks whole, and nothing else is removed.
+#include "tests/companion/images_world.h"
+
+namespace kvl::test {
+namespace {
+
+const std::string kReal = "exec " + std::string(kXorriso) + " \"$@\"\n";
+
+TEST_F(MakeImages, RemovesNothingThatItHasNotMade) {
+  PutInItsPlace("echo mine >'" + world_.Path("media/1/payload/1/stranger") + "'\n" + kReal);
+  const Outcome seen = Make("sibling", {"--iso-only"});
+  EXPECT_EQ(seen.status, 1);
+  EXPECT_EQ(seen.err,
+            world_.Text("kvl-media: cannot be removed: {media/1/payload/1}: Directory not "
+                        "empty; all disc images are whole\n"));
+  EXPECT_EQ(ReadFile(world_.Path("media/1/payload/1/stranger")), "mine\n");
+  EXPECT_TRUE(fs::exists(world_.Path("media/2/media.manifest")));
+}
+
+TEST_F(MakeImages, RefusesWhatCannotBeBeforeItWrites) {
+  struct Row {
+    std::string change, layout, line;
+    Environment env = {};
+  };
+  const std::string long_link(1024, 'x');
+  const std::vector<Row> rows = {
+      {"", "single", "xorriso is needed for disc images, and is not there", {{"PATH", "/nowhere"}}},
+      {"", "flat", "layout flat has all volumes in one directory, and a disc image has one"},
+      {"file media.iso", "single", "something is there already: {media.iso}"},
+      {"link media.iso nowhere", "single", "something is there already: {media.iso}"},
+      {"dir media/lost+found", "single",
+       "what lies there would be on the disc image, too: {media}"},
+      {"dir payload/2/" + std::string(250, 'd') + "; link payload/2/l " + std::string(250, 'd') +
+           Replaced(std::string(400, 'x'), "x", "/."),
+       "single", "a link is too long for a disc image: {media}/payload/1/l"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.line);
+    world_.Change(row.change);
+    const Lines before = DescribeTreeExactly(world_.Path("."));
+    world_.ExpectRefused(Make(row.layout, {"--iso"}, "media", row.env), row.line);
+    EXPECT_EQ(DescribeTreeExactly(world_.Path(".")), before);
+    world_.Change("remove media; remove media.iso");
+  }
+}
+
+TEST_F(MakeImages, LeavesNoImageThatOnlyLooksWhole) {
+  const std::string last =
+      "for last; do :; done; while [ \"$1\" != -o ]; do shift; done; image=${2#stdio:}\n";
+  struct Row {
+    std::string lines, why;
+  };
+  const std::vector<Row> rows = {
+      {"exit 32\n", "xorriso ended with status 32"},
+      {last + "head -c 99999 /dev/zero >\"$image\"; echo ' : FAILURE : no luck' >&2; exit 5\n",
+       " : FAILURE : no luck"},
+      {"kill -KILL $$\n", "xorriso ended with status -1"},
+      {"exit 0\n", "it is not whole"},
+      {last + "head -c 99999 /dev/zero >\"$image\"\n", "it is not whole"},
+      {std::string(kXorriso) + " \"$@\" 2>&- ; " + last + "truncate -s -2048 \"$image\"\n",
+       "it is not whole"},
+      {last + "exec " + kXorriso + " -as mkisofs -o \"$image\" -pad \"$last\"\n",
+       "it is larger than the volume size: <n> bytes"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.lines);
+    PutInItsPlace(row.lines);
+    for (const std::string option : {"--iso", "--iso-only"}) {
+      Outcome seen = Make("sibling", {option, "--volume-size", "200K"});
+      seen.err = Replaced(seen.err, "size: [0-9]+ bytes", "size: <n> bytes");
+      EXPECT_EQ(seen,
+                (Outcome{1,
+                         world_.Text("Made a media with tag T 1, layout sibling, volumes: 2.\n"
+                                     "First volume: '{media/1}'\n"
+                                     "Start it with: '{media/1}/StartTUI.sh'\n"),
+                         world_.Text("kvl-media: no image was written: {media/1.iso} (" + row.why +
+                                     "); the media in directories is whole\n")}));
+      ExpectOnlyTheMedia("{media}");
+      world_.Change("remove media");
+    }
+  }
+}
+
+TEST_F(MakeImages, LeavesNoImageOnAFullDisk) {
+  // Another one takes the room meanwhile.
+  PutInItsPlace("head -c 99999999 /dev/zero 2>&- >'" + world_.Path("mount/filler") + "'\n" + kReal);
+  world_.Change("dir mount");
+  const Outcome seen = Make("sibling", {"--iso"}, "mount/media", {}, [&] {
+    const bool is_possible =
+        ::unshare(CLONE_NEWNS) == 0 &&
+        ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+        ::mount("none", world_.Path("mount").c_str(), "tmpfs", 0, "size=8M") == 0;
+    if (!is_possible) ::_exit(kImpossibleHere);
+  });
+  if (seen.status == kImpossibleHere) GTEST_SKIP() << "nothing can be mounted here";
+  EXPECT_EQ(seen.status, 1);
+  EXPECT_EQ(Replaced(seen.err, "\\(.*space.*\\);", "(no space);"),
+            world_.Text("kvl-media: no image was written: {mount/media/1.iso} (no space); "
+                        "the media in directories is whole\n"));
+}
+
+TEST_F(MakeImages, LeavesNoImageWhenASignalEndsIt) {
+  world_.Change("pipe never");
+  PutInItsPlace("kill -TERM $PPID; read -r line <'" + world_.Path("never") + "'\n");
+  for (const std::string option : {"--iso", "--iso-only"}) {
+    const Outcome seen =
+        Make("sibling", {option}, "media", {}, [] { std::signal(SIGTERM, SIG_DFL); });
+    EXPECT_EQ(seen, (Outcome{-SIGTERM, "", ""}));
+    ExpectOnlyTheMedia("{media}");
+    world_.Change("remove media");
+  }
+}
+
+}  // namespace
+}  // namespace kvl::test
