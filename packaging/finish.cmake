@@ -32,8 +32,13 @@ function(follow_debian)
     "kvl-launcher (${version}) unstable; urgency=medium\n\n"
     "  * Release ${version}; CHANGELOG.md says what is new.\n\n"
     " -- ${CPACK_PACKAGE_CONTACT}  ${date}")
+  run(gzip -9n ${texts}/changelog)
+  compress_manual()
+endfunction()
+
+function(compress_manual)
   file(GLOB pages ${tree}/share/man/*/*)
-  run(gzip -9n ${texts}/changelog ${pages})
+  run(gzip -9n ${pages})
 endfunction()
 
 file(GLOB programs ${tree}/bin/*)
@@ -41,5 +46,7 @@ run(${CPACK_KVL_STRIP} --strip-all --remove-section=.comment --remove-section=.n
 add_start_scripts()
 if(CPACK_GENERATOR STREQUAL DEB)
   follow_debian()
+elseif(CPACK_GENERATOR STREQUAL RPM)
+  compress_manual()
 endif()
 run(find ${CPACK_TEMPORARY_INSTALL_DIRECTORY} -exec touch -h -d "@$ENV{SOURCE_DATE_EPOCH}" "{}" +)
