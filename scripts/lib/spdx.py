@@ -23,6 +23,9 @@ LIBRARIES = json.loads((SOURCES / "packaging/libraries.json").read_text())
 AUTHORS = "Organization: KVL Launcher authors"
 COPYRIGHT = "Copyright (c) 2026 the KVL Launcher authors"
 
+# Other processors, and what Debian calls them.
+OTHERS = {"arm64": "arm64", "ppc64le": "ppc64el", "riscv64": "riscv64", "s390x": "s390x"}
+
 Element = dict[str, Any]
 packages: dict[str, Element] = {}
 files: list[Element] = []
@@ -66,9 +69,9 @@ def libraries_in(archive: str, name: str) -> list[Element]:
     found = []
     for library in LIBRARIES:
         if Path(name).name in library["in"]:
-            is_arm64 = "arm64" in archive
-            package = library["package"].format(cross="-arm64-cross" if is_arm64 else "",
-                                                unpacked=":arm64" if is_arm64 else "")
+            other = next((debian for name, debian in OTHERS.items() if name in archive), "")
+            package = library["package"].format(cross=f"-{other}-cross" if other else "",
+                                                unpacked=f":{other}" if other else "")
             version, source = version_and_source(package)
             found.append(add_package(
                 spdx_id("Library", package), library["name"], version, "Organization: Debian",
@@ -101,6 +104,8 @@ def add_archive(archive: Path) -> None:
     data = tree = archive.read_bytes()
     if archive.suffix == ".deb":
         tree = output_of("dpkg-deb", "--fsys-tarfile", str(archive))
+    elif archive.suffix == ".rpm":
+        tree = output_of("bsdtar", "--create", "--file", "-", f"@{archive}")
     key, held = spdx_id("Archive", archive.name), []
     with tarfile.open(fileobj=io.BytesIO(tree)) as tar:
         for member in sorted(tar, key=lambda member: member.name):
