@@ -52,7 +52,10 @@ if [ -f "$CurrentMediaDir/@inst@/@volumes@" ] && [ -d /proc/self/fd ] &&
     [ "$(dd if="$CurrentMediaDir/@inst@/@volumes@" bs=16 count=1 2>&- |
       tr -d '\000' 2>&- | head -n 1 2>&-)" != 1 ]; } &&
   target=$(mktemp 2>&1); then
-  if [ -z "$(cp -- "$launcher" "$target" 2>&1 || echo x)" ] && chmod -- 700 "$target"; then
+  # The empty file is a program that does nothing, where there may be programs at all: not every shell
+  # knows of "noexec" when it is asked for the permission.
+  if [ -z "$({ chmod -- 700 "$target" && "$target" && cp -- "$launcher" "$target"; } 2>&1 ||
+    echo x)" ]; then
     for number in 3 4 5 6 7 8 9; do
       if [ -L "/proc/self/fd/$number" ]; then continue; fi
       eval "exec $number<\"\$target\""
