@@ -56,12 +56,38 @@ std::string HowToGoOn(const std::string& directory) {
   return directory + " is not whole; remove it and run make again";
 }
 
+/// Without several machines, there is one system, and the last value of each option counts.
+std::vector<SystemRequest> SystemsOf(const SystemOptions& given) {
+  if (given.machines.size() < 2) {
+    const auto last = [](const std::vector<std::string>& values, const std::string& otherwise) {
+      return values.empty() ? otherwise : values.back();
+    };
+    return {{.name = last(given.names, SystemRequest().name),
+             .machine = last(given.machines, ""),
+             .installer = last(given.installers, ""),
+             .launcher = last(given.launchers, LauncherBesideUs())}};
+  }
+  const std::size_t count = given.machines.size();
+  for (const auto* values : {&given.names, &given.installers, &given.launchers}) {
+    if (values->size() != count) {
+      throw CannotMake(
+          "each --machine needs a --system, an --installer and a --launcher of its own");
+    }
+  }
+  std::vector<SystemRequest> systems;
+  for (std::size_t i = 0; i < count; ++i) {
+    systems.push_back({given.names[i], given.machines[i], given.installers[i], given.launchers[i]});
+  }
+  return systems;
+}
+
 MediaPlan PlanOf(MakeCall& call) {
   if (call.layout) call.request.layout = LayoutNamed(*call.layout);
   if (call.links == kFollow) call.request.links = Links::kFollowed;
   if (call.volume_size) call.request.volume_size = ParseVolumeSize(*call.volume_size);
   if (call.has_images) call.request.images = Images::kBeside;
   if (call.are_images_alone) call.request.images = Images::kAlone;
+  call.request.systems = SystemsOf(call.systems);
   call.request.time = ParseSourceDate(GetEnv(kSourceDateEpoch));
   if (call.request.launcher.empty()) throw CannotMake("--launcher: needed where /proc is missing");
   return PlanMedia(call.request);
@@ -168,7 +194,6 @@ int End(const MakeCall& call, const MakeReport& report, const std::string& text,
 
 void AddMake(CLI::App& app, MakeCall& call) {
   MediaMakeRequest& request = call.request;
-  request.launcher = LauncherBesideUs();
   request.jobs = std::clamp(std::thread::hardware_concurrency(), 1U, 8U);
   CLI::App* make = app.add_subcommand(
       "make",
@@ -195,7 +220,9 @@ void AddMake(CLI::App& app, MakeCall& call) {
                  "PAYLOAD holds directories 1, 2, ... with what goes onto each volume");
   make->add_option("--tag", request.tag, "Text that marks volumes as belonging together")
       ->required();
-  make->add_option("--installer", request.installer, "Installer to put on the media")->required();
+  CLI::Option* installer =
+      make->add_option("--installer", call.systems.installers, "Installer to put on the media")
+          ->required();
   make->add_option("--inst", request.inst,
                    "Directory whose contents go into inst, too: what the installer needs");
   make->add_option("--links", call.links,
@@ -205,8 +232,9 @@ void AddMake(CLI::App& app, MakeCall& call) {
   make->add_option("--jobs", request.jobs,
                    "How many files are copied beside each other (default: one for each processor)")
       ->check(CLI::Range(1, 64));  // each holds descriptors
-  make->add_option("--launcher", request.launcher,
-                   "Launcher to put on the media (default: kvl-launcher beside this program)");
+  CLI::Option* launcher =
+      make->add_option("--launcher", call.systems.launchers,
+                       "Launcher to put on the media (default: kvl-launcher beside this program)");
   make->add_option("--sign", request.key,
                    "Secret key file of minisign to sign the manifest with; no signature without it")
       ->check(RefuseEmpty)
@@ -215,8 +243,13 @@ void AddMake(CLI::App& app, MakeCall& call) {
                  "Write a disc image of each volume, too, i.iso beside it (needs xorriso)");
   make->add_flag("--iso-only", call.are_images_alone,
                  "Leave these images alone, and no directories");
-  make->add_option("--os", request.os_name,
-                   "Name of the operating-system directory below inst (default: linux)");
+  CLI::Option* name =
+      make->add_option("--system,--os", call.systems.names,
+                       "Name of the operating-system directory below inst (default: linux)");
+  CLI::Option* machine = make->add_option(
+      "--machine", call.systems.machines,
+      "What starts these programs: x86_64, arm64, ppc64le, riscv64, s390x, or what uname -m says\n"
+      "(default: every machine); repeated with --system, --installer and --launcher for each");
   make->add_flag("--dry-run", call.is_dry_run, "Say what would be made, and write nothing");
   make->add_flag("--json", call.as_json, "Write one JSON object instead of text");
   make->add_flag("--quiet", call.is_quiet, "Show no progress, even on a terminal");
@@ -224,6 +257,9 @@ void AddMake(CLI::App& app, MakeCall& call) {
                  "Name each file on standard error when it is copied; with --dry-run in the text");
   for (CLI::Option* option : make->get_options()) option->take_last();
   together->take_all();
+  for (CLI::Option* of_a_system : {name, machine, installer, launcher}) {
+    of_a_system->type_name("TEXT")->allow_extra_args(false)->take_all();
+  }
   make->footer("Exit status: 0 done, 1 the media could not be written, 2 bad call.");
 }
 

@@ -12,8 +12,14 @@ class App;
 
 namespace kvl {
 
+/// The first of each belong together, the second of each, and so on.
+struct SystemOptions {
+  std::vector<std::string> names, machines, installers, launchers;
+};
+
 struct MakeCall {
   MediaMakeRequest request;
+  SystemOptions systems;
   std::optional<std::string> layout;       // as it was given
   std::optional<std::string> volume_size;  // likewise
   std::string links = "keep";

@@ -21,6 +21,7 @@ bool IsAboutThisPlace(const Finding& finding) {
     case FindingKind::kInstallerForAnotherMachine:
     case FindingKind::kLauncherForAnotherMachine:
     case FindingKind::kLoaderMissing:
+    case FindingKind::kNothingForThisMachine:
       return true;
     default:
       return false;

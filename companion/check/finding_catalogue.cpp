@@ -27,6 +27,9 @@ struct Catalogue {
        "give the directory that holds inst and StartTUI.sh"},
       {kNoSystemNamed, "no-installer", kError, "the start script is missing or names no system",
        "copy it again, or use --os and --installer"},
+      {kNothingForThisMachine, "not-for-this-machine", kError,
+       "the media has nothing for this machine, <machine>: it is for <machines>",
+       "start it on one of these"},
       {kNoInstallerInInstallerMedia, "no-installer", kError,
        "there is no installer in this installer media, and KVL_UseExternalInstaller passes over "
        "that "

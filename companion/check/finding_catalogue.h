@@ -20,6 +20,7 @@ enum class FindingKind {
   kNoInstaller,
   kNoFirstVolume,
   kNoSystemNamed,
+  kNothingForThisMachine,
   kNoInstallerInInstallerMedia,
   kInstallerPassedOver,
   kInstallerFoundLater,

@@ -7,6 +7,7 @@
 
 #include "companion/check/disc_access.h"
 #include "companion/check/special_file.h"
+#include "companion/check/start_script.h"
 #include "companion/names/path_below.h"
 #include "environment/environment.h"
 #include "environment/media_names.h"
@@ -54,7 +55,12 @@ class InstallerCheck {
  private:
   void SayThatNobodyNamesASystem() {
     const std::string script = PathBelow(missing_.media_dir, names::kStartTui);
-    if (AddUnseen(script, missing_.start_script_error, Severity::kError, findings_)) return;
+    const FileStart& text = missing_.start_script;
+    if (AddUnseen(script, text.error, Severity::kError, findings_)) return;
+    if (const std::string machines = MachinesIn(text.bytes); !machines.empty()) {
+      findings_.Add(FindingKind::kNothingForThisMachine, script, {NameOfThisMachine(), machines});
+      return;
+    }
     findings_.Add(FindingKind::kNoSystemNamed,
                   KVLInsIO::Join(missing_.media_dir, names::kStartTui).Str());
   }

@@ -1,6 +1,7 @@
 // Why the launcher finds no installer.
 #pragma once
 
+#include "companion/check/disc_access.h"
 #include "companion/check/findings.h"
 #include "launcher/run_plan.h"
 
@@ -10,8 +11,8 @@ namespace kvl {
 struct MissingInstaller {
   const std::string& media_dir;
   const LauncherState& state;
-  const std::string& candidate;  ///< where the media itself would have it
-  int start_script_error;        ///< why StartTUI.sh cannot be read; 0 when it can
+  const std::string& candidate;   ///< where the media itself would have it
+  const FileStart& start_script;  ///< the beginning of StartTUI.sh, up to kMostOfAScript
 };
 
 /// Adds an error that says why. False when the directory is no volume 1 at all.

@@ -140,8 +140,7 @@ class MediaCheck {
     if (plan_.Source != InstallerSource::kNone) return;
     if (plan_.MediaWithBlank.empty()) {
       is_first_volume_ = SayWhyThereIsNoInstaller(
-          {request_.media_dir, state_, plan_.InstallerCandidate, start_script_.error},
-          report_.findings);
+          {request_.media_dir, state_, plan_.InstallerCandidate, start_script_}, report_.findings);
       End(Expectation::kNoInstaller, ExitStatus::kNoInstaller);
       return;
     }

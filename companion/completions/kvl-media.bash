@@ -15,14 +15,15 @@ _kvl_media() {
       --config | --key | --launcher | --sign) files=any ;;
       --inst | --keep-together) files=directory ;;
       --volume-size) words='cd dvd dvd-dl' ;;
-      --jobs | --os | --tag) ;;
+      --jobs | --os | --system | --tag) ;;
+      --machine) words='x86_64 arm64 ppc64le riscv64 s390x' ;;
       *)
         files=directory
         case ${COMP_WORDS[1]} in
           check) words='--help --installer --json --os --verbose' ;;
           make) words='--config --dry-run --help --inst --installer --iso --iso-only --jobs'
-            words+=' --json --keep-together --launcher --layout --links --os --presorted --quiet --sign --tag --verbose'
-            words+=' --volume-size' ;;
+            words+=' --json --keep-together --launcher --layout --links --machine --presorted --quiet'
+            words+=' --sign --system --tag --verbose --volume-size' ;;
           seal) words='--help --key' ;;
           verify) words='--help --jobs --json --key --wait' ;;
           clean) words='--help --yes' ;;

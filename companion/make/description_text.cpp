@@ -23,9 +23,12 @@ constexpr char kXml[] = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 
 }  // namespace
 
-std::string MediaXmlText(const MediaMakeRequest& request, std::size_t volumes) {
-  return kXml + ("<media tag=\"" + XmlText(request.tag)) + "\" system=\"" + request.os_name +
-         "\" volumes=\"" + std::to_string(volumes) + "\"/>\n";
+std::string MediaXmlText(const std::string& tag, const std::vector<PlannedSystem>& systems,
+                         std::size_t volumes) {
+  std::string names;
+  for (const PlannedSystem& system : systems) names += (names.empty() ? "" : " ") + system.name;
+  return kXml + ("<media tag=\"" + XmlText(tag)) + "\" system=\"" + names + "\" volumes=\"" +
+         std::to_string(volumes) + "\"/>\n";
 }
 
 std::string TableOfContentsText(std::size_t volumes) {
@@ -39,9 +42,13 @@ std::string TableOfContentsText(std::size_t volumes) {
   return text + "</contents>\n";
 }
 
-std::string ReadMeText(const MediaMakeRequest& request, const std::string& installer_name,
+std::string ReadMeText(const std::string& tag, const std::vector<PlannedSystem>& systems,
                        std::size_t volumes) {
-  return "This is volume 1 of the installation media " + request.tag +
+  std::string installers;
+  for (const PlannedSystem& system : systems) {
+    installers += "    " + PathBelow(names::kInst, system.PathOfInstaller()) + "\n";
+  }
+  return "This is volume 1 of the installation media " + tag +
          ", volumes: " + std::to_string(volumes) +
          ".\n"
          "\n"
@@ -54,10 +61,8 @@ std::string ReadMeText(const MediaMakeRequest& request, const std::string& insta
          "\n"
          "\n"
          "When it does not find the installer, this is not the whole volume; the installer is\n"
-         "\n"
-         "    inst/" +
-         request.os_name + "/code/bin/" + installer_name +
-         "\n"
+         "\n" +
+         installers +
          "\n"
          "Then copy or insert volume 1 again. Its list 1.sha256 names each of its files;\n"
          "\"sha256sum -c 1.sha256\", called where the list lies, says which are missing or "

@@ -3,17 +3,19 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
+
+#include "companion/make/media_systems.h"
 
 namespace kvl {
 
-struct MediaMakeRequest;
-
 /// "media.xml" and "meta.TOCxml".
-std::string MediaXmlText(const MediaMakeRequest& request, std::size_t volumes);
+std::string MediaXmlText(const std::string& tag, const std::vector<PlannedSystem>& systems,
+                         std::size_t volumes);
 std::string TableOfContentsText(std::size_t volumes);
 
 /// "ReadMe_UNIX.txt", which the launcher names when it finds no installer: how to start the media.
-std::string ReadMeText(const MediaMakeRequest& request, const std::string& installer_name,
+std::string ReadMeText(const std::string& tag, const std::vector<PlannedSystem>& systems,
                        std::size_t volumes);
 
 }  // namespace kvl

@@ -128,18 +128,19 @@ class Maker {
   }
 
   void WriteFirstVolume() {
-    const std::string programs = PathBelow(names::kInst, plan_.programs);
     media_.MakeDirectory(1, PathBelow(names::kInst, names::kCommon));
     WriteInst();
     const std::size_t count = plan_.volumes.size();
-    media_.Write(1, names::kMediaXml, MediaXmlText(request_, count));
+    media_.Write(1, names::kMediaXml, MediaXmlText(request_.tag, plan_.systems, count));
     media_.Write(1, names::kTableOfContents, TableOfContentsText(count));
     if (std::none_of(plan_.inst_entries.begin(), plan_.inst_entries.end(), IsReadMe)) {
-      media_.Write(1, names::kReadMe, ReadMeText(request_, plan_.installer_name, count));
+      media_.Write(1, names::kReadMe, ReadMeText(request_.tag, plan_.systems, count));
     }
     media_.Write(1, names::kStartGui, StartScript("-UI \"$@\""), FileKind::kProgram);
-    CopyProgram(PathBelow(programs, names::kLauncher), plan_.launcher);
-    CopyProgram(PathBelow(programs, plan_.installer_name), plan_.installer);
+    for (const PlannedSystem& system : plan_.systems) {
+      CopyProgram(PathBelow(names::kInst, system.PathOfLauncher()), system.launcher);
+      CopyProgram(PathBelow(names::kInst, system.PathOfInstaller()), system.installer);
+    }
   }
 
   void CopyProgram(const std::string& path, const PlannedFile& file) {
@@ -159,7 +160,7 @@ class Maker {
   }
 
   std::string StartScript(const std::string& arguments) const {
-    return StartScriptText(request_.os_name, plan_.installer_name, arguments);
+    return StartScriptText(plan_.systems, arguments);
   }
 
   const MediaMakeRequest& request_;

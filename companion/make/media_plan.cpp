@@ -41,29 +41,6 @@ using KVLInsIO::OpenFile;
 /// meta.TOCxml, ReadMe_UNIX.txt, StartGUI.sh, StartTUI.sh, volumes.txt.
 constexpr std::uint64_t kTextsOfTheFirstVolume = 6 * 2 * kDiscBlock;
 
-bool IsPlainName(const std::string& name) {
-  constexpr std::string_view kAllowed =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._+-";
-  return !name.empty() && name.front() != '.' && name.front() != '-' &&
-         name.find_first_not_of(kAllowed) == std::string::npos;
-}
-
-/// `refusal` goes in front of the name when it is refused.
-void CheckIsPlainName(const std::string& name, const std::string& refusal) {
-  if (!IsPlainName(name)) {
-    throw CannotMake(refusal + name + " (letters, digits and ._+-, no \".\" or \"-\" in front)");
-  }
-  if (name.size() > kLongestDiscName) throw CannotMake("a name is too long for a disc: " + name);
-}
-
-/// A file that must be there.
-PlannedFile PlanFile(const std::string& what, const std::string& path) {
-  if (!KVLInsIO::IsRegularFile(path)) throw CannotMake("the " + what + " is not there: " + path);
-  OpenFile file(path);
-  const EntryState state = file.State();
-  return {std::move(file), state};
-}
-
 void CheckKey(const std::string& key) {
   if (key.empty()) return;
   PlanFile("key", key);
@@ -107,20 +84,6 @@ void CheckTag(const std::string& tag) {
   }
 }
 
-void CheckOsName(const std::string& name) {
-  CheckIsPlainName(name, "--os: no plain name: ");
-  if (name == names::kCommon || name == names::kVolumesFile) {
-    throw CannotMake("--os: inst holds something else of this name: " + name);
-  }
-}
-
-void CheckInstallerName(const std::string& name) {
-  CheckIsPlainName(name, "--installer: no plain name: ");
-  if (name == names::kLauncher) {
-    throw CannotMake("--installer: the launcher has this name on the media: " + name);
-  }
-}
-
 void PlanInst(const MediaMakeRequest& request, MediaPlan& plan) {
   if (request.inst.empty()) return;
   plan.inst.emplace(PlanDirectory(request.inst));
@@ -128,9 +91,10 @@ void PlanInst(const MediaMakeRequest& request, MediaPlan& plan) {
   plan.inst_entries = ListPayload(*plan.inst, request.links);
   const std::shared_ptr<const PayloadList> as_it_is(std::shared_ptr<void>(), &plan.inst_entries);
   CheckLinks({PlannedVolume(as_it_is, as_it_is->begin(), as_it_is->end())});
-  const std::vector<std::string> own = {PathBelow(plan.programs, plan.installer_name),
-                                        PathBelow(plan.programs, names::kLauncher),
-                                        names::kVolumesFile, PathBelow(names::kCommon, "")};
+  std::vector<std::string> own = {names::kVolumesFile, PathBelow(names::kCommon, "")};
+  for (const PlannedSystem& system : plan.systems) {
+    own.insert(own.end(), {system.PathOfInstaller(), system.PathOfLauncher()});
+  }
   for (const PayloadEntry& entry : plan.inst_entries) {
     const bool is_own = std::any_of(own.begin(), own.end(), [&](const std::string& path) {
       return path == entry.name || (!entry.IsDirectory() && path.starts_with(entry.name + "/"));
@@ -150,10 +114,12 @@ std::uint64_t BytesOfInst(const MediaPlan& plan) {
   for (const PayloadEntry& entry : plan.inst_entries) add(entry);
   add({.name = names::kCommon, .type = EntryType::kDirectory});
   add({.name = names::kVolumesFile});
-  add({.name = PathBelow(plan.programs, names::kLauncher), .size = plan.launcher.state.size});
-  add({.name = PathBelow(plan.programs, plan.installer_name), .size = plan.installer.state.size});
-  for (std::string way = plan.programs; !way.empty(); way = Place(way).directory) {
-    add({.name = way, .type = EntryType::kDirectory});
+  for (const PlannedSystem& system : plan.systems) {
+    add({.name = system.PathOfLauncher(), .size = system.launcher.state.size});
+    add({.name = system.PathOfInstaller(), .size = system.installer.state.size});
+    for (std::string way = system.Programs(); !way.empty(); way = Place(way).directory) {
+      add({.name = way, .type = EntryType::kDirectory});
+    }
   }
   ImageRoom room;
   for (const auto& [name, entry] : entries) room.Add(entry);
@@ -174,9 +140,11 @@ std::set<std::string> Undivided(const MediaMakeRequest& request) {
 }
 
 void PlanVolumes(const MediaMakeRequest& request, MediaPlan& plan) {
+  std::uint64_t names = request.tag.size();
   // Three directories and two programs have the names of their system in their paths.
-  const std::uint64_t names =
-      request.tag.size() + 5 * plan.programs.size() + plan.installer_name.size();
+  for (const PlannedSystem& system : plan.systems) {
+    names += 5 * system.Programs().size() + system.installer_name.size();
+  }
   const std::uint64_t signature = request.key.empty() ? 0 : kDiscBlock;
   const std::uint64_t way = request.layout == Layout::kAm ? kLongestWay : kLongestWayButAm;
   const VolumeRoom room = {
@@ -200,7 +168,7 @@ void SumUp(const MediaMakeRequest& request, MediaPlan& plan) {
       if (entry.IsFile()) newest = std::max(newest, std::optional(entry.modified));
     }
   }
-  plan.time = request.time.value_or(newest.value_or(plan.installer.state.modified));
+  plan.time = request.time.value_or(newest.value_or(plan.systems.front().installer.state.modified));
 }
 
 Layout ChosenLayout(std::optional<Layout> wanted, std::size_t volumes) {
@@ -218,11 +186,7 @@ Layout ChosenLayout(std::optional<Layout> wanted, std::size_t volumes) {
 
 MediaPlan Plan(const MediaMakeRequest& request) {
   CheckTag(request.tag);
-  CheckOsName(request.os_name);
-  const std::string installer_name = fs::path(request.installer).filename();
-  PlannedFile installer = PlanFile("installer", request.installer);
-  PlannedFile launcher = PlanFile("launcher", request.launcher);
-  CheckInstallerName(installer_name);
+  std::vector<PlannedSystem> systems = PlanSystems(request.systems);
   CheckKey(request.key);
   if (request.images != Images::kNone && !HasXorriso()) throw CannotMake(kNoXorriso);
   OpenDirectory payload = PlanDirectory(request.payload);
@@ -233,10 +197,7 @@ MediaPlan Plan(const MediaMakeRequest& request) {
       .directory = directory,
       .was_there = StateOfEntry(directory).IsThere(),
       .layout = kSingle,
-      .programs = PathBelow(request.os_name, PathBelow(names::kCode, names::kBin)),
-      .installer_name = installer_name,
-      .installer = std::move(installer),
-      .launcher = std::move(launcher),
+      .systems = std::move(systems),
       .payload = std::move(payload),
       .inst = {},
       .inst_entries = {},

@@ -9,6 +9,7 @@
 
 #include "companion/make/disc_image.h"
 #include "companion/make/media_room.h"
+#include "companion/make/media_systems.h"
 #include "companion/make/payload_split.h"
 #include "insio/open_directory.h"
 #include "media/volume_scan.h"
@@ -28,12 +29,10 @@ struct MediaMakeRequest {
   std::vector<std::string> undivided =
       {};  ///< directories of the payload, each to lie on one volume
   std::string tag;
-  std::string installer;  ///< a file
-  std::string launcher;   ///< a file
+  std::vector<SystemRequest> systems;  ///< at least one
   /// A directory whose contents go into the media's "inst", too; may be empty. It holds nothing that
   /// is put there anyway: the two programs and "volumes.txt". Its "ReadMe_UNIX.txt" goes beside "inst".
   std::string inst;
-  std::string os_name = "linux";
   /// Of the payload and of what goes into "inst".
   Links links = Links::kKept;
   std::size_t jobs = 1;  ///< so many files are copied beside each other
@@ -44,19 +43,11 @@ struct MediaMakeRequest {
   std::optional<std::int64_t> time;
 };
 
-/// A file and what it was when the media was planned.
-struct PlannedFile {
-  KVLInsIO::OpenFile file;
-  KVLInsIO::EntryState state;
-};
-
 struct MediaPlan {
   std::string directory;  ///< where to, absolute
   bool was_there;         ///< that directory
   Layout layout;
-  std::string programs;  ///< the directory of the two programs, below "inst"
-  std::string installer_name;
-  PlannedFile installer, launcher;
+  std::vector<PlannedSystem> systems;
   KVLInsIO::OpenDirectory payload;
   std::optional<KVLInsIO::OpenDirectory> inst;  ///< what goes into "inst", too
   PayloadList inst_entries;                     ///< all below it

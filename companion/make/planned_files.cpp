@@ -32,9 +32,10 @@ void ForEachCopy(const MediaPlan& plan, const SeeFile& see) {
   for (const PayloadEntry& entry : plan.inst_entries) {
     if (!entry.IsDirectory()) see(1, PathOfInst(entry), entry.size);
   }
-  const std::string programs = PathBelow(names::kInst, plan.programs);
-  see(1, PathBelow(programs, names::kLauncher), plan.launcher.state.size);
-  see(1, PathBelow(programs, plan.installer_name), plan.installer.state.size);
+  for (const PlannedSystem& system : plan.systems) {
+    see(1, PathBelow(names::kInst, system.PathOfLauncher()), system.launcher.state.size);
+    see(1, PathBelow(names::kInst, system.PathOfInstaller()), system.installer.state.size);
+  }
 }
 
 }  // namespace kvl

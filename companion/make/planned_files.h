@@ -23,7 +23,7 @@ bool IsReadMe(const PayloadEntry& entry);
 using SeeFile =
     std::function<void(std::size_t volume, const std::string& path, std::uint64_t size)>;
 
-/// All files of the payload, then those for "inst" and the two programs.
+/// All files of the payload, then those for "inst" and the programs.
 void ForEachCopy(const MediaPlan& plan, const SeeFile& see);
 
 }  // namespace kvl

@@ -71,9 +71,33 @@ if [ -f "$CurrentMediaDir/@inst@/@volumes@" ] && [ -d /proc/self/fd ] &&
 fi
 )sh";
 
+std::string NamesOf(const PlannedSystem& system, const std::string& indentation) {
+  return indentation + "KVL_OS=" + system.name + "\n" + indentation +
+         "KVL_Installer_EXE=" + system.installer_name + "\n";
+}
+
+/// Sets the names of the system for this machine.
+std::string ChoiceOf(const std::vector<PlannedSystem>& systems) {
+  if (systems.front().machine.empty()) return NamesOf(systems.front(), "");
+  std::string text = "\nmachine=$(uname -m)\ncase $machine in\n", known;
+  for (const PlannedSystem& system : systems) {
+    text += "  " + (system.machine == "arm64" ? "aarch64 | arm64" : system.machine) + ")\n";
+    text += NamesOf(system, "    ") + "    ;;\n";
+    known += (known.empty() ? "" : ", ") + system.machine;
+  }
+  return text + R"(  *)
+    printf '%s: there is nothing for this machine here: it is %s, and the media is for )" +
+         known + R"(\n' \
+      "${0##*/}" "$machine" >&2
+    exit 1
+    ;;
+esac
+)";
+}
+
 }  // namespace
 
-std::string StartScriptText(const std::string& os_name, const std::string& installer_name,
+std::string StartScriptText(const std::vector<PlannedSystem>& systems,
                             const std::string& arguments) {
   std::string start = kStart;
   ReplaceAll(start, "@inst@", names::kInst, 0);
@@ -81,8 +105,7 @@ std::string StartScriptText(const std::string& os_name, const std::string& insta
   ReplaceAll(start, "@bin@", names::kBin, 0);
   ReplaceAll(start, "@launcher@", names::kLauncher, 0);
   ReplaceAll(start, "@volumes@", names::kVolumesFile, 0);
-  return kFindMedia + ("KVL_OS=" + os_name) + "\nKVL_Installer_EXE=" + installer_name + "\n" +
-         start + "exec \"$launcher\" " + arguments + "\n";
+  return kFindMedia + ChoiceOf(systems) + start + "exec \"$launcher\" " + arguments + "\n";
 }
 
 }  // namespace kvl

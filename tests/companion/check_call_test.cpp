@@ -107,16 +107,19 @@ Options:
   --keep-together DIR ...     Directory of PAYLOAD that lies on one volume with all that is in it; repeatable
   --presorted                 PAYLOAD holds directories 1, 2, ... with what goes onto each volume
   --tag TEXT REQUIRED         Text that marks volumes as belonging together
-  --installer TEXT REQUIRED   Installer to put on the media
+  --installer TEXT ... REQUIRED
+                              Installer to put on the media
   --inst TEXT                 Directory whose contents go into inst, too: what the installer needs
   --links TEXT:{keep,follow}  keep: links stay links and lead to something in PAYLOAD (default);
                               follow: what they lead to is copied
   --jobs UINT:INT in [1 - 64] How many files are copied beside each other (default: one for each processor)
-  --launcher TEXT             Launcher to put on the media (default: kvl-launcher beside this program)
+  --launcher TEXT ...         Launcher to put on the media (default: kvl-launcher beside this program)
   --sign KEY                  Secret key file of minisign to sign the manifest with; no signature without it
   --iso                       Write a disc image of each volume, too, i.iso beside it (needs xorriso)
   --iso-only                  Leave these images alone, and no directories
-  --os TEXT                   Name of the operating-system directory below inst (default: linux)
+  --system,--os TEXT ...      Name of the operating-system directory below inst (default: linux)
+  --machine TEXT ...          What starts these programs: x86_64, arm64, ppc64le, riscv64, s390x, or what uname -m says
+                              (default: every machine); repeated with --system, --installer and --launcher for each
   --dry-run                   Say what would be made, and write nothing
   --json                      Write one JSON object instead of text
   --quiet                     Show no progress, even on a terminal

@@ -71,16 +71,16 @@ TEST_F(MakeRoom, IsCountedAsItIsTaken) {
        {Row{"single", "payload/1"}, Row{"single", "payload/1", key}, Row{"flat", "payload", key},
         Row{"sibling", "payload"}, Row{"sibling", "payload", key}, Row{"am", "payload", key}}) {
     SCOPED_TRACE(row.layout + " " + row.key);
-    MediaMakeRequest request = {.payload = world_.Path(row.payload),
-                                .is_presorted = row.layout != "single",
-                                .directory = world_.Path("media"),
-                                .layout = LayoutNamed(row.layout),
-                                .tag = "T",
-                                .installer = world_.Path("setup"),
-                                .launcher = "/bin/true",
-                                .inst = world_.Path("needs"),
-                                .key = row.key,
-                                .time = {}};
+    MediaMakeRequest request = {
+        .payload = world_.Path(row.payload),
+        .is_presorted = row.layout != "single",
+        .directory = world_.Path("media"),
+        .layout = LayoutNamed(row.layout),
+        .tag = "T",
+        .systems = {{.installer = world_.Path("setup"), .launcher = "/bin/true"}},
+        .inst = world_.Path("needs"),
+        .key = row.key,
+        .time = {}};
     const MediaPlan plan = PlanMedia(request);
     const Room room = RoomFor(plan, kBlock);
     MakeMedia(request, plan,

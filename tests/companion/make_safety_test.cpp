@@ -176,8 +176,7 @@ int MakeWhileItChanges(bool is_presorted, const std::function<void()>& change) {
   request.is_presorted = is_presorted;
   request.directory = "media";
   request.tag = "T";
-  request.installer = "setup";
-  request.launcher = "starter";
+  request.systems = {{.installer = "setup", .launcher = "starter"}};
   request.inst = "needs";
   bool is_first = true;
   const auto see_file = [&](std::size_t, const std::string&, std::uint64_t) {

@@ -100,7 +100,7 @@ TEST_F(Progress, IsGoneBeforeTheMessageOfAFailure) {
 
 TEST_F(Progress, IsNotShownWhenNothingIsCopied) {
   ExpectSeen(
-      "kvl-media: --os: no plain name: a/b (letters, digits and ._+-, no \".\" or \"-\" in "
+      "kvl-media: --system: no plain name: a/b (letters, digits and ._+-, no \".\" or \"-\" in "
       "front)\n",
       "", 2, {"--os", "a/b"});
 }

@@ -158,7 +158,7 @@ void FuzzStartScript(const std::uint8_t* data, std::size_t size) {
           "nothing for a shell to expand");
   Require(script.find(name + "=") != std::string::npos || found.empty(), "a value has its name");
   for (const char* quote : {"", "'", "\""}) {
-    const std::string more = script + "\n export " + name + "=" + quote + "value" + quote;
+    const std::string more = script + "\nesac\n export " + name + "=" + quote + "value" + quote;
     RequireEqual("value of the last line", AssignmentIn(more, name), std::string("value"));
     RequireEqual("value before a comment", AssignmentIn(more + "\n#" + name + "=no", name),
                  std::string("value"));

@@ -1,0 +1,149 @@
+// kvl-media make: one media for several machines.
+#include "companion/check/start_script.h"
+#include "tests/companion/check_world.h"
+
+namespace kvl::test {
+namespace {
+
+/// This machine as --machine names it, and one that it is not.
+std::string ThisMachine() {
+  const std::string name = NameOfThisMachine();
+  return name == "aarch64" ? "arm64" : name;
+}
+std::string AnotherMachine() {
+  return ThisMachine() == "s390x" ? "riscv64" : "s390x";
+}
+
+class MediaForSeveralMachines : public testing::Test {
+ protected:
+  /// The programs of the other machine are scripts, which tell what they are started with.
+  MediaForSeveralMachines()
+      : world_(
+            "file payload/x x; file own #!/bin/sh\\necho own \"$@\"\\n; "
+            "file other #!/bin/sh\\necho \"$KVL_OS $KVL_Installer_EXE\" \"$@\"\\n; mode 755 own; "
+            "mode 755 other; dir tools; file tools/uname #!/bin/sh\\necho \"$MACHINE\"\\n; "
+            "mode 755 tools/uname") {}
+
+  Outcome Make(const Lines& systems) const {
+    Lines arguments = {"make", "--tag", "T 1", "payload", "media"};
+    arguments.insert(arguments.end(), systems.begin(), systems.end());
+    return world_.Companion(arguments);
+  }
+
+  static Lines System(const std::string& name, const std::string& machine,
+                      const std::string& installer, const std::string& launcher) {
+    return {"--system",    name,      "--machine",  machine,
+            "--installer", installer, "--launcher", launcher};
+  }
+
+  /// For this machine and another one.
+  Lines Both() const {
+    Lines both = System("mine", ThisMachine(), "own", BuiltProgram("kvl-launcher"));
+    const Lines other = System("theirs", AnotherMachine(), "other", "other");
+    both.insert(both.end(), other.begin(), other.end());
+    return both;
+  }
+
+  /// Starts the media on a machine that uname says is that one.
+  Outcome StartOn(const std::string& machine) const {
+    return RunProgram({{world_.Path("media/StartTUI.sh"), "a b"},
+                       {{"PATH", world_.Path("tools") + ":/usr/bin:/bin"},
+                        {"MACHINE", machine},
+                        {"TMPDIR", world_.Path("tmp")}}});
+  }
+
+  CheckWorld world_;
+};
+
+TEST_F(MediaForSeveralMachines, HoldsTheProgramsOfEach) {
+  world_.ExpectMade(Make(Both()), "'{media}");
+  EXPECT_THAT(DescribeTree(world_.Path("media/inst")),
+              testing::IsSupersetOf({"f 755 mine/code/bin/own = #!/bin/sh\necho own \"$@\"\n",
+                                     "d 755 theirs/code/bin"}));
+  EXPECT_EQ(ReadFile(world_.Path("media/inst/theirs/code/bin/kvl-launcher")),
+            ReadFile(world_.Path("other")));
+  EXPECT_EQ(ReadFile(world_.Path("media/inst/mine/code/bin/kvl-launcher")),
+            ReadFile(BuiltProgram("kvl-launcher")));
+  EXPECT_THAT(ReadFile(world_.Path("media/media.xml")),
+              testing::HasSubstr(" system=\"mine theirs\" "));
+  EXPECT_THAT(ReadFile(world_.Path("media/ReadMe_UNIX.txt")),
+              testing::HasSubstr("\n    inst/mine/code/bin/own\n    inst/theirs/code/bin/other\n"));
+  EXPECT_EQ(world_.Companion({"verify", "media"}).status, 0);
+}
+
+TEST_F(MediaForSeveralMachines, StartsWhatIsForTheMachine) {
+  ASSERT_EQ(Make(Both()).status, 0);
+  const Outcome here = StartOn(NameOfThisMachine());
+  EXPECT_EQ(here.status, 0);
+  EXPECT_THAT(here.out, testing::EndsWith("\nown -CDpath " + world_.Path("media") + " a b\n"));
+  EXPECT_EQ(StartOn(AnotherMachine()), (Outcome{0, "theirs other a b\n", ""}));
+}
+
+TEST_F(MediaForSeveralMachines, SaysWhatIsThereOnAnyOther) {
+  ASSERT_EQ(Make(Both()).status, 0);
+  EXPECT_EQ(StartOn("pdp11"),
+            (Outcome{1, "",
+                     "StartTUI.sh: there is nothing for this machine here: it is pdp11, and the "
+                     "media is for " +
+                         ThisMachine() + ", " + AnotherMachine() + "\n"}));
+}
+
+TEST_F(MediaForSeveralMachines, KnowsArm64ByBothOfItsNames) {
+  ASSERT_EQ(Make(System("arm", "arm64", "other", "other")).status, 0);
+  for (const char* name : {"arm64", "aarch64"}) {
+    EXPECT_EQ(StartOn(name), (Outcome{0, "arm other a b\n", ""}));
+  }
+}
+
+TEST_F(MediaForSeveralMachines, IsCheckedForThisOne) {
+  ASSERT_EQ(Make(Both()).status, 0);
+  world_.ExpectReport(world_.Companion({"check", "media"}), R"(Media      {media}
+System     mine, from StartTUI.sh
+Installer  {media/inst/mine/code/bin/own}, in the media; name from StartTUI.sh
+Volumes    1
+Start      in place
+Fine: the installer will be started in place
+)");
+}
+
+TEST_F(MediaForSeveralMachines, MayBeForOthersThanTheOneThatItIsMadeOn) {
+  const Outcome made = Make(System("theirs", AnotherMachine(), "other", "other"));
+  EXPECT_EQ(made.status, 0) << made.out << made.err;
+  const Outcome checked = world_.Companion({"check", "media"});
+  EXPECT_EQ(checked.status, 1);
+  EXPECT_THAT(checked.out,
+              testing::HasSubstr(world_.Text(
+                  "\nerror      {media/StartTUI.sh}: the media has nothing for this machine, " +
+                  NameOfThisMachine() + ": it is for " + AnotherMachine() +
+                  "; start it on one of these\n")));
+}
+
+TEST_F(MediaForSeveralMachines, IsRefusedWhenItMakesNoSense) {
+  const std::string each =
+      "each --machine needs a --system, an --installer and a --launcher of its own";
+  const auto expect_refused = [&](Lines systems, const std::string& line) {
+    SCOPED_TRACE(line);
+    world_.ExpectRefused(Make(systems), line);
+    EXPECT_FALSE(fs::exists(world_.Path("media")));
+  };
+  const auto with = [&](const Lines& further) {
+    Lines systems = System("one", "s390x", "own", "own");
+    systems.insert(systems.end(), further.begin(), further.end());
+    return systems;
+  };
+  expect_refused(with({"--machine", "arm64"}), each);
+  expect_refused(with({"--machine", "arm64", "--system", "two", "--installer", "own"}), each);
+  expect_refused(with(System("one", "arm64", "own", "own")), "--system: two of this name: one");
+  expect_refused(with(System("two", "s390x", "own", "own")),
+                 "--machine: two systems for one machine: s390x");
+  expect_refused(with(System("two", "", "own", "own")),
+                 "--machine: each of several systems needs one");
+  expect_refused(with(System("two", "a)", "own", "own")),
+                 "--machine: no plain name: a) (letters, digits and ._+-, no \".\" or \"-\" in "
+                 "front)");
+  expect_refused(with(System("two", "arm64", "own", "missing")),
+                 "the launcher is not there: missing");
+}
+
+}  // namespace
+}  // namespace kvl::test
