@@ -55,8 +55,10 @@ unpack_for_arm64() (
   mkdir -p "$unpacking/state/lists/partial" "$unpacking/cache/archives/partial" "${place%/*}" && cd "$unpacking" &&
     apt-get -qq "$@" update && apt-get -qq "$@" download "$package" &&
     dpkg-deb --raw-extract ./*.deb unpacked &&
-    # The compiler looks for headers in one place only.
-    cp -R unpacked/usr/include/aarch64-linux-gnu/. unpacked/usr/include && mv unpacked "$place"
+    if [ -d unpacked/usr/include ]; then
+      # The compiler looks for headers in one place only.
+      cp -R unpacked/usr/include/aarch64-linux-gnu/. unpacked/usr/include
+    fi && mv unpacked "$place"
 )
 
 # build_preset PRESET: with what every build needs. Says nothing but, on standard error, why it failed.
