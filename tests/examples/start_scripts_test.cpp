@@ -83,7 +83,8 @@ TEST_F(StartScript, SetsFourVariablesAndChangesNoOther) {
   for (const std::string script : {"StartTUI.sh", "StartGUI.sh"}) {
     ChildReport report = ReportOf({{"{media}/" + script}, "{tmp}", given});
     // These belong to the shell; not every shell sets them.
-    for (const char* of_shell : {"PWD", "OLDPWD", "SHLVL", "LOGNAME", "_"}) report.env.erase(of_shell);
+    for (const char* of_shell : {"PWD", "OLDPWD", "SHLVL", "LOGNAME", "_"})
+      report.env.erase(of_shell);
     EXPECT_EQ(EnvChanges(given, report.env),
               (Environment{{"CurrentMediaDir", Path("media")},
                            {"KVL_OS", "linux"},
