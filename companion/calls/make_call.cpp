@@ -44,7 +44,8 @@ constexpr char kFollow[] = "follow";
 std::string LauncherBesideUs() {
   std::error_code error;
   const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
-  return error ? std::string() : (self.parent_path() / names::kLauncher).string();
+  if (error) throw CannotMake("--launcher: needed where /proc is missing");
+  return self.parent_path() / names::kLauncher;
 }
 
 bool IsAnythingIn(const std::string& directory) {
@@ -65,7 +66,7 @@ std::vector<SystemRequest> SystemsOf(const SystemOptions& given) {
     return {{.name = last(given.names, SystemRequest().name),
              .machine = last(given.machines, ""),
              .installer = last(given.installers, ""),
-             .launcher = last(given.launchers, LauncherBesideUs())}};
+             .launcher = given.launchers.empty() ? LauncherBesideUs() : given.launchers.back()}};
   }
   const std::size_t count = given.machines.size();
   for (const auto* values : {&given.names, &given.installers, &given.launchers}) {
@@ -89,7 +90,6 @@ MediaPlan PlanOf(MakeCall& call) {
   if (call.are_images_alone) call.request.images = Images::kAlone;
   call.request.systems = SystemsOf(call.systems);
   call.request.time = ParseSourceDate(GetEnv(kSourceDateEpoch));
-  if (call.request.launcher.empty()) throw CannotMake("--launcher: needed where /proc is missing");
   return PlanMedia(call.request);
 }
 

@@ -101,15 +101,14 @@ FileStart ReadPiece(const std::string& path, std::uint64_t offset, std::size_t m
 DirectoryNames NamesIn(const std::string& directory) {
   const std::unique_ptr<DIR, DirectoryCloser> stream(::opendir(directory.c_str()));
   if (stream == nullptr) return {{}, errno};
-  DirectoryNames found;
+  std::vector<std::string> names;
   errno = 0;
   while (const dirent* entry = ::readdir(stream.get())) {
     const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") found.names.emplace_back(name);
+    if (name != "." && name != "..") names.emplace_back(name);
     errno = 0;
   }
-  found.error = errno;
-  return found;
+  return {std::move(names), errno};
 }
 
 DirectoryNames SortedNamesIn(const std::string& directory) {

@@ -38,7 +38,7 @@ FileStart ReadPiece(const std::string& path, std::uint64_t offset, std::size_t m
 
 struct DirectoryNames {
   std::vector<std::string> names;  ///< without "." and ".."; after an error those until then
-  int error = 0;                   ///< why they are not all
+  int error;                       ///< why they are not all
 };
 
 /// The names in a directory, whose path is taken as it stands, in the order of the system.

@@ -30,7 +30,7 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 struct Marker {
   std::string path;
   std::string tag;  // empty when there is none
-  int error = 0;    // why it cannot be read
+  int error;        // why it cannot be read
 
   explicit Marker(std::string marker_path) : path(std::move(marker_path)) {
     FileText read = ReadMarker(path);

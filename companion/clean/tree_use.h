@@ -24,7 +24,7 @@ ProcessUse FindUser(const std::string& name, const std::set<FileIdentity>& entri
 bool HasMounts(const std::string& name);
 
 /// What the system says of an open file.
-enum class FileUse { kNone, kOther, kUnknown };
+enum class FileUse { kUnknown, kNone, kOther };
 
 /// Whether another descriptor of any process, also one that /proc does not show, has this file open.
 /// Some file systems do not say. `file` must be open for reading.

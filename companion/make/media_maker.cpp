@@ -114,8 +114,11 @@ class Maker {
 
   /// What the installer needs, which lies there in directories of its own.
   void WriteInst() {
-    if (!plan_.inst) return;
-    OpenTree from(*plan_.inst, OpenTree::Missing::kFails, request_.links);
+    if (plan_.inst) CopyInst(*plan_.inst);
+  }
+
+  void CopyInst(const OpenDirectory& inst) {
+    OpenTree from(inst, OpenTree::Missing::kFails, request_.links);
     for (const PayloadEntry& entry : plan_.inst_entries) {
       const std::string path = PathOfInst(entry);
       if (!entry.IsFile()) {

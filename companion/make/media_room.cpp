@@ -129,10 +129,11 @@ Room CheckRoom(const MediaPlan& plan) {
   // Across a network, a block may be as large as what is sent at once.
   constexpr std::uint64_t kMostOfABlock = 4096;
   struct statvfs status;
-  const int result = ::statvfs(NearestThatIsThere(plan.directory).c_str(), &status);
-  const std::uint64_t block = result == 0 && status.f_blocks != 0 ? status.f_frsize : 0;
-  const Room needed = RoomFor(plan, block == 0 ? kMostOfABlock : std::min(block, kMostOfABlock));
-  if (block == 0) return needed;
+  const bool is_told =
+      ::statvfs(NearestThatIsThere(plan.directory).c_str(), &status) == 0 && status.f_blocks != 0;
+  if (!is_told) return RoomFor(plan, kMostOfABlock);
+  const std::uint64_t block = status.f_frsize;
+  const Room needed = RoomFor(plan, std::min(block, kMostOfABlock));
   const std::uint64_t free = std::min<std::uint64_t>(status.f_bavail, UINT64_MAX / block) * block;
   if (needed.bytes > free) Refuse(needed.bytes, " bytes, and ", free, plan.directory);
   // Where there is no table of files, their number is 0.

@@ -38,7 +38,8 @@ std::optional<std::string> Decoded(std::string_view text) {
   auto* const room = reinterpret_cast<unsigned char*>(bytes.data());
   if (EVP_DecodeBlock(room, Unsigned(text), static_cast<int>(text.size())) < 0) return {};
   bytes.resize(bytes.size() - (text.ends_with("==") ? 2 : text.ends_with('=') ? 1 : 0));
-  std::string again(text.size() + 1, '\0');  // and a NUL byte
+  std::string again;
+  again.resize(text.size() + 1);  // and a NUL byte
   EVP_EncodeBlock(reinterpret_cast<unsigned char*>(again.data()), Unsigned(bytes),
                   static_cast<int>(bytes.size()));
   again.pop_back();

@@ -135,6 +135,12 @@ $ noexec
 Start      staged in {tmp}/<identifier>: 10 files, <n> bytes, free <n>
 error      {1}/inst/linux/code/bin/kvl-launcher: the launcher would be started from a file system that is mounted noexec; mount it without noexec, or copy the media to another file system
 2 problems: the launcher cannot be started
+# LauncherOnSuchAMountBesideAnotherFinding: starter; link 1/inst/linux/code/bin/kvl-launcher installer; file 1/StartTUI.sh #!/bin/sh\r\n"$CurrentMediaDir/inst/$KVL_OS/code/bin/kvl-launcher"\n
+$ noexec
+Start      staged in {tmp}/<identifier>: 10 files, <n> bytes, free <n>
+error      {1}/StartTUI.sh: its first line has a carriage return; save it with line feeds alone
+error      {1}/inst/linux/code/bin/kvl-launcher: the launcher would be started from a file system that is mounted noexec; mount it without noexec, or copy the media to another file system
+3 problems: the launcher cannot be started
 # TemporaryDirectoryToBeMadeWhereNothingCanBeExecuted:
 $ noexec TMPDIR={1/to/be}
 Start      staged in {1}/to/be/<identifier>: 9 files, <n> bytes, free <n>

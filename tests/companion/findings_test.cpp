@@ -1,6 +1,7 @@
-// What a report keeps of many findings.
+// What a report keeps of many findings, and what it knows of the first line of a script.
 #include "companion/check/findings.h"
 
+#include "companion/check/program_head.h"
 #include "tests/support/test.h"
 
 namespace kvl::test {
@@ -17,6 +18,13 @@ TEST(Findings, BecomeMoreSevereAlsoWhenNoMoreAreKept) {
   EXPECT_TRUE(findings.NotKept().empty());
   findings.Add(kKind, Severity::kError, "one more");
   EXPECT_EQ(findings.Count(), Findings::kMostOfOneCode + 1);
+}
+
+/// Linux looks at 256 bytes.
+TEST(ProgramHead, KnowsTheInterpreterOfALineThatEndsWithinWhatTheSystemLooksAt) {
+  const std::string name = "/bin/sh", line = "#!" + name + std::string(246, ' ');
+  EXPECT_EQ(ProgramHead(FileStart{line + "\n"}).Interpreter(), name);
+  EXPECT_EQ(ProgramHead(FileStart{line + " \n"}).Interpreter(), "");
 }
 
 }  // namespace

@@ -38,6 +38,9 @@ class MakeRoom : public testing::Test {
     const Groups needed = MatchOf(refused.err, "[^0-9]*([0-9]+)[^]*");
     ASSERT_FALSE(needed.empty()) << refused.err;
     const std::uint64_t number = std::stoull(needed[1]);
+    if (option == "size") {
+      EXPECT_EQ(number % kBlock, 0U);
+    }
     EXPECT_EQ(refused, (Outcome{2, "",
                                 "kvl-media: the media needs " + needed[1] + " " + unit + ", and " +
                                     std::to_string(too_small - taken) +
@@ -57,6 +60,12 @@ TEST_F(MakeRoom, IsRefusedWithBothNumbersWhenBytesAreMissing) {
 /// The directory of the file system takes one.
 TEST_F(MakeRoom, IsRefusedWithBothNumbersWhenFilesAreMissing) {
   ExpectEnough("nr_inodes", 10, "files and directories", 1);
+}
+
+TEST_F(MakeRoom, IsEnoughWhereTheFileSystemDoesNotSay) {
+  const Outcome made = MakeIn("size=0,nr_inodes=0");
+  if (made.status == kImpossibleHere) GTEST_SKIP() << "nothing can be mounted here";
+  EXPECT_EQ(made.status, 0) << made.err;
 }
 
 TEST_F(MakeRoom, IsCountedAsItIsTaken) {

@@ -64,8 +64,9 @@ TEST_F(MediaForSeveralMachines, HoldsTheProgramsOfEach) {
             ReadFile(world_.Path("other")));
   EXPECT_EQ(ReadFile(world_.Path("media/inst/mine/code/bin/kvl-launcher")),
             ReadFile(BuiltProgram("kvl-launcher")));
-  EXPECT_THAT(ReadFile(world_.Path("media/media.xml")),
-              testing::HasSubstr(" system=\"mine theirs\" "));
+  EXPECT_EQ(ReadFile(world_.Path("media/media.xml")),
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+            "<media tag=\"T 1\" system=\"mine theirs\" volumes=\"1\"/>\n");
   EXPECT_THAT(ReadFile(world_.Path("media/ReadMe_UNIX.txt")),
               testing::HasSubstr("\n    inst/mine/code/bin/own\n    inst/theirs/code/bin/other\n"));
   EXPECT_EQ(world_.Companion({"verify", "media"}).status, 0);

@@ -128,6 +128,7 @@ TEST(ProgressText, SaysHowFarItIsAndHowLongItLasts) {
            {3 * kMiB / 2, 2 * kMiB, 1.5, "75 %, 1.5 MiB of 2.0 MiB, 1.0 MiB/s, 0:00 left"},
            {99, 100, 10, "99 %, 0.1 KiB of 0.1 KiB, 0.0 KiB/s, 0:00 left"},
            {kMiB, 62 * kMiB, 1, "1 %, 1.0 MiB of 62.0 MiB, 1.0 MiB/s, 1:01 left"},
+           {kMiB, 120 * kMiB, 1, "0 %, 1.0 MiB of 120.0 MiB, 1.0 MiB/s, 1:59 left"},
            {kMiB, 3602 * kMiB, 1, "0 %, 1.0 MiB of 3.5 GiB, 1.0 MiB/s, 1:00:01 left"},
            {1, kMiB * kMiB * kMiB, 9, "0 %, 0.0 KiB of 1048576.0 TiB, 0.0 KiB/s, 99:59:59 left"},
            {kMiB, kMiB, 4, "100 %, 1.0 MiB of 1.0 MiB, 256.0 KiB/s, 0:00 left"},

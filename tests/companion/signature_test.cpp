@@ -59,7 +59,8 @@ TEST(Signature, NeedsAKeyOfThatForm) {
   EXPECT_TRUE(PublicKey::From("untrusted comment: minisign public key E6\n" + key + "\n"));
   for (const std::string& other :
        {std::string(), key + "=", key.substr(4), "x\n" + key, key + "\n\n", "RW=" + key.substr(3),
-        std::string(kSignature), "untrusted comment: " + key, "S" + key.substr(1)}) {
+        std::string(kSignature), "untrusted comment: " + key, "S" + key.substr(1),
+        key.substr(0, key.size() - 4), key + "AAAA"}) {
     EXPECT_FALSE(PublicKey::From(other)) << other;
   }
 }

@@ -181,6 +181,7 @@ TEST_F(StartScript, OfSeveralVolumesBecomesACopyInAFreeDescriptor) {
       {{}, "/proc/self/fd/3"},
       {{3}, "/proc/self/fd/4"},
       {{3, 4, 6, 9}, "/proc/self/fd/5"},
+      {{3, 4, 5, 6, 7}, "/proc/self/fd/8"},
       {{3, 4, 5, 6, 7, 8}, "/proc/self/fd/9"},
       {{3, 4, 5, 6, 7, 8, 9}, kLauncherOfTwo},
   };
