@@ -23,7 +23,7 @@ using KVLInsIO::EntryState;
 using KVLInsIO::NewFile;
 using KVLInsIO::OpenDirectory;
 
-constexpr char kProgram[] = "xorriso";
+constexpr char kXorriso[] = "xorriso";
 
 [[noreturn]] void RefuseImage(const DiscImage& image, const std::string& why) {
   throw std::runtime_error("no image was written: " + image.path + " (" + why + ")");
@@ -45,7 +45,7 @@ std::string TimeOfImage(std::int64_t time) {
 std::vector<std::string> CommandFor(const DiscImage& image, const std::string& file,
                                     std::int64_t time) {
   const std::string when = "--modification-date=" + TimeOfImage(time);
-  std::vector<std::string> command = {"/usr/bin/env", "-i", "LC_ALL=C", PathOfProgram(kProgram)};
+  std::vector<std::string> command = {"/usr/bin/env", "-i", "LC_ALL=C", PathOfProgram(kXorriso)};
   for (const char* fixed : {"-no_rc", "-as", "mkisofs", "-quiet", "-R", "-iso-level", "3",
                             "-no-pad", "-uid", "0", "-gid", "0", "-dir-mode", "0755", "-p",
                             "KVL-MEDIA", "--set_all_file_dates", "set_to_mtime"}) {
@@ -115,7 +115,7 @@ class Unfinished {
 }  // namespace
 
 bool HasXorriso() {
-  return !PathOfProgram(kProgram).empty();
+  return !PathOfProgram(kXorriso).empty();
 }
 
 std::string ImageName(const std::string& tag, std::size_t volume) {

@@ -13,9 +13,9 @@ constexpr std::uint64_t kFurtherBlocks = 2;
 
 // Of a record (ECMA-119, 9.1), and of its entries (SUSP, Rock Ridge).
 constexpr std::uint64_t kFrame = 33, kLongest = 254;
-constexpr std::uint64_t kModeAndTimes = 36 + 26;  // PX, TF
-constexpr std::uint64_t kName = 5, kLink = 5;     // NM, SL, without what they hold
-constexpr std::uint64_t kLeadingOn = 28;          // CE
+constexpr std::uint64_t kModeAndTimes = 36 + 26;        // PX, TF
+constexpr std::uint64_t kNameOfEntry = 5, kTarget = 5;  // NM, SL, without what they hold
+constexpr std::uint64_t kLeadingOn = 28;                // CE
 /// A larger file has several extents, each with a record.
 constexpr std::uint64_t kMostOfAnExtent = 0xFFFF'F800;
 
@@ -63,15 +63,15 @@ struct RecordLength {
 RecordLength LengthOf(std::string_view name, const PayloadEntry& entry) {
   const std::uint64_t frame = Even(kFrame + IdentifierLength(name, entry.IsDirectory()));
   const LinkNames way = entry.IsLink() ? NamesIn(entry.target) : LinkNames{};
-  const std::uint64_t link = entry.IsLink() ? kLink + way.bytes : 0;
-  const std::uint64_t whole = frame + Even(kModeAndTimes + kName + name.size() + link);
+  const std::uint64_t link = entry.IsLink() ? kTarget + way.bytes : 0;
+  const std::uint64_t whole = frame + Even(kModeAndTimes + kNameOfEntry + name.size() + link);
   if (whole <= kLongest) return {whole, 0};
-  const std::uint64_t room = kLongest - frame - kModeAndTimes - kLeadingOn - kName;
-  const std::uint64_t rest = name.size() > room ? kName + name.size() - room : 0;
+  const std::uint64_t room = kLongest - frame - kModeAndTimes - kLeadingOn - kNameOfEntry;
+  const std::uint64_t rest = name.size() > room ? kNameOfEntry + name.size() - room : 0;
   // Of any two entries for a link that follow each other, one at least is half full.
   constexpr std::uint64_t kHalf = 125;
   const std::uint64_t entries = way.bytes / kHalf + 2;
-  return {kLongest, rest + (entry.IsLink() ? way.bytes + 2 * way.further + kLink * entries : 0)};
+  return {kLongest, rest + (entry.IsLink() ? way.bytes + 2 * way.further + kTarget * entries : 0)};
 }
 
 }  // namespace

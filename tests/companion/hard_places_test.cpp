@@ -112,9 +112,10 @@ TEST(RoundInPlaces, WithMadeUpInodeNumbersMakesNoMedia) {
         Lines{"check", "{media}", "--os", "linux", "--installer", "setup"}}) {
     EXPECT_EQ(world.Companion(arguments, env), world.Companion(arguments, usual));
   }
-  const Outcome made = world.Companion({"make", "--tag", "T", "--installer", "{setup}",
-                                        "--launcher", "/bin/true", "{payload/1}", "{new}"},
-                                       env);
+  const Outcome made =
+      world.Companion({"make", "--tag", "T", "--installer", "{setup}", "--launcher", "/bin/true",
+                       "--jobs", "1", "{payload/1}", "{new}"},
+                      env);
   EXPECT_EQ(made, (Outcome{1, "",
                            world.Text("kvl-media: changed since the media was planned: "
                                       "{payload/1/a}\nkvl-media: {new} is not whole; remove it and "

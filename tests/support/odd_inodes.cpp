@@ -10,7 +10,7 @@
 namespace {
 
 int Look(int directory, const char* path, struct stat64* status, int flags) {
-  static std::atomic<unsigned> made_up = 1;
+  static std::atomic<unsigned> made_up{1};
   const long result = ::syscall(SYS_newfstatat, directory, path, status, flags);
   if (result == 0) status->st_ino = ++made_up;
   return static_cast<int>(result);

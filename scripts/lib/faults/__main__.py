@@ -79,11 +79,11 @@ def faults(call: Call, failure: str) -> tuple[str, str]:
 
 
 def calls_to_fail(made: list[Call]) -> list[Call]:
-    """From the look at the streams, or at the own program, with which main begins. strace counts in
+    """From the look at the streams, or at the processors, with which main begins. strace counts in
     each process on its own: a call of the child can be told apart only when the launcher has none of
     its name."""
     own = {call.label for call in made} - {"execve"}
-    begin = next(i for i, call in enumerate(made) if call.name == "poll" or is_own_look(call))
+    begin = next(i for i, call in enumerate(made) if call.name == "poll" or counts_processors(call))
     return [
         call
         for call in made[begin:]
@@ -91,8 +91,8 @@ def calls_to_fail(made: list[Call]) -> list[Call]:
     ]
 
 
-def is_own_look(call: Call) -> bool:
-    return call.name == "newfstatat" and call.path == "/proc/self/exe"
+def counts_processors(call: Call) -> bool:
+    return call.name == "openat" and call.path == "/sys/devices/system/cpu/online"
 
 
 def some_faults(calls: list[Call]) -> Iterator[str]:
