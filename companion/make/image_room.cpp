@@ -99,7 +99,7 @@ std::uint64_t ImageRoom::Directory::Blocks() const {
 }
 
 ImageRoom::ImageRoom() {
-  constexpr std::uint64_t kNumber = 3, kWayToIt = 4 * (8 + 16);
+  constexpr std::uint64_t kNumber = 3, kWayToIt = 4UL * (8 + 16);
   path_table_ = kWayToIt;
   Enter(kNumber);
 }

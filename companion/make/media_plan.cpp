@@ -37,9 +37,9 @@ using KVLInsIO::EntryState;
 using KVLInsIO::OpenDirectory;
 using KVLInsIO::OpenFile;
 
-/// Scripts and descriptions, each of less than 4096 bytes, without the lines for each volume: media.xml,
-/// meta.TOCxml, ReadMe_UNIX.txt, StartGUI.sh, StartTUI.sh, volumes.txt.
-constexpr std::uint64_t kTextsOfTheFirstVolume = 6 * 2 * kDiscBlock;
+/// Scripts and descriptions, each of less than 4096 bytes, without the lines for each volume and each further
+/// system: media.xml, meta.TOCxml, ReadMe_UNIX.txt, StartGUI.sh, StartTUI.sh, volumes.txt.
+constexpr std::uint64_t kTextsOfTheFirstVolume = 12 * kDiscBlock;
 
 void CheckKey(const std::string& key) {
   if (key.empty()) return;
@@ -149,8 +149,9 @@ void PlanVolumes(const MediaMakeRequest& request, MediaPlan& plan) {
   const std::uint64_t way = request.layout == Layout::kAm ? kLongestWay : kLongestWayButAm;
   const VolumeRoom room = {
       .most_bytes = request.volume_size,
-      .on_first =
-          BytesOfInst(plan) + kTextsOfTheFirstVolume + OnDisc(ListLength(plan.inst_entries, way)),
+      .on_first = BytesOfInst(plan) + kTextsOfTheFirstVolume +
+                  (plan.systems.size() - 1) * 4 * kDiscBlock +
+                  OnDisc(ListLength(plan.inst_entries, way)),
       .in_manifest = ManifestLength(plan.inst_entries, way) + names + signature,
       .undivided = Undivided(request),
       .way = way};
