@@ -12,27 +12,37 @@
 namespace kvl::test {
 namespace {
 
-/// Becomes a program by another call than all others.
-void BecomeByAnotherCall(const std::string& program, const Environment& env) {
-  std::vector<std::string> pairs;
-  for (const auto& [name, value] : env) pairs.push_back(name + "=" + value);
-  std::vector<char*> variables;
-  for (std::string& pair : pairs) variables.push_back(pair.data());
-  variables.push_back(nullptr);
-  std::string name = program;
-  char* arguments[] = {name.data(), nullptr};
-  ::execveat(AT_FDCWD, program.c_str(), arguments, variables.data(), 0);
-}
+/// What becomes a program by another call than all others, in a child that shares this memory.
+class OtherCall {
+ public:
+  OtherCall(const std::string& program, const Environment& env) : program_(program) {
+    for (const auto& [name, value] : env) pairs_.push_back(name + "=" + value);
+    for (std::string& pair : pairs_) variables_.push_back(pair.data());
+    variables_.push_back(nullptr);
+  }
+  OtherCall(const OtherCall&) = delete;
+  OtherCall& operator=(const OtherCall&) = delete;
+
+  void Become() {
+    char* const arguments[] = {program_.data(), nullptr};
+    ::execveat(AT_FDCWD, program_.c_str(), arguments, variables_.data(), 0);
+  }
+
+ private:
+  std::string program_;
+  std::vector<std::string> pairs_;
+  std::vector<char*> variables_;
+};
 
 /// As a policy of the system (SELinux and its like) has it: all that may be asked says that the installer
 /// may be executed, and then it may not.
 TEST(Policy, ThatForbidsToExecuteTheInstallerEndsWith255) {
   InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& run) {
-    const Environment given = world.Expect(run).given;
+    OtherCall call(BuiltProgram("kvl-launcher"), world.Expect(run).given);
     world.EmptyTmp();
     world.Expect(NotStarted(run), {.before = [&] {
                    FilterCalls({SYS_execve}, SECCOMP_RET_ERRNO | EACCES);
-                   BecomeByAnotherCall(BuiltProgram("kvl-launcher"), given);
+                   call.Become();
                  }});
   });
 }
