@@ -1,7 +1,6 @@
 #include "tests/insio/failure.h"
 
 #include "insio/exceptions.h"
-#include "tests/support/manual.h"
 #include "tests/support/outcome.h"
 
 namespace kvl::test {
@@ -29,14 +28,6 @@ Failure Caught(const std::function<void()>& action) {
   return kNoFailure;
 }
 
-/// The same failure; a text of the library has to stand in its manual.
-Failure InManual(Failure failure) {
-  if (failure.type.starts_with("KVLIns") || failure.text.starts_with("KVLInsIO")) {
-    ExpectInLibraryManual(failure.text);
-  }
-  return failure;
-}
-
 }  // namespace
 
 std::ostream& operator<<(std::ostream& out, const Failure& failure) {
@@ -60,7 +51,7 @@ void ExpectFailures(const Failures& rows) {
 }
 
 Failure FailureOf(const std::function<void()>& action) {
-  return InManual(Caught(action));
+  return Caught(action);
 }
 
 Failure IsolatedFailureOf(const std::function<void()>& action) {
@@ -75,7 +66,7 @@ Failure IsolatedFailureOf(const std::function<void()>& action) {
   if (outcome.status != 0 || end_of_type == std::string::npos) {
     return {"ended with status " + std::to_string(outcome.status), outcome.out + outcome.err};
   }
-  return InManual({outcome.out.substr(0, end_of_type), outcome.out.substr(end_of_type + 1)});
+  return {outcome.out.substr(0, end_of_type), outcome.out.substr(end_of_type + 1)};
 }
 
 }  // namespace kvl::test
