@@ -99,6 +99,10 @@ LayoutAnswer Judge(Tally tally, Layout layout, const MediaSet& media, Report& re
     return answer;
   }
   if (tally.found == 1) return std::nullopt;
+  // Message: WARN: Missing volumes. Please make sure you copied everything correctly.
+  // Cause: Some volumes are there, others are not. The lines before this one name those that
+  // were found.
+  // Remedy: Copy the others beside them.
   report.Warning("Missing volumes. Please make sure you copied everything correctly.");
   return answer;
 }
@@ -109,11 +113,17 @@ void LookFor(VolumeNumber volume, const InsPath& dir, const MediaSet& media, Rep
   std::string tag = TagIn(dir, volume);
   if (tag.empty()) return;
   if (tag != media.tag) {
+    // Message: WARN: Volume [...] of [...] found in [...] instead of [...]
+    // Cause: The volume there belongs to another media. Its tag comes first, the tag of this
+    // media last.
+    // Remedy: Put the right volume there.
     report.WrongVolume(VolumeName(volume), std::move(tag), FoundIn(dir), media.tag);
     tally.mismatch = true;
     return;
   }
   ++tally.found;
+  // Message: INFO: Volume [...] found in: [...]
+  // Cause: This volume of the media is there.
   report.More(VolumeName(volume) + " found in: " + dir.Str());
   tally.volumes.push_back(dir.Str());
 }
@@ -126,12 +136,17 @@ LayoutAnswer ScanFlatLayout(const MediaSet& media, Report& report) {
     if (tag == media.tag) {
       ++tally.found;
     } else {
+      // Message: WARN: Volume [...] of [...] found in the directory of [...]
+      // Cause: Volumes of two media lie in one directory.
+      // Remedy: Copy each media into a directory of its own.
       report.WrongVolume(VolumeName(i), std::move(tag), " found in the directory of ", media.tag);
       tally.mismatch = true;
     }
   });
   LayoutAnswer answer = Judge(std::move(tally), Layout::kFlat, media, report);
   if (answer && answer->complete) {
+    // Message: INFO: All volumes found in: [...]
+    // Cause: All volumes lie in one directory.
     report.More("All volumes found in: " + media.dir.Str());
     SetEnv(variables::kVolumesCount, "");  // the installer is to see a single-volume media
     answer->code = kNothingMoreNeeded;
@@ -158,6 +173,11 @@ std::optional<FirstAmVolume> FindAmVolumeIn(const InsPath& dir, Report& report) 
     if (number < 1) continue;
     std::string tag = ReadMtbDir(Join(dir.Str(), name).Str());
     if (tag.empty()) {
+      // Message: WARN: Cannot open [...] in [...]
+      //   Please make sure you copied and/or extracted everything properly.
+      // Cause: A file above the media has the name of an AM marker, such as `7.txt`, and
+      // cannot be read or has no tag in it.
+      // Remedy: Move it away if it is no marker. Copy it again if it is one.
       report.Warning("Cannot open " + name + " in " + dir.Str());
       report.More("Please make sure you copied and/or extracted everything properly.");
     }
@@ -192,10 +212,15 @@ bool IsAmVolume(VolumeNumber number, const InsPath& dir, const std::string& want
   std::string tag = TagIn(dir, number);
   if (tag.empty()) return false;
   if (tag != wanted_tag) {
+    // Message: WARN: AM volume [...] of [...] found in [...] instead of [...]
+    // Cause: The AM volume there belongs to another media.
+    // Remedy: Put the right AM volume there.
     report.WrongVolume(AmVolumeName(number), std::move(tag), FoundIn(dir), wanted_tag);
     tally.mismatch = true;
     return false;
   }
+  // Message: INFO: AM volume [...] found in: [...]
+  // Cause: This AM volume holds, or may hold, a volume of the media.
   report.More(AmVolumeName(number) + " found in: " + dir.Str());
   return true;
 }
@@ -251,10 +276,16 @@ ScanOutcome ScanMediaVolumes(const InsPath& media_dir, bool software_management,
   if (count <= 1) return CompleteAsItIs();
 
   Report report(logger);
+  // Message: INFO: This media is composed of [...] volumes.
+  // Cause: This is the first line of `volumes.txt`. The launcher looks for the volumes next.
   report.Information("This media is composed of " + *line + " volumes.");
   SetEnv(variables::kVolumesCount, *line);
   const MediaSet media = {media_dir, count, TagIn(media_dir, 1)};
   if (media.tag.empty()) {
+    // Message: WARN: 1.txt not found or not accessible in: [...]
+    //   Please make sure you copied the whole volume.
+    // Cause: The marker of volume 1 is missing, cannot be read or has no tag in it.
+    // Remedy: Copy volume 1 again.
     report.Warning("1.txt not found or not accessible in: " + media_dir.Str());
     report.More("Please make sure you copied the whole volume.");
     return Failed();

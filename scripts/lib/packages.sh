@@ -63,7 +63,8 @@ unpack_for_arm64() (
 
 # build_preset PRESET: with what every build needs. Says nothing but, on standard error, why it failed.
 build_preset() {
-  install_missing_packages g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libssl-dev || return 1
+  install_missing_packages g++ cmake ninja-build libcli11-dev nlohmann-json3-dev libssl-dev lowdown python3 ||
+    return 1
   case $1 in *-arm64) unpack_for_arm64 libssl-dev || return 1 ;; esac
   if ! build_output=$({ cmake --preset "$1" && cmake --build --preset "$1"; } 2>&1); then
     printf '%s\n' "$build_output" | tail -n 40 >&2

@@ -217,7 +217,7 @@ TEST_F(Package, IsFoundByPkgConfigWhichLeavesTheLanguageStandardOpen) {
   EXPECT_EQ(pkg_config("--modversion"), Cached("CMAKE_PROJECT_VERSION") + "\n");
   EXPECT_THAT(WordsOf(pkg_config("--cflags")),
               ElementsAre(testing::StartsWith("-I" + Installed(LibraryDir()))));
-  const std::string guide = ReadFile(SourceFile("docs/insio.md")), begin = "```cpp\n";
+  const std::string guide = ReadFile(SourceFile("docs/KVLInsIO.3.md")), begin = "```cpp\n";
   const std::size_t from = guide.find(begin) + begin.size();
   Compile(Write("example.cpp", guide.substr(from, guide.find("```\n", from) - from)),
           "-std=c++20 -o example " + pkg_config("--cflags") + pkg_config("--libs"));
