@@ -37,7 +37,7 @@ bool IsInCurrentMedia(const std::string& candidate, Logger& logger) {
   return true;
 }
 
-/// True when the search is over: with an installer, or with a blank.
+/// Returns true if the search ends here: the media has an installer, or its path has a blank.
 bool EndsIn(const std::string& media, InstallerSource source, const InstallerSearch& search,
             Logger& logger, InstallerFound& found) {
   using Verdict = InstallerMedia::Verdict;

@@ -19,7 +19,7 @@ namespace {
 using KVLInsIO::InsPath;
 using KVLInsIO::Join;
 
-/// A layout's answer; without a value the next layout is to be tried.
+/// The answer of a layout; without a value, the scan tries the next layout.
 using LayoutAnswer = std::optional<ScanOutcome>;
 
 struct MediaSet {
@@ -35,7 +35,7 @@ class Report {
   void Warning(std::string text) { logger_.Message(std::move(text), kWarning, kMarked); }
   void More(std::string text) { logger_.Message(std::move(text), kContinuation, kMarked); }
 
-  /// `where` stands between the two tags, which can be so long that neither is copied needlessly.
+  /// Writes `where` between the two tags. Tags can be long, so this copies none needlessly.
   void WrongVolume(const std::string& volume, std::string tag, const std::string& where,
                    const std::string& wanted_tag) {
     constexpr std::size_t kRoomForTheRest = 64;
@@ -57,7 +57,7 @@ ScanOutcome CompleteAsItIs() {
   return {kNothingMoreNeeded, /*complete=*/true, /*volumes=*/{}, Layout::kNone};
 }
 
-/// Volumes outside the media directory are named by their number alone.
+/// A volume outside the media directory has its number alone as its name.
 constexpr std::string_view kNoExtension;
 
 std::string VolumeName(VolumeNumber number) {
@@ -76,19 +76,19 @@ std::string TagIn(const InsPath& dir, VolumeNumber volume) {
   return ReadMtbDir(Join(dir.Str(), MarkerName(volume)).Str());
 }
 
-/// The directory named by the volume's number in `dir`.
+/// Returns the directory in `dir` that is named by the volume's number.
 InsPath Numbered(const InsPath& dir, VolumeNumber volume) {
   return Join(dir.Str(), std::to_string(volume));
 }
 
-/// What a layout has found so far, volume 1 included.
+/// What the scan of a layout has found so far, volume 1 included.
 struct Tally {
   VolumeNumber found = 1;
   bool mismatch = false;
-  std::vector<std::string> volumes;  // the directories of those outside the media directory
+  std::vector<std::string> volumes;  // the directories of volumes outside the media directory
 };
 
-/// What follows from a layout whose volumes have all been looked for.
+/// Returns the answer of a layout once the scan has looked for all its volumes.
 LayoutAnswer Judge(Tally tally, Layout layout, const MediaSet& media, Report& report) {
   ScanOutcome answer = Failed(std::move(tally.volumes));
   answer.layout = layout;
@@ -107,7 +107,7 @@ LayoutAnswer Judge(Tally tally, Layout layout, const MediaSet& media, Report& re
   return answer;
 }
 
-/// Looks for the volume in `dir`. One of another media set is reported.
+/// Looks for the volume in `dir`. Reports a volume of another media set.
 void LookFor(VolumeNumber volume, const InsPath& dir, const MediaSet& media, Report& report,
              Tally& tally) {
   std::string tag = TagIn(dir, volume);
@@ -163,8 +163,8 @@ LayoutAnswer ScanSiblingLayout(const MediaSet& media, Report& report) {
   return Judge(std::move(tally), Layout::kSibling, media, report);
 }
 
-/// The first file in `dir`, in the order of the system, that is an AM volume's marker by its name.
-/// Without a tag in it, a warning is given and the result's tag is empty.
+/// Returns the first file in `dir`, in the system's order, whose name is that of a marker. If its
+/// marker has no tag, warns and returns an empty tag.
 std::optional<FirstAmVolume> FindAmVolumeIn(const InsPath& dir, Report& report) {
   KVLInsIO::InsFileFinder finder = KVLInsIO::FindFirstFile(dir.Str(), KVLInsIO::kFile);
   for (; !finder.AtEnd(); FindNextFile(finder)) {
@@ -186,8 +186,8 @@ std::optional<FirstAmVolume> FindAmVolumeIn(const InsPath& dir, Report& report) 
   return std::nullopt;
 }
 
-/// The AM volume that holds the media: looked for in every ancestor of the media directory, the
-/// nearest first. Nothing when there is none, or one whose marker has no tag.
+/// Finds the AM volume that holds the media: searches the ancestors of the media directory, the
+/// nearest first. Returns nothing if none has a marker, or if the nearest marker has no tag.
 std::optional<FirstAmVolume> FindFirstAmVolume(const InsPath& media_dir, Report& report) {
   for (InsPath dir = media_dir.Parent(); !dir.IsEmpty(); dir = dir.Parent()) {
     std::optional<FirstAmVolume> volume = FindAmVolumeIn(dir, report);
@@ -206,7 +206,7 @@ void Publish(const FirstAmVolume& first) {
   SetEnv(variables::kAmRelativePath, first.relative.Str());
 }
 
-/// Looks for the AM volume in `dir`. One of another AM set is reported.
+/// Returns true if `dir` is the AM volume. Reports a volume of another AM set.
 bool IsAmVolume(VolumeNumber number, const InsPath& dir, const std::string& wanted_tag,
                 Report& report, Tally& tally) {
   std::string tag = TagIn(dir, number);
@@ -227,7 +227,7 @@ bool IsAmVolume(VolumeNumber number, const InsPath& dir, const std::string& want
 
 ScanOutcome ScanAmVolumes(const MediaSet& media, const FirstAmVolume& first, Report& report) {
   const InsPath outer = first.directory.Parent();
-  // So far the number of an AM volume is ahead of that of the volume in it.
+  // The number of an AM volume minus that of the media volume in it.
   const VolumeNumber ahead = first.number - 1;
   Tally tally;
   ForEachNumber(outer, kNoExtension, {2 + ahead, media.count + ahead}, [&](VolumeNumber am_number) {
@@ -236,7 +236,7 @@ ScanOutcome ScanAmVolumes(const MediaSet& media, const FirstAmVolume& first, Rep
     const VolumeNumber i = am_number - ahead;
     LookFor(i, Numbered(Join(am_dir.Str(), first.relative.Str()), i), media, report, tally);
   });
-  // On purpose nothing is said when no volume at all was found here.
+  // On purpose there is no message if the scan found no volume at all here.
   return Judge(std::move(tally), Layout::kAm, media, report).value_or(Failed());
 }
 
