@@ -33,9 +33,9 @@ constexpr std::uint16_t kOwnMachine = EM_RISCV;
 constexpr std::uint16_t kOwnMachine = EM_NONE;  // nothing is known of it
 #endif
 
-constexpr char kHeaderCutOff[] = "it ends within its headers";
-constexpr char kHeaderWrong[] = "its headers make no sense";
-constexpr char kSegmentCutOff[] = "it ends before its last segment does";
+constexpr char kHeaderCutOff[] = "the file ends within its headers";
+constexpr char kHeaderWrong[] = "the headers make no sense";
+constexpr char kSegmentCutOff[] = "the file ends before its last segment";
 
 /// What the headers of all widths begin with.
 struct BinaryKind {
