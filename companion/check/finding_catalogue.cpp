@@ -150,7 +150,7 @@ struct Catalogue {
       {kTemporaryDirectoryMissing, "temporary-directory-not-writable", kError,
        "the temporary directory is missing, and you cannot make it",
        "set TMPDIR to a directory that you can write into"},
-      {kTemporaryDirectoryIsNone, "temporary-directory-not-writable", kError,
+      {kTemporaryDirectoryIsNoDirectory, "temporary-directory-not-writable", kError,
        "TMPDIR is not a directory", "set TMPDIR to a directory that you can write into"},
       {kTemporaryDirectoryDangling, "temporary-directory-not-writable", kError,
        "the path of the temporary directory contains a link that leads nowhere",

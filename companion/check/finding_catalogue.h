@@ -1,4 +1,4 @@
-// The catalogue of findings: the code, severity, text and remedy of everything that a check can find.
+// The catalogue of findings: the code, severity, text and remedy of all that a check can find.
 #pragma once
 
 #include <optional>
@@ -8,7 +8,7 @@
 namespace kvl {
 
 enum class Severity {
-  kWarning,  ///< this launch works, but the media causes trouble elsewhere
+  kWarning,  ///< the launcher goes on, but the media causes trouble
   kError,    ///< the start script, the launcher or the installer fails
 };
 
@@ -58,7 +58,7 @@ enum class FindingKind {
   kExchangeable,
   kTemporaryDirectoryClosed,
   kTemporaryDirectoryMissing,
-  kTemporaryDirectoryIsNone,
+  kTemporaryDirectoryIsNoDirectory,
   kTemporaryDirectoryDangling,
   kTemporaryDirectoryWithBackslash,
   kUmaskClosesStaging,
