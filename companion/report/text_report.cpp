@@ -10,7 +10,7 @@ namespace kvl {
 namespace {
 
 constexpr std::size_t kLabelWidth = 11;
-constexpr std::size_t kMostOfOneCode = 10;  // lines for people; programs get more
+constexpr std::size_t kMostOfOneCode = 10;  // lines of text; the JSON report has more
 
 class Text {
  public:
@@ -93,7 +93,7 @@ class Text {
 
   void WriteVolumeLines() {
     const std::vector<VolumeRow>& rows = report_.volumes.rows;
-    std::vector<std::pair<std::string, std::string>> lines;  // numbers, and what follows them
+    std::vector<std::pair<std::string, std::string>> lines;  // the numbers and the rest of the line
     for (std::size_t i = 0; i < rows.size(); ++i) {
       const VolumeRow& first = rows[i];
       i = LastOfRange(i);
@@ -112,7 +112,7 @@ class Text {
     }
   }
 
-  /// The index of the last row that stands in one line with this one: missing volumes without a gap.
+  /// Returns the last row that shares a line with this one: missing volumes share one.
   std::size_t LastOfRange(std::size_t first) const {
     const std::vector<VolumeRow>& rows = report_.volumes.rows;
     const auto is_missing = [&](std::size_t i) { return rows[i].state == VolumeState::kMissing; };

@@ -12,8 +12,8 @@ enum class Detail {
   kVerbose,  ///< also the command, the variables and the messages of the launcher
 };
 
-/// Returns a line "severity: text: path; remedy" for each finding, but for the first 10 of a code
-/// only, and a line for each code that has more.
+/// Returns a line "severity: text: path; remedy" for each of the first 10 findings of a code, and a
+/// line for each code that has more.
 std::string FindingLines(const Findings& findings);
 
 /// Returns lines of text: what the launcher finds, FindingLines, and a verdict as the last line.
