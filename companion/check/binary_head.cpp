@@ -18,7 +18,7 @@
 namespace kvl {
 namespace {
 
-/// That this process is made for, which it need not ask the system: /proc may be missing.
+/// The machine of this process, known without /proc, which may be missing.
 #if defined(__x86_64__)
 constexpr std::uint16_t kOwnMachine = EM_X86_64;
 #elif defined(__aarch64__)
@@ -30,19 +30,19 @@ constexpr std::uint16_t kOwnMachine = EM_S390;
 #elif defined(__riscv)
 constexpr std::uint16_t kOwnMachine = EM_RISCV;
 #else
-constexpr std::uint16_t kOwnMachine = EM_NONE;  // nothing is known of it
+constexpr std::uint16_t kOwnMachine = EM_NONE;  // unknown: any binary may run
 #endif
 
-constexpr char kHeaderCutOff[] = "it ends within its headers";
-constexpr char kHeaderWrong[] = "its headers make no sense";
-constexpr char kSegmentCutOff[] = "it ends before its last segment does";
+constexpr char kHeaderCutOff[] = "the file ends within its headers";
+constexpr char kHeaderWrong[] = "the headers make no sense";
+constexpr char kSegmentCutOff[] = "the file ends before its last segment";
 
-/// What the headers of all widths begin with.
+/// What the headers of 32 and of 64 bits both begin with.
 struct BinaryKind {
   unsigned char width = 0, byte_order = 0;
-  std::uint16_t machine = 0;  // in the order of the binary's own bytes
+  std::uint16_t machine = 0;  // in the byte order of the binary
 
-  /// The system does not look at these numbers, and others do.
+  /// The system ignores these numbers, other programs do not.
   bool MakesSense() const {
     return (width == ELFCLASS32 || width == ELFCLASS64) &&
            (byte_order == ELFDATA2LSB || byte_order == ELFDATA2MSB);
@@ -57,7 +57,7 @@ unsigned char OwnByteOrder() {
 }
 
 std::optional<BinaryKind> KindOf(std::string_view bytes) {
-  Elf32_Ehdr header;  // so far it is like that of 64 bits
+  Elf32_Ehdr header;  // up to the machine, it is the same with 64 bits
   constexpr std::size_t kNeeded = offsetof(Elf32_Ehdr, e_machine) + sizeof header.e_machine;
   if (bytes.size() < kNeeded) return {};
   std::memcpy(&header, bytes.data(), kNeeded);
@@ -78,7 +78,7 @@ bool Runs(const BinaryKind& ours, const BinaryKind& other) {
   return is_older && other.width == ELFCLASS32;
 }
 
-/// As people call it.
+/// Returns the name that people use for the machine.
 std::string NameOf(const BinaryKind& kind) {
   struct Machine {
     std::uint16_t number;
@@ -102,7 +102,7 @@ std::string NameOf(const BinaryKind& kind) {
   return name;
 }
 
-/// A part of the file, which is mapped into memory.
+/// A part of the file that the system maps into memory.
 struct Segment {
   std::uint32_t type = 0;
   std::uint64_t offset = 0, size = 0;  // in the file
@@ -139,7 +139,7 @@ class BinaryReader {
     return {.fault = BinaryFault::kUnread, .unread = path_, .error = error};
   }
 
-  /// The system may be able to read it.
+  /// Reports a loader that this process cannot read, although the system may be able to.
   static BinaryCheck UnreadBeside(const std::string& path, int error) {
     return {.fault = BinaryFault::kUnread,
             .end = BinaryEnd::kCannotBeKnown,
@@ -151,7 +151,7 @@ class BinaryReader {
     return {.fault = BinaryFault::kDamaged, .end = end, .damage = damage};
   }
 
-  /// What the system does not take for a binary it leaves to a shell.
+  /// The end of a file with bad headers is unknown: the system leaves such a file to a shell.
   template <typename Header, typename ProgramHeader>
   BinaryCheck Look(const std::string& start) {
     Header header;
@@ -191,8 +191,8 @@ class BinaryReader {
     return found == segments_.end() ? nullptr : &*found;
   }
 
-  /// True when what is needed first lies on a page behind the end of the file: whoever touches that
-  /// dies.
+  /// Returns true if what the program needs first lies on a page behind the end of the file. The
+  /// system kills a program that touches such a page.
   bool DiesAtOnce(std::uint64_t entry) const {
     if (const Segment* const dynamic = Find(PT_DYNAMIC))
       return IsBehindTheLastPage(dynamic->offset);
@@ -226,7 +226,7 @@ class BinaryReader {
     BinaryCheck missing = {.fault = BinaryFault::kNoLoader, .loader = loader};
     if (refusal != 0 || !state.IsFile()) return missing;
     const FileStart start = ReadStart(loader, sizeof(Elf64_Ehdr));
-    if (start.error == EACCES) return {};  // the system does not ask whether we may read it
+    if (start.error == EACCES) return {};  // the system needs no read permission to load it
     if (start.error != 0) return UnreadBeside(loader, start.error);
     const std::optional<BinaryKind> kind = KindOf(start.bytes);
     return IsBinary(start.bytes) && kind && Runs(ours_, *kind) ? BinaryCheck() : missing;

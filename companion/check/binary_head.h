@@ -1,5 +1,5 @@
-// The headers of a binary (ELF), from which the system sees how to start it. Somebody else has written
-// them: every number in them is doubted, and no more is read than the system itself would read.
+// The headers of a binary (ELF), which tell the system how to start it. They come from a stranger:
+// this code trusts no number in them, and reads no more than the system itself reads.
 #pragma once
 
 #include <string>
@@ -7,37 +7,37 @@
 
 namespace kvl {
 
-/// What keeps a binary from being started here.
+/// What keeps the system from starting a binary here.
 enum class BinaryFault {
   kNone,
   kOtherMachine,
-  kDamaged,   ///< cut off, as a rule
+  kDamaged,   ///< usually cut off
   kNoLoader,  ///< the program that loads it is missing, or cannot be executed here
-  kUnread,    ///< nothing is known of it
+  kUnread,    ///< the system could not read the binary or its loader
 };
 
-/// What the system does with a binary that has a fault.
+/// What happens when a binary with a fault is started.
 enum class BinaryEnd {
-  kRefused,        ///< it is not executed, or dies before its first instruction
-  kCannotBeKnown,  ///< it runs for a while, or something else gets it: a shell, an emulator
+  kRefused,        ///< the system refuses it, or it dies before its first instruction
+  kCannotBeKnown,  ///< it runs for a while, or a shell or an emulator takes it
 };
 
 struct BinaryCheck {
   BinaryFault fault = BinaryFault::kNone;
-  BinaryEnd end = BinaryEnd::kRefused;  ///< only with a fault
-  std::string machine = {};             ///< that it is made for
-  std::string own_machine = {};         ///< that this process is made for
+  BinaryEnd end = BinaryEnd::kRefused;  ///< meaningful only with a fault
+  std::string machine = {};             ///< the machine that the binary is made for
+  std::string own_machine = {};         ///< the machine that this process is made for
   std::string_view damage = {};         ///< what is damaged, in words
-  std::string loader = {};              ///< the path of it, as the binary names it; maybe empty
-  std::string unread = {};              ///< what of it or of its loader cannot be read
-  int error = 0;                        ///< and why
+  std::string loader = {};              ///< path of the loader as the binary names it; may be empty
+  std::string unread = {};              ///< path of the file that cannot be read
+  int error = 0;                        ///< why it cannot be read
 };
 
-/// True for the first bytes of a binary, whole or cut off.
+/// Returns true if `start`, the first bytes of a file, is the start of a binary, whole or cut off.
 bool IsBinary(std::string_view start);
 
-/// Looks at a file that begins as a binary, links followed. Without a fault the system starts it, as far as the headers
-/// say. A machine's older relative of 32 bits counts as the same machine.
+/// Checks a file that begins like a binary, links followed. Without a fault, its headers let the
+/// system start it. The 32-bit predecessor of a machine counts as the same machine.
 BinaryCheck CheckBinary(const std::string& path);
 
 }  // namespace kvl

@@ -18,15 +18,15 @@
 namespace kvl {
 namespace {
 
-/// An error unless it is a regular file. Asked before it is opened, because there are devices that
-/// do something when they are, and once more afterwards, because it may have been exchanged.
+/// Returns 0 for a regular file, else an error. Callers ask before they open the file, because some
+/// devices act when they are opened, and again afterwards, because somebody may have replaced it.
 int WhyNotRegular(const PathState& state) {
   if (!state.IsThere()) return state.error;
   if (state.IsDirectory()) return EISDIR;
   return state.IsFile() ? 0 : EOPNOTSUPP;
 }
 
-/// Appends what comes next; nothing at the end of the file. An error, or 0.
+/// Appends the next bytes, at the end of the file none. Returns an error or 0.
 int ReadMore(int file, std::size_t most_bytes, std::string& bytes) {
   constexpr std::size_t kAtOnce = 65536;
   const std::size_t before = bytes.size();
@@ -51,7 +51,7 @@ int WhyNotAllowed(const std::string& path, int how) {
   if (::faccessat(AT_FDCWD, path.c_str(), how, AT_EACCESS) == 0) return 0;
   const int error = errno;
   if (error != EPERM) return error;
-  // An older container runtime refuses the newer call that this has become, whatever the file.
+  // Older container runtimes refuse the newer system call behind faccessat for every file.
   return ::access(path.c_str(), how) == 0 ? 0 : errno;
 }
 

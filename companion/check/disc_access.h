@@ -1,5 +1,5 @@
-// Looking at what somebody else has put on a disc: without waiting, within bounds, and with the
-// system's reason when it does not work.
+// Access to files that a stranger has put on a disc: it never waits, reads within bounds, and
+// returns the error of the system when it fails.
 #pragma once
 
 #include <sys/types.h>
@@ -11,40 +11,41 @@
 
 namespace kvl {
 
-/// True when permissions do not keep this process from a file, as those of the superuser do not.
+/// Returns true if this process may ignore the permissions of files, as the superuser may.
 bool MayOverridePermissions();
 
-/// The permissions that this process takes from what it makes.
+/// Returns the umask of this process.
 mode_t Umask();
-/// As the shell shows it: "022".
+/// Returns the umask as the shell shows it: "022".
 std::string OctalUmask();
 
-/// Whether this process may do with the file what `how` says, as for access(2), links followed: 0, or
-/// the error that it would meet. Asks for the effective ids where the system lets it, and else for
-/// the real ones, which are the same unless somebody has made this program set-user-id.
+/// Returns 0 if this process may access the file, links followed, in the way `how` of access(2),
+/// else the error. Asks for the effective ids, or for the real ones where the system refuses that;
+/// the two differ only if this program is set-user-id.
 int WhyNotAllowed(const std::string& path, int how);
 
 struct FileStart {
   std::string bytes;  ///< empty after an error
-  int error = 0;      ///< why it could not be read; of what is no regular file EISDIR or EOPNOTSUPP
+  int error = 0;      ///< why the read failed; EISDIR or EOPNOTSUPP if it is not a regular file
 };
 
-/// The first `most_bytes` bytes of a regular file, links followed; fewer when it ends before. Never
-/// waits, whatever has been put in its place: a read that would have to is an error.
+/// Returns the first `most_bytes` bytes of a regular file, links followed, or fewer if it ends
+/// before. Never waits, even if something else takes the place of the file: a read that would wait
+/// fails.
 FileStart ReadStart(const std::string& path, std::size_t most_bytes);
 
-/// The same of what begins at byte `offset`; nothing when the file ends before.
+/// Does the same from byte `offset` on. Returns no bytes if the file ends before.
 FileStart ReadPiece(const std::string& path, std::uint64_t offset, std::size_t most_bytes);
 
 struct DirectoryNames {
-  std::vector<std::string> names;  ///< without "." and ".."; after an error those until then
-  int error;                       ///< why they are not all
+  std::vector<std::string> names;  ///< without "." and ".."; after an error only those before it
+  int error;                       ///< why names are missing, or 0
 };
 
-/// The names in a directory, whose path is taken as it stands, in the order of the system.
+/// Returns the names in a directory in the order of the system. Takes the path as it stands.
 DirectoryNames NamesIn(const std::string& directory);
 
-/// The same in an order that does not differ from copy to copy.
+/// Returns the same names sorted, so that every copy of the directory gives the same order.
 DirectoryNames SortedNamesIn(const std::string& directory);
 
 }  // namespace kvl

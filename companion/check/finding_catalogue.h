@@ -1,4 +1,4 @@
-// Everything that a check can find: the one place of its code, severity, text and remedy.
+// The catalogue of findings: the code, severity, text and remedy of all that a check can find.
 #pragma once
 
 #include <optional>
@@ -8,11 +8,11 @@
 namespace kvl {
 
 enum class Severity {
-  kWarning,  ///< the launcher gets on with it, but somebody will not
-  kError,    ///< the start script, the launcher or the installer would not do its work
+  kWarning,  ///< the launcher goes on, but the media causes trouble
+  kError,    ///< the start script, the launcher or the installer fails
 };
 
-/// One for each text.
+/// Each text has its own kind; several kinds may share a code.
 enum class FindingKind {
   // The launch.
   kBadArguments,
@@ -58,7 +58,7 @@ enum class FindingKind {
   kExchangeable,
   kTemporaryDirectoryClosed,
   kTemporaryDirectoryMissing,
-  kTemporaryDirectoryIsNone,
+  kTemporaryDirectoryIsNoDirectory,
   kTemporaryDirectoryDangling,
   kTemporaryDirectoryWithBackslash,
   kUmaskClosesStaging,
@@ -105,15 +105,15 @@ enum class FindingKind {
 
 struct FindingRow {
   FindingKind kind;
-  std::string_view code;             ///< short, stable, for programs; that of several kinds
-  std::optional<Severity> severity;  ///< nothing where the situation decides
-  /// What is wrong. A word in angle brackets stands for an argument, in their order, as long as there
-  /// are arguments.
+  std::string_view code;             ///< for programs; short and stable
+  std::optional<Severity> severity;  ///< nothing if it depends on the situation
+  /// What is wrong: a clause that reads well with ": <path>" behind it. Each argument replaces the
+  /// next word in angle brackets; further such words stay as they are.
   std::string_view text;
-  std::string_view remedy;  ///< what to do about it
+  std::string_view remedy;  ///< what to do about it, in the imperative
 };
 
-/// All of them, in the order of the enumeration.
+/// Returns all rows in the order of the enumeration.
 std::span<const FindingRow> FindingCatalogue();
 
 const FindingRow& RowOf(FindingKind kind);

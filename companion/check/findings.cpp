@@ -5,7 +5,7 @@
 namespace kvl {
 namespace {
 
-/// The text with its arguments.
+/// Returns the text with the arguments filled in.
 std::string Filled(std::string_view text, Findings::Arguments arguments) {
   std::string filled;
   for (const std::string_view argument : arguments) {

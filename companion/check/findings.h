@@ -1,4 +1,4 @@
-// Findings: what is wrong with a media, or will be one day.
+// The findings of a check: what is wrong with a media now, or will be later.
 #pragma once
 
 #include <cstddef>
@@ -16,8 +16,8 @@ namespace kvl {
 struct Finding {
   FindingKind kind;
   Severity severity;
-  std::string path;  ///< what it is about; may be empty
-  std::string text;  ///< of the catalogue, with its arguments
+  std::string path;  ///< where; may be empty
+  std::string text;  ///< of the catalogue, with the arguments filled in
 
   std::string_view Code() const { return RowOf(kind).code; }
   std::string_view Remedy() const { return RowOf(kind).remedy; }
@@ -25,28 +25,29 @@ struct Finding {
 
 class Findings {
  public:
-  /// So many of one code are kept, the others are counted: a tree may hold millions of bad files.
+  /// How many findings of one code are kept. Further ones are only counted, because a tree may hold
+  /// millions of bad files.
   static constexpr std::size_t kMostOfOneCode = 100;
 
-  /// For the words in angle brackets of a text.
+  /// Replace the words in angle brackets of a text, in their order.
   using Arguments = std::initializer_list<std::string_view>;
 
-  /// One that is about a path that has a finding of that code already only adds to its severity.
+  /// Adds a finding. If the path already has one with this code, only raises its severity.
   void Add(FindingKind kind, Severity severity, const std::string& path, Arguments arguments = {});
-  /// The same with the severity that the catalogue has. Throws std::bad_optional_access for a kind of
-  /// which it has none.
+  /// Adds a finding with the severity of the catalogue. Throws std::bad_optional_access if the
+  /// catalogue has no severity for this kind.
   void Add(FindingKind kind, const std::string& path, Arguments arguments = {});
 
   const std::vector<Finding>& All() const { return all_; }
-  /// True when one of that kind's code about that path has been kept.
+  /// Returns true if a finding with this path and the code of this kind is kept.
   bool Has(FindingKind kind, const std::string& path) const {
     return index_.contains({RowOf(kind).code, path});
   }
-  /// How often an error was added, be it known already or not kept.
+  /// Returns how often an error was added, also one that was known already or was not kept.
   std::size_t ErrorsAdded() const { return errors_added_; }
-  /// How many of a code were not kept; without those of which all were.
+  /// Returns how many findings were not kept, for each code that has such findings.
   const std::map<std::string_view, std::size_t>& NotKept() const { return not_kept_; }
-  /// Those that were not kept included.
+  /// Returns the number of all findings, also of those that were not kept.
   std::size_t Count() const;
 
  private:

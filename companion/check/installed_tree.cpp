@@ -12,10 +12,10 @@
 namespace kvl {
 namespace {
 
-/// On one way, those that links hold included; each is looked for in every payload.
+/// Names on one way, including those in links. HasPath looks for each name in every payload.
 constexpr int kMostNames = 256;
 
-/// Of an absolute or an unreadable one "/".
+/// Returns the target of a link, or "/" if it is absolute or cannot be read.
 std::string TargetOf(const std::string& link) {
   std::error_code error;
   const std::string target = std::filesystem::read_symlink(link, error);
@@ -35,7 +35,7 @@ bool InstalledTree::HasWhatLinkLeadsTo(const std::string& link) const {
   return false;
 }
 
-/// Takes name by name off the path, behind a link off what that holds.
+/// Follows the path name by name. A link puts its target in front of the rest of the path.
 bool InstalledTree::HasPath(std::string path) const {
   std::filesystem::path here;
   for (int names = 0; !path.empty(); ++names) {

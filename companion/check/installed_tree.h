@@ -1,4 +1,4 @@
-// The payloads of a media as the one tree that they are once they are installed.
+// The payloads of all volumes as the one tree that they form once they are installed.
 #pragma once
 
 #include <string>
@@ -11,17 +11,17 @@ namespace kvl {
 
 class InstalledTree {
  public:
-  /// Of the volume with that number in `volume`.
+  /// Adds the payload of the volume with this number; `volume` is its directory.
   void AddPayloadOf(const std::string& volume, const std::string& number);
 
-  /// True for the path of a link in one of the payloads, each named as it was added, that leads to
-  /// something in any of them, maybe through other links, and at no time out of the tree. What cannot
-  /// be looked at is not there.
+  /// Returns true if the link at this path leads to something in any payload. The path begins with
+  /// the directory of a volume as it was added. The link may lead through other links, but never
+  /// out of the tree. What the system cannot look at counts as missing.
   bool HasWhatLinkLeadsTo(const std::string& link) const;
 
  private:
   bool HasPath(std::string path) const;
-  /// Where the entry is, and what: in the first payload that has it.
+  /// Returns the place and the state of the entry in the first payload that has it.
   std::pair<std::string, PathState> Find(const std::string& path) const;
 
   std::vector<std::string> payloads_;

@@ -65,7 +65,7 @@ class InstallerCheck {
                   KVLInsIO::Join(missing_.media_dir, names::kStartTui).Str());
   }
 
-  /// The installer of the media itself is there.
+  /// Adds the reason when the installer of the media itself exists.
   void SayWhyItIsNotTaken() {
     if (GetEnv(variables::kUseExternalInstaller).empty()) {
       findings_.Add(FindingKind::kInstallerFoundLater, missing_.candidate);
@@ -77,7 +77,8 @@ class InstallerCheck {
     if (named_.empty()) findings_.Add(FindingKind::kInstallerPassedOver, missing_.candidate);
   }
 
-  /// The installer of the media itself, or one of an installer media that is named.
+  /// Returns true if the system cannot say whether the installer of the media itself, or one of an
+  /// external installer media, exists.
   bool IsOneUnseen() {
     bool is_unseen = IsUnseen(missing_.candidate);
     for (const std::string& media : named_) {
@@ -102,7 +103,7 @@ class InstallerCheck {
 
   const MissingInstaller& missing_;
   Findings& findings_;
-  std::vector<std::string> named_;  // the installer media that are
+  std::vector<std::string> named_;  // external installer media
 };
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Why the launcher finds no installer.
+// The reasons why the launcher finds no installer.
 #pragma once
 
 #include "companion/check/disc_access.h"
@@ -7,15 +7,16 @@
 
 namespace kvl {
 
-/// What is known of a launch that finds none.
+/// A launch that finds no installer.
 struct MissingInstaller {
   const std::string& media_dir;
   const LauncherState& state;
-  const std::string& candidate;   ///< where the media itself would have it
-  const FileStart& start_script;  ///< the beginning of StartTUI.sh, up to kMostOfAScript
+  const std::string& candidate;   ///< path of the installer of the media itself
+  const FileStart& start_script;  ///< the first kMostOfAScript bytes of StartTUI.sh
 };
 
-/// Adds an error that says why. False when the directory is no volume 1 at all.
+/// Adds an error for each reason why the installer is missing. Returns false if the directory is
+/// not volume 1.
 bool SayWhyThereIsNoInstaller(const MissingInstaller& missing, Findings& findings);
 
 }  // namespace kvl

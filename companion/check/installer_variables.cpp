@@ -10,18 +10,18 @@
 namespace kvl {
 namespace {
 
-/// The most bytes that the system hands over as one text, with the byte behind it; of a variable name
-/// and "=" belong to it.
+/// Returns the most bytes of one text that the system passes to a program, including the zero byte
+/// at its end and, of a variable, its name and "=".
 std::size_t LongestText() {
   constexpr std::size_t kPages = 32;
   return kPages * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
 }
 
-/// The most bytes that it hands over at all, whatever the limit of the stack is.
+/// The most bytes of all texts together, however large the stack may be.
 constexpr std::size_t kMostOfAll = std::size_t{6} << 20U;
 
 std::size_t MostTogether() {
-  const long most = ::sysconf(_SC_ARG_MAX);  // a quarter of the limit of the stack
+  const long most = ::sysconf(_SC_ARG_MAX);  // a quarter of the stack limit
   return most < 0 ? kMostOfAll : std::min(static_cast<std::size_t>(most), kMostOfAll);
 }
 
@@ -58,7 +58,7 @@ Variables Changes(const Variables& before, const Variables& after) {
 
 bool AddTooLongTexts(const std::vector<std::string>& command, Findings& findings) {
   bool is_there = false;
-  // The path of the program comes once more in front of them.
+  // The system stores the path of the program once more.
   std::size_t together = command.empty() ? 0 : command.front().size() + 1;
   const auto is_too_long = [&](std::string_view text) {
     together += sizeof(char*) + text.size() + 1;

@@ -1,4 +1,4 @@
-// The environment that the installer would get.
+// The environment and the command that the installer gets, and their limits.
 #pragma once
 
 #include <map>
@@ -10,20 +10,21 @@
 
 namespace kvl {
 
-/// A text that may have a tag or a line of "volumes.txt" in it, of a million bytes each, in the
-/// length in which a report shows it: see MediaReport.
+/// Returns the text, or its Shortened form if it is longer than MediaReport::kLongestText: a tag or
+/// a line of "volumes.txt" in it may have a million bytes.
 std::string ShownText(std::string_view text);
 
 using Variables = std::map<std::string, std::string>;
 
-/// All variables of this process, each value a ShownText.
+/// Returns all variables of this process, each value as ShownText.
 Variables AllVariables();
 
-/// Those of `after` that `before` has not, or with another value.
+/// Returns the variables of `after` that `before` lacks or has with another value.
 Variables Changes(const Variables& before, const Variables& after);
 
-/// Adds an error for each variable of this process and each word of a command that is longer than the
-/// system hands to a program, or for all together. True when there is one.
+/// Adds an error for each variable of this process and each word of the command that is longer than
+/// the system passes to a program. Without such a text, adds an error if all together are too long.
+/// Returns true if it adds an error.
 bool AddTooLongTexts(const std::vector<std::string>& command, Findings& findings);
 
 }  // namespace kvl

@@ -36,7 +36,7 @@ namespace {
 
 using KVLInsIO::InsPath;
 
-constexpr int kAbortStatus = 134;  // as a shell shows a death by signal 6
+constexpr int kAbortStatus = 134;  // as a shell shows death by SIGABRT
 
 class MediaCheck {
  public:
@@ -70,7 +70,7 @@ class MediaCheck {
  private:
   std::string Script() const { return PathBelow(request_.media_dir, names::kStartTui); }
 
-  /// Where a directory holds one for each volume.
+  /// Goes on to the directory of volume 1 if the given one holds a directory for each volume.
   void GoToFirstVolume() {
     for (const char* way : {"", "/1", "/1/media/1"}) {
       const std::string directory = request_.media_dir + way;
@@ -83,8 +83,8 @@ class MediaCheck {
     }
   }
 
-  /// Lets the launcher find a name in its environment, as an option, the environment or else the start
-  /// script has it.
+  /// Sets the variable for the launcher. The option counts before the environment, and the
+  /// environment before the start script.
   NameSource SetName(const char* variable, const std::string& option) {
     if (!option.empty()) {
       SetEnv(variable, option);
@@ -105,7 +105,7 @@ class MediaCheck {
     report_.End(expectation, static_cast<int>(status));
   }
 
-  /// It may have several lines.
+  /// Takes a message of one or more lines.
   void TakeMessage(std::string_view message) {
     while (!message.empty()) {
       const std::string_view line = message.substr(0, message.find('\n'));
@@ -151,7 +151,7 @@ class MediaCheck {
   void LookAtVolumes() {
     report_.volumes_looked_for = !state_.SoftMgt && GetEnv(variables::kOnlineRepository).empty();
     const VolumesFile file = CheckVolumesFile(state_.MediaDir, report_.findings);
-    if (!report_.IsStillGoing()) {  // the launcher does not come to them
+    if (!report_.IsStillGoing()) {  // the launcher ends before it looks at volumes
       Logger unheard([](std::string_view) {});
       PlanVolumes(state_, unheard, plan_);
     }
@@ -177,7 +177,7 @@ class MediaCheck {
     }
   }
 
-  /// As it was given, when it is that of volume 1.
+  /// Returns the directory of a volume, for volume 1 as the caller gave it.
   const std::string& DirectoryOf(const VolumeRow& row) const {
     return row.directory == state_.MediaDir.Str() ? request_.media_dir : row.directory;
   }
@@ -185,7 +185,7 @@ class MediaCheck {
   void SayWhatAbortsTheScan(const VolumesFile& file) {
     try {
       std::rethrow_exception(plan_.Abort);
-    } catch (const std::logic_error&) {  // as the conversion of the number throws it
+    } catch (const std::logic_error&) {  // the conversion of the number throws it
       report_.findings.Add(FindingKind::kCountIsNoNumber, VolumesFileOf(state_.MediaDir).Str());
       report_.volumes.count = 0;
     } catch (const std::exception& failure) {
@@ -215,7 +215,7 @@ class MediaCheck {
   }
 
   void LookThroughTrees() {
-    std::set<FileIdentity> seen;  // in the flat layout all volumes are in one
+    std::set<FileIdentity> seen;  // in the flat layout all volumes share a directory
     std::vector<std::string> volumes = {request_.media_dir};
     InstalledTree installed;
     for (const VolumeRow& row : report_.volumes.rows) {
@@ -231,7 +231,7 @@ class MediaCheck {
       }
       return state.error;
     };
-    for (const std::string& volume : volumes) {  // each has been found
+    for (const std::string& volume : volumes) {  // the check has already found each of them
       if (const int error = survey(volume)) {
         AddUnread(volume, error, Severity::kWarning, report_.findings);
       }
@@ -243,7 +243,7 @@ class MediaCheck {
     }
   }
 
-  /// Through the AM volume, which is a disc of its own.
+  /// Looks at the directories from the AM volume, which is a disc of its own, down to the volume.
   void LookAtWayTo(const VolumeRow& row) {
     const InsPath outer = plan_.Scan.first_am.directory.Parent();
     for (InsPath place = InsPath(row.directory).Parent(); place != outer && !place.IsEmpty();
@@ -259,7 +259,7 @@ class MediaCheck {
   LauncherState state_;
   RunPlan plan_;
   FileStart start_script_;
-  bool is_first_volume_ = true;  // until it is clear that it is none
+  bool is_first_volume_ = true;  // until the opposite is clear
   Logger logger_{[this](std::string_view message) { TakeMessage(message); }};
   MediaReport report_;
 };

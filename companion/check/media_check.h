@@ -1,4 +1,4 @@
-// Checking a media: what the launcher would do with it, and what is wrong with it.
+// The check of a media: what the launcher would do with it, and what is wrong with it.
 #pragma once
 
 #include <string>
@@ -9,23 +9,23 @@
 namespace kvl {
 
 struct MediaCheckRequest {
-  /// Of volume 1, or of one that holds it as `make` lays volumes out; absolute, or relative to where
-  /// we are.
+  /// The directory of volume 1, or one that holds volume 1 in a layout of `make`; absolute or
+  /// relative to the working directory.
   std::string media_dir;
-  std::string os_name;         ///< empty: from the environment, or else the start script
-  std::string installer_name;  ///< likewise
+  std::string os_name;         ///< if empty, the environment or else the start script names it
+  std::string installer_name;  ///< if empty, the environment or else the start script names it
   std::vector<std::string> launcher_arguments;
 };
 
-/// Does what a run of the launcher does up to the point where it would copy and start something, by
-/// the same functions, so this process's environment changes. Changes nothing else, starts nothing,
-/// of other files than text reads no more than the beginning, and waits for no file. What it cannot
-/// look at is always among the findings.
+/// Runs the launcher's own functions up to the point where the launcher would copy or start
+/// something. Changes the environment of this process, but nothing else. Starts nothing, waits for
+/// no file, and reads only the beginning of files that are not text. Adds a finding for all that it
+/// cannot look at.
 MediaReport CheckMedia(const MediaCheckRequest& request);
 
-/// A directory as the start script of a media would name it: absolute, links kept; only a path with
-/// ".." in it is followed to where it leads. Empty when there is no such directory.
-/// Throws std::system_error when the system cannot say what is there.
+/// Returns the path of a directory as the start script of a media names it: absolute, with its
+/// links; only in a path with ".." the links are resolved. Returns an empty text if there is no
+/// such directory. Throws std::system_error if the system cannot look at the path.
 std::string MediaDirectory(const std::string& path);
 
 }  // namespace kvl

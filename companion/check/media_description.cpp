@@ -21,7 +21,7 @@ std::string BeginningOf(const std::string& path, Findings& findings) {
   return std::move(start.bytes);
 }
 
-/// In the first element of that name. No value has a quote or a ">" in it: they are written as "&...;".
+/// Reads the first element <media>. No value contains a quote or ">": `make` writes "&...;".
 VolumeNumber VolumesIn(std::string_view text) {
   constexpr std::string_view kElement = "<media ", kAttribute = " volumes=\"";
   text.remove_prefix(std::min(text.find(kElement), text.size()));

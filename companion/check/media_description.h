@@ -1,4 +1,4 @@
-// What the description files of a media say of its volumes, as `make` writes them.
+// What the description files that `make` writes say about the volumes of a media.
 #pragma once
 
 #include <string>
@@ -8,16 +8,16 @@
 
 namespace kvl {
 
-/// Only a beginning of the files is read, in which a thousand volumes have room.
+/// Reads only the beginning of the files, which has room for a thousand volumes.
 class MediaDescription {
  public:
-  /// Of a file that is missing, is no regular file or has another form, nothing is known. One that the
-  /// system cannot read is among the findings.
+  /// Ignores a file that is missing, is not a regular file or has another form. Adds a finding for
+  /// a file that the system cannot read.
   MediaDescription(const std::string& media_dir, Findings& findings);
 
-  /// How many volumes "media.xml" names; 0 or less when it names none.
+  /// Returns the number of volumes in "media.xml"; 0 or less if the file does not tell it.
   VolumeNumber Volumes() const { return volumes_; }
-  /// True when "meta.TOCxml" says that the volume has a directory for its part of the payload.
+  /// Returns true if "meta.TOCxml" names a payload directory of the volume.
   bool NamesPayloadOf(VolumeNumber volume) const;
 
  private:

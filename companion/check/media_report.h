@@ -1,4 +1,4 @@
-// What a check has found out about a media.
+// The result of a check of a media.
 #pragma once
 
 #include <map>
@@ -15,77 +15,77 @@
 
 namespace kvl {
 
-/// How a run of the launcher would end, or go on.
+/// The outcome of a launch.
 enum class Expectation {
   kBadCommandLine,
   kNoInstaller,
   kBlankInInstallerMedia,
   kAbort,  ///< an uncaught exception
-  kQuery,  ///< only the result of the scan was asked for
+  kQuery,  ///< the launcher only answers with the result of the scan
   kStagingFails,
-  kCannotStart,          ///< the installer could not be executed
-  kCannotBeKnown,        ///< whether the installer starts, or how a start of it ends
-  kStartScriptFails,     ///< only of a start by the script
-  kLauncherCannotStart,  ///< likewise
+  kCannotStart,          ///< the system cannot execute the installer
+  kCannotBeKnown,        ///< nobody can tell whether the installer starts, or how its start ends
+  kStartScriptFails,     ///< only of a start by StartTUI.sh
+  kLauncherCannotStart,  ///< only of a start by StartTUI.sh
   kInstallerRuns,
 };
 
-/// Where the name of the system or the installer comes from.
+/// What names the system or the installer.
 enum class NameSource {
   kNone,
-  kOption,  ///< of the call
+  kOption,  ///< an option of `kvl-media check`
   kEnvironment,
   kStartScript,
-  kArgument,  ///< of the launcher: "-env"
+  kArgument,  ///< the argument "-env" of the launcher
 };
 
 struct MediaReport {
   std::string media_dir;
-  std::string found_in;  ///< the directory that was given, when that of volume 1 lies below it
+  std::string found_in;  ///< the given directory if volume 1 lies below it, else empty
   std::string os_name;
   NameSource os_source = NameSource::kNone;
   std::string installer_name;
   NameSource installer_name_source = NameSource::kNone;
 
-  /// Of a launcher that is started without the start script.
+  /// The outcome if somebody starts the launcher without the start script.
   Expectation expectation = Expectation::kInstallerRuns;
-  std::optional<int>
-      status;  ///< the exit status; nothing when the installer decides or it cannot be known
-  std::vector<std::string> messages;  ///< of the launcher, until it stages and starts the installer
+  /// The exit status of the launcher; nothing if the installer decides or the outcome is unknown.
+  std::optional<int> status;
+  std::vector<std::string> messages;  ///< of the launcher before it stages and starts the installer
 
   InstallerSource source = InstallerSource::kNone;
-  std::string installer;  ///< as found, not as staged
+  std::string installer;  ///< its path in the media, not in the staging directory
   std::string external_inst_slash;
 
-  Layout layout = Layout::kNone;  ///< the one that the scan ended with
+  Layout layout = Layout::kNone;  ///< the result of the scan
   VolumeReport volumes;
   bool volumes_looked_for = false;  ///< false in software management and with a repository
 
   bool staged = false;
-  std::string staging_directory;  ///< the last name stands for an identifier
+  std::string staging_directory;  ///< kIdentifier stands for the last name
   StagingForecast staging;
 
-  // Of an installer that would be started:
-  std::vector<std::string> command;              ///< its path as started, and its arguments
-  std::map<std::string, std::string> variables;  ///< that the launcher sets or changes
+  // If the launcher would start the installer:
+  std::vector<std::string> command;              ///< path of the installer and its arguments
+  std::map<std::string, std::string> variables;  ///< variables that the launcher sets or changes
 
   StartProblems start_problems;
   Findings findings;
 
-  /// A longer message or value of a variable is Shortened to kShortText.
+  /// A message or a value of a variable that is longer is Shortened to kShortText bytes.
   static constexpr std::size_t kLongestText = 131'072;
   static constexpr std::size_t kShortText = 256;
 
   bool IsStillGoing() const { return expectation == Expectation::kInstallerRuns; }
 
-  /// How a start by StartTUI.sh would end, or go on.
+  /// Returns the outcome of a start by StartTUI.sh.
   Expectation EndOfStart() const {
     if (start_problems.launcher) return Expectation::kLauncherCannotStart;
     return start_problems.tui ? Expectation::kStartScriptFails : expectation;
   }
   bool MayStart() const { return IsStillGoing() || expectation == Expectation::kCannotBeKnown; }
 
-  /// The first end that a run comes to is the one.
+  /// Sets the outcome unless an earlier step has already ended the run.
   void End(Expectation end, std::optional<int> with_status) {
     if (!IsStillGoing()) return;
     expectation = end;

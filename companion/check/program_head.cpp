@@ -12,7 +12,7 @@
 namespace kvl {
 namespace {
 
-constexpr std::size_t kMostBytes = 256;  // the system looks at no more
+constexpr std::size_t kMostBytes = 256;  // the system looks at no more bytes
 
 }  // namespace
 
@@ -28,7 +28,7 @@ std::string ProgramHead::FirstLine() const {
 
 std::string ProgramHead::Interpreter() const {
   const std::string line = FirstLine();
-  if (line.size() == kMostBytes) return {};  // it may go on
+  if (line.size() == kMostBytes) return {};  // the line may be longer
   const std::size_t begin = line.find_first_not_of(" \t", 2);
   if (begin == std::string::npos) return {};
   return line.substr(begin, line.find_first_of(" \t", begin) - begin);

@@ -1,4 +1,4 @@
-// The first bytes of a program, from which the system sees how to run it.
+// The first bytes of a program, which tell the system how to run it.
 #pragma once
 
 #include <string>
@@ -12,19 +12,19 @@ namespace kvl {
 class ProgramHead {
  public:
   explicit ProgramHead(const std::string& path);
-  /// Of a program whose first bytes, these or more, have been read already.
+  /// Takes the first bytes of a program. `start` may hold more bytes than the system looks at.
   explicit ProgramHead(FileStart start);
 
-  /// Why nothing is known of it, see FileStart; then it is like an empty file.
+  /// Returns why the file could not be read, see FileStart. All else is then as for an empty file.
   int Error() const { return start_.error; }
   bool IsEmpty() const { return start_.bytes.empty(); }
   bool IsScript() const { return start_.bytes.starts_with("#!"); }
-  /// Of a script.
+  /// Returns true if the first line of a script ends with a carriage return.
   bool HasCarriageReturn() const { return FirstLine().ends_with('\r'); }
-  /// The program that a script names, exactly as the system reads it, so that a carriage return may
-  /// be its end; empty when it names none.
+  /// Returns the program that the first line of a script names, as the system reads it: it may end
+  /// with a carriage return. Returns an empty text if the line names no program.
   std::string Interpreter() const;
-  /// Why the system would not start the script for want of its interpreter: an error, or 0.
+  /// Returns the error of the system if it cannot start the interpreter of the script, else 0.
   int WhyNoInterpreter() const;
   bool IsBinary() const { return kvl::IsBinary(start_.bytes); }
 
@@ -34,22 +34,23 @@ class ProgramHead {
   FileStart start_;
 };
 
-/// A warning for a program that may be executed although it may not be read, else an error.
+/// Returns a warning if only read permission is missing, because the program may still start, else
+/// an error.
 Severity SeverityOfUnread(const ProgramHead& head);
 
-/// True when nothing is known of it, which is added to the findings.
+/// Returns true, and adds a finding, if the program could not be read.
 bool AddUnreadHead(const std::string& path, const ProgramHead& head, Severity severity,
                    Findings& findings);
 
-/// The carriage return at the end of its first line is an error of a script.
+/// Adds an error if the first line of a script ends with a carriage return.
 void AddCarriageReturn(const std::string& path, const ProgramHead& head, Findings& findings);
 
-/// Adds what keeps a binary from being started, of one for another machine as `other_machine`, and
-/// gives it back.
+/// Checks a binary, adds a finding for its fault, and returns the result. `other_machine` is the
+/// kind of the finding about a binary for another machine.
 BinaryCheck AddBinaryFault(const std::string& path, FindingKind other_machine, Findings& findings);
 
-/// That the interpreter of a script is missing; nothing when the carriage return is the reason. Gives
-/// back what WhyNoInterpreter says, which is asked once: a disc may answer otherwise the next time.
+/// Adds an error if the interpreter of a script is missing, unless a carriage return is the reason.
+/// Returns the result of WhyNoInterpreter. Asks only once: a disc may give another answer later.
 int AddMissingInterpreter(const std::string& path, const ProgramHead& head, Findings& findings);
 
 }  // namespace kvl

@@ -1,4 +1,4 @@
-// Entries that cannot be copied because reading them would wait, is no reading at all, or fails.
+// Findings about entries that cannot be copied: pipes, sockets, devices, unreadable files.
 #pragma once
 
 #include <errno.h>
@@ -11,7 +11,7 @@
 
 namespace kvl {
 
-/// True for a pipe, a socket or a device, which are then added to the findings.
+/// Returns true, and adds a finding, for a pipe, a socket or a device.
 inline bool AddSpecialFile(const std::string& path, const PathState& state, Severity severity,
                            Findings& findings) {
   const auto add = [&](FindingKind kind) {
@@ -23,13 +23,13 @@ inline bool AddSpecialFile(const std::string& path, const PathState& state, Seve
   return (S_ISCHR(state.mode) || S_ISBLK(state.mode)) && add(FindingKind::kDevice);
 }
 
-/// What the system could not read or look at, and says why.
+/// Adds a finding about what the system cannot read or look at, with its error.
 inline void AddUnread(const std::string& path, int error, Severity severity, Findings& findings) {
   findings.Add(FindingKind::kUnread, severity, path, {std::generic_category().message(error)});
 }
 
-/// True for the errors that say what is wrong with a path, which have findings of their own. All
-/// others, such as one of the disc, say that nothing is known.
+/// Returns true for an error that tells what is wrong with a path; such errors have findings of
+/// their own. After any other error, for example one of the disc, nothing is known about the path.
 inline bool IsAboutThePath(int error) {
   switch (error) {
     case ENOENT:
@@ -38,22 +38,22 @@ inline bool IsAboutThePath(int error) {
     case ELOOP:
     case ENAMETOOLONG:
     case EISDIR:
-    case EOPNOTSUPP:  // as ReadStart and LineFile say it of a pipe, a socket or a device
+    case EOPNOTSUPP:  // from ReadStart and LineFile for a pipe, a socket or a device
       return true;
     default:
       return false;
   }
 }
 
-/// True for an error of which nothing is known; it is added to the findings.
+/// Returns true, and adds a finding, if the error leaves the state of the path unknown.
 inline bool AddUnseen(const std::string& path, int error, Severity severity, Findings& findings) {
   if (error == 0 || IsAboutThePath(error)) return false;
   AddUnread(path, error, severity, findings);
   return true;
 }
 
-/// True when a directory on the way there is closed, which is added to the findings: what lies there
-/// may be as it should be. `error` is of a call that needs no right to the entry itself.
+/// Returns true, and adds a finding, if a directory above the path is closed: the entry itself may
+/// be fine. `error` comes from a call that needs no permission for the entry itself.
 inline bool AddClosedWay(const std::string& path, int error, Severity severity,
                          Findings& findings) {
   if (error != EACCES) return false;

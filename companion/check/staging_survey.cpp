@@ -26,7 +26,7 @@ using KVLInsIO::InsPath;
 
 constexpr std::uint64_t kLengthOfIdentifier = 36;
 
-/// Trees of links can have more files than there are numbers.
+/// Adds up to the largest number: a tree of links can have more files than a number holds.
 std::uint64_t Sum(std::uint64_t left, std::uint64_t right) {
   const std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
   return left > most - right ? most : left + right;
@@ -41,10 +41,11 @@ std::uint64_t Difference(std::uint64_t left, std::uint64_t right) {
   return left > right ? left - right : 0;
 }
 
-/// The room for files of a file system, in blocks.
+/// The room on a file system, in blocks.
 class FreeRoom {
  public:
-  /// That of the nearest directory on the way to `path` that is there; without an answer there is none.
+  /// Asks the file system of the nearest existing directory on the way to `path`. Without an answer
+  /// there is no room.
   explicit FreeRoom(const std::string& path) {
     InsPath place(path);
     while (!place.IsEmpty() && ::statfs(place.Str().c_str(), &status_) != 0) place = place.Parent();
@@ -56,18 +57,18 @@ class FreeRoom {
     return std::max<std::uint64_t>(static_cast<std::uint64_t>(size), 1);
   }
 
-  /// What a file of that size takes.
+  /// Returns the bytes that a file of this size takes, in whole blocks.
   std::uint64_t Taken(std::uint64_t size) const {
     const std::uint64_t rest = size % BlockSize();
     return rest == 0 ? size : Sum(size, BlockSize() - rest);
   }
 
   std::uint64_t FreeForAll() const { return Bytes(status_.f_bavail); }
-  /// The file system may keep some for the superuser.
+  /// Returns the free bytes, for the superuser also those that the file system reserves.
   std::uint64_t FreeForUs() const {
     return Bytes(IsKeptForUs() ? status_.f_bfree : status_.f_bavail);
   }
-  /// How many files and directories more there can be; nothing where there is no limit.
+  /// Returns how many more files and directories the file system can hold; nothing without a limit.
   std::optional<std::uint64_t> FreeEntries() const {
     if (status_.f_files == 0) return {};
     return status_.f_ffree;
@@ -82,17 +83,17 @@ class FreeRoom {
   }
 
   struct statfs status_ = {};
-  bool is_endless_ = false;  // as a file system in memory without a limit
+  bool is_endless_ = false;  // a file system in memory without a limit
 };
 
 struct Totals {
   std::uint64_t files = 0, directories = 0, bytes = 0;
-  std::uint64_t taken = 0;           // of the file system
-  std::uint64_t replaced_bytes = 0;  // of what is there before, which is overwritten
-  std::uint64_t replaced_taken = 0;
-  std::uint64_t saved_taken = 0;  // of both the smaller one
+  std::uint64_t taken = 0;           // on the file system, in whole blocks
+  std::uint64_t replaced_bytes = 0;  // in staged files that a later copy overwrites
+  std::uint64_t replaced_taken = 0;  // by these files
+  std::uint64_t saved_taken = 0;     // by the old or the new file, whichever is smaller
 
-  // The longest way to a file and to a directory below; none is shorter than 0.
+  // The longest path to a file or directory below, in bytes; negative if there is no such entry.
   std::int64_t way_to_file = -1, way_to_directory = -1;
 
   void Add(const Totals& more) {
@@ -129,7 +130,7 @@ class StagingSurvey {
   StagingForecast Run() {
     LookAtTarget();
     Totals totals;
-    std::uint64_t least_taken = 0;  // a file that is overwritten gives its room back first
+    std::uint64_t least_taken = 0;  // overwriting a file first frees its room
     const std::vector<StagingCopy> copies = StagingCopies(request_);
     for (const StagingCopy& copy : copies) {
       totals.Add(Top(copy));
@@ -151,18 +152,19 @@ class StagingSurvey {
   }
 
  private:
-  /// The name of the staging directory, which stands for an identifier.
+  /// Returns the name in place of the identifier of the staging directory.
   std::string NameOfStaging() const { return InsPath(request_.staging_dir_slash).FileName(); }
 
-  /// What makes staging fail is always an error.
+  /// Adds an error, because the finding makes staging fail.
   void Fail(FindingKind kind, const std::string& path, Findings::Arguments arguments = {}) {
     forecast_.fails = true;
     findings_.Add(kind, Severity::kError, path, arguments);
   }
 
-  /// How much the file system needs beside the files, to find them again, nobody knows.
+  /// Compares the room that staging needs with the free room. Nobody knows how much room the file
+  /// system needs to find the files again, so the larger estimate only makes the forecast doubtful.
   void LookAtRoom(std::uint64_t least_taken, std::uint64_t most_taken, std::uint64_t entries) {
-    constexpr std::uint64_t kBlocksOfAMap = 64;  // which takes no more than one itself
+    constexpr std::uint64_t kBlocksOfAMap = 64;  // the map itself takes at most one
     const std::string& path = request_.staging_dir_slash;
     const std::uint64_t most = Sum(Sum(most_taken, most_taken / kBlocksOfAMap),
                                    Product(forecast_.directories, room_.BlockSize()));
@@ -180,15 +182,15 @@ class StagingSurvey {
     }
   }
 
-  /// As the function of that name, for what staging needs.
+  /// Does what AddUnseen does for a path that staging needs: it makes staging fail.
   bool IsUnseen(const std::string& path, int error) {
     const bool is_unseen = AddUnseen(path, error, Severity::kError, findings_);
     if (is_unseen) forecast_.fails = true;
     return is_unseen;
   }
 
-  /// The nearest directory on the way to `path` that exists already; empty when not even its root can be
-  /// looked at.
+  /// Returns the nearest existing entry on the way to `path`; empty if the system cannot even look
+  /// at the root.
   InsPath NearestExisting(const std::string& path) {
     InsPath place(path.empty() || path.front() != '/' ? "./" + path : path);
     for (; !place.IsEmpty(); place = place.Parent()) {
@@ -211,11 +213,11 @@ class StagingSurvey {
     const bool is_there = StateAt(given).IsThere();
     Fail(!is_there      ? FindingKind::kTemporaryDirectoryMissing
          : is_directory ? FindingKind::kTemporaryDirectoryClosed
-                        : FindingKind::kTemporaryDirectoryIsNone,
+                        : FindingKind::kTemporaryDirectoryIsNoDirectory,
          given);
   }
 
-  /// The staging directory itself, and the directories above it that a copy must not contain.
+  /// Checks the staging directory, and notes the directories above it: no copy may contain them.
   void LookAtTarget() {
     const InsPath place = NearestExisting(request_.staging_dir_slash);
     if (!forecast_.fails) LookWhetherItCanBeWritten(place);
@@ -235,8 +237,8 @@ class StagingSurvey {
     }
   }
 
-  /// A directory is made where the path leads with slashes for backslashes, and a file written where
-  /// it leads as it stands.
+  /// The launcher makes directories at the path with slashes in place of backslashes, but writes
+  /// files at the path as it stands.
   void LookAtBackslash() {
     const std::string& path = request_.staging_dir_slash;
     const std::string given = path.substr(0, path.size() - NameOfStaging().size() - 2);
@@ -251,14 +253,14 @@ class StagingSurvey {
     return KVLInsIO::Join(request_.media_dir.Str(), names::kInst).Str();
   }
 
-  /// What cannot be listed is staged as an empty directory.
+  /// Returns false if the directory cannot be listed. Staging copies it as an empty directory.
   bool IsListed(const std::string& directory) {
     const int error = WhyNotAllowed(directory, R_OK);
     return !IsUnseen(directory, error) && error == 0;
   }
 
-  /// Where the same file of the media itself lies, over which one of an external media is laid;
-  /// empty when it is not.
+  /// Returns the path of the entry of the media itself that an entry of the external installer
+  /// media replaces; empty for an entry that replaces nothing.
   std::string OverlaidBy(const StagingCopy& copy) {
     if (request_.external_inst_slash.empty() || !IsListed(OwnInst())) return {};
     if (!copy.source.starts_with(request_.external_inst_slash + "/")) return {};
@@ -267,7 +269,7 @@ class StagingSurvey {
         .Str();
   }
 
-  /// The directories of an external media are given with a doubled slash.
+  /// Removes the doubled slash from the path of a directory of the external installer media.
   std::string InOneSlash(std::string source) const {
     const std::string& prefix = request_.external_inst_slash;
     if (!prefix.empty() && source.starts_with(prefix + "/")) source.erase(prefix.size(), 1);
@@ -286,7 +288,7 @@ class StagingSurvey {
     return {};
   }
 
-  /// Files are written below the destination as it stands, directories made where it leads.
+  /// Checks lengths: files use the destination as it stands, directories use its clean form.
   void LookAtLengths(const StagingCopy& copy, const Totals& totals) {
     const std::size_t longer = Difference(kLengthOfIdentifier, NameOfStaging().size());
     const std::string& destination = copy.destination;
@@ -329,8 +331,7 @@ class StagingSurvey {
          path);
   }
 
-  /// What is staged already stands in the way when it is of another kind, or may not be written.
-  /// Gives back what it is.
+  /// Adds a finding if the staged entry is of another kind or read-only. Returns its state.
   PathState LookAtOverlaid(const std::string& path, const std::string& overlaid,
                            bool with_directory) {
     if (overlaid.empty()) return {.error = ENOENT};
@@ -383,7 +384,7 @@ class StagingSurvey {
     return totals;
   }
 
-  /// Only of a tree that has been found to be finite and not too large.
+  /// Collects the names of the files. Callers know that the tree is finite and not too large.
   void List(const std::string& source, const std::string& destination,
             std::set<std::string>& names) {
     const PathState state = StateAt(source);
@@ -405,7 +406,7 @@ class StagingSurvey {
   StagingForecast forecast_;
   std::set<FileIdentity> above_target_;
   std::set<FileIdentity> on_the_way_;
-  std::map<std::pair<FileIdentity, FileIdentity>, Totals> done_;  // with what they are laid over
+  std::map<std::pair<FileIdentity, FileIdentity>, Totals> done_;  // by source and overlaid
 };
 
 }  // namespace

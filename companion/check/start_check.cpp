@@ -40,7 +40,7 @@ class StartCheck {
   }
 
  private:
-  /// Also of an error that is known already.
+  /// Returns true if `look` adds an error, even one that was known already.
   bool AddsErrors(const std::function<void()>& look) const {
     const std::size_t before = findings_.ErrorsAdded();
     look();
@@ -62,7 +62,7 @@ class StartCheck {
     }
   }
 
-  /// What the call and the environment name has been looked at before.
+  /// Checks the installer if only the script names it; any other one has been checked before.
   void LookAtInstallerOf(const std::string& script) {
     const std::string name = NameInScript(variables::kInstallerExe, media_.installer_name);
     const bool is_known = os_name_ == media_.os_name && name == media_.installer_name;
@@ -98,7 +98,7 @@ class StartCheck {
     AddCarriageReturn(script, head, findings_);
   }
 
-  /// Where the script starts it.
+  /// Checks the launcher at the path from which StartTUI.sh starts it.
   void LookAtLauncher() {
     const std::string launcher = InstallerIn(InsPath(media_dir_), os_name_, names::kLauncher);
     const PathState state = StateAt(launcher);
@@ -119,7 +119,7 @@ class StartCheck {
     }
   }
 
-  /// Of an installer that would be started in place, it has been said of the media.
+  /// Adds nothing new if the same has been reported of an installer that starts in place.
   void AddNoexec(const std::string& launcher) {
     const std::string_view code = RowOf(FindingKind::kInstallerOnNoexec).code;
     const auto& all = findings_.All();
@@ -129,8 +129,7 @@ class StartCheck {
     findings_.Add(FindingKind::kLauncherOnNoexec, said == all.end() ? launcher : said->path);
   }
 
-  /// Else the findings say why not: of the same severity as when it is `missing`, in the words for all
-  /// files of a media.
+  /// Returns true for a regular file. Otherwise adds an error: what lies there, or `missing`.
   bool IsFile(const std::string& path, const PathState& state, FindingKind missing) {
     if (state.IsFile()) return true;
     if (AddUnseen(path, state.error, Severity::kError, findings_)) return false;
@@ -144,7 +143,7 @@ class StartCheck {
     return false;
   }
 
-  /// On a file system that forbids it, nothing is said of the file.
+  /// Returns false on a file system mounted noexec, which has a finding of its own.
   bool MayNotBeExecuted(const std::string& path, const PathState& state) {
     if (!IsProgram(state.mode)) return true;
     if (IsOnNoexecMount(path, findings_)) return false;

@@ -1,4 +1,4 @@
-// Whether a media can be started: its start scripts, and the launcher that they start.
+// The check of the start scripts of a media, and of the launcher that they start.
 #pragma once
 
 #include <string>
@@ -8,31 +8,30 @@
 
 namespace kvl {
 
-/// What of a media cannot be started, or does not start the next one.
+/// Which programs of the start have errors.
 struct StartProblems {
-  bool tui = false;  ///< StartTUI.sh
-  bool gui = false;  ///< StartGUI.sh, which need not be there
-  bool launcher = false;
+  bool tui = false;       ///< StartTUI.sh
+  bool gui = false;       ///< StartGUI.sh; false if it is missing, because it is optional
+  bool launcher = false;  ///< the launcher that StartTUI.sh starts
 };
 
-/// What is known of a media whose start scripts are looked at.
+/// A media whose start scripts are checked.
 struct StartedMedia {
   const std::string& media_dir;
   const std::string& os_name;
   const std::string& installer_name;
-  bool has_external_installer;  ///< so that it needs none of its own
+  bool has_external_installer;  ///< then the media needs no installer of its own
 };
 
 /// Adds an error for each reason why StartTUI.sh or StartGUI.sh cannot be started, or cannot start
-/// the launcher. A launcher is looked for only where the text of StartTUI.sh has one: in the media,
-/// below the directory of the system that the script names, or else of `os_name`. So is an installer
-/// that the script names and nobody else. That a script is missing is not said again of one that
-/// staging misses.
-/// `script` is the beginning of StartTUI.sh, up to kMostOfAScript.
+/// the launcher. Looks for a launcher only if the text of StartTUI.sh starts one of the media,
+/// below the directory of the system that the script names, or else of `os_name`. Looks for an
+/// installer there if only the script names it. Does not report a missing script again if staging
+/// has reported it. `script` is the beginning of StartTUI.sh, up to kMostOfAScript.
 StartProblems CheckStart(const StartedMedia& media, const FileStart& script, Findings& findings);
 
-/// Asks the nearest directory on the way to `path` that is there. False as well when nothing can be
-/// found out, which is then among the findings.
+/// Returns true if the nearest existing directory on the way to `path` is on a file system mounted
+/// noexec. Returns false, and adds a finding, if the system cannot tell.
 bool IsOnNoexecMount(const std::string& path, Findings& findings);
 
 }  // namespace kvl

@@ -19,7 +19,7 @@
 namespace kvl {
 namespace {
 
-constexpr int kCannotStartStatus = 255;  // what the system makes of -1
+constexpr int kCannotStartStatus = 255;  // the exit status that the system makes of -1
 constexpr int kEmptyScriptStatus = 0;
 
 class StartForecast {
@@ -47,7 +47,7 @@ class StartForecast {
   void CannotStart() { report_.End(Expectation::kCannotStart, kCannotStartStatus); }
   void CannotBeKnown() { report_.End(Expectation::kCannotBeKnown, std::nullopt); }
 
-  /// The text with the identifier of this plan, which is not that of any run, written as such.
+  /// Replaces the identifier of this plan, which no run will have, by kIdentifier.
   std::string WithoutIdentifier(std::string text) const {
     if (!plan_.CopyInstaller) return text;
     std::string identifier = plan_.StagingDir.substr(plan_.TempRoot.size() + 1);
@@ -76,9 +76,9 @@ class StartForecast {
     }
   }
 
-  /// False when it cannot even be asked for its permissions, and what is in it.
+  /// Returns true for a regular file. Otherwise adds a finding.
   bool IsFileToStart(const PathState& state) {
-    if (!state.IsThere()) {  // it was
+    if (!state.IsThere()) {  // it was there before
       AddUnread(program_, state.error, Severity::kError, findings_);
       return false;
     }
@@ -86,15 +86,15 @@ class StartForecast {
     return !state.IsDirectory() && !AddSpecialFile(program_, state, Severity::kError, findings_);
   }
 
-  /// Finds out whose copy the staged installer is. False when there is none, although the one found is
-  /// there: what cannot be listed is copied as if it were empty.
+  /// Finds the original of the staged installer. Returns false if staging does not copy the
+  /// installer, because it takes a directory that it cannot list as empty.
   bool FindStaged() {
     const std::string& own = plan_.InstallerCandidate;
     const bool has_own = IsStaged(own, plan_.OriginalMediaDir);
     const std::string& external = state_.CommonDirPrefix;
     const bool has_external = !external.empty() && IsStaged(report_.installer, external);
     if (has_own && !has_external) program_ = own;
-    if (has_own) whose_mode_counts_ = own;  // an external one is written into what is there already
+    if (has_own) whose_mode_counts_ = own;  // an external installer keeps the mode
     if (has_own || has_external) return true;
     const std::string closed =
         ClosedDirectory(report_.installer, external.empty() ? plan_.OriginalMediaDir : external);
@@ -108,7 +108,8 @@ class StartForecast {
     return state.IsThere() && ClosedDirectory(file, directory).empty();
   }
 
-  /// The first one below `directory` on the way to a file in it that cannot be listed; maybe none.
+  /// Returns the first directory below `directory`, on the way to `file`, that cannot be listed;
+  /// empty if all can be listed.
   std::string ClosedDirectory(const std::string& file, const std::string& directory) {
     const std::size_t first = directory.size() + (directory.ends_with('/') ? 0 : 1);
     for (std::size_t end = first; (end = file.find('/', end)) != std::string::npos; ++end) {
@@ -147,7 +148,7 @@ class StartForecast {
     return state.mode;
   }
 
-  /// The copy belongs to the user; the superuser needs any of the three.
+  /// The user owns the copy and needs the bit of the owner; the superuser needs any of the three.
   static mode_t ExecuteBits() {
     return MayOverridePermissions() ? S_IXUSR | S_IXGRP | S_IXOTH : S_IXUSR;
   }
@@ -180,9 +181,9 @@ class StartForecast {
     if (AddMissingInterpreter(program_, head, findings_) != 0) CannotStart();
     if (report_.staged && !MayReadWhatIsStaged()) {
       AddUmask();
-      CannotBeKnown();  // how its interpreter takes that
+      CannotBeKnown();  // nobody can tell how the interpreter reacts
     }
-    // What the system cannot execute is given to the shell, which finds nothing to do.
+    // The system leaves an empty file to the shell, which has nothing to do.
     if (head.IsEmpty()) report_.End(Expectation::kCannotStart, kEmptyScriptStatus);
   }
 
@@ -194,7 +195,7 @@ class StartForecast {
     findings_.Add(FindingKind::kUmaskClosesStaging, report_.staging_directory, {OctalUmask()});
   }
 
-  /// It can be neither copied nor started.
+  /// Ends the run because the installer can be neither copied nor started.
   void EndForWantOfTheInstaller() {
     if (report_.staged) {
       report_.End(Expectation::kStagingFails, static_cast<int>(ExitStatus::kStagingFailed));
@@ -207,7 +208,7 @@ class StartForecast {
   const LauncherState& state_;
   MediaReport& report_;
   Findings& findings_;
-  std::string program_ = report_.installer;  // what is started, or what that is a copy of
+  std::string program_ = report_.installer;  // the installer, or the original of the staged one
   std::string whose_mode_counts_ = program_;
 };
 

@@ -1,4 +1,4 @@
-// How the start of the installer would go, found out without starting it.
+// A forecast of the start of the installer, made without starting it.
 #pragma once
 
 #include "companion/check/installer_variables.h"
@@ -7,12 +7,12 @@
 
 namespace kvl {
 
-/// Exports to this process what the installer would find, and puts the command and the variables that
-/// differ from those `before` into the report, and how the run ends when the installer cannot be
-/// started. Every reason for that, and for other trouble with it, is among the findings.
+/// Sets the variables of the installer in this process. Puts the command, the variables that differ
+/// from `before`, and the outcome of the launch into the report. Adds a finding for every reason
+/// why the installer does not start, and for other trouble with it.
 void ForecastStart(const RunPlan& plan, const Variables& before, MediaReport& report);
 
-/// The name that stands for the identifier of a staging directory, which differs from run to run.
+/// Stands for the identifier of a staging directory, which differs from run to run.
 inline constexpr char kIdentifier[] = "<identifier>";
 
 }  // namespace kvl

@@ -21,12 +21,12 @@ std::string_view WithoutQuotes(std::string_view value) {
   return is_quoted ? value.substr(1, value.size() - 2) : value;
 }
 
-/// Goes through a script line by line, and knows for which machines a line is.
+/// Reads a script line by line, and knows for which machines each line is.
 class ScriptLines {
  public:
   explicit ScriptLines(const std::string& script) : lines_(script) {}
 
-  /// False at the end.
+  /// Returns false at the end.
   bool Next() {
     if (!ReadLine(lines_, line_)) return false;
     text_ = line_;
@@ -51,7 +51,7 @@ class ScriptLines {
   const std::vector<std::string>& Machines() const { return machines_; }
 
  private:
-  /// Those of a line "one | another)".
+  /// Takes the machines from a line "one | another)".
   void SetMachines() {
     std::istringstream patterns(std::string(text_.substr(0, text_.size() - 1)));
     machines_.clear();

@@ -1,4 +1,4 @@
-// What the start script of a media tells the launcher.
+// What the start script of a media passes to the launcher.
 #pragma once
 
 #include <cstddef>
@@ -6,19 +6,19 @@
 
 namespace kvl {
 
-/// No more of a start script is looked at.
+/// How many bytes of a start script the check reads.
 inline constexpr std::size_t kMostOfAScript = 65536;
 
-/// This machine, as uname(1) calls it.
+/// Returns the name of this machine as uname(1) gives it.
 std::string NameOfThisMachine();
 
-/// The value that the script with this text gives the variable in a line NAME=value, the value a
-/// plain word, or one in quotes without anything to expand; the last such line counts. In the branches
-/// of "case $machine in", only those for this machine count. Empty when there is none.
+/// Returns the value from the last line NAME=value of the script, or an empty text. The value is a
+/// plain word, or a word in quotes without anything that a shell expands. In the branches of
+/// "case $machine in", only lines for `machine` count.
 std::string AssignmentIn(const std::string& script, const std::string& name,
                          const std::string& machine = NameOfThisMachine());
 
-/// The machines of these branches, with ", " between them; empty when there is no such choice.
+/// Returns the machines of these branches, with ", " between them; empty without such branches.
 std::string MachinesIn(const std::string& script);
 
 }  // namespace kvl

@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 constexpr uid_t kSuperuser = 0;
 constexpr gid_t kGroupOfTheSuperuser = 0;
 
-/// Whoever owns a directory can open it to himself, and rename what lies in it.
+/// The owner of a directory can always give himself permission and rename what lies in it.
 bool MayBeExchangedIn(const PathState& directory) {
   if (directory.owner != kSuperuser) return true;
   const bool is_open_to_group =
@@ -25,7 +25,8 @@ bool MayBeExchangedIn(const PathState& directory) {
   return is_open && (directory.mode & S_ISVTX) == 0;
 }
 
-/// False when nobody else can exchange anything on the way from the root to `place`.
+/// Adds a finding for the first directory from `place` up to the root that lets others replace its
+/// entries. Returns false if there is no such directory.
 bool AddFirstExchangeable(fs::path place, Findings& findings) {
   for (;; place = place.parent_path()) {
     const PathState state = StateAt(place);

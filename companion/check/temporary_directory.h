@@ -1,4 +1,4 @@
-// The place in which a launcher of the superuser would stage what it starts.
+// The check of the directory below which a launcher of the superuser stages the installer.
 #pragma once
 
 #include <string>
@@ -7,10 +7,11 @@
 
 namespace kvl {
 
-/// Adds a warning, for the superuser only, when somebody else may exchange what lies in the directory:
-/// because one on the way there, links followed or not, belongs to another user, or others may write
-/// into it and have no sticky bit in their way. Where they have, as in /tmp, nothing is said: the name
-/// of a staging directory cannot be guessed in the moment between the look at it and its making.
+/// Adds a warning, for the superuser only, if another user can replace what lies in the directory:
+/// the user owns a directory on the way there, links followed or not, or may write into it and no
+/// sticky bit prevents the replacement. Adds nothing for a directory with a sticky bit, such as
+/// /tmp: nobody can guess the name of the staging directory between the launcher's look at it and
+/// its creation.
 void AddExchangeable(const std::string& directory, Findings& findings);
 
 }  // namespace kvl

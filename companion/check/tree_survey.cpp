@@ -15,14 +15,14 @@
 namespace kvl {
 namespace {
 
-/// A way from one directory into another.
+/// A step from one directory into another.
 struct Way {
   FileIdentity to;
   std::string path;
   bool is_link;
 };
 
-/// The directories of a tree, and how they can be reached from each other.
+/// The directories of a tree and the steps between them.
 class Graph {
  public:
   void Add(const FileIdentity& from, Way way) {
@@ -31,8 +31,9 @@ class Graph {
     ways.push_back(std::move(way));
   }
 
-  /// Adds a finding for one link of each circle that a walk through all directories comes upon, in
-  /// the order in which they were added: that of their identities differs from copy to copy.
+  /// Walks through all directories and adds a finding for one link of each circle. Takes
+  /// directories in the order in which they were added, because the order of identities differs
+  /// from copy to copy.
   void FindCircles(Findings& findings) {
     for (const FileIdentity& start : order_) {
       if (!state_.contains(start)) FindCirclesBelow(start, findings);
@@ -68,7 +69,7 @@ class Graph {
     }
   }
 
-  /// `last` leads back to a directory of `steps`.
+  /// Adds a finding for a link of the circle that `last`, a step back into `steps`, closes.
   void Report(const std::vector<Step>& steps, const Way& last, Findings& findings) {
     const Way* link = last.is_link ? &last : nullptr;
     for (std::size_t i = steps.size(); link == nullptr && i-- > 0;) {
@@ -107,7 +108,7 @@ class TreeSurvey {
     findings_.Add(kind, Severity::kWarning, path);
   }
 
-  /// As the function of that name, for what is only in the way.
+  /// Does what AddUnseen does, with a warning.
   bool IsUnseen(const std::string& path, int error) {
     return AddUnseen(path, error, Severity::kWarning, findings_);
   }
@@ -143,7 +144,7 @@ class TreeSurvey {
   }
 
   void LookAtMode(const std::string& path, const PathState& state) {
-    if (findings_.Has(FindingKind::kClosedFile, path)) return;  // the survey of staging has said it
+    if (findings_.Has(FindingKind::kClosedFile, path)) return;  // staging has reported it
     AddNotForOthers(path, state, findings_);
   }
 
@@ -151,7 +152,7 @@ class TreeSurvey {
     if (IsUnseen(path, error)) return;
     if (error == ENAMETOOLONG) {
       Warn(FindingKind::kPathTooLong, path);
-    } else if (error == ENOENT) {  // and yet it was listed
+    } else if (error == ENOENT) {  // although it was listed
       AddUnread(path, error, Severity::kWarning, findings_);
     } else {
       Warn(FindingKind::kClosedWay, path);

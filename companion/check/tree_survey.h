@@ -1,5 +1,5 @@
-// Looking through a directory tree for what will make trouble once it is copied, burnt or installed
-// by somebody else. Nothing is opened but directories, and no link is gone through.
+// The survey of a directory tree for entries that make trouble when somebody else copies, burns or
+// installs the tree. It opens only directories and follows no links.
 #pragma once
 
 #include <string>
@@ -10,13 +10,17 @@
 
 namespace kvl {
 
-/// Adds a finding when others than its owner and group cannot read the file or directory.
+/// Adds a finding if users other than the owner and the group cannot read the file or directory.
 void AddNotForOthers(const std::string& path, const PathState& state, Findings& findings);
 
-/// Adds a finding for each: link that leads nowhere or round in a circle, pipe, socket, device, file
-/// or directory, the one given included, that others than its owner and group cannot read, directory that cannot be listed,
-/// name that is too long for a disc, path that is too long for the system. A link may lead to what is
-/// there only once the media is installed.
+/// Adds a finding for the directory itself and for what lies in it, for each
+///   - link that leads nowhere, unless its target is there once the media is installed,
+///   - link that leads round in a circle,
+///   - pipe, socket or device,
+///   - file or directory that users other than the owner and the group cannot read,
+///   - directory that cannot be listed,
+///   - name that is too long for a disc,
+///   - path that is too long for the system.
 void SurveyTree(const std::string& directory, const InstalledTree& installed, Findings& findings);
 
 }  // namespace kvl

@@ -26,11 +26,11 @@ using KVLInsIO::Join;
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-/// A marker, in a volume's words.
+/// The marker of a volume.
 struct Marker {
   std::string path;
-  std::string tag;  // empty when there is none
-  int error;        // why it cannot be read
+  std::string tag;  // empty without a tag
+  int error;        // why the marker cannot be read, or 0
 
   explicit Marker(std::string marker_path) : path(std::move(marker_path)) {
     FileText read = ReadMarker(path);
@@ -47,7 +47,7 @@ struct Marker {
   }
 };
 
-/// A tag may have a million bytes, and there may be a thousand of them.
+/// Shortens a tag: a media may have a thousand tags of a million bytes each.
 std::string ShortTag(std::string_view tag) {
   return Shortened(tag, VolumeReport::kLongestTag);
 }
@@ -70,7 +70,7 @@ class VolumeCheck {
     }
     report_.tag = ShortTag(first.tag);
     Record(1, media_dir_, first);
-    if (wanted_.empty()) {  // the launcher looks no further, either
+    if (wanted_.empty()) {  // the launcher does not look further
       SayWhichAreMissing();
       return std::move(report_);
     }
@@ -83,7 +83,7 @@ class VolumeCheck {
   }
 
  private:
-  /// What else tells how many volumes there are.
+  /// Compares the number with "media.xml", or else looks for one more volume.
   void CompareNumber(const VolumesFile& file, VolumeNumber described) {
     std::string reason;
     if (described > 0) {
@@ -102,7 +102,7 @@ class VolumeCheck {
     }
   }
 
-  /// The directory of a volume that nobody looks for; empty when it is not there.
+  /// Returns the directory of volume i, which the launcher does not look for; empty if missing.
   std::string PlaceOfOneMore(VolumeNumber i) {
     if (wanted_.empty()) return {};
     for (const InsPath& directory : {media_dir_, PlaceOf(i).directory}) {
@@ -113,7 +113,7 @@ class VolumeCheck {
     return {};
   }
 
-  /// The launcher drops one at the end of the line; whoever else reads the marker need not.
+  /// The launcher drops a carriage return at the end of a line; other readers of a marker may not.
   void LookForCarriageReturns(const Marker& marker) {
     constexpr std::size_t kMostOfAMarker = 65536;
     if (marker.error != 0) return;
@@ -123,7 +123,7 @@ class VolumeCheck {
     findings_.Add(FindingKind::kMarkerCarriageReturn, marker.path);
   }
 
-  /// Where a volume belongs: in which directory, and in which AM volume.
+  /// The expected place of a volume: its directory and its AM volume.
   struct Place {
     InsPath directory;
     InsPath am_directory;  // empty outside the AM layout
@@ -152,7 +152,8 @@ class VolumeCheck {
     Record(i, place.directory, Marker(Join(place.directory.Str(), MarkerName(i)).Str()));
   }
 
-  /// A marker that could not be read in a layout that is tried before may be why another one is taken.
+  /// Looks at the markers of layouts that the launcher tries before this one: an unreadable marker
+  /// may be the reason why the launcher takes this layout.
   void LookWhereItIsNot(VolumeNumber i) {
     const auto look_in = [&](const InsPath& directory) {
       const Marker marker(Join(directory.Str(), MarkerName(i)).Str());
@@ -162,7 +163,7 @@ class VolumeCheck {
     if (IsInAmVolumes()) look_in(Join(media_dir_.Parent().Str(), std::to_string(i)));
   }
 
-  /// False when the AM volume is not as it should be, so that nobody looks into it.
+  /// Returns false if the AM volume has a finding; the launcher does not look into such a volume.
   bool LookAtAmVolume(VolumeNumber i, const Place& place) {
     const std::string& wanted = scan_.first_am.tag;
     const Marker marker(Join(place.am_directory.Str(), MarkerName(place.am_number)).Str());
@@ -200,7 +201,7 @@ class VolumeCheck {
     }
   }
 
-  /// Those that follow each other are said in one.
+  /// Collects missing volumes with successive numbers for one finding.
   void AddMissing(std::string_view what, VolumeNumber number, const std::string& marker) {
     if (missing_ && missing_->what == what && missing_->last + 1 == number) {
       missing_->last = number;
@@ -222,7 +223,7 @@ class VolumeCheck {
     missing_.reset();
   }
 
-  /// Behind the rows, only what is there is worth a word.
+  /// Looks at the volumes above `last` that are there, and counts the others.
   void LookAtThoseBeyond(VolumeNumber last) {
     if (last == report_.count) return;
     const bool is_flat = scan_.layout == Layout::kFlat;
@@ -244,8 +245,8 @@ class VolumeCheck {
                   {std::to_string(rest), std::to_string(last)});
   }
 
-  /// The first file above the media with the name of an AM volume's marker has the last word; one
-  /// without a tag ends the search.
+  /// Adds a finding if the first file above the media that has the name of an AM marker has no tag:
+  /// the launcher ends its search there.
   void LookForAmMarker() {
     for (InsPath dir = media_dir_.Parent(); !dir.IsEmpty(); dir = dir.Parent()) {
       const std::string found = FirstMarkerIn(dir);
@@ -258,7 +259,7 @@ class VolumeCheck {
     }
   }
 
-  /// The path of the first one in the order of the system; empty without one.
+  /// Returns the path of the first marker in the order of the system; empty without a marker.
   std::string FirstMarkerIn(const InsPath& dir) {
     const DirectoryNames list = NamesIn(dir.Str());
     AddUnseen(dir.Str(), list.error, Severity::kWarning, findings_);
@@ -277,9 +278,9 @@ class VolumeCheck {
   struct Missing {
     std::string_view what;
     VolumeNumber first, last;
-    std::string marker;  // of the first
+    std::string marker;  // of the first volume
   };
-  std::optional<Missing> missing_;  // not said yet
+  std::optional<Missing> missing_;  // not reported yet
   VolumeReport report_;
 };
 

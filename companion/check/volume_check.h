@@ -1,4 +1,4 @@
-// The volumes of a media one by one: where each is expected, its tag, or what is wrong with it.
+// The check of the volumes of a media, one by one: the expected place, the tag, and what is wrong.
 #pragma once
 
 #include <string>
@@ -21,40 +21,43 @@ enum class VolumeState {
 
 struct VolumeRow {
   VolumeNumber number = 1;
-  std::string directory;  ///< where it is expected
-  std::string tag;        ///< in its marker, as VolumeReport has it; empty when there is none
+  std::string directory;  ///< where the launcher expects it
+  std::string tag;        ///< of its marker, Shortened to kLongestTag; empty if there is no tag
   VolumeState state = VolumeState::kFound;
 };
 
 struct VolumeReport {
-  /// As "volumes.txt" says; 1 without it, 0 when it cannot be known.
+  /// The number in "volumes.txt"; 1 if the file is missing, 0 if the number is unknown.
   VolumeNumber count = 1;
-  /// Of volume 1, when there are several; Shortened to kLongestTag.
+  /// The tag of volume 1 of a media of several volumes, Shortened to kLongestTag.
   std::string tag;
-  /// Of a media of several volumes the first kMostRows, and every one beyond that is not missing.
+  /// Empty for a media of one volume. Otherwise the first kMostRows volumes, and all above them
+  /// that are not missing.
   std::vector<VolumeRow> rows;
 
   static constexpr VolumeNumber kMostRows = 1000;
   static constexpr std::size_t kLongestTag = 256;
 };
 
-/// What "volumes.txt" says.
+/// The contents of "volumes.txt".
 struct VolumesFile {
-  VolumeNumber count = 1;  ///< 1 when it is missing, 0 when it has no number or cannot be read
-  bool is_fine = true;     ///< false when something about it is among the findings
+  VolumeNumber count = 1;  ///< 1 if the file is missing, 0 if it has no number or cannot be read
+  bool is_fine = true;     ///< false if the file has a finding
   bool is_missing = false;
 };
 
-/// Reads "volumes.txt", once.
+/// Reads "volumes.txt" once, and adds a finding for what is wrong with it.
 VolumesFile CheckVolumesFile(const KVLInsIO::InsPath& media_dir, Findings& findings);
 
-/// Looks at every volume where the scan, which has just been made, expects it. A scan that has failed,
-/// or has missed what is there, is always among the findings; so is a number in "volumes.txt" when
-/// another one above 0 is `described`, or when one volume more than that lies there.
+/// Looks at every volume where the launcher's scan, which has just run, expects it. Adds a finding
+///   - for each volume with something wrong,
+///   - for a scan that fails or misses a volume that is there,
+///   - for a number in "volumes.txt" that differs from `described`, if that is above 0,
+///   - for a number in "volumes.txt" if `described` is 0 or less and one more volume is there.
 VolumeReport CheckVolumes(const KVLInsIO::InsPath& media_dir, const VolumesFile& file,
                           VolumeNumber described, const ScanOutcome& scan, Findings& findings);
 
-/// Adds a finding when the payload of the volume in `directory` is missing.
+/// Adds a finding if the payload of the volume in `directory` is missing.
 void CheckPayload(const std::string& directory, VolumeNumber volume, Findings& findings);
 
 }  // namespace kvl

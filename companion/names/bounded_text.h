@@ -1,4 +1,4 @@
-// Texts of a disc, which are read whole, but never without a bound.
+// Reads whole texts from a disc, but only up to a bound.
 #pragma once
 
 #include <cstdint>
@@ -9,14 +9,15 @@
 
 namespace kvl {
 
-/// A text that is longer than it may be: "longer than <number> bytes".
+/// Is thrown for a text that is too long; says "longer than <number> bytes".
 class TooLong : public std::runtime_error {
  public:
   explicit TooLong(std::uint64_t most_bytes)
       : std::runtime_error("longer than " + std::to_string(most_bytes) + " bytes") {}
 };
 
-/// All of an open file. Throws TooLong, and as Read does.
+/// Returns all of an open file. Throws TooLong if it has more than `most_bytes`, and what Read
+/// throws.
 std::string WholeText(const KVLInsIO::OpenFile& file, std::uint64_t most_bytes);
 
 }  // namespace kvl

@@ -1,4 +1,4 @@
-// The layouts of a media in words.
+// The names of the layouts of a media.
 #pragma once
 
 #include <algorithm>
@@ -10,7 +10,7 @@
 
 namespace kvl {
 
-/// Of a media of one volume, of which no further one is looked for.
+/// The layout of a media of one volume.
 inline constexpr Layout kSingle = Layout::kNone;
 
 /// In the order of the enumeration.
@@ -20,7 +20,7 @@ inline const char* NameOf(Layout layout) {
   return kLayoutNames.at(static_cast<std::size_t>(layout));
 }
 
-/// `name` is one of the names.
+/// Returns the layout with this name, which must be in kLayoutNames.
 inline Layout LayoutNamed(std::string_view name) {
   return static_cast<Layout>(std::find(kLayoutNames.begin(), kLayoutNames.end(), name) -
                              kLayoutNames.begin());

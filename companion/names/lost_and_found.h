@@ -1,4 +1,4 @@
-// What lies on a disc although nobody has put it there.
+// The directory that a file system makes by itself.
 #pragma once
 
 #include <sys/stat.h>
@@ -9,8 +9,8 @@
 
 namespace kvl {
 
-/// True for the directory "lost+found" that a file system begins with, at its top; a link of that
-/// name is none. Throws as OpenDirectory::Look does.
+/// Returns true if `name` is the directory "lost+found", which a new file system has at its top,
+/// and not a link of this name. Throws what OpenDirectory::Look throws.
 inline bool IsLostAndFound(const KVLInsIO::OpenDirectory& top, const std::string& name) {
   return name == "lost+found" && S_ISDIR(top.Look(name).mode);
 }

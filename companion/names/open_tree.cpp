@@ -12,7 +12,7 @@ using KVLInsIO::OpenDirectory;
 std::shared_ptr<const OpenDirectory> OpenTree::Hold(const std::string& path) {
   if (path.empty()) return top_;
   if (here_ && path == path_) return here_;
-  // A directory is mostly followed by those in it.
+  // The next directory usually lies in the last one.
   const bool is_below = here_ && path.starts_with(path_ + "/");
   std::shared_ptr<const OpenDirectory> place = is_below ? std::move(here_) : top_;
   std::size_t begin = is_below ? path_.size() + 1 : 0;

@@ -1,4 +1,4 @@
-// Going about in a tree, by names, from a directory that is held open.
+// Opens the directories of a tree by name, starting from a directory that stays open.
 #pragma once
 
 #include <memory>
@@ -9,29 +9,29 @@
 
 namespace kvl {
 
-/// What becomes of symbolic links: they stay what they are, or what they lead to stands in their place.
+/// Whether symbolic links stay links, or what they lead to takes their place.
 enum class Links { kKept, kFollowed };
 
-/// The last directory stays open, so that one entry after the other of it costs no way there.
+/// Keeps the last directory open, so that its entries need no new way from the top.
 class OpenTree {
  public:
   enum class Missing { kFails, kIsMade };
 
-  /// `missing` is for directories below the top, which must outlive the tree and all that it gives.
-  /// Links to directories are followed on the way only when `links` says so, and then also out of the
-  /// tree.
+  /// `missing` says what happens to a missing directory below the top. The top must outlive the
+  /// tree and all directories that it returns. Follows links to directories only if `links` says
+  /// so, then also out of the tree.
   OpenTree(const KVLInsIO::OpenDirectory& top, Missing missing, Links links = Links::kKept)
       : top_(std::shared_ptr<void>(), &top), missing_(missing), links_(links) {}
-  /// A tree that owns its top.
+  /// Does the same with a top that the tree owns.
   OpenTree(KVLInsIO::OpenDirectory&& top, Missing missing, Links links = Links::kKept)
       : top_(std::make_shared<KVLInsIO::OpenDirectory>(std::move(top))),
         missing_(missing),
         links_(links) {}
 
-  /// The directory at a path of names below the top, such as "a/b"; the empty one is the top. It stays
-  /// open until the next call. Throws as OpenDirectory does.
+  /// Returns the directory at a path below the top, such as "a/b"; the empty path is the top. The
+  /// directory stays open until the next call. Throws what OpenDirectory throws.
   const KVLInsIO::OpenDirectory& At(const std::string& path) { return *Hold(path); }
-  /// The same, open for as long as somebody holds it.
+  /// Returns the same directory, which stays open as long as the caller holds it.
   std::shared_ptr<const KVLInsIO::OpenDirectory> Hold(const std::string& path);
 
   bool FollowsLinks() const { return links_ == Links::kFollowed; }
@@ -44,7 +44,7 @@ class OpenTree {
   std::string path_;  // of `here_`
 };
 
-/// A path as the directory and the name in it.
+/// A path, split into the directory and the name in it.
 struct Place {
   explicit Place(const std::string& path);
   std::string directory, name;

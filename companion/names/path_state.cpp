@@ -5,7 +5,7 @@
 namespace kvl {
 namespace {
 
-/// What a call that gave `result` has put into `status`.
+/// Returns the state from a call that returned `result` and filled `status`.
 PathState Seen(int result, const struct stat& status) {
   if (result != 0) return {.error = errno};
   return {.mode = status.st_mode,

@@ -1,4 +1,4 @@
-// What lies at a path, asked once.
+// The state of an entry, from one question to the system.
 #pragma once
 
 #include <sys/stat.h>
@@ -13,7 +13,7 @@ namespace kvl {
 using FileIdentity = std::pair<dev_t, ino_t>;
 
 struct PathState {
-  int error = 0;    ///< why nothing is known; what follows is zero then
+  int error = 0;    ///< why nothing is known; all other members are zero then
   mode_t mode = 0;  ///< type and permissions
   uid_t owner = 0;
   gid_t group = 0;
@@ -26,14 +26,14 @@ struct PathState {
   bool IsLink() const { return S_ISLNK(mode); }
 };
 
-/// Where a path leads to, links followed. The path is taken as it stands.
+/// Returns the state of what the path leads to, links followed. Takes the path as it stands.
 PathState StateAt(const std::string& path);
-/// The same of the entry itself, which may be a link.
+/// Returns the state of the entry itself, which may be a link.
 PathState StateOfEntry(const std::string& path);
-/// The same of an open file.
+/// Returns the state of an open file.
 PathState StateOfOpen(int file);
 
-/// Somebody may execute it.
+/// Returns true if anybody may execute a file with this mode.
 inline bool IsProgram(mode_t mode) {
   return (mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0;
 }

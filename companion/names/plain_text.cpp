@@ -7,8 +7,8 @@ unsigned char ByteAt(std::string_view bytes, std::size_t at) {
   return static_cast<unsigned char>(bytes[at]);
 }
 
-/// The lowest and the highest second byte of a character, which exclude overlong forms, surrogates
-/// and what lies beyond the last character.
+/// The lowest and the highest second byte of a character. They exclude overlong forms, surrogates
+/// and numbers above the last character.
 struct SecondByte {
   unsigned char lowest, highest;
 };
@@ -28,7 +28,7 @@ SecondByte SecondByteAfter(unsigned char first) {
   }
 }
 
-/// The length of the valid character that stands at the beginning; 0 when there is none.
+/// Returns the length of the valid character at the beginning, or 0.
 std::size_t CharacterLength(std::string_view bytes) {
   const unsigned char first = ByteAt(bytes, 0);
   if (first < 0x80) return 1;
@@ -49,7 +49,7 @@ void AppendByte(std::string& text, unsigned char byte) {
   text.push_back(kDigits[byte % 16]);
 }
 
-/// The character's number. `bytes` are one valid character.
+/// Returns the number of a character. `bytes` must be one valid character.
 char32_t NumberOf(std::string_view bytes) {
   const unsigned char first = ByteAt(bytes, 0);
   if (bytes.size() == 1) return first;
@@ -58,8 +58,8 @@ char32_t NumberOf(std::string_view bytes) {
   return number;
 }
 
-/// True for a character that a terminal obeys instead of showing it: a control character, or one
-/// that breaks a line or turns the direction of the text behind it.
+/// Returns true for a character that a terminal obeys instead of showing: a control character, or
+/// one that breaks a line or changes the direction of the text.
 bool IsObeyed(char32_t character) {
   const auto is_between = [character](char32_t first, char32_t last) {
     return character >= first && character <= last;

@@ -1,4 +1,4 @@
-// The report on a media for programs.
+// The reports of `kvl-media check` and `kvl-media make` as JSON.
 #pragma once
 
 #include <string>
@@ -8,54 +8,58 @@
 
 namespace kvl {
 
-/// One object, indented, with a line feed at the end. Its keys are always there, in this order:
+/// Returns one object, indented, with a line feed at the end. It always has these keys, in this
+/// order:
 ///
 ///   format          1; a change that breaks readers raises it
-///   fine            true when there are no findings
-///   expectation     of a launcher that is started without the start script: "installer-runs",
-///                   "bad-command-line", "no-installer", "blank-in-installer-media", "abort", "query",
-///                   "staging-fails", "cannot-start"
-///   status          the launcher's exit status, 134 for an abort; null when the installer decides
-///   start           of a start by StartTUI.sh: "start-script-fails", "launcher-cannot-start", or else
-///                   as the expectation
+///   fine            true without findings
+///   expectation     the outcome if the launcher is started without the start script:
+///                   "installer-runs", "bad-command-line", "no-installer",
+///                   "blank-in-installer-media", "abort", "query", "staging-fails", "cannot-start"
+///                   or "cannot-be-known"
+///   status          the exit status of the launcher, 134 for an abort; null if the installer
+///                   decides or the outcome is unknown
+///   start           the outcome of a start by StartTUI.sh: "start-script-fails",
+///                   "launcher-cannot-start" or the expectation
 ///   media           the directory of volume 1
-///   found_in        the directory that was given when that of volume 1 lies below it, else empty
-///   os, os_source, installer_name, installer_name_source    what the launcher is told, and by what:
-///                   "option" of the call, "environment", "start-script", "argument" ("-env") or "none"
-///   layout          "single", "flat", "sibling", "am", "unknown", "not-looked-for"
-///   volume_count    as in "volumes.txt", 1 without it, 0 when it has no number
-///   tag             of volume 1
-///   volumes         of a media of several: number, directory, tag, and state "found", "missing",
-///                   "other-tag", "unreadable" or "no-tag"
-///   installer       path (as found), source: "media", "argument", "variable" or "none"
-///   staged          true when the launcher copies the installer
-///   staging         directory, files, directories, bytes, free_bytes, free_entries (files and
-///                   directories; null without a limit), names (relative, sorted; empty beyond 100000); null when nothing is to be staged
-///   command         the installer as it would be started, and its arguments; empty when the run
-///                   ends before
-///   variables       what the launcher sets or changes for it
-///   messages        the launcher's lines before it stages and starts
+///   found_in        the given directory if volume 1 lies below it, else empty
+///   os, os_source, installer_name, installer_name_source
+///                   the names that the launcher gets, and what gives them: "option" of the call,
+///                   "environment", "start-script", "argument" ("-env") or "none"
+///   layout          "single", "flat", "sibling", "am", "unknown" or "not-looked-for"
+///   volume_count    the number in "volumes.txt"; 1 without the file, 0 if the number is unknown
+///   tag             the tag of volume 1
+///   volumes         of a media of several volumes: number, directory, tag, and state: "found",
+///                   "missing", "other-tag", "unreadable" or "no-tag"
+///   installer       path (in the media), source: "media", "argument", "variable" or "none"
+///   staged          true if the launcher copies the installer
+///   staging         directory, files, directories, bytes, free_bytes, free_entries (of files and
+///                   directories; null without a limit), names (relative, sorted; empty beyond
+///                   100000); null if the launcher stages nothing
+///   command         the path of the installer and its arguments; empty if the run ends before
+///   variables       the variables that the launcher sets or changes for the installer
+///   messages        the lines of the launcher before it stages and starts the installer
 ///   findings        code, severity ("error" or "warning"), path (may be empty), text, remedy
-///   further         by code, how many findings there are beyond the 100 that are listed
+///   further         for each code, the number of findings beyond the 100 that are listed
 ///
-/// A tag of more than 256 bytes is Shortened to them, as is a variable or a message of more than
-/// 131072 bytes, which the system would hand to no program.
+/// A tag of more than 256 bytes is Shortened to 256, and so is a variable or a message of more than
+/// 131072 bytes, because the system passes no such text to a program.
 ///
-/// All is UTF-8. Every text is written as ToOneLine does it, before JSON's own rules, so that its
-/// bytes can be told exactly and none of them moves a terminal that shows the report.
+/// The report is UTF-8. ToOneLine writes every text before the rules of JSON apply, so readers can
+/// restore its exact bytes, and no text moves a terminal that shows the report.
 std::string JsonReport(const MediaReport& report);
 
-/// The same of a call of make; the keys:
+/// Returns the same kind of object for a call of make, with these keys:
 ///
 ///   format, findings, further    as above
-///   made            true when the media was made
-///   dry_run         true when nothing was to be written
-///   starts          true when the media can be started where it lies
-///   message         why it was not made or is not sound; else empty
-///   tag             as in the call
-///   layout          a name as above; null when the call was refused
-///   needed          bytes and entries (files and directories) that it takes on its file system
-///   volumes         number, directory, and of its payload files and bytes
+///   made            true if the media was made
+///   dry_run         true in a dry run, which writes nothing
+///   starts          true if the media starts where it lies
+///   message         why the media was not made or is not sound; else empty
+///   tag             the tag of the call
+///   layout          a name as above; null if the call was refused
+///   needed          bytes and entries (files and directories) that the media takes
+///   volumes         number, directory, files and bytes (of the payload), image, image_bytes
 std::string JsonReport(const MakeReport& report);
 
 }  // namespace kvl

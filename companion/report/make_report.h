@@ -1,4 +1,4 @@
-// What came of a call of make, or would come of it.
+// The result of a call of `kvl-media make`, also of a dry run.
 #pragma once
 
 #include <cstdint>
@@ -13,24 +13,25 @@ namespace kvl {
 
 struct MakeReport {
   struct Volume {
-    std::string directory;       ///< where the launcher finds it; empty when only its image is left
-    std::uint64_t files, bytes;  ///< of its payload
-    std::string image = {};      ///< its disc image; empty when there is none
-    std::uint64_t image_bytes = 0;  ///< of a dry run at most
+    std::string
+        directory;  ///< where the launcher finds the volume; empty if only its image is left
+    std::uint64_t files, bytes;     ///< of its payload
+    std::string image = {};         ///< path of its disc image; empty without one
+    std::uint64_t image_bytes = 0;  ///< in a dry run the most that the image may take
   };
 
   bool is_dry_run = false;
   bool is_made = false;
-  bool starts = false;  ///< where it lies; false for images alone
-  std::string message;  ///< why it was not made, or does not start; else empty
+  bool starts = false;  ///< true if the media starts where it lies; false for images alone
+  std::string message;  ///< why the media was not made or does not start; else empty
   std::string tag;
 
-  // Of the plan; nothing when there is none.
+  // The plan; empty if the call has none.
   std::optional<Layout> layout;
   std::vector<Volume> volumes;
-  std::uint64_t needed_bytes = 0, needed_entries = 0;  ///< on the file system
+  std::uint64_t needed_bytes = 0, needed_entries = 0;  ///< on the file system of the media
 
-  Findings findings;  ///< of the check at the end, and of the plan
+  Findings findings;  ///< of the plan and of the check at the end
 };
 
 }  // namespace kvl

@@ -1,4 +1,4 @@
-// The words that both reports use.
+// Words and codes that the text and the JSON reports share.
 #pragma once
 
 #include <cstddef>
@@ -15,12 +15,12 @@ inline std::string Padded(std::string text, std::size_t width) {
   return text;
 }
 
-/// A number and its word, with a plural s.
+/// Returns a number and its word, which gets an "s" unless the number is 1.
 inline std::string Counted(std::uint64_t count, const std::string& word) {
   return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
 }
 
-/// For programs: stable.
+/// Returns the code for programs, which stays stable.
 inline const char* CodeOf(Expectation expectation) {
   switch (expectation) {
     case Expectation::kBadCommandLine:

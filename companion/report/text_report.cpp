@@ -10,11 +10,7 @@ namespace kvl {
 namespace {
 
 constexpr std::size_t kLabelWidth = 11;
-constexpr std::size_t kMostOfOneCode = 10;  // lines for people; programs get more
-
-std::string LineOf(const std::string& label, const std::string& value) {
-  return Padded(label, kLabelWidth) + value + "\n";
-}
+constexpr std::size_t kMostOfOneCode = 10;  // lines of text; the JSON report has more
 
 class Text {
  public:
@@ -35,12 +31,12 @@ class Text {
 
  private:
   std::string System() const {
-    if (report_.os_name.empty()) return "none named";
+    if (report_.os_name.empty()) return "not set";
     return ToOneLine(report_.os_name) + ", from " + TextOf(report_.os_source, "--os");
   }
 
   std::string NameOfInstaller() const {
-    if (report_.installer_name.empty()) return "; none named";
+    if (report_.installer_name.empty()) return "; name not set";
     return "; name from " + TextOf(report_.installer_name_source, "--installer");
   }
 
@@ -57,7 +53,9 @@ class Text {
     }
   }
 
-  void Line(const std::string& label, const std::string& value) { text_ += LineOf(label, value); }
+  void Line(const std::string& label, const std::string& value) {
+    text_ += Padded(label, kLabelWidth) + value + "\n";
+  }
 
   std::string Media() const {
     const std::string media = ToOneLine(report_.media_dir);
@@ -84,7 +82,7 @@ class Text {
       return;
     }
     if (report_.volumes.count <= 1) {
-      Line("Volumes", report_.volumes.count == 1 ? "1" : "number unknown");
+      Line("Volumes", report_.volumes.count == 1 ? "1" : "unknown number");
       return;
     }
     Line("Volumes",
@@ -95,7 +93,7 @@ class Text {
 
   void WriteVolumeLines() {
     const std::vector<VolumeRow>& rows = report_.volumes.rows;
-    std::vector<std::pair<std::string, std::string>> lines;  // numbers, and what follows them
+    std::vector<std::pair<std::string, std::string>> lines;  // the numbers and the rest of the line
     for (std::size_t i = 0; i < rows.size(); ++i) {
       const VolumeRow& first = rows[i];
       i = LastOfRange(i);
@@ -114,7 +112,7 @@ class Text {
     }
   }
 
-  /// The index of the last row that stands in one line with this one: missing volumes without a gap.
+  /// Returns the last row that shares a line with this one: missing volumes share one.
   std::size_t LastOfRange(std::size_t first) const {
     const std::vector<VolumeRow>& rows = report_.volumes.rows;
     const auto is_missing = [&](std::size_t i) { return rows[i].state == VolumeState::kMissing; };
@@ -132,15 +130,15 @@ class Text {
   }
 
   std::string Start() const {
-    if (report_.expectation == Expectation::kQuery) return "not asked for";
+    if (report_.expectation == Expectation::kQuery) return "not requested";
     const bool is_started = report_.expectation == Expectation::kInstallerRuns ||
                             report_.expectation == Expectation::kCannotStart ||
                             report_.expectation == Expectation::kCannotBeKnown;
-    if (!report_.staged) return is_started ? "in place" : "none";
+    if (!report_.staged) return is_started ? "in place" : "not reached";
     const StagingForecast& staging = report_.staging;
     return "staged in " + ToOneLine(report_.staging_directory) + ": " +
-           Counted(staging.files, "file") + ", " + Counted(staging.bytes, "byte") + ", free " +
-           std::to_string(staging.free_bytes);
+           Counted(staging.files, "file") + ", " + Counted(staging.bytes, "byte") + "; " +
+           Counted(static_cast<std::uint64_t>(staging.free_bytes), "byte") + " free";
   }
 
   void WriteDetails() {
@@ -169,11 +167,10 @@ class Text {
     const auto& [tui, gui, launcher] = report_.start_problems;
     if (launcher || (!tui && !gui)) return {};
     if (!tui || !gui) {
-      return std::string(tui ? names::kStartTui : names::kStartGui) +
-             " starts nothing; without it, ";
+      return std::string(tui ? names::kStartTui : names::kStartGui) + " will fail; without it, ";
     }
     return std::string(names::kStartTui) + " and " + names::kStartGui +
-           " start nothing; without them, ";
+           " will fail; without them, ";
   }
 
   std::string WhatIsStarted() const {
@@ -184,11 +181,11 @@ class Text {
         return report_.staged ? "the installer will be staged and started"
                               : "the installer will be started in place";
       case Expectation::kQuery:
-        return "the launcher will only answer with status " + status;
+        return "the launcher will start nothing and answer with status " + status;
       case Expectation::kCannotBeKnown:
-        return "what comes of a start of the installer cannot be known";
+        return "the outcome of the launch is unknown";
       case Expectation::kCannotStart:
-        return "the installer cannot be started, status " + status;
+        return "the installer cannot be started, and the launcher will end with status " + status;
       default:
         return "the launcher will end with status " + status;
     }
@@ -209,12 +206,13 @@ std::string FindingLines(const Findings& findings) {
       ++further[finding.Code()];
       continue;
     }
-    const std::string path = finding.path.empty() ? "" : ToOneLine(finding.path) + ": ";
-    text += LineOf(CodeOf(finding.severity),
-                   path + ToOneLine(finding.text) + "; " + ToOneLine(finding.Remedy()));
+    const std::string path = finding.path.empty() ? "" : ": " + ToOneLine(finding.path);
+    text.append(CodeOf(finding.severity)).append(": ").append(ToOneLine(finding.text));
+    text.append(path).append("; ").append(ToOneLine(finding.Remedy())).append("\n");
   }
   for (const auto& [code, count] : further) {
-    text += LineOf("", ("and " + std::to_string(count) + " more of ").append(code));
+    text += "and " + std::to_string(count) + " more findings with the code ";
+    text.append(code).append("\n");
   }
   return text;
 }

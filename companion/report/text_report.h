@@ -1,4 +1,4 @@
-// The report on a media for people.
+// The report of `kvl-media check` as text.
 #pragma once
 
 #include <string>
@@ -9,14 +9,15 @@ namespace kvl {
 
 enum class Detail {
   kShort,
-  kVerbose,  ///< with the command, the variables and the launcher's messages
+  kVerbose,  ///< also the command, the variables and the messages of the launcher
 };
 
-/// A line for each finding, as far as people read them.
+/// Returns a line "severity: text: path; remedy" for each of the first 10 findings of a code, and a
+/// line for each code that has more.
 std::string FindingLines(const Findings& findings);
 
-/// Plain lines: what the launcher finds, one line for each finding, and a verdict at the end. What
-/// comes from the media is written as ToOneLine does it.
+/// Returns lines of text: what the launcher finds, FindingLines, and a verdict as the last line.
+/// ToOneLine writes whatever comes from the media.
 std::string TextReport(const MediaReport& report, Detail detail);
 
 }  // namespace kvl

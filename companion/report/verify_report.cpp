@@ -16,7 +16,7 @@ using Numbers = std::vector<std::size_t>;
 
 constexpr int kVerifyFormat = 1;
 
-/// In rising order.   1 2 3 5  =>  1-3, 5
+/// Shortens numbers in rising order: 1 2 3 5  =>  1-3, 5
 std::string Ranges(const Numbers& numbers) {
   std::string text;
   for (std::size_t i = 0; i < numbers.size(); ++i) {

@@ -1,4 +1,4 @@
-// The reports on a media that was verified, for people and for programs.
+// The reports of `kvl-media verify` as text and as JSON.
 #pragma once
 
 #include <cstddef>
@@ -9,23 +9,25 @@
 
 namespace kvl {
 
-/// A line for each flaw, and a last one that says how it stands. What comes from the media is
-/// written as ToOneLine does it.
+/// Returns a line for each flaw, and a verdict as the last line. ToOneLine writes whatever comes
+/// from the media.
 std::string VerifyText(const VerifyReport& report);
 
-/// "volume 2" or "volumes 1-3, 5", for numbers in rising order.
+/// Returns "volume 2" or "volumes 1-3, 5"; the numbers must be in rising order.
 std::string NamedVolumes(const std::vector<std::size_t>& numbers);
 
-/// One object, indented, with a line feed at the end. Its keys are always there, in this order:
+/// Returns one object, indented, with a line feed at the end. It always has these keys, in this
+/// order:
 ///
 ///   format          1; a change that breaks readers raises it
-///   whole           true when every volume was looked at and nothing is wrong
-///   genuine         true when nothing is wrong with the volumes that were looked at, and the key has
-///                   proven it; null without a key
-///   tag, layout     of the manifest; empty and "unknown" when none could be read
-///   volume_count    of the media; 0 when no manifest could be read
-///   looked_at, not_looked_at     numbers of volumes
-///   files, bytes    that were read, of those on lists
+///   whole           true if every volume was read and nothing is wrong
+///   genuine         true if nothing is wrong with the volumes that were read, as the key proves;
+///                   null without a key
+///   tag, layout     as in the manifest; empty and "unknown" if no manifest could be read
+///   volume_count    as in the manifest; 0 if no manifest could be read
+///   looked_at, not_looked_at
+///                   the numbers of the volumes that were read, and of the others
+///   files, bytes    how many of the listed files were read, and their bytes
 ///   findings        code, path, text (may be empty)
 ///
 /// Texts are written as in JsonReport.

@@ -269,13 +269,13 @@ TEST(KvlMediaCheck, GivesProgramsOneObjectWithAllKeys) {
        {{{"code", "volume-missing"},
          {"severity", "warning"},
          {"path", world.Path("2/2.txt")},
-         {"text", "volume 2 is missing: it has no marker"},
+         {"text", "volume 2 has no marker"},
          {"remedy", "copy the whole volume there"}},
         {{"code", "dangling-link"},
          {"severity", "warning"},
          {"path", world.Path("1/a\\xFF\\\\")},
-         {"text", "a link that leads nowhere"},
-         {"remedy", "put there what it leads to, or remove the link if nothing needs it"}}}},
+         {"text", "this link leads nowhere"},
+         {"remedy", "restore what the link leads to, or remove the link if nothing needs it"}}}},
       {"further", Json::object()},
   };
   EXPECT_EQ(seen, (Outcome{1, expected.dump(2) + "\n", ""}));

@@ -51,76 +51,76 @@ TEST_P(CheckOfABadDisc, GivesTheErrorOfTheSystem) {
 constexpr char kBadFiles[] = R"(
 = started in place
 # StartScript: open look ask {1}/StartTUI.sh
-error      {1}/StartTUI.sh: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
-1 problem: StartTUI.sh starts nothing; without it, the installer will be started in place
+error: the system cannot read this entry (Input/output error): {1}/StartTUI.sh; examine the disc, and copy the entry again if it is part of the media
+1 problem: StartTUI.sh will fail; without it, the installer will be started in place
 # StartScriptWithWindows: look {1}/StartGUI.sh
-error      {1}/StartGUI.sh: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
-1 problem: StartGUI.sh starts nothing; without it, the installer will be started in place
+error: the system cannot read this entry (Input/output error): {1}/StartGUI.sh; examine the disc, and copy the entry again if it is part of the media
+1 problem: StartGUI.sh will fail; without it, the installer will be started in place
 # InstallerThatTheStartScriptAloneNames: ask {1}/inst/other/code/bin/installer
 $ file 1/StartTUI.sh KVL_OS=other\n
-error      {1}/inst/other/code/bin/installer: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
-1 problem: StartTUI.sh starts nothing; without it, the installer will be started in place
+error: the system cannot read this entry (Input/output error): {1}/inst/other/code/bin/installer; examine the disc, and copy the entry again if it is part of the media
+1 problem: StartTUI.sh will fail; without it, the installer will be started in place
 # VolumesFileThatCannotBeAskedFor: ask {1}/inst/volumes.txt
-Volumes    number unknown
-warning    {1}/inst/volumes.txt: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+Volumes    unknown number
+warning: the system cannot read this entry (Input/output error): {1}/inst/volumes.txt; examine the disc, and copy the entry again if it is part of the media
 # Directory: list {1}/inst/common
-warning    {1}/inst/common: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+warning: the system cannot read this entry (Input/output error): {1}/inst/common; examine the disc, and copy the entry again if it is part of the media
 # File: look {1}/media.db
-warning    {1}/media.db: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+warning: the system cannot read this entry (Input/output error): {1}/media.db; examine the disc, and copy the entry again if it is part of the media
 # EntryAboveTheMedia: look {}/file
 $ remove 2; file file
 Volumes    2, layout unknown, tag SET-A
            1  found       {1}
            2  missing     {2}
-Start      none
-error      {1}: the search for an AM volume above it meets an error, which aborts the launcher: lstat - {}/file - Input/output error; remove or repair what it names, or put the media elsewhere
-warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
+Start      not reached
+error: the launcher searches for an AM volume above the media, meets an error (lstat - {}/file - Input/output error) and aborts: {1}; remove or repair what the error names, or put the media elsewhere
+warning: volume 2 has no marker: {2}/2.txt; copy the whole volume there
 2 problems: the launcher will end with status 134
 = cannot be started
 # Installer: open look {1}/inst/linux/code/bin/installer
-error      {1}/inst/linux/code/bin/installer: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+error: the system cannot read this entry (Input/output error): {1}/inst/linux/code/bin/installer; examine the disc, and copy the entry again if it is part of the media
 = has no installer
 # InstallerThatCannotBeAskedFor: ask {1}/inst/linux/code/bin/installer
-error      {1}/inst/linux/code/bin/installer: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+error: the system cannot read this entry (Input/output error): {1}/inst/linux/code/bin/installer; examine the disc, and copy the entry again if it is part of the media
 # InstallerAtTheFirstLook: ask-once {1}/inst/linux/code/bin/installer
-error      {1}/inst/linux/code/bin/installer: the launcher does not find it, and a second look does; look at the disc, and check again
+error: the launcher does not find this installer, but a second look finds it: {1}/inst/linux/code/bin/installer; examine the disc, and check the media again
 = lacks a volume
 # VolumesFileAtTheFirstLook: open-once {1}/inst/volumes.txt
            2  found       {2}
-warning    {1}: the launcher does not find all volumes, and a second look does; look at the disc, and check again
+warning: the launcher does not find all volumes, but a second look finds them: {1}; examine the disc, and check the media again
 # Marker: open {2}/2.txt
 $ 1: volumes=3; 3: 3=SET-A
 Volumes    3, layout sibling, tag SET-A
            1  found       {1}
            2  unreadable  {2}
            3  found       {3}
-warning    {2}/2.txt: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+warning: the system cannot read this entry (Input/output error): {2}/2.txt; examine the disc, and copy the entry again if it is part of the media
 # MarkerOfTheFirstVolume: open {1}/1.txt
 Volumes    2, layout unknown
            1  unreadable  {1}
-warning    {1}/1.txt: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+warning: the system cannot read this entry (Input/output error): {1}/1.txt; examine the disc, and copy the entry again if it is part of the media
 # VolumesFile: open {1}/inst/volumes.txt
-Volumes    number unknown
-warning    {1}/inst/volumes.txt: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+Volumes    unknown number
+warning: the system cannot read this entry (Input/output error): {1}/inst/volumes.txt; examine the disc, and copy the entry again if it is part of the media
 # VolumesFileToBeStaged: look {1}/inst/volumes.txt
 $ 2: 2=SET-B
-Volumes    number unknown
-Start      staged in {tmp}/<identifier>: 8 files, <n> bytes, free <n>
-error      {1}/inst/volumes.txt: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+Volumes    unknown number
+Start      staged in {tmp}/<identifier>: 8 files, <n> bytes; <n> bytes free
+error: the system cannot read this entry (Input/output error): {1}/inst/volumes.txt; examine the disc, and copy the entry again if it is part of the media
 1 problem: the launcher will end with status 1
 = cannot be staged
 # InstallerToBeStaged: open {1}/inst/linux/code/bin/installer
-error      {1}/inst/linux/code/bin/installer: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+error: the system cannot read this entry (Input/output error): {1}/inst/linux/code/bin/installer; examine the disc, and copy the entry again if it is part of the media
 # TemporaryDirectory: ask look {tmp}
-error      {tmp}: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+error: the system cannot read this entry (Input/output error): {tmp}; examine the disc, and copy the entry again if it is part of the media
 # DirectoryToBeStaged: list {1}/inst/common
-Start      staged in {tmp}/<identifier>: 8 files, <n> bytes, free <n>
-error      {1}/inst/common: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+Start      staged in {tmp}/<identifier>: 8 files, <n> bytes; <n> bytes free
+error: the system cannot read this entry (Input/output error): {1}/inst/common; examine the disc, and copy the entry again if it is part of the media
 # FileToBeStaged: look {1}/media.db
-Start      staged in {tmp}/<identifier>: 8 files, <n> bytes, free <n>
-error      {1}/media.db: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+Start      staged in {tmp}/<identifier>: 8 files, <n> bytes; <n> bytes free
+error: the system cannot read this entry (Input/output error): {1}/media.db; examine the disc, and copy the entry again if it is part of the media
 # FileWhosePermissionCannotBeAsked: ask {1}/media.db
-error      {1}/media.db: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
+error: the system cannot read this entry (Input/output error): {1}/media.db; examine the disc, and copy the entry again if it is part of the media
 )";
 
 INSTANTIATE_TEST_SUITE_P(About, CheckOfABadDisc, testing::ValuesIn(ReadTranscripts(kBadFiles)),
@@ -135,10 +135,10 @@ Installer  {m/1}/inst/linux/code/bin/installer, in the media; name from --instal
 Volumes    2, layout unknown, tag SET-A
            1  found       {m/1}
            2  missing     {m/2}
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
-warning    {m}: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
-warning    {}/7.txt: it looks like the marker of an AM volume, and has no line MTBDIR=<tag>; copy the marker again, or remove it if it is none
-warning    {m/2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
+Start      staged in {tmp}/<identifier>: 9 files, <n> bytes; <n> bytes free
+warning: the system cannot read this entry (Input/output error): {m}; examine the disc, and copy the entry again if it is part of the media
+warning: this file looks like the marker of an AM volume, but has no line MTBDIR=<tag>: {}/7.txt; copy the marker again, or remove the file if it is not a marker
+warning: volume 2 has no marker: {m/2}/2.txt; copy the whole volume there
 3 problems: the installer will be staged and started
 )");
 }

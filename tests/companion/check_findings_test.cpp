@@ -20,7 +20,7 @@ constexpr char kRows[] = R"(
 = lacks a volume
 # MissingVolume: remove 2
            2  missing     {2}
-warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
+warning: volume 2 has no marker: {2}/2.txt; copy the whole volume there
 # MissingVolumesThatFollowEachOther: remove 2; 1: volumes=8; 4: 4=SET-A; 6: 6=SET-B
 Volumes    8, layout sibling, tag SET-A
              1  found       {1}
@@ -29,10 +29,10 @@ Volumes    8, layout sibling, tag SET-A
              5  missing     {5}
              6  other-tag   {6}, tag SET-B
            7-8  missing     {7} to {8}
-warning    {2}/2.txt: volumes 2 to 3 are missing: they have no markers; copy the whole volumes there, or correct the number in volumes.txt
-warning    {5}/5.txt: volume 5 is missing: it has no marker; copy the whole volume there
-warning    {6}/6.txt: volume 6 has the tag SET-B instead of SET-A; put the volume of the same media there
-warning    {7}/7.txt: volumes 7 to 8 are missing: they have no markers; copy the whole volumes there, or correct the number in volumes.txt
+warning: volumes 2 to 3 have no markers: {2}/2.txt; copy all of these volumes, or correct the number in volumes.txt
+warning: volume 5 has no marker: {5}/5.txt; copy the whole volume there
+warning: volume 6 has the tag SET-B instead of SET-A: {6}/6.txt; put the volume that belongs to this media there
+warning: volumes 7 to 8 have no markers: {7}/7.txt; copy all of these volumes, or correct the number in volumes.txt
 4 problems: the installer will be staged and started
 # MissingAmVolumesThatFollowEachOther: remove 1; remove 2; first 3/m/1; 3/m/1: volumes=4 1=SET-A; 3: 3=AM-A; 4: 4=AM-A; 4/m/2: 2=SET-A
 $ check {3/m/1} --os linux --installer installer
@@ -43,8 +43,8 @@ Volumes    4, layout am, tag SET-A
              1  found       {3/m/1}
              2  found       {4/m/2}
            3-4  missing     {5/m/3} to {6/m/4}
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
-warning    {5}/5.txt: AM volumes 5 to 6 are missing: they have no markers; copy the whole volumes there, or correct the number in volumes.txt
+Start      staged in {tmp}/<identifier>: 9 files, <n> bytes; <n> bytes free
+warning: AM volumes 5 to 6 have no markers: {5}/5.txt; copy all of these volumes, or correct the number in volumes.txt
 1 problem: the installer will be staged and started
 # MissingAmVolumeAndAVolumeMissingInTheNext: remove 1; remove 2; first 1/m/1; 1/m/1: volumes=3 1=SET-A; 1: 1=AM-A; 3: 3=AM-A
 $ check {1/m/1} --os linux --installer installer
@@ -54,9 +54,9 @@ Installer  {1/m/1}/inst/linux/code/bin/installer, in the media; name from --inst
 Volumes    3, layout unknown, tag SET-A
              1  found       {1/m/1}
            2-3  missing     {2/m/2} to {3/m/3}
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
-warning    {2}/2.txt: AM volume 2 is missing: it has no marker; copy the whole volume there
-warning    {3/m/3}/3.txt: volume 3 is missing: it has no marker; copy the whole volume there
+Start      staged in {tmp}/<identifier>: 9 files, <n> bytes; <n> bytes free
+warning: AM volume 2 has no marker: {2}/2.txt; copy the whole volume there
+warning: volume 3 has no marker: {3/m/3}/3.txt; copy the whole volume there
 2 problems: the installer will be staged and started
 # AmVolumesBeyondThoseThatAreListed: remove 1; remove 2; first 3/m/1; 3/m/1: volumes=2147483000 1=SET-A; 3: 3=AM-A; 2000002: 2000002=AM-A
 $ check {3/m/1} --os linux --installer installer
@@ -67,10 +67,10 @@ Volumes    2147483000, layout unknown, tag SET-A
                  1  found       {3/m/1}
             2-1000  missing     {4/m/2} to {1002/m/1000}
            2000000  missing     {2000002/m/2000000}
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
-warning    {4}/4.txt: AM volumes 4 to 1002 are missing: they have no markers; copy the whole volumes there, or correct the number in volumes.txt
-warning    {2000002/m/2000000}/2000000.txt: volume 2000000 is missing: it has no marker; copy the whole volume there
-warning    {3/m/1}/inst/volumes.txt: 2147481999 volumes above 1000 are missing; copy them, or correct the number in volumes.txt
+Start      staged in {tmp}/<identifier>: 9 files, <n> bytes; <n> bytes free
+warning: AM volumes 4 to 1002 have no markers: {4}/4.txt; copy all of these volumes, or correct the number in volumes.txt
+warning: volume 2000000 has no marker: {2000002/m/2000000}/2000000.txt; copy the whole volume there
+warning: 2147481999 more volumes above volume 1000 are missing: {3/m/1}/inst/volumes.txt; copy these volumes, or correct the number in volumes.txt
 3 problems: the installer will be staged and started
 # EveryVolumeBeyondThoseThatAreListedIsThere: remove 2; 1: volumes=1001; 1000: 1000=SET-A; 1001: 1001=SET-A
 Volumes    1001, layout sibling, tag SET-A
@@ -78,116 +78,116 @@ Volumes    1001, layout sibling, tag SET-A
            2-999  missing     {2} to {999}
             1000  found       {1000}
             1001  found       {1001}
-warning    {2}/2.txt: volumes 2 to 999 are missing: they have no markers; copy the whole volumes there, or correct the number in volumes.txt
+warning: volumes 2 to 999 have no markers: {2}/2.txt; copy all of these volumes, or correct the number in volumes.txt
 # VolumeOfAnotherMedia: 2: 2=SET-B
 Volumes    2, layout sibling, tag SET-A
            1  found       {1}
            2  other-tag   {2}, tag SET-B
-warning    {2}/2.txt: volume 2 has the tag SET-B instead of SET-A; put the volume of the same media there
+warning: volume 2 has the tag SET-B instead of SET-A: {2}/2.txt; put the volume that belongs to this media there
 # UnreadableMarker: dir 2/2.txt
            2  unreadable  {2}
-warning    {2}/2.txt: the marker of volume 2 cannot be read; make it a regular file with read permission (chmod a+r)
+warning: the marker of volume 2 cannot be read: {2}/2.txt; make the marker a regular file with read permission (chmod a+r)
 # MarkerWithoutTag: file 2/2.txt tag\n
            2  no-tag      {2}
-warning    {2}/2.txt: the marker of volume 2 has no line MTBDIR=<tag>; copy the marker again
+warning: the marker of volume 2 has no line MTBDIR=<tag>: {2}/2.txt; copy the marker again
 # MissingMarkerOfTheFirstVolume: remove 1/1.txt
 Volumes    2, layout unknown
            1  missing     {1}
-warning    {1}/1.txt: volume 1 is missing: it has no marker; copy the whole volume there
+warning: volume 1 has no marker: {1}/1.txt; copy the whole volume there
 # AmMarkerWithoutTag: remove 2; file 7.txt x\n
            2  missing     {2}
-warning    {}/7.txt: it looks like the marker of an AM volume, and has no line MTBDIR=<tag>; copy the marker again, or remove it if it is none
-warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
+warning: this file looks like the marker of an AM volume, but has no line MTBDIR=<tag>: {}/7.txt; copy the marker again, or remove the file if it is not a marker
+warning: volume 2 has no marker: {2}/2.txt; copy the whole volume there
 2 problems: the installer will be staged and started
 # NoAmMarkerOfAVolume0: remove 2; file 0.txt x\n
            2  missing     {2}
-warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
+warning: volume 2 has no marker: {2}/2.txt; copy the whole volume there
 # EmptyVolumesFile: file 1/inst/volumes.txt
-Volumes    number unknown
-warning    {1}/inst/volumes.txt: it has no line with the number of volumes; write the number into it
+Volumes    unknown number
+warning: volumes.txt is empty: {1}/inst/volumes.txt; write the number of volumes into volumes.txt
 # FilesOfWhichNoByteCanBeRead: link 1/1.txt /proc/self/mem; link 1/StartTUI.sh /proc/self/mem
 Volumes    2, layout unknown
            1  unreadable  {1}
-warning    {1}/1.txt: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
-error      {1}/StartTUI.sh: the start script has no execute permission; give it that (chmod a+x)
-error      {1}/StartTUI.sh: it cannot be read: Input/output error; look at its disc, and copy it again if it is part of the media
-3 problems: StartTUI.sh starts nothing; without it, the installer will be staged and started
+warning: the system cannot read this entry (Input/output error): {1}/1.txt; examine the disc, and copy the entry again if it is part of the media
+error: the start script has no execute permission: {1}/StartTUI.sh; give the start script execute permission (chmod a+x)
+error: the system cannot read this entry (Input/output error): {1}/StartTUI.sh; examine the disc, and copy the entry again if it is part of the media
+3 problems: StartTUI.sh will fail; without it, the installer will be staged and started
 # TemporaryDirectoryByALinkWithABackslash: dir tmp/a/b; link tmp/a\\b a/b; remove 2
 $ TMPDIR={tmp}/a\\b
            2  missing     {2}
-Start      staged in {tmp}/a\\b/<identifier>: 9 files, <n> bytes, free <n>
-warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
+Start      staged in {tmp}/a\\b/<identifier>: 9 files, <n> bytes; <n> bytes free
+warning: volume 2 has no marker: {2}/2.txt; copy the whole volume there
 # ScriptThatIsToBeReadOnceItIsStaged: remove 2; file 1/inst/linux/code/bin/installer #!/bin/sh\n
 $ without-rights umask-400
            2  missing     {2}
-warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
-error      {tmp}/<identifier>: the umask 400 takes permissions from what is staged that you need yourself; set one that leaves them to you (umask 022)
-2 problems: what comes of a start of the installer cannot be known
+warning: volume 2 has no marker: {2}/2.txt; copy the whole volume there
+error: the umask 400 removes permissions that you need on the staged files: {tmp}/<identifier>; set a umask that leaves them to you (umask 022)
+2 problems: the outcome of the launch is unknown
 # InstallerWithoutExecutePermissionToBeStaged: remove 2; mode 644 1/inst/linux/code/bin/installer
            2  missing     {2}
-warning    {2}/2.txt: volume 2 is missing: it has no marker; copy the whole volume there
-error      {1}/inst/linux/code/bin/installer: the installer has no execute permission; give it that (chmod a+x)
-2 problems: the installer cannot be started, status 255
+warning: volume 2 has no marker: {2}/2.txt; copy the whole volume there
+error: the installer has no execute permission: {1}/inst/linux/code/bin/installer; give the installer execute permission (chmod a+x)
+2 problems: the installer cannot be started, and the launcher will end with status 255
 = has no installer
 # NoInstaller:
 $ --installer other
-error      {1}/inst/linux/code/bin/other: there is no installer here, nor in an external installer media; put the installer there, or name its directory (--os) and file (--installer)
+error: the installer is missing, and no external installer media has one: {1}/inst/linux/code/bin/other; put the installer there, or name its directory (--os) and file (--installer)
 # NoInstallerForWantOfASystem: remove 1/StartTUI.sh
 $ --os ''
-System     none named
-error      {1}/StartTUI.sh: the start script is missing or names no system; copy it again, or use --os and --installer
+System     not set
+error: neither --os nor KVL_OS names a system, and the start script is missing or does not name one: {1}/StartTUI.sh; copy the start script again, or use --os and --installer
 # InstallerPassedOverInFavourOfAnOption: dir empty
 $ -- -env KVL_UseExternalInstaller -installerPath /nowhere
-error      /nowhere: there is no installer in this installer media, and KVL_UseExternalInstaller passes over that of the media; name another installer media, or do without that variable
+error: this external installer media has no installer, and KVL_UseExternalInstaller makes the launcher ignore that of the media: /nowhere; name another external installer media, or do without KVL_UseExternalInstaller
 # InstallerPassedOverInFavourOfAVariable: dir empty
 $ KVL_ZOLVEN_Installer={empty} -- -env KVL_UseExternalInstaller
-error      {empty}: there is no installer in this installer media, and KVL_UseExternalInstaller passes over that of the media; name another installer media, or do without that variable
+error: this external installer media has no installer, and KVL_UseExternalInstaller makes the launcher ignore that of the media: {empty}; name another external installer media, or do without KVL_UseExternalInstaller
 # InstallerPassedOverInFavourOfBoth: dir empty
 $ KVL_ZOLVEN_Installer={empty} -- -env KVL_UseExternalInstaller -installerPath /nowhere
-error      /nowhere: there is no installer in this installer media, and KVL_UseExternalInstaller passes over that of the media; name another installer media, or do without that variable
-error      {empty}: there is no installer in this installer media, and KVL_UseExternalInstaller passes over that of the media; name another installer media, or do without that variable
+error: this external installer media has no installer, and KVL_UseExternalInstaller makes the launcher ignore that of the media: /nowhere; name another external installer media, or do without KVL_UseExternalInstaller
+error: this external installer media has no installer, and KVL_UseExternalInstaller makes the launcher ignore that of the media: {empty}; name another external installer media, or do without KVL_UseExternalInstaller
 2 problems: the launcher will end with status 1
 # InstallerPassedOverInFavourOfNone: dir empty
 $ -- -env KVL_UseExternalInstaller
-error      {1}/inst/linux/code/bin/installer: KVL_UseExternalInstaller passes over it, and no installer media is named; name one (-installerPath), or do without that variable
+error: KVL_UseExternalInstaller makes the launcher ignore this installer, but no external installer media is named: {1}/inst/linux/code/bin/installer; name an external installer media (-installerPath), or do without KVL_UseExternalInstaller
 # TwoInstallerMediaThatNobodyMayLookInto: remove 1/inst/linux/code/bin/installer; dir a; dir b; mode 644 a; mode 644 b
 $ without-rights KVL_ZOLVEN_Installer={b} -- -installerPath {a}
-error      {a}/1/inst/linux/code/bin/installer: you cannot read it; give the directories above it permission x
-error      {b}/1/inst/linux/code/bin/installer: you cannot read it; give the directories above it permission x
+error: you cannot enter a directory above this path: {a}/1/inst/linux/code/bin/installer; give the directories above it execute permission (chmod a+x)
+error: you cannot enter a directory above this path: {b}/1/inst/linux/code/bin/installer; give the directories above it execute permission (chmod a+x)
 2 problems: the launcher will end with status 1
 # SystemOfTheEnvironmentBeforeThatOfTheScript: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
 $ KVL_OS=other check 1
 System     other, from the environment
 Installer  not found; name from StartTUI.sh
-error      {1}/inst/other/code/bin/installer: there is no installer here, nor in an external installer media; put the installer there, or name its directory (--os) and file (--installer)
+error: the installer is missing, and no external installer media has one: {1}/inst/other/code/bin/installer; put the installer there, or name its directory (--os) and file (--installer)
 # SystemOfTheOptionBeforeThatOfTheEnvironment: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
 $ KVL_OS=other check 1 --os third
 System     third, from --os
 Installer  not found; name from StartTUI.sh
-error      {1}/inst/third/code/bin/installer: there is no installer here, nor in an external installer media; put the installer there, or name its directory (--os) and file (--installer)
+error: the installer is missing, and no external installer media has one: {1}/inst/third/code/bin/installer; put the installer there, or name its directory (--os) and file (--installer)
 # InstallerMediaWithABlank: remove 1/inst/linux/code/bin/installer; installer an ext
 $ KVL_ZOLVEN_Installer={an\x20ext}
 Installer  not usable; name from --installer
-error      {an ext}: the path of the external installer media has a blank in it; copy that media into a directory without blanks
+error: the path of the external installer media contains a blank: {an ext}; copy that media into a directory whose path has no blanks
 1 problem: the launcher will end with status 12
 = cannot be started
 # InstallerWithoutExecutePermission: mode 644 1/inst/linux/code/bin/installer
-error      {1}/inst/linux/code/bin/installer: the installer has no execute permission; give it that (chmod a+x)
+error: the installer has no execute permission: {1}/inst/linux/code/bin/installer; give the installer execute permission (chmod a+x)
 # InstallerWithCarriageReturns: file 1/inst/linux/code/bin/installer #!/bin/sh\r\nexit\r\n
-error      {1}/inst/linux/code/bin/installer: its first line has a carriage return; save it with line feeds alone
+error: the first line contains a carriage return: {1}/inst/linux/code/bin/installer; save the file with line feeds alone
 # InstallerWithoutItsInterpreter: file 1/inst/linux/code/bin/installer #! /nowhere/sh -e\n
-error      {1}/inst/linux/code/bin/installer: its first line names a program that is missing or cannot be executed: /nowhere/sh; correct the line, or install that program
+error: the first line of the script names the program /nowhere/sh, which is missing or cannot be executed: {1}/inst/linux/code/bin/installer; correct the first line, or install that program
 # InstallerWhoseInterpreterIsADirectory: file 1/inst/linux/code/bin/installer #!/
-error      {1}/inst/linux/code/bin/installer: its first line names a program that is missing or cannot be executed: /; correct the line, or install that program
+error: the first line of the script names the program /, which is missing or cannot be executed: {1}/inst/linux/code/bin/installer; correct the first line, or install that program
 # InstallerThatMayBeExecutedAndNotRead: mode 111 1/inst/linux/code/bin/installer
 $ without-rights
-warning    {1}/inst/linux/code/bin/installer: you may execute it, but not read it, so that it cannot be known whether it starts; give it read permission (chmod a+r)
-1 problem: what comes of a start of the installer cannot be known
+warning: you may execute the installer but not read it, so kvl-media cannot tell whether it starts: {1}/inst/linux/code/bin/installer; give the installer read permission (chmod a+r)
+1 problem: the outcome of the launch is unknown
 # InstallerThatIsADirectory: dir 1/inst/linux/code/bin/installer
-error      {1}/inst/linux/code/bin/installer: it is a directory; put the installer there as a file
+error: the installer is a directory: {1}/inst/linux/code/bin/installer; put the file of the installer in place of the directory
 # InstallerOnAMountThatForbidsToExecute: starter; link 1/inst/linux/code/bin/kvl-launcher installer
 $ noexec
-error      {1}/inst/linux/code/bin/installer: the installer would be started from a file system that is mounted noexec; mount it without noexec, or copy the media to another file system
+error: the installer lies on a file system that is mounted noexec: {1}/inst/linux/code/bin/installer; mount the file system without noexec, or copy the media to another one
 1 problem: the launcher cannot be started
 = is fine
 # NothingInAnOlderContainer:
@@ -255,27 +255,27 @@ Volumes    3, layout am, tag SET-A
            1  found       {1/m/1}
            2  other-tag   {2/m/2}
            3  found       {3/m/3}
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
-warning    {2}/2.txt: AM volume 2 has the tag AM-B instead of AM-A; put the volume of the same media there
+Start      staged in {tmp}/<identifier>: 9 files, <n> bytes; <n> bytes free
+warning: AM volume 2 has the tag AM-B instead of AM-A: {2}/2.txt; put the volume that belongs to this media there
 1 problem: the installer will be staged and started
 # CarriageReturnInTheVolumesFile: file 1/inst/volumes.txt 2\r\n
-warning    {1}/inst/volumes.txt: its first line has a carriage return; save it with line feeds alone
+warning: the first line contains a carriage return: {1}/inst/volumes.txt; save the file with line feeds alone
 # NoNumberInTheVolumesFile: file 1/inst/volumes.txt two\n
-Volumes    number unknown
-Start      none
-error      {1}/inst/volumes.txt: its first line is no number of volumes, which aborts the launcher; let its first line be the number of volumes, and nothing else
+Volumes    unknown number
+Start      not reached
+error: the first line of volumes.txt is not a number of volumes, so the launcher aborts: {1}/inst/volumes.txt; write the number of volumes, and nothing else, into the first line
 1 problem: the launcher will end with status 134
 # ByteOrderMarkInTheVolumesFile: file 1/inst/volumes.txt \xEF\xBB\xBF2\n
-Volumes    number unknown
-Start      none
-warning    {1}/inst/volumes.txt: it begins with a byte order mark, so that its number is none; save it without a byte order mark
-error      {1}/inst/volumes.txt: its first line is no number of volumes, which aborts the launcher; let its first line be the number of volumes, and nothing else
+Volumes    unknown number
+Start      not reached
+warning: volumes.txt begins with a byte order mark, so the launcher cannot read the number of volumes: {1}/inst/volumes.txt; save volumes.txt without a byte order mark
+error: the first line of volumes.txt is not a number of volumes, so the launcher aborts: {1}/inst/volumes.txt; write the number of volumes, and nothing else, into the first line
 2 problems: the launcher will end with status 134
 # CarriageReturnInAMarker: file 2/2.txt #\r\nMTBDIR=SET-A\r\n
-warning    {2}/2.txt: a line of it has a carriage return; save it with line feeds alone
+warning: the marker contains a carriage return: {2}/2.txt; save the marker with line feeds alone
 # CarriageReturnInTheMarkerOfASingleVolume: remove 2; file 1/inst/volumes.txt 1\n; file 1/1.txt MTBDIR=SET-A\r\n
 Volumes    1
-warning    {1}/1.txt: a line of it has a carriage return; save it with line feeds alone
+warning: the marker contains a carriage return: {1}/1.txt; save the marker with line feeds alone
 # CarriageReturnInTheMarkerOfAnAmVolume: remove 1; remove 2; first 1/m/1; 1/m/1: volumes=2 1=SET-A; 1: 1=AM-A; 2: 2=AM-A; 2/m/2: 2=SET-A; file 2/2.txt MTBDIR=AM-A\r\n
 $ check {1/m/1} --os linux --installer installer
 Media      {1/m/1}
@@ -285,50 +285,50 @@ Volumes    2, layout am, tag SET-A
            1  found       {1/m/1}
            2  found       {2/m/2}
 Start      in place
-warning    {2}/2.txt: a line of it has a carriage return; save it with line feeds alone
+warning: the marker contains a carriage return: {2}/2.txt; save the marker with line feeds alone
 1 problem: the installer will be started in place
 # NoVolumesFileWhereMediaXmlNamesTwo: remove 1/inst/volumes.txt; remove 2; file 1/media.xml <?xml\n<media tag="a volumes=9" volumes="2"/>\n
 Volumes    1
-warning    {1}/inst/volumes.txt: it is missing, so that the launcher sees one volume, and media.xml says 2; copy it again, or write the number of volumes into it
+warning: volumes.txt is missing, so the launcher sees one volume, but media.xml says 2: {1}/inst/volumes.txt; copy volumes.txt again, or write the number of volumes into it
 # NoVolumesFileWhereAVolumeLiesBeside: remove 1/inst/volumes.txt
 Volumes    1
-warning    {1}/inst/volumes.txt: it is missing, so that the launcher sees one volume, and volume 2 lies in {2}; copy it again, or write the number of volumes into it
+warning: volumes.txt is missing, so the launcher sees one volume, but volume 2 lies in {2}: {1}/inst/volumes.txt; copy volumes.txt again, or write the number of volumes into it
 # NoVolumesFileWhereAVolumeLiesInTheSameDirectory: remove 1/inst/volumes.txt; remove 2; 1: 2=SET-A
 Volumes    1
-warning    {1}/inst/volumes.txt: it is missing, so that the launcher sees one volume, and volume 2 lies in {1}; copy it again, or write the number of volumes into it
+warning: volumes.txt is missing, so the launcher sees one volume, but volume 2 lies in {1}: {1}/inst/volumes.txt; copy volumes.txt again, or write the number of volumes into it
 # VolumesFileThatSaysOneWhereMediaXmlNamesTwo: file 1/inst/volumes.txt 1\n; file 1/media.xml <media volumes="2"/>
 Volumes    1
-warning    {1}/inst/volumes.txt: it says 1, and media.xml says 2; copy it again, or correct the number
+warning: volumes.txt says 1, but media.xml says 2: {1}/inst/volumes.txt; copy volumes.txt again, or correct the number
 # VolumesFileThatSaysTwoWhereMediaXmlNamesOne: file 1/media.xml <media volumes="1"/>
-warning    {1}/inst/volumes.txt: it says 2, and media.xml says 1; copy it again, or correct the number
+warning: volumes.txt says 2, but media.xml says 1: {1}/inst/volumes.txt; copy volumes.txt again, or correct the number
 # VolumesFileThatSaysTwoWhereThreeLieThere: 3: 3=SET-A
-warning    {1}/inst/volumes.txt: it says 2, and volume 3 lies in {3}; copy it again, or correct the number
+warning: volumes.txt says 2, but volume 3 lies in {3}: {1}/inst/volumes.txt; copy volumes.txt again, or correct the number
 # NoDirectoryForThePayload: file 1/meta.TOCxml <volume number="1" payload="payload/1"/>\n<volume number="2" payload="payload/2"/>\n; file 1/payload/1/x; file 2/payload/2
-warning    {2}/payload/2: the directory with the payload of volume 2 is missing; copy the whole volume again
+warning: the payload directory of volume 2 is missing: {2}/payload/2; copy the whole volume again
 # NoDirectoryForThePayloadOfASingleVolume: remove 2; file 1/inst/volumes.txt 1\n; file 1/meta.TOCxml <volume number="1" payload="payload/1"/>\n
 Volumes    1
-warning    {1}/payload/1: the directory with the payload of volume 1 is missing; copy the whole volume again
+warning: the payload directory of volume 1 is missing: {1}/payload/1; copy the whole volume again
 # InstallerThatIsEmpty: file 1/inst/linux/code/bin/installer
-error      {1}/inst/linux/code/bin/installer: the installer is empty; copy it again
-1 problem: the installer cannot be started, status 0
+error: the installer is empty: {1}/inst/linux/code/bin/installer; copy the installer again
+1 problem: the installer cannot be started, and the launcher will end with status 0
 # InstallerWithACarriageReturnThatItsInterpreterGets: file 1/inst/linux/code/bin/installer #!/bin/sh -e\r\nexit\r\n
-error      {1}/inst/linux/code/bin/installer: its first line has a carriage return; save it with line feeds alone
+error: the first line contains a carriage return: {1}/inst/linux/code/bin/installer; save the file with line feeds alone
 # BadLauncherArguments:
 $ -- -SoftMgt
 Media      {1}
-error      -SoftMgt must be used with another flag (either -List, -Check, -Commit or -Rollback); correct the launcher's arguments
+error: -SoftMgt must be used with another flag (either -List, -Check, -Commit or -Rollback); correct the launcher's arguments (behind --)
 1 problem: the launcher will end with status 1
 # BadLauncherArgumentsOfTheOtherKind:
 $ -- -List
 Media      {1}
-error      -List must be used with the -SoftMgt flag; correct the launcher's arguments
+error: -List must be used with the -SoftMgt flag; correct the launcher's arguments (behind --)
 1 problem: the launcher will end with status 1
 # ArgumentThatIsSplit:
 $ -- plain a"b
-warning    a"b: the installer does not get it as it is: it has a double quote, a doubled or last backslash, or is empty; do without that in the path or argument
+warning: the launcher changes this path or argument for the installer, because it is empty or has a double quote, a doubled backslash or a backslash at its end: a"b; use a path or argument that is not empty and has none of these
 # ArgumentThatIsEmpty:
 $ -- '' plain
-warning    '': the installer does not get it as it is: it has a double quote, a doubled or last backslash, or is empty; do without that in the path or argument
+warning: the launcher changes this path or argument for the installer, because it is empty or has a double quote, a doubled backslash or a backslash at its end: ''; use a path or argument that is not empty and has none of these
 # PathThatIsSplit: first q"q; file q"q/inst/volumes.txt 1\n
 $ check q"q --os linux --installer installer
 Media      {q"q}
@@ -336,53 +336,53 @@ System     linux, from --os
 Installer  {q"q}/inst/linux/code/bin/installer, in the media; name from --installer
 Volumes    1
 Start      in place
-error      {q"q}/inst/linux/code/bin/installer: the installer does not get it as it is: it has a double quote, a doubled or last backslash, or is empty; do without that in the path or argument
-1 problem: the installer cannot be started, status 255
+error: the launcher changes this path or argument for the installer, because it is empty or has a double quote, a doubled backslash or a backslash at its end: {q"q}/inst/linux/code/bin/installer; use a path or argument that is not empty and has none of these
+1 problem: the installer cannot be started, and the launcher will end with status 255
 = has a start script that starts nothing
 # NoStartScript: remove 1/StartTUI.sh
-error      {1}/StartTUI.sh: there is no start script here; copy it again
+error: the start script is missing: {1}/StartTUI.sh; copy the start script again
 # StartScriptWithoutExecutePermission: mode 644 1/StartTUI.sh
-error      {1}/StartTUI.sh: the start script has no execute permission; give it that (chmod a+x)
+error: the start script has no execute permission: {1}/StartTUI.sh; give the start script execute permission (chmod a+x)
 # NoExecutePermissionInAnOlderContainer: mode 644 1/StartTUI.sh
 $ older-container
-error      {1}/StartTUI.sh: the start script has no execute permission; give it that (chmod a+x)
+error: the start script has no execute permission: {1}/StartTUI.sh; give the start script execute permission (chmod a+x)
 # StartScriptWithWindowsWithoutExecutePermission: mode 644 1/StartGUI.sh
-error      {1}/StartGUI.sh: the start script has no execute permission; give it that (chmod a+x)
-1 problem: StartGUI.sh starts nothing; without it, the installer will be started in place
+error: the start script has no execute permission: {1}/StartGUI.sh; give the start script execute permission (chmod a+x)
+1 problem: StartGUI.sh will fail; without it, the installer will be started in place
 # BothStartScriptsWithoutExecutePermission: mode 644 1/StartGUI.sh; mode 644 1/StartTUI.sh
-error      {1}/StartTUI.sh: the start script has no execute permission; give it that (chmod a+x)
-error      {1}/StartGUI.sh: the start script has no execute permission; give it that (chmod a+x)
-2 problems: StartTUI.sh and StartGUI.sh start nothing; without them, the installer will be started in place
+error: the start script has no execute permission: {1}/StartTUI.sh; give the start script execute permission (chmod a+x)
+error: the start script has no execute permission: {1}/StartGUI.sh; give the start script execute permission (chmod a+x)
+2 problems: StartTUI.sh and StartGUI.sh will fail; without them, the installer will be started in place
 # StartScriptThatOthersOnlyMayExecute: mode 645 1/StartTUI.sh
 $ without-rights
-error      {1}/StartTUI.sh: the start script has no execute permission; give it that (chmod a+x)
+error: the start script has no execute permission: {1}/StartTUI.sh; give the start script execute permission (chmod a+x)
 # StartScriptWithCarriageReturns: file 1/StartTUI.sh #!/bin/sh\r\nexit\r\n
-error      {1}/StartTUI.sh: its first line has a carriage return; save it with line feeds alone
+error: the first line contains a carriage return: {1}/StartTUI.sh; save the file with line feeds alone
 # StartScriptThatIsAPipe: pipe 1/StartTUI.sh
-error      {1}/StartTUI.sh: a pipe, which cannot be copied; put a file in its place, or remove it if nothing needs it
+error: a pipe cannot be copied: {1}/StartTUI.sh; put a file in place of the pipe, or remove the pipe if nothing needs it
 # StartScriptThatLeadsNowhere: link 1/StartTUI.sh nowhere
-error      {1}/StartTUI.sh: a link that leads nowhere; put there what it leads to, or remove the link if nothing needs it
+error: this link leads nowhere: {1}/StartTUI.sh; restore what the link leads to, or remove the link if nothing needs it
 # StartScriptThatNamesAnotherInstaller: file 1/StartTUI.sh KVL_OS=other\nKVL_Installer_EXE=setup\n
-error      {1}/StartTUI.sh: the start script names an installer that is not there: {1}/inst/other/code/bin/setup; put it there, or correct KVL_OS and KVL_Installer_EXE in the script
+error: the start script names the installer {1}/inst/other/code/bin/setup, which is missing: {1}/StartTUI.sh; put the installer there, or correct KVL_OS and KVL_Installer_EXE in the start script
 # StartScriptThatNamesAnotherSystem: file 1/StartTUI.sh KVL_OS=other\n
 $ KVL_OS=linux check 1 --installer installer
 System     linux, from the environment
-error      {1}/StartTUI.sh: the start script names an installer that is not there: {1}/inst/other/code/bin/installer; put it there, or correct KVL_OS and KVL_Installer_EXE in the script
+error: the start script names the installer {1}/inst/other/code/bin/installer, which is missing: {1}/StartTUI.sh; put the installer there, or correct KVL_OS and KVL_Installer_EXE in the start script
 = has a launcher that cannot be started
 # NoLauncher: starter
-error      {1}/inst/linux/code/bin/kvl-launcher: there is no launcher here, and the start script starts it; put the launcher there
+error: the start script starts a launcher that is missing: {1}/inst/linux/code/bin/kvl-launcher; put the launcher there
 # LauncherWithoutExecutePermission: starter; file 1/inst/linux/code/bin/kvl-launcher #!/bin/sh\n
-error      {1}/inst/linux/code/bin/kvl-launcher: the launcher has no execute permission; give it that (chmod a+x)
+error: the launcher has no execute permission: {1}/inst/linux/code/bin/kvl-launcher; give the launcher execute permission (chmod a+x)
 # LauncherThatIsEmpty: starter; file 1/inst/linux/code/bin/kvl-launcher; mode 755 1/inst/linux/code/bin/kvl-launcher
-error      {1}/inst/linux/code/bin/kvl-launcher: this machine cannot run the launcher; put the launcher for this machine there
+error: the launcher is neither a script nor a binary: {1}/inst/linux/code/bin/kvl-launcher; put the launcher for this machine there
 # LauncherWithoutItsInterpreter: starter; file 1/inst/linux/code/bin/kvl-launcher #! /nowhere/sh -e\n; mode 755 1/inst/linux/code/bin/kvl-launcher
-error      {1}/inst/linux/code/bin/kvl-launcher: its first line names a program that is missing or cannot be executed: /nowhere/sh; correct the line, or install that program
+error: the first line of the script names the program /nowhere/sh, which is missing or cannot be executed: {1}/inst/linux/code/bin/kvl-launcher; correct the first line, or install that program
 # LauncherOfTheSystemThatTheScriptNames: starter; move 1/inst/linux 1/inst/other
 $ -- -env KVL_OS=other
 System     other, from -env
 Installer  {1}/inst/other/code/bin/installer, in the media; name from --installer
-error      {1}/StartTUI.sh: the start script names an installer that is not there: {1}/inst/linux/code/bin/installer; put it there, or correct KVL_OS and KVL_Installer_EXE in the script
-error      {1}/inst/linux/code/bin/kvl-launcher: there is no launcher here, and the start script starts it; put the launcher there
+error: the start script names the installer {1}/inst/linux/code/bin/installer, which is missing: {1}/StartTUI.sh; put the installer there, or correct KVL_OS and KVL_Installer_EXE in the start script
+error: the start script starts a launcher that is missing: {1}/inst/linux/code/bin/kvl-launcher; put the launcher there
 2 problems: the launcher cannot be started
 )";
 

@@ -14,8 +14,9 @@ namespace kvl::test {
 namespace {
 
 constexpr char kInstallerOfOne[] = "1/inst/linux/code/bin/installer";
-constexpr char kUnknown[] = "what comes of a start of the installer cannot be known";
-constexpr char kCannotStart[] = "the installer cannot be started, status 255";
+constexpr char kUnknown[] = "the outcome of the launch is unknown";
+constexpr char kCannotStart[] =
+    "the installer cannot be started, and the launcher will end with status 255";
 
 // --- binaries ------------------------------------------------------------------------------------
 
@@ -67,14 +68,17 @@ struct BadBinary {
   std::size_t size = kWholeBinary;
 };
 
-const std::string kDamaged = "the program is damaged: ", kAgain = "copy it again";
-const std::string kNoEnd = kDamaged + "it ends before its last segment does";
-const std::string kHalfHeader = kDamaged + "it ends within its headers";
-const std::string kNonsense = kDamaged + "its headers make no sense";
-const std::string kLoader = "the program needs a loader that is missing or cannot be executed: ";
+const std::string kDamaged = "the program is damaged (", kAgain = "copy the program again";
+const std::string kNoEnd = kDamaged + "the file ends before its last segment)";
+const std::string kHalfHeader = kDamaged + "the file ends within its headers)";
+const std::string kNonsense = kDamaged + "the headers make no sense)";
 const std::string kInstallLoader = "install that loader, or put a program for this system there";
 constexpr char kForThisMachine[] = "put the <program> for this machine there";
 constexpr std::size_t kHeaders = sizeof(FileHeader) + 3 * sizeof(Segment);
+
+std::string NeedsLoader(const std::string& path) {
+  return "the program needs the loader " + path + ", which is missing or cannot be executed";
+}
 
 /// As the reports call it.
 std::string ThisMachine() {
@@ -86,17 +90,17 @@ std::string ThisMachine() {
 
 std::vector<BadBinary> BadBinaries() {
   const bool is_arm = ThisMachine() == "arm64";
-  const std::string another = is_arm ? "x86_64" : "arm64", and_this = ", and this machine is ";
+  const std::string another = is_arm ? "x86_64" : "arm64";
+  const std::string it_is = "the <program> is a program for ", but_this = ", but this machine is ";
   const ElfW(Half) its_machine = is_arm ? EM_X86_64 : EM_AARCH64;
   return {
-      {"for another machine", "it is a program for " + another + and_this + ThisMachine(),
-       kForThisMachine, kUnknown, [=](Binary& binary) { binary.header.e_machine = its_machine; }},
-      {"for a machine that nobody has any more",
-       "it is a program for machine 32639" + and_this + ThisMachine(), kForThisMachine, kUnknown,
-       [](Binary& binary) { binary.header.e_machine = 0x7F7F; }},
+      {"for another machine", it_is + another + but_this + ThisMachine(), kForThisMachine, kUnknown,
+       [=](Binary& binary) { binary.header.e_machine = its_machine; }},
+      {"for a machine that nobody has any more", it_is + "machine 32639" + but_this + ThisMachine(),
+       kForThisMachine, kUnknown, [](Binary& binary) { binary.header.e_machine = 0x7F7F; }},
       {"of the other order of bytes",
-       "it is a program for " + another + " in the other order of bytes" + and_this + ThisMachine(),
-       kForThisMachine, kUnknown,
+       it_is + another + " in the other order of bytes" + but_this + ThisMachine(), kForThisMachine,
+       kUnknown,
        [=](Binary& binary) {
          binary.header.e_machine = ElfW(Half)(its_machine << 8U);
          binary.header.e_ident[EI_DATA] ^= ELFDATA2LSB ^ ELFDATA2MSB;
@@ -134,13 +138,13 @@ std::vector<BadBinary> BadBinaries() {
        [](Binary& binary) { --binary.interpreter.p_filesz; }},
       {"whose loader has too long a name", kNonsense, kAgain, kUnknown,
        [](Binary& binary) { binary.interpreter.p_filesz = PATH_MAX + 1; }},
-      {"whose loader is missing", kLoader + "/no/ld", kInstallLoader, kCannotStart,
+      {"whose loader is missing", NeedsLoader("/no/ld"), kInstallLoader, kCannotStart,
        [](Binary& binary) { binary.NeedLoader("/no/ld"); }},
-      {"whose loader is a directory", kLoader + "/", kInstallLoader, kCannotStart,
+      {"whose loader is a directory", NeedsLoader("/"), kInstallLoader, kCannotStart,
        [](Binary& binary) { binary.NeedLoader("/"); }},
-      {"whose loader is no binary", kLoader + "/dev/null", kInstallLoader, kCannotStart,
+      {"whose loader is no binary", NeedsLoader("/dev/null"), kInstallLoader, kCannotStart,
        [](Binary& binary) { binary.NeedLoader("/dev/null"); }},
-      {"whose loader cannot be executed", kLoader + "/etc/passwd", kInstallLoader, kCannotStart,
+      {"whose loader cannot be executed", NeedsLoader("/etc/passwd"), kInstallLoader, kCannotStart,
        [](Binary& binary) { binary.NeedLoader("/etc/passwd"); }},
   };
 }
@@ -155,10 +159,10 @@ TEST(CheckForetells, EveryBinaryThatCannotBeStarted) {
     fs::remove(world.Path(kInstallerOfOne));
     SetMode(world.Directory().Write(kInstallerOfOne, binary.Bytes(row.size)), 0755);
     const auto line = [&](const std::string& program) {
-      std::string remedy = row.remedy;
-      ReplaceAll(remedy, "<program>", program, 0);
+      std::string text = row.text, remedy = row.remedy;
+      for (std::string* part : {&text, &remedy}) ReplaceAll(*part, "<program>", program, 0);
       const std::string name = program == "launcher" ? "kvl-launcher" : program;
-      return "error      {1/inst/linux/code/bin/" + name + "}: " + row.text + "; " + remedy + "\n";
+      return "error: " + text + ": {1/inst/linux/code/bin/" + name + "}; " + remedy + "\n";
     };
     world.ExpectReport(world.Check(),
                        Report(kInPlace, line("installer") + "1 problem: " + row.end + "\n"));
@@ -235,12 +239,14 @@ TEST(CheckForetells, ArgumentsThatTogetherAreTooLongForOne) {
   for (const std::string more : {"", "x"}) {
     const Lines arguments = {"\"" + half, half + more + "\""};
     const std::string split =
-        "warning    \"" + half +
-        ": the installer does not get it as it is: it has a double quote, a doubled or last "
-        "backslash, or is empty; do without that in the path or argument\n";
+        "warning: the launcher changes this path or argument for the installer, because it is "
+        "empty "
+        "or has a double quote, a doubled backslash or a backslash at its end: \"" +
+        half + "; use a path or argument that is not empty and has none of these\n";
     const std::string too_long =
-        "error      argument 3 of the installer is longer than the system hands to a program; "
-        "shorten it\n2 problems: the installer cannot be started, status 255\n";
+        "error: argument 3 of the installer is longer than the system passes to a program; "
+        "shorten this argument\n2 problems: the installer cannot be started, and the launcher will "
+        "end with status 255\n";
     const bool is_too_long = !more.empty();
     Lines further = arguments;
     further.insert(further.begin(), "--");
@@ -279,11 +285,11 @@ TEST(CheckForetells, VariablesThatTogetherAreTooLong) {
   Environment env = {{"PATH", std::string(100'000, 'p')}};
   for (const char* name : {"A", "B", "C", "D"}) env[name] = std::string(100'000, 'v');
   const Outcome seen = world.Check({}, env, LimitStack);
-  EXPECT_EQ(Replaced(seen.out, "[0-9]+ bytes together, and the system hands [0-9]+",
-                     "<n> bytes together, and the system hands <n>"),
+  EXPECT_EQ(Replaced(seen.out, "[0-9]+ bytes together, but the system passes at most [0-9]+",
+                     "<n> bytes together, but the system passes at most <n>"),
             world.Text(Report(kInPlace, R"(
-error      the arguments and variables of the installer have <n> bytes together, and the system hands <n> to a program; do without the longest of them
-1 problem: the installer cannot be started, status 255
+error: the arguments and variables of the installer have <n> bytes together, but the system passes at most <n> to a program; shorten or remove the longest of them
+1 problem: the installer cannot be started, and the launcher will end with status 255
 )")));
   EXPECT_EQ(world.Launch("1", {.env = env, .before = LimitStack}).status, 255);
   env.erase("D");
@@ -307,11 +313,13 @@ TEST(CheckForetells, TextsThatTogetherAreJustShortEnough) {
     return std::stoul(out.substr(out.find(words) + words.size()));
   };
   std::string& last = env["D"];
-  last.resize(last.size() - number_behind("installer have ") + number_behind("system hands "));
+  last.resize(last.size() - number_behind("installer have ") +
+              number_behind("system passes at most "));
   world.ExpectReport(check(), Report(kInPlace, "Fine: the installer will be started in place\n"));
   EXPECT_EQ(launch(), 0);
   last += 'v';
-  EXPECT_THAT(check().out, testing::EndsWith("cannot be started, status 255\n"));
+  EXPECT_THAT(check().out,
+              testing::EndsWith("cannot be started, and the launcher will end with status 255\n"));
   EXPECT_EQ(launch(), 255);
 }
 
@@ -319,7 +327,7 @@ TEST(CheckForetells, TextsThatTogetherAreJustShortEnough) {
 
 std::string Staged(const std::string& place, const std::string& files = "9") {
   return "Start      staged in " + place + "/<identifier>: " + files +
-         " files, <n> bytes, free <n>\n";
+         " files, <n> bytes; <n> bytes free\n";
 }
 
 TEST(CheckForetells, APathThatIsTooLongWhereItIsStaged) {
@@ -339,9 +347,9 @@ TEST(CheckForetells, APathThatIsTooLongWhereItIsStaged) {
               kStaged,
               Staged(deep) +
                   (fits ? "1 problem: the installer will be staged and started\n"
-                        : "error      {1}/inst: where it is staged, its path is too long for the "
-                          "system; let TMPDIR name a directory with a shorter path, put it less "
-                          "deep, or shorten names\n")));
+                        : "error: the staged copy of this file or directory has a path that is too "
+                          "long for the system: {1}/inst; set TMPDIR to a directory with a shorter "
+                          "path, shorten names, or use fewer directories\n")));
       const LaunchPlan plan = {.env = {{"TMPDIR", deep}}};
       EXPECT_EQ(world.Launch("1", plan).status, fits ? 0 : 1);
     }
@@ -362,8 +370,8 @@ TEST(CheckForetells, ThatWhatCannotBeListedIsNotOverwritten) {
     SetMode(world.Path(row.closed), 0755);
     if (seen.status == kImpossibleHere) GTEST_SKIP() << "permissions cannot be given up here";
     std::string findings = R"(
-warning    {1}: a directory that you may not list, so that it counts as empty; give it read and execute permission (chmod a+rx)
-warning    {1}: an ordinary user cannot read it; give it read and execute permission for all (chmod a+rx)
+warning: you cannot list this directory, so it counts as empty: {1}; give the directory read and execute permission (chmod a+rx)
+warning: other users cannot read this directory: {1}; give all users read and execute permission (chmod a+rx)
 3 problems: the installer will be staged and started
 )";
     ReplaceAll(findings, "{1}", "{" + row.closed + "}", 0);
@@ -384,9 +392,9 @@ TEST(CheckForetells, AnInstallerThatIsNotStaged) {
   SetMode(world.Path("1/inst/linux/code"), 0755);
   if (seen.status == kImpossibleHere) GTEST_SKIP() << "permissions cannot be given up here";
   world.ExpectReport(seen, Report(kStaged, Staged("{tmp}", "8") + R"(
-error      {1}/inst/linux/code: a directory that you may not list, so that it counts as empty; give it read and execute permission (chmod a+rx)
-warning    {1}/inst/linux/code: an ordinary user cannot read it; give it read and execute permission for all (chmod a+rx)
-3 problems: the installer cannot be started, status 255
+error: you cannot list this directory, so it counts as empty: {1}/inst/linux/code; give the directory read and execute permission (chmod a+rx)
+warning: other users cannot read this directory: {1}/inst/linux/code; give all users read and execute permission (chmod a+rx)
+3 problems: the installer cannot be started, and the launcher will end with status 255
 )"));
   EXPECT_EQ(launch.status, 255);
 }
@@ -401,10 +409,13 @@ TEST(CheckForetells, AnInstallerOfAnInstallerMediaThatIsNotStaged) {
                       env, GiveUpPermissions);
   SetMode(world.Path(closed), 0755);
   if (seen.status == kImpossibleHere) GTEST_SKIP() << "permissions cannot be given up here";
-  EXPECT_THAT(seen.out, testing::HasSubstr(world.Text("\nerror      {" + closed +
-                                                      "}: a directory that you may "
-                                                      "not list, so that it counts as empty; ")));
-  EXPECT_THAT(seen.out, testing::EndsWith("the installer cannot be started, status 255\n"));
+  EXPECT_THAT(seen.out,
+              testing::HasSubstr(world.Text("\nerror: you cannot list this directory, so it "
+                                            "counts as empty: {" +
+                                            closed + "}; ")));
+  EXPECT_THAT(seen.out,
+              testing::EndsWith(
+                  "the installer cannot be started, and the launcher will end with status 255\n"));
 }
 
 /// To be called in the child: a file system of its own in the directory, with these limits.
@@ -426,11 +437,12 @@ TEST(CheckForetells, ThatTinyFilesDoNotFit) {
   CheckWorld world("two volumes; 2: 2=SET-B");
   WithTinyFiles(world);
   const std::string is_short =
-      "error      {tmp}/<identifier>/: staging needs <n> bytes, and <n> are free; make room there, "
-      "or let TMPDIR name another directory\n";
+      "error: staging needs <n> bytes, but only <n> are free: {tmp}/<identifier>/; make room "
+      "there, "
+      "or set TMPDIR to another directory\n";
   const std::string has_no_room =
-      "error      {tmp}/<identifier>/: staging needs 417 files and directories, and 9 are free; "
-      "make room there, or let TMPDIR name another directory\n";
+      "error: staging needs room for 417 files and directories, but there is room for only 9: "
+      "{tmp}/<identifier>/; make room there, or set TMPDIR to another directory\n";
   struct Row {
     std::string limits, finding;
   };
@@ -477,8 +489,7 @@ TEST(CheckForetells, ThatItCannotKnowWhetherTheRoomIsEnough) {
     const Outcome seen = CheckWorld::CompanionHere(
         {"check", world.Path("1"), "--os", "linux", "--installer", "installer"});
     EXPECT_THAT(seen.out, testing::EndsWith(row.end + "\n"));
-    EXPECT_EQ(seen.out.find("; whether they are enough cannot be known; make room there") !=
-                  std::string::npos,
+    EXPECT_EQ(seen.out.find("warning: staging may need up to ") != std::string::npos,
               row.end == unknown);
   }
 }
@@ -494,7 +505,7 @@ std::uint64_t MostRoomOf(const CheckWorld& world) {
     const Outcome seen =
         CheckWorld::CompanionHere({"check", world.Path("1"), "--os", "linux", "--installer",
                                    "installer", "--", "-installerPath", world.Path("ext")});
-    return std::stoull(MatchOf(seen.out, "[^]*needs (up to )?([0-9]+) bytes[^]*")[2]);
+    return std::stoull(MatchOf(seen.out, "[^]*needs? (up to )?([0-9]+) bytes[^]*")[2]);
   };
   const std::uint64_t at_least = needed_with(0);
   return needed_with(at_least / kBlock);

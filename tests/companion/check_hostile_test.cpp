@@ -21,9 +21,8 @@ TEST(CheckOfAHostileMedia, SendsNoCharacterToATerminalThatItWouldObey) {
   std::vector<std::string> paths;
   for (const auto& [name, shown] : names) {
     world.Volume("2").Link(name, "nowhere");
-    lines += "warning    {2}/" + shown +
-             ": a link that leads nowhere; put there what it leads to, or remove the link if "
-             "nothing needs it\n";
+    lines += "warning: this link leads nowhere: {2}/" + shown +
+             "; restore what the link leads to, or remove the link if nothing needs it\n";
     paths.push_back(world.Text("{2}/" + shown));
   }
   world.ExpectReport(
@@ -50,8 +49,8 @@ Installer  {}/a\x1B/1/inst/linux/code/bin/installer, in the media; name from --i
 Volumes    3, layout unknown, tag SET-A
              1  found       {}/a\x1B/1
            2-3  missing     {}/a\x1B/2 to {}/a\x1B/3
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
-warning    {}/a\x1B/2/2.txt: volumes 2 to 3 are missing: they have no markers; copy the whole volumes there, or correct the number in volumes.txt
+Start      staged in {tmp}/<identifier>: 9 files, <n> bytes; <n> bytes free
+warning: volumes 2 to 3 have no markers: {}/a\x1B/2/2.txt; copy all of these volumes, or correct the number in volumes.txt
 1 problem: the installer will be staged and started
 )");
 }
@@ -102,9 +101,11 @@ TEST(CheckOfAHostileMedia, EndsAtAFileWhoseReaderWaits) {
     const CheckWorld world(kMedia + ("link " + name) + " " + kWaits);
     const Outcome seen = world.Check({}, {}, EndSoon);
     EXPECT_THAT(seen.out, testing::HasSubstr(
+                              ": the system cannot read this entry (Resource temporarily "
+                              "unavailable): " +
                               world.Path(name) +
-                              ": it cannot be read: Resource temporarily unavailable; look at its "
-                              "disc, and copy it again if it is part of the media\n"));
+                              "; examine the disc, and copy the entry again if it is part of the "
+                              "media\n"));
     EXPECT_EQ(seen.err, "");
     EXPECT_EQ(seen.status, 1);
   }
@@ -170,8 +171,8 @@ TEST_F(CheckOfEndlessLines, TakesLittleMemoryForATagOfAMillionBytes) {
   }
   const std::string shown = std::string(256, 't') + "... (1048569 bytes)";
   world_.ExpectReport(Check(), WithTag(shown, R"(
-error      KVLAdmInstMTBDIR: a variable of the installer that is longer than the system hands to a program; shorten what it is set from
-1 problem: the installer cannot be started, status 255
+error: this variable of the installer is longer than the system passes to a program: KVLAdmInstMTBDIR; shorten the text that the variable is set from
+1 problem: the installer cannot be started, and the launcher will end with status 255
 )"));
   const auto report = JsonOf(/*status=*/1);
   EXPECT_EQ(report["tag"], shown);

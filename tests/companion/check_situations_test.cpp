@@ -5,24 +5,25 @@ namespace kvl::test {
 namespace {
 
 constexpr char kTooLittleSpace[] =
-    "error      {tmp}/<identifier>/: staging needs <n> bytes, and <n> are free; make room there, "
-    "or let TMPDIR name another directory\n";
+    "error: staging needs <n> bytes, but only <n> are free: {tmp}/<identifier>/; make room there, "
+    "or set TMPDIR to another directory\n";
 
 std::string StagedFiles(const std::string& count) {
-  return "Start      staged in {tmp}/<identifier>: " + count + " files, <n> bytes, free <n>\n";
+  return "Start      staged in {tmp}/<identifier>: " + count +
+         " files, <n> bytes; <n> bytes free\n";
 }
 
 TEST(CheckFindsMore, ADirectoryThatIsNoFirstVolume) {
   const CheckWorld world("two volumes");
   const std::map<std::string, Environment> systems = {
-      {"none named", {}}, {"linux, from the environment", {{"KVL_OS", "linux"}}}};
+      {"not set", {}}, {"linux, from the environment", {{"KVL_OS", "linux"}}}};
   for (const auto& [system, env] : systems) {
     world.ExpectReport(world.Companion({"check", "{2}"}, env),
                        "Media      {2}\nSystem     " + system + R"(
-Installer  not found; none named
+Installer  not found; name not set
 Volumes    1
-Start      none
-error      {2}: this is no volume 1: there is no directory inst in it; give the directory that holds inst and StartTUI.sh
+Start      not reached
+error: the launcher finds no directory inst here, so this is not volume 1: {2}; give the directory that holds inst and StartTUI.sh
 1 problem: the launcher will end with status 1
 )");
   }
@@ -46,9 +47,8 @@ TEST(CheckFindsMore, ANameTooLongForADisc) {
   const CheckWorld world("two volumes; file 2/" + name + "; file 2/" + std::string(253, 'm'));
   world.ExpectReport(
       world.Check(),
-      Report(kInPlace, "warning    {2}/" + name +
-                           ": a name that is cut off on a disc (ISO 9660 with Rock Ridge); "
-                           "shorten it to 253 bytes or less\n"));
+      Report(kInPlace, "warning: a disc (ISO 9660 with Rock Ridge) cuts this name off: {2}/" +
+                           name + "; shorten the name to 253 bytes or less\n"));
 }
 
 TEST(CheckFindsMore, ADirectoryThatCannotBeListed) {
@@ -57,8 +57,8 @@ TEST(CheckFindsMore, ADirectoryThatCannotBeListed) {
   SetMode(world.Path("1/inst/common"), 0755);
   if (seen.status == kImpossibleHere) GTEST_SKIP() << "permissions cannot be given up here";
   world.ExpectReport(seen, Report(kInPlace, R"(
-warning    {1}/inst/common: an ordinary user cannot read it; give it read and execute permission for all (chmod a+rx)
-warning    {1}/inst/common: a directory that you may not list, so that it counts as empty; give it read and execute permission (chmod a+rx)
+warning: other users cannot read this directory: {1}/inst/common; give all users read and execute permission (chmod a+rx)
+warning: you cannot list this directory, so it counts as empty: {1}/inst/common; give the directory read and execute permission (chmod a+rx)
 2 problems: the installer will be started in place
 )"));
 }
@@ -73,7 +73,7 @@ Volumes    2, layout unknown, tag SET-A
            1  found       {1}
            2  unreadable  {2}
 )" + StagedFiles("9") + R"(
-warning    {2}/2.txt: the marker of volume 2 cannot be read; give the directories above it permission x
+warning: you cannot enter a directory above the marker of volume 2: {2}/2.txt; give the directories above the marker execute permission (chmod a+x)
 1 problem: the installer will be staged and started
 )"));
 }
@@ -85,14 +85,14 @@ TEST(CheckFindsMore, AFirstVolumeThatNobodyMayLookInto) {
   if (seen.status == kImpossibleHere) GTEST_SKIP() << "permissions cannot be given up here";
   world.ExpectReport(seen, Report(kInPlace, R"(
 Installer  not found; name from --installer
-Volumes    number unknown
-Start      none
-error      {1}/inst: you cannot read it; give the directories above it permission x
-warning    {1}/inst/volumes.txt: you cannot read it; give the directories above it permission x
-error      {1}/StartTUI.sh: you cannot read it; give the directories above it permission x
-warning    {1}: a directory that you may not list, so that it counts as empty; give it read and execute permission (chmod a+rx)
-warning    {1}: an ordinary user cannot read it; give it read and execute permission for all (chmod a+rx)
-5 problems: StartTUI.sh starts nothing; without it, the launcher will end with status 1
+Volumes    unknown number
+Start      not reached
+error: you cannot enter a directory above this path: {1}/inst; give the directories above it execute permission (chmod a+x)
+warning: you cannot enter a directory above this path: {1}/inst/volumes.txt; give the directories above it execute permission (chmod a+x)
+error: you cannot enter a directory above this path: {1}/StartTUI.sh; give the directories above it execute permission (chmod a+x)
+warning: you cannot list this directory, so it counts as empty: {1}; give the directory read and execute permission (chmod a+rx)
+warning: other users cannot read this directory: {1}; give all users read and execute permission (chmod a+rx)
+5 problems: StartTUI.sh will fail; without it, the launcher will end with status 1
 )"));
 }
 
@@ -105,15 +105,15 @@ TEST(CheckFindsMore, APayloadAndAnInstallerThatNobodyMayLookFor) {
   if (seen.status == kImpossibleHere) GTEST_SKIP() << "permissions cannot be given up here";
   world.ExpectReport(seen, Report(kInPlace, R"(
 Installer  not found; name from --installer
-Volumes    number unknown
-Start      none
-error      {1}/inst/linux/code/bin/installer: you cannot read it; give the directories above it permission x
-warning    {1}/inst/volumes.txt: you cannot read it; give the directories above it permission x
-warning    {1}/payload/1: you cannot read it; give the directories above it permission x
-warning    {1}/inst: an ordinary user cannot read it; give it read and execute permission for all (chmod a+rx)
-warning    {1}/payload: an ordinary user cannot read it; give it read and execute permission for all (chmod a+rx)
-warning    {1}/inst: a directory that you may not list, so that it counts as empty; give it read and execute permission (chmod a+rx)
-warning    {1}/payload: a directory that you may not list, so that it counts as empty; give it read and execute permission (chmod a+rx)
+Volumes    unknown number
+Start      not reached
+error: you cannot enter a directory above this path: {1}/inst/linux/code/bin/installer; give the directories above it execute permission (chmod a+x)
+warning: you cannot enter a directory above this path: {1}/inst/volumes.txt; give the directories above it execute permission (chmod a+x)
+warning: you cannot enter a directory above this path: {1}/payload/1; give the directories above it execute permission (chmod a+x)
+warning: other users cannot read this directory: {1}/inst; give all users read and execute permission (chmod a+rx)
+warning: other users cannot read this directory: {1}/payload; give all users read and execute permission (chmod a+rx)
+warning: you cannot list this directory, so it counts as empty: {1}/inst; give the directory read and execute permission (chmod a+rx)
+warning: you cannot list this directory, so it counts as empty: {1}/payload; give the directory read and execute permission (chmod a+rx)
 7 problems: the launcher will end with status 1
 )"));
 }
@@ -127,9 +127,10 @@ TEST(CheckFindsMore, AReadOnlyFileThatAnExternalMediaOverwrites) {
       Report(kStaged,
              "Installer  {ext}/inst/linux/code/bin/installer, from -installerPath; name from "
              "--installer\n" +
-                 StagedFiles("9") + (is_superuser ? "warning    " : "error      ") +
-                 "{1}/inst/common/reffiles/list: a read-only file that the external installer "
-                 "media has to overwrite; give it write permission for its owner (chmod u+w)\n" +
+                 StagedFiles("9") + (is_superuser ? "warning" : "error") +
+                 ": the external installer media replaces a staged file that is read-only: "
+                 "{1}/inst/common/reffiles/list; give the owner of the file write permission "
+                 "(chmod u+w)\n" +
                  (is_superuser ? "2 problems: the installer will be staged and started\n" : "")));
 }
 
@@ -153,15 +154,17 @@ TEST(CheckFindsMore, TooFewFilesLeftForStaging) {
   const Outcome seen = world.Check({}, {}, mount);
   if (seen.status == kImpossibleHere) GTEST_SKIP() << "nothing can be mounted here";
   world.ExpectReport(seen, Report(kStaged, R"(
-error      {tmp}/<identifier>/: staging needs 17 files and directories, and 16 are free; make room there, or let TMPDIR name another directory
+error: staging needs room for 17 files and directories, but there is room for only 16: {tmp}/<identifier>/; make room there, or set TMPDIR to another directory
 )"));
   ExpectTheSame(world.Check({"--json"}, {}, mount), seen);
 }
 
 TEST(CheckFindsMore, ATemporaryDirectoryOfOthersForTheSuperuser) {
   const std::string warning =
-      ": others may exchange what the superuser stages below it before it is started; let TMPDIR "
-      "name a directory that only the superuser can write into, and all above it\n"
+      "warning: other users own this directory or may write into it without a sticky bit, so they "
+      "can replace what the superuser stages below it: ";
+  const std::string remedy =
+      "; set TMPDIR to a directory into which, as into all above it, only the superuser can write\n"
       "2 problems: the installer will be staged and started\n";
   const std::string nothing = "1 problem: the installer will be staged and started\n";
   struct Row {
@@ -197,10 +200,10 @@ TEST(CheckFindsMore, ATemporaryDirectoryOfOthersForTheSuperuser) {
                               "           2  missing     {2}\n"
                               "Start      staged in " +
                                   own +
-                                  "/<identifier>: 9 files, <n> bytes, free <n>\n"
-                                  "warning    {2}/2.txt: volume 2 is missing: it has no marker; "
-                                  "copy the whole volume there\n" +
-                                  (is_said ? "warning    " + row.directory + warning : nothing)));
+                                  "/<identifier>: 9 files, <n> bytes; <n> bytes free\n"
+                                  "warning: volume 2 has no marker: {2}/2.txt; copy the whole "
+                                  "volume there\n" +
+                                  (is_said ? warning + row.directory + remedy : nothing)));
     ExpectTheSame(world.Check({"--json"}, {{"TMPDIR", own}}), seen);
   }
 }
@@ -229,11 +232,11 @@ Volumes    2147483647, layout sibling, tag SET-A
             2-1000  missing     {2} to {1000}
            1500000  missing     {1500000}
            2000000  other-tag   {2000000}, tag SET-B
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
-warning    {2}/2.txt: volumes 2 to 1000 are missing: they have no markers; copy the whole volumes there, or correct the number in volumes.txt
-warning    {1500000}/1500000.txt: volume 1500000 is missing: it has no marker; copy the whole volume there
-warning    {2000000}/2000000.txt: volume 2000000 has the tag SET-B instead of SET-A; put the volume of the same media there
-warning    {1}/inst/volumes.txt: 2147482645 volumes above 1000 are missing; copy them, or correct the number in volumes.txt
+Start      staged in {tmp}/<identifier>: 9 files, <n> bytes; <n> bytes free
+warning: volumes 2 to 1000 have no markers: {2}/2.txt; copy all of these volumes, or correct the number in volumes.txt
+warning: volume 1500000 has no marker: {1500000}/1500000.txt; copy the whole volume there
+warning: volume 2000000 has the tag SET-B instead of SET-A: {2000000}/2000000.txt; put the volume that belongs to this media there
+warning: 2147482645 more volumes above volume 1000 are missing: {1}/inst/volumes.txt; copy these volumes, or correct the number in volumes.txt
 4 problems: the installer will be staged and started
 )"));
 }
@@ -245,13 +248,12 @@ TEST(CheckFindsMore, MoreOfOneKindThanAReportKeeps) {
     const std::string name = std::to_string(i);
     world.Change("link 2/" + name + " nowhere");
     if (i >= 110) continue;
-    lines += "warning    {2}/" + name +
-             ": a link that leads nowhere; put there what it leads to, or remove the link if "
-             "nothing needs it\n";
+    lines += "warning: this link leads nowhere: {2}/" + name +
+             "; restore what the link leads to, or remove the link if nothing needs it\n";
   }
   world.ExpectReport(
       world.Check(),
-      Report(kInPlace, lines + "           and 93 more of dangling-link\n"
+      Report(kInPlace, lines + "and 93 more findings with the code dangling-link\n"
                                "103 problems: the installer will be started in place\n"));
   EXPECT_THAT(world.Check({"--json"}).out,
               testing::HasSubstr("\"further\": {\n    \"dangling-link\": 3\n  }"));

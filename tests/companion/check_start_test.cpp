@@ -35,8 +35,8 @@ TEST(CheckForetells, WhoCanStartAStagedInstallerThatIsClosedToItsOwner) {
   const CheckWorld world("two volumes; 2: 2=SET-B; mode 655 1/inst/linux/code/bin/installer");
   const std::string starts = "1 problem: the installer will be staged and started\n";
   const std::string does_not_start = R"(
-error      {1}/inst/linux/code/bin/installer: the installer has no execute permission; give it that (chmod a+x)
-2 problems: the installer cannot be started, status 255
+error: the installer has no execute permission: {1}/inst/linux/code/bin/installer; give the installer execute permission (chmod a+x)
+2 problems: the installer cannot be started, and the launcher will end with status 255
 )";
   world.ExpectReport(world.Check(), Report(kStaged, ::geteuid() == 0 ? starts : does_not_start));
 }
@@ -49,10 +49,11 @@ TEST(CheckForetells, TheLowestByteOfALargeCountAsTheAnswerToAQuery) {
     world.Make(number + ": " + number + "=SET-A");
     rows += std::string(14 - number.size(), ' ') + number + "  found       {" + number + "}\n";
   }
-  world.ExpectReport(world.Check({}, {{"KVLAdmODTMultiVolumes", "1"}}),
-                     Report(kInPlace, "Volumes    300, layout sibling, tag SET-A\n" + rows +
-                                          "Start      not asked for\n"
-                                          "Fine: the launcher will only answer with status 44\n"));
+  world.ExpectReport(
+      world.Check({}, {{"KVLAdmODTMultiVolumes", "1"}}),
+      Report(kInPlace, "Volumes    300, layout sibling, tag SET-A\n" + rows +
+                           "Start      not requested\n"
+                           "Fine: the launcher will start nothing and answer with status 44\n"));
 }
 
 }  // namespace

@@ -44,7 +44,7 @@ ReportParts PartsOf(const std::string& report) {
     if (line.empty()) continue;
     std::string rest = line;
     const std::string word = TakeWord(rest);
-    if (word == "warning" || word == "error") {
+    if (word == "warning:" || word == "error:" || word == "and") {
       label = kFindings;
     } else if (word == "Fine:" || (!word.empty() && std::isdigit(word[0]) != 0)) {
       label = kEnd;
@@ -74,8 +74,8 @@ Installer  {1}/inst/linux/code/bin/installer, in the media; name from --installe
 Volumes    2, layout sibling, tag SET-A
            1  found       {1}
            2  other-tag   {2}, tag SET-B
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
-warning    {2}/2.txt: volume 2 has the tag SET-B instead of SET-A; put the volume of the same media there
+Start      staged in {tmp}/<identifier>: 9 files, <n> bytes; <n> bytes free
+warning: volume 2 has the tag SET-B instead of SET-A: {2}/2.txt; put the volume that belongs to this media there
 2 problems: the launcher will end with status 1
 )";
 
@@ -108,24 +108,25 @@ std::vector<Transcript> ReadTranscripts(const std::string& text) {
       {"started in place", {"", kInPlace}},
       {"cannot be staged", {"2: 2=SET-B; ", kStaged}},
       {"has a start script that starts nothing",
-       {"",
-        Report(kInPlace,
-               "1 problem: StartTUI.sh starts nothing; without it, the installer will be started "
-               "in place\n")}},
+       {"", Report(kInPlace,
+                   "1 problem: StartTUI.sh will fail; without it, the installer will be started "
+                   "in place\n")}},
       {"has a launcher that cannot be started",
        {"", Report(kInPlace, "1 problem: the launcher cannot be started\n")}},
       {"is fine", {"", Report(kInPlace, "Fine: the installer will be started in place\n")}},
       {"cannot be started",
-       {"", Report(kInPlace, "1 problem: the installer cannot be started, status 255\n")}},
+       {"", Report(kInPlace,
+                   "1 problem: the installer cannot be started, and the launcher will end with "
+                   "status 255\n")}},
       {"has no installer", {"", Report(kInPlace, R"(
 Installer  not found; name from --installer
-Start      none
+Start      not reached
 1 problem: the launcher will end with status 1
 )")}},
       {"lacks a volume", {"", Report(kInPlace, R"(
 Volumes    2, layout unknown, tag SET-A
            1  found       {1}
-Start      staged in {tmp}/<identifier>: 9 files, <n> bytes, free <n>
+Start      staged in {tmp}/<identifier>: 9 files, <n> bytes; <n> bytes free
 1 problem: the installer will be staged and started
 )")}},
   };
@@ -292,14 +293,14 @@ void ExpectTheSame(const Outcome& json, const Outcome& text) {
   std::string findings;
   for (const auto& finding : report["findings"]) {
     const std::string path = finding["path"], severity = finding["severity"];
-    findings += severity + std::string(11 - severity.size(), ' ') +
-                (path.empty() ? "" : path + ": ") + finding["text"].get<std::string>() + "; " +
-                finding["remedy"].get<std::string>() + "\n";
+    findings += severity + ": " + finding["text"].get<std::string>() +
+                (path.empty() ? "" : ": " + path) + "; " + finding["remedy"].get<std::string>() +
+                "\n";
   }
   const auto says = [&](const std::string& words) {
     return text.out.find(words) != std::string::npos;
   };
-  if (!says("\n           and ")) {
+  if (!says("\nand ")) {
     EXPECT_THAT(text.out, testing::HasSubstr(findings));
   }
   const bool has_launcher = !says(": the launcher cannot be started\n");
@@ -324,9 +325,10 @@ void ForbidToExecute(const std::string& directory) {
 }
 
 std::string WithoutBytes(const std::string& text) {
-  return Replaced(Replaced(text, ", [0-9]+ bytes?, free [0-9]+", ", <n> bytes, free <n>"),
-                  "staging needs [0-9]+ bytes, and [0-9]+ are free",
-                  "staging needs <n> bytes, and <n> are free");
+  return Replaced(
+      Replaced(text, ", [0-9]+ bytes?; [0-9]+ bytes? free", ", <n> bytes; <n> bytes free"),
+      "staging needs [0-9]+ bytes, but only [0-9]+ are free",
+      "staging needs <n> bytes, but only <n> are free");
 }
 
 std::string WithoutFreeBytes(const std::string& json) {

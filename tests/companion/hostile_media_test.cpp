@@ -26,7 +26,7 @@ std::string Findings(const std::string& report) {
   std::istringstream stream(report);
   std::string found;
   for (std::string line; std::getline(stream, line);) {
-    if (line.starts_with("warning ") || line.starts_with("error ")) {
+    if (line.starts_with("warning: ") || line.starts_with("error: ")) {
       found += line.substr(0, line.find("; ")) + "\n";
     }
   }
@@ -59,13 +59,11 @@ TEST_F(HostileMedia, WithLinksInACircle) {
       "link media/1/payload/1/x y; link media/1/payload/1/y x; link media/2/up ..; "
       "dir media/2/b/c; link media/2/0 b/c; link media/2/b/c/l ..");
   ExpectFound(
-      "warning    {media/1/payload/1/x}: links that lead round in a circle, or too many of them "
-      "one "
-      "behind the other\n"
-      "warning    {media/1/payload/1/y}: links that lead round in a circle, or too many of them "
-      "one "
-      "behind the other\n"
-      "warning    {media/2/b/c/l}: a link that leads round in a circle\n",
+      "warning: this link leads round in a circle or through too many other links: "
+      "{media/1/payload/1/x}\n"
+      "warning: this link leads round in a circle or through too many other links: "
+      "{media/1/payload/1/y}\n"
+      "warning: this link leads round in a circle: {media/2/b/c/l}\n",
       "not listed    {media/1/payload/1/x}\n"
       "not listed    {media/1/payload/1/y}\n"
       "not listed    {media/2/0}\n"
@@ -76,9 +74,9 @@ TEST_F(HostileMedia, WithLinksInACircle) {
 TEST_F(HostileMedia, WithPipes) {
   world_.Change("pipe media/1/pipe; pipe media/2/2.txt; pipe media/1/payload/1/a");
   ExpectFound(
-      "warning    {media/2/2.txt}: the marker of volume 2 cannot be read\n"
-      "warning    {media/1/pipe}: a pipe, which cannot be copied\n"
-      "warning    {media/1/payload/1/a}: a pipe, which cannot be copied\n",
+      "warning: the marker of volume 2 cannot be read: {media/2/2.txt}\n"
+      "warning: a pipe cannot be copied: {media/1/pipe}\n"
+      "warning: a pipe cannot be copied: {media/1/payload/1/a}\n",
       "wrong kind    {media/1/payload/1/a}: no regular file\n"
       "not listed    {media/1/pipe}\n"
       "wrong kind    {media/2/2.txt}: no regular file\n");
@@ -87,10 +85,11 @@ TEST_F(HostileMedia, WithPipes) {
 TEST_F(HostileMedia, WithSockets) {
   world_.Change("socket media/1/socket; socket media/2/2.txt; socket media/1/StartTUI.sh");
   ExpectFound(
-      "error      {media/1/StartTUI.sh}: the start script is missing or names no system\n"
-      "warning    {media/2/2.txt}: it cannot be read: No such device or address\n"
-      "warning    {media/1/StartTUI.sh}: a socket, which cannot be copied\n"
-      "warning    {media/1/socket}: a socket, which cannot be copied\n",
+      "error: neither --os nor KVL_OS names a system, and the start script is missing or does not "
+      "name one: {media/1/StartTUI.sh}\n"
+      "warning: the system cannot read this entry (No such device or address): {media/2/2.txt}\n"
+      "warning: a socket cannot be copied: {media/1/StartTUI.sh}\n"
+      "warning: a socket cannot be copied: {media/1/socket}\n",
       "wrong kind    {media/1/StartTUI.sh}: no regular file\n"
       "not listed    {media/1/socket}\n"
       "wrong kind    {media/2/2.txt}: no regular file\n");
@@ -101,10 +100,11 @@ TEST_F(HostileMedia, WithDevices) {
       "link media/1/zero /dev/zero; link media/2/2.txt /dev/zero; link media/1/StartTUI.sh "
       "/dev/zero");
   ExpectFound(
-      "error      {media/1/StartTUI.sh}: the start script is missing or names no system\n"
-      "warning    {media/2/2.txt}: the marker of volume 2 cannot be read\n"
-      "warning    {media/1/StartTUI.sh}: a device, which cannot be copied\n"
-      "warning    {media/1/zero}: a device, which cannot be copied\n",
+      "error: neither --os nor KVL_OS names a system, and the start script is missing or does not "
+      "name one: {media/1/StartTUI.sh}\n"
+      "warning: the marker of volume 2 cannot be read: {media/2/2.txt}\n"
+      "warning: a device cannot be copied: {media/1/StartTUI.sh}\n"
+      "warning: a device cannot be copied: {media/1/zero}\n",
       "wrong kind    {media/1/StartTUI.sh}: no regular file\n"
       "not listed    {media/1/zero}\n"
       "wrong kind    {media/2/2.txt}: no regular file\n");
@@ -113,9 +113,9 @@ TEST_F(HostileMedia, WithDevices) {
 TEST_F(HostileMedia, WithNamesThatATerminalObeys) {
   world_.Change("link media/2/a\\nb x; link media/2/\\x1B[2J x; link media/2/\\xFF x");
   ExpectFound(
-      "warning    {media/2}/\\x1B[2J: a link that leads nowhere\n"
-      "warning    {media/2}/a\\x0Ab: a link that leads nowhere\n"
-      "warning    {media/2}/\\xFF: a link that leads nowhere\n",
+      "warning: this link leads nowhere: {media/2}/\\x1B[2J\n"
+      "warning: this link leads nowhere: {media/2}/a\\x0Ab\n"
+      "warning: this link leads nowhere: {media/2}/\\xFF\n",
       "not listed    {media/2}/\\x1B[2J\n"
       "not listed    {media/2}/a\\x0Ab\n"
       "not listed    {media/2}/\\xFF\n");
@@ -124,13 +124,11 @@ TEST_F(HostileMedia, WithNamesThatATerminalObeys) {
 TEST_F(HostileMedia, WithClosedDirectories) {
   world_.Change("mode 0 media/1/payload; mode 0 media/2/payload/2");
   ExpectFound(
-      "warning    {media/1/payload/1}: you cannot read it\n"
-      "warning    {media/1/payload}: an ordinary user cannot read it\n"
-      "warning    {media/1/payload}: a directory that you may not list, so that it counts as "
-      "empty\n"
-      "warning    {media/2/payload/2}: an ordinary user cannot read it\n"
-      "warning    {media/2/payload/2}: a directory that you may not list, so that it counts as "
-      "empty\n",
+      "warning: you cannot enter a directory above this path: {media/1/payload/1}\n"
+      "warning: other users cannot read this directory: {media/1/payload}\n"
+      "warning: you cannot list this directory, so it counts as empty: {media/1/payload}\n"
+      "warning: other users cannot read this directory: {media/2/payload/2}\n"
+      "warning: you cannot list this directory, so it counts as empty: {media/2/payload/2}\n",
       "unreadable    {media/1/payload}: opendir - {media/1/payload} - Permission denied\n"
       "wrong mode    {media/1/payload}: 000 in place of 755\n"
       "unreadable    {media/2/payload/2}: opendir - {media/2/payload/2} - Permission denied\n"
@@ -145,7 +143,7 @@ TEST_F(HostileMedia, WithPathsBeyondTheLimitOfTheSystem) {
   std::string way = world_.Path("media/2/payload/2");
   MakeDeep(way, kLevels);
   while (way.size() < PATH_MAX) way += "/" + name;
-  ExpectFound("warning    " + way + ": a path that is too long for the system\n",
+  ExpectFound("warning: this path is too long for the system: " + way + "\n",
               "not listed    {media/2/payload/2}/" + name + "\n");
 }
 
@@ -169,8 +167,9 @@ TEST_F(HostileMedia, WithTextsOfAGibibyte) {
     fs::resize_file(path, 1U << 30U);
   }
   ExpectFound(
-      "error      {media/1/StartTUI.sh}: the start script is missing or names no system\n"
-      "warning    {media/2/2.txt}: the marker of volume 2 has no line MTBDIR=<tag>\n",
+      "error: neither --os nor KVL_OS names a system, and the start script is missing or does not "
+      "name one: {media/1/StartTUI.sh}\n"
+      "warning: the marker of volume 2 has no line MTBDIR=<tag>: {media/2/2.txt}\n",
       "bad manifest  {media/2/media.manifest}: longer than 268435456 bytes\n"
       "wrong list    {media/1/1.sha256}: not the one that the manifest is about\n");
 }
@@ -203,11 +202,11 @@ TEST_F(HostileMedia, ThatChangesWhileItIsVerified) {
 TEST_F(HostileMedia, ThatChangesWhileItIsChecked) {
   const std::vector<std::pair<FailingCall::Call, std::string>> rows = {
       {FailingCall::kLook,
-       "warning    {media/2/payload/2}: the directory with the payload of volume 2 is missing\n"
-       "warning    {media/2/payload/2}: it cannot be read: No such file or directory\n"},
+       "warning: the payload directory of volume 2 is missing: {media/2/payload/2}\n"
+       "warning: the system cannot read this entry (No such file or directory): "
+       "{media/2/payload/2}\n"},
       {FailingCall::kOpenDir,
-       "warning    {media/2/payload/2}: a directory that you may not list, so that it counts as "
-       "empty\n"}};
+       "warning: you cannot list this directory, so it counts as empty: {media/2/payload/2}\n"}};
   for (const auto& [call, said] : rows) {
     const FailingCall gone(call, world_.Path("media/2/payload/2"), ENOENT);
     const Outcome seen = SealedWorld::CompanionHere({"check", world_.Path("media/1")});

@@ -31,27 +31,29 @@ TEST(LastWords, AreSaidOnlyAsLongAsTheyLive) {
 }
 
 TEST_F(MakeAtItsEnd, SaysWhatIsWrongWithAMediaThatCannotBeStarted) {
-  const std::string programs = "error      {media}/inst/linux/code/bin/";
+  const std::string programs = "{media}/inst/linux/code/bin/";
+  const std::string empty =
+      "error: the installer is empty: " + programs + "setup; copy the installer again\n";
+  const std::string missing =
+      "error: the first line of the script names the program /missing, which is missing or cannot "
+      "be executed: " +
+      programs;
   const std::string wrong_machine =
-      programs +
-      "kvl-launcher: this machine cannot run the launcher; put the launcher for this "
-      "machine there\n";
+      "error: the launcher is neither a script nor a binary: " + programs +
+      "kvl-launcher; put the launcher for this machine there\n";
   struct Row {
     std::string change, findings;
   };
   for (const Row& row : std::vector<Row>{
-           {"file setup", programs + "setup: the installer is empty; copy it again\n"},
+           {"file setup", empty},
            {"file setup #!/bin/sh\\r\\n",
-            programs + "setup: its first line has a carriage return; save it with line feeds "
-                       "alone\n"},
+            "error: the first line contains a carriage return: " + programs +
+                "setup; save the file with line feeds alone\n"},
            {"file setup #!/missing\\n",
-            programs + "setup: its first line names a program that is missing or cannot be "
-                       "executed: /missing; correct the line, or install that program\n"},
+            missing + "setup; correct the first line, or install that program\n"},
            {"file starter text", wrong_machine},
            {"file starter #!/missing\\n; file setup",
-            programs + "setup: the installer is empty; copy it again\n" + programs +
-                "kvl-launcher: its first line names a program that is missing or cannot be "
-                "executed: /missing; correct the line, or install that program\n"},
+            empty + missing + "kvl-launcher; correct the first line, or install that program\n"},
        }) {
     SCOPED_TRACE(row.change);
     CheckWorld world("file setup #!/bin/sh\\n; file payload/file x; file starter #!/bin/sh\\n");
@@ -74,10 +76,10 @@ TEST_F(MakeAtItsEnd, DoesNotSayHowToStartHereWhatStartsElsewhere) {
   seen.out = Replaced(seen.out, "this machine is \\w+", "this machine is another");
   EXPECT_EQ(seen, (Outcome{0,
                            world_.Text(std::string(kFirstLines) +
-                                       "error      {media}/inst/linux/code/bin/kvl-launcher: it is "
-                                       "a program for s390x in the other order of bytes, and this "
-                                       "machine is another; put the launcher for this machine "
-                                       "there\n"),
+                                       "error: the launcher is a program for s390x in the other "
+                                       "order of bytes, but this machine is another: "
+                                       "{media}/inst/linux/code/bin/kvl-launcher; put the launcher "
+                                       "for this machine there\n"),
                            ""}));
 }
 
@@ -88,8 +90,8 @@ TEST_F(MakeAtItsEnd, SaysThatADirectoryThatWasThereIsClosedToOthers) {
             (Outcome{0,
                      world_.Text(std::string(kFirstLines) +
                                  "Start it with: '{media}/StartTUI.sh'\n"
-                                 "warning    {media}: an ordinary user cannot read it; give it "
-                                 "read and execute permission for all (chmod a+rx)\n"),
+                                 "warning: other users cannot read this directory: {media}; give "
+                                 "all users read and execute permission (chmod a+rx)\n"),
                      ""}));
   EXPECT_EQ(ModeOf(world_.Path("media")), 0700U);
 }
@@ -101,10 +103,10 @@ TEST_F(MakeAtItsEnd, DoesNotSayHowToStartWhatLiesWhereNothingCanBeExecuted) {
   if (seen.status == kImpossibleHere) GTEST_SKIP() << "nothing can be mounted here";
   EXPECT_EQ(seen, (Outcome{0,
                            world_.Text(std::string(kFirstLines) +
-                                       "error      {media}/inst/linux/code/bin/setup: the "
-                                       "installer would be started from a file system that is "
-                                       "mounted noexec; mount it without noexec, or copy the "
-                                       "media to another file system\n"),
+                                       "error: the installer lies on a file system that is mounted "
+                                       "noexec: {media}/inst/linux/code/bin/setup; mount the file "
+                                       "system without noexec, or copy the media to another "
+                                       "one\n"),
                            ""}));
 }
 
@@ -114,8 +116,9 @@ TEST_F(MakeAtItsEnd, WarnsAndSaysHowToStart) {
                      world_.Text("Made a media with tag T 1, layout single, volumes: 1.\n"
                                  "First volume: '{me:dia}'\n"
                                  "Start it with: '{me:dia}/StartTUI.sh'\n"
-                                 "warning    {me:dia}: a colon in it takes the path lists of the "
-                                 "installer apart; use a directory without a colon in its path\n"),
+                                 "warning: the path contains a colon, which splits it in the path "
+                                 "lists of the installer: {me:dia}; use a directory whose path has "
+                                 "no colon\n"),
                      ""}));
 }
 

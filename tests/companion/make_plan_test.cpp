@@ -67,15 +67,15 @@ TEST_F(MakePlan, WarnsOfAFileThatNotAllCarriersHold) {
   const Outcome seen = plan_with(4ULL << 30U);
   if (seen.err.find(" are free: ") != std::string::npos) GTEST_SKIP() << "there is no room for it";
   const std::string
-      warning = "4 GiB or more, which neither FAT holds nor a disc image below level 3 of ISO 9660",
-      remedy = "have the images made with it (--iso), or carry it on another file system";
+      warning =
+          "this file has 4 GiB or more, which neither FAT nor a disc image below level 3 of ISO "
+          "9660 holds",
+      remedy = "let make write the disc images (--iso), or carry the media on another file system";
   EXPECT_EQ(seen.status, 0);
   EXPECT_THAT(
       seen.out,
-      testing::EndsWith(
-          world_.Text(
-              "files of payload: 2, bytes: 4294967301\nwarning    {media}/2/payload/2/e: ") +
-          warning + "; " + remedy + "\n"));
+      testing::EndsWith(world_.Text("files of payload: 2, bytes: 4294967301\nwarning: " + warning +
+                                    ": {media}/2/payload/2/e; " + remedy + "\n")));
   const auto json = Json::parse(plan_with(4ULL << 30U, {"--json"}).out);
   EXPECT_EQ(json["findings"], (Json{{{"code", "file-too-large"},
                                      {"severity", "warning"},
@@ -166,7 +166,7 @@ TEST_F(MakePlan, IsOneObjectWithFindingsForAMediaThatDoesNotStart) {
                                      {"severity", "error"},
                                      {"path", world_.Path("media/1/inst/linux/code/bin/setup")},
                                      {"text", "the installer is empty"},
-                                     {"remedy", "copy it again"}}}));
+                                     {"remedy", "copy the installer again"}}}));
   EXPECT_EQ(seen.status, 1);
 }
 

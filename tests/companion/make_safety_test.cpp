@@ -74,7 +74,7 @@ TEST_F(MakeSafely, TakesTheNameOfItsDirectoryAsItIsAndShowsItForAShell) {
     if (directory.find_first_of("\\\"") == std::string::npos) {
       world_.ExpectMade(made, shown);
     } else {  // whose path the launcher reads otherwise
-      EXPECT_THAT(made.out, testing::HasSubstr("First volume: " + shown + "'\nerror "));
+      EXPECT_THAT(made.out, testing::HasSubstr("First volume: " + shown + "'\nerror: "));
       EXPECT_EQ(made.status, 0);
     }
     EXPECT_TRUE(fs::exists(world_.Directory().Path(directory + "/payload/1/file")));
@@ -292,7 +292,7 @@ void RefuseAccess() {
 
 TEST_F(MakeSafely, ComesToAnEndWhereNothingSeemsToExist) {
   const Outcome made = world_.MakeMedia({}, "new/media", RefuseAccess);
-  EXPECT_THAT(made.out, testing::HasSubstr(world_.Text("First volume: '{new/media}'\nerror ")));
+  EXPECT_THAT(made.out, testing::HasSubstr(world_.Text("First volume: '{new/media}'\nerror: ")));
   EXPECT_EQ(made.err,
             "kvl-media: the media cannot be started; correct what was found, remove it and run "
             "make again\n");

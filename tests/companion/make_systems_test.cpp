@@ -114,9 +114,9 @@ TEST_F(MediaForSeveralMachines, MayBeForOthersThanTheOneThatItIsMadeOn) {
   EXPECT_EQ(checked.status, 1);
   EXPECT_THAT(checked.out,
               testing::HasSubstr(world_.Text(
-                  "\nerror      {media/StartTUI.sh}: the media has nothing for this machine, " +
-                  NameOfThisMachine() + ": it is for " + AnotherMachine() +
-                  "; start it on one of these\n")));
+                  "\nerror: this machine is " + NameOfThisMachine() + ", but the media is for " +
+                  AnotherMachine() +
+                  ": {media/StartTUI.sh}; start the media on a machine that it is for\n")));
 }
 
 TEST_F(MediaForSeveralMachines, IsRefusedWhenItMakesNoSense) {
