@@ -25,6 +25,8 @@ from pathlib import Path
 
 from markdown_it import MarkdownIt
 
+import tables
+
 TOP = Path(__file__).resolve().parents[2]
 
 
@@ -92,6 +94,9 @@ class Checker:
             for words in simple_commands(text):
                 if problem := self.why_wrong(words):
                     found.append(f"{shlex.join(words)}: {problem}")
+        text = (TOP / document.path).read_text()
+        if text != tables.renewed(text):
+            found.append("its tables fall behind the sources; run python3 scripts/lib/tables.py")
         return found + self.run_blocks(document)
 
     def leads_somewhere(self, target: str, document: Document) -> bool:

@@ -6,7 +6,6 @@ comment above each row is its text; the first text in quotes of its code is its 
 have rows of their own kind, see KINDS.
 
     tables.py               writes the documents anew
-    tables.py --check       changes nothing; its exit status is 1 if a document falls behind
     tables.py --print PAGE  prints one document with its tables as they are now
 """
 
@@ -73,13 +72,18 @@ def findings(path: str, heading: str) -> list[str]:
     """The texts of the catalogue; a comment "When: ..." above a row follows them."""
     source = (TOP / path).read_text()
     part = re.search(rf"^ *// {re.escape(heading)}\n(.*?)^ *$", source, re.M | re.S)[1]
-    found = []
-    for when, row in re.findall(r"((?: *//.*\n)*) *(\{k\w+,.*?\}),\n", part, re.S):
-        code, text, remedy = literals(row)
-        severity = {"Error": "error", "Warning": "warning"}.get(
-            re.search(r"k(Error|Warning|Either),", row)[1], "error or warning")
-        when = re.sub(r"\s*//\s*(When: )?", " ", when).rstrip()
-        found.append(f"- `{code}`, {severity}: {text}; {remedy}.{when}")
+    found, when, row = [], "", ""
+    for line in part.splitlines():
+        if said := re.match(r" *// (?:When: )?(.*)", line):
+            when += " " + said[1]
+        else:
+            row += line + "\n"
+        if line.endswith("},"):
+            code, text, remedy = literals(row)
+            severity = {"kError": "error", "kWarning": "warning"}.get(row.split(", ")[2].split(",")[0])
+            said = f"{text}; {remedy}.".replace("<", "\\<")
+            found.append(f"- `{code}`, {severity or 'error or warning'}: {said}{when}")
+            when, row = "", ""
     return found
 
 
@@ -146,21 +150,16 @@ def renewed(document: str) -> str:
     return re.sub(r"<!-- table: (.*?) -->\n.*?<!-- end -->", table, document, flags=re.S)
 
 
-def main() -> int:
+def main() -> None:
     if sys.argv[1:2] == ["--print"]:
         print(renewed((TOP / "docs" / sys.argv[2]).read_text()), end="")
-        return 0
-    is_check = "--check" in sys.argv
-    behind = 0
+        return
     for path in sorted(TOP.glob("docs/*.md")):
         text = path.read_text()
         if text != renewed(text):
-            behind += 1
-            print(f"{path.relative_to(TOP)}: {'its tables fall behind' if is_check else 'renewed'}")
-            if not is_check:
-                path.write_text(renewed(text))
-    return 1 if is_check and behind else 0
+            print(f"{path.relative_to(TOP)}: renewed")
+            path.write_text(renewed(text))
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    main()
