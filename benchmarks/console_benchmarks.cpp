@@ -1,4 +1,4 @@
-// Splitting a command's text, making an identifier.
+// Benchmarks of splitting a command's text and of making an identifier.
 #include <benchmark/benchmark.h>
 #include <string>
 
@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Splits a text of the given length, made of `piece` again and again.
+/// Splits a text of the given length that repeats `piece`.
 void SplitText(benchmark::State& state, const std::string& piece) {
   std::string text;
   while (text.size() < static_cast<std::size_t>(state.range(0))) text += piece;

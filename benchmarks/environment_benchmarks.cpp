@@ -1,4 +1,4 @@
-// The installer's environment, among few and among many inherited variables.
+// Benchmarks of setting the installer's environment, with few and with many inherited variables.
 #include <benchmark/benchmark.h>
 #include <cstdlib>
 #include <string>
@@ -14,7 +14,7 @@ void SetInstallerEnvironment(benchmark::State& state) {
   const kvl::InstallerSetting setting = {
       .media_dir = "/media/suite/1", .external_inst_slash = {}, .os_name = "linux"};
   for ([[maybe_unused]] auto round : state) {
-    kvl::SetEnv("PATH", "/usr/bin:/bin");  // it would grow with every round
+    kvl::SetEnv("PATH", "/usr/bin:/bin");  // otherwise it grows with every round
     kvl::SetInstallerEnvironment(setting);
   }
   state.SetComplexityN(state.range(0));

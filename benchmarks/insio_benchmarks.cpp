@@ -1,4 +1,4 @@
-// The library: paths, line replacement, one small file, one directory.
+// Benchmarks of the library: paths, line replacement, one small file, one directory.
 #include <benchmark/benchmark.h>
 #include <filesystem>
 #include <fstream>
@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A directory of its own below the system's temporary one, gone at the end.
+/// A fresh directory below the system's temporary one. The destructor removes it.
 class Workplace {
  public:
   Workplace() {
@@ -58,7 +58,7 @@ void Join(benchmark::State& state) {
 }
 BENCHMARK(Join);
 
-/// A file of lines with one match in each.
+/// Replaces one match in each line of a file.
 void ReplaceInLines(benchmark::State& state) {
   const Workplace place;
   const std::string file = place.Path("file");
@@ -73,7 +73,7 @@ void ReplaceInLines(benchmark::State& state) {
 }
 BENCHMARK(ReplaceInLines)->Range(1 << 10, 1 << 22)->Complexity();
 
-/// One line that is nothing but matches.
+/// Replaces in one line that consists of matches.
 void ReplaceInOneLine(benchmark::State& state) {
   const Workplace place;
   const std::string file = place.Path("file");

@@ -1,5 +1,5 @@
-/* The least that a launcher can do: starts the program named by its first argument, with the rest,
-   waits for it and hands on its exit code. */
+/* The smallest possible launcher: starts the program that its first argument names, with the other
+   arguments, waits for it and returns its exit code. */
 #include <sys/wait.h>
 #include <unistd.h>
 

@@ -1,10 +1,11 @@
-// Begins to count in a coverage build (KVL_COVERAGE). The runtime of the compiler would do so itself,
-// and leave a variable in the environment, which the installer of a test would get.
+// Starts the counting in a coverage build (KVL_COVERAGE). The compiler's runtime would do so
+// itself, but would leave a variable in the environment, and the installer of a test would inherit
+// it.
 #include <cstdlib>
 
 extern "C" {
 extern int __llvm_profile_runtime;
-int __llvm_profile_runtime = 0;  // keeps the runtime from beginning by itself
+int __llvm_profile_runtime = 0;  // keeps the runtime from starting by itself
 void __llvm_profile_initialize();
 }
 

@@ -1,4 +1,4 @@
-# Targets "format" and "check_format", over every C++ file of the project.
+# The targets "format" and "check_format", for every C++ file of the project.
 find_program(CLANG_FORMAT NAMES clang-format)
 set(list_sources "find . -path ./build -prune -o -name '*.h' -print -o -name '*.cpp' -print")
 

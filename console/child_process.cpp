@@ -12,8 +12,8 @@ namespace {
 constexpr int kCannotExecute = 251;
 constexpr int kInvalidArguments = 252;
 
-/// What the child does, and nothing else: it has a copy of the launcher's memory and must never
-/// return into the launcher's code.
+/// Everything that the child does. It has a copy of the launcher's memory and must never return
+/// into the launcher's code.
 [[noreturn]] void Become(char* const* arguments, const SignalScope& signals) {
   signals.GiveBack();
   ::execvp(arguments[0], arguments);

@@ -1,4 +1,4 @@
-// ChildProcess: starting a program and waiting for it.
+// ChildProcess starts a program and waits for it.
 #pragma once
 
 #include <sys/types.h>
@@ -10,28 +10,28 @@ namespace kvl {
 
 class SignalScope;
 
-/// The highest exit code of a child that a wait gives back.
+/// The highest exit code of a child that Wait returns.
 inline constexpr int kHighestExitCode = 250;
-/// The result of a wait that has no exit code of the child's to give.
+/// The result of Wait if it has no exit code to return.
 inline constexpr int kNoExitCode = -1;
 
 class ChildProcess {
  public:
-  /// Starts a program: the first argument names it, and is searched on PATH unless it holds a "/".
-  /// The child runs in the same directory, process group and session, with the environment of this
-  /// moment and the signal settings that `signals` keeps for it. True when a child process was
-  /// made, even if the program then cannot be run in it (that child ends with code 251, or 252 when
-  /// the system calls its arguments invalid). False when fork failed, or without any argument;
-  /// nothing was started then.
+  /// Starts the program that the first argument names; searches PATH for it unless it contains a
+  /// "/". The child has the same directory, process group and session, the present environment, and
+  /// the signal settings that `signals` gives back. Returns true once a child process exists, even
+  /// if the child then cannot run the program: the child ends with code 252 if the system calls the
+  /// arguments invalid, otherwise with 251. Returns false without a child if fork fails or there is
+  /// no argument.
   bool Start(const std::vector<std::string>& arguments, const SignalScope& signals);
 
-  /// Waits for the child to end; an interrupted wait goes on. Its exit code, 0 to kHighestExitCode;
-  /// kNoExitCode for a code above it, a death by a signal, or when there is nothing to wait for.
-  /// Without a child of its own (a failed Start) it waits for any child of the process, which there
-  /// normally is not.
+  /// Waits for the child to end; continues after an interruption. Returns the child's exit code, 0
+  /// to kHighestExitCode. Returns kNoExitCode for a higher code, after a death by a signal, and if
+  /// there is nothing to wait for. After a failed Start, waits for any child of the process;
+  /// normally there is none.
   int Wait() const;
 
-  /// The child's process id, -1 when there is none.
+  /// The child's process id; -1 without a child.
   pid_t Id() const { return id_; }
 
  private:

@@ -1,4 +1,4 @@
-// Splitting a command's text into the arguments of a program.
+// Splits the text of a command into the arguments of a program.
 #pragma once
 
 #include <string>
@@ -7,15 +7,15 @@
 
 namespace kvl {
 
-/// The arguments in order, the program's name first; empty arguments vanish, quoted or not. Only a
-/// blank separates. Takes time in proportion to the length.
-///   "  a  'b c'  "   =>  [a] [b c]         single quotes: literally, up to the next one
-///   a "b \" \\ \n"   =>  [a] [b " \ \n]    double quotes: \" and \\ lose the backslash, no other
-///   a\ b\\           =>  [a b\]            bare: a backslash takes the next character literally
+/// Returns the arguments in order, the program's name first. Drops empty arguments, quoted or not.
+/// Only a blank separates. Takes time in proportion to the length.
+///   "  a  'b c'  "   =>  [a] [b c]         single quotes: literal up to the next one
+///   a "b \" \\ \n"   =>  [a] [b " \ \n]    double quotes: only \" and \\ lose the backslash
+///   a\ b\\           =>  [a b\]            bare: a backslash makes the next character literal
 ///   a '' "" b        =>  [a] [b]           on purpose: no way to pass an empty argument
-///   "a\" "b"         =>  [a" b]            on purpose: a backslash before the closing quote hides it
-///   a 'b c           =>  [a] [b c]         an open quote reaches to the end
-///   a\               =>  [a]               a last backslash goes; inside open double quotes it stays
+///   "a\" "b"         =>  [a" b]            on purpose: a backslash hides a closing quote
+///   a 'b c           =>  [a] [b c]         an open quote extends to the end
+///   a\               =>  [a]               a last backslash goes, but stays in open double quotes
 std::vector<std::string> SplitCommand(std::string_view command);
 
 }  // namespace kvl

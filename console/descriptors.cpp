@@ -17,8 +17,8 @@ void OccupyClosedStreams() {
       {{STDIN_FILENO, 0, 0}, {STDOUT_FILENO, 0, 0}, {STDERR_FILENO, 0, 0}}};
   if (::poll(streams.data(), streams.size(), /*timeout=*/0) <= 0) return;
   for (const pollfd& stream : streams) {
-    // The system hands out the lowest free number, and the streams are looked at in that order. (One
-    // that the caller opened with O_PATH is taken for closed, at the price of a spare descriptor.)
+    // The system hands out the lowest free number, and this loop takes the streams in that order. A
+    // stream that the caller opened with O_PATH looks closed; that only costs a spare descriptor.
     if ((stream.revents & POLLNVAL) != 0) ::open("/", O_PATH | O_CLOEXEC);
   }
 }

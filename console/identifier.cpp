@@ -31,7 +31,7 @@ MinimalStandardGenerator& ProcessGenerator() {
 
 using Groups = std::array<std::uint32_t, 8>;
 
-/// The identifier that 16 random bytes make.
+/// Returns the identifier made from 16 random bytes.
 std::string TextOf(Groups groups, bool upper_case) {
   groups[4] = (groups[4] & 0x3FFF) + 0x8000;  // the variant of RFC 4122
   groups[3] = (groups[3] & 0x0FFF) + 0x4000;  // its version 4
@@ -43,7 +43,7 @@ std::string TextOf(Groups groups, bool upper_case) {
   return text;
 }
 
-/// The number of four digits, of either case.
+/// Returns the number that four hexadecimal digits of either case denote.
 std::uint32_t NumberOf(std::string_view digits) {
   std::uint32_t number = 0;
   std::from_chars(digits.data(), digits.data() + digits.size(), number, 16);

@@ -13,7 +13,7 @@ bool HasElevatedPrivileges() {
 }
 
 std::string GetHostName() {
-  std::array<char, 65> name{};  // the system's limit of 64, and a NUL
+  std::array<char, 65> name{};  // the system's limit of 64 bytes and a NUL
   if (::gethostname(name.data(), name.size()) != 0) return {};
   return {name.begin(), std::find(name.begin(), name.end(), '\0')};
 }

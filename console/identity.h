@@ -1,16 +1,16 @@
-// Who runs the launcher, and where.
+// The user who runs the launcher, and the host.
 #pragma once
 
 #include <string>
 
 namespace kvl {
 
-/// True when the real user id is 0; the effective one does not count, so a set-user-id launcher run
-/// by an ordinary user answers false. Found out once per process and then remembered, even when the
+/// Returns true if the real user id is 0. Ignores the effective user id, so a set-user-id launcher
+/// run by an ordinary user gets false. Keeps its first answer for the whole process, even if the
 /// ids change.
 bool HasElevatedPrivileges();
 
-/// The host's name, up to 64 bytes; the empty text when the system does not tell it.
+/// Returns the host's name, up to 64 bytes; the empty text if the system does not tell it.
 std::string GetHostName();
 
 }  // namespace kvl

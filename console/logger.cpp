@@ -26,7 +26,7 @@ std::string_view Prefix(int level) {
   }
 }
 
-/// Waits for a stream that was opened non-blocking and is full for the moment.
+/// Waits for a stream that somebody opened non-blocking and that is full at the moment.
 bool WaitUntilWritable(int stream) {
   pollfd wanted = {stream, POLLOUT, 0};
   return ::poll(&wanted, 1, /*timeout=*/-1) == 1 || errno == EINTR;

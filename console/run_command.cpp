@@ -18,10 +18,21 @@ int RunCommand(const std::string& command, bool wait, Logger& logger, SignalScop
   if (wait) signals.LeaveTheKeyboardToTheChild();
   ChildProcess child;
   if (!child.Start(SplitCommand(command), signals)) {
+    // Message: ERROR: Cannot create process [...]
+    // Cause: The limit of processes or of memory is reached. The next message follows, too.
+    // Remedy: End other programs, or raise the limit (`ulimit -u`).
     logger.Message("Cannot create process " + command, kError, kMarked);
   }
   if (!wait) return 0;
   const int code = child.Wait();
+  // Message: ERROR: Cannot wait for process [...]
+  // Cause: The installer could not be started, a signal killed it, or its exit code was above
+  // 250. It cannot be started if it has no execute permission, if its file system is mounted
+  // `noexec`, if its `#!` line names a program that is missing or ends in a carriage return,
+  // if its library loader is missing, or if a policy of the system (SELinux) forbids it.
+  // Remedy: Ask `kvl-media check`, which names most of these. Copy volume 1 again, with its
+  // permissions. Let `TMPDIR` name a directory on a file system without `noexec`. Look into
+  // the log of refusals (`ausearch -m avc`).
   if (code < 0) logger.Message("Cannot wait for process " + command, kError, kMarked);
   return code;
 }

@@ -1,39 +1,42 @@
-// The signal settings that the launcher changes for itself and gives back to its child.
+// The signal settings that the launcher changes for itself and restores for its child.
 #pragma once
 
 #include <signal.h>
 
 namespace kvl {
 
-/// While it lives, three signals have the setting that the launcher needs:
-///  - SIGPIPE blocked: a console whose reader went away costs a message, not the installation;
-///  - SIGXFSZ blocked: a file-size limit becomes a write error with a message, not a silent death;
-///  - SIGCHLD at its default: a caller that ignores it would make the system throw the installer's
-///    exit code away.
-/// All else stays as the caller left it. Blocking takes one system call for both signals, where
-/// ignoring them takes two, and two more in the child.
+/// While a SignalScope lives, three signals have the setting that the launcher needs:
+///  - SIGPIPE blocked: if the reader of the console goes away, the launcher loses a message, not
+///    the installation.
+///  - SIGXFSZ blocked: a file-size limit causes a write error with a message, not a silent death.
+///  - SIGCHLD at its default: if the caller ignores it, the system would discard the installer's
+///    exit code.
+///
+/// Every other signal stays as the caller left it. The scope blocks the first two signals, because
+/// that takes one system call; ignoring them would take two, and two more in the child.
 class SignalScope {
  public:
   SignalScope();
 
-  /// Puts the caller's settings back. What has been blocked in the meantime is forgotten.
+  /// Restores the caller's settings. Discards the signals that it blocked meanwhile.
   ~SignalScope();
 
-  /// Blocks SIGINT and SIGQUIT too, until the end of the scope: what is typed at the terminal is the
-  /// child's to answer. Called before the child is made, so that no such signal ends the launcher and
-  /// leaves the child alone; a child that gets one before its own start is ended by it, not deaf to it.
+  /// Blocks SIGINT and SIGQUIT as well, until the end of the scope, so that the child alone reacts
+  /// to the keyboard. Call it before the child is made: then no such signal ends the launcher and
+  /// leaves the child alone. A signal that reaches the child before its program starts still ends
+  /// the child.
   void LeaveTheKeyboardToTheChild();
 
   SignalScope(const SignalScope&) = delete;
   SignalScope& operator=(const SignalScope&) = delete;
 
-  /// Puts the caller's settings back. For the child between fork and exec: it does nothing that is
-  /// not allowed there, and a new process has no signals waiting.
+  /// Restores the caller's settings in the child between fork and exec. Does only what is allowed
+  /// there; a new process has no pending signals to discard.
   void GiveBack() const;
 
  private:
   sigset_t blocked_;
-  sigset_t callers_mask_ = {};  // also what the child gets where the system tells no mask
+  sigset_t callers_mask_ = {};  // empty if the system does not tell it
   struct sigaction callers_child_action_ = {};
 };
 

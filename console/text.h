@@ -1,4 +1,4 @@
-// Small operations on text that several folders share. They keep no state.
+// Small operations on text that several folders share.
 #pragma once
 
 #include <cstdint>
@@ -8,13 +8,13 @@
 
 namespace kvl {
 
-// They lie with the library, which works with them, too, and carries no names but its own.
+// The library owns these functions because it needs them itself.
 using KVLInsIO::internal::ReadLine;
 using KVLInsIO::internal::ReplaceAll;
 
-/// The number at the start of `text`, in base 10 as strtol reads it: leading white space, one sign,
-/// digits; what follows is ignored. `fallback` when there is no digit or the number does not fit.
-/// Never throws; errno is left as it was unless strtol reported a range error.
+/// Returns the number at the start of `text`, in base 10 as strtol reads it: leading white space,
+/// one sign, digits. Ignores what follows. Returns `fallback` if there is no digit or the number
+/// does not fit. Never throws; leaves errno as it was unless strtol reports a range error.
 ///   7  =>  7     " 7"  =>  7     12abc  =>  12     (empty), abc, 99999999999  =>  fallback
 std::int32_t ToIntOr(const std::string& text, std::int32_t fallback);
 

@@ -7,7 +7,7 @@
 namespace kvl {
 namespace {
 
-/// Stands in front of every backed-up value, so that a backup variable is never empty.
+/// Precedes every backed-up value, so that no backup variable is empty.
 constexpr char kBackupMark[] = "KVL_BAK=";
 
 }  // namespace

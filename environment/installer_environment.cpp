@@ -31,7 +31,7 @@ void BackupAndSet(const std::string& name, const std::string& value) {
   SetEnv(name, value);
 }
 
-/// The places below which every entry of a path list is looked for, each ending in "/".
+/// The directories in which a path list looks for each entry; each ends in "/".
 struct SearchPlaces {
   std::string media_os, media_common;
   std::string external_os, external_common;  // empty without an external installer media
@@ -109,7 +109,7 @@ void SetInstallerEnvironment(const InstallerSetting& setting) {
   SetPathList(variables::kMsgCatalogPath, places, {kMsgCatalog});
   PutFirstInPath(Below(install_path, kBinaries));
   ForceDiagnosticSwitches();
-  // Any variable may be named here, even one that was set above or is read below.
+  // KVL_LIBPATH_VARNAME may name any variable, even one that is set above or read below.
   SetPathList(GetEnv(variables::kLibraryPathName), places, {kBinaries});
   SetEnv(variables::kTemp, TemporaryDirectory());
   SetEnv(variables::kOrbTemp, kDefaultTemporaryDirectory);

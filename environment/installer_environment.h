@@ -1,35 +1,36 @@
-// The environment that the installer is started in: where the media and the installer are, the
-// search paths for programs, libraries and resources, fixed diagnostic switches, the temporary
-// directory, and what the installer should know about the user.
+// The environment in which the launcher starts the installer: the places of the media and the
+// installer, the search paths for programs, libraries and resources, fixed diagnostic switches, the
+// temporary directory, and facts about the user.
 #pragma once
 
 #include <string>
 
 namespace kvl {
 
-/// What the environment is made from.
+/// The input of SetInstallerEnvironment.
 struct InstallerSetting {
-  std::string media_dir;  ///< the media's directory; the staging directory when staged
-  /// The "inst" directory of an external installer media, with its closing "/"; empty when the
-  /// installer comes from the media itself.
+  std::string media_dir;  ///< the media directory; once staged, the staging directory
+  /// The "inst" directory of an external installer media, ending in "/"; empty if the installer
+  /// comes from the media itself.
   std::string external_inst_slash;
-  std::string os_name;  ///< name of the operating-system directory below "inst"; may be empty
+  std::string os_name;  ///< the operating-system directory below "inst"; may be empty
   bool elevated_privileges = false;
   bool interactive_session = true;
 };
 
-/// Sets all variables of the installer's environment, in a fixed order. The ORB paths but ORBTemp,
-/// PATH and the library search path are backed up (BackupEnv), each just before it is replaced;
-/// nothing else is, on purpose. Run once per launch.
-///  - A path list names, for each of its entries, the operating-system directory and then "common";
-///    with an external installer media, the same in that media behind them all. It replaces the old
-///    value, also of the library search path; only PATH keeps what it held, behind the first entry.
-///  - The texts are put together as they stand: an empty `os_name` leaves "//" in them.
-///  - The diagnostic switches are forced, whatever they were.
-///  - TEMP follows TMPDIR, ORBTemp is always "/tmp", on purpose.
-///  - The library search path is the variable named by KVL_LIBPATH_VARNAME, whichever that is; with
-///    no name nothing is set, and the backup is written under the bare prefix all the same.
-/// Nothing is checked for existence and no failure is reported.
+/// Sets all variables of the installer's environment, in a fixed order. Call it once per launch.
+/// Checks no path for existence and reports no failure.
+///  - Backs up (BackupEnv) the ORB paths except ORBTemp, PATH and the library search path, each
+///    just before it replaces the value. On purpose it backs up nothing else.
+///  - A path list has, for each of its entries, the operating-system directory and then "common".
+///    With an external installer media, the same directories of that media follow at the end. The
+///    list replaces the old value, also that of the library search path. Only PATH keeps its old
+///    value, behind the new first entry.
+///  - The function concatenates texts as they are: an empty `os_name` leaves "//" in them.
+///  - The diagnostic switches get fixed values, whatever they were.
+///  - TEMP follows TMPDIR. ORBTemp is always "/tmp", on purpose.
+///  - KVL_LIBPATH_VARNAME names the variable that becomes the library search path. If it names
+///    none, the function sets no search path but still writes a backup, under the bare prefix.
 void SetInstallerEnvironment(const InstallerSetting& setting);
 
 }  // namespace kvl

@@ -1,4 +1,4 @@
-// Where temporary files go.
+// The directory for temporary files.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@ namespace kvl {
 
 inline constexpr char kDefaultTemporaryDirectory[] = "/tmp";
 
-/// The value of TMPDIR as it stands, or "/tmp" when that is unset or empty. Not normalised, and not
-/// checked for existence.
+/// Returns the value of TMPDIR as it stands, or "/tmp" if TMPDIR is unset or empty. Neither
+/// normalises the path nor checks that it exists.
 std::string TemporaryDirectory();
 
 }  // namespace kvl

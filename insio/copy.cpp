@@ -46,17 +46,18 @@ bool IsSameFile(const struct stat& left, const struct stat& right) {
   throw KVLInsException("Cannot copy " + source + " to itself.");
 }
 
-/// Pipes and devices: reading them may wait for ever, or never come to an end.
+/// Returns true for pipes and devices: reading them may wait or go on for ever.
 bool MayNeverEnd(mode_t mode) {
   return S_ISFIFO(mode) || S_ISCHR(mode) || S_ISBLK(mode);
 }
 
-/// Copies all bytes. Returns 0, or the error's number; a write that took only a part counts as a
-/// full disk, so that a cut-off file is never taken for a whole one.
-/// Never inlined: the buffer must not stand in every frame of a tree's recursion.
+/// Copies all bytes. Returns 0 or the error's number. Treats a partial write as a full disk, so
+/// that nobody takes a cut-off file for a whole one. Never inlined: otherwise every frame of the
+/// recursion through a tree would hold the buffer.
 [[gnu::noinline]] int CopyBytes(const FileDescriptor& from, const FileDescriptor& to) {
   constexpr std::size_t kBufferSize = 65536;
-  std::array<char, kBufferSize> buffer;  // not cleared: every byte is read before it is written
+  std::array<char, kBufferSize>
+      buffer;  // not cleared: the loop fills each byte before it writes it
   for (;;) {
     const ssize_t length = ::read(from.Number(), buffer.data(), buffer.size());
     if (length == 0) return 0;
@@ -76,8 +77,8 @@ void CopyContents(const FileDescriptor& from, const std::string& destination,
   if (error != 0) throw KVLInsExceptionErrno("Cannot write into " + destination, error);
 }
 
-/// Copies one file into a directory that exists. The source is looked at where it is open, so that
-/// nobody can put another one in its place meanwhile; by its path only when it cannot be opened.
+/// Copies one file into a directory that exists. Looks at the open source, so that nobody can
+/// replace it between look and copy; uses the path only if the source cannot be opened.
 void CopyFileOnly(const std::string& source, const std::string& destination) {
   const FileDescriptor file(source, kReadWithoutWaiting);
   const int opening_error = file.IsOpen() ? 0 : errno;
@@ -96,11 +97,11 @@ void CopyFileOnly(const std::string& source, const std::string& destination) {
   if (from.st_atime != 0) SetTime(destination, from.st_atime, from.st_mtime);
 }
 
-/// The directory that holds what lies or would be made at `path`, or the nearest one on the way there
-/// that exists.
+/// Returns the directory that contains, or would contain, the entry at `path`; or the nearest
+/// existing directory on the way there.
 std::string HoldingDirectory(const std::string& path) {
   std::string place = path.starts_with(kPathSeparator) ? "/" : ".";
-  int missing = 0;  // so many directories below `place` are still to be made
+  int missing = 0;  // how many directories below `place` do not exist
   for (std::size_t begin = 0, end = 0; begin < path.size(); begin = end + 1) {
     end = std::min(path.find(kPathSeparator, begin), path.size());
     const std::string_view name = std::string_view(path).substr(begin, end - begin);
@@ -119,13 +120,15 @@ std::string HoldingDirectory(const std::string& path) {
   return missing > 0 ? place : place + "/..";
 }
 
-/// True when what lies or would be made at `path` is inside `directory`, on whatever way.
+/// Returns true if the entry that is, or would be, at `path` lies inside `directory`, through links
+/// or not.
 bool LiesInside(const std::string& path, const std::string& directory) {
   FileIdentity wanted, here, above;
   if (!Identify(directory, wanted)) return false;
-  // Step by step: a path upwards may be too long, and the working directory may have none at all.
+  // Goes up step by step: a path of many ".." may be too long, and the working directory may have
+  // no path at all.
   FileDescriptor place(HoldingDirectory(path), O_PATH | O_DIRECTORY);
-  // The root directory is above itself, which cannot be seen where inode numbers are made up.
+  // The root directory is its own parent, but file systems that invent inode numbers hide that.
   constexpr int kMostAbove = 100'000;
   for (int count = 0; count < kMostAbove && Identify(place, here); ++count) {
     if (here == wanted) return true;
@@ -136,7 +139,7 @@ bool LiesInside(const std::string& path, const std::string& directory) {
   return false;
 }
 
-/// What is at a place that a directory is to be copied to.
+/// What exists where a directory will be copied to.
 enum class Place { kNothing, kLink, kOther };
 
 Place LookAt(const std::string& path) {
@@ -147,17 +150,17 @@ Place LookAt(const std::string& path) {
   return S_ISLNK(status.st_mode) ? Place::kLink : Place::kOther;
 }
 
-/// Makes the directory that holds `path`, as it is normalised as a whole, with its ancestors.
+/// Creates the directory that contains `path`, and its ancestors. Normalises the whole path.
 void MakeParentOf(const std::string& path) {
   const InsPath parent = InsPath(path).Parent();
   if (!parent.IsEmpty()) CreateDir(parent.Str());
 }
 
-/// A directory to copy into. It is made when the first file comes, with its ancestors.
+/// A directory to copy into. It is created, with its ancestors, for its first file.
 class Target {
  public:
-  /// Entries are written below `path` as it stands; the directory is made, and named in messages, as
-  /// `made_as`, the same path with its slashes normalised.
+  /// Writes entries below `path` as it stands. Creates the directory, and names it in messages, as
+  /// `made_as`, the same path with normalised slashes.
   Target(std::string path, std::string made_as)
       : path_(std::move(path)),
         made_as_(std::move(made_as)),
@@ -167,12 +170,13 @@ class Target {
     return std::string(path_).append(kPathSeparator).append(name);
   }
 
-  /// What is there under a name. The system need not be asked below what has just been made.
+  /// Returns what exists under a name. Does not ask the system about a new directory.
   Place At(const std::string& name) const {
     return is_known_empty_ ? Place::kNothing : LookAt(PathOf(name));
   }
 
-  /// The directory below this one, which must outlive it. `there` is what At said.
+  /// Returns the directory `name` in this one. This one must outlive it. `there` is the answer of
+  /// At.
   Target Below(const std::string& name, Place there) {
     const bool is_root = made_as_ == kPathSeparator;
     Target below(PathOf(name), (is_root ? "" : made_as_) + std::string(kPathSeparator) + name);
@@ -181,8 +185,8 @@ class Target {
     return below;
   }
 
-  /// Makes the directory that an entry is to lie in. That is another one when quotes around the
-  /// entry's whole path are dropped.
+  /// Creates the directory for an entry. Normalising drops quotes around the entry's whole path,
+  /// and then that is another directory than this one.
   void MakeFor(const std::string& name) {
     if (may_be_quoted_) {
       MakeParentOf(PathOf(name));
@@ -191,7 +195,7 @@ class Target {
     }
   }
 
-  /// Makes it with those above it.
+  /// Creates this directory and those above it.
   void Make() {
     if (is_made_) return;
     if (may_be_quoted_) {
@@ -205,7 +209,8 @@ class Target {
   }
 
  private:
-  /// A failure shows when what is below cannot be made, and is named for that.
+  /// Ignores a failure: then the directory below cannot be made either, and its failure is
+  /// reported.
   void TryToMake() {
     try {
       Make();
@@ -219,10 +224,11 @@ class Target {
   bool may_be_quoted_;
   Target* above_ = nullptr;
   bool is_made_ = false;
-  bool is_known_empty_ = false;  // nothing is below, whether it is made or not
+  bool is_known_empty_ = false;  // has no entries, whether it exists or not
 };
 
-/// Copies the entries of the level's directory into `target`, which is made even if there are none.
+/// Copies the entries of the level's directory into `target`. Creates `target` even if there are
+/// none.
 void CopyEntries(TreeLevel& level, Target target) {
   InsFileFinder& entries = level.Entries();
   const bool is_empty = entries.AtEnd();
@@ -234,7 +240,7 @@ void CopyEntries(TreeLevel& level, Target target) {
       CopyFileOnly(source, destination);
       continue;
     }
-    // Below the top only a link, on either side, can bring the target into what is copied.
+    // Below the top, only a link on either side can lead the target into its own source.
     const Place there = target.At(entries.Name());
     const bool may_lie_inside = entries.Type() == kLinkToDirectory || there == Place::kLink;
     if (level.EntryLeadsBack() || (may_lie_inside && LiesInside(destination, source))) {
@@ -266,7 +272,7 @@ void CopyFile(const std::string& source, const std::string& destination) {
 
 void CopyDir(const std::string& source, const std::string& destination) {
   TreeLevel top = TreeLevel::Top(source);
-  // The parent of what will be copied: with an empty destination that is the root directory.
+  // The parent of the copied entries; for an empty destination, the root directory.
   const std::string place = Join(destination, "entry").Parent().Str();
   const bool lies_inside_by_its_own_path = !destination.empty() && LiesInside(destination, source);
   if (lies_inside_by_its_own_path || LiesInside(place, source)) RefuseToCopy(source);

@@ -17,21 +17,21 @@ namespace {
 
 constexpr mode_t kDirectoryMode = 0755;
 
-/// As InsPath::FileName() has it, without normalising: of an absolute path's only name, the first
-/// character does not count.
+/// Returns true if InsPath::FileName() would give ".", but does not normalise. If an absolute path
+/// has only one name, the first character of that name does not count.
 bool IsNamedDot(const std::string& path) {
   if (path == "." || path.ends_with("/.")) return true;
   return path.size() == 3 && path.front() == '/' && path.back() == '.';
 }
 
-/// Makes one directory whose ancestors have been dealt with. Returns 0 or the error's number.
+/// Creates one directory, after its ancestors. Returns 0 or the error's number.
 int MakeOne(const std::string& path) {
   if (IsNamedDot(path)) return 0;
   if (::mkdir(path.c_str(), kDirectoryMode) == 0) return 0;
   return errno == EEXIST ? 0 : errno;  // somebody else may have made it meanwhile
 }
 
-/// The path up to its last component; empty when there is none, and for the root.
+/// Returns the path without its last component; the empty text for a single name and for the root.
 std::string ParentOf(std::string path) {
   const std::size_t last_slash = path.rfind(kPathSeparator);
   const bool has_parent = last_slash != std::string::npos && path.size() > 1;
@@ -39,7 +39,7 @@ std::string ParentOf(std::string path) {
   return path;
 }
 
-/// The same, normalised anew: only quotes around it can be left to drop.
+/// Like ParentOf, but normalises the result: only enclosing quotes can be left to drop.
 std::string NormalisedParentOf(std::string path) {
   path = ParentOf(std::move(path));
   const bool begins_with_quote = path.starts_with('"') || path.starts_with('\'');
@@ -48,7 +48,7 @@ std::string NormalisedParentOf(std::string path) {
 
 using ToParent = std::string (*)(std::string path);
 
-/// True for a directory. Throws when something else exists there.
+/// Returns true for a directory, false if stat finds nothing. Throws if something else exists.
 bool IsThere(const std::string& path) {
   struct stat status;
   if (::stat(path.c_str(), &status) != 0) return false;
@@ -56,8 +56,8 @@ bool IsThere(const std::string& path) {
   throw KVLInsException("CreateDir - " + path + " is not a directory.");
 }
 
-/// The ancestors that do not exist, the nearest first, without those whose paths are too long for
-/// the system.
+/// Returns the missing ancestors, the nearest first, except those whose paths are too long for the
+/// system.
 std::vector<std::string> MissingAncestors(const std::string& path, ToParent parent_of) {
   std::vector<std::string> missing;
   struct stat status;
@@ -69,12 +69,12 @@ std::vector<std::string> MissingAncestors(const std::string& path, ToParent pare
   return missing;
 }
 
-/// Not a recursion: a path may have more names than the stack has room for.
+/// Uses no recursion: a path may have more names than the stack has room for.
 void Create(const std::string& path, ToParent parent_of) {
   if (path.empty()) throw KVLInsException("CreateDir - empty path");
   if (IsThere(path)) return;
   const std::vector<std::string> missing = MissingAncestors(path, parent_of);
-  std::for_each(missing.rbegin(), missing.rend(), MakeOne);  // a failure shows in what comes below
+  std::for_each(missing.rbegin(), missing.rend(), MakeOne);  // a failure makes what follows fail
   const int error = MakeOne(path);
   if (error != 0) throw KVLInsException("mkdir - " + path, error);
 }

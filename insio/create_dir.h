@@ -1,25 +1,27 @@
-// Creating directories.
+// Creates directories.
 #pragma once
 
 #include <string>
 
 namespace KVLInsIO {
 
-/// Makes sure that the directory exists, its ancestors included, each made with mode 755 less the
-/// umask. The path is normalised first (see NormalizeString), and so is that of each ancestor: on
-/// purpose "x"/y makes x, and then fails, since mkdir finds no directory of that name with its
-/// quotes. An existing directory, or a link to one, is no error and stays as it is; so, on purpose,
-/// does a dangling link, which mkdir takes for something that exists. A path whose last component
-/// is "." by InsPath::FileName() creates its ancestors and nothing else; on purpose that includes
-/// "/k.", and a dot below a file.
+/// Creates the directory and its missing ancestors, each with mode 755 less the umask. An existing
+/// directory, or a link to one, stays as it is.
+///  - It normalises the path (see NormalizeString) and then the path of each ancestor. On purpose
+///    "x"/y creates x and then fails, because mkdir finds no directory with quotes in its name.
+///  - On purpose a dangling link also stays and is no error: mkdir takes it for something that
+///    exists.
+///  - If InsPath::FileName() gives "." for the path, only its ancestors are created. On purpose
+///    that includes "/k." and a dot below a file.
+///  - Ancestors that were created before a failure stay.
+///
 /// Throws KVLInsException "CreateDir - empty path"; "CreateDir - " + path + " is not a directory."
-/// when something else exists there; "mkdir - " + path with the error's text. The path in the
-/// message is always the whole one: that an ancestor could not be made is not reported by itself.
-/// Ancestors made before the failure stay.
+/// if something else exists there; "mkdir - " + path with the error's text. The message always has
+/// the whole path, even if an ancestor could not be created.
 void CreateDir(const std::string& path);
 
-/// As CreateDir, for a path whose names come from the system and not from a user: it is not
-/// normalised, so that backslashes and quotes in names stay what they are. It has no "/" at its end.
+/// Like CreateDir, for a path whose names come from the system and not from a user. Does not
+/// normalise the path, so backslashes and quotes in names stay. The path must not end in "/".
 /// Throws as CreateDir does, with the path as given.
 void CreateDirExactly(const std::string& path);
 

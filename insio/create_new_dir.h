@@ -1,15 +1,14 @@
-// Making one directory, for copies of trees. Internal, not part of the library's installed
-// interface.
+// Creates one directory, for copies of trees. Internal: the library does not install this header.
 #pragma once
 
 #include <string>
 
 namespace KVLInsIO::internal {
 
-/// Makes one directory in one that exists, with mode 755 less the umask, the path taken as in
-/// CreateDirExactly. True when this call has made it, so that nothing is in it yet; false when not,
-/// for whatever reason, such as that something exists there, or that the last component is "." in the
-/// sense of CreateDir. Never throws.
+/// Creates one directory in an existing one, with mode 755 less the umask. Takes the path as
+/// CreateDirExactly does. Returns true if this call created it, so that it is empty. Returns false
+/// otherwise, for example if something exists there or CreateDir would take the last component for
+/// ".". Never throws.
 [[nodiscard]] bool CreateNewDirExactly(const std::string& path);
 
 }  // namespace KVLInsIO::internal

@@ -24,7 +24,7 @@ void Unlink(const std::string& path) {
   if (::unlink(path.c_str()) == 0) return;
   const int error = errno;
   static_cast<void>(
-      GetType(path));  // throws when the way there has vanished, as it can with ".." in it
+      GetType(path));  // throws if the path leads nowhere any more, as it can with ".." in it
   throw KVLInsException("unlink - " + path, error);
 }
 
@@ -45,19 +45,18 @@ void DeleteEntries(TreeLevel level) {
   entries.ThrowIfCutShort();
 }
 
-/// The walk of DeleteEmptyTree.
+/// Does the work of DeleteEmptyTree.
 class EmptyTreeDeletion {
  public:
-  /// Removes the entries through which nothing but directories can be reached. True when all are
-  /// gone.
+  /// Removes the entries that lead only to directories. Returns true if all entries are gone.
   bool DeleteEntries(TreeLevel level);
 
  private:
-  /// The same for the current entry alone, a directory or a link to one.
+  /// Does the same for the current entry, which is a directory or a link to one.
   bool DeleteEntry(TreeLevel& level);
 
-  // What links led to and has been found to stay. Without this, two links in each of many
-  // directories would double the work again and again.
+  // The targets of links that stay. Without this set, two links in each of many directories would
+  // double the work with each level.
   std::set<FileIdentity> kept_;
 };
 
@@ -75,8 +74,7 @@ bool EmptyTreeDeletion::DeleteEntry(TreeLevel& level) {
   const std::string& path = level.Entries().FullPath();
   FileIdentity target;
   const bool is_link = level.Entries().Type() == kLinkToDirectory && Identify(path, target);
-  // Gone round again and again, a circle ends at a link that the system does not follow any more,
-  // and that one counts as a file.
+  // A circle of links ends at a link that the system follows no further; that one counts as a file.
   if ((is_link && kept_.contains(target)) || level.EntryLeadsBack()) return false;
   try {
     if (DeleteEntries(TreeLevel::Below(level))) {
@@ -98,7 +96,7 @@ void Delete(const std::string& path) {
   try {
     type = GetType(path);
   } catch (const std::exception&) {
-    return;  // nothing there, so there is nothing to do
+    return;  // nothing there to remove
   }
   if (type == kDirectory) {
     DeleteEntries(TreeLevel::Top(path));

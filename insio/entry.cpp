@@ -35,7 +35,7 @@ EntryType internal::GetTypeAt(int directory, const char* name, const std::string
       ::fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) == 0, "lstat - ", path);
   if (S_ISDIR(status.st_mode)) return kDirectory;
   if (!S_ISLNK(status.st_mode)) return kFile;
-  // By its path, as it is opened: the system follows only so many links in one path.
+  // Uses the path, as opening the entry does: the system follows only so many links in one path.
   const bool leads_to_directory = ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
   return leads_to_directory ? kLinkToDirectory : kLinkToFile;
 }

@@ -1,5 +1,5 @@
-// GetType for an entry of an open directory, for walks. Internal, not part of the library's installed
-// interface.
+// GetType for an entry of an open directory, for walks through a tree. Internal: the library does
+// not install this header.
 #pragma once
 
 #include <string>
@@ -8,9 +8,8 @@
 
 namespace KVLInsIO::internal {
 
-/// What GetType(path) gives for the entry `name` of the directory that is open as `directory`: the
-/// way down from the root is not gone again, unless the entry is a link. `path` is the whole path.
-/// Throws as GetType does.
+/// Returns what GetType(path) returns for the entry `name` of the open directory `directory`, but
+/// resolves the whole `path` only if the entry is a link. Throws as GetType does.
 EntryType GetTypeAt(int directory, const char* name, const std::string& path);
 
 }  // namespace KVLInsIO::internal

@@ -1,8 +1,8 @@
-// The two exceptions by which every failing operation of KVLInsIO reports.
+// The two exceptions by which the operations of KVLInsIO report failures.
 //
-// They carry one finished, human-readable message and nothing else: no error code, no path of its
-// own. Catch them as std::runtime_error (or std::exception) and print what(); it ends in exactly
-// one line feed, so nothing has to be added.
+// Each carries one finished message for people and nothing else: no error code and no separate
+// path. Catch them as std::runtime_error (or std::exception) and print what(); it ends in exactly
+// one line feed, so add none.
 #pragma once
 
 #include <stdexcept>
@@ -21,8 +21,8 @@ class KVLInsException : public std::runtime_error {
   KVLInsException(const std::string& message, int error_number);
 };
 
-/// A failed system call on the times, the mode or the size of a file, or on the data of a copy.
-/// On purpose no KVLInsException: a handler for that class does not catch this one.
+/// A failed system call on the times, the mode or the size of a file, or on the data of a copy. On
+/// purpose it does not derive from KVLInsException, so a handler for that class does not catch it.
 class KVLInsExceptionErrno : public std::runtime_error {
  public:
   /// what() is: message, " - ", the text of strerror(error_number), line feed.

@@ -1,4 +1,4 @@
-// From an error number to an exception. Internal, not part of the library's installed interface.
+// Turns an error number into an exception. Internal: the library does not install this header.
 #pragma once
 
 #include <errno.h>
@@ -7,8 +7,8 @@
 
 namespace KVLInsIO::internal {
 
-/// Throws an `Exception` with `what` and `path` and the text of errno, unless `is_done`. To be called
-/// with the system call in the place of `is_done`: errno is saved before the message is composed.
+/// Throws an `Exception` with `what`, `path` and the text of errno unless `is_done`. Write the
+/// system call in the place of `is_done`: the function saves errno before it composes the message.
 template <typename Exception>
 void ThrowUnless(bool is_done, const char* what, const std::string& path) {
   const int error = errno;

@@ -31,7 +31,8 @@ unsigned ToDecimalCodedOctal(mode_t bits) {
   return mode;
 }
 
-/// The product, or the greatest number there is: some virtual file systems claim to be endless.
+/// Returns the product, or the greatest number that fits: some virtual file systems claim to be
+/// endless.
 std::int64_t Product(std::uint64_t blocks, std::uint64_t block_size) {
   constexpr std::uint64_t kGreatest = std::numeric_limits<std::int64_t>::max();
   const bool fits = block_size == 0 || blocks <= kGreatest / block_size;

@@ -1,8 +1,8 @@
-// Times, mode and size of a file, and the room on its file system. Links are followed throughout.
-// The messages of the KVLInsExceptionErrno below all end in " - " and the error's text.
+// Times, mode and size of a file, and the free space of its file system. All functions follow
+// links. The messages of every KVLInsExceptionErrno below end in " - " and the error's text.
 //
-// Times are whole seconds since the epoch. Modes are written as people write them: a decimal number
-// whose digits are meant as octal ones, 755 for rwxr-xr-x.
+// Times are whole seconds since the epoch. A mode is a decimal number whose digits have the meaning
+// of octal digits: write 755 for rwxr-xr-x.
 #pragma once
 
 #include <cstdint>
@@ -18,39 +18,41 @@ struct FileTimes {
   friend bool operator==(const FileTimes&, const FileTimes&) = default;
 };
 
-/// Throws KVLInsExceptionErrno "GetTime - " + path, also for an empty or missing path.
+/// Returns the times of the file. Throws KVLInsExceptionErrno "GetTime - " + path, also for an
+/// empty or missing path.
 [[nodiscard]] FileTimes GetTime(const std::string& path);
 
-/// Sets access and modification time. Throws KVLInsExceptionErrno "SetTime - " + path, also for an
-/// empty or missing path.
+/// Sets the access and modification times. Throws KVLInsExceptionErrno "SetTime - " + path, also
+/// for an empty or missing path.
 void SetTime(const std::string& path, std::int64_t access, std::int64_t modification);
 
 /// Sets the mode, given as decimal-coded octal: the sum of digit x 8^position.
 ///   644  =>  rw-r--r--     0  =>  none     8  =>  010 (octal): on purpose 8 and 9 are not refused
-/// So do not write an octal number: 0644 is the decimal 420, and sets r---w----, without a word.
-/// Throws KVLInsExceptionErrno "Chmod - " + path, also for an empty or missing path.
+/// So do not write an octal number: 0644 is the decimal 420, and silently sets r---w----. Throws
+/// KVLInsExceptionErrno "Chmod - " + path, also for an empty or missing path.
 void Chmod(const std::string& path, unsigned mode);
 
 inline constexpr bool kReadOnly = true;
 inline constexpr bool kWritable = false;
 
-/// Takes the owner's write permission away (kReadOnly) or gives it (kWritable). True when the mode
-/// had to be changed; it is then rewritten from its low nine bits, so set-id and sticky bits go.
-/// False, and nothing changed, when the permission already was as wanted or `path` cannot be
-/// stated, so for an empty or missing one. Throws KVLInsExceptionErrno "Chmod - " + path when the
-/// mode cannot be changed.
+/// Removes the owner's write permission (kReadOnly) or grants it (kWritable). Returns true if it
+/// changed the mode. It then keeps only the low nine bits of the mode, so set-id and sticky bits
+/// are lost. Returns false and changes nothing if the permission is already as requested, or if the
+/// path is empty, missing or cannot be looked at. Throws KVLInsExceptionErrno "Chmod - " + path if
+/// the mode cannot be changed.
 bool SetReadOnly(const std::string& path, bool read_only);
 
-/// The size in bytes of anything but a directory.
-/// Throws KVLInsException "GetFileSize - " + path + " does not exist." for an empty or missing path
-/// or a dangling link, "GetFileSize - " + path + " is not a file." for a directory or a link to
-/// one; KVLInsExceptionErrno "GetFileSize - Cannot stat " + normalised path (the normalised path is
-/// the one that is asked, see NormalizeString); and what GetType throws.
+/// Returns the size in bytes of anything but a directory. Asks the system about the normalised path
+/// (see NormalizeString). Throws KVLInsException "GetFileSize - " + path + " does not exist." for
+/// an empty or missing path or a dangling link, "GetFileSize - " + path + " is not a file." for a
+/// directory or a link to one; KVLInsExceptionErrno "GetFileSize - Cannot stat " + normalised path;
+/// and what GetType throws.
 [[nodiscard]] std::int64_t GetFileSize(const std::string& path);
 
-/// Bytes that an ordinary user may still store on the file system of `path` (normalised, see
-/// NormalizeString) or, where that does not exist, of its nearest existing ancestor. 0 for an empty
-/// path, and when no ancestor can be asked. Never throws a failure of the system.
+/// Returns how many bytes an ordinary user may still store on the file system of `path`, which it
+/// normalises (see NormalizeString). If `path` does not exist, asks its nearest existing ancestor.
+/// Returns 0 for an empty path and if no ancestor answers. Never throws for a failure of the
+/// system.
 [[nodiscard]] std::int64_t GetFreeSpace(const std::string& path);
 
 }  // namespace KVLInsIO

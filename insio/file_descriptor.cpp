@@ -10,8 +10,9 @@
 namespace KVLInsIO::internal {
 namespace {
 
-// A file server may hold a lease on a file for one of its clients. Opening asks for it back, and
-// fails without waiting until it is given up; after 45 seconds the system takes it (fcntl(2)).
+// A file server may hold a lease on a file for one of its clients. Opening the file then asks for
+// the lease and fails at once. The client gives it up, or the system takes it after 45 seconds
+// (fcntl(2)).
 constexpr timespec kPause = {0, 10'000'000};
 constexpr int kMostTries = 6'000;
 

@@ -14,7 +14,7 @@
 #include "insio/path_text.h"
 
 namespace KVLInsIO {
-// What a finder is made of has a name, because the finder has one.
+// The parts of a finder need linkage, because the finder has it.
 namespace internal {
 
 struct DirectoryCloser {
@@ -22,19 +22,19 @@ struct DirectoryCloser {
 };
 using DirectoryStream = std::unique_ptr<DIR, DirectoryCloser>;
 
-/// Why a list is not whole; no error when it is.
+/// Why a list is incomplete; without an error, it is complete.
 struct Failure {
   std::string operation;
   int error = 0;
 };
 
-/// Entries that have been read already: names, each followed by a NUL byte.
+/// The names of entries that were read ahead, each followed by a NUL byte.
 class NamesAhead {
  public:
   void Add(const char* name) { names_.append(name).push_back('\0'); }
   bool AtEnd() const { return next_ == names_.size(); }
 
-  /// The bytes that are kept; names taken out count until the last one is.
+  /// Returns how many bytes are kept; a taken name counts until the last one is taken.
   std::size_t Size() const { return AtEnd() ? 0 : names_.size(); }
 
   void Take(std::string& name) {
@@ -60,7 +60,7 @@ bool IsSelfOrParent(std::string_view name) {
 
 constexpr char kOpening[] = "opendir - ";
 
-/// Out of descriptors or memory: this says nothing about the directory.
+/// Returns true if descriptors or memory ran out, which says nothing about the directory.
 bool IsShortage(int error) {
   return error == EMFILE || error == ENFILE || error == ENOMEM;
 }
@@ -75,13 +75,13 @@ struct InsFileFinder::State {
   std::string full_path;
   EntryType type = kNoEntry;
   int opening_error = 0;
-  internal::DirectoryStream stream;  // none once its end has been read ahead
-  bool opened_by_its_name = false;   // and not by a path that was normalised to `directory`
+  internal::DirectoryStream stream;  // null once its end has been read ahead
+  bool opened_by_its_name = false;   // not by a path whose normalised form is `directory`
   const dirent* last_read = nullptr;
   internal::NamesAhead ahead;
   internal::Failure cut_short;
 
-  /// False at the end.
+  /// Returns false at the end.
   bool ReadEntry() {
     errno = 0;
     last_read = ::readdir(stream.get());
@@ -89,7 +89,7 @@ struct InsFileFinder::State {
     return last_read != nullptr;
   }
 
-  /// Takes the next name of any kind. False at the end.
+  /// Takes the next name of any kind. Returns false at the end.
   bool NextName() {
     if (!ahead.AtEnd()) {
       ahead.Take(name);
@@ -100,8 +100,8 @@ struct InsFileFinder::State {
     return true;
   }
 
-  /// Looks at the entry from its directory, which saves the way down from the root. Not where the
-  /// path leads elsewhere, and not where it is too long: nobody could open it.
+  /// Looks at the entry from its directory, which saves the way down from the root. Uses the path
+  /// instead if that leads elsewhere, or is too long for anybody to open.
   EntryType TypeOfEntry() const {
     if (stream == nullptr || !opened_by_its_name || full_path.size() >= PATH_MAX) {
       return GetType(full_path);
@@ -164,7 +164,7 @@ InsFileFinder InsFileFinder::Start(const std::string& path, std::string director
   state->stream.reset(::opendir(path.c_str()));
   if (state->stream == nullptr) state->opening_error = errno;
   if (IsShortage(state->opening_error)) state->cut_short = {kOpening, state->opening_error};
-  state->GoToNextMatch();  // without a stream this is the end at once
+  state->GoToNextMatch();  // ends at once without a stream
   return InsFileFinder(std::move(state));
 }
 
@@ -184,7 +184,7 @@ InsFileFinder internal::EnterEntry(const InsFileFinder& above) {
   InsFileFinder below = FindFirstFileExactly(above.FullPath(), above.state_->mask);
   const int error = below.state_->opening_error;
   if (error == 0) return below;
-  static_cast<void>(GetType(above.FullPath()));  // throws when the path leads there no longer
+  static_cast<void>(GetType(above.FullPath()));  // throws if the path no longer leads there
   if (error != EACCES && error != ENOENT) below.state_->cut_short = {kOpening, error};
   return below;
 }

@@ -1,10 +1,10 @@
-// InsFileFinder: one pass over the entries of a directory.
+// InsFileFinder goes once through the entries of a directory.
 //
 //   InsFileFinder finder = FindFirstFile("/media", kFile);
 //   for (; !finder.AtEnd(); FindNextFile(finder)) Use(finder.FullPath());
 //
-// The entries come in the order in which the system delivers them, unsorted; "." and ".." are left
-// out. A finder belongs to one caller. It closes its directory when it goes out of scope.
+// The entries come in the order of the system, unsorted, without "." and "..". A finder belongs to
+// one caller. It closes its directory when it goes out of scope.
 #pragma once
 
 #include <cstddef>
@@ -30,32 +30,32 @@ class InsFileFinder {
   InsFileFinder& operator=(InsFileFinder&&) noexcept;
   ~InsFileFinder();
 
-  /// True when there is no further entry, and once the finder is closed or moved from; then the four
-  /// questions below have no answer.
+  /// Returns true if there is no further entry, and after the finder is closed or moved from. Then
+  /// do not call the five functions below.
   [[nodiscard]] bool AtEnd() const;
 
-  /// The current entry's name, as the system gives it.
+  /// Returns the current entry's name, as the system gives it.
   [[nodiscard]] const std::string& Name() const;
 
-  /// The directory's normalised path, "/" and the name. In the root directory this begins with
-  /// "//", on purpose.
+  /// Returns the directory's normalised path, "/" and the name. In the root directory this begins
+  /// with "//", on purpose.
   [[nodiscard]] const std::string& FullPath() const;
 
   [[nodiscard]] EntryType Type() const;
-  /// The file bit of Type(): also for a link to a file, a dangling link.
+  /// Returns the file bit of Type(), which links to files and dangling links also have.
   [[nodiscard]] bool IsFile() const;
-  /// The directory bit of Type(): also for a link to a directory.
+  /// Returns the directory bit of Type(), which links to directories also have.
   [[nodiscard]] bool IsDirectory() const;
 
-  /// For those who must not take half a list for the whole: throws KVLInsException "readdir - " +
-  /// directory when the system broke the list off, and "opendir - " + directory when there was no
-  /// descriptor or memory left to open it, with the error's text; the directory is named as in
-  /// FullPath(). Nothing happens when all has been listed, and when the directory is missing or closed
-  /// to the user.
+  /// Throws if the list is incomplete, for callers who must not take a part for the whole:
+  /// KVLInsException "readdir - " + directory if the system broke off the list, "opendir - " +
+  /// directory if no descriptor or memory was left to open it, both with the error's text. The
+  /// directory's path is that of FullPath(). Does nothing if the list is complete, or if the
+  /// directory is missing or the user lacks the permission.
   void ThrowIfCutShort() const;
 
-  /// Closes the directory; after that the finder is at its end, and can be closed again, assigned to
-  /// or destroyed, no more. Never throws.
+  /// Closes the directory. The finder is then at its end; it can be closed again, assigned to or
+  /// destroyed. Never throws.
   void Close() noexcept;
 
  private:
@@ -73,33 +73,32 @@ class InsFileFinder {
   std::unique_ptr<State> state_;
 };
 
-/// Opens the directory and stands on its first entry that has one of the bits of `type_mask`
-/// (kDirectory, kFile or kDirectoryOrFile): with kDirectory also links to directories, with kFile
-/// also links to anything else. A directory that is missing or cannot be opened has no entries, on
-/// purpose without an error. The directory is opened by the path as given, and named by the
-/// normalised one.
-/// A list that the system breaks off ends early, likewise; ThrowIfCutShort tells.
-/// Throws KVLInsException "FindFirstFile - Path is empty" (also when only quotes were given); and
-/// what GetType throws for any entry, "." and ".." included, as it does for one that has just been
-/// removed.
+/// Opens the directory and stops at its first entry that has one of the bits of `type_mask`.
+/// kDirectory also matches links to directories, kFile also matches all other links,
+/// kDirectoryOrFile matches every entry. Opens the directory by the path as given, and names it by
+/// the normalised path. On purpose a directory that is missing or cannot be opened has no entries
+/// and causes no error. If the system breaks off the list, the finder just ends early;
+/// ThrowIfCutShort tells. Throws KVLInsException "FindFirstFile - Path is empty", also for a path
+/// of quotes only; and what GetType throws for any entry, "." and ".." included, for example for
+/// one that has just been removed.
 [[nodiscard]] InsFileFinder FindFirstFile(const std::string& path, int type_mask);
 
-/// As FindFirstFile, for a directory whose path comes from the system and not from a user: it is
-/// not normalised, so that backslashes and quotes in names stay what they are. Throws as
-/// FindFirstFile does, with the directory as given in place of the normalised one.
+/// Like FindFirstFile, for a directory whose path comes from the system and not from a user. Does
+/// not normalise the path, so backslashes and quotes in names stay. Throws as FindFirstFile does,
+/// with the path as given.
 [[nodiscard]] InsFileFinder FindFirstFileExactly(const std::string& directory, int type_mask);
 
-/// Goes on to the next matching entry, or to the end. Must not be called at the end. Throws as
-/// FindFirstFile does; the finder can then only be closed.
+/// Goes on to the next matching entry, or to the end. Do not call it at the end. Throws as
+/// FindFirstFile does; after that only close the finder.
 void FindNextFile(InsFileFinder& finder);
 
 /// Calls `visit` with the name of every entry of a directory, "." and ".." included, in the order
-/// of the system, without a look at the entries themselves. False when the directory cannot be
-/// opened, as with an empty path, or its list breaks off; some names may have been visited then.
-/// The path is taken as it stands. Throws only what `visit` throws.
+/// of the system. Does not look at the entries themselves. Takes the path as it stands. Returns
+/// false if the directory cannot be opened, which includes an empty path, or if its list breaks
+/// off; it may have visited some names then. Throws only what `visit` throws.
 bool ForEachName(const std::string& directory, const std::function<void(std::string_view)>& visit);
 
-/// True when the directory has no entry, also when it is missing or cannot be opened. Throws as
+/// Returns true if the directory has no entry, is missing or cannot be opened. Throws as
 /// FindFirstFile does, on purpose also for an empty path.
 [[nodiscard]] bool IsEmptyDir(const std::string& path);
 

@@ -35,7 +35,7 @@ constexpr char kCannotSetTime[] = "SetTime - ";
 constexpr mode_t kPlainMode = 0644;
 constexpr mode_t kProgramMode = 0755;
 constexpr mode_t kUnfinishedMode = 0600;
-/// Enough to go on from there.
+/// Enough to open entries from there.
 constexpr int kOpenDirectory = O_PATH | O_DIRECTORY;
 
 EntryState StateOf(const struct stat& status) {
@@ -51,7 +51,7 @@ struct stat StatusOf(const FileDescriptor& file, const std::string& path) {
   return status;
 }
 
-/// For a file that has just been opened. `failed` is the beginning of the message when that failed.
+/// Returns the file if it is open. Otherwise throws; `failed` begins the message.
 std::unique_ptr<FileDescriptor> Opened(std::unique_ptr<FileDescriptor> file, const char* failed,
                                        const std::string& path) {
   ThrowUnless<KVLInsException>(file->IsOpen(), failed, path);
@@ -66,29 +66,30 @@ std::array<timespec, 2> Seconds(time_t accessed, time_t modified) {
   return {{{accessed, 0}, {modified, 0}}};
 }
 
-/// 0 or the error. Asked without the C library, of which some have no such function.
+/// Returns 0 or the error. Makes the system call itself, because some C libraries lack the
+/// function.
 int RenameToNew(int from, const char* name, int to, const char* new_name) {
   return ::syscall(SYS_renameat2, from, name, to, new_name, RENAME_NOREPLACE) == 0 ? 0 : errno;
 }
 
-/// 0 or the error. A link is taken itself.
+/// Returns 0 or the error. Treats a link itself, not its target.
 int LinkAndUnlink(int from, const char* name, int to, const char* new_name) {
   if (::linkat(from, name, to, new_name, /*flags=*/0) != 0) return errno;
   return ::unlinkat(from, name, /*flags=*/0) == 0 ? 0 : errno;
 }
 
-/// 0 or the error. Nothing is replaced.
+/// Returns 0 or the error. Replaces nothing.
 int RenameAsNew(int from, const std::string& name, int to, const std::string& new_name) {
   const int error = RenameToNew(from, name.c_str(), to, new_name.c_str());
-  const bool is_unknown =
-      error == ENOSYS || error == EINVAL || error == EPERM;  // as a filter may say
+  const bool is_unknown = error == ENOSYS || error == EINVAL ||
+                          error == EPERM;  // a filter of system calls may answer EPERM
   return is_unknown ? LinkAndUnlink(from, name.c_str(), to, new_name.c_str()) : error;
 }
 
 constexpr int kNew = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW;
 
-/// A file of the directory while it is written: it has a name that nobody else uses, and is removed when
-/// it gets no other.
+/// A file of the directory while it is being written. It has a name that nobody else uses. The
+/// destructor removes it unless Become has given it its final name.
 class Unfinished {
  public:
   explicit Unfinished(const FileDescriptor& directory) : directory_(directory) {}
@@ -109,7 +110,7 @@ class Unfinished {
     return file;
   }
 
-  /// 0 or the error.
+  /// Returns 0 or the error.
   int Become(const std::string& name) {
     const int error = RenameAsNew(directory_.Number(), name_, directory_.Number(), name);
     if (error == 0) is_there_ = false;
@@ -133,7 +134,7 @@ OpenFile::OpenFile(const std::string& path)
 
 OpenFile::OpenFile(std::unique_ptr<FileDescriptor> file, const std::string& path)
     : file_(Opened(std::move(file), kCannotRead, path)), path_(path) {
-  // Reading anything but a regular file may wait, or never come to an end.
+  // Reading anything but a regular file may wait or never end.
   if (!S_ISREG(StatusOf(*file_, path_).st_mode)) {
     throw KVLInsException(kCannotRead + path_, EOPNOTSUPP);
   }
@@ -166,7 +167,7 @@ NewFile::NewFile(std::unique_ptr<FileDescriptor> file, const std::string& path)
 NewFile::NewFile(NewFile&& other) noexcept = default;
 NewFile::~NewFile() = default;
 
-/// A write that took only a part counts as a full disk.
+/// Treats a partial write as a full disk.
 void NewFile::Write(std::string_view bytes) {
   const ssize_t written = ::write(file_->Number(), bytes.data(), bytes.size());
   ThrowUnless<KVLInsExceptionErrno>(written >= 0, kCannotWrite, path_);
@@ -177,7 +178,7 @@ void NewFile::Write(std::string_view bytes) {
 
 void NewFile::Finish(FileKind kind, std::optional<std::int64_t> modified) {
   if (modified) return Finish(kind, *modified, *modified);
-  // The mode comes last, so that nobody executes what is not whole.
+  // The mode comes last, so that nobody executes an incomplete file.
   ChangeMode(*file_, kind == FileKind::kProgram ? kProgramMode : kPlainMode, path_);
   // A network file system may fail as late as here.
   ThrowUnless<KVLInsExceptionErrno>(file_->Close(), kCannotWrite, path_);
@@ -242,7 +243,7 @@ EntryState OpenDirectory::Look(const std::string& name) const {
 
 std::string OpenDirectory::Target(const std::string& name) const {
   const std::string path = PathOf(name);
-  std::array<char, PATH_MAX> target;  // none is longer
+  std::array<char, PATH_MAX> target;  // the longest possible target
   const ssize_t length = ::readlinkat(Number(), name.c_str(), target.data(), target.size());
   ThrowUnless<KVLInsException>(length >= 0, "readlink - ", path);
   return {target.data(), static_cast<std::size_t>(length)};
@@ -291,7 +292,8 @@ void OpenDirectory::CopyFile(const OpenFile& source, const std::string& name, Fi
   Unfinished unfinished(*directory_);
   NewFile file(unfinished.Make(), path);
   constexpr std::size_t kBufferSize = 65536;
-  std::array<char, kBufferSize> buffer;  // not cleared: every byte is read before it is written
+  std::array<char, kBufferSize>
+      buffer;  // not cleared: the loop fills each byte before it writes it
   for (std::uint64_t at = 0;;) {
     const std::size_t length = source.Read(at, buffer);
     if (length == 0) break;

@@ -11,7 +11,7 @@ namespace {
 
 constexpr char kSlash = '/';
 
-/// The components of an absolute path, the first one without its first character.
+/// Returns the components of an absolute path, the first one without its first character.
 std::vector<std::string_view> ShortenedComponents(const InsPath& path) {
   std::vector<std::string_view> components;
   std::string_view rest = path.Str();
@@ -34,7 +34,7 @@ InsPath RelativeBetweenAbsolute(const InsPath& from, const InsPath& to) {
 
   std::string text;
   for (; from_rest != from_parts.end(); ++from_rest) text.append("../");
-  // An empty first component has a "/" behind it, which would make the result absolute.
+  // A "/" follows an empty first component and would make the result absolute.
   if (to_rest != to_parts.end() && to_rest->empty()) ++to_rest;
   if (to_rest != to_parts.end()) text.append(to_rest->data(), to_parts.back().end());
   return InsPath(std::move(text));
@@ -90,7 +90,8 @@ std::string InsPath::FileName() const {
 InsPath InsPath::Parent() const {
   const std::size_t last_slash = text_.rfind(kSlash);
   if (last_slash == std::string::npos || text_.size() == 1) return {};
-  // Not made from a string: normalising again could take the quotes of a name for enclosing ones.
+  // Not constructed from a string: normalising again could take quotes of a name for enclosing
+  // ones.
   InsPath parent;
   parent.text_ = last_slash == 0 ? Root() : text_.substr(0, last_slash);
   parent.root_ = root_;

@@ -1,8 +1,9 @@
-// InsPath: a normalised path as a value. Nothing here asks the file system, and nothing here fails
-// but for lack of memory.
+// InsPath: a normalised path as a value. Nothing here asks the file system, and only a lack of
+// memory can cause a failure.
 //
-// Always true: no backslash, no "//", no "/" at the end unless the whole text is "/". Examples
-// stand as "given  =>  result". A path that has been moved from can only be assigned to or destroyed.
+// An InsPath never contains a backslash or "//", and ends in "/" only if that is the whole text.
+// The comments show examples as "given  =>  result". A path that has been moved from can only be
+// assigned to or destroyed.
 #pragma once
 
 #include <compare>
@@ -27,29 +28,29 @@ class InsPath {
   InsPath& operator=(InsPath&& other) noexcept;
   ~InsPath() = default;
 
-  /// Makes it the empty path.
+  /// Empties the path.
   void Clear();
   [[nodiscard]] bool IsEmpty() const { return text_.empty(); }
-  /// True when the text begins with "/".
+  /// Returns true if the text begins with "/".
   [[nodiscard]] bool IsAbsolute() const { return root_ >= 0; }
   [[nodiscard]] const std::string& Str() const { return text_; }
 
-  /// "/" when the path is absolute, otherwise the empty text.
+  /// Returns "/" if the path is absolute, otherwise the empty text.
   ///   /usr/lib  =>  /     /  =>  /     a/b  =>  (empty)     (empty)  =>  (empty)
   [[nodiscard]] std::string Root() const;
 
-  /// What follows the root; of a relative path, all of it.
+  /// Returns what follows the root; the whole text of a relative path.
   ///   a/b  =>  a/b    /usr/lib  =>  sr/lib    /m/x  =>  /x    /a  =>  (empty)    /  =>  (empty)
-  /// On purpose two characters are skipped, not one, so the first name of an absolute path loses
-  /// its first character.
+  /// On purpose it skips two characters, not one, so the first name of an absolute path loses its
+  /// first character.
   [[nodiscard]] std::string RelativePart() const;
 
-  /// The part of RelativePart() behind its last "/".
+  /// Returns the part of RelativePart() behind its last "/".
   ///   a/b  =>  b     a  =>  a     /usr/lib  =>  lib     /abc  =>  bc     /a  =>  (empty)
-  /// Used only to recognise ".", where the missing character makes no difference.
+  /// The library uses it only to recognise ".", where the missing character makes no difference.
   [[nodiscard]] std::string FileName() const;
 
-  /// The path without its last component.
+  /// Returns the path without its last component.
   ///   a/b/x  =>  a/b     /a  =>  /     /  =>  (empty)     a  =>  (empty)     (empty)  =>  (empty)
   [[nodiscard]] InsPath Parent() const;
 
@@ -58,16 +59,17 @@ class InsPath {
   InsPath& operator/=(std::string_view text);
   InsPath& operator/=(const InsPath& path) { return *this /= path.text_; }
 
-  /// The same as "/=": on purpose it changes and returns the left operand. Join changes nothing.
+  /// Does the same as "/=": on purpose it changes and returns the left operand. Join changes
+  /// nothing.
   InsPath& operator/(std::string_view text) { return *this /= text; }
   InsPath& operator/(const InsPath& path) { return *this /= path; }
 
-  /// Compares the texts, byte by byte: the paths made from "a/" and "a" are equal.
+  /// Compares the texts byte by byte: the paths made from "a/" and "a" are equal.
   friend bool operator==(const InsPath& left, const InsPath& right) {
     return left.text_ == right.text_;
   }
 
-  /// Orders the texts, byte by byte: "a-b" comes before "a/b".
+  /// Orders the texts byte by byte: "a-b" comes before "a/b".
   friend std::strong_ordering operator<=>(const InsPath& left, const InsPath& right) {
     return left.text_ <=> right.text_;
   }
@@ -77,10 +79,10 @@ class InsPath {
   static constexpr std::int64_t kMovedFrom = -2;
 
   std::string text_;
-  std::int64_t root_ = kNoRoot;  // index of the root separator, or one of the two values above
+  std::int64_t root_ = kNoRoot;  // index of the root separator, or a constant above
 };
 
-/// InsPath(a + "/" + b).
+/// Returns InsPath(a + "/" + b).
 ///   a/, /b  =>  a/b     /m, (empty)  =>  /m     (empty), x  =>  /x     (empty), (empty)  =>  /
 [[nodiscard]] InsPath Join(std::string_view a, std::string_view b);
 [[nodiscard]] inline InsPath Join(const InsPath& a, std::string_view b) {
@@ -90,28 +92,28 @@ class InsPath {
   return Join(a.Str(), b.Str());
 }
 
-/// `path` as seen from `base`.
+/// Returns `path` as seen from `base`.
 ///   /base, /abs  =>  /abs     /base, rel  =>  /base/rel     /base, (empty)  =>  /base
 [[nodiscard]] InsPath Combine(const InsPath& base, const InsPath& path);
 
-/// The path that leads from the directory `from` to `to`. Empty when `to` is empty, when only one
-/// of the two is absolute, and when both are the same absolute path or differ only in what is left
-/// out of the comparison (/, /m and /m, /n).
+/// Returns the path that leads from the directory `from` to `to`. The result is empty if `to` is
+/// empty, if only one of the two is absolute, and if both are the same absolute path or differ only
+/// in what the comparison leaves out (/, /m and /m, /n).
 ///
-/// Absolute paths are compared component by component, the first one without its first character,
-/// as in RelativePart(), so the first names of /usr and /asr count as equal:
+/// Absolute paths are compared component by component. As in RelativePart(), the first component
+/// loses its first character, so the first names of /usr and /asr count as equal:
 ///   /usr/lib, /usr/share/x  =>  ../share/x     /usr/lib/x, /usr  =>  ../..
 ///   /usr, /usr/lib          =>  lib            /usr/lib, /opt/x  =>  ../../pt/x
 ///   /, /usr/lib             =>  sr/lib         /usr, /asr/lib    =>  lib
-/// A first name of one letter counts as a component with nothing left in it, so one ".." leads out
-/// of it, and the result does not begin with "/":
+/// A first name of one letter thus becomes an empty component. One ".." leads out of it, and the
+/// result does not begin with "/":
 ///   /m, /m/1/x  =>  1/x     /m/1, /m/2  =>  ../2
-/// The result is normalised as a whole, so a rest in quotes loses them, and may be absolute then:
+/// The result is normalised as a whole, so a rest in quotes loses them, and can then be absolute:
 ///   /am/1, /am/1/'x'        =>  x              /am/1, /am/2/'x'  =>  ../2/'x'
 ///   /a/b, /a/b/"/c"         =>  /c
 ///
-/// Relative paths are not searched for a common beginning, on purpose: one ".." for `from` and one
-/// for each "/" in it.
+/// On purpose, relative paths are not searched for a common beginning. The result has one ".." for
+/// `from` and one for each "/" in it:
 ///   a/b, x/y  =>  ../../x/y     a, x  =>  ../x     (empty), x  =>  ../x
 [[nodiscard]] InsPath MakeRelative(const InsPath& from, const InsPath& to);
 

@@ -13,7 +13,7 @@ void DropOnePairOfQuotes(std::string& text) {
   const bool in_single_quotes = text.front() == '\'';
   if (!in_double_quotes && !in_single_quotes) return;
   text.pop_back();
-  text.erase(0, 1);  // nothing, if a lone quote was both the first and the last
+  text.erase(0, 1);  // erases nothing if a lone quote was both first and last
 }
 
 void CollapseSlashes(std::string& text) {

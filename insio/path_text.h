@@ -1,7 +1,7 @@
-// Paths as plain text: the separators, and the conversions that need no path value.
+// Paths as plain text: the separators, and conversions that need no InsPath.
 //
-// A path is a string of bytes. Nothing here asks the file system, and nothing here fails but for
-// lack of memory.
+// A path is a string of bytes. Nothing here asks the file system, and only a lack of memory can
+// cause a failure.
 #pragma once
 
 #include <string>
@@ -10,8 +10,8 @@
 
 namespace KVLInsIO {
 
-/// A text that exists before any code of the program runs. It goes where a std::string_view goes, and
-/// can be added to a std::string.
+/// A constant text that exists before any code of the program runs. It converts to a
+/// std::string_view and can be added to a std::string.
 struct Separator : std::string_view {
   using std::string_view::string_view;
 
@@ -29,9 +29,9 @@ inline constexpr Separator kForeignPathSeparator = "\\";
 inline constexpr Separator kForeignPathListSeparator = ";";
 inline constexpr Separator kDoubledSeparator = "//";
 
-/// The text as every InsPath holds it. In this order: one pair of enclosing quotes, no more, is
-/// dropped; backslashes become "/"; runs of "/" become one; a "/" at the end goes, unless it is all
-/// there is. Takes time in proportion to the length.
+/// Returns the text as every InsPath has it. In this order: drops one pair of enclosing quotes,
+/// turns backslashes into "/", replaces runs of "/" by one, and drops a "/" at the end of a longer
+/// text. Takes time in proportion to the length.
 ///   (empty)               =>  (empty)
 ///   a//b///               =>  a/b
 ///   ///                   =>  /
@@ -43,10 +43,12 @@ inline constexpr Separator kDoubledSeparator = "//";
 ///   '                     =>  (empty)      single quotes have none
 [[nodiscard]] std::string NormalizeString(std::string text);
 
-/// A copy with every backslash turned into "/", and nothing else changed.   a\\b/  =>  a//b/
+/// Returns a copy with every backslash turned into "/", and nothing else changed.
+///   a\\b/  =>  a//b/
 [[nodiscard]] std::string ToSlashes(std::string text);
 
-/// A copy with every ";" turned into ":", and nothing else changed.   a;;b  =>  a::b
+/// Returns a copy with every ";" turned into ":", and nothing else changed.
+///   a;;b  =>  a::b
 [[nodiscard]] std::string ToColons(std::string text);
 
 }  // namespace KVLInsIO

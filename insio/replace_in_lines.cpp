@@ -28,9 +28,9 @@ using internal::kReadWithoutWaiting;
 namespace {
 
 constexpr char kTemporarySuffix[] = "_TmpRIL";
-constexpr mode_t kTemporaryMode = 0600;  // it may hold what only its owner may read
+constexpr mode_t kTemporaryMode = 0600;  // the file may hold what only its owner may read
 
-/// One replacement to be done, and its failures.
+/// One replacement, and how it reports failures.
 struct Replacement {
   const std::string& old_text;
   const std::string& new_text;
@@ -41,13 +41,13 @@ struct Replacement {
   }
 };
 
-/// The bytes of an open file, to be read by a stream.
+/// The bytes of an open file, for a stream to read.
 class FileBytes : public std::streambuf {
  public:
   explicit FileBytes(const FileDescriptor& file) : file_(file) {}
 
  protected:
-  /// An exception makes the stream a bad one.
+  /// Throws to put the stream into the bad state.
   int_type underflow() override {
     const ssize_t length = ::read(file_.Number(), bytes_.data(), bytes_.size());
     if (length < 0) throw std::system_error(errno, std::generic_category());
@@ -61,7 +61,7 @@ class FileBytes : public std::streambuf {
   std::array<char, 65536> bytes_{};
 };
 
-/// No pipe, which would be waited for, and no device, which may never come to an end. Reading a
+/// Returns false for pipes and devices, because reading them may wait or go on for ever. Reading a
 /// directory fails.
 bool IsFileOrDirectory(const FileDescriptor& file) {
   struct stat status;
@@ -87,7 +87,7 @@ Rewritten Rewrite(const std::string& path, const Replacement& replacement) {
         static_cast<int>(internal::ReplaceAll(line, replacement.old_text, replacement.new_text, 0));
     result.contents.append(line);
   }
-  // A file that was read only in part must not replace the whole one.
+  // A partly read file must not replace the whole one.
   if (file.bad()) replacement.Fail("Failed to read " + path);
   return result;
 }
@@ -96,7 +96,7 @@ void DeleteIfPossible(const std::string& path) {
   try {
     Delete(path);
   } catch (const std::exception&) {
-    // What matters is said elsewhere; a leftover beside the file is no failure.
+    // The caller reports the failure that matters; a leftover beside the file is none.
   }
 }
 
@@ -109,8 +109,8 @@ bool WriteAll(const FileDescriptor& file, std::string_view text) {
   return true;
 }
 
-/// Whatever has the name already goes, and nothing is written through it: somebody else may have put
-/// a link there.
+/// Removes what has the name already and writes through nothing: somebody else may have put a link
+/// there.
 void WriteTemporary(const std::string& path, const std::string& contents,
                     const Replacement& replacement) {
   ::unlink(path.c_str());

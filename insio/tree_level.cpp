@@ -9,12 +9,12 @@
 namespace KVLInsIO::internal {
 namespace {
 
-/// How many directories of a tree are kept open at once. Further down the names are read ahead, so
-/// that a deep tree is not cut off by the limit on open files.
+/// How many directories of a tree stay open at once. Further down, a walk reads the names ahead, so
+/// that the limit on open files does not cut off a deep tree.
 constexpr int kMostOpenLevels = 4;
 
-/// How many bytes of names are read ahead in all levels together. A level that would need more stays
-/// open: there cannot be many of that size on one path.
+/// How many bytes of names a walk reads ahead on all levels together. A level that needs more stays
+/// open; one path cannot have many of that size.
 constexpr std::size_t kMostBytesAhead = 524'288;
 
 }  // namespace
@@ -64,7 +64,7 @@ TreeLevel TreeLevel::Below(TreeLevel& above) {
 }
 
 bool TreeLevel::EntryLeadsBack() const {
-  // Without a link on the way there is no way back up, so nothing has to be asked for.
+  // Without a link on the way, nothing leads back up, so no check is needed.
   if (!EntryIsBehindLink()) return false;
   FileIdentity target;
   if (!Identify(entries_.FullPath(), target)) return false;

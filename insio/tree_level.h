@@ -1,5 +1,5 @@
-// TreeLevel: one directory on the way down a tree, with those above it. Copying and deleting trees
-// walk with it. Internal, not part of the library's installed interface.
+// TreeLevel: one directory on the way down a tree, with those above it. Copying and deleting a tree
+// use it. Internal: the library does not install this header.
 #pragma once
 
 #include <sys/stat.h>
@@ -12,7 +12,7 @@
 
 namespace KVLInsIO::internal {
 
-/// What makes two paths the same file: device and inode.
+/// Device and inode; two paths with the same lead to the same file.
 struct FileIdentity {
   dev_t device = 0;
   ino_t inode = 0;
@@ -23,23 +23,25 @@ struct FileIdentity {
   }
 };
 
-/// The identity of what lies at `path`, links followed. False when that cannot be found out.
+/// Finds the identity of the entry at `path` and follows links. Returns false if the system does
+/// not tell.
 bool Identify(const std::string& path, FileIdentity& identity);
 
-/// The same for an open file; false also when it is not open.
+/// Does the same for an open file. Returns false also if it is not open.
 bool Identify(const FileDescriptor& file, FileIdentity& identity);
 
 class TreeLevel {
  public:
-  /// The top of a tree. Its entries are named as FindFirstFile does it, by the normalised path,
+  /// Returns the top of a tree. Names its entries by the normalised path, as FindFirstFile does,
   /// unless that is another directory, as it can be with a backslash in a name. Throws as
   /// FindFirstFile does.
   static TreeLevel Top(const std::string& path);
 
-  /// The directory that is the current entry of `above`, which must outlive this level and be the
-  /// deepest one until then. When it cannot be opened, for another reason than that it is missing or
-  /// closed to the user, Entries().ThrowIfCutShort() throws "opendir - " + path. Throws as
-  /// FindFirstFile does, and "lstat - " + path when its path leads there no longer.
+  /// Returns the level for the current entry of `above`, which must be a directory. `above` must
+  /// outlive this level and have no other level below it meanwhile. If the directory cannot be
+  /// opened, Entries().ThrowIfCutShort() throws "opendir - " + path, unless it is missing or the
+  /// user lacks the permission. Throws as FindFirstFile does, and "lstat - " + path if the path no
+  /// longer leads there.
   static TreeLevel Below(TreeLevel& above);
 
   TreeLevel(const TreeLevel&) = delete;
@@ -47,12 +49,12 @@ class TreeLevel {
 
   InsFileFinder& Entries() { return entries_; }
 
-  /// True when the way from the top to the current entry goes through a link, which may be the
-  /// entry itself. Several ways can then lead to the entry.
+  /// Returns true if a link lies on the way from the top to the current entry, or if the entry is
+  /// one. Then several ways can lead to the entry.
   bool EntryIsBehindLink() const { return behind_link_ || entries_.Type() == kLinkToDirectory; }
 
-  /// True when the current entry is this directory or one above it, which only a link on the way
-  /// can bring about: going down there would never end.
+  /// Returns true if the current entry is this directory or one above it, so that going down would
+  /// never end. Only a link on the way can cause that.
   bool EntryLeadsBack() const;
 
  private:
@@ -64,7 +66,7 @@ class TreeLevel {
   InsFileFinder entries_;
   const TreeLevel* above_ = nullptr;
   int depth_ = 0;
-  std::size_t bytes_ahead_above_ = 0;  // of names that the levels above have read ahead
+  std::size_t bytes_ahead_above_ = 0;  // bytes of names read ahead by the levels above
   bool behind_link_ = false;           // this directory was reached through a link below the top
 };
 

@@ -59,36 +59,55 @@ constexpr bool kWithValue = true;
 
 using Value = std::string_view;
 constexpr CommandLineOption kOptions[] = {
+    // Options
+    /// Waits for the installer, as the launcher does anyway.
     {"-wait", kAlone, [](LauncherState& state, Value) { state.WaitFlag = true; }},
+    /// Has no effect.
     {"-UI", kAlone, [](LauncherState& state, Value) { state.UIFlag = true; }},
+    /// <NAME[=VALUE]> Sets a variable at once, for the rest of the run and for the installer.
+    /// `NAME` alone gets the value `1`. It is too late for `KVL_Installer_EXE`, and for
+    /// `CurrentMediaDir` unless `--odt` follows.
     {"-env", kWithValue, [](LauncherState&, Value setting) { ApplyEnvSetting(setting); }},
+    /// <DIR> Names an external installer media. The launcher uses it if the current media holds
+    /// no installer. It tries the sub-directory `1` first. The path must not hold a blank.
     {"-installerPath", kWithValue,
      [](LauncherState& state, Value media) { state.InstallerPathArg = media; }},
+    /// Starts software management. It requires one of the next four options, which in turn
+    /// require it. The launcher then never stages and does not look for volumes.
     {"-SoftMgt", kAlone, [](LauncherState& state, Value) { state.SoftMgt = true; }},
+    /// Software management lists. Of this option and the next three, the last one given counts.
     {"-List", kAlone,
      [](LauncherState& state, Value) {
        state.SoftMgtAction = "List";
        state.SoftMgtReadOnly = true;
      }},
+    /// Software management checks. The installer is told `Check1`.
     {"-Check", kAlone,
      [](LauncherState& state, Value) {
        state.SoftMgtAction = kCheckAction;
        state.SoftMgtReadOnly = true;
      }},
+    /// Software management commits.
     {"-Commit", kAlone, [](LauncherState& state, Value) { state.SoftMgtAction = "Commit"; }},
+    /// Software management rolls back.
     {"-Rollback", kAlone, [](LauncherState& state, Value) { state.SoftMgtAction = "Rollback"; }},
+    /// Starts the installer `KVLInsAppliODT.exe`, and reads the media directory from
+    /// `CurrentMediaDir` again.
     {"--odt", kAlone,
      [](LauncherState& state, Value) {
        state.WaitFlag = true;
        state.InstallerExeName = kOdtInstaller;
        state.MediaDir = CurrentMediaDir();
      }},
+    /// Starts the installer from where it is, never staged. The installer gets this option,
+    /// too.
     {"--mgt", kAlone,
      [](LauncherState& state, Value) {
        state.ManagementMode = true;
        state.Uninstall = false;
        state.PassThroughArgs.emplace_back("--mgt");
      }},
+    /// Does the same as `--mgt`. The installer gets `--uninst`.
     {"--uninst", kAlone,
      [](LauncherState& state, Value) {
        state.ManagementMode = true;
@@ -108,6 +127,9 @@ std::string ApplyArgument(ArgumentReader& arguments, LauncherState& state) {
   } else if (!option->takes_value) {
     option->apply(state, {});
   } else if (arguments.AtEnd()) {
+    // Message: ERROR: Bad [...] argument
+    // Cause: `-env` or `-installerPath` is the last argument, without its value.
+    // Remedy: Give the value as the next argument.
     return "Bad " + std::string(argument) + " argument";
   } else {
     option->apply(state, arguments.Take());
@@ -119,9 +141,15 @@ std::string ApplyArgument(ArgumentReader& arguments, LauncherState& state) {
 std::string CheckSoftwareManagement(LauncherState& state) {
   if (state.SoftMgt == !state.SoftMgtAction.empty()) return {};
   if (state.SoftMgt) {
+    // Message: ERROR: -SoftMgt must be used with another flag (either -List, -Check, -Commit or -Rollback).
+    // Cause: `-SoftMgt` stands alone.
+    // Remedy: Add what is to be done.
     return "-SoftMgt must be used with another flag (either -List, -Check, -Commit or -Rollback).";
   }
   if (state.SoftMgtAction == kCheckAction) state.SoftMgtAction = kCheckOption;
+  // Message: ERROR: -[...] must be used with the -SoftMgt flag.
+  // Cause: One of `-List`, `-Check`, `-Commit` and `-Rollback` is given without `-SoftMgt`.
+  // Remedy: Add `-SoftMgt`.
   return "-" + state.SoftMgtAction + " must be used with the -SoftMgt flag.";
 }
 

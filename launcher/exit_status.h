@@ -1,21 +1,25 @@
-// Every status that the launcher ends with on its own account, and the one place that ends it
-// early.
+// The exit statuses of the launcher, and the one place that ends it early.
 //
-// An uncaught exception (see media/volume_scan.h) ends it by SIGABRT.
-// Otherwise the launcher ends with what the installer's exit code became (see RunCommand): the
-// codes 0 to 250 as they are; everything else (251 to 255, a death by a signal, an installer that
-// could not be started) is -1, of which the system makes 255. A status of 1 or 12 may thus be the
-// installer's, too; the error message before it tells.
+// Exit statuses
+// 0 to 250: The exit code of the installer. An installer that itself ends with 1 or 12 is told from the
+// launcher by the missing error message.
+// 1: The launcher ended before the installer: the command line is wrong, there is no installer, or
+// staging failed. The last error message says which.
+// 12: An external installer media holds an installer, but its path holds a blank.
+// 134: A shell shows this number if the launcher was aborted by signal 6. The first line of
+// `volumes.txt` is no number or too large a one, or the launcher could not look at an entry of a directory
+// above the media while it searched for an AM volume.
+// 255: `Cannot wait for process`: the installer could not be started, a signal killed it, or its exit
+// code was above 250.
 #pragma once
 
 namespace kvl {
 
 enum class ExitStatus : int {
-  kBadCommandLine = 1,  ///< an option without its value or its companion
-  kNoInstaller = 1,     ///< neither in the media nor in an external one
-  kStagingFailed = 1,   ///< the installer could not be copied
-  kBlankInInstallerMedia =
-      12,  ///< the external installer media's directory has a blank in its path
+  kBadCommandLine = 1,
+  kNoInstaller = 1,
+  kStagingFailed = 1,
+  kBlankInInstallerMedia = 12,
 };
 
 /// The answer to the query for the number of volumes; the system keeps its low eight bits.

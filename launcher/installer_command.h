@@ -6,10 +6,10 @@
 
 namespace kvl {
 
-/// The installer's path in double quotes, unless it already begins with one, and each argument in
-/// double quotes behind a blank. Nothing inside is escaped, on purpose: an argument with a double
-/// quote in it, a doubled backslash or one at its end is split differently when the command is run
-/// (see SplitCommand).
+/// Puts the installer's path in double quotes, unless it already begins with one, and appends each
+/// argument in double quotes behind a blank. On purpose nothing inside is escaped: SplitCommand,
+/// which splits the command before it is run, takes an argument apart differently when it contains
+/// a double quote or a doubled backslash, or ends in a backslash.
 ///   /m/x, [a, b c]  =>  "/m/x" "a" "b c"     "/m/x, []  =>  "/m/x
 std::string InstallerCommand(const std::string& installer_path,
                              const std::vector<std::string>& arguments);

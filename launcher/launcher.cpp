@@ -42,6 +42,10 @@ void Launcher::StageInstaller(const RunPlan& plan) {
   try {
     MakeCopies(plan.Copies);
   } catch (const std::exception& failure) {
+    // Message: ERROR: Cannot copy the installer to a temporary directory: [...]
+    // Cause: Staging failed. The next line says why.
+    // Remedy: See [Why staging failed](#why-staging-failed). Remove what was copied into
+    // that directory.
     Message("Cannot copy the installer to a temporary directory: " + plan.StagingDir, kError,
             kMarked);
     const std::string reason = failure.what();
@@ -53,6 +57,13 @@ void Launcher::StageInstaller(const RunPlan& plan) {
 void Launcher::LeaveCleanUpScript(const std::string& staging_dir_slash) {
   WriteCleanUpScript(staging_dir_slash);
   if (!WaitFlag) return;
+  // Message: WARN: This media is composed of multiple volumes.
+  //   If it is not done already, please copy each volume on a local hard drive before starting the installation.
+  //   Not doing so might result in the installation leaving temporary files behind.
+  // Cause: The launcher staged the installer, because volumes are missing or it cannot read
+  // `volumes.txt`.
+  // Remedy: None if you mean to change discs. Else copy the volumes side by side. [Remove the
+  // staged copy](#what-is-left-behind) afterwards.
   Message("This media is composed of multiple volumes.", kWarning, kMarked);
   Message(
       "If it is not done already, please copy each volume on a local hard drive before starting "

@@ -28,7 +28,7 @@ void PlanInstaller(LauncherState& state, Logger& logger, RunPlan& plan) {
   plan.MediaWithBlank = std::move(found.media_with_blank);
 }
 
-/// The arguments of the launcher itself come before or behind those that are passed on.
+/// The launcher puts its own arguments before or behind those that it passes through.
 void AddInstallerArguments(LauncherState& state) {
   std::vector<std::string>& arguments = state.PassThroughArgs;
   if (!state.SoftMgt) {

@@ -1,5 +1,5 @@
-// RunPlan: all that a run decides before it copies or starts anything. The Launcher acts on it.
-// Whoever wants to know what a run would do reads it.
+// RunPlan: everything that a run decides before it copies or starts anything. The Launcher acts on
+// it; `kvl-media check` only reads it.
 #pragma once
 
 #include <exception>
@@ -18,51 +18,55 @@ namespace kvl {
 
 class Logger;
 
-/// Of a run that ends early, only what it finds out before it ends.
+/// The plan of a run. If the run ends early, the fields that it does not reach keep their defaults.
 struct RunPlan {
-  /// What the run ends with when it starts no installer.
+  /// The status with which the run ends, if it starts no installer.
   std::optional<ExitStatus> Status;
-  /// The exception that ends the program, when the scan throws one.
+  /// The exception that the scan threw, if any. It ends the program.
   std::exception_ptr Abort;
 
-  std::string InstallerCandidate;  ///< where the current media would have the installer
+  std::string InstallerCandidate;  ///< the installer's path in the current media, present or not
   InstallerSource Source = InstallerSource::kNone;
-  std::string MediaWithBlank;  ///< the external media that is refused for a blank in its path
+  std::string MediaWithBlank;  ///< the external media refused for a blank in its path
 
-  ScanOutcome Scan;                      ///< but its volumes, which are the next two
+  ScanOutcome Scan;                      ///< without its volumes, which VolumePaths has
   int VolumeCount = 0;                   ///< the scan's result code
   std::vector<std::string> VolumePaths;  ///< the directories of volume 2, 3, ...
 
-  std::string TempRoot;    ///< the temporary directory, as it is named
-  std::string StagingDir;  ///< a directory in it, ending in "/"; drawn even when it is not used
+  std::string TempRoot;    ///< the temporary directory, as given
+  std::string StagingDir;  ///< a directory in it, ending in "/"; set even if it is not used
   bool CopyInstaller = false;
-  std::vector<StagingCopy> Copies;  ///< in their order; none when the installer runs in place
+  std::vector<StagingCopy> Copies;  ///< in order; empty when the installer runs in place
 
-  std::string OriginalMediaDir;  ///< the media when it is staged, otherwise empty
+  std::string OriginalMediaDir;  ///< the media, if the installer is staged; otherwise empty
   LauncherState AtStart;         ///< the Launcher's fields when it starts the installer
-  std::string CommandLine;       ///< what RunCommand is given
+  std::string CommandLine;       ///< for RunCommand
 };
 
-/// Decides what the run does, with the messages and the variables that come before it copies and
-/// starts. `state` is what the command line has made of it; it learns the system's name, the
-/// installer that was found, and whether the media is complete. Copies, makes and starts nothing.
+/// Decides what the run does. Copies, creates and starts nothing, but writes the messages and sets
+/// the variables that a run writes and sets before it copies anything. `state` is what the command
+/// line gave; PlanRun adds the system's name, the installer that it found, and whether the media is
+/// complete.
 RunPlan PlanRun(LauncherState& state, Logger& logger);
 
-/// The part of PlanRun that scans the media: its outcome, and how it ends the run, if it does.
+/// Scans the media for PlanRun. Stores the outcome in `plan`, and the status or exception if it
+/// ends the run.
 void PlanVolumes(LauncherState& state, Logger& logger, RunPlan& plan);
 
-/// Scans the media (see media/volume_scan.h), and lets the state know when it is complete.
+/// Scans the media (see media/volume_scan.h). Sets ManagementMode in `state` when the media is
+/// complete.
 ScanOutcome ScanMediaOf(LauncherState& state, Logger& logger);
 
-/// Sets KVLAdmInstVolumePath_2, _3, ... to the directories of the further volumes, when the scan
-/// found them all outside the media directory.
+/// Sets KVLAdmInstVolumePath_2, _3, ... to the directories of the further volumes if the scan found
+/// all of them outside the media directory. Otherwise sets nothing.
 void ExportVolumePaths(int volume_count, const std::vector<std::string>& volume_paths);
 
-/// Sets all that the installer of a plan finds in its environment, in the order of the run: the
-/// media's first place, the installer environment, and in software management two variables more.
+/// Sets the variables that the installer of a plan finds in its environment, in this order: the
+/// original media directory, the installer environment, and in software management two more
+/// variables.
 void ExportToInstaller(const RunPlan& plan);
 
-/// What the installer's environment is made from.
+/// Returns the input of SetInstallerEnvironment.
 InstallerSetting InstallerSettingOf(const LauncherState& state);
 
 }  // namespace kvl

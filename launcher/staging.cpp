@@ -17,12 +17,12 @@ using KVLInsIO::Join;
 constexpr const char* kStaged[] = {names::kInst,    names::kTableOfContents, names::kMediaXml,
                                    names::kMediaDb, names::kStartGui,        names::kStartTui};
 
-/// On a broken file system every name may seem to exist; the search ends all the same.
+/// Ends the search on a broken file system, where every name may seem to exist.
 constexpr int kMostTakenNames = 1000;
 
 bool IsTaken(const std::string& staging_dir_slash) {
   struct stat status;
-  // The path as the copy takes it, without its "/": a link is looked at, not followed.
+  // Without the closing "/", as the copy uses the path: lstat then looks at a link itself.
   return ::lstat(InsPath(staging_dir_slash).Str().c_str(), &status) == 0;
 }
 
@@ -47,7 +47,7 @@ std::vector<StagingCopy> StagingCopies(const StagingRequest& request) {
   if (request.external_inst_slash.empty()) return copies;
   const std::string staged_inst_slash = request.staging_dir_slash + names::kInst + "/";
   for (const std::string& name : {std::string(names::kCommon), request.os_name}) {
-    // The doubled slash in the source is harmless.
+    // The source gets a doubled slash, which is harmless.
     copies.push_back({request.external_inst_slash + "/" + name, staged_inst_slash + name});
   }
   return copies;

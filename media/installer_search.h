@@ -1,5 +1,5 @@
-// Finding the installer: in the current media, or in one of the external ones that the command line
-// and the environment name.
+// Finds the installer in the current media, or in an external media that the command line or the
+// environment names.
 #pragma once
 
 #include <string>
@@ -17,9 +17,9 @@ enum class InstallerSource {
   kVariable,  ///< the media of KVL_ZOLVEN_Installer
 };
 
-/// Where the installer lies in a media: inst/<os_name>/code/bin/<executable> below `media_dir`,
-/// joined with single slashes; empty parts are joined like any other. With an empty `executable`
-/// this is the "bin" directory itself.
+/// Returns where a media has its installer: inst/<os_name>/code/bin/<executable> below `media_dir`,
+/// joined with single slashes. Joins empty parts like any other; with an empty `executable` the
+/// result is the "bin" directory.
 ///   /m, linux, x  =>  /m/inst/linux/code/bin/x     (empty), (empty), x  =>  /inst/code/bin/x
 std::string InstallerIn(const KVLInsIO::InsPath& media_dir, const std::string& os_name,
                         const std::string& executable);
@@ -33,17 +33,17 @@ struct InstallerSearch {
 
 struct InstallerFound {
   InstallerSource source = InstallerSource::kNone;
-  std::string candidate;   ///< where the current media would have it
-  std::string installer;   ///< its path; empty when there is none
+  std::string candidate;   ///< its path in the current media, whether it exists or not
+  std::string installer;   ///< the installer's path; empty if none was found
   std::string inst_slash;  ///< the "inst" directory of an external media, ending in "/"
-  /// The external media that ended the search, because its path has a blank in it. Empty otherwise.
+  /// The external media that ended the search because its path has a blank; otherwise empty.
   std::string media_with_blank;
 };
 
-/// Looks for the installer and reports on the console. The current media comes first, unless
-/// KVL_UseExternalInstaller is set, then `external_media`, then the media of KVL_ZOLVEN_Installer.
-/// An external media that is not usable (see ValidateInstallerMedia) is passed over. That nothing
-/// was found is an error message.
+/// Looks for the installer and reports on the console, an error if it finds none. Searches in this
+/// order: the current media, unless KVL_UseExternalInstaller is set; `external_media`; the media of
+/// KVL_ZOLVEN_Installer. Passes over an external media that has no installer, and stops at one
+/// whose path has a blank (see ValidateInstallerMedia).
 InstallerFound FindInstaller(const InstallerSearch& search, Logger& logger);
 
 }  // namespace kvl

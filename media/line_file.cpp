@@ -11,7 +11,7 @@ namespace {
 
 constexpr char kLineFeed = '\n';
 
-/// 0 for a file that comes to an end.
+/// Returns 0 for a regular file; otherwise the errno that says why it is not read.
 int WhyNotToRead(const struct stat& status) {
   if (S_ISREG(status.st_mode)) return 0;
   return S_ISDIR(status.st_mode) ? EISDIR : EOPNOTSUPP;
@@ -26,7 +26,7 @@ LineFile::LineFile(const std::string& path) : file_(path, KVLInsIO::internal::kR
     return;
   }
   error_ = WhyNotToRead(status);
-  // Some files of the system claim to be empty, and have no end.
+  // Some files of the system claim to be empty but deliver bytes without end.
   bytes_left_ = std::max<std::uint64_t>(static_cast<std::uint64_t>(status.st_size), kLongestLine);
 }
 
@@ -45,7 +45,7 @@ bool LineFile::Next(std::string& line) {
   return has_line;
 }
 
-/// Reads on when nothing is left. False at the end and after a failure.
+/// Reads the next bytes if the buffer is empty. Returns false at the end and after a failure.
 bool LineFile::Fill() {
   if (!unread_.empty()) return true;
   if (error_ != 0) return false;
@@ -58,7 +58,8 @@ bool LineFile::Fill() {
   return true;
 }
 
-/// Takes what is unread of the line, its line feed with it, which is not part of the result.
+/// Takes the unread part of the line, at most `most_bytes`. Consumes the line feed but does not
+/// return it.
 std::string_view LineFile::TakePart(std::size_t most_bytes, bool& ends_line) {
   const std::string_view part = unread_.substr(0, std::min(unread_.find(kLineFeed), most_bytes));
   unread_.remove_prefix(part.size());
@@ -75,7 +76,7 @@ void LineFile::PassOverCutRest() {
   }
 }
 
-/// A hole reads as zeros, and none of them ends a line. A sparse file may claim any size.
+/// Skips a hole: it reads as zeros, which end no line, and a sparse file may claim any size.
 void LineFile::SkipHole() {
   const off_t here = ::lseek(file_.Number(), 0, SEEK_CUR);
   if (::lseek(file_.Number(), here, SEEK_DATA) >= 0 || errno != ENXIO) return;

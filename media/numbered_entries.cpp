@@ -11,7 +11,7 @@
 namespace kvl {
 namespace {
 
-/// From this many numbers on, listing the directory is quicker than looking for each.
+/// For this many numbers, listing the directory is quicker than looking for each.
 constexpr VolumeNumber kManyNumbers = 100;
 
 char ToLower(char letter) {
@@ -23,7 +23,7 @@ bool EqualInAnyCase(std::string_view left, std::string_view right) {
                     [](char one, char other) { return ToLower(one) == ToLower(other); });
 }
 
-/// The number that `name` consists of, together with the extension; it may be below 0.
+/// Returns the number if `name` consists of a number and the extension. It may be negative.
 std::optional<VolumeNumber> NumberIn(std::string_view name, std::string_view extension) {
   VolumeNumber number = 0;
   const char* const end = name.data() + name.size();
@@ -33,8 +33,8 @@ std::optional<VolumeNumber> NumberIn(std::string_view name, std::string_view ext
   return EqualInAnyCase(rest, extension) ? std::optional(number) : std::nullopt;
 }
 
-/// The numbers of the range in the names of the directory's entries, ascending. Nothing when it
-/// cannot be listed as a whole.
+/// Returns the numbers of the range for which the directory has an entry, in ascending order.
+/// Returns nothing if it cannot list the whole directory.
 std::optional<std::vector<VolumeNumber>> ListNumbers(const std::string& directory,
                                                      std::string_view extension,
                                                      NumberRange range) {

@@ -1,4 +1,4 @@
-// Numbered entries: the files and directories of a volume set that are named by a number, such as
+// Numbered entries: the files and directories of a media set that are named by a number, such as
 // "2" or "2.txt".
 #pragma once
 
@@ -11,27 +11,26 @@
 
 namespace kvl {
 
-/// Volume numbers have 64 bits: "volumes.txt" may hold the greatest int, and the numbers of AM
-/// volumes go beyond that.
+/// A volume number has 64 bits: "volumes.txt" may hold the greatest int, and AM volumes have still
+/// greater numbers.
 using VolumeNumber = std::int64_t;
 
-/// All numbers from the first to the last, both included, which are 1 or more; none when the last is
-/// the smaller one.
+/// All numbers from `first` to `last`, both included. `first` is at least 1. The range is empty if
+/// `last` is smaller.
 struct NumberRange {
   VolumeNumber first = 1;
   VolumeNumber last = 0;
 };
 
-/// Calls `visit`, in ascending order and at most once each, with the numbers of the range for which
-/// an entry may exist in `directory`: the number in decimal without leading zeros, and `extension`
-/// behind it. An entry that exists is never left out; what it is, and whether it is there at all, is
-/// for the visitor to find out. An empty directory is the root directory, as it is when joined.
+/// Calls `visit` for each number of the range for which `directory` may have an entry named by that
+/// number in decimal, without leading zeros, and `extension`. Visits the numbers in ascending
+/// order, each at most once. Never leaves out a number that has an entry; the visitor finds out
+/// whether the entry exists and what it is. An empty `directory` is the root directory, as in Join.
 ///
-/// A range of a few numbers is visited as a whole. For a larger one the directory is listed, so that
-/// the time depends on what is there and not on the greatest number; only when it cannot be listed,
-/// every number is visited. Extensions are then compared without regard to the case of ASCII letters,
-/// because the names on a medium may be in upper case for a file system that does not care.
-/// Throws only what `visit` throws.
+/// Visits all numbers of a small range. For a large range, lists the directory, so that the time
+/// depends on its entries and not on the greatest number; visits every number only if the list
+/// fails. A list is compared without regard to the case of ASCII letters, because a file system
+/// that ignores case may show the names in upper case. Throws only what `visit` throws.
 void ForEachNumber(const KVLInsIO::InsPath& directory, std::string_view extension,
                    NumberRange range, const std::function<void(VolumeNumber)>& visit);
 

@@ -19,7 +19,7 @@ namespace {
 using KVLInsIO::InsPath;
 using KVLInsIO::Join;
 
-/// A layout's answer; without a value the next layout is to be tried.
+/// The answer of a layout; without a value, the scan tries the next layout.
 using LayoutAnswer = std::optional<ScanOutcome>;
 
 struct MediaSet {
@@ -35,7 +35,7 @@ class Report {
   void Warning(std::string text) { logger_.Message(std::move(text), kWarning, kMarked); }
   void More(std::string text) { logger_.Message(std::move(text), kContinuation, kMarked); }
 
-  /// `where` stands between the two tags, which can be so long that neither is copied needlessly.
+  /// Writes `where` between the two tags. Tags can be long, so this copies none needlessly.
   void WrongVolume(const std::string& volume, std::string tag, const std::string& where,
                    const std::string& wanted_tag) {
     constexpr std::size_t kRoomForTheRest = 64;
@@ -57,7 +57,7 @@ ScanOutcome CompleteAsItIs() {
   return {kNothingMoreNeeded, /*complete=*/true, /*volumes=*/{}, Layout::kNone};
 }
 
-/// Volumes outside the media directory are named by their number alone.
+/// A volume outside the media directory has its number alone as its name.
 constexpr std::string_view kNoExtension;
 
 std::string VolumeName(VolumeNumber number) {
@@ -76,19 +76,19 @@ std::string TagIn(const InsPath& dir, VolumeNumber volume) {
   return ReadMtbDir(Join(dir.Str(), MarkerName(volume)).Str());
 }
 
-/// The directory named by the volume's number in `dir`.
+/// Returns the directory in `dir` that is named by the volume's number.
 InsPath Numbered(const InsPath& dir, VolumeNumber volume) {
   return Join(dir.Str(), std::to_string(volume));
 }
 
-/// What a layout has found so far, volume 1 included.
+/// What the scan of a layout has found so far, volume 1 included.
 struct Tally {
   VolumeNumber found = 1;
   bool mismatch = false;
-  std::vector<std::string> volumes;  // the directories of those outside the media directory
+  std::vector<std::string> volumes;  // the directories of volumes outside the media directory
 };
 
-/// What follows from a layout whose volumes have all been looked for.
+/// Returns the answer of a layout once the scan has looked for all its volumes.
 LayoutAnswer Judge(Tally tally, Layout layout, const MediaSet& media, Report& report) {
   ScanOutcome answer = Failed(std::move(tally.volumes));
   answer.layout = layout;
@@ -99,21 +99,31 @@ LayoutAnswer Judge(Tally tally, Layout layout, const MediaSet& media, Report& re
     return answer;
   }
   if (tally.found == 1) return std::nullopt;
+  // Message: WARN: Missing volumes. Please make sure you copied everything correctly.
+  // Cause: Some volumes are there, others are not. The lines before this one name those that
+  // were found.
+  // Remedy: Copy the others beside them.
   report.Warning("Missing volumes. Please make sure you copied everything correctly.");
   return answer;
 }
 
-/// Looks for the volume in `dir`. One of another media set is reported.
+/// Looks for the volume in `dir`. Reports a volume of another media set.
 void LookFor(VolumeNumber volume, const InsPath& dir, const MediaSet& media, Report& report,
              Tally& tally) {
   std::string tag = TagIn(dir, volume);
   if (tag.empty()) return;
   if (tag != media.tag) {
+    // Message: WARN: Volume [...] of [...] found in [...] instead of [...]
+    // Cause: The volume there belongs to another media. Its tag comes first, the tag of this
+    // media last.
+    // Remedy: Put the right volume there.
     report.WrongVolume(VolumeName(volume), std::move(tag), FoundIn(dir), media.tag);
     tally.mismatch = true;
     return;
   }
   ++tally.found;
+  // Message: INFO: Volume [...] found in: [...]
+  // Cause: This volume of the media is there.
   report.More(VolumeName(volume) + " found in: " + dir.Str());
   tally.volumes.push_back(dir.Str());
 }
@@ -126,12 +136,17 @@ LayoutAnswer ScanFlatLayout(const MediaSet& media, Report& report) {
     if (tag == media.tag) {
       ++tally.found;
     } else {
+      // Message: WARN: Volume [...] of [...] found in the directory of [...]
+      // Cause: Volumes of two media lie in one directory.
+      // Remedy: Copy each media into a directory of its own.
       report.WrongVolume(VolumeName(i), std::move(tag), " found in the directory of ", media.tag);
       tally.mismatch = true;
     }
   });
   LayoutAnswer answer = Judge(std::move(tally), Layout::kFlat, media, report);
   if (answer && answer->complete) {
+    // Message: INFO: All volumes found in: [...]
+    // Cause: All volumes lie in one directory.
     report.More("All volumes found in: " + media.dir.Str());
     SetEnv(variables::kVolumesCount, "");  // the installer is to see a single-volume media
     answer->code = kNothingMoreNeeded;
@@ -148,8 +163,8 @@ LayoutAnswer ScanSiblingLayout(const MediaSet& media, Report& report) {
   return Judge(std::move(tally), Layout::kSibling, media, report);
 }
 
-/// The first file in `dir`, in the order of the system, that is an AM volume's marker by its name.
-/// Without a tag in it, a warning is given and the result's tag is empty.
+/// Returns the first file in `dir`, in the system's order, whose name is that of a marker. If its
+/// marker has no tag, warns and returns an empty tag.
 std::optional<FirstAmVolume> FindAmVolumeIn(const InsPath& dir, Report& report) {
   KVLInsIO::InsFileFinder finder = KVLInsIO::FindFirstFile(dir.Str(), KVLInsIO::kFile);
   for (; !finder.AtEnd(); FindNextFile(finder)) {
@@ -158,6 +173,11 @@ std::optional<FirstAmVolume> FindAmVolumeIn(const InsPath& dir, Report& report) 
     if (number < 1) continue;
     std::string tag = ReadMtbDir(Join(dir.Str(), name).Str());
     if (tag.empty()) {
+      // Message: WARN: Cannot open [...] in [...]
+      //   Please make sure you copied and/or extracted everything properly.
+      // Cause: A file above the media has the name of an AM marker, such as `7.txt`, and
+      // cannot be read or has no tag in it.
+      // Remedy: Move it away if it is no marker. Copy it again if it is one.
       report.Warning("Cannot open " + name + " in " + dir.Str());
       report.More("Please make sure you copied and/or extracted everything properly.");
     }
@@ -166,8 +186,8 @@ std::optional<FirstAmVolume> FindAmVolumeIn(const InsPath& dir, Report& report) 
   return std::nullopt;
 }
 
-/// The AM volume that holds the media: looked for in every ancestor of the media directory, the
-/// nearest first. Nothing when there is none, or one whose marker has no tag.
+/// Finds the AM volume that holds the media: searches the ancestors of the media directory, the
+/// nearest first. Returns nothing if none has a marker, or if the nearest marker has no tag.
 std::optional<FirstAmVolume> FindFirstAmVolume(const InsPath& media_dir, Report& report) {
   for (InsPath dir = media_dir.Parent(); !dir.IsEmpty(); dir = dir.Parent()) {
     std::optional<FirstAmVolume> volume = FindAmVolumeIn(dir, report);
@@ -186,23 +206,28 @@ void Publish(const FirstAmVolume& first) {
   SetEnv(variables::kAmRelativePath, first.relative.Str());
 }
 
-/// Looks for the AM volume in `dir`. One of another AM set is reported.
+/// Returns true if `dir` is the AM volume. Reports a volume of another AM set.
 bool IsAmVolume(VolumeNumber number, const InsPath& dir, const std::string& wanted_tag,
                 Report& report, Tally& tally) {
   std::string tag = TagIn(dir, number);
   if (tag.empty()) return false;
   if (tag != wanted_tag) {
+    // Message: WARN: AM volume [...] of [...] found in [...] instead of [...]
+    // Cause: The AM volume there belongs to another media.
+    // Remedy: Put the right AM volume there.
     report.WrongVolume(AmVolumeName(number), std::move(tag), FoundIn(dir), wanted_tag);
     tally.mismatch = true;
     return false;
   }
+  // Message: INFO: AM volume [...] found in: [...]
+  // Cause: This AM volume holds, or may hold, a volume of the media.
   report.More(AmVolumeName(number) + " found in: " + dir.Str());
   return true;
 }
 
 ScanOutcome ScanAmVolumes(const MediaSet& media, const FirstAmVolume& first, Report& report) {
   const InsPath outer = first.directory.Parent();
-  // So far the number of an AM volume is ahead of that of the volume in it.
+  // The number of an AM volume minus that of the media volume in it.
   const VolumeNumber ahead = first.number - 1;
   Tally tally;
   ForEachNumber(outer, kNoExtension, {2 + ahead, media.count + ahead}, [&](VolumeNumber am_number) {
@@ -211,7 +236,7 @@ ScanOutcome ScanAmVolumes(const MediaSet& media, const FirstAmVolume& first, Rep
     const VolumeNumber i = am_number - ahead;
     LookFor(i, Numbered(Join(am_dir.Str(), first.relative.Str()), i), media, report, tally);
   });
-  // On purpose nothing is said when no volume at all was found here.
+  // On purpose there is no message if the scan found no volume at all here.
   return Judge(std::move(tally), Layout::kAm, media, report).value_or(Failed());
 }
 
@@ -251,10 +276,16 @@ ScanOutcome ScanMediaVolumes(const InsPath& media_dir, bool software_management,
   if (count <= 1) return CompleteAsItIs();
 
   Report report(logger);
+  // Message: INFO: This media is composed of [...] volumes.
+  // Cause: This is the first line of `volumes.txt`. The launcher looks for the volumes next.
   report.Information("This media is composed of " + *line + " volumes.");
   SetEnv(variables::kVolumesCount, *line);
   const MediaSet media = {media_dir, count, TagIn(media_dir, 1)};
   if (media.tag.empty()) {
+    // Message: WARN: 1.txt not found or not accessible in: [...]
+    //   Please make sure you copied the whole volume.
+    // Cause: The marker of volume 1 is missing, cannot be read or has no tag in it.
+    // Remedy: Copy volume 1 again.
     report.Warning("1.txt not found or not accessible in: " + media_dir.Str());
     report.More("Please make sure you copied the whole volume.");
     return Failed();

@@ -5,8 +5,8 @@ function(run)
   execute_process(COMMAND ${ARGV} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
-# The start scripts are those of a media that kvl-media made. What an author changes in them are the
-# names behind KVL_OS and KVL_Installer_EXE.
+# Takes the start scripts of a media that kvl-media makes. An author changes only the names behind
+# KVL_OS and KVL_Installer_EXE in them.
 function(add_start_scripts)
   set(made ${CPACK_TEMPORARY_DIRECTORY}.media)
   file(REMOVE_RECURSE ${made})
@@ -18,7 +18,7 @@ function(add_start_scripts)
     DESTINATION ${tree}/share/kvl-launcher)
 endfunction()
 
-# As Debian wants it: the licence is in the file "copyright".
+# Follows Debian's rules: the licence is in the file "copyright".
 function(follow_debian)
   set(texts ${tree}/share/doc/kvl-launcher)
   file(REMOVE ${texts}/LICENSE)

@@ -1,7 +1,8 @@
-# CPack reads this for each format: what they do not have in common.
+# CPack reads this for each format. It has the settings that differ between formats.
 if(CPACK_GENERATOR STREQUAL DEB)
   set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-  # The sources of what is linked in. CPack knows no field for them, so that they follow another one.
+  # Names the sources of the linked libraries. CPack has no variable for this field, so it follows
+  # another one.
   execute_process(
     COMMAND dpkg-query -W -f "\${source:Package} (= \${source:Version})\\n"
       libc6-dev libstdc++-12-dev libcli11-dev nlohmann-json3-dev libssl-dev
@@ -11,10 +12,10 @@ if(CPACK_GENERATOR STREQUAL DEB)
   set(CPACK_DEBIAN_PACKAGE_SECTION "utils\nBuilt-Using: ${sources}")
 elseif(CPACK_GENERATOR STREQUAL RPM)
   set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-  # The programs are static, and nothing looks for examples to run.
+  # The programs are static, and rpm must not search examples for what they need.
   set(CPACK_RPM_PACKAGE_AUTOREQPROV no)
-  # The same bytes wherever it is made, and the files as they were installed: the programs stripped already,
-  # and "/bin/sh" in examples left alone.
+  # Gives the same bytes on every machine, and packs the files as installed: the programs are
+  # stripped already, and "/bin/sh" stays in the examples.
   set(CPACK_RPM_SPEC_MORE_DEFINE "
 %define packager ${CPACK_PACKAGE_CONTACT}
 %define _buildhost kvl-launcher.invalid

@@ -5,15 +5,21 @@
 
 namespace kvl {
 
-/// What the program ends with.
+// Exit statuses
+// 0: All is well: `check` found nothing, `make` made the media, `seal` signed it, `verify` read all of it
+// and found it whole and, with a key, genuine, or `clean` has nothing left to remove.
+// 1: There is a problem: `check` found something, the media could not be made, written to an image, or
+// signed, or it cannot be started anywhere, it is not whole or not genuine, or `clean` left something or
+// only listed it.
+// 2: The call is wrong, or standard output cannot be written. One line on standard error says why.
+// 3: `verify` could not read something, so it knows nothing about that, whatever else is wrong.
+// 4: `verify` found nothing wrong with the volumes that it read, and others are left to read.
 enum MediaStatus : int {
-  /// No findings, or the media was made or sealed, or is whole, or nothing is left of runs.
   kFine = 0,
-  /// Findings, or a media that could not be made or sealed, or is not whole, or something left of runs.
   kProblems = 1,
-  kBadCall = 2,          ///< a bad call, or a report that could not be written
-  kNotReadToTheEnd = 3,  ///< of a media that was verified, something could not be looked at
-  kFineInPart = 4,       ///< nothing is wrong with the volumes given, which are not all
+  kBadCall = 2,
+  kNotReadToTheEnd = 3,
+  kFineInPart = 4,
 };
 
 inline constexpr char kCannotWrite[] = "the report cannot be written";

@@ -16,6 +16,7 @@ struct Catalogue {
   static constexpr std::nullopt_t kEither = std::nullopt;
 
   static constexpr FindingRow kRows[] = {
+      // The launch
       // When: The text is that of the launcher.
       {kBadArguments, "bad-arguments", kError, "<message>",
        "correct the launcher's arguments (behind --)"},
@@ -107,6 +108,7 @@ struct Catalogue {
        "executed",
        "correct the first line, or install that program"},
 
+      // The start script and the launcher
       {kStartScriptMissing, "start-script-missing", kError, "the start script is missing",
        "copy the start script again"},
       {kStartScriptNotExecutable, "start-script-not-executable", kError,
@@ -131,6 +133,7 @@ struct Catalogue {
        "the launcher is a program for <machine>, but this machine is <machine>",
        "put the launcher for this machine there"},
 
+      // Staging
       {kNoSpace, "no-space", kError, "staging needs <number> bytes, but only <number> are free",
        "make room there, or set TMPDIR to another directory"},
       {kSpaceIsScarce, "no-space", kWarning,
@@ -180,6 +183,7 @@ struct Catalogue {
        "the external installer media replaces a staged file that is read-only",
        "give the owner of the file write permission (chmod u+w)"},
 
+      // Volumes
       {kVolumeMissing, "volume-missing", kWarning, "<volume> has no marker",
        "copy the whole volume there"},
       // When: The path is that of the first missing marker.
@@ -226,6 +230,7 @@ struct Catalogue {
        "volumes",
        "save volumes.txt without a byte order mark"},
 
+      // Trees
       // When: A link in a payload may lead to something in the payload of another volume.
       {kDanglingLink, "dangling-link", kEither, "this link leads nowhere",
        "restore what the link leads to, or remove the link if nothing needs it"},
@@ -265,6 +270,7 @@ struct Catalogue {
        "let make write the disc images (--iso), or carry the media on another file system"},
       {kPathTooLong, "path-too-long", kEither, "this path is too long for the system",
        "shorten names, or use fewer directories"},
+
   };
 };
 

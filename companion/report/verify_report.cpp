@@ -78,17 +78,31 @@ std::string VerifyText(const VerifyReport& report) {
 
 std::string VerifyJson(const VerifyReport& report) {
   Json json;
+  // Keys of verify
+  /// As above.
   json["format"] = kVerifyFormat;
+  /// True if every volume was looked at and nothing is wrong.
   json["whole"] = report.IsWhole();
+  /// The same, proven by the key; null without one.
   json["genuine"] =
       report.has_key ? Json(report.flaws.empty() && !report.looked_at.empty()) : Json();
+  /// The tag of the manifest.
   json["tag"] = ToOneLine(report.tag);
+  /// The layout of the manifest.
   json["layout"] = report.volumes == 0 ? "unknown" : NameOf(report.layout);
+  /// The number of volumes of the manifest.
   json["volume_count"] = report.volumes;
+  /// The numbers of the volumes that were looked at.
   json["looked_at"] = report.looked_at;
+  /// The numbers of the others.
   json["not_looked_at"] = report.NotLookedAt();
+  /// How many files on lists were read.
   json["files"] = report.files;
+  /// The bytes in them.
   json["bytes"] = report.bytes;
+  /// A list of all findings, with `code`, `path` and `text`. The codes are `missing`,
+  /// `damaged`, `not-listed`, `wrong-kind`, `wrong-mode`, `wrong-link`, `bad-manifest`,
+  /// `wrong-list`, `other-tag`, `other-media`, `other-volume`, `not-genuine` and `unreadable`.
   json["findings"] = ListOf(report.flaws);
   return json.dump(/*indent=*/2) + "\n";
 }

@@ -1,7 +1,7 @@
-"""The comparisons of scripts/bench, which builds what is measured here.
+"""The comparisons of scripts/bench, which builds the programs.
 
-Every time is a ratio of medians that hyperfine measures: the launcher and its peers run in turn, A B A B,
-on the same file system. The trees lie on a memory file system where there is one.
+Every time is a ratio of medians that hyperfine measures. The launcher and its peers take turns, A B A B,
+on the same file system, if possible one in memory.
 """
 import argparse
 import json
@@ -20,7 +20,7 @@ from pathlib import Path
 BIN = Path(__file__).resolve().parent.parent.parent / "build/release/bin"
 KIB, MIB = 1024, 1024 * 1024
 PARSER = argparse.ArgumentParser("scripts/bench")
-PARSER.add_argument("--quick", action="store_true", help="everything once, on small trees")
+PARSER.add_argument("--quick", action="store_true", help="run everything once, on small trees")
 QUICK = PARSER.parse_args().quick
 REACHED: list[bool] = []
 
@@ -29,7 +29,7 @@ Environment = dict[str, str]
 
 def add(case: str, peer: str, value: str, limit: float | None = None, found: float = 0,
         memory: str = "", calls: str = "") -> None:
-    """One row of the table; `limit` is the goal that `found` is held against."""
+    """Prints one row of the table; `found` is compared with the goal `limit`."""
     goal = "" if limit is None else f"<= {round(limit, 2):g}"
     verdict = ""
     if limit is not None and not QUICK:
@@ -42,11 +42,11 @@ class Command:
     def __init__(self, name: str, words: list[str], goal: float | None = None) -> None:
         self.name, self.goal, self.line = name, goal, shlex.join(words)
         self.times: list[float] = []  # the median of each turn, in seconds
-        self.memory = 0  # the most, in KiB
+        self.memory = 0  # the peak, in KiB
 
 
 def take_turns(rounds: int, commands: list[Command], env: Environment, work: Path, clean_up: str = "true") -> None:
-    """Many rounds are taken a hundred or so at a time."""
+    """Runs the commands in turn; runs many rounds about a hundred at a time."""
     turns = min(rounds, 21)
     report = work / "report"
     options = ["--shell=none", "--style=none", "--export-json", str(report), "--prepare", clean_up]
@@ -74,17 +74,17 @@ def compare(case: str, ours: Command, peers: list[Command], calls: str = "") -> 
 
 
 def run_under(tool: list[str], launcher: str, env: Environment) -> str:
-    """What the tool says on standard error."""
+    """Returns what the tool writes to standard error."""
     return subprocess.run([*tool, launcher], env=env, text=True, check=True, stdout=subprocess.DEVNULL,
                           stderr=subprocess.PIPE).stderr
 
 
 def make_media(place: Path, missing_volume: bool) -> Environment:
-    """A media whose installer is a static program that ends at once, and the variables for its launch."""
+    """Makes a media whose installer ends at once; returns the variables for its launch."""
     (place / "media/inst/linux/code/bin").mkdir(parents=True)
     (place / "tmp").mkdir()
     shutil.copy(BIN / "exit_at_once", place / "media/inst/linux/code/bin/installer")
-    if missing_volume:  # so that the installer is staged
+    if missing_volume:  # then the launcher stages the installer
         (place / "media/inst/volumes.txt").write_text("2\n")
         (place / "media/1.txt").write_text("MTBDIR=BENCH\n")
         for name in ("meta.TOCxml", "media.xml", "media.db", "StartGUI.sh", "StartTUI.sh"):
@@ -116,18 +116,18 @@ def launch_in_place(launcher: str, work: Path) -> None:
         Command("dumb-init", ["dumb-init", child]),
     ]
     take_turns(2 if QUICK else 2100, [ours, *peers], env, work)
-    # From the launcher's exec, not counted, to the child's, counted.
+    # Counts the calls from the launcher's exec, exclusive, to the child's, inclusive.
     run_under(["strace", "-f", "-o", str(work / "trace")], launcher, env)
     calls = [line for line in (work / "trace").read_text().splitlines()
              if re.match(r"\d+ +\w+\(", line) and " wait4(" not in line]
     until_exec = [number for number, line in enumerate(calls) if " execve(" in line][1]
     add("launch in place", "calls to the child's exec", f"{until_exec}", 26, until_exec)
     said = run_under(["valgrind", "--tool=callgrind", f"--callgrind-out-file={work}/callgrind"], launcher, env)
-    # The child's figure comes from its own process; the launcher's is the last one.
+    # The child's process reports its own figure; the last figure is the launcher's.
     million = int(re.findall(r"I +refs: +([\d,]+)", said)[-1].replace(",", "")) / 1e6
     add("launch in place", "instructions", f"{million:.2f} million", 0.40, million)
     compare("launch in place", ours, peers)
-    # Short ones: all have to fit into what the system takes at a program's start.
+    # Short variables: all must fit into the system's limit for a program's start.
     env |= {f"V{number}": "x" for number in range(1_000 if QUICK else 100_000)}
     ours, peer = Command("", [launcher]), Command(peers[1].name, shlex.split(peers[1].line))
     take_turns(1 if QUICK else 42, [ours, peer], env, work)
@@ -137,7 +137,7 @@ def launch_in_place(launcher: str, work: Path) -> None:
 def staging(case: str, launcher: str, work: Path, rounds: int, fill_with: Callable[[Path], None],
             goal: float | None = None, other_peers: bool = False, calls_goal: float | None = None,
             memory_goal: int = 2 * KIB) -> float:
-    """Compares staging with cp. Gives back the launcher's median time for each file."""
+    """Compares staging with cp. Returns the launcher's median time per file."""
     place = work / "staging"
     env = make_media(place, missing_volume=True)
     inst, to = f"{env['CurrentMediaDir']}/inst", env["TMPDIR"]
@@ -151,7 +151,7 @@ def staging(case: str, launcher: str, work: Path, rounds: int, fill_with: Callab
     clean_up = shlex.join(["find", to, "-mindepth", "1", "-delete"])
     take_turns(rounds, [ours, *peers], env, work, clean_up)
     files = sum(len(names) for _, _, names in os.walk(inst))
-    # Those of the launcher alone, the child not counted; the last line is: "123 total".
+    # The calls of the launcher without its child; the last line is "123 total".
     run_under(["strace", "-c", "-U", "calls", "-o", str(work / "trace")], launcher, env)
     calls = int((work / "trace").read_text().split()[-2]) / files
     compare(case, ours, peers, f"{calls:.2f} per file" if files > 100 else "")
@@ -187,7 +187,7 @@ def stage_trees(launcher: str, work: Path) -> None:
 
 
 def making(case: str, work: Path, rounds: int, sizes: Iterable[int], directories: int, goal: float) -> None:
-    """Compares making a media, digests included, with copying its payload, and verifying it with what takes sums."""
+    """Compares making a media with copying its payload, and verifying it with programs for checksums."""
     place = work / "making"
     payload, to, installer = place / "payload", place / "to", str(BIN / "exit_at_once")
     to.mkdir(parents=True)
@@ -224,7 +224,7 @@ def make_media_of_trees(work: Path) -> None:
 
 
 def parts(work: Path) -> None:
-    print("\nThe parts by themselves:", flush=True)
+    print("\nThe parts of the launcher alone:", flush=True)
     options = ["--benchmark_min_time=0.05"]
     if QUICK:
         options = ["--benchmark_min_time=0.0001", "--benchmark_filter=/64$|/10$|/1024$|Identifier|Join|Small|/8$"]
@@ -235,7 +235,8 @@ def parts(work: Path) -> None:
 def main() -> None:
     print(f"{'case':<34} {'peer':<28} {'figure (quartiles)':<26} {'goal':<10} {'verdict':<8} "
           f"{'peak memory':<18} system calls")
-    # A memory file system with room for the largest comparison, or the usual temporary place.
+    # Uses a memory file system with room for the largest comparison, or the usual temporary
+    # directory.
     memory, needed = "/dev/shm", (100 if QUICK else 4_000) * MIB
     is_roomy = os.access(memory, os.W_OK) and shutil.disk_usage(memory).free > needed
     with tempfile.TemporaryDirectory(prefix="kvl-bench.", dir=memory if is_roomy else None) as name:
@@ -248,7 +249,7 @@ def main() -> None:
         make_media_of_trees(work)
         parts(work)
     if QUICK:
-        print("\nEvery comparison ran; so quick, their figures say nothing")
+        print("\nEvery comparison ran; the figures of such a quick run mean nothing")
     else:
         print(f"\n{sum(REACHED)} of {len(REACHED)} goals reached")
 

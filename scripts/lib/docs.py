@@ -1,14 +1,15 @@
-"""Checks the documents of the tree, all *.md files unless some are named. Of each:
+"""Checks the given documents, by default all *.md files of the tree. In each document:
 
-  - every link to a file or heading leads to one that is there
-  - every path of the tree named in backticks is there; * stands for any part of a name
-  - every command in backticks or in an indented block exists and knows its options: scripts are
-    looked at, not run; calls of kvl-media are run when they name a DIR, with something fitting for
-    each word in capitals
-  - blocks marked "sh" are run in one shell, in order, in a fresh directory with the unpacked
-    release archive; the first command that fails is reported. A block that is marked "output"
-    behind one is all that it prints, [...] for any part of a line; without such a block it must
-    print nothing. Nothing may be left in TMPDIR. Blocks marked "text" or "console" are not run.
+  - every link leads to an existing file or heading
+  - every path of the tree in backticks exists; * stands for any part of a name
+  - every command in backticks or in an indented block exists and has the options it is given;
+    the check reads scripts without running them; it runs calls of kvl-media that name a DIR, and
+    replaces each word in capitals by an example
+  - blocks marked "sh" run in one shell, in order, in a fresh directory with the unpacked release
+    archive; the check reports the first command that fails. A following block marked "output"
+    contains everything that such a block prints, with [...] for any part of a line; without one,
+    the block must print nothing. Nothing may remain in TMPDIR. Blocks marked "text", "console" or
+    "cpp" do not run.
 """
 
 import argparse
@@ -24,11 +25,13 @@ from pathlib import Path
 
 from markdown_it import MarkdownIt
 
+import tables
+
 TOP = Path(__file__).resolve().parents[2]
 
 
 class Document:
-    """A document taken apart: texts in backticks, targets of links, blocks, names of headings."""
+    """The parts of a document: texts in backticks, targets of links, blocks, names of headings."""
 
     def __init__(self, path: Path) -> None:
         self.path, self.spans, self.links, self.blocks, self.anchors = path, [], [], [], []
@@ -57,7 +60,7 @@ class Checker:
         self.files = sorted(str(path.relative_to(TOP)) for path in paths if path.is_file())
         folders = {str(parent) for name in self.files for parent in Path(name).parents}
         self.entries = {*self.files, *folders}
-        # Deeper ones are often called like something on a media.
+        # Deeper folders often have the name of something on a media.
         self.folder_names = {Path(name).name for name in folders if name.count("/") < 2} - {""}
         self.cmake = "".join((TOP / name).read_text() for name in self.files
                              if name.endswith(("CMakeLists.txt", ".cmake")))
@@ -72,7 +75,7 @@ class Checker:
         return place
 
     def run(self, call: list, place: Path, directory: Path) -> subprocess.CompletedProcess:
-        """As a user whose home and temporary directory lie in `place`."""
+        """Runs it as a user whose home and temporary directory lie in `place`."""
         environment = {"PATH": "/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin", "USER": "you",
                        "LANG": "C.UTF-8", "HOME": f"{place}/home", "TMPDIR": f"{place}/tmp"}
         return subprocess.run(["timeout", "120", *call], cwd=directory, env=environment,
@@ -80,17 +83,20 @@ class Checker:
                               stderr=subprocess.STDOUT, text=True, errors="replace")
 
     def problems(self, document: Document) -> list[str]:
-        found = [f"the link {target} is dead" for target in document.links
+        found = [f"the link {target} leads nowhere" for target in document.links
                  if not self.leads_somewhere(target, document)]
         for text in document.spans:
             first, slash, _ = text.partition("/")
             is_path = slash and first in self.folder_names and not re.search(r"[\s<>$={}]", text)
             if is_path and not any(fnmatch.filter(self.entries, pattern + text.rstrip("/"))
                                    for pattern in ("", "*/")):
-                found.append(f"there is no {text} in the tree")
+                found.append(f"the tree has no {text}")
             for words in simple_commands(text):
                 if problem := self.why_wrong(words):
                     found.append(f"{shlex.join(words)}: {problem}")
+        text = (TOP / document.path).read_text()
+        if text != tables.renewed(text):
+            found.append("its tables fall behind the sources; run python3 scripts/lib/tables.py")
         return found + self.run_blocks(document)
 
     def leads_somewhere(self, target: str, document: Document) -> bool:
@@ -103,7 +109,7 @@ class Checker:
         return not anchor or (place.endswith(".md") and anchor in Document(Path(place)).anchors)
 
     def why_wrong(self, words: list[str]) -> str:
-        """Empty when nothing is wrong with a command, or when it is none that is known here."""
+        """Returns what is wrong with a command; the empty text for a right or an unknown one."""
         name = words[0] if words else ""
         if name == "kvl-media" and len(words) > 1:
             return self.why_wrong_kvl_media(words[1:])
@@ -112,8 +118,8 @@ class Checker:
         if not re.fullmatch(r"(scripts|\.ci|examples)/[\w-]+", name) or (TOP / name).is_dir():
             return ""
         if not os.access(TOP / name, os.X_OK):
-            return "it is no program of the tree"
-        # It is not run: some of them take hours.
+            return "the tree has no such program"
+        # Does not run it, because some scripts take hours.
         part = "scripts/lib/" + Path(name).name.removeprefix("check-")
         parts = [file for file in self.files if file.startswith((part + ".", part + "/"))]
         return unknown_options(words, "".join((TOP / file).read_text() for file in [name, *parts]))
@@ -142,7 +148,7 @@ class Checker:
                  "--component": re.findall(r"\bCOMPONENT ([\w-]+)", self.cmake)}
         for option, value in zip(words, words[1:]):
             if value not in known.get(option, [value]):
-                return f"there is no {value} for {option}"
+                return f"{option} has no value {value}"
         return ""
 
     def run_blocks(self, document: Document) -> list[str]:
@@ -162,32 +168,32 @@ class Checker:
         for path, (text, expected) in zip(filter(Path.exists, results), blocks):
             last, printed = text, path.read_text(errors="replace")
             if not re.fullmatch("[^\n]*".join(map(re.escape, expected.split("[...]"))), printed):
-                found.append(f"the block\n{text}prints\n{printed}in place of\n{expected}")
+                found.append(f"the block\n{text}prints\n{printed}instead of\n{expected}")
         if status != 0:
             found.append(f"this block ends with status {status}:\n{last}")
         elif left := os.listdir(place / "tmp"):
-            found.append(f"the blocks leave in TMPDIR: {left}")
+            found.append(f"the blocks leave files in TMPDIR: {left}")
         return found
 
 
 def simple_commands(line: str) -> list[list[str]]:
     try:
         return [shlex.split(part, comments=True) for part in line.split(" && ")]
-    except ValueError:  # no command, but some text with a quote in it
+    except ValueError:  # not a command, but some text with a quote
         return []
 
 
 def unknown_options(words: list[str], text: str) -> str:
     option = re.compile(r"--?[A-Za-z][\w-]*")
     unknown = {word for word in words if option.fullmatch(word)} - set(option.findall(text))
-    return f"unknown: {sorted(unknown)}" if unknown else ""
+    return f"unknown options: {sorted(unknown)}" if unknown else ""
 
 
 def main() -> int:
     parser = argparse.ArgumentParser("scripts/check-docs", description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--report", type=Path, metavar="FILE", default=os.devnull,
-                        help="write one line for each document there: verdict, document, text")
+                        help="write a line for each document to FILE: verdict, document, text")
     parser.add_argument("documents", nargs="*", type=Path, metavar="DOCUMENT")
     options = parser.parse_args()
     lines = []

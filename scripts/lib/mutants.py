@@ -1,7 +1,7 @@
-"""Finds the places in C++ sources where a small edit makes a wrong program out of a right one.
+"""Finds the places in C++ sources where a small edit turns a right program into a wrong one.
 
-Only the text is looked at, token by token; comments and preprocessor lines are left alone. An edit
-that does not compile is no harm: whoever builds it takes another one.
+It reads only the text, token by token, and skips comments and preprocessor lines. An edit may fail
+to compile; the caller then takes another one.
 """
 
 import hashlib
@@ -15,9 +15,9 @@ from itertools import groupby
 
 @dataclass(frozen=True)
 class Mutant:
-    name: str  # FILE:LINE:RULE, with .2, .3, ... behind it where a line has several
+    name: str  # FILE:LINE:RULE; .2, .3, ... follow if a line has several
     file: str
-    text: str  # of the file
+    text: str  # the file's text
     start: int
     end: int
     new: str
@@ -33,7 +33,7 @@ class Mutant:
         return text[: self.start] + self.new + text[self.end :]
 
     def describe(self) -> str:
-        """The lines of the edit before and after it, each without its blanks in excess."""
+        """The lines of the edit, before and after it, without extra blanks."""
         first, last = self.text.rfind("\n", 0, self.start) + 1, self.text.find("\n", self.end)
         after = self.text[first : self.start] + self.new + self.text[self.end : last]
         return f"{' '.join(self.text[first:last].split())}  =>  {' '.join(after.split())}"
@@ -48,7 +48,7 @@ TOKEN = re.compile(
       | (?P<sign><=>|<<=|>>=|\.\.\.|->|::|\+\+|--|<<|[-+*/%&|^=!<>]=|&&|\|\||.)""",
     re.VERBOSE | re.MULTILINE | re.DOTALL,
 )
-# What a sign between two values becomes, by the rule's name.
+# The replacements of a sign between two values, by the rule's name.
 SIGNS = {
     "comparison": {"==": "!=", "!=": "==", "<": "<= >", "<=": "< >=", ">": ">= <", ">=": "> <="},
     "logic": {"&&": "||", "||": "&&"},
@@ -71,27 +71,27 @@ NAMED = dict(
     kCannotExecute>kInvalidArguments O_TRUNC>O_APPEND O_RDONLY>O_RDWR STDERR_FILENO>STDOUT_FILENO
     STDOUT_FILENO>STDERR_FILENO SIG_IGN>SIG_DFL SIG_DFL>SIG_IGN""".split()
 )
-# A statement that begins with one of these is no call and no assignment.
+# A statement that begins with one of these words is neither a call nor an assignment.
 NO_ACTION = set(
     "const constexpr static auto using struct class enum union template typedef friend explicit "
     "public private protected extern namespace inline virtual static_assert case default return "
     "if else for while do switch try catch throw break continue goto operator".split()
 )
-ORDERLESS = {"min", "max"}  # the same comes of their arguments in any order
+ORDERLESS = {"min", "max"}  # the order of their arguments does not matter
 TYPES = {"class", "struct", "enum", "union", "namespace"}
 BRACKETS = {"(": ")", "[": "]", "{": "}"}
 
-# The rule's name, first and last position, new text.
+# The rule's name, the first and last position, the new text.
 Edit = tuple[str, int, int, str]
 
 
 class Finder:
-    """All places of one text."""
+    """All possible edits of one text."""
 
     def __init__(self, text: str) -> None:
         self.text = text
         self.tokens = [token for token in TOKEN.finditer(text) if token.lastgroup != "skip"]
-        self.partner: dict[int, int] = {}  # of each opening bracket, and of each closing one
+        self.partner: dict[int, int] = {}  # the partner of each bracket
         open_ones: list[int] = []
         for index, token in enumerate(self.tokens):
             if token[0] in BRACKETS:
@@ -106,7 +106,7 @@ class Finder:
             yield from self._edits_of_token(index, token)
             if token[0] in ("if", "while"):
                 yield from self._negation(index + 1)
-            if token[0] == "?":  # swaps what "a ? b : c" chooses between
+            if token[0] == "?":  # swaps b and c in "a ? b : c"
                 yield from self._swap("choice", index, ":", {";", ",", ")", "}", "]"})
             if self.in_function[index]:
                 before = self.tokens[index - 1]
@@ -123,13 +123,13 @@ class Finder:
 
     def _edits_of_token(self, index: int, token: re.Match[str]) -> Iterator[Edit]:
         where, before = token.span(), self._text_at(index - 1)
-        # Blanks on both sides: an operator between two values, not part of a type.
+        # With blanks on both sides, it is an operator between two values, not part of a type.
         start, end = where
         around = self.text[start - 1 : start] + self.text[end : end + 1]
         if len(around) == 2 and around.isspace() and before != "operator":
             is_of_texts = before.endswith('"') or self._text_at(index + 1).startswith('"')
             for rule, signs in SIGNS.items():
-                if token[0] != "+" or not is_of_texts:  # texts cannot be subtracted
+                if token[0] != "+" or not is_of_texts:  # texts have no subtraction
                     for other in signs.get(token[0], "").split():
                         yield (rule, *where, other)
         if token[0] in STEPS:
@@ -153,12 +153,12 @@ class Finder:
 
     def _negation(self, opening: int) -> Iterator[Edit]:
         is_condition = self._text_at(opening) == "(" and opening in self.partner
-        if is_condition and self._text_at(opening + 1) != "!":  # its removal is a rule of its own
+        if is_condition and self._text_at(opening + 1) != "!":  # another rule removes the "!"
             start, end = self.tokens[opening].end(), self.tokens[self.partner[opening]].start()
             yield ("negated", start, end, f"!({self.text[start:end]})")
 
     def _swap(self, rule: str, opening: int, middle: str, closing: set[str]) -> Iterator[Edit]:
-        """Swaps what stands before and behind the sign in the middle."""
+        """Swaps the parts before and behind the sign in the middle."""
         sign = self._next_at_this_level(opening + 1, {middle})
         end = self._next_at_this_level(sign + 1, closing) if sign else 0
         if end:
@@ -169,7 +169,7 @@ class Finder:
                 yield (rule, one[0], other[1], second + between + first)
 
     def _next_at_this_level(self, index: int, wanted: set[str]) -> int:
-        """The next of these signs that is not inside of brackets; 0 when there is none."""
+        """Returns the index of the next of these signs outside of brackets; 0 without one."""
         while (sign := self._text_at(index)) and sign not in wanted:
             if sign in ("}", ")", "]", ";"):
                 return 0
@@ -177,7 +177,7 @@ class Finder:
         return index if sign else 0
 
     def _function_bodies(self) -> list[bool]:
-        """For each token, whether it is in a block of statements."""
+        """Returns for each token whether it is in a block of statements."""
         result: list[bool] = []
         blocks: list[bool] = []
         head = 0
@@ -196,7 +196,7 @@ class Finder:
         return result
 
     def _statement(self, index: int, token: re.Match[str]) -> Iterator[Edit]:
-        """Removes or changes the statement that begins here, if one does."""
+        """Removes or changes a statement that begins here."""
         before, end = self._text_at(index - 1), self._next_at_this_level(index, {";"})
         begins = {
             ")": self._text_at(self.partner.get(index - 1, 0) - 1) in ("if", "for", "while"),
@@ -206,13 +206,13 @@ class Finder:
             return
         where = (token.start(), self.tokens[end].start())
         if token[0] == "return" and end > index + 1:
-            if self._text_at(index + 1) not in ("{", "true", "false"):  # those have other rules
+            if self._text_at(index + 1) not in ("{", "true", "false"):  # these have other rules
                 yield ("returned", *where, "return {}")
         elif token[0] in ("throw", "break", "continue", "return") or self._is_action(index, end):
             yield ("removed", *where, "")
 
     def _is_action(self, index: int, end: int) -> bool:
-        """A call, an assignment or a step, and no declaration."""
+        """Returns true for a call, an assignment or a step, but not for a declaration."""
         if self._text_at(index) in NO_ACTION:
             return False
         if self._text_at(index) in STEPS or self._text_at(end - 1) in STEPS:
@@ -241,15 +241,15 @@ def mutants_of(file: str, text: str) -> list[Mutant]:
 
 
 def shuffled(file: str, text: str, seed: int) -> list[Mutant]:
-    """The mutants of a file in an order that depends on nothing but the seed and the file. The
-    rules take turns, so that the first few show many of them."""
+    """Returns the mutants of a file in an order that depends only on the seed and the file. The
+    rules take turns, so that the first few mutants show many rules."""
     number = int.from_bytes(hashlib.sha256(f"{seed} {file}".encode()).digest()[:8], "big")
     source = random.Random(number)
     by_rule = sorted(mutants_of(file, text), key=lambda mutant: mutant.rule)
     queues = [list(queue) for _, queue in groupby(by_rule, lambda mutant: mutant.rule)]
     for queue in queues:
         source.shuffle(queue)
-    # Each rule is spread over the whole list, the rare ones as widely as the frequent ones.
+    # Spreads each rule over the whole list, rare rules as widely as frequent ones.
     placed = [
         ((place + source.random()) / len(queue), mutant)
         for queue in queues
@@ -259,7 +259,7 @@ def shuffled(file: str, text: str, seed: int) -> list[Mutant]:
 
 
 def shares(sizes: dict[str, int], count: int) -> dict[str, int]:
-    """How many of `count` mutants each file gives: in proportion to how many it has, or one."""
+    """Returns each file's share of `count` mutants: in proportion to its mutants, at least one."""
     exact = {file: count * size / sum(sizes.values()) for file, size in sizes.items()}
     result = {file: max(1, int(share)) for file, share in exact.items()}
     by_rest = sorted(exact, key=lambda file: (int(exact[file]) - exact[file], file))

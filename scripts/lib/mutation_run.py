@@ -1,7 +1,7 @@
-"""A copy of the sources in which mutants are built, and tests that can do no harm.
+"""Builds mutants in a copy of the sources, and runs their tests where they can do no harm.
 
-A wrong program may delete or write anywhere. So the tests run where nothing can be written but the
-temporary directories, which are file systems of their own, and the build tree of the copy.
+A wrong program may delete or write anything. So the tests can write only into the build tree of the
+copy and into temporary directories, which are file systems of their own.
 """
 
 import json
@@ -14,14 +14,15 @@ from pathlib import Path
 
 from mutants import Mutant
 
-PATIENCE = 15  # seconds that tests are given beyond their usual time
-USUAL_TIMES = 10  # and so many times their usual time
-KILLED = {128 + signal.SIGKILL, -signal.SIGKILL}  # by "timeout", or together with it
-BOUND = "setpriv --pdeathsig KILL nice".split()  # ends together with who has started it
+PATIENCE = 15  # seconds that tests get in addition to ...
+USUAL_TIMES = 10  # ... this many times their usual time
+KILLED = {128 + signal.SIGKILL, -signal.SIGKILL}  # "timeout" killed the tests, or itself with them
+BOUND = "setpriv --pdeathsig KILL nice".split()  # ends with the process that started it
 ALONE = [*BOUND, *"unshare --mount --pid --fork --mount-proc --kill-child".split()]
 
-# $1: the worker's place, with the directories "build" and "tmp". Behind it a command. The devices
-# are copies, so that their modes and times can be changed; /tmp is empty but for the place.
+# Runs the command behind $1, the worker's place, which contains the directories "build" and "tmp".
+# The devices are copies, so that the command can change their modes and times. /tmp contains only
+# the place.
 PROTECTED = """
 set -e
 place=$1
@@ -48,13 +49,13 @@ mount -n -o remount,rw,bind "$place/build"
 cd "$place/tmp"
 ulimit -v 8000000
 export TMPDIR="$place/tmp"
-"$@" || exit $?  # as a child: the first process of all is deaf to most signals
+"$@" || exit $?  # as a child, because the first process ignores most signals
 exit 0
 """
 
 
 class Trouble(Exception):
-    """Something is wrong that has nothing to do with a mutant."""
+    """A failure that has nothing to do with a mutant."""
 
 
 @dataclass(frozen=True)
@@ -70,18 +71,19 @@ class Worker:
 
     def __init__(self, checkout: Path, place: Path, in_pieces: bool) -> None:
         self.checkout, self.place, self.build = checkout, place, place / "build"
-        self.unity = "OFF" if in_pieces else "ON"  # what has to be built anew for a mutant, or at all
+        # "OFF" rebuilds less for each mutant, "ON" builds everything faster.
+        self.unity = "OFF" if in_pieces else "ON"
         self.edited: set[str] = set()
         self.folders: str | None = None
         for name in ("sources", "build", "tmp"):
             (place / name).mkdir(parents=True, exist_ok=True)
-        # What is the same keeps its time, so that it is not built again.
+        # Equal files keep their times, so that they are not built again.
         copy = "rsync --recursive --links --perms --checksum --delete --exclude=__pycache__".split()
         copy += ["--exclude=/build", "--exclude=/dist", "--exclude=/.git"]
         self._run(*copy, f"{checkout}/", str(place / "sources"))
 
     def prepare(self, folders: str) -> None:
-        """Builds the sources as they are with the tests of these folders; of all when empty."""
+        """Builds the unchanged sources with the tests of these folders, or all tests if empty."""
         self._put([])
         if self.folders == folders:
             return
@@ -95,39 +97,39 @@ class Worker:
         if done:
             done, said = self._run("ninja", "-C", str(self.build), "launcher_tests")
         if not done:
-            raise Trouble(f"the sources do not build:\n{said[-3000:]}")
+            raise Trouble(f"the unchanged sources do not build:\n{said[-3000:]}")
         self.folders = folders
 
     def build_with(self, mutants: list[Mutant]) -> bool:
-        """Builds them all into one program; their places do not overlap."""
+        """Builds all these mutants into one program; they must not overlap."""
         self._put(mutants)
         return self._run("ninja", "-j1", "-C", str(self.build), "launcher_tests")[0]
 
     def measure_tests(self, shards: int) -> list[TestCase]:
-        """Runs all tests on the sources as they are: where is each, and how long does it take?"""
+        """Runs all tests on the unchanged sources; returns the file and the time of each."""
         if failed := self._run_tests([], 1800, shards)[1]:
-            raise Trouble(f"without any mutant these fail: {failed}, see {self.place}/output-*")
+            raise Trouble(f"tests fail without any mutant: {failed}; see {self.place}/output-*")
         tests = []
         for shard in range(shards):
             report = json.loads((self.build / f"tests-{shard}.json").read_text())
             for test in (test for suite in report["testsuites"] for test in suite["testsuite"]):
                 name, seconds = f"{test['classname']}.{test['name']}", float(test["time"][:-1])
                 folder, file = test["file"].split("/")[-2:]
-                # The manual pages hold a copy of every text in the sources.
+                # The manual pages repeat every text of the sources.
                 if test["result"] != "SKIPPED" and folder != "docs":
                     tests.append(TestCase(name, folder, file, seconds))
         return tests
 
     def killer_of(self, tests: list[TestCase]) -> str:
-        """The first test that fails twice, or does not end; empty when there is none."""
+        """Returns the first test that fails twice or does not end; the empty text without one."""
         seconds = PATIENCE + USUAL_TIMES * sum(test.seconds for test in tests)
         late, failed = self._run_tests([test.name for test in tests], seconds)
-        if failed and not late:  # what fails once only says nothing about the mutant
+        if failed and not late:  # a single failure says nothing about the mutant
             late, failed = self._run_tests(failed[:1], seconds)
         return " ".join([*(["timeout in"] if late else []), *failed[:1]])
 
     def failing(self, tests: list[TestCase], shards: int) -> list[TestCase]:
-        """Those that fail or do not end, the quick ones first; all when none could begin."""
+        """Returns the tests that fail or do not end, quick ones first; all if none could begin."""
         seconds = PATIENCE + USUAL_TIMES * sum(test.seconds for test in tests) / shards
         failed = self._run_tests([test.name for test in tests], seconds, shards)[1]
         found = [test for test in tests if test.name in failed] or tests * bool(failed)
@@ -143,7 +145,7 @@ class Worker:
                 (self.place / "sources" / file).write_text(text)
         self.edited = files
 
-    # The compiler's results are kept for all workers, whose places it does not tell apart.
+    # All workers share the compiler's results, because ccache does not distinguish their places.
     def _run(self, *command: str) -> tuple[bool, str]:
         all_places = self.place.parent
         kept = {"CCACHE_DIR": f"{all_places}/ccache", "CCACHE_BASEDIR": str(all_places)}
@@ -154,12 +156,13 @@ class Worker:
             stdout=subprocess.PIPE,
             stderr=subprocess.STDOUT,
             text=True,
-            start_new_session=True,  # an interruption does not make it fail
+            start_new_session=True,  # so an interruption does not make it fail
         )
         return ran.returncode == 0, ran.stdout
 
-    # Whether it took longer than that, and which failed or did not end; of one shard the first.
-    # No names stand for all tests. What a test has started ends with it.
+    # Returns whether the tests took longer than `seconds`, and which failed or did not end; with
+    # one shard, only the first. Without names, runs all tests. Processes that a test has started
+    # end with it.
     def _run_tests(
         self, names: list[str], seconds: float, shards: int = 1
     ) -> tuple[bool, list[str]]:

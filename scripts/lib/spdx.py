@@ -2,8 +2,8 @@
 
     SOURCE_DATE_EPOCH=SECONDS spdx.py VERSION ARCHIVE...
 
-Each file in the archives is listed with its checksums and its licence, each library of
-packaging/libraries.json that is linked into a program with the version that is installed here.
+It lists each file in the archives with its checksums and its licence, and each library of
+packaging/libraries.json that is linked into a program with its version on this machine.
 """
 import hashlib
 import io
@@ -23,7 +23,7 @@ LIBRARIES = json.loads((SOURCES / "packaging/libraries.json").read_text())
 AUTHORS = "Organization: KVL Launcher authors"
 COPYRIGHT = "Copyright (c) 2026 the KVL Launcher authors"
 
-# Other processors, and what Debian calls them.
+# Other processors, and their names in Debian.
 OTHERS = {"arm64": "arm64", "ppc64le": "ppc64el", "riscv64": "riscv64", "s390x": "s390x"}
 
 Element = dict[str, Any]
@@ -53,7 +53,7 @@ def output_of(*command: str) -> bytes:
 
 
 def version_and_source(package: str) -> list[str]:
-    """Of a package that is installed, or, with a processor behind its name, was unpacked for that."""
+    """For an installed package, or, with ":" and a processor in its name, for one unpacked for that."""
     name, _, processor = package.partition(":")
     if not processor:
         return output_of("dpkg-query", "-W", "-f", "${Version} ${source:Package}", name).decode().split()
@@ -63,7 +63,7 @@ def version_and_source(package: str) -> list[str]:
 
 
 def libraries_in(archive: str, name: str) -> list[Element]:
-    """Those that are linked into a program, in the form of Debian for its processor."""
+    """Returns the libraries linked into a program, in Debian's packages for its processor."""
     if archive.endswith("-source.tar.gz") or "/bin/" not in name:
         return []
     found = []
@@ -127,7 +127,7 @@ for path in sys.argv[2:]:
     add_archive(Path(path))
 made = datetime.fromtimestamp(int(os.environ["SOURCE_DATE_EPOCH"]), timezone.utc)
 lists = {"packages": [packages[key] for key in sorted(packages)], "files": files, "relationships": relationships}
-# A name of its own for each list: the same contents give the same one.
+# Each list has its own name; equal contents give equal names.
 digest = hashlib.sha256(json.dumps(lists).encode()).hexdigest()
 print(json.dumps({
     "spdxVersion": "SPDX-2.3", "dataLicense": "CC0-1.0", "SPDXID": "SPDXRef-DOCUMENT",

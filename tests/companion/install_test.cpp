@@ -50,7 +50,7 @@ TEST(Companion, IsInstalledWithCompletionsAndManualPageOnly) {
           "d 755 share/zsh", "d 755 share/zsh/site-functions",
           "f 644 share/bash-completion/completions/kvl-media = " +
               contents(SourceFile("companion/completions/kvl-media.bash")),
-          "f 644 share/man/man1/kvl-media.1 = " + contents(SourceFile("docs/man/kvl-media.1")),
+          "f 644 share/man/man1/kvl-media.1 = " + contents(build + "/docs/kvl-media.1"),
           "f 644 share/zsh/site-functions/_kvl-media = " +
               contents(SourceFile("companion/completions/_kvl-media")),
           "f 755 bin/kvl-media = " + contents(BuiltProgram("kvl-media"))}));

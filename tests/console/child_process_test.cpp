@@ -9,7 +9,7 @@ namespace {
 
 constexpr char kShell[] = "/bin/sh";
 
-/// The result of the wait for a child with these arguments.
+/// Returns the result of the wait for a child with these arguments.
 int ExitCodeOf(const std::vector<std::string>& arguments) {
   const SignalScope signals;
   ChildProcess child;
@@ -17,7 +17,7 @@ int ExitCodeOf(const std::vector<std::string>& arguments) {
   return child.Wait();
 }
 
-/// What the system says of such a child, with nothing folded.
+/// Returns the exit code of such a child as the system reports it.
 int RawExitCodeOf(const std::vector<std::string>& arguments) {
   const SignalScope signals;
   ChildProcess child;
@@ -57,7 +57,7 @@ TEST(ChildProcess, KeepsGroupSessionUserDirectoryAndUmask) {
             std::to_string(::getuid()) + " " + std::to_string(::geteuid()));
 }
 
-TEST(ChildProcess, GetsItsArgumentsAsTheyAreEmptyOnesToo) {
+TEST(ChildProcess, GetsItsArgumentsUnchangedIncludingEmptyOnes) {
   const FakeChild fake;
   std::string bytes;
   for (int byte = 1; byte <= 255; ++byte) bytes.push_back(static_cast<char>(byte));
@@ -120,7 +120,7 @@ TEST(ChildProcess, EndsWith252WhenItsArgumentsAreCalledInvalid) {
   EXPECT_EQ(RawExitCodeOf({kShell}), 252);
 }
 
-TEST(ChildProcess, EndsWithoutTheLastWordsOfItsParent) {
+TEST(ChildProcess, RunsNoExitHandlersAndFlushesNoStreamsOfItsParent) {
   const Outcome outcome = RunIsolated([] {
     std::fputs("buffered ", stdout);
     std::atexit([] { std::fputs("at the end ", stdout); });
@@ -149,7 +149,7 @@ TEST(ChildProcess, HasNoExitCodeAfterADeathByASignal) {
 
 TEST(ChildProcess, GoesOnWaitingAfterASignalThatTheProcessHandles) {
   const Outcome outcome = RunIsolated([] {
-    ::alarm(60);  // instead of a wait without an end
+    ::alarm(60);  // ends an endless wait
     struct sigaction action = {};
     action.sa_handler = [](int) {};
     ::sigaction(SIGUSR1, &action, nullptr);

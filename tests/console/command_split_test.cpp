@@ -43,7 +43,7 @@ TEST(SplitCommand, FollowsTheQuotingRules) {
       {R"(a "b c)", {"a", "b c"}},
       {R"(a "b\)", {"a", R"(b\)"}},
       {R"(a ")", {"a"}},
-      // An argument that ends in a backslash takes its closing quote along.
+      // A backslash at the end of an argument hides its closing quote.
       {R"("a\" "b")", {R"(a" b)"}},
       {R"("/m/x" "C:\" "-y" "z")", {"/m/x", R"(C:" -y z)"}},
       // Backslashes without quotes.

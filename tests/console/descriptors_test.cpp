@@ -8,7 +8,7 @@ namespace {
 constexpr int kStandardStreams = 3;
 constexpr int kHighest = 256;
 
-/// What a caller may have left, within RunIsolated: the standard streams and three descriptors
+/// The descriptors that a caller may have left, within RunIsolated: the standard streams and three
 /// more.
 void SetUpDescriptors() {
   ::dup2(::open("/dev/null", O_RDWR), STDIN_FILENO);
@@ -32,7 +32,7 @@ TEST(PrepareDescriptors, LeavesNothingToReadOrWriteOnClosedStreams) {
   EXPECT_EQ(outcome.status, 0);
 }
 
-/// Which of some descriptors a program of that name leaves to its child.
+/// Returns which of some descriptors a program with that name leaves to its child.
 std::string LeftOpenBy(std::string_view own_name) {
   return RunIsolated([&] {
            SetUpDescriptors();

@@ -1,4 +1,4 @@
-// The fake installer as the child of the process start under test.
+// The fake installer, as the child in tests of starting a process.
 #pragma once
 
 #include "tests/support/child_report.h"
@@ -9,10 +9,11 @@
 
 namespace kvl::test {
 
-/// How RunIsolated shows an action that returned -1.
+/// The status that RunIsolated shows for an action that returned -1.
 inline constexpr int kMinusOneAsStatus = 255;
 
-/// While it lives, the environment holds what makes the child write its report, and `more`.
+/// While a FakeChild lives, the environment contains `more`, and what makes the child write its
+/// report.
 class FakeChild {
  public:
   FakeChild(std::initializer_list<Environment::value_type> more = {})
@@ -22,7 +23,7 @@ class FakeChild {
   /// A path of the program that needs no quotes.
   std::string Program() const { return directory_.Path("installer"); }
 
-  /// What the one started last wrote. Nothing when none was started since the last call.
+  /// Returns what the last child wrote. Returns nothing if none started since the last call.
   ChildReport Report() const;
 
   const TestDirectory& Directory() const { return directory_; }
@@ -32,11 +33,11 @@ class FakeChild {
   ScopedEnv env_;
 };
 
-/// Runs a command with signal settings of the launcher's own, as the launcher does. The status is
-/// what RunCommand returned; the streams are those of its child, too.
+/// Runs a command with the launcher's own signal settings. The status is the result of RunCommand;
+/// the streams include those of the child.
 Outcome RunCaught(const std::string& command, bool wait = true);
 
-/// The same without catching the streams, for use inside RunIsolated.
+/// Does the same without catching the streams, for use inside RunIsolated.
 int RunBare(const std::string& command, bool wait = true);
 
 }  // namespace kvl::test

@@ -8,7 +8,7 @@
 namespace kvl::test {
 namespace {
 
-// Seeds whose first numbers lie at the borders of what Random16 takes.
+// Seeds whose first numbers lie at the borders of the range that Random16 accepts.
 constexpr std::int64_t kFirstNumberIsLowest = 1407677000;          // 1
 constexpr std::int64_t kFirstNumberIsLastTaken = 1637796473;       // 2147418112
 constexpr std::int64_t kFirstNumberIsPassedOver = 897989826;       // 2147418113
@@ -40,7 +40,7 @@ TEST(MinimalStandardGenerator, SeedsItselfFromHalfOfAClockReading) {
   }
 }
 
-TEST(Random16, PassesOverTheLastNumbersOfTheGenerator) {
+TEST(Random16, SkipsTheHighestNumbersOfTheGenerator) {
   const std::vector<std::pair<std::int64_t, std::uint32_t>> rows = {
       {kFirstNumberIsLowest, 0},
       {kFirstNumberIsLastTaken, 65535},
@@ -52,7 +52,7 @@ TEST(Random16, PassesOverTheLastNumbersOfTheGenerator) {
   }
 }
 
-/// The text with small letters, as it is to be made in lower case.
+/// Returns the text in lower case.
 std::string Lower(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(), [](char c) { return std::tolower(c); });
   return text;
@@ -78,9 +78,9 @@ TEST(AppendDash, AppendsOneDash) {
   EXPECT_EQ(text, "A--");
 }
 
-TEST(NewIdentifier, IsFixedByTheSeed) {
+TEST(NewIdentifier, DependsOnlyOnTheSeed) {
   const std::vector<std::pair<std::int64_t, std::string>> rows = {
-      {0, "ADCB0C0B-380E-4864-B56B-C17021AC0000"},  // as the seed 1
+      {0, "ADCB0C0B-380E-4864-B56B-C17021AC0000"},  // like the seed 1
       {1, "ADCB0C0B-380E-4864-B56B-C17021AC0000"},
       {42, "8328F9D4-3240-4050-8368-BC46864C0015"},
       {2147483646, "521A5236-F3F6-47F3-B79D-8A963E91DE55"},
@@ -124,7 +124,7 @@ std::int64_t NanosecondsNow() {
   return std::chrono::nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-/// Ends with 0 when the first identifier of the process is that of a moment around its making.
+/// Ends with 0 if the first identifier of the process has a seed from around its creation.
 [[noreturn]] void EndWithSeedOfThisMoment() {
   const std::int64_t before = NanosecondsNow();
   const std::string identifier = NewIdentifier(kUpperCase);

@@ -13,8 +13,8 @@ bool AnswerFor(unsigned user) {
   return HasElevatedPrivileges();
 }
 
-/// Ends with 0 when the answers for one user, and then, as it is remembered, for another, are
-/// these.
+/// Ends with 0 if these are the answers for one user and then, because the first one is remembered,
+/// for another user.
 [[noreturn]] void EndWithAnswers(unsigned user, bool expected, unsigned later_user) {
   std::_Exit(AnswerFor(user) == expected && AnswerFor(later_user) == expected ? 0 : 1);
 }

@@ -8,7 +8,7 @@ namespace {
 
 constexpr int kNoLevel = 7;
 
-/// What one message makes the two streams show.
+/// Returns what one message writes to the two streams.
 Outcome Said(const std::string& text, int level, bool marked = kMarked) {
   return Catch([&] { Logger().Message(text, level, marked); });
 }
@@ -25,7 +25,7 @@ TEST(Logger, ThatCollectsGetsBothStreamsAndShowsNothing) {
   EXPECT_EQ(outcome, Outcome());
 }
 
-TEST(Logger, PutsThePrefixOfTheLevelInFrontOnItsStreamMarkedOrNot) {
+TEST(Logger, WritesThePrefixOfTheLevelToItsStreamMarkedOrNot) {
   struct Row {
     int level;
     std::string prefix;
@@ -99,7 +99,7 @@ TEST(Logger, NeitherChecksNorCutsTheText) {
 /// A pipe in the place of standard output, within RunIsolated.
 class PipeAsConsole {
  public:
-  /// The flags are those of the end that the messages go into.
+  /// The flags belong to the end that receives the messages.
   explicit PipeAsConsole(int flags = 0) {
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) std::_Exit(99);
@@ -107,12 +107,12 @@ class PipeAsConsole {
     ::dup2(ends[1], STDOUT_FILENO);
     ::close(ends[1]);
     ::fcntl(STDOUT_FILENO, F_SETFL, flags);
-    ::alarm(60);  // instead of waiting without an end
+    ::alarm(60);  // ends an endless wait
   }
 
   void LoseReader() const { ::close(reader_); }
 
-  /// Fills the pipe but for so many bytes, and gives back what it holds then.
+  /// Fills the pipe except for so many bytes, and returns its contents.
   std::string FillUpBut(int left) const {
     const int size = ::fcntl(STDOUT_FILENO, F_GETPIPE_SZ) - left;
     const std::string filling(static_cast<std::size_t>(size), '.');
@@ -120,7 +120,7 @@ class PipeAsConsole {
     return filling;
   }
 
-  /// What one read gets.
+  /// Returns what one read gets.
   std::string Read() const {
     std::string text(65536, '\0');
     const ssize_t count = ::read(reader_, text.data(), text.size());
@@ -183,7 +183,7 @@ TEST(Logger, EndsTheProcessWhenNobodyReadsAndSigpipeIsNotIgnored) {
   EXPECT_EQ(outcome.status, -SIGPIPE);
 }
 
-/// Returns when this thread of the process waits in the system.
+/// Returns once this thread of the process waits in the system.
 void WaitUntilAsleep(pid_t thread) {
   const std::string path = "/proc/self/task/" + std::to_string(thread) + "/stat";
   for (std::string id, name, state; state != "S"; std::this_thread::yield()) {
@@ -191,8 +191,9 @@ void WaitUntilAsleep(pid_t thread) {
   }
 }
 
-/// Shows a message on a console that is full but for so many bytes. Another thread does something,
-/// and reads, once the message waits for that. 0 when the message arrives whole behind the filling.
+/// Writes a message to a console that is full except for so many bytes. Once the message waits,
+/// another thread does something and reads. Returns 0 if the message arrives whole behind the
+/// filling.
 int ShowOnAFullConsole(int flags, int left, const std::string& text,
                        const std::function<void()>& before_reading) {
   const PipeAsConsole console(flags);

@@ -19,7 +19,7 @@ std::string CannotWait(const std::string& command) {
   return "ERROR: Cannot wait for process " + command + "\n";
 }
 
-TEST(RunCommand, HandsEveryExitCodeOnUpTo250) {
+TEST(RunCommand, PassesOnEveryExitCodeUpTo250) {
   const FakeChild child;
   for (const int code : {0, 1, 2, 12, 127, 128, 249, 250, 251, 252, 253, 255}) {
     ::setenv("FAKE_EXIT", std::to_string(code).c_str(), 1);
@@ -91,7 +91,7 @@ TEST(RunCommand, ReturnsAtOnceWhenNotWaiting) {
   const TestDirectory directory;
   const std::string pipe = directory.Pipe("pipe");
   const Outcome outcome = RunIsolated([&] {
-    ::alarm(60);  // instead of waiting for a child that waits for us
+    ::alarm(60);  // ends a wait for a child that waits for this process
     if (RunBare("/bin/sh -c 'read code < " + pipe + "; exit $code'", kDoNotWait) != 0) return 1;
     std::ofstream(pipe) << "9\n";
     int status = 0;
@@ -108,7 +108,7 @@ TEST(RunCommand, ReturnsZeroWithoutWaitingEvenWhenNothingStarted) {
   }
 }
 
-/// What is typed in the very moment in which the child has been made.
+/// Somebody types at the very moment at which the child has been made.
 TEST(RunCommand, LeavesTheKeyboardToTheChildBeforeItIsMade) {
   const FakeChild child{{"FAKE_EXIT", "7"}};
   const Outcome outcome = RunIsolated([&] {
@@ -157,7 +157,7 @@ TEST(RunCommand, StartsTheChildThoughTheConsoleTakesNothing) {
       if (nobody_reads && ::pipe2(pipe, O_CLOEXEC) != 0) return 99;
       for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) ::dup2(pipe[1], stream);
       ::close(pipe[0]);
-      RunBare("''");  // two messages that are lost
+      RunBare("''");  // loses two messages
       return RunBare(child.Program());
     });
     EXPECT_EQ(outcome.status, 7) << nobody_reads;
@@ -165,7 +165,7 @@ TEST(RunCommand, StartsTheChildThoughTheConsoleTakesNothing) {
   }
 }
 
-TEST(RunCommand, HasTheExitCodeThoughTheCallerIgnoresDeadChildren) {
+TEST(RunCommand, ReturnsTheExitCodeThoughTheCallerIgnoresDeadChildren) {
   const FakeChild child{{"FAKE_EXIT", "7"}};
   const Outcome outcome = RunIsolated([&] {
     ::signal(SIGCHLD, SIG_IGN);

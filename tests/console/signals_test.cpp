@@ -10,8 +10,7 @@ using Handler = void (*)(int);
 
 void OwnHandler(int) {}
 
-/// The signals that the launcher needs in a state of its own, and two whose action it does not
-/// touch.
+/// The signals that the launcher needs in a state of its own, and two whose action it leaves alone.
 constexpr std::array kSignals = {SIGPIPE, SIGXFSZ, SIGCHLD, SIGINT, SIGQUIT};
 using Handlers = std::array<Handler, kSignals.size()>;
 
@@ -41,7 +40,7 @@ class CallersHandlers : public testing::TestWithParam<Handler> {
   const Handlers before_ = CurrentHandlers();
 };
 
-TEST_P(CallersHandlers, AreReplacedWhileASignalScopeLivesAndThenBack) {
+TEST_P(CallersHandlers, AreReplacedAndRestoredByASignalScope) {
   const Handlers callers = CurrentHandlers();
   {
     const SignalScope signals;
@@ -50,7 +49,7 @@ TEST_P(CallersHandlers, AreReplacedWhileASignalScopeLivesAndThenBack) {
   EXPECT_EQ(CurrentHandlers(), callers);
 }
 
-TEST_P(CallersHandlers, AreWhatTheChildGetsAndNobodyElse) {
+TEST_P(CallersHandlers, ReachOnlyTheChild) {
   const FakeChild fake;
   SignalScope signals;
   signals.LeaveTheKeyboardToTheChild();
@@ -58,7 +57,7 @@ TEST_P(CallersHandlers, AreWhatTheChildGetsAndNobodyElse) {
   ASSERT_TRUE(child.Start({fake.Program()}, signals));
   EXPECT_EQ(CurrentHandlers(), in_scope_);
   ASSERT_EQ(child.Wait(), 0);
-  // A program that is started has no handler of its own yet.
+  // A new program has no handler of its own yet.
   const std::string expected = GetParam() == SIG_IGN ? "ignored" : "default";
   const auto facts = fake.Report().facts;
   for (const char* signal : {"SIGPIPE", "SIGXFSZ", "SIGCHLD", "SIGINT", "SIGQUIT"}) {
@@ -73,7 +72,7 @@ INSTANTIATE_TEST_SUITE_P(Each, CallersHandlers, testing::Values(SIG_DFL, SIG_IGN
                                                          : "Own";
                          });
 
-// A caller whose children are not waited for would get no exit code either.
+// A caller that does not wait for its children would get no exit code either.
 TEST(SignalScope, GivesBackFlagsAndMaskOfAHandlerToo) {
   for (const auto& [handler, flags] :
        {std::pair<Handler, int>(OwnHandler, SA_RESTART | SA_NODEFER), {SIG_DFL, SA_NOCLDWAIT}}) {
@@ -120,7 +119,7 @@ TEST(SignalScope, BlocksTwoSignalsAndTheKeyboardsOnRequest) {
   EXPECT_EQ(BlockedSignals(), callers);
 }
 
-TEST(SignalScope, ForgetsWhatCameInTheMeantime) {
+TEST(SignalScope, DiscardsTheSignalsThatItBlocked) {
   const Outcome outcome = RunIsolated([] {
     SignalScope signals;
     signals.LeaveTheKeyboardToTheChild();
@@ -130,8 +129,8 @@ TEST(SignalScope, ForgetsWhatCameInTheMeantime) {
   EXPECT_EQ(outcome.status, 0);
 }
 
-/// A child that has been made and has not started its program yet: what is typed then ends it.
-TEST(SignalScope, LetsNoSignalOfTheKeyboardPassTheChildBy) {
+/// A child that exists but has not started its program yet ends when somebody types.
+TEST(SignalScope, LetsEverySignalOfTheKeyboardReachTheChild) {
   for (const int signal : {SIGINT, SIGQUIT}) {
     const Outcome outcome = RunIsolated([&] {
       ::signal(signal, SIG_DFL);

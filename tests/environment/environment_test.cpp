@@ -18,7 +18,7 @@ TEST(GetEnv, OfAnUnsetVariableOrAnEmptyNameIsEmpty) {
   for (const std::string name : {"FOO", "UNSET", ""}) EXPECT_EQ(GetEnv(name), "") << name;
 }
 
-/// Every variable that the call changes.
+/// Returns every variable that the call changes.
 Environment ChangesOf(const Environment& before, const std::function<void()>& call) {
   const ScopedEnv env(before);
   call();

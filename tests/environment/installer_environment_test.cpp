@@ -6,8 +6,8 @@
 namespace kvl::test {
 namespace {
 
-/// Media /m, operating-system directory "x", the installer in the media, an ordinary user in an
-/// interactive session.
+/// The media /m, the operating-system directory "x", the installer in the media, an ordinary user
+/// in an interactive session.
 const InstallerSetting kPlainSetting = {"/m", "", "x"};
 
 constexpr char kPlainPrograms[] = "/m/inst/x/code/bin:/m/inst/common/code/bin";
@@ -16,7 +16,7 @@ const std::vector<std::string> kBackedUp = {
     "ORBInst",         "ORBInstaller",   "ORBInstallPath",    "ORBDictionaryPath",
     "ORBReffilesPath", "ORBGraphicPath", "ORBMsgCatalogPath", "PATH"};
 
-/// All that the plain setting changes in an environment that holds no variable.
+/// Everything that the plain setting changes in an empty environment.
 Environment PlainChanges() {
   Environment changes = {
       {"KVLAdmInstCurrentMediaDir", "/m"},
@@ -49,7 +49,7 @@ Environment PlainChanges() {
   return changes;
 }
 
-/// PlainChanges with some variables different, and some not changed at all.
+/// PlainChanges with some variables different, and some not changed.
 Environment PlainChangesBut(const Environment& different,
                             const std::vector<std::string>& unchanged = {}) {
   Environment changes = PlainChanges();
@@ -58,18 +58,18 @@ Environment PlainChangesBut(const Environment& different,
   return changes;
 }
 
-/// Every variable that the setup changes in this environment.
+/// Returns every variable that the setup changes in this environment.
 Environment ChangesOf(const InstallerSetting& setting, const Environment& callers = {}) {
   const ScopedEnv env(callers);
   SetInstallerEnvironment(setting);
   return EnvChanges(callers, CurrentEnvironment());
 }
 
-TEST(SetInstallerEnvironment, SetsAllForAnInstallerInTheMedia) {
+TEST(SetInstallerEnvironment, SetsEveryVariableForAnInstallerInTheMedia) {
   EXPECT_EQ(ChangesOf(kPlainSetting), PlainChanges());
 }
 
-TEST(SetInstallerEnvironment, PutsTextsTogetherAsTheyStand) {
+TEST(SetInstallerEnvironment, ConcatenatesTextsAsTheyStand) {
   struct Row {
     std::string media, external, os, reffiles;
   };
@@ -118,11 +118,12 @@ TEST(SetInstallerEnvironment, BacksUpTheUsersValuesAndReplacesThem) {
   }
   Environment changes = PlainChangesBut({{"PATH", "/m/inst/x/code/bin:user's PATH"}});
   for (const std::string& name : kBackedUp) changes["KVL_BAK_" + name] = "KVL_BAK=user's " + name;
-  // No other backup is touched: the switches are forced, and TEMP and the rest set, without one.
+  // The setup writes no other backup: it forces the switches and sets TEMP and the rest without
+  // one.
   EXPECT_EQ(ChangesOf(kPlainSetting, callers), changes);
 }
 
-/// The user's variables, and what becomes different by them.
+/// The user's variables, and the differences that they cause.
 struct UsersRow {
   std::string name;
   Environment callers, different = {};
@@ -158,10 +159,10 @@ TEST(SetInstallerEnvironment, TellsPrivilegesAndSessionAsOneOrZero) {
 
 TEST(SetInstallerEnvironment, TakesAnyVariableAsLibraryPath) {
   std::vector<UsersRow> rows = {
-      {"LD_LIBRARY_PATH",  // replaced wholly
+      {"LD_LIBRARY_PATH",  // replaced completely
        {{"LD_LIBRARY_PATH", "/usr/lib:/lib"}},
        {{"LD_LIBRARY_PATH", kPlainPrograms}, {"KVL_BAK_LD_LIBRARY_PATH", "KVL_BAK=/usr/lib:/lib"}}},
-      {"PATH",  // after it was set
+      {"PATH",  // after it is set
        {{"PATH", "/usr/bin"}},
        {{"PATH", kPlainPrograms}, {"KVL_BAK_PATH", "KVL_BAK=/m/inst/x/code/bin:/usr/bin"}}},
       {"TMPDIR",  // before TEMP is set
@@ -180,7 +181,7 @@ TEST(SetInstallerEnvironment, TakesAnyVariableAsLibraryPath) {
     rows.push_back(
         {name, {{name, "user's"}}, {{"KVL_BAK_" + name, "KVL_BAK=user's"}}});  // set later
   }
-  for (const auto& [name, value] : PlainChanges()) {  // among them the switches and the backups
+  for (const auto& [name, value] : PlainChanges()) {  // including the switches and the backups
     if (name == "KVL_BAK_" || name == "TEMP" || name == "ORBTemp" || name.starts_with("KVLIns_")) {
       continue;
     }

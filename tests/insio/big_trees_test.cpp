@@ -1,4 +1,4 @@
-// Trees that are very deep or very wide, in the hands of a program of its own.
+// Very deep and very wide trees, handled by a program of its own.
 #include <sys/statvfs.h>
 
 #include "insio/finder.h"
@@ -14,7 +14,8 @@ namespace {
 
 using namespace KVLInsIO;
 
-/// Where entries are made fastest: in memory, if the system has such a place with room for many.
+/// The place where entries are created fastest: in memory, if the system has such a place with room
+/// for many.
 Environment PlaceForManyEntries() {
   constexpr fsfilcnt_t kEnough = 1'000'000;
   const std::string memory = "/dev/shm";
@@ -36,7 +37,7 @@ class BigTree : public testing::Test {
 class DeepTree : public BigTree {
  protected:
   static constexpr std::size_t kLongestPath = 4095;
-  /// So long is the path of a directory of which "..", which every directory has, can just be named.
+  /// The length of a directory's path at which the path of its ".." just fits.
   static constexpr std::size_t kDeepest = kLongestPath - 3;
 
   static ToolSeen RunWithFewDescriptors(const std::vector<std::string>& words) {
@@ -44,7 +45,7 @@ class DeepTree : public BigTree {
   }
 };
 
-TEST_F(DeepTree, IsCopiedAndDeletedToTheDeepestThatTheSystemAllows) {
+TEST_F(DeepTree, IsCopiedAndDeletedAsDeepAsTheSystemAllows) {
   std::string deepest = directory_.MakeDir("from");
   while (deepest.size() + 2 <= kDeepest) fs::create_directory(deepest += "/d");
   std::ofstream(deepest + "/f") << "text";
@@ -64,7 +65,7 @@ TEST_F(DeepTree, IsCopiedAndDeletedToTheDeepestThatTheSystemAllows) {
 TEST_F(DeepTree, EndsTheCopyWithItsMessageWhereTheNewPathIsTooLong) {
   const std::string deepest = PathOfLength(Path("from"), kDeepest);
   fs::create_directories(deepest);
-  // So much longer that nothing but the deepest is too long.
+  // Just so much longer that only the deepest path is too long.
   const std::string to = Path("from") + std::string(kLongestPath + 1 - deepest.size(), 't');
   const ToolSeen seen = RunWithFewDescriptors({"copy", Path("from"), to});
   EXPECT_EQ(seen.status, 1);
@@ -84,7 +85,7 @@ TEST_F(DeepTree, IsListedUpToTheLongestPathAndNotBeyond) {
 
 class WideTree : public BigTree {
  protected:
-  // The sanitizers hide what memory is taken, so that more of them show nothing more there.
+  // The sanitizers hide the use of memory, so more entries show nothing more there.
   static constexpr int kEntries = kSanitized ? 6'000 : 60'000;
   static constexpr long kMostGrowth = 1536;  // KiB, less than a list of their names takes
 
@@ -103,7 +104,7 @@ class WideTree : public BigTree {
     return names;
   }
 
-  /// Runs the tool and gives its result back.
+  /// Runs the tool and returns its result.
   int DoneInFlatMemory(const std::vector<std::string>& words) const {
     static const long little = RunTreeTool({"list", directory_.MakeDir("empty")}).memory;
     const ToolSeen seen = RunTreeTool(words);
@@ -129,9 +130,9 @@ TEST_F(WideTree, IsListedCopiedAndDeletedInFlatMemory) {
   EXPECT_FALSE(fs::exists(Path("to")));
 }
 
-// Deep down, the names of a directory are read before its subdirectories are entered.
+// Deep in a tree, the walk reads the names of a directory before it enters subdirectories.
 TEST_F(WideTree, OfLongNamesDeepDownIsDeletedInFlatMemory) {
-  // One of them is listed before most of the files, in whatever order the file system goes.
+  // The system lists one of them before most of the files, whatever its order.
   directory_.MakeDir("tree/1/2/3/4/5/first");
   MakeEntries("tree/1/2/3/4/5", S_IFREG, std::string(249, 'n'));
   directory_.MakeDir("tree/1/2/3/4/5/last");
@@ -139,7 +140,7 @@ TEST_F(WideTree, OfLongNamesDeepDownIsDeletedInFlatMemory) {
   EXPECT_FALSE(fs::exists(Path("tree")));
 }
 
-TEST_F(WideTree, OfDirectoriesLosesAllButItsCirclesAsAnEmptyTree) {
+TEST_F(WideTree, OfDirectoriesLosesAllButItsCirclesToDeleteEmptyTree) {
   MakeEntries("tree", S_IFDIR);
   directory_.Link("tree/up", ".");
   directory_.Link("tree/100001/up", "..");

@@ -1,4 +1,4 @@
-// CopyFile: one file, and everything that can go wrong on the way.
+// CopyFile: one file, and all its failures.
 
 #include <sys/xattr.h>
 
@@ -11,7 +11,7 @@ namespace {
 
 using namespace KVLInsIO;
 
-/// A directory that holds the file "source".
+/// A directory that contains the file "source".
 class CopyFileTest : public InOwnDirectory {
  protected:
   Failure FailureOfCopying(const std::string& source, const std::string& destination) const {
@@ -23,14 +23,14 @@ class CopyFileTest : public InOwnDirectory {
 
 using CopyFileFailure = CopyFileTest;
 
-/// So many bytes, of every value in turn.
+/// Returns so many bytes, of every value in turn.
 std::string Bytes(std::size_t size) {
   std::string bytes(size, '\0');
   for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * 7 % 256);
   return bytes;
 }
 
-TEST_F(CopyFileTest, ReadsBlocksOf65536BytesUntilNothingComesOrOneFails) {
+TEST_F(CopyFileTest, ReadsBlocksOf65536BytesUntilTheEndOrAFailure) {
   const std::vector<std::pair<std::size_t, int>> rows = {
       {0, 1}, {1, 2}, {65'535, 2}, {65'536, 2}, {65'537, 3}, {131'072, 3}, {300'000, 6}};
   for (const auto& [size, reads] : rows) {
@@ -134,7 +134,7 @@ TEST_F(CopyFileTest, OverwritesAnotherFileOfTheSameSizeAndTime) {
   EXPECT_EQ(ReadFile(other), "text");
 }
 
-TEST_F(CopyFileFailure, OntoItselfIsRefused) {
+TEST_F(CopyFileFailure, ComesFromACopyOntoItself) {
   for (const std::string& same :
        {source_, Path(".//source"), HardLink("hard", source_), Link("soft", "source")}) {
     EXPECT_EQ(FailureOfCopying(source_, same), Exception("Cannot copy " + source_ + " to itself."));
@@ -188,12 +188,12 @@ TEST_F(CopyFileFailure, OfTheSourceLeavesTheParentsMadeForTheCopy) {
   EXPECT_THAT(Tree(), ElementsAre("d 755 a", "d 755 a/b", "f 644 source = text"));
 }
 
-TEST_F(CopyFileFailure, OfAnOrdinaryUserNamesWhatIsClosed) {
+TEST_F(CopyFileFailure, OfAnOrdinaryUserNamesTheForbiddenPath) {
   SetMode(Write("secret", "text"), 0);
   HardLink("same", Path("secret"));
   SetMode(Pipe("pipe"), 0);
   SetMode(Write("read_only", "old"), 0444);
-  // Everybody may write into this device, and only root may set its times.
+  // Everybody may write to this device, but only root may set its times.
   Link("device", "/dev/null");
   SetMode(Path(), 0777);
   for (const auto& row : std::vector<CallWithTwoPaths>{

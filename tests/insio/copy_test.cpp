@@ -89,7 +89,7 @@ TEST_F(CopyDirTest, AddsToAnExistingDestination) {
                                       "f 644 other = other"));
 }
 
-/// A directory that is the root directory of what copies.
+/// A directory that is the root directory of the copying process.
 class CopyDirInTheRoot : public InOwnDirectory {
  protected:
   void SetUp() override {
@@ -100,7 +100,7 @@ class CopyDirInTheRoot : public InOwnDirectory {
 
   Failure FailureInRoot(const std::function<void()>& action) const {
     return FailureInside([&action] {
-      // An ordinary user may do it in a user namespace of its own, if at all.
+      // An ordinary user may at most do that in a user namespace.
       const bool is_done =
           ::chroot(".") == 0 || (::unshare(CLONE_NEWUSER) == 0 && ::chroot(".") == 0);
       if (!is_done) throw std::runtime_error("not allowed");
@@ -121,7 +121,7 @@ TEST_F(CopyDirInTheRoot, NamesDirectoriesBelowItWithOneSlash) {
   EXPECT_EQ(FailureInRoot([] { CopyDir("/from", "/"); }), Exception("mkdir - /a/b", ENOTDIR));
 }
 
-TEST_F(CopyDirInTheRoot, IsMeantByAnEmptyDestination) {
+TEST_F(CopyDirInTheRoot, IsTheMeaningOfAnEmptyDestination) {
   Write("from/a/file", "text");
   for (const std::string place : {"/from", "/from/a"}) {
     EXPECT_EQ(FailureInRoot([&] {
@@ -146,7 +146,7 @@ TEST_F(CopyDirInTheRoot, MakesNoDirectoryOfALetterAndADot) {
             Exception("Cannot write into //k./file", ENOENT));
 }
 
-// The directory is made without its quotes, and the files go to the path with them.
+// CopyDir makes the directory without the quotes, but writes the files to the path with them.
 TEST_F(CopyDirTest, IntoAQuotedDestinationHasNoPlaceForAFile) {
   MakeDir("empty");
   Write("from/file", "");
@@ -212,7 +212,8 @@ TEST_F(CopyDirTest, FailsWithTheMessageOfItsFirstFailure) {
 TEST_F(CopyDirTest, KeepsWhatWasCopiedBeforeAFailureAndNoDescriptor) {
   Write("from/file", "text");
   {
-    const FailingCall broken(FailingCall::kReadDir, EIO, /*after=*/3);  // all, but the end
+    const FailingCall broken(FailingCall::kReadDir, EIO,
+                             /*after=*/3);  // all entries but not the end
     EXPECT_EQ(FailureOf([this] { CopyDir(Path("from"), Path("to")); }),
               Exception("readdir - " + Path("from"), EIO));
   }
@@ -225,7 +226,8 @@ TEST_F(CopyDirTest, TakesOnlyAMissingOrClosedDirectoryForEmpty) {
   for (int error = 1; error <= kLastError; ++error) {
     const bool counts_as_empty = error == EACCES || error == ENOENT;
     const auto copy = [&] {
-      const FailingCall broken(FailingCall::kOpenDir, "", error, /*after=*/1);  // all but the top
+      const FailingCall broken(FailingCall::kOpenDir, "", error,
+                               /*after=*/1);  // all except the top
       CopyDir(Path("from"), Path("to"));
     };
     EXPECT_EQ(FailureOf(copy),

@@ -12,7 +12,7 @@ using internal::CreateNewDirExactly;
 
 using CreateDirTest = InOwnDirectory;
 
-/// "step/step/.../step", so many times.
+/// Returns "step/step/.../step" with so many names.
 std::string Steps(const std::string& step, int count) {
   std::string path = step;
   for (int i = 1; i < count; ++i) path += "/" + step;
@@ -57,7 +57,7 @@ TEST_F(CreateDirTest, LeavesAnExistingDirectoryAsItIs) {
   Write("a/file", "text");
   SetMode(Path("a"), 0700);
   Link("link", "a");
-  Link("dangling", "nowhere");  // which mkdir takes for a directory that was made meanwhile
+  Link("dangling", "nowhere");  // mkdir takes it for a directory made meanwhile
   const Unchanged tree(Path());
   for (const std::string name : {"a", "a/", "link", "link/", ".", "dangling"}) {
     CreateDir(Path(name));
@@ -82,12 +82,12 @@ TEST_F(CreateDirTest, OfADotMakesTheParentsAndNothingElse) {
   Write("file", "text");
   CreateDir(Path("a/b/."));
   CreateDir(Path("file/."));
-  // The name of a first component is taken without its first letter, and a dot is what remains here.
+  // FileName() drops the first letter of the only name, and leaves a dot here.
   EXPECT_EQ(FailureAsOrdinaryUser([] { CreateDir("/k."); }), kNoFailure);
   EXPECT_THAT(Tree(), ElementsAre("d 755 a", "d 755 a/b", "f 644 file = text"));
 }
 
-// Each ancestor is made as if it had been asked for: of these, the quotes go.
+// CreateDir makes each ancestor as if it was called for it, and so drops quotes around these.
 TEST_F(CreateDirTest, DropsTheQuotesAroundAnAncestor) {
   struct Row {
     std::string path;
@@ -179,7 +179,7 @@ TEST_F(CreateDirTest, ExactlyTakesThePathAsItStands) {
             Exception("mkdir - " + file + "//x", ENOTDIR));
 }
 
-TEST_F(CreateDirTest, OfANewOneExactlyTellsWhetherThisCallHasMadeIt) {
+TEST_F(CreateDirTest, TellsInCreateNewDirExactlyWhetherThisCallMadeIt) {
   EXPECT_TRUE(CreateNewDirExactly(Path("a\\b")));
   for (const std::string& other : {Path("a\\b"), Path("missing/x"), Link("dangling", "nowhere"),
                                    Path("a\\b/."), std::string()}) {

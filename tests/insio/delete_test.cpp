@@ -25,7 +25,7 @@ TEST(Delete, RemovesAnEntryOfEveryKindAndNothingElse) {
   EXPECT_TRUE(fs::is_empty(world.Path()));
 }
 
-TEST_F(DeleteTest, OfALinkToADirectoryLeavesItAndItsContents) {
+TEST_F(DeleteTest, OfALinkLeavesTheDirectoryThatItLeadsTo) {
   Make({"outside/file", "link -> outside", "tree/a/to_directory -> ../../outside",
         "tree/to_file -> ../outside/file", "tree/self -> .", "tree/up -> ..",
         "tree/by_name -> ../tree", "tree/round -> round", "emptied/a/file", "to -> emptied"});
@@ -97,8 +97,9 @@ TEST_F(DeleteTest, EndsWithTheFirstFailureAndClosesItsDirectories) {
   EXPECT_EQ(Tree(), tree);
 }
 
-// A file has no entries, so no file is found in it; what remains to do is to delete it.
-TEST_F(EmptyTree, RemovesDirectoriesOnlyAndAFileAndWhatIsMissing) {
+// A file has no entries and so contains no file. Therefore it counts as an empty tree and is
+// deleted.
+TEST_F(EmptyTree, MayBeATreeOfDirectoriesAFileOrMissing) {
   Make({"tree/a/b/c/", "tree/d/", "file"});
   for (const std::string name : {"tree", "file", "missing", "missing/x"}) {
     EXPECT_TRUE(DeleteEmptyTree(Path(name))) << name;
@@ -106,7 +107,7 @@ TEST_F(EmptyTree, RemovesDirectoriesOnlyAndAFileAndWhatIsMissing) {
   EXPECT_THAT(Tree(), IsEmpty());
 }
 
-TEST_F(EmptyTree, RemovesTheEmptyBranchesBesideAFileDeepInside) {
+TEST_F(EmptyTree, LosesTheEmptyBranchesBesideAFileDeepInside) {
   Make({"tree/a/b/file", "tree/a/b/empty/x/", "tree/a/empty/", "tree/empty/y/z/"});
   EXPECT_FALSE(DeleteEmptyTree(Path("tree")));
   EXPECT_THAT(Tree("tree"), ElementsAre("d 755 a", "d 755 a/b", "f 644 a/b/file = text"));
@@ -139,7 +140,7 @@ TEST_F(DeleteTest, OfATreeThatHasGrownTooDeepEndsWithItsMessage) {
   fs::create_directories(PathOfLength(tree, 4000));
   const auto before = Tree();
   Make({"tree/empty/"});
-  // With a longer name above them, the deepest directories have paths that the system refuses.
+  // A longer name above them makes the paths of the deepest directories too long for the system.
   fs::rename(tree, longer);
   EXPECT_FALSE(DeleteEmptyTree(longer));
   for (const Failure& failure :
@@ -151,14 +152,14 @@ TEST_F(DeleteTest, OfATreeThatHasGrownTooDeepEndsWithItsMessage) {
   EXPECT_EQ(Tree(), before);
 }
 
-// "w" is named through an entry, an empty directory that comes first in the order of the system, and
-// ".."; so the way to the other entries ends with it.
+// The path of "w" leads through its first entry in the system's order, an empty directory, and
+// "..". Without that directory, the path of the other entries leads nowhere.
 TEST_F(DeleteTest, OfADirectoryNamedThroughItsEntryEndsWhenThatIsGone) {
   for (const std::string ending : {"/file", "/", "", "/not deleted"}) {
     SCOPED_TRACE(ending);
     Make({"w/a" + ending, "w/b" + ending, "w/c" + ending, "w/d" + ending});
     const std::string first = Path("w/" + NamesInOrder(Path("w"))[0]), path = first + "/..";
-    fs::remove_all(first);  // what is made anew stays first, or comes first
+    fs::remove_all(first);  // a new entry stays first or comes first
     fs::create_directory(first);
     const auto order = NamesInOrder(Path("w"));
     auto left = Tree();
@@ -178,10 +179,10 @@ TEST_F(DeleteTest, OfADirectoryNamedThroughItsEntryEndsWhenThatIsGone) {
   EXPECT_THAT(Tree(), ElementsAre("d 755 w"));
 }
 
-// Links that lead round in circles: deleting ends soon, and what is on a circle stays.
+// Links that form circles: deleting ends soon, and keeps the directories on a circle.
 using EmptyTreeWithCircles = InOwnDirectory;
 
-TEST_F(EmptyTreeWithCircles, LeavesCirclesAndFilesAndRemovesTheRest) {
+TEST_F(EmptyTreeWithCircles, KeepsCirclesAndFilesAndLosesTheRest) {
   struct Row {
     std::string what;
     std::vector<std::string> stays, goes;
@@ -205,7 +206,7 @@ TEST_F(EmptyTreeWithCircles, LeavesCirclesAndFilesAndRemovesTheRest) {
         "tree/c/two -> .."},
        {"tree/a/empty/deep/", "tree/b/empty/"}},
       {"to a file beside the tree", {"beside/file", "tree/up -> .."}, {"tree/empty/"}},
-      // Whichever of the two links the system lists first, by name or by age.
+      // The system lists one of the two links first, by name or by age.
       {"before a file", {"out/file", "tree/a/1 -> .", "tree/a/2 -> ../../out"}, {}},
       {"before an older file", {"out/file", "tree/a/2 -> ../../out", "tree/a/1 -> ."}, {}},
       {"behind a file", {"out/file", "tree/a/1 -> ../../out", "tree/a/2 -> ."}, {}},
@@ -225,8 +226,8 @@ TEST_F(EmptyTreeWithCircles, LeavesCirclesAndFilesAndRemovesTheRest) {
   }
 }
 
-// There are so many ways that nobody can go them all.
-TEST_F(EmptyTreeWithCircles, EndsWhereEveryDirectoryLeadsToEveryOther) {
+// There are too many ways to try them all.
+TEST_F(EmptyTreeWithCircles, TakesLittleTimeWhereEveryDirectoryLeadsToEveryOther) {
   constexpr int kDirectories = 25;
   for (int i = 0; i < kDirectories * kDirectories; ++i) {
     const std::string to = std::to_string(i % kDirectories);
@@ -237,8 +238,8 @@ TEST_F(EmptyTreeWithCircles, EndsWhereEveryDirectoryLeadsToEveryOther) {
   EXPECT_EQ(Tree(), before);
 }
 
-// The system may count the links of a path twice, so there are fewer than half of those it follows.
-TEST_F(EmptyTreeWithCircles, EndsWhereFourLinksLeadOnAgainAndAgain) {
+// The system may count the links of a path twice, so there are fewer than half of the limit.
+TEST_F(EmptyTreeWithCircles, TakesLittleTimeWhereFourLinksLeadOnAgainAndAgain) {
   for (int step = 0; step < 19; ++step) {
     for (const std::string name : {"one", "two", "three", "four"}) {
       Link("steps/" + std::to_string(step) + "/" + name, "../" + std::to_string(step + 1));
@@ -250,10 +251,10 @@ TEST_F(EmptyTreeWithCircles, EndsWhereFourLinksLeadOnAgainAndAgain) {
   EXPECT_EQ(Tree(), before);
   fs::remove(Path("steps/19/file"));
   EXPECT_TRUE(DeleteEmptyTree(Path("steps/0")));
-  EXPECT_EQ(Tree("steps").size(), 19U);  // the directories themselves, but the first
+  EXPECT_EQ(Tree("steps").size(), 19U);  // the directories without the first one
 }
 
-TEST_F(EmptyTreeWithCircles, LeavesAFileWhicheverListIsCutShort) {
+TEST_F(EmptyTreeWithCircles, KeepsAFileWhicheverListIsCutShort) {
   Make({"tree/up -> .", "tree/file", "tree/a/file"});
   const auto before = Tree();
   for (int calls = 0; calls < 20; ++calls) {
@@ -263,9 +264,9 @@ TEST_F(EmptyTreeWithCircles, LeavesAFileWhicheverListIsCutShort) {
   EXPECT_EQ(Tree(), before);
 }
 
-/// The list ends behind an empty directory that is gone by then, and the file is not seen. In one of
-/// the two trees the directory comes first, by name or by age.
-TEST_F(EmptyTree, LeavesAFileBehindTheBreakOfAList) {
+/// The list ends behind an empty directory that is gone by then, and the walk does not see the
+/// file. In one of the two trees the directory comes first, by name or by age.
+TEST_F(EmptyTree, KeepsAFileBehindTheBreakOfAList) {
   for (const std::string file : {"tree/a", "tree/b"}) {
     for (int calls = 0; calls < 20; ++calls) {
       for (const std::string entry : {"tree/a", "tree/b"})

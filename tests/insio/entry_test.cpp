@@ -45,7 +45,7 @@ TEST(GetType, FailsWithLstatsMessageAndRefusesAnEmptyPath) {
   }
 }
 
-/// The kinds for which the question is answered with yes.
+/// Returns the kinds of entries for which the function returns true.
 std::vector<std::string> KindsThatAre(const std::function<bool(const std::string&)>& question) {
   const EveryKind world;
   std::vector<std::string> names;

@@ -12,7 +12,7 @@ struct Kind {
   int type;  ///< 1 directory, 2 file, 4 link, as a sum
 };
 
-/// The entries' names, sorted, with the types that the library has to give them.
+/// The entries' names, sorted, with the types that the library must give them.
 inline const std::vector<Kind> kEveryKind = {
     {"dangling_link", 6}, {"directory", 1},    {"file", 2},         {"link_to_directory", 5},
     {"link_to_file", 6},  {"link_to_link", 5}, {"link_to_pipe", 6}, {"link_to_self", 6},

@@ -56,7 +56,8 @@ Failure FailureOf(const std::function<void()>& action) {
 
 Failure IsolatedFailureOf(const std::function<void()>& action) {
   const Outcome outcome = RunIsolated([&action] {
-    // A sanitizer that meets a class for the first time opens descriptors; `action` may leave none.
+    // A sanitizer opens descriptors when it meets a class for the first time, and `action` may
+    // forbid that.
     Caught([] { throw KVLInsIO::KVLInsException("seen"); });
     const Failure failure = Caught(action);
     std::cout << failure.type << '\0' << failure.text;

@@ -1,4 +1,4 @@
-// What an operation of the library threw: class and whole text as one value.
+// An exception of an operation of the library: its class and its text as one value.
 #pragma once
 
 #include "tests/support/test.h"
@@ -6,7 +6,7 @@
 namespace kvl::test {
 
 struct Failure {
-  std::string type = {};  ///< the exact class; empty when nothing was thrown
+  std::string type = {};  ///< the exact class; empty without an exception
   std::string text = {};  ///< what()
 
   friend bool operator==(const Failure&, const Failure&) = default;
@@ -16,21 +16,21 @@ std::ostream& operator<<(std::ostream& out, const Failure& failure);
 
 inline const Failure kNoFailure = {};
 
-/// A KVLInsException as it has to look: message, line feed.
+/// The expected KVLInsException: message, line feed.
 Failure Exception(const std::string& message);
-/// A KVLInsException as it has to look: message, " - ", the error's text, line feed.
+/// The expected KVLInsException: message, " - ", the error's text, line feed.
 Failure Exception(const std::string& message, int error);
-/// The same of class KVLInsExceptionErrno.
+/// The same, of class KVLInsExceptionErrno.
 Failure ExceptionErrno(const std::string& message, int error);
 
-/// Operations, and what they have to throw.
+/// Operations, and the exceptions that they must throw.
 using Failures = std::vector<std::pair<std::function<void()>, Failure>>;
 void ExpectFailures(const Failures& rows);
 
-/// What `action` threw.
+/// Returns what `action` throws.
 Failure FailureOf(const std::function<void()>& action);
 
-/// As FailureOf, with `action` in a process of its own, where it may change its surroundings.
+/// Like FailureOf, but runs `action` in a process of its own, where it may change its surroundings.
 Failure IsolatedFailureOf(const std::function<void()>& action);
 
 }  // namespace kvl::test

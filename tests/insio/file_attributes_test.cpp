@@ -112,7 +112,7 @@ TEST_F(FileAttributes, SetReadOnlyTouchesTheOwnersWriteBitOnly) {
 }
 
 TEST_F(FileAttributes, SetReadOnlyReportsAModeThatCannotBeChanged) {
-  // The mode of this file of our own process is fixed, for everybody.
+  // Nobody can change the mode of this file of the process itself.
   const std::string path = "/proc/self/comm";
   EXPECT_EQ(FailureOf([&] { SetReadOnly(path, kReadOnly); }),
             ExceptionErrno("Chmod - " + path, EPERM));
@@ -122,7 +122,7 @@ TEST_F(FileAttributes, GetFileSizeCountsBytesOfAllButDirectories) {
   EXPECT_EQ(GetFileSize(Write("odd", std::string("a\0b\n\xff", 5))), 5);
   EXPECT_EQ(GetFileSize(link_), 4);
   EXPECT_EQ(GetFileSize(Path("pipe")), 0);
-  fs::resize_file(file_, 5'000'000'000);  // a hole: takes no room
+  fs::resize_file(file_, 5'000'000'000);  // a hole, which takes no room
   EXPECT_EQ(GetFileSize(file_), 5'000'000'000);
   for (const std::string name : {"directory", "link_to_directory", "directory//", "."}) {
     EXPECT_EQ(FailureOf([&] { return GetFileSize(Path(name)); }),
@@ -138,7 +138,7 @@ TEST_F(FileAttributes, GetFileSizeAsksTheNormalisedPathForTheSize) {
   EXPECT_EQ(GetFileSize(path), 7);
 }
 
-/// Compares at a moment when nobody else wrote to the file system.
+/// Compares at a moment at which nobody else writes to the file system.
 void ExpectFreeSpaceOf(const std::string& existing, const std::string& path) {
   const auto by_system = [&existing] {
     struct statfs status;

@@ -10,19 +10,19 @@ namespace {
 using KVLInsIO::internal::FileDescriptor;
 using KVLInsIO::internal::kReadWithoutWaiting;
 
-/// A directory with a file.
+/// A directory that contains a file.
 class Descriptor : public InOwnDirectory {
  protected:
   const std::string path_ = Write("sub/file", "text");
 };
 
-/// The inode of what is open; 0 when nothing is.
+/// Returns the inode of the open file; 0 without one.
 ino_t InodeOf(const FileDescriptor& file) {
   struct stat status;
   return ::fstat(file.Number(), &status) == 0 ? status.st_ino : 0;
 }
 
-TEST_F(Descriptor, OpensAFileForTheseFlagsAndNoOtherProgram) {
+TEST_F(Descriptor, OpensAFileWithItsFlagsAndClosesItOnExec) {
   const FileDescriptor file(path_, O_RDONLY);
   char contents[5] = {};
   ASSERT_TRUE(file.IsOpen());
@@ -57,7 +57,7 @@ TEST_F(Descriptor, ClosesItsFileOnce) {
   std::optional<FileDescriptor> closed(std::in_place, path_, O_RDONLY);
   EXPECT_TRUE(closed->Close());
   EXPECT_FALSE(closed->IsOpen());
-  const FileDescriptor other(path_, O_RDONLY);  // takes the number that has become free
+  const FileDescriptor other(path_, O_RDONLY);  // takes the number that is free again
   EXPECT_FALSE(closed->Close());
   closed.reset();
   EXPECT_TRUE(InodeOf(other) == StatusOf(path_).st_ino);

@@ -17,8 +17,8 @@ using ForEachNameTest = InOwnDirectory;
 
 constexpr std::size_t kPlenty = 1'000'000;  // bytes of names
 
-/// Everything the finder says of each entry, sorted: "name type full-path", and "file" or
-/// "directory".
+/// Returns everything that the finder says about each entry, sorted: "name type full-path", and
+/// "file" or "directory".
 std::vector<std::string> Found(InsFileFinder finder) {
   std::vector<std::string> lines;
   for (; !finder.AtEnd(); FindNextFile(finder)) {
@@ -29,7 +29,8 @@ std::vector<std::string> Found(InsFileFinder finder) {
   return lines;
 }
 
-/// The names from the current entry on, as they come. At each, so many bytes are read ahead.
+/// Returns the names from the current entry on, in their order. At each one, reads `ahead` bytes
+/// ahead.
 std::vector<std::string> NamesFrom(InsFileFinder finder, std::size_t ahead = 0) {
   std::vector<std::string> names;
   for (; !finder.AtEnd(); FindNextFile(finder)) {
@@ -128,7 +129,7 @@ TEST_F(FinderTest, FailsOnAnEntryRemovedMeanwhileThoughReadAhead) {
   }
 }
 
-// The longest path has a byte less than PATH_MAX, and both dots are entries, too.
+// The longest path has one byte less than PATH_MAX, and both dots are entries, too.
 TEST_F(FinderTest, FailsOnAnEntryWhosePathIsTooLongByOneByte) {
   constexpr std::size_t kLongest = PATH_MAX - 1;
   const std::string fits = PathOfLength(Path("fits"), kLongest - 3);
@@ -181,7 +182,7 @@ TEST(Finder, GoesOnAfterBeingMovedAndLeavesAnEndBehind) {
   const EveryKind world;
   InsFileFinder finder = FindFirstFile(world.Path(), kDirectoryOrFile);
   EXPECT_EQ(NamesFrom(std::move(finder)), NamesInOrder(world.Path()));
-  EXPECT_TRUE(finder.AtEnd());  // NOLINT(bugprone-use-after-move): what is left behind is the claim
+  EXPECT_TRUE(finder.AtEnd());  // NOLINT(bugprone-use-after-move): tests exactly that
 }
 
 TEST_F(FinderTest, ClosesItsDirectoryOnEveryWayOut) {
@@ -196,7 +197,7 @@ TEST_F(FinderTest, ClosesItsDirectoryOnEveryWayOut) {
   finder = FindFirstFile(Path("one"), kDirectoryOrFile);
   finder = FindFirstFile(Path("other"), kDirectoryOrFile);
   EXPECT_EQ(finder.Name(), "inside");
-  // Opened, but no type can be found out below the normalised path.
+  // The directory opens, but the normalised path leads to no entry, so there is no type.
   EXPECT_EQ(FailureOf([this] { return FindFirstFile(Path("a\\b"), kFile); }).type,
             "KVLInsException");
   EXPECT_EQ(OpenDescriptors().size(), descriptors_.size() + 1);
@@ -213,7 +214,7 @@ TEST_F(FinderTest, HandsItsDirectoryToNoOtherProgram) {
   EXPECT_THAT(flags, ElementsAre(FD_CLOEXEC));
 }
 
-TEST_F(FinderTest, ReadsAheadToAGivenMostAndOnWhenThatIsUsedUp) {
+TEST_F(FinderTest, ReadsAheadUpToALimitAndAgainWhenThatIsUsedUp) {
   Make({"aa", "bb", "cc", "dd", "ee"});
   const auto expected = NamesInOrder(Path());
   for (std::size_t most = 0; most < 40; ++most) {
@@ -222,7 +223,7 @@ TEST_F(FinderTest, ReadsAheadToAGivenMostAndOnWhenThatIsUsedUp) {
     const auto before = OpenDescriptors();
     const std::size_t kept = ReadAhead(finder, most);
     EXPECT_EQ(ReadAhead(finder, most), kept);
-    // The dots may be among the names, wherever the system puts them.
+    // The system may put the dots anywhere among the names.
     EXPECT_LE(kept, std::min<std::size_t>(most + 2, 4 * 3 + 2 + 3));
     EXPECT_TRUE(kept >= most || OpenDescriptors() != before);
     EXPECT_EQ(NamesFrom(std::move(finder)), expected);
@@ -256,7 +257,7 @@ TEST_F(ForEachNameTest, VisitsEveryNameAndBothDots) {
   EXPECT_THAT(names, testing::UnorderedElementsAre(".", "..", "1", "2", "3"));
 }
 
-TEST_F(ForEachNameTest, OfAVanishedDirectoryIsWholeWhateverFailedBefore) {
+TEST_F(ForEachNameTest, SucceedsForARemovedDirectoryWhateverFailedBefore) {
   const auto list = [] {
     if (::mkdir("gone", 0755) != 0 || ::chdir("gone") != 0 || ::rmdir("../gone") != 0) {
       throw std::runtime_error("cannot remove the working directory");

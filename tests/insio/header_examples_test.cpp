@@ -1,5 +1,5 @@
-// The examples in the comments of the headers of paths, read from there and tried out: not one more
-// or less than what a reader sees.
+// Reads the examples in the comments of the headers of paths and tries them, exactly those that a
+// reader sees.
 
 #include "insio/path.h"
 #include "insio/path_text.h"
@@ -11,14 +11,14 @@ namespace {
 
 using namespace KVLInsIO;
 
-/// A function of one path or two; what stands between two in an example keeps them apart.
+/// A function of one path or two; `separator` stands between the two in an example.
 struct Operation {
-  std::size_t examples;  ///< how many its header gives
+  std::size_t examples;  ///< how many examples its header has
   std::string separator;
   std::function<std::string(const std::string&, const std::string&)> result;
 };
 
-/// By the words of the declaration before the "(".
+/// The functions, by the words of the declaration before "(".
 const std::map<std::string, Operation> kOperations = {
     {"std::string NormalizeString",
      {9, "", [](auto& text, auto&) { return NormalizeString(text); }}},
@@ -43,8 +43,8 @@ std::string Meant(const std::string& text) {
   return text == "(empty)" ? "" : text;
 }
 
-/// "given" and "expected" of each example in the comment above each declaration of a header. In a
-/// line, "given  =>  expected" stands in columns that two blanks or more keep apart.
+/// Returns "given" and "expected" of each example in the comment above each declaration of a
+/// header. At least two blanks separate the examples of a line, and each side from its "=>".
 std::map<std::string, std::vector<std::pair<std::string, std::string>>> ExamplesIn(
     const std::string& header) {
   const std::string declaration = " *(?:\\[\\[nodiscard\\]\\] )?([^(]*)\\(.*";

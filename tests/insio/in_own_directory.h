@@ -1,4 +1,4 @@
-// InOwnDirectory: the fixture of tests of operations on files.
+// InOwnDirectory: the fixture for tests of operations on files.
 #pragma once
 
 #include "tests/insio/failure.h"
@@ -8,25 +8,25 @@
 
 namespace kvl::test {
 
-/// A call that takes two paths, and what it has to throw.
+/// A call with two paths, and the exception that it must throw.
 struct CallWithTwoPaths {
   std::string name, source, destination;
   Failure failure;
 };
 
-/// A directory of the test's own, in which the umask is 022. No test may leave a descriptor open.
+/// A fresh directory for the test, with the umask 022. No test may leave a descriptor open.
 class InOwnDirectory : public testing::Test, protected TestDirectory {
  protected:
   void TearDown() override { EXPECT_EQ(OpenDescriptors(), descriptors_); }
 
-  /// Everything below the directory or one in it, see DescribeTree.
+  /// Returns everything below the directory, or below one in it; see DescribeTree.
   std::vector<std::string> Tree(const std::string& name = ".") const {
     return DescribeTree(Path(name));
   }
   std::vector<std::string> ExactTree() const { return DescribeTreeExactly(Path()); }
 
-  /// Makes entries and their parents: "a/" is a directory, "a" a file that holds "text", and
-  /// "a -> b" a link to "b".
+  /// Makes entries and their parents: "a/" is a directory, "a" a file that contains "text", and "a
+  /// -> b" a link to "b".
   void Make(const std::vector<std::string>& entries) const {
     for (const std::string& entry : entries) {
       const std::size_t arrow = entry.find(" -> ");
@@ -45,7 +45,7 @@ class InOwnDirectory : public testing::Test, protected TestDirectory {
     for (const fs::directory_entry& entry : fs::directory_iterator(Path())) fs::remove_all(entry);
   }
 
-  /// What `action` throws in a process of its own whose working directory this one is.
+  /// Returns what `action` throws in a process of its own whose working directory is this one.
   Failure FailureInside(const std::function<void()>& action) const {
     return IsolatedFailureOf([&] {
       Enter(*this);
@@ -53,7 +53,7 @@ class InOwnDirectory : public testing::Test, protected TestDirectory {
     });
   }
 
-  /// The same for a user who is not root.
+  /// Returns the same for a user who is not root.
   Failure FailureAsOrdinaryUser(const std::function<void()>& action) const {
     return IsolatedFailureOf([&] {
       EnterAsOrdinaryUser(*this);

@@ -1,5 +1,5 @@
-// Which operation takes a path as a user may have typed it, and which takes it as it stands. The guide
-// and the manual page have this as a table.
+// Tests which operations normalise a path and which take it as it stands. The guide and the manual
+// page have this as a table.
 
 #include "insio/copy.h"
 #include "insio/create_dir.h"
@@ -16,7 +16,7 @@ namespace {
 
 using namespace KVLInsIO;
 
-/// A file and an empty directory, in names that only a normalised path leads to.
+/// A file and an empty directory, with names that only a normalised path reaches.
 class Normalisation : public InOwnDirectory {
  protected:
   void SetUp() override { Make({"a/file", "a/empty/"}); }
@@ -24,7 +24,7 @@ class Normalisation : public InOwnDirectory {
   const std::string file_ = Path("a\\file"), empty_ = Path("a\\empty");
 };
 
-TEST_F(Normalisation, IsNotForWhatIsAskedOrSet) {
+TEST_F(Normalisation, DoesNotApplyToQueriesAndSettings) {
   const Unchanged tree(Path());
   EXPECT_FALSE(Exists(file_));
   EXPECT_FALSE(IsRegularFile(file_));
@@ -40,7 +40,7 @@ TEST_F(Normalisation, IsNotForWhatIsAskedOrSet) {
                    Exception("GetFileSize - " + file_ + " does not exist.")}});
 }
 
-TEST_F(Normalisation, IsNotForWhatIsDeletedRenamedOrListed) {
+TEST_F(Normalisation, DoesNotApplyToDeletingRenamingOrListing) {
   const Unchanged tree(Path());
   Delete(file_);
   DeleteContents(Path("\\a"));
@@ -54,7 +54,7 @@ TEST_F(Normalisation, IsNotForWhatIsDeletedRenamedOrListed) {
   EXPECT_FALSE(ForEachName(given, [](std::string_view) {}));
 }
 
-TEST_F(Normalisation, OfADirectoryToBeMadeIsLeftOutOnRequest) {
+TEST_F(Normalisation, AppliesToANewDirectoryUnlessLeftOutOnRequest) {
   CreateDir(empty_);
   EXPECT_THAT(Tree(), ElementsAre("d 755 a", "d 755 a/empty", "f 644 a/file = text"));
   CreateDirExactly(empty_);
@@ -62,7 +62,7 @@ TEST_F(Normalisation, OfADirectoryToBeMadeIsLeftOutOnRequest) {
               ElementsAre("d 755 a", "d 755 a/empty", "d 755 a\\empty", "f 644 a/file = text"));
 }
 
-TEST_F(Normalisation, OfACopyIsForTheDirectoriesOfItsDestination) {
+TEST_F(Normalisation, AppliesToTheDirectoriesOfACopysDestination) {
   EXPECT_EQ(FailureOf([&] { CopyFile(file_, Path("b")); }),
             ExceptionErrno("Cannot stat " + file_, ENOENT));
   CopyFile(Path("a/file"), Path("b\\copy"));
@@ -71,7 +71,7 @@ TEST_F(Normalisation, OfACopyIsForTheDirectoriesOfItsDestination) {
                                   "f 644 a/file = text", "f 644 b\\copy = text"));
 }
 
-TEST_F(Normalisation, OfAFileToReplaceInTurnsBackslashesOnly) {
+TEST_F(Normalisation, OnlyTurnsBackslashesForReplaceInLines) {
   Write("a\\file", "decoy, not text");
   Write("'file'", "text");
   EXPECT_EQ(FailureInside([] {

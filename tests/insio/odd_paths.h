@@ -1,4 +1,4 @@
-// Paths and names that a quick implementation stumbles over, for laws that hold for all of them.
+// Paths and names on which a careless implementation fails. The laws hold for all of them.
 #pragma once
 
 #include "tests/support/test.h"
@@ -11,7 +11,7 @@ inline const std::vector<std::string> kOddPaths = {
     "a//b///", "/a/b/", "/m/1/x", "a/./b/../c",
     // backslashes
     "\\", "\\\\", "\\\\server\\share\\", "X:\\dir\\\\sub\\", "C:/dir", "/\\/\\/",
-    // what means something elsewhere, or nothing anywhere
+    // characters with a meaning elsewhere, or with none anywhere
     "a;b:c", " ", " / ", "a b/c d", "\t\n/\r", "*?[a-z]~$HOME", "-rf", "\xff\xfe/\x80",
     std::string("nul\0byte/x", 10), std::string(300, 'n'), std::string(5000, '/'),
     // quotes
@@ -20,7 +20,7 @@ inline const std::vector<std::string> kOddPaths = {
 
 /// Names that an entry of a directory can have.
 inline const std::vector<std::string> kOddNames = {
-    // plain, but for a quick look
+    // plain at a second look
     " ", "...", ".hidden", "-rf", "a b", "tab\tline\nfeed", "\n", "*?[a-z]~$HOME", "X:", ";",
     "\xff\xfe\x80",
     // quotes

@@ -1,5 +1,5 @@
-// Trees that are odd: with names and entries of every sort, and with links that would lead a plain
-// walk round in circles, or into its own results.
+// Odd trees: with names and entries of every kind, and with links that would lead a plain walk in
+// circles or into its own results.
 
 #include "insio/copy.h"
 #include "insio/delete.h"
@@ -48,7 +48,7 @@ TEST_F(OddNames, OfTheTreesThemselvesAreTakenAsTheyAre) {
   }
 }
 
-/// A tree in which the directory "a\b" lies beside the directory "a" with a "b" in it.
+/// A tree in which the directory "a\b" lies beside the directory "a", which contains "b".
 class BackslashBesideItsDecoy : public InOwnDirectory {
  protected:
   BackslashBesideItsDecoy() {
@@ -76,7 +76,7 @@ TEST_F(BackslashBesideItsDecoy, IsEmptiedOrDeletedAndTheDecoyStays) {
   EXPECT_EQ(Tree("tree"), decoys_);
 }
 
-TEST_F(BackslashBesideItsDecoy, IsToldFromItAsOrWithinAnEmptyTree) {
+TEST_F(BackslashBesideItsDecoy, IsDistinctFromItAsAndWithinAnEmptyTree) {
   EXPECT_FALSE(DeleteEmptyTree(Path("tree/a\\b")));
   EXPECT_EQ(ReadFile(Path("tree/a\\b/file")), "text");
   EXPECT_TRUE(DeleteEmptyTree(Path("tree/e\\f")));
@@ -160,7 +160,8 @@ TEST_F(CopyOfACircle, OrIntoItselfIsRefusedAndChangesNothing) {
       {{"above/from/up -> .."}, "above/from", "above/from/up/from"},
       {{"from/a/up -> ..", "link -> from"}, "link", "link/a/up"},
       {{"from/a/up -> ..", "link -> from"}, "link/a/..", "link/a/../a/up"},
-      // an empty directory, what a link in the source leads to, what one in the destination leads to
+      // an empty directory, the target of a link in the source, the target of one in the
+      // destination
       {{"empty/"}, "empty", "empty", "empty/to"},
       {{"big/file", "from/a/link -> ../../big"}, "from", "from/a/link", "big/deep/to"},
       {{"from/sub/inner/file", "to/sub -> ../from/sub/inner"}, "from", "from/sub", "to"},
@@ -179,7 +180,7 @@ TEST_F(CopyOfACircle, OrIntoItselfIsRefusedAndChangesNothing) {
   }
 }
 
-TEST_F(CopyOfACircle, IsNoneWhereLinksLeadAsideOrDown) {
+TEST_F(CopyOfACircle, IsNotSeenWhereLinksLeadAsideOrDown) {
   Make({"from/a/b/file", "from/down -> a/b", "from/aside/one -> ../a/b",
         "from/aside/two -> ../a/b"});
   EXPECT_EQ(FailureOfCopying(Path("from"), Path("to")), kNoFailure);
@@ -189,7 +190,7 @@ TEST_F(CopyOfACircle, IsNoneWhereLinksLeadAsideOrDown) {
                                       "f 644 down/file = text"));
 }
 
-/// Directories that each have a link "next" to the next one, of which the last one holds a file.
+/// Directories that each have a link "next" to the next one. The last one contains a file.
 class LinksBehindLinks : public InOwnDirectory {
  protected:
   LinksBehindLinks() {
@@ -212,16 +213,16 @@ TEST_F(LinksBehindLinks, AreCopiedAsFarAsTheSystemFollows) {
   EXPECT_THAT(Tree("whole").back(), testing::EndsWith("/next/file = text"));
 }
 
-TEST_F(LinksBehindLinks, KeepAnEmptyTreeWhereNobodyFollows) {
+TEST_F(LinksBehindLinks, StayInAnEmptyTreeWhereTheSystemStopsFollowing) {
   fs::remove(Path("steps/60/file"));
   const auto before = Tree();
   EXPECT_FALSE(DeleteEmptyTree(Path("steps/0")));
   EXPECT_EQ(Tree(), before);
   EXPECT_TRUE(DeleteEmptyTree(Path("steps/40")));
-  EXPECT_EQ(Tree("steps").size(), 40U + 60U);  // 40 links, and the directories, but the one
+  EXPECT_EQ(Tree("steps").size(), 40U + 60U);  // 40 links, and the directories without one
 }
 
-/// A directory "from" with "file", "sub" and "sub/file", and ways that lead into it.
+/// A directory "from" with "file", "sub" and "sub/file", and paths that lead into it.
 class CopyIntoItselfByAnyWay : public InOwnDirectory {
  protected:
   CopyIntoItselfByAnyWay() {
@@ -236,7 +237,7 @@ TEST_F(CopyIntoItselfByAnyWay, IsRefusedBeforeAnythingIsDone) {
   const std::vector<std::string> destinations = {
       "from/to", "from/sub", "from/sub/", "from/file", "from/new/deep/to", "from//new/.",
       "./from/new/to", Path("from/to"),
-      // through what is there, and what is not
+      // through existing and missing entries
       "from/sub/../to", "from/../from/to", "beside/../from/to", "missing/../from/to",
       "missing/deep/../../from/sub/to", "from/missing/../to",
       // through links and backslashes
@@ -260,7 +261,7 @@ TEST_F(CopyIntoItselfByAnyWay, IsRefusedBeforeAnythingIsDone) {
   }
 }
 
-TEST_F(CopyIntoItselfByAnyWay, IsNoneBesideOrAboveTheSource) {
+TEST_F(CopyIntoItselfByAnyWay, IsNotSeenBesideOrAboveTheSource) {
   for (const std::string name : {"from2", "fro", "beside/from", "from/../to", "from/sub/../../to",
                                  "beside", "missing/from"}) {
     EXPECT_EQ(FailureOfCopying(Path("from"), Path(name)), kNoFailure) << name;
@@ -270,12 +271,12 @@ TEST_F(CopyIntoItselfByAnyWay, IsNoneBesideOrAboveTheSource) {
   EXPECT_EQ(ReadFile(Path("file")), "text");
 }
 
-TEST_F(CopyIntoItself, IsToldWhereTheWorkingDirectoryHasNoPath) {
+TEST_F(CopyIntoItself, IsNoticedWhereTheWorkingDirectoryHasNoPath) {
   const std::string from = MakeDir("from"), elsewhere = from.substr(1) + "/to";
   Make({"from/file"});
   const auto copy_elsewhere_and_into_itself = [&] {
     const std::string name(200, 'n');
-    for (int level = 0; level < 25; ++level) {  // so deep down that the system has no path for it
+    for (int level = 0; level < 25; ++level) {  // too deep for a path of the system
       fs::create_directory(name);
       fs::current_path(name);
     }
@@ -287,7 +288,7 @@ TEST_F(CopyIntoItself, IsToldWhereTheWorkingDirectoryHasNoPath) {
   EXPECT_EQ(FailureInside(copy_elsewhere_and_into_itself), ToItself("from"));
 }
 
-// The same place is not inside: each of its files refuses to be copied onto itself.
+// A directory does not lie inside itself. Each of its files refuses to be copied onto itself.
 TEST_F(CopyIntoItself, OfADirectoryOntoItselfIsRefusedByItsFiles) {
   Make({"from/empty/"});
   EXPECT_EQ(FailureOfCopying(Path("from"), Path("from")), kNoFailure);
@@ -296,7 +297,7 @@ TEST_F(CopyIntoItself, OfADirectoryOntoItselfIsRefusedByItsFiles) {
   EXPECT_THAT(Tree("from"), ElementsAre("d 755 empty", "d 755 sub", "f 644 sub/file = text"));
 }
 
-// "to/a\b" is no way through the link "to/a".
+// The path "to/a\b" does not lead through the link "to/a".
 TEST_F(CopyIntoItself, IsNotMistakenForNamesWithBackslashes) {
   Make({"other/file", "from/a\\b -> ../other", "to/a -> ../other"});
   EXPECT_EQ(FailureOfCopying(Path("from"), Path("to")), kNoFailure);

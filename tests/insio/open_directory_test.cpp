@@ -142,7 +142,7 @@ TEST_F(OpenDirectoryTest, FollowsLinksOnlyWhereItBegins) {
   EXPECT_EQ(OpenFile(Path("to_file")).State(), OpenDirectory(inside_).Look("file"));
 }
 
-TEST_F(OpenDirectoryTest, GivesModesWhateverTheUmaskToWhatIsNew) {
+TEST_F(OpenDirectoryTest, GivesNewEntriesTheirModesWhateverTheUmask) {
   Make({"source", "inside/there/file"});
   SetMode(Inside("there"), 0700);
   const ScopedUmask umask(077);
@@ -233,7 +233,7 @@ TEST_F(OpenDirectoryTest, MakesALinkWithItsTime) {
        {[&] { inside.MakeLink("new", "", 0); }, Exception("symlink - " + Inside("new"), ENOENT)}});
 }
 
-TEST_F(OpenDirectoryTest, SaysSoWhenTimesCannotBeSetOrNothingBeStored) {
+TEST_F(OpenDirectoryTest, ReportsTimesThatCannotBeSetAndDataThatCannotBeStored) {
   const OpenDirectory inside(inside_);
   inside.SyncFileSystem();
   const auto without = [](unsigned call, const std::function<void()>& action) {
@@ -253,14 +253,14 @@ TEST_F(OpenDirectoryTest, SaysSoWhenTimesCannotBeSetOrNothingBeStored) {
   EXPECT_THAT(Tree("inside"), ElementsAre("f 600 file = x", "l link -> x"));
 }
 
-TEST_F(OpenDirectoryTest, EndsACopyWithWhatItsOnlookerThrows) {
+TEST_F(OpenDirectoryTest, EndsACopyWithTheExceptionOfItsObserver) {
   const OpenFile source(Write("source", std::string(100'000, 'x')));
   const auto refuse = [](std::string_view) { throw std::range_error("enough"); };
   EXPECT_THROW(OpenDirectory(inside_).CopyFile(source, "copy", kProgram, refuse), std::range_error);
   EXPECT_THAT(Tree("inside"), IsEmpty());
 }
 
-/// What can be the same although somebody was at the file.
+/// The facts that can stay the same although somebody has changed the file.
 EntryState WithoutChangeTime(EntryState state) {
   state.changed = state.changed_nanoseconds = 0;
   return state;
@@ -433,7 +433,7 @@ TEST_F(OpenDirectoryTest, NeedsNoRightToListWhatItOnlyWritesInto) {
   EXPECT_EQ(ReadFile(Path("box/file")), "text");
 }
 
-TEST_F(OpenDirectoryTest, ClosesWhatIsReplaced) {
+TEST_F(OpenDirectoryTest, ClosesADirectoryOrFileThatIsReplaced) {
   Make({"inside/file"});
   OpenDirectory one(inside_);
   OpenDirectory other = one.MakeDirectory("other");

@@ -1,7 +1,7 @@
-// The installed library, as another program gets it.
+// The installed library, as another program sees it.
 //
-// Installed from the build tree that this test program lies in, with the tools that built it. Where
-// there is none, as for a copy of the program alone, these tests are skipped.
+// Installs it from the build tree that contains this test program, with the tools that built it.
+// Without a build tree, as for a copy of the program alone, skips these tests.
 
 #include <cctype>
 
@@ -27,7 +27,7 @@ Lines WordsOf(const std::string& text) {
   return {std::istream_iterator<std::string>(stream), {}};
 }
 
-/// The library installed into a directory, by the first test that asks for it.
+/// The library, which the first test that needs it installs into a directory.
 class Package : public testing::Test, protected TestDirectory {
  protected:
   void SetUp() override {
@@ -48,11 +48,11 @@ class Package : public testing::Test, protected TestDirectory {
     static const TestDirectory directory;
     return directory.Path() + (name.empty() ? "" : "/" + name);
   }
-  /// Where libraries go, below the installed directory.
+  /// The directory for libraries, below the installed directory.
   std::string LibraryDir() const { return Cached("CMAKE_INSTALL_LIBDIR"); }
   std::string Archive() const { return Installed(LibraryDir() + "/libKVLInsIO.a"); }
 
-  /// What the build tree was configured with.
+  /// The configuration of the build tree.
   std::string Cached(const std::string& name) const {
     std::ifstream cache(build_ + "/CMakeCache.txt");
     for (std::string line; std::getline(cache, line);) {
@@ -61,7 +61,7 @@ class Package : public testing::Test, protected TestDirectory {
     return {};
   }
 
-  /// With what everything that links the library has to be compiled, too.
+  /// The options with which everything that links the library must be compiled.
   std::string CommonFlags() const {
     if (kSanitized) return "-fsanitize=address,undefined";
     return Cached("KVL_COVERAGE") == "ON" ? "-fprofile-instr-generate" : "";
@@ -73,7 +73,7 @@ class Package : public testing::Test, protected TestDirectory {
     return RunProgram({command, env, Path()});
   }
 
-  /// Runs a command that has to work, and returns what it said.
+  /// Runs a command that must succeed, and returns its output.
   std::string Require(const std::vector<std::string>& command) const {
     const Outcome outcome = Run(command);
     EXPECT_EQ(outcome.status, 0) << testing::PrintToString(command) << "\n"
@@ -83,7 +83,7 @@ class Package : public testing::Test, protected TestDirectory {
 
   /// Compiles one file, with all warnings as errors.
   void Compile(const std::string& source, const std::string& flags) const {
-    // env finds the compiler where the cache has its mere name.
+    // env finds the compiler if the cache has only its name.
     Lines command = {"/usr/bin/env", Cached("CMAKE_CXX_COMPILER"), source};
     for (const std::string& flag :
          WordsOf("-Wall -Wextra -Wpedantic -Werror " + flags + " " + CommonFlags())) {
@@ -92,7 +92,7 @@ class Package : public testing::Test, protected TestDirectory {
     Require(command);
   }
 
-  /// Runs a command that lists a directory, in any order, and returns what it said.
+  /// Runs a command that lists a directory in any order, and returns its output.
   Lines ExpectOutcome(const std::vector<std::string>& command, int status, const std::string& err,
                       const Lines& out) const {
     const Outcome outcome = Run(command);
@@ -134,14 +134,15 @@ TEST_F(Package, HoldsThePublicHeadersAndTheLibraryAndNothingElse) {
   EXPECT_THAT(files, testing::UnorderedElementsAreArray(expected));
 }
 
-/// The lines of a file that include another.
+/// Returns the lines of a file that include another.
 Lines IncludesOf(const std::string& path) {
   Lines includes = LinesOf(ReadFile(path));
   std::erase_if(includes, [](const std::string& line) { return !line.starts_with("#include"); });
   return includes;
 }
 
-// Each is compiled as the first lines of its own source, and all of them by the test that follows.
+// Compiles each header at the beginning of a source of its own. The next test compiles all of them
+// together.
 TEST_F(Package, HasHeadersThatCompileEachByItself) {
   for (const std::string& name : kPublicHeaders) {
     const std::string source = SourceFile("insio/" + fs::path(name).stem().string() + ".cpp");
@@ -183,7 +184,7 @@ int main() { return puts(Text()) < 0; }
   EXPECT_EQ(Require({Path("program")}), "lstat - missing - No such file or directory\na/b/\n");
 }
 
-// The example project, built with what is installed.
+// Builds the example project with the installed library.
 TEST_F(Package, IsFoundByCMake) {
   const std::string cmake = Cached("CMAKE_COMMAND"), consumer = Path("build/consumer");
   Require({cmake, "-S", SourceFile("examples/consumer"), "-B", "build", "-G",
@@ -206,7 +207,7 @@ TEST_F(Package, IsFoundByCMake) {
   ExpectOutcome({consumer, "from"}, 2, "usage: consumer SOURCE DESTINATION OLD NEW\n", {});
 }
 
-// The example of the guide, built with the flags that it names.
+// Builds the example of the guide with the flags that it names.
 TEST_F(Package, IsFoundByPkgConfigWhichLeavesTheLanguageStandardOpen) {
   const auto pkg_config = [&](const std::string& what) {
     return Require({"/usr/bin/env", "pkg-config", what, "KVLInsIO"});
@@ -217,7 +218,7 @@ TEST_F(Package, IsFoundByPkgConfigWhichLeavesTheLanguageStandardOpen) {
   EXPECT_EQ(pkg_config("--modversion"), Cached("CMAKE_PROJECT_VERSION") + "\n");
   EXPECT_THAT(WordsOf(pkg_config("--cflags")),
               ElementsAre(testing::StartsWith("-I" + Installed(LibraryDir()))));
-  const std::string guide = ReadFile(SourceFile("docs/insio.md")), begin = "```cpp\n";
+  const std::string guide = ReadFile(SourceFile("docs/KVLInsIO.3.md")), begin = "```cpp\n";
   const std::size_t from = guide.find(begin) + begin.size();
   Compile(Write("example.cpp", guide.substr(from, guide.find("```\n", from) - from)),
           "-std=c++20 -o example " + pkg_config("--cflags") + pkg_config("--libs"));
@@ -239,7 +240,8 @@ struct Symbol {
   std::string name;  ///< as the linker sees it, or as it stands in the source
 };
 
-/// Part of KVLInsIO, or what the compiler makes of the standard library's templates.
+/// Returns true for names of KVLInsIO, and for those that the compiler makes from templates of the
+/// standard library.
 bool BelongsToTheLibrary(const Symbol& symbol) {
   const std::string own = "_Z(T[ISV]|GV)?Z*NK?8KVLInsIO.*";
   const std::string of_templates =
@@ -251,7 +253,7 @@ bool BelongsToTheLibrary(const Symbol& symbol) {
   return is_shared_among_programs && !MatchOf(symbol.name, of_templates).empty();
 }
 
-/// What nm finds in the archive of the library.
+/// Returns what nm finds in the archive of the library.
 class PackageArchive : public Package {
  protected:
   std::vector<Symbol> Symbols(const Lines& options) const {

@@ -10,7 +10,7 @@ namespace {
 
 using namespace KVLInsIO;
 
-// Normalising, taking apart, joining and comparing, as a model of paths has it.
+// Compares normalising, taking apart, joining and comparing with a model of paths.
 TEST(PathLaws, HoldForEveryOddPathAndEveryTwoOfThem) {
   for (const std::string& one : kOddPaths) {
     SCOPED_TRACE(one);
@@ -48,7 +48,7 @@ TEST(InsPath, CanBeLookedUpByItsHash) {
 TEST(InsPath, IsRelativeWhenMovedFromAndStaysWhenMovedOntoItself) {
   InsPath path("/usr/lib"), moved = std::move(path), assigned("relative");
   assigned = std::move(moved);
-  // NOLINTBEGIN(bugprone-use-after-move): what is left behind is the claim
+  // NOLINTBEGIN(bugprone-use-after-move): tests exactly that
   EXPECT_FALSE(path.IsAbsolute());
   EXPECT_FALSE(moved.IsAbsolute());
   // NOLINTEND(bugprone-use-after-move)

@@ -10,7 +10,7 @@ namespace {
 
 using namespace KVLInsIO;
 
-/// A directory that holds the file "file", with one line.
+/// A directory that contains the file "file", with one line.
 class Replacing : public InOwnDirectory {
  protected:
   const std::string file_ = Write("file", "old\n");
@@ -18,7 +18,7 @@ class Replacing : public InOwnDirectory {
 
 using ReplacingFailure = Replacing;
 
-/// A failure of the operation itself: no line feed at the end, unlike everywhere else.
+/// A failure of ReplaceInLines itself: its message ends without a line feed, unlike all others.
 Failure OwnFailure(const std::string& problem, const std::string& old_text = "old",
                    const std::string& new_text = "new") {
   return {typeid(std::runtime_error).name(), "KVLInsIO::ReplaceInLines: " + problem +
@@ -127,7 +127,7 @@ TEST_F(Replacing, KeepsInodeModeAndLinks) {
 
 TEST_F(Replacing, OfAReadOnlyFileLeavesItReadOnlyAlsoBehindALink) {
   Link("link", "read_only");
-  // A set-id bit goes, with the rewriting of the other nine.
+  // Rewriting the other nine bits clears a set-id bit.
   const std::vector<std::pair<unsigned, unsigned>> rows = {
       {0444, 0444}, {0400, 0400}, {0555, 0555}, {0466, 0466}, {0644, 0644}, {04555, 0555}};
   for (const auto& [mode, expected] : rows) {
@@ -141,7 +141,7 @@ TEST_F(Replacing, OfAReadOnlyFileLeavesItReadOnlyAlsoBehindALink) {
   }
 }
 
-TEST_F(Replacing, IsContentWhenItCannotRemoveTheTemporaryFile) {
+TEST_F(Replacing, SucceedsEvenIfItCannotRemoveTheTemporaryFile) {
   const FailingCall broken(FailingCall::kUnlink, EPERM, /*after=*/1);
   EXPECT_EQ(ReplaceInLines(file_, "old", "new"), 1);
   EXPECT_THAT(Tree(), ElementsAre("f 600 file_TmpRIL = new", "f 644 file = new"));
@@ -158,14 +158,14 @@ TEST_F(Replacing, TakesOneLineOfManyMegabytesInThreeTimesTheMemory) {
   EXPECT_LT(seen.memory, static_cast<long>(3 * 2 * half.size() / 1024));
 }
 
-TEST_F(ReplacingFailure, EmptyNameIsLookedAtFirst) {
+TEST_F(ReplacingFailure, ComesFirstFromAnEmptyName) {
   EXPECT_EQ(FailureOfReplacing("", "", "new"), OwnFailure("Filename is empty", "", "new"));
   EXPECT_THAT(
       [] { ReplaceInLines("", "a\nb", "\xff"); },
       testing::ThrowsMessage<std::exception>(OwnFailure("Filename is empty", "a\nb", "\xff").text));
 }
 
-TEST_F(ReplacingFailure, FileThatCannotBeOpenedOrReadIsLeftAlone) {
+TEST_F(ReplacingFailure, LeavesAFileThatCannotBeOpenedOrReadAsItIs) {
   Link("dangling", "nowhere");
   Link("loop", "loop");
   MakeSocket(*this, "socket");
@@ -174,7 +174,7 @@ TEST_F(ReplacingFailure, FileThatCannotBeOpenedOrReadIsLeftAlone) {
   MakeDir("directory");
   Link("memory", "/proc/self/mem");
   const Unchanged tree(Path());
-  // The last two are a pipe that would be waited for, and a device that never comes to an end.
+  // The last two are a pipe, which would have to be waited for, and a device, which never ends.
   for (const std::string& name :
        {std::string("missing"), std::string("file/x"), std::string("dangling"), std::string("loop"),
         std::string("socket"), TooLongName(), std::string("to_pipe"), std::string("endless")}) {
@@ -186,7 +186,7 @@ TEST_F(ReplacingFailure, FileThatCannotBeOpenedOrReadIsLeftAlone) {
   EXPECT_EQ(FailureOfReplacing(Path("a\\\\b\\")), OwnFailure("Failed to open " + Path("a//b/")));
 }
 
-TEST_F(ReplacingFailure, FileThatIsExchangedForAPipeIsNeverWaitedFor) {
+TEST_F(ReplacingFailure, NeverWaitsForAFileExchangedForAPipe) {
   Write("file", std::string(10, 'x'));
   const auto is_allowed = [this] {
     const Failure failure = FailureOfReplacing(file_);
@@ -195,7 +195,7 @@ TEST_F(ReplacingFailure, FileThatIsExchangedForAPipeIsNeverWaitedFor) {
   EXPECT_EQ(WhileExchanged(file_, Pipe("pipe"), is_allowed), "");
 }
 
-TEST_F(ReplacingFailure, TemporaryFileThatCannotBeMade) {
+TEST_F(ReplacingFailure, ComesFromATemporaryFileThatCannotBeMade) {
   const std::string long_name = Path(std::string(255, 'n'));
   Write(std::string(255, 'n'), "old");
   MakeDir("file_TmpRIL");
@@ -211,7 +211,7 @@ TEST_F(ReplacingFailure, TemporaryFileThatCannotBeMade) {
             OwnFailure("Failed to open closed/file_TmpRIL"));
 }
 
-TEST_F(ReplacingFailure, TemporaryFileThatCannotBeWritten) {
+TEST_F(ReplacingFailure, ComesFromATemporaryFileThatCannotBeWritten) {
   SetMode(Write("file", "old" + std::string(100'000, 'x') + "\r\n"), 0444);
   const Unchanged tree(Path());
   const Failure expected = OwnFailure("Failed to write file_TmpRIL");
@@ -221,14 +221,15 @@ TEST_F(ReplacingFailure, TemporaryFileThatCannotBeWritten) {
             }),
             expected);
   EXPECT_EQ(FailureInside([] {
-              // A full disk that shows on closing, behind that of the file.
+              // The disk is full, which shows when the temporary file is closed, after the file
+              // itself.
               const FailingCall late(FailingCall::kClose, ENOSPC, /*after=*/1, /*times=*/1);
               ReplaceInLines("file", "old", "new");
             }),
             expected);
 }
 
-TEST_F(ReplacingFailure, ReadErrorInTheMiddleLeavesTheFileAsItWas) {
+TEST_F(ReplacingFailure, OfReadingHalfWayLeavesTheFileAsItWas) {
   Write("file", "old\n" + std::string(100'000, 'x'));
   const Unchanged tree(Path());
   {
@@ -238,7 +239,7 @@ TEST_F(ReplacingFailure, ReadErrorInTheMiddleLeavesTheFileAsItWas) {
 }
 
 TEST_F(ReplacingFailure, OfTheModeLeavesTheTemporaryFile) {
-  // Read-only for its owner, and nobody can change that.
+  // The file is read-only for its owner, and nobody can change that.
   const std::string link = Link("link", "/proc/self/status");
   EXPECT_EQ(FailureOfReplacing(link, "Name:", "Called:"), ExceptionErrno("Chmod - " + link, EPERM));
   EXPECT_THAT(ReadFile(link + "_TmpRIL"), testing::StartsWith("Called:"));
@@ -247,7 +248,8 @@ TEST_F(ReplacingFailure, OfTheModeLeavesTheTemporaryFile) {
 TEST_F(ReplacingFailure, OfTheCopyLeavesTheTemporaryFileAndTheMode) {
   SetMode(file_, 0444);
   const auto replace = [this] {
-    const FailingCall late(FailingCall::kClose, EDQUOT, /*after=*/2);  // file and temporary file
+    const FailingCall late(FailingCall::kClose, EDQUOT,
+                           /*after=*/2);  // closes of the file and of the temporary file
     ReplaceInLines(file_, "old", "new");
   };
   EXPECT_EQ(FailureOf(replace), ExceptionErrno("Cannot write into " + file_, EDQUOT));

@@ -1,4 +1,4 @@
-// The library at work in a small program of its own, where its use of memory can be seen.
+// Runs the library in a small program of its own, where its use of memory shows.
 #pragma once
 
 #include "tests/support/outcome.h"
@@ -13,7 +13,7 @@ struct ToolSeen {
   std::string err;  ///< the message of a failure
 };
 
-/// Runs tree_tool with these words, see tree_tool.cpp. `before` is called in the new process first.
+/// Runs tree_tool with these words; see tree_tool.cpp. The new process first calls `before`.
 inline ToolSeen RunTreeTool(std::vector<std::string> words,
                             const std::function<void()>& before = {}) {
   words.insert(words.begin(), BuiltProgram("tree_tool"));

@@ -11,7 +11,7 @@ namespace {
 
 constexpr uid_t kNobody = 65534;
 
-/// Sets the limit that counts. The one up to which it may be raised again stays as it is.
+/// Sets the soft limit. The hard limit, up to which a process may raise it again, stays as it is.
 bool LimitTo(decltype(RLIMIT_FSIZE) resource, rlim_t most) {
   rlimit limit;
   if (::getrlimit(resource, &limit) != 0) return false;
@@ -67,7 +67,7 @@ std::vector<std::string> OpenDescriptors() {
   for (const fs::directory_entry& entry : fs::directory_iterator(own)) {
     std::error_code ignored;
     const fs::path target = fs::read_symlink(entry.path(), ignored);
-    // The descriptor by which this list is read.
+    // Skips the descriptor through which this list is read.
     if (target.parent_path().filename() == std::to_string(::getpid())) continue;
     descriptors.push_back(entry.path().filename().string() + " -> " + target.string());
   }
@@ -115,7 +115,7 @@ std::string WhileExchanged(const std::string& one, const std::string& other,
       }
       ::_exit(0);
     }
-    ::alarm(kMostSeconds);  // whoever waits for ever ends here
+    ::alarm(kMostSeconds);  // ends an endless wait
     int good = 0;
     while (good < kTimes && action()) ++good;
     const bool still_exchanged = ::waitpid(exchanging, nullptr, WNOHANG) == 0;

@@ -1,7 +1,7 @@
-// What lies around an operation: working directory, user, limits and descriptors of the process,
-// and what the system itself says of a file.
+// The surroundings of an operation: the working directory, user, limits and descriptors of the
+// process, and what the system says about a file.
 //
-// Enter, EnterAsOrdinaryUser, LimitFileSize and LimitDescriptors last as long as the process: call
+// Enter, EnterAsOrdinaryUser, LimitFileSize and LimitDescriptors last as long as the process. Call
 // them only in a process of its own, as in RunIsolated or IsolatedFailureOf.
 #pragma once
 
@@ -10,45 +10,45 @@
 
 namespace kvl::test {
 
-/// Throws "cannot <what>: <the error of the last call>" unless that was done.
+/// Throws "cannot <what>: <the error of the last call>" unless `done`.
 void RequireDone(bool done, const std::string& what);
 
 /// Makes the directory the working directory.
 void Enter(const TestDirectory& directory);
 
-/// As Enter, and gives the rights of root up for those of nobody in particular; any other user
-/// stays. Everybody may look into the directory afterwards. Use relative paths: the way to the
-/// directory itself may be closed.
+/// Like Enter, but also replaces the rights of root by those of an ordinary user; any other user
+/// stays. Everybody may then look into the directory. Use relative paths, because the user may lack
+/// the right to reach the directory.
 void EnterAsOrdinaryUser(const TestDirectory& directory);
 
-/// To be called in a child: the rights of root become those of nobody in particular.
+/// Called in a child: replaces the rights of root by those of an ordinary user.
 void BecomeOrdinaryUser();
 
-/// What a `before` of a program ends the process with where it cannot do its work.
+/// The status with which a program's `before` ends the process if it cannot do its work.
 inline constexpr int kImpossibleHere = 99;
 
-/// To be called in the child: the superuser, too, is to ask for permissions.
+/// Called in the child: subjects even the superuser to permissions.
 void GiveUpPermissions();
 
-/// Makes an entry the property of the user that EnterAsOrdinaryUser turns into.
+/// Gives an entry to the user of EnterAsOrdinaryUser.
 void GiveToOrdinaryUser(const std::string& path);
 
-/// No file can grow beyond this size: a write up to it is cut short, one behind it fails.
+/// Limits the size of files: a write that crosses the limit is cut short, one behind it fails.
 void LimitFileSize(unsigned bytes);
 
-/// The numbers of all open descriptors, and what they lead to.
+/// Returns the numbers and targets of all open descriptors.
 std::vector<std::string> OpenDescriptors();
 
-/// No descriptor can have this number or a higher one.
+/// Limits descriptors to numbers below `count`.
 void LimitDescriptors(unsigned count);
 
-/// The names in a directory in the order of the system, without both dots.
+/// Returns the names in a directory in the system's order, without both dots.
 std::vector<std::string> NamesInOrder(const std::string& directory);
 
-/// What stat says, links followed.
+/// Returns what stat says; follows links.
 struct stat StatusOf(const std::string& path);
 
-/// At its end, everything below the directory has to be as it was at its beginning.
+/// Expects everything below the directory to be the same at its end as at its beginning.
 class Unchanged : Undo {
  public:
   explicit Unchanged(const std::string& directory)
@@ -57,28 +57,29 @@ class Unchanged : Undo {
         }) {}
 };
 
-/// A time of struct stat in one number.
+/// A time of struct stat as one number.
 inline constexpr std::int64_t kSecond = 1'000'000'000;
 inline std::int64_t Nanoseconds(const timespec& time) {
   return time.tv_sec * kSecond + time.tv_nsec;
 }
 
-/// Rewrites a file with a text of the same length and puts its modification time, in whole seconds,
-/// back. Its change time differs afterwards, however coarse the clock.
+/// Rewrites a file with a text of the same length and restores its modification time, in whole
+/// seconds. Its change time differs afterwards, however coarse the clock is.
 void RewriteUnnoticed(const std::string& path, const std::string& text);
 
-/// A socket without anybody listening: nobody, not even root, can open it as a file.
+/// Makes a socket without a listener. Nobody, not even root, can open it as a file.
 std::string MakeSocket(const TestDirectory& directory, const std::string& name);
 
-/// Calls `action` again and again, while another process exchanges what lies at the two paths as fast
-/// as it can. Returns what went wrong: an action was not true, or did not come to an end.
+/// Calls `action` again and again, while another process exchanges the entries at the two paths as
+/// fast as it can. Returns a description of what went wrong: `action` returned false, or did not
+/// end.
 std::string WhileExchanged(const std::string& one, const std::string& other,
                            const std::function<bool()>& action);
 
-/// `beginning` and names of letters below it, such that the whole path has `length` bytes.
+/// Returns `beginning` followed by names of letters, such that the whole path has `length` bytes.
 std::string PathOfLength(std::string beginning, std::size_t length);
 
-/// A name of 300 bytes, more than any entry can have.
+/// Returns a name of 300 bytes, more than any entry can have.
 std::string TooLongName();
 
 }  // namespace kvl::test

@@ -9,7 +9,7 @@ namespace {
 using namespace KVLInsIO;
 using namespace KVLInsIO::internal;
 
-TEST(Identify, GivesDeviceAndInodeOfWhatALinkLeadsToOrChangesNothing) {
+TEST(Identify, GivesDeviceAndInodeOfALinksTargetOrChangesNothing) {
   const EveryKind world;
   for (const std::string name : {"file", "directory", "pipe", "link_to_file", "link_to_link", "",
                                  "missing", "dangling_link", "link_to_self", "file/x"}) {
@@ -32,7 +32,8 @@ TEST_F(TreeLevelTest, NamesItsEntriesByTheNormalisedPath) {
   }
 }
 
-/// Goes down the only entry of each level. The last path, and how many descriptors are open there.
+/// Goes down through the only entry of each level. Returns the last path, and how many descriptors
+/// are open there.
 std::pair<std::string, std::size_t> LowestBelow(TreeLevel& above) {
   TreeLevel level = TreeLevel::Below(above);
   if (level.Entries().IsDirectory()) return LowestBelow(level);

@@ -8,7 +8,8 @@ namespace {
 
 using Arguments = std::vector<const char*>;
 
-/// Gets the arguments as main does: behind the program's name, and with a null pointer at the end.
+/// Constructs a Launcher with the arguments that main gets: first the program's name, last a null
+/// pointer.
 Launcher LauncherWith(Arguments arguments) {
   arguments.insert(arguments.begin(), "kvl-launcher");
   arguments.push_back(nullptr);
@@ -16,7 +17,7 @@ Launcher LauncherWith(Arguments arguments) {
                   kWithoutWaiting);
 }
 
-/// Every field by its name.
+/// Returns every field by its name.
 Environment FieldsOf(const Launcher& launcher) {
   const auto flag = [](bool value) { return value ? "true" : "false"; };
   std::string passed_on;
@@ -42,7 +43,7 @@ Environment FieldsOf(const Launcher& launcher) {
 const Environment kGiven = {
     {"CurrentMediaDir", "/m"}, {"KVL_OS", "not read yet"}, {"old", "value"}};
 
-/// Compares every field with its default, but for those that are different.
+/// Expects every field to have its default, except those in `different`.
 void ExpectFields(const Launcher& launcher, const Environment& different) {
   Environment fields = {{"WaitFlag", "false"},          {"UIFlag", "false"},
                         {"InteractiveSession", "true"}, {"PassThroughArgs", ""},
@@ -56,7 +57,7 @@ void ExpectFields(const Launcher& launcher, const Environment& different) {
   EXPECT_EQ(FieldsOf(launcher), fields);
 }
 
-/// Reads the arguments, and compares all that they set: fields and variables.
+/// Reads the arguments, and compares the fields and variables that they set.
 void ExpectSets(const Arguments& arguments, const Environment& fields,
                 const Environment& variables = {}) {
   SCOPED_TRACE(testing::PrintToString(arguments));
@@ -165,7 +166,7 @@ TEST(CommandLine, WithoutCurrentMediaDirTheMediaIsAnEmptyPath) {
   EXPECT_FALSE(launcher.MediaDir.IsAbsolute());
 }
 
-TEST(CommandLine, EndsWithItsVectorItsNumberOrANullPointer) {
+TEST(CommandLine, EndsAtItsCountOrANullPointerAndMayBeMissing) {
   ExpectSets({"a", nullptr, "-wait", "b"}, {{"PassThroughArgs", "[a]"}});
   const ScopedEnv env(kGiven);
   const char* const arguments[] = {"kvl-launcher", "a", "-env", nullptr};
@@ -173,11 +174,11 @@ TEST(CommandLine, EndsWithItsVectorItsNumberOrANullPointer) {
     return Launcher(argc, argv, "installer", kWithoutUI, kWithoutWaiting);
   };
   ExpectFields(read(2, arguments), {{"PassThroughArgs", "[a]"}});
-  ExpectFields(read(0, arguments + 3), {});  // without even the program's name
+  ExpectFields(read(0, arguments + 3), {});  // without the program's name
   ExpectFields(read(5, nullptr), {});
 }
 
-TEST(CommandLine, ABadOneIsAnErrorAndStatus1BeforeAnythingElse) {
+TEST(CommandLine, WithAnErrorEndsWithAMessageAndStatus1AtOnce) {
   const std::vector<std::pair<std::vector<std::string>, std::string>> rows = {
       {{"-env"}, says::BadArgument("-env")},
       {{"-env", "A=1", "-env"}, says::BadArgument("-env")},
@@ -199,7 +200,7 @@ TEST(CommandLine, ABadOneIsAnErrorAndStatus1BeforeAnythingElse) {
   }
 }
 
-TEST(CommandLine, ABadOneNeitherUnwindsNorFlushesNorRunsHandlers) {
+TEST(CommandLine, WithAnErrorNeitherUnwindsNorFlushesNorRunsHandlers) {
   struct Noisy {
     ~Noisy() { std::fputs("unwound", stderr); }
   };

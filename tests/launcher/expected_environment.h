@@ -1,5 +1,5 @@
-// The environment that an installer is to get, worked out step by step from the environment that
-// the launcher was given. Nothing of the product is used for it.
+// The environment that an installer should get, computed step by step from the launcher's
+// environment, without any code of the product.
 #pragma once
 
 #include "tests/support/media_world.h"
@@ -8,7 +8,7 @@
 
 namespace kvl::test {
 
-/// What the environment is made from. All texts as in MediaWorld.
+/// The input of the computation. All texts as in MediaWorld.
 struct Prepared {
   std::string media = "{1}";  ///< the staging directory when staged
   std::string external = {};  ///< "inst" of an external installer media, ending in "/"
@@ -19,10 +19,10 @@ struct Prepared {
   bool software_management = false;
 };
 
-/// `env` after the setup of the installer's environment alone.
+/// Returns `env` after the setup of the installer's environment alone.
 Environment AfterSetup(Environment env, const Prepared& from);
 
-/// The installer's whole environment.
+/// Returns the installer's whole environment.
 Environment InstallerEnvironment(const MediaWorld& world, const Environment& given, Prepared from);
 
 }  // namespace kvl::test

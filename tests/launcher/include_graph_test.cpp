@@ -1,4 +1,5 @@
-// Who includes whom, read from the sources: the folders point one way, and no file reaches itself.
+// Reads from the sources which file includes which: the folders point one way, and no file includes
+// itself by way of others.
 
 #include "tests/support/outcome.h"
 #include "tests/support/test_directory.h"
@@ -6,7 +7,7 @@
 namespace kvl::test {
 namespace {
 
-/// What each folder may include beside its own files.
+/// The folders that each folder may include beside itself.
 const std::map<std::string, std::set<std::string>> kMayInclude = {
     {"insio", {}},
     {"environment", {"insio"}},
@@ -33,7 +34,7 @@ const std::map<std::string, std::set<std::string>> kMayInclude = {
     {"companion", {"companion/calls"}},
 };
 
-/// The files of the project that each of its files includes, by their path in it.
+/// The files that each file of the project includes, by their paths in the project.
 class IncludeGraph : public testing::Test {
  protected:
   void SetUp() override {
@@ -48,7 +49,7 @@ class IncludeGraph : public testing::Test {
   }
 
   std::map<std::string, std::set<std::string>> own_;
-  std::map<std::string, std::set<std::string>> system_;  ///< what stands in angle brackets
+  std::map<std::string, std::set<std::string>> system_;  ///< the names in angle brackets
 
  private:
   void Read(const std::string& folder, const std::string& name) {
@@ -73,7 +74,7 @@ std::string FolderOf(const std::string& file) {
   return fs::path(file).parent_path();
 }
 
-TEST_F(IncludeGraph, PointsOneWayAndToFilesThatAreThere) {
+TEST_F(IncludeGraph, PointsOneWayAndToExistingFiles) {
   EXPECT_GT(own_.size(), 50U);
   for (const auto& [file, includes] : own_) {
     for (const std::string& included : includes) {
@@ -85,7 +86,7 @@ TEST_F(IncludeGraph, PointsOneWayAndToFilesThatAreThere) {
 }
 
 TEST_F(IncludeGraph, HasNoCircle) {
-  // Whoever includes nothing that is left goes; what stays is a circle, or leads to one.
+  // Removes files that include no remaining file. What remains is a circle or leads to one.
   const auto is_left = [this](const std::string& file) { return own_.contains(file); };
   while (std::erase_if(own_, [&](const auto& node) {
            return std::none_of(node.second.begin(), node.second.end(), is_left);
@@ -94,7 +95,7 @@ TEST_F(IncludeGraph, HasNoCircle) {
   EXPECT_THAT(own_, IsEmpty());
 }
 
-/// The headers that the library's build file installs.
+/// Returns the headers that the library's build file installs.
 std::set<std::string> InstalledHeaders() {
   const std::string text = ReadFile(SourceFile("insio/CMakeLists.txt"));
   std::set<std::string> names;
@@ -104,7 +105,7 @@ std::set<std::string> InstalledHeaders() {
   return names;
 }
 
-TEST_F(IncludeGraph, OfInstalledHeadersHoldsThemAndTheStandard) {
+TEST_F(IncludeGraph, OfInstalledHeadersContainsOnlyThemAndStandardHeaders) {
   const std::set<std::string> installed = InstalledHeaders();
   EXPECT_GT(installed.size(), 5U);
   for (const std::string& header : installed) {
@@ -117,7 +118,7 @@ TEST_F(IncludeGraph, OfInstalledHeadersHoldsThemAndTheStandard) {
   }
 }
 
-// An installed header is found beside the one that names it, and nowhere else.
+// An installed header lies beside the header that includes it, and nowhere else.
 TEST_F(IncludeGraph, OfInstalledHeadersNamesThemWithoutAFolder) {
   for (const std::string& header : InstalledHeaders()) {
     EXPECT_EQ(ReadFile(SourceFile(header)).find("#include \"insio/"), std::string::npos) << header;

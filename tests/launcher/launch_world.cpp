@@ -10,7 +10,7 @@ std::vector<std::string> AllTexts(const MediaWorld& world, std::vector<std::stri
   return texts;
 }
 
-/// Everything in the world but what a run may leave in it.
+/// Describes the world without the parts that a run may change.
 std::vector<std::string> MediaIn(const MediaWorld& world) {
   std::vector<std::string> lines = DescribeTreeExactly(world.Path("."));
   const std::string of_the_run = "[dflp] ([0-7]+ )?(tmp|report)[ /][^]*";

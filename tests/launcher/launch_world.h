@@ -1,4 +1,4 @@
-// LaunchWorld: a MediaWorld for whole runs of the program, and what such a run is to look like.
+// LaunchWorld: a MediaWorld for whole runs of the program, and the expectations for such runs.
 #pragma once
 
 #include "tests/launcher/expected_environment.h"
@@ -8,34 +8,35 @@
 
 namespace kvl::test {
 
-/// For a Launcher that does not wait for what it starts.
+/// For a Launcher that does not wait for its installer.
 inline constexpr bool kWithoutWaiting = false;
 
-/// What lies below {tmp} after a media was staged: a copy of some pieces of it, and more. All texts
-/// as in MediaWorld.
+/// What lies below {tmp} after staging: a copy of some pieces of the media, and more. All texts as
+/// in MediaWorld.
 struct StagedTree {
-  std::string media = {};  ///< the media that was staged; empty when nothing was
+  std::string media = {};  ///< the staged media; empty if nothing was staged
   std::vector<std::string> pieces = {"inst",     "meta.TOCxml", "media.xml",
                                      "media.db", "StartGUI.sh", "StartTUI.sh"};
   std::string external_inst = {};  ///< "inst" of an external installer media, copied over that
-  /// The staging directory in the clean-up script; empty when there is no script.
+  /// The staging directory in the clean-up script; empty without a script.
   std::string script_for = "{staging}/";
   Environment also = {};  ///< further files by name, with their contents
-  /// When not empty, everything there is, described as by LaunchSeen::staged, instead of all this.
+  /// Unless empty, replaces all of the above: everything below {tmp}, as LaunchSeen::staged
+  /// describes it.
   std::vector<std::string> exactly = {};
 };
 
-/// What a run is to look like. All texts as in MediaWorld.
+/// The expected run. All texts as in MediaWorld.
 struct ExpectedRun {
   int status = 0;
   std::string out = {};
   std::string err = {};
-  /// Of the installer, its own path first; empty when it is not to be started.
+  /// The installer's arguments, its own path first; empty if it should not start.
   std::vector<std::string> arguments = {};
-  Prepared env = {};     ///< what the installer's environment is made from
+  Prepared env = {};     ///< the input of the installer's environment
   StagedTree left = {};  ///< what lies below {tmp} afterwards
 
-  // The same run with one thing different.
+  // Return the same run with one difference.
   ExpectedRun Ends(int with) const {
     return But([&](auto& run) { run.status = with; });
   }
@@ -61,27 +62,27 @@ struct ExpectedRun {
 
 class LaunchWorld : public MediaWorld {
  public:
-  /// A media in "1" with an installer and no further volume: the installer runs in place.
+  /// Makes a media in "1" with an installer and no further volume: the installer runs in place.
   LaunchWorld& OneVolume();
-  /// A media in "1" with an installer, the first of three volumes of the set SET-A. The second is
-  /// in "2", the third is missing: the installer is staged.
+  /// Makes a media in "1" with an installer, the first of three volumes of the set SET-A. The
+  /// second is in "2", the third is missing: the launcher stages the installer.
   LaunchWorld& VolumeMissing();
 
   /// Removes what earlier launches left in {tmp}.
   void EmptyTmp() const;
 
-  /// Launches the media in that directory, and claims that the run changed nothing but {tmp}. The
-  /// working directory is a text, too.
+  /// Launches the media in that directory, and expects the run to change only {tmp}. The working
+  /// directory is a text, too.
   LaunchSeen Run(const LaunchPlan& plan = {}, const std::string& media = "1");
-  /// The same, and compares everything.
+  /// Does the same, and compares everything.
   LaunchSeen Expect(const ExpectedRun& expected, const LaunchPlan& plan = {},
                     const std::string& media = "1");
 };
 
-/// One run of the media in "1" of a new world.
+/// A run of the media in "1" of a new world.
 struct RunRow {
   std::string name = {};
-  std::function<void(LaunchWorld&)> media = {};  ///< describes it, as &LaunchWorld::OneVolume does
+  std::function<void(LaunchWorld&)> media = {};  ///< makes it, as &LaunchWorld::OneVolume does
   ExpectedRun expected = {};
   LaunchPlan plan = {};
 };
@@ -89,35 +90,36 @@ void ExpectRuns(const std::vector<RunRow>& rows);
 LaunchPlan WithArguments(const std::vector<std::string>& arguments, const Environment& env = {});
 LaunchPlan WithVariables(const Environment& env);
 
-/// What a run of OneVolume, or of VolumeMissing, without any arguments is to look like.
+/// The expected run of OneVolume, or of VolumeMissing, without arguments.
 ExpectedRun InPlace();
 ExpectedRun Staged();
 
-/// The path of the installer in a media.
+/// Returns the path of the installer in a media.
 std::string InstallerOf(const std::string& media);
-/// The installer's arguments in normal mode: its path, "-CDpath", the media, and the further ones.
+/// Returns the installer's arguments in normal mode: its path, "-CDpath", the media, and further
+/// ones.
 std::vector<std::string> StartedFrom(const std::string& media,
                                      const std::vector<std::string>& further = {});
-/// The command, as messages name it, of an installer with these arguments.
+/// Returns the command for an installer with these arguments, as messages show it.
 std::string CommandOf(const std::vector<std::string>& arguments);
 
-/// The messages of a media whose installer is found, and of one without an installer.
+/// Return the messages for a media with an installer, and for one without.
 std::string SaysFoundIn(const std::string& media);
 std::string SaysNoneIn(const std::string& media);
-/// The messages of a media in {1} of three volumes that finds the second in {2}.
+/// The messages for a media in {1} of three volumes of which the scan finds the second in {2}.
 inline const std::string kTwoOfThree = says::Volumes("3", {"{1}", "{2}"});
 
-/// The text of "remove.bat"; `staging_slash` ends in "/".
+/// Returns the text of "remove.bat"; `staging_slash` ends in "/".
 std::string CleanUpScriptIn(const std::string& staging_slash);
 
-/// The text with every upper-case identifier of a staging directory written as "<id>".
+/// Returns the text with "<id>" for every upper-case identifier of a staging directory.
 std::string WithoutIdentifiers(const std::string& text);
 
-/// The tree as LaunchSeen::staged is to have it; `os` is the operating-system directory.
+/// Returns the tree in the form of LaunchSeen::staged; `os` is the operating-system directory.
 std::vector<std::string> LinesOf(const StagedTree& tree, const MediaWorld& world,
                                  const std::string& os);
 
-/// For LaunchPlan::before: a death by a signal leaves no core file.
+/// For LaunchPlan::before: prevents a core file after a death by a signal.
 void LeaveNoCore();
 
 /// Compares everything.

@@ -9,7 +9,7 @@
 namespace kvl::test {
 namespace {
 
-/// A Launcher without arguments; its fields are set by the test.
+/// A Launcher without arguments. The test sets its fields.
 class PlainLauncher : public Launcher {
  public:
   explicit PlainLauncher(bool wait = kWaitForInstaller)
@@ -32,8 +32,8 @@ TEST(Launcher, SendsAContinuationWhereItsOwnLastMessageWent) {
   EXPECT_EQ(said.err, says::Error("error") + says::More("after the error"));
 }
 
-/// Scans the media with a list that holds something already: the code, the list, and whether the media
-/// is noted as complete.
+/// Scans the media with a list that is not empty. Returns the code, the list, and whether the media
+/// counts as complete.
 std::vector<std::string> ScannedOnto(const MediaWorld& world, const std::string& media,
                                      bool software_management = false) {
   const ScopedEnv env;
@@ -56,7 +56,7 @@ TEST(Launcher, AScanAppendsTheVolumesAndNotesACompleteMedia) {
   EXPECT_THAT(ScannedOnto(world, "1"), ElementsAre("0", "already there"));
   EXPECT_THAT(ScannedOnto(world, "1", /*software_management=*/true),
               ElementsAre("1", "already there", "complete"));
-  world.Volume("1").Marker(1, "SET-A").Marker(2, "SET-A");  // one is missing
+  world.Volume("1").Marker(1, "SET-A").Marker(2, "SET-A");  // volume 3 is missing
   EXPECT_THAT(ScannedOnto(world, "1"), ElementsAre("0", "already there"));
   world.Volume("m/1").Announces("2").Marker(1, "SET-A");
   world.Volume("m/2").Marker(2, "SET-A");
@@ -118,7 +118,7 @@ TEST(Launcher, MakesTheInstallersEnvironmentFromItsFields) {
   EXPECT_EQ(EnvChanges(before, CurrentEnvironment()), EnvChanges(before, expected));
 }
 
-/// Runs a command and then gets the signal.
+/// Runs a command and then receives the signal.
 Outcome RunTrueAndRaise(int signal, bool wait) {
   return RunIsolated([&] {
     LeaveNoCore();
@@ -137,7 +137,7 @@ TEST(Launcher, LeavesTheKeyboardToTheInstallerOnlyWhenItWaits) {
   }
 }
 
-/// A whole run on the media in "1" in a process of its own.
+/// Runs the whole Launcher on the media in "1", in a process of its own.
 Outcome RunOn(const LaunchWorld& world, bool wait, int (*run)(Launcher&)) {
   return RunIsolated([&] {
     const ScopedEnv env(world.Text(Environment{{"KVL_OS", "linux"},
@@ -162,7 +162,7 @@ TEST(Launcher, WithoutAProcessSaysTwoErrorsAndHasNoExitCode) {
   EXPECT_FALSE(ReadReport(world.Path("report")).started);
 }
 
-/// Whoever guessed the names, or staged at the same reading of the clock, was there first.
+/// Somebody guessed the names, or staged at the same clock reading, and was first.
 TEST(Launcher, StagesUnderANameAtWhichNothingLies) {
   LaunchWorld world;
   world.VolumeMissing();
@@ -181,11 +181,11 @@ TEST(Launcher, StagesUnderANameAtWhichNothingLies) {
   EXPECT_EQ(DescribeTree(world.Path("tmp")), before);
 }
 
-/// Runs `launcher`, which does not wait, and then waits until its installer has ended.
+/// Runs `launcher`, which does not wait, and waits until its installer has ended.
 int RunWithoutWaiting(Launcher& launcher) {
   int ends[2];
   if (::pipe(ends) != 0) return -1;
-  const int status = launcher.Run();  // the installer inherits the end to write to
+  const int status = launcher.Run();  // the installer inherits the writing end
   ::close(ends[1]);
   char nothing;
   while (::read(ends[0], &nothing, 1) > 0) {

@@ -1,5 +1,5 @@
-// Whole runs: what the caller's streams, signals, descriptors and directory do to the launcher, and
-// what of them reaches the installer. Closed streams and blocked signals are among the conditions.
+// Whole runs: how the caller's streams, signals, descriptors and directory affect the launcher, and
+// which of them reach the installer. tests/conditions has closed streams and blocked signals.
 
 #include "tests/launcher/launch_world.h"
 
@@ -8,8 +8,8 @@ namespace {
 
 using Facts = std::map<std::string, std::string>;
 
-/// Runs a media in place and one that is staged, with something done to the launcher before it starts
-/// and an installer that ends with 7. Compares everything, and these facts of the installer.
+/// Runs a media in place and a staged one, prepares the launcher before it starts, and uses an
+/// installer that ends with 7. Compares everything, and these facts about the installer.
 void ExpectTwoRuns(const Facts& facts, const std::function<void()>& before,
                    const Environment& env = {}, int lost_stream = -1) {
   for (const bool staged : {false, true}) {
@@ -26,7 +26,7 @@ void ExpectTwoRuns(const Facts& facts, const std::function<void()>& before,
   }
 }
 
-/// Makes the stream one whose reader went away.
+/// Turns the stream into a pipe without a reader.
 void BreakPipe(int stream) {
   int ends[2];
   if (::pipe(ends) != 0) ::_exit(127);
@@ -35,7 +35,7 @@ void BreakPipe(int stream) {
   ::close(ends[1]);
 }
 
-/// Makes the stream one on a full disk.
+/// Turns the stream into one on a full disk.
 void FillDisk(int stream) {
   const int full = ::open("/dev/full", O_WRONLY);
   if (full < 0) ::_exit(127);
@@ -101,7 +101,7 @@ TEST(RunCaller, TheInstallerGetsTheCallersDescriptorsOnly) {
 TEST(RunCaller, TheInstallerIsADirectChildInTheSameGroupAndSession) {
   LaunchWorld world;
   world.OneVolume();
-  // The launcher leads a session of its own, so that its process id is known by the session's.
+  // The launcher leads its own session, so the session's id is the launcher's process id.
   Facts facts = world.Expect(InPlace(), {.before = [] { ::setsid(); }}).child.facts;
   EXPECT_EQ(facts["parent"], facts["session"]);
   EXPECT_EQ(facts["group"], facts["session"]);
@@ -119,7 +119,7 @@ TEST(RunCaller, TheInstallerHasTheCallersDirectoryUmaskAndIds) {
             std::to_string(::getuid()) + " " + std::to_string(::geteuid()));
 }
 
-/// Makes descriptor 7 a pipe from which a text can be read.
+/// Turns descriptor 7 into a pipe from which a text can be read.
 void PutAnswersIntoPipe() {
   const std::string_view text = "the answers\n";
   int ends[2];

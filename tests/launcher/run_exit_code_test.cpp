@@ -1,4 +1,4 @@
-// Whole runs: what the end of the installer makes of the launcher's exit status.
+// Whole runs: the launcher's exit status after each kind of end of the installer.
 
 #include "tests/launcher/launch_world.h"
 
@@ -8,19 +8,19 @@ namespace {
 constexpr int kHighestPassedOn = 250;
 constexpr int kAnythingElse = 255;
 
-/// The run of an installer without an exit code to pass on.
+/// The expected run of an installer that has no exit code to pass on.
 ExpectedRun WithoutExitCode(const ExpectedRun& run) {
   return run.Ends(kAnythingElse).Warns(run.err + says::CannotWait(CommandOf(run.arguments)));
 }
 
-/// The run of an installer that could not be run.
+/// The expected run of an installer that cannot be started.
 ExpectedRun NotStarted() {
   ExpectedRun expected = WithoutExitCode(InPlace());
   expected.arguments = {};
   return expected;
 }
 
-TEST(RunExitCode, IsTheInstallersUpTo250AndElse255WithAMessage) {
+TEST(RunExitCode, IsTheInstallersUpTo250AndOtherwise255WithAMessage) {
   LaunchWorld world;
   world.OneVolume();
   const std::string message = world.Text(WithoutExitCode(InPlace()).err);

@@ -1,4 +1,4 @@
-// Whole runs: where the installer is looked for, and in which order.
+// Whole runs: where the launcher looks for the installer, and in which order.
 
 #include "tests/launcher/launch_world.h"
 
@@ -16,7 +16,7 @@ std::string SaysInvalid(const std::string& media) {
   return SaysNotBelow1(media + "/") + says::NoInstallerMedia(InstallerOf(media));
 }
 
-/// A media in "1" without an installer, and installer media in these directories.
+/// Makes a media in "1" without an installer, and installer media in these directories.
 std::function<void(LaunchWorld&)> With(const std::vector<std::string>& directories) {
   return [=](LaunchWorld& world) {
     world.Volume("1");
@@ -24,7 +24,7 @@ std::function<void(LaunchWorld&)> With(const std::vector<std::string>& directori
   };
 }
 
-/// A run in place of the media {1} with the installer of the media root `root`.
+/// The expected run in place of the media {1} with the installer in the media root `root`.
 ExpectedRun StartedBy(const std::string& root, const std::string& out) {
   return {.out = out + says::InstallerMedia(InstallerOf(root)),
           .arguments = {InstallerOf(root), "-CDpath", "{1}"},
@@ -123,7 +123,7 @@ TEST(RunFindInstaller, ABlankInAnExternalMediaIsStatus12) {
   }
 }
 
-TEST(RunFindInstaller, AnythingAtTheCandidatesPlaceIsTheInstaller) {
+TEST(RunFindInstaller, TakesAnythingAtTheInstallersPath) {
   const std::string place = "inst/linux/code/bin/installer", bin = "{1}/inst/linux/code/bin";
   const ExpectedRun found = {.status = 255,
                              .out = SaysFoundIn("{1}"),
@@ -141,7 +141,8 @@ TEST(RunFindInstaller, AnythingAtTheCandidatesPlaceIsTheInstaller) {
   });
 }
 
-/// A run of an installer in the media {ext} itself, at this place, with nothing in the media before.
+/// The expected run of an installer at this place in the media {ext} itself, after the current
+/// media had none.
 ExpectedRun StartedAt(const std::string& candidate, const std::string& place) {
   return {.out = says::NoneInCurrentMedia(candidate) + kExtNamed +
                  says::NotBelowOne("{ext}/1/" + place) + says::InstallerMedia("{ext}/" + place),

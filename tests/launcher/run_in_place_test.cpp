@@ -1,4 +1,4 @@
-// Whole runs that start the installer where it is: of a media that is complete, or in management.
+// Whole runs that start the installer in place, because the media is complete or in management.
 
 #include "tests/launcher/launch_world.h"
 
@@ -47,7 +47,7 @@ TEST(RunInPlace, WithoutTMPDIRTheInstallersTEMPIsSlashTmp) {
   EXPECT_EQ(seen.child.env.at("TEMP"), "/tmp");
 }
 
-TEST(RunInPlace, OfAMediaThatIsNotComplete) {
+TEST(RunInPlace, HappensToAnIncompleteMediaInManagementOrOnRequest) {
   const ExpectedRun expected =
       InPlace().Says(Staged().out).Warns(says::Missing()).Finds(Staged().env.found);
   ExpectRuns({
@@ -60,7 +60,7 @@ TEST(RunInPlace, OfAMediaThatIsNotComplete) {
   });
 }
 
-/// What a run of the ODT installer of that media is to look like.
+/// The expected run of the ODT installer of that media.
 ExpectedRun OdtIn(const std::string& media) {
   const std::string installer = media + "/inst/linux/code/bin/" + kOdt;
   return {.out = says::FoundInCurrentMedia(installer),
@@ -72,7 +72,7 @@ void OdtInTwoMedia(LaunchWorld& world) {
   for (const char* media : {"1", "other"}) world.Volume(media).Installer().Installer("linux", kOdt);
 }
 
-TEST(RunInPlace, OdtStartsItsOwnInstallerOfTheMediaNamedByThen) {
+TEST(RunInPlace, OdtStartsItsOwnInstallerFromTheMediaNamedSoFar) {
   const Environment other = {{"CurrentMediaDir", "{other}"}};
   const std::string setting = "CurrentMediaDir={other}";
   ExpectRuns({
@@ -93,7 +93,7 @@ TEST(RunInPlace, EnvDoesNotChangeTheInstallersName) {
                {.arguments = {"-env", "KVL_Installer_EXE=other"}});
 }
 
-TEST(RunInPlace, EnvIsFollowedByAllThatIsReadLater) {
+TEST(RunInPlace, EnvAffectsEveryVariableThatIsReadLater) {
   LaunchWorld world;
   world.OneVolume();
   const Environment set = {
@@ -133,7 +133,8 @@ TEST(RunInPlace, AnEmptyOsNameDoublesASlashInTheEnvironmentOnly) {
   EXPECT_EQ(seen.child.env.at("PATH"), world.Text("{1}/inst//code/bin:/usr/bin:/bin"));
 }
 
-/// A run in software management of the media in "m/x/1", with these arguments of the installer.
+/// The expected run in software management of the media in "m/x/1", with these arguments of the
+/// installer.
 void ExpectManagement(const std::vector<std::string>& given,
                       const std::vector<std::string>& received,
                       const std::string& number_of_volumes = "3") {
@@ -146,7 +147,7 @@ void ExpectManagement(const std::vector<std::string>& given,
   world.Expect(expected.Passes(received), {.arguments = given}, "m/x/1");
 }
 
-TEST(RunSoftwareManagement, TellsActionAndGrandparentScansNothing) {
+TEST(RunSoftwareManagement, TellsActionAndGrandparentAndScansNothing) {
   const auto told = [](const std::string& action) -> std::vector<std::string> {
     return {"--mgt", "{m}", "--var", "Radio_KVLSoftwareMgtCheck?" + action + "=true"};
   };

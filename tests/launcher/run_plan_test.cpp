@@ -8,7 +8,7 @@
 namespace kvl::test {
 namespace {
 
-/// A plan for the media in "1", and all that making it has said, set and left in the state.
+/// A plan for the media in "1", and the messages, variables and state that making it left.
 struct Planned {
   RunPlan plan;
   std::string messages;
@@ -128,7 +128,7 @@ TEST(PlanRun, EndsWhereAnExternalMediaHasABlankInItsPath) {
   EXPECT_THAT(made.messages, testing::Not(testing::HasSubstr("never")));
 }
 
-TEST(RunPlan, HasNothingYetFromTheBeginning) {
+TEST(RunPlan, IsEmptyAtFirst) {
   EXPECT_EQ(RunPlan().VolumeCount, 0);
   EXPECT_FALSE(RunPlan().AtStart.UIFlag);
 }

@@ -32,7 +32,7 @@ TEST(RunQuery, EndsWithTheResultOfTheScan) {
   });
 }
 
-TEST(RunQuery, OfSiblingVolumesIsTheirNumberInEightBits) {
+TEST(RunQuery, OfSiblingVolumesEndsWithTheirNumberInEightBits) {
   for (const auto& [volumes, status] : {std::pair(3, 3), std::pair(258, 2)}) {
     LaunchWorld world;
     world.OneVolume().Volume("1").Announces(std::to_string(volumes)).Marker(1, "SET-A");
@@ -47,7 +47,7 @@ TEST(RunQuery, OfSiblingVolumesIsTheirNumberInEightBits) {
   }
 }
 
-TEST(RunQuery, IsMadeByAnyValueButTheEmptyOneAlsoByAnOption) {
+TEST(RunQuery, FollowsAnyNonEmptyValueAlsoFromAnOption) {
   const ExpectedRun one = {.status = 1, .out = SaysFoundIn("{1}")};
   LaunchWorld world;
   world.OneVolume();
@@ -58,7 +58,7 @@ TEST(RunQuery, IsMadeByAnyValueButTheEmptyOneAlsoByAnOption) {
   world.Expect(InPlace(), {.env = {{"KVLAdmODTMultiVolumes", ""}}});
 }
 
-/// To be called in the child: it has no more than 8 MiB to write into.
+/// Called in the child; leaves it 8 MiB of memory to write into.
 void GiveLittleMemory() {
   const rlimit limit = {8'388'608, 8'388'608};
   ::setrlimit(RLIMIT_DATA, &limit);

@@ -1,4 +1,4 @@
-// Whole runs of a media that is not complete: the installer is staged and started from the copy.
+// Whole runs of an incomplete media: the launcher stages the installer and starts the copy.
 
 #include "tests/launcher/launch_world.h"
 
@@ -7,7 +7,7 @@ namespace {
 
 using testing::Contains;
 
-/// The name of the staging directory of the last run.
+/// Returns the name of the last run's staging directory.
 std::string StagingName(const MediaWorld& world) {
   return fs::path(world.Text("{staging}")).filename().string();
 }
@@ -18,7 +18,7 @@ TEST(RunStaged, StartsACopyBelowAnUpperCaseIdentifierAndWarns) {
   EXPECT_EQ(WithoutIdentifiers(StagingName(world)), "<id>");
 }
 
-TEST(RunStaged, NothingIsRemovedAndEachRunHasADirectoryOfItsOwn) {
+TEST(RunStaged, RemovesNothingAndUsesANewDirectoryEachTime) {
   LaunchWorld world;
   world.VolumeMissing();
   const LaunchSeen first = world.Run();
@@ -27,7 +27,7 @@ TEST(RunStaged, NothingIsRemovedAndEachRunHasADirectoryOfItsOwn) {
   EXPECT_NE(second.child.arguments, first.child.arguments);
 }
 
-TEST(RunStaged, TheInstallerFindsTheCleanUpScriptWritten) {
+TEST(RunStaged, WritesTheCleanUpScriptBeforeTheInstallerStarts) {
   LaunchWorld world;
   world.VolumeMissing();
   SetMode(world.Directory().Write(InstallerOf("1"), "#!/bin/sh\ncat \"$2/remove.bat\"\n"), 0755);
@@ -35,7 +35,7 @@ TEST(RunStaged, TheInstallerFindsTheCleanUpScriptWritten) {
   EXPECT_THAT(seen.out, testing::EndsWith(CleanUpScriptIn(world.Text("{staging}/"))));
 }
 
-TEST(RunStaged, ByItsVariablesAndArguments) {
+TEST(RunStaged, FollowsItsVariablesAndArguments) {
   ExpectRuns({
       {"arguments come behind the staged media", &LaunchWorld::VolumeMissing,
        Staged().Passes({"-x", "a b"}), WithArguments({"-x", "a b"})},
@@ -74,7 +74,7 @@ TEST(RunStaged, AMissingTMPDIRIsMade) {
   EXPECT_EQ(ModeOf(world.Path("tmp/a/b")), 0755U);
 }
 
-TEST(RunStaged, LinksInTheMediaAreCopiedAsWhatTheyLeadTo) {
+TEST(RunStaged, CopiesTheTargetsOfLinksInTheMedia) {
   LaunchWorld world;
   world.VolumeMissing().Volume("elsewhere").File("in/it", "text");
   fs::remove(world.Path("1/media.db"));
@@ -97,7 +97,8 @@ TEST(RunStaged, AMediaBehindALinkKeepsItsName) {
   world.Expect(Staged());
 }
 
-/// A media in "1" without an installer of its own, the first of three volumes with one missing.
+/// Makes a media in "1" without an installer of its own: the first of three volumes, one of which
+/// is missing.
 void MediaWithoutInstaller(LaunchWorld& world) {
   world.Volume("1")
       .File("inst/common/reffiles/list", "replaced")
@@ -109,7 +110,7 @@ void MediaWithoutInstaller(LaunchWorld& world) {
   world.Volume("2").Marker(2, "SET-A");
 }
 
-/// What a run with the installer of the media root `root` is to look like, which is at this place.
+/// The expected run with the installer at this place in the media root `root`.
 ExpectedRun StagedFrom(const std::string& root, const std::string& before,
                        const std::string& place = "/inst/linux/code/bin/installer") {
   ExpectedRun expected = Staged();
@@ -158,8 +159,9 @@ TEST(RunStaged, WithoutAnOperatingSystemCopiesAllOfExternalInst) {
   EXPECT_THAT(seen.staged, Contains("f 644 {staging}/inst/other/file = copied"));
 }
 
-TEST(RunStaged, WithoutACleanUpScriptWhenItCannotBeOpened) {
-  // An operating-system directory of this name makes "remove.bat" a directory of the staged copy.
+TEST(RunStaged, GoesOnWithoutACleanUpScriptThatCannotBeOpened) {
+  // An operating-system directory of this name turns "remove.bat" into a directory of the staged
+  // copy.
   const std::string os = "../remove.bat", place = "/inst/../remove.bat/code/bin/installer";
   LaunchWorld world;
   MediaWithoutInstaller(world);

@@ -1,11 +1,12 @@
-// Whole runs whose staging fails: two error messages, status 1, and no installer is started.
+// Whole runs whose staging fails: the launcher writes two error messages, ends with status 1, and
+// starts no installer.
 
 #include "tests/conditions/worlds.h"
 
 namespace kvl::test {
 namespace {
 
-/// The run, failed after these pieces were copied.
+/// The expected run, which fails after it has copied these pieces.
 ExpectedRun Failed(ExpectedRun run, const std::string& reason,
                    const std::vector<std::string>& pieces = {}) {
   run.status = 1;
@@ -15,7 +16,7 @@ ExpectedRun Failed(ExpectedRun run, const std::string& reason,
   return run;
 }
 
-TEST(RunStagingFailure, AMissingDescriptionEndsItAndTheCopiedStays) {
+TEST(RunStagingFailure, AMissingDescriptionEndsTheRunAndLeavesTheCopies) {
   std::vector<std::string> copied = {"inst"};
   for (const std::string missing :
        {"meta.TOCxml", "media.xml", "media.db", "StartGUI.sh", "StartTUI.sh"}) {
@@ -29,7 +30,7 @@ TEST(RunStagingFailure, AMissingDescriptionEndsItAndTheCopiedStays) {
   }
 }
 
-TEST(RunStagingFailure, ADanglingDescriptionEndsIt) {
+TEST(RunStagingFailure, ADanglingDescriptionEndsTheRun) {
   LaunchWorld world;
   world.VolumeMissing();
   fs::remove(world.Path("1/media.xml"));
@@ -38,18 +39,18 @@ TEST(RunStagingFailure, ADanglingDescriptionEndsIt) {
                       {"inst", "meta.TOCxml"}));
 }
 
-TEST(RunStagingFailure, ADanglingLinkInInstEndsIt) {
+TEST(RunStagingFailure, ADanglingLinkInInstEndsTheRun) {
   LaunchWorld world;
   world.VolumeMissing().Volume("1").Link("inst/common/dangling", "nowhere");
   LaunchSeen seen = world.Run();
-  // How much of a directory came before the link is up to the file system.
+  // The file system decides how much of a directory comes before the link.
   EXPECT_THAT(std::exchange(seen.staged, {}),
               testing::Each(testing::ContainsRegex("^[df] [0-7]+ [{]staging[}](/inst|$)")));
   ExpectRun(world, seen,
             Failed(Staged(), "Cannot stat {1}/inst/common/dangling - No such file or directory"));
 }
 
-TEST(RunStagingFailure, MoreLinksThanTheSystemFollowsEndIt) {
+TEST(RunStagingFailure, MoreLinksThanTheSystemFollowsEndTheRun) {
   LaunchWorld world;
   world.VolumeMissing().Volume("outside/50").File("lost", "text");
   for (int step = 0; step < 50; ++step) {
@@ -64,7 +65,7 @@ TEST(RunStagingFailure, MoreLinksThanTheSystemFollowsEndIt) {
             Failed(Staged(), "Cannot stat " + link + " - Too many levels of symbolic links"));
 }
 
-TEST(RunStagingFailure, AnExternalMediaWithoutCommonEndsIt) {
+TEST(RunStagingFailure, AnExternalMediaWithoutCommonEndsTheRun) {
   ExternalWorld world;
   fs::remove_all(world.Path("ext/1/inst/common"));
   ExpectRun(world, world.Run(),
@@ -72,7 +73,7 @@ TEST(RunStagingFailure, AnExternalMediaWithoutCommonEndsIt) {
                    StagedTree().pieces));
 }
 
-TEST(RunStagingFailure, ATemporaryDirectoryThatCannotBeMadeEndsIt) {
+TEST(RunStagingFailure, ATemporaryDirectoryThatCannotBeMadeEndsTheRun) {
   struct Row {
     std::string name, tmpdir, reason;
   };
@@ -89,12 +90,12 @@ TEST(RunStagingFailure, ATemporaryDirectoryThatCannotBeMadeEndsIt) {
   }
 }
 
-TEST(RunStagingFailure, AFileSizeLimitEndsItWithAMessage) {
+TEST(RunStagingFailure, AFileSizeLimitEndsTheRunWithAMessage) {
   struct Row {
     rlim_t limit;
     std::string reason;
   };
-  // The limit stops one write half-way, and the other before its first byte.
+  // The limit stops one write half-way and the other one before its first byte.
   for (const Row& row : {Row{16384, "No space left on device"}, Row{65536, "File too large"}}) {
     ExternalWorld world;
     world.Volume("1").File("media.db", std::string(200'000, 'x'));
@@ -113,7 +114,7 @@ TEST(RunStagingFailure, AFileSizeLimitEndsItWithAMessage) {
   }
 }
 
-TEST(RunStagingFailure, AReadErrorEndsItWithItsOwnText) {
+TEST(RunStagingFailure, AReadErrorEndsTheRunWithItsOwnText) {
   ExternalWorld world;
   fs::remove(world.Path("1/StartTUI.sh"));
   world.Volume("1").Link("StartTUI.sh", "/proc/self/mem");

@@ -42,7 +42,8 @@ TEST(RunTexts, AMediaPathIsNormalised) {
   }
 }
 
-/// A media in this directory, named so to the launcher, whose installer cannot be started.
+/// Makes a media in this directory and names it in this way to the launcher, which then cannot
+/// start the installer.
 void ExpectNotStarted(const std::string& directory, const std::string& given,
                       const std::string& media, const std::string& command) {
   LaunchWorld world;
@@ -60,7 +61,7 @@ TEST(RunTexts, AnInstallerPathInQuotesIsNotQuotedAgain) {
 }
 
 TEST(RunTexts, OnlyOnePairOfQuotesIsTakenFromAMediaPath) {
-  // Split, the command begins with the path without its quotes, and that names nothing.
+  // After the split, the command begins with the path without its quotes, which names nothing.
   ExpectNotStarted("\"m\"", "\"\"m\"\"", "\"m\"",
                    "\"m\"/inst/linux/code/bin/installer \"-CDpath\" \"\"m\"\"");
 }

@@ -1,11 +1,12 @@
-// Whole runs: what the scan of the media makes of the run.
+// Whole runs: how the scan of the media decides the run.
 
 #include "tests/launcher/launch_world.h"
 
 namespace kvl::test {
 namespace {
 
-/// In that directory an installer and the first of so many volumes, and the tags of further markers.
+/// Makes in that directory an installer and the first of so many volumes, and markers with these
+/// tags.
 std::function<void(LaunchWorld&)> First(const std::string& directory, const std::string& volumes,
                                         const Environment& tags) {
   return [=](LaunchWorld& world) {
@@ -26,7 +27,7 @@ TEST(RunVolumes, AMediaOfOneVolumeRunsInPlace) {
   }
 }
 
-TEST(RunVolumes, InTheMediasOwnDirectory) {
+TEST(RunVolumes, AreFoundInTheMediaDirectory) {
   const std::string three = says::ComposedOf("3");
   ExpectRuns({
       {"all of them run in place as a single volume",
@@ -48,7 +49,7 @@ TEST(RunVolumes, InTheMediasOwnDirectory) {
   });
 }
 
-TEST(RunVolumes, InSiblingDirectories) {
+TEST(RunVolumes, AreFoundInSiblingDirectories) {
   const Environment paths = {{"KVLAdmInstVolumePath_2", "{2}"},
                              {"KVLAdmInstVolumePath_3", "{3}"},
                              {"KVLAdmInstVolumePath_4", "{4}"}};
@@ -75,7 +76,7 @@ TEST(RunVolumes, InSiblingDirectories) {
 
 constexpr char kInAm[] = "{am/1/media/1}";
 
-/// The run of such a media that is staged.
+/// The expected run of such a media that the launcher stages.
 ExpectedRun StagedFromAm(const std::string& volumes, const std::string& out,
                          const std::string& err) {
   ExpectedRun expected = Staged()
@@ -91,7 +92,7 @@ ExpectedRun StagedFromAm(const std::string& volumes, const std::string& out,
   return expected;
 }
 
-TEST(RunVolumes, InAmVolumes) {
+TEST(RunVolumes, AreFoundInAmVolumes) {
   const auto made = [](const std::string& volumes, Environment tags) {
     tags.emplace("am/1/1.txt", "AM-SET");
     return First("am/1/media/1", volumes, tags);
@@ -122,7 +123,7 @@ TEST(RunVolumes, InAmVolumes) {
   });
 }
 
-TEST(RunVolumes, OfARelativeMediaAreLookedForInItselfOnly) {
+TEST(RunVolumes, OfARelativeMediaAreOnlySearchedInTheMedia) {
   LaunchWorld world;
   world.Volume("m/1").Installer().Descriptions().Announces("2").Marker(1, "SET-A");
   ExpectedRun expected =
@@ -133,7 +134,7 @@ TEST(RunVolumes, OfARelativeMediaAreLookedForInItselfOnly) {
   world.Expect(expected, {.env = {{"CurrentMediaDir", "m/1"}}, .directory = "{}"});
 }
 
-TEST(RunVolumes, WhoseNumberIsNoIntEndTheProgramAbnormally) {
+TEST(RunVolumes, WithANumberThatIsNoIntAbortTheProgram) {
   for (const char* line :
        {"", "three", "-", "+ 3", "2147483648", "-2147483649", "99999999999999999999"}) {
     SCOPED_TRACE(line);

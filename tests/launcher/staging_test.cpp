@@ -20,7 +20,7 @@ TEST(NewStagingDirectory, IsANewNameBehindTMPDIRAsItStands) {
   EXPECT_THAT(DescribeTree(directory.Path()), IsEmpty());
 }
 
-/// The names that the process is going to make, in TMPDIR, without their "/".
+/// Returns the next names that the process will draw, in TMPDIR, without their "/".
 std::vector<std::string> NextStagingPaths(std::size_t count, const std::string& tmp) {
   MinimalStandardGenerator generator = TwinOfTheProcessGenerator();
   std::vector<std::string> paths;
@@ -28,7 +28,7 @@ std::vector<std::string> NextStagingPaths(std::size_t count, const std::string& 
   return paths;
 }
 
-TEST(FreeStagingDirectory, IsTheOneGivenWhereNothingLies) {
+TEST(FreeStagingDirectory, IsTheGivenNameIfNothingLiesThere) {
   const TestDirectory directory;
   for (const std::string& free : {directory.Path("free/"), directory.Path("missing/directory/"),
                                   directory.Write("file", "") + "/below/"}) {
@@ -37,7 +37,7 @@ TEST(FreeStagingDirectory, IsTheOneGivenWhereNothingLies) {
   EXPECT_THAT(DescribeTree(directory.Path()), ElementsAre("f 644 file = "));
 }
 
-TEST(FreeStagingDirectory, PassesOverNamesAtWhichAnythingLies) {
+TEST(FreeStagingDirectory, SkipsNamesAtWhichAnythingLies) {
   const ScopedUmask umask(022);
   const TestDirectory directory;
   const std::string tmp = directory.Path("tmp");
@@ -52,7 +52,7 @@ TEST(FreeStagingDirectory, PassesOverNamesAtWhichAnythingLies) {
   EXPECT_EQ(DescribeTree(directory.Path()), before);
 }
 
-TEST(FreeStagingDirectory, LooksWhereTheCopyGoes) {
+TEST(FreeStagingDirectory, ChecksThePathThatTheCopyUses) {
   const TestDirectory directory;
   const std::string tmp = directory.Path("a\\\\b\\");
   const std::vector<std::string> paths = NextStagingPaths(2, "a/b");
@@ -71,8 +71,8 @@ TEST(FreeStagingDirectory, EndsWhereEveryNameIsTaken) {
             tmp + paths.back().substr(1) + "/");
 }
 
-// What a staging copies, and how it fails, is seen in whole runs; here are the failures that no run
-// comes to, as its scan and its search for an installer have found what is missing.
+// Whole runs show what staging copies and how it fails. These failures never happen in a run,
+// because the scan or the search for an installer finds the missing file first.
 TEST(MakeCopies, FailsWhereInstOrAnExternalOsDirectoryIsMissing) {
   const TestDirectory directory;
   StagingRequest request{InsPath(directory.Path("m")), "", "linux", directory.Path("s/")};
@@ -89,7 +89,7 @@ TEST(MakeCopies, FailsWhereInstOrAnExternalOsDirectoryIsMissing) {
   fails(directory.Path("ext//linux"));
 }
 
-TEST(CleanUpScript, TakesTextAsItStandsAndReplacesAnExistingOne) {
+TEST(CleanUpScript, TakesAnyPathAsItStandsAndReplacesAnExistingScript) {
   const TestDirectory directory;
   directory.Write("a \"b\xff/remove.bat", std::string(5000, 'x'));
   const std::string odd = directory.Path() + "//a \"b\xff//";
@@ -97,7 +97,7 @@ TEST(CleanUpScript, TakesTextAsItStandsAndReplacesAnExistingOne) {
   EXPECT_EQ(ReadFile(directory.Path("a \"b\xff/remove.bat")), CleanUpScriptIn(odd));
 }
 
-TEST(CleanUpScript, ThatCannotBeOpenedIsPassedOverInSilence) {
+TEST(CleanUpScript, IsSkippedSilentlyIfItCannotBeOpened) {
   const ScopedUmask umask(022);
   const TestDirectory directory;
   directory.MakeDir("taken/remove.bat");

@@ -1,17 +1,17 @@
-// The volumes of a media spread over AM volumes: numbered directories with markers of their own,
-// each holding media volumes at the same relative place.
+// Scans of a media that is spread over AM volumes: numbered directories with their own markers,
+// each of which contains media volumes at the same relative place.
 
 #include "tests/media/scan_checks.h"
 
 namespace kvl::test {
 namespace {
 
-/// The first of three volumes, in the first AM volume.
+/// Makes the first of three volumes, in the first AM volume.
 const std::string kFirst = "am/4/sets/a/1: volumes=3 1=SET-A; am/4: 4=AM-A";
 const std::string kSecond = "; am/5: 5=AM-A; am/5/sets/a/2: 2=SET-A";
 const std::string kThird = "; am/6: 6=AM-A; am/6/sets/a/3: 3=SET-A";
 
-/// What every scan of this media begins with, and what it leaves in the environment.
+/// What every scan of this media says first, and leaves in the environment.
 const std::string kBeginning = R"(
  INFO: This media is composed of 3 volumes.
        Volume 1 found in: {am/4/sets/a/1}
@@ -145,8 +145,8 @@ TEST(AmLayout, CountsAVolumeWhoseMarkerCannotBeReadAsAbsent) {
   }
 }
 
-/// A media with relative names leads from one AM volume back into the first one, since a relative
-/// path between relative directories has no common beginning; unless a link is in between.
+/// With relative names, the way into another AM volume leads back into the first one, because
+/// MakeRelative finds no common beginning of relative paths. Only a link between them changes that.
 TEST(AmLayout, OfARelativeMediaGoesThroughTheRelativePath) {
   MediaWorld world;
   world.Make("am/1/x/1: volumes=2 1=SET-A; am/1: 1=AM-A; other/deep/2: 2=AM-A");

@@ -6,8 +6,8 @@
 namespace kvl::test {
 namespace {
 
-/// A media {w/9/am/x/1}, its first volume alone. {w/9} is an AM volume, so that no search goes on
-/// above it; what lies in {w/9/am} is the test's.
+/// A media {w/9/am/x/1} with only its first volume. {w/9} is an AM volume, so no search goes on
+/// above it. The test decides what lies in {w/9/am}.
 struct SearchedMedia {
   MediaWorld world;
   VolumeBuilder am = world.Volume("w/9/am");
@@ -56,7 +56,7 @@ TEST(AmSearch, TakesFilesNamedByOneOrTwoCharactersThatReadAsANumber) {
   }
 }
 
-TEST(AmSearch, PassesFilesWithOtherNames) {
+TEST(AmSearch, SkipsFilesWithOtherNames) {
   const std::vector<std::string> rows = {
       "0.txt", "00.txt", "-1.txt", "a.txt",  "a1.txt", "100.txt", "001.txt",
       ".txt",  "1",      "1.TXT",  "1.text", "1.txt~", "1.tx",    "12txt",
@@ -99,7 +99,7 @@ TEST(AmSearch, TakesALinkToAFile) {
   media.ExpectFoundInAm(5);
 }
 
-TEST(AmSearch, PassesADirectoryAndALinkToOne) {
+TEST(AmSearch, SkipsADirectoryAndALinkToOne) {
   SearchedMedia media;
   media.am.Dir("5.txt").Link("6.txt", "{w}");
   media.ExpectFoundAtTheTop();
@@ -116,7 +116,7 @@ TEST(AmSearch, EndsAtAMarkerThatCannotBeReadOrHasNoTag) {
       {"1a.txt", [](SearchedMedia& media) { media.am.File("1a.txt", "mtbdir=AM-A\n"); }},
       {"6.txt", [](SearchedMedia& media) { media.am.Link("6.txt", "{nowhere}"); }},
       {"7.txt", [](SearchedMedia& media) { MakeUnopenable(media.world.Path("w/9/am/7.txt")); }},
-      // The backslash makes it another path.
+      // The backslash turns it into another path.
       {"1\\.txt", [](SearchedMedia& media) { media.am.File("1\\.txt", "MTBDIR=AM-A\n"); }},
   };
   for (const Row& row : rows) {
@@ -148,7 +148,7 @@ TEST(AmSearch, ClimbsSeveralLevels) {
 = 0 AMRelativePath=a/b/c/d FirstAMPath={w/3} FirstAMVolume=3 MTBDIR=AM-A VolumesCount=2)");
 }
 
-/// The marker lies beyond the first name of the relative path.
+/// The marker lies above the first name of the relative path.
 TEST(AmSearch, WithoutAMarkerOnTheWayUpFailsSilently) {
   MediaWorld world;
   world.Make("a/b/1: volumes=2 1=SET-A; .: 5=AM-A");
@@ -158,7 +158,7 @@ TEST(AmSearch, WithoutAMarkerOnTheWayUpFailsSilently) {
 = 0 MTBDIR=SET-A VolumesCount=2)");
 }
 
-TEST(AmSearch, PassesADirectoryWhoseListIsBrokenOff) {
+TEST(AmSearch, SkipsADirectoryWhoseListBreaksOff) {
   SearchedMedia media;
   const FailingCall failing(FailingCall::kReadDir, EIO);
   media.ExpectOnScan("= 0 MTBDIR=SET-A VolumesCount=2");

@@ -1,4 +1,5 @@
-// All volumes in one directory: the markers 2.txt, 3.txt, ... beside 1.txt.
+// Scans of a media with all volumes in one directory: the markers 2.txt, 3.txt, ... lie beside
+// 1.txt.
 
 #include "tests/media/scan_checks.h"
 
@@ -15,7 +16,7 @@ constexpr char kIncomplete[] = R"(
 2> WARN: Missing volumes. Please make sure you copied everything correctly.
 = 0 MTBDIR=SET-A VolumesCount=3)";
 
-/// A media {1} of three volumes, none but the first one there yet.
+/// A media {1} of three volumes, of which only the first exists yet.
 struct FlatMedia {
   MediaWorld world;
   VolumeBuilder media = world.Volume("1");

@@ -1,5 +1,5 @@
-// Media that announce so many volumes that nobody can look for each: the answer is the one that
-// trying every number would give, and depends in its time on what is there alone.
+// Media that announce more volumes than anybody can look for one by one. The scan answers as if it
+// had tried every number, but its time depends only on the entries that exist.
 
 #include "tests/media/scan_checks.h"
 
@@ -35,7 +35,7 @@ TEST(HugeCount, InTheSiblingLayoutFindsSomeOfTheVolumes) {
 = 0 {m/500} {m/2147483647} MTBDIR=SET-A VolumesCount=2147483647)");
 }
 
-/// The AM volume 8 lies before the first one, 2147483656 behind the last one.
+/// AM volume 8 comes before the first one, AM volume 2147483656 after the last one.
 TEST(HugeCount, InTheAmLayoutFindsSomeOfTheVolumes) {
   ExpectScan(
       "am/9/sets/1: volumes=2147483647 1=SET-A; am/9: 9=AM-A; am/10: 10=AM-A; "
@@ -66,7 +66,7 @@ TEST(HugeCount, OfAnEmptyMediaDirectoryIsLookedForInTheRoot) {
 = 0 /77 MTBDIR=SET-A VolumesCount=2147483647)");
 }
 
-/// So many that the directory is listed.
+/// So many that the scan lists the directory.
 constexpr int kManyVolumes = 150;
 
 TEST(ManyVolumes, AllInTheMediaDirectoryAreCounted) {

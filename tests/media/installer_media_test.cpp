@@ -8,7 +8,7 @@
 namespace kvl::test {
 namespace {
 
-/// All texts as in MediaWorld, whose directory is the working directory.
+/// All texts as in MediaWorld. Its directory is the working directory.
 struct MediaRow {
   std::string name;
   std::vector<std::string> directories;  ///< that hold an installer
@@ -18,7 +18,7 @@ struct MediaRow {
   bool quiet = kWithVerdict;
 };
 
-/// Claims, too, that the media is left as it is.
+/// Also expects the media to stay as it is.
 void ExpectValidation(const MediaWorld& world, const MediaRow& row) {
   const Undo leave([before = fs::current_path()] { fs::current_path(before); });
   fs::current_path(world.Path("."));
@@ -56,7 +56,7 @@ const std::string kHasBlank =
 2>       and run the installer again.
 = blank in directory  )";
 
-/// `way` leads from the media's "inst" to the installer.
+/// `way` is the path from the media's "inst" to the installer.
 std::string NotBelow1(const std::string& media, const std::string& way = kUsual) {
   return says::NotBelowOne(media + "/1/inst/" + way);
 }

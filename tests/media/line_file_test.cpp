@@ -27,7 +27,7 @@ TEST(LineFile, GivesTheLinesWithoutTheirEnds) {
   EXPECT_THAT(AllLines(directory.Write("c", "\n\n")), ElementsAre("", ""));
 }
 
-TEST(LineFile, CutsALongLineAndPassesOverItsRest) {
+TEST(LineFile, CutsALongLineAndSkipsItsRest) {
   TestDirectory directory;
   for (const std::size_t more : {0UL, 1UL, 70'000UL}) {
     const std::string contents = std::string(kLongest + more, 'x') + "\nnext\n";
@@ -38,13 +38,13 @@ TEST(LineFile, CutsALongLineAndPassesOverItsRest) {
                 ElementsAre(std::string(kLongest, 'x')))
         << more;
   }
-  // A carriage return that is the last byte to be kept does not make the line a whole one.
+  // A carriage return as the last kept byte does not make the line complete.
   const std::string contents = std::string(kLongest - 1, 'x') + "\rrest\nnext\n";
   EXPECT_THAT(AllLines(directory.Write("file", contents)),
               ElementsAre(std::string(kLongest - 1, 'x'), "next"));
 }
 
-/// The most memory that this process has had resident at any time, in KiB.
+/// Returns the peak resident memory of this process, in KiB.
 long MostMemory() {
   rusage usage;
   ::getrusage(RUSAGE_SELF, &usage);
@@ -72,7 +72,7 @@ TEST(LineFile, TakesALineOfATebibyteWithLittleMemoryAndAtOnce) {
 TEST(LineFile, GivesNoHalfLineWhenAReadFails) {
   TestDirectory directory;
   const std::string path = directory.Write("file", std::string(40'000, 'x') + "\n");
-  for (const int error : {EIO, EAGAIN}) {  // EAGAIN is what a read that would have to wait gives
+  for (const int error : {EIO, EAGAIN}) {  // a read that would have to wait gives EAGAIN
     const FailingCall failing(FailingCall::kRead, error, /*after=*/1);
     LineFile file(path);
     std::string line;
@@ -109,7 +109,7 @@ TEST(LineFile, ReadsAFileOfTheSystemThatClaimsToBeEmpty) {
   EXPECT_THAT(AllLines(path), ElementsAre("Linux"));
 }
 
-TEST(LineFile, ComesToAnEndWhereAFileOfTheSystemHasNone) {
+TEST(LineFile, EndsEvenIfAFileOfTheSystemDoesNot) {
   LineFile file("/proc/self/pagemap");
   if (file.Error() != 0) GTEST_SKIP() << "the system does not let us read it";
   std::size_t bytes = 0;

@@ -10,7 +10,7 @@ using namespace std::string_literals;
 
 TEST(MarkerName, IsTheDecimalNumberAndTxt) {
   constexpr std::int64_t kGreatestCount = std::numeric_limits<std::int32_t>::max();
-  // The last is that of the greatest media whose first AM volume has the greatest number.
+  // The last number belongs to the largest media in the first AM volume with the greatest number.
   const std::map<std::int64_t, std::string> rows = {
       {1, "1.txt"},     {2, "2.txt"},
       {10, "10.txt"},   {kGreatestCount, "2147483647.txt"},
@@ -32,7 +32,7 @@ TEST(VolumeOfMarkerName, ReadsTheOneOrTwoCharactersBeforeTxt) {
   EXPECT_EQ(kNoVolume, -1);
 }
 
-/// Compares the tags of markers with these contents.
+/// Compares the tags of markers that have these contents.
 void ExpectTags(const std::map<std::string, std::string>& rows) {
   const TestDirectory directory;
   for (const auto& [contents, tag] : rows) {
@@ -110,7 +110,7 @@ TEST(ReadMarker, SaysWhyItHasNoText) {
   }
 }
 
-TEST(ReadFirstLine, IsTheTextUpToTheLineEndAndOfAnEmptyFileNothing) {
+TEST(ReadFirstLine, IsTheTextUpToTheLineEndAndNothingOfAnEmptyFile) {
   const std::map<std::string, std::optional<std::string>> rows = {
       {"one\r\ntwo\n", "one"}, {"one", "one"}, {"\n", ""}, {"", std::nullopt}};
   const TestDirectory directory;

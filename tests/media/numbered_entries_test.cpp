@@ -12,7 +12,7 @@ using Numbers = std::vector<VolumeNumber>;
 using Names = std::vector<std::string>;
 
 constexpr VolumeNumber kGreatestInt = std::numeric_limits<std::int32_t>::max();
-/// So many that the directory is listed.
+/// So many that ForEachNumber lists the directory.
 constexpr NumberRange kMany = {2, kGreatestInt};
 
 Numbers Visited(const std::string& directory, NumberRange range, std::string_view extension = "") {
@@ -95,7 +95,7 @@ TEST(ForEachNumber, VisitsEveryNumberWhereNothingCanBeListed) {
   const std::string file = directory.Write("7", "");
   EXPECT_EQ(Visited(directory.Path("missing"), {5, 1004}), AllFrom(5, 1000));
   EXPECT_EQ(Visited(file, {5, 1004}), AllFrom(5, 1000));
-  for (const int names : {0, 3}) {  // none, and all of them with both dots
+  for (const int names : {0, 3}) {  // none, and all of them including "." and ".."
     const FailingCall list_breaks_off(FailingCall::kReadDir, EIO, /*after=*/names);
     EXPECT_EQ(Visited(directory.Path(), {5, 1004}), AllFrom(5, 1000)) << names;
   }

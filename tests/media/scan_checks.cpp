@@ -26,7 +26,7 @@ std::string TranscriptOfScan(const std::string& media, const Environment& env = 
   return text;
 }
 
-/// Nothing when the process cannot enter the world.
+/// Returns nothing if the process cannot enter the world.
 std::optional<std::string> TranscriptInWorld(
     const MediaWorld& world, const std::string& media,
     const std::function<bool(const std::string&)>& can_enter) {
@@ -45,7 +45,7 @@ bool WorkIn(const std::string& directory) {
   return ::chdir(directory.c_str()) == 0;
 }
 
-/// An ordinary user may change the root directory in a user namespace of its own, if at all.
+/// An ordinary user may at most change the root directory in a user namespace.
 bool MakeRoot(const std::string& directory) {
   return WorkIn(directory) &&
          (::chroot(".") == 0 || (::unshare(CLONE_NEWUSER) == 0 && ::chroot(".") == 0));
@@ -83,7 +83,7 @@ void ExpectScanInOwnRoot(const MediaWorld& world, const std::string& media,
 }
 
 void MakeUnopenable(const std::string& path) {
-  // A socket that nobody listens on.
+  // A socket without a listener.
   if (::mknod(path.c_str(), S_IFSOCK | 0600, 0) != 0) {
     throw std::runtime_error("cannot make " + path);
   }

@@ -1,4 +1,5 @@
-// Every volume in a directory of its own, named by its number, beside the media directory.
+// Scans of a media with every volume in a directory of its own, named by its number, beside the
+// media directory.
 
 #include "tests/media/scan_checks.h"
 
@@ -94,7 +95,7 @@ TEST(SiblingLayout, FollowsALinkToAVolumesDirectoryAndNamesTheLink) {
   ExpectScan(world, "m/1: volumes=3 1=SET-A; elsewhere: 2=SET-A; m/3: 3=SET-A", kCompleteSiblings);
 }
 
-TEST(SiblingLayout, CompleteIsNotOvertakenByAnAmVolumeAbove) {
+TEST(SiblingLayout, IfCompletePrecedesAnAmVolumeAbove) {
   ExpectScan("m/1: volumes=3 1=SET-A; m/2: 2=SET-A; m/3: 3=SET-A; m: 5=AM-A", kCompleteSiblings);
 }
 

@@ -1,5 +1,5 @@
-// What a scan does before it looks for the layouts, and media at the ends of the file system. The
-// layouts have tests of their own.
+// What a scan does before it tries the layouts, and media at the ends of the file system. Each
+// layout has its own tests.
 #include "media/volume_scan.h"
 
 #include "tests/media/scan_checks.h"
@@ -9,11 +9,11 @@
 namespace kvl::test {
 namespace {
 
-/// What "all is there, and nothing more needs to be done" looks like.
+/// The transcript of a silently complete media.
 constexpr char kSilentlyComplete[] = "\n= 1";
 constexpr char kSilentlyFailed[] = "\n= 0";
 
-TEST(ScanOutcome, IsAFailureUnlessToldOtherwise) {
+TEST(ScanOutcome, IsAFailureByDefault) {
   const ScanOutcome outcome;
   EXPECT_EQ(outcome.code, kScanFailed);
   EXPECT_FALSE(outcome.complete);
@@ -122,7 +122,7 @@ TEST(ScanMediaVolumes, ThrowsWhenVolumesTxtDoesNotBeginWithAnInt) {
   }
 }
 
-/// There is no marker: the numbers are not tried one by one.
+/// Without the marker of volume 1, the scan tries none of the numbers.
 TEST(ScanMediaVolumes, TakesTheGreatestIntForACount) {
   ExpectScan("1: volumes=2147483647", R"(
  INFO: This media is composed of 2147483647 volumes.
@@ -153,7 +153,7 @@ TEST(ScanMediaVolumes, FailsWithoutATagInTheFirstMarker) {
   }
 }
 
-TEST(ScanMediaVolumes, EmptiesWhatTheCallersEnvironmentHeld) {
+TEST(ScanMediaVolumes, EmptiesItsVariablesInTheCallersEnvironment) {
   const Environment old = {
       {"KVLAdmInstVolumesCount", "7"},     {"KVLAdmInstMTBDIR", "OLD"},
       {"KVLAdmInstFirstAMVolume", "7"},    {"KVLAdmInstFirstAMPath", "/old"},
@@ -216,7 +216,7 @@ TEST(ScanMediaVolumes, ClimbsUpToTheRootDirectoryForAnAmVolume) {
  INFO: This media is composed of 2 volumes.
        Volume 1 found in: /media/x/1
 = 0 MTBDIR=SET-A VolumesCount=2)");
-  // From the root the relative path lacks its first character.
+  // A relative path from the root lacks its first character.
   world.Make(".: 3=AM-A; 4: 4=AM-A; 4/edia/x/2: 2=SET-A");
   ExpectScanInOwnRoot(world, "/media/x/1", R"(
  INFO: This media is composed of 2 volumes.
@@ -227,7 +227,7 @@ TEST(ScanMediaVolumes, ClimbsUpToTheRootDirectoryForAnAmVolume) {
 = 2 /4/edia/x/2 AMRelativePath=edia/x FirstAMPath=/ FirstAMVolume=3 MTBDIR=AM-A VolumesCount=2)");
 }
 
-/// Nothing lies above the first name of a relative path, and joining that nothing gives the root.
+/// The parent of a single relative name is empty, and joining an empty path gives the root.
 TEST(ScanMediaVolumes, OfASingleRelativeNameLooksForSiblingsInTheRoot) {
   MediaWorld world;
   world.Make("media: volumes=2 1=SET-A; 2: 2=SET-A");

@@ -1,4 +1,4 @@
-"""Chooses the calls to fail, has a run tried for each failure, and reports."""
+"""Chooses the system calls that fail, tries a run for each failure, and reports."""
 
 import argparse
 import os
@@ -17,17 +17,17 @@ from companion import CompanionJudge
 from launch import Call
 from verdict import FAILED, OUTCOMES, Judge
 
-# On the way to a file by its path.
+# Errors on the way to a file by its path.
 _PATH = "EACCES EIO ELOOP ENAMETOOLONG ENOENT ENOMEM EPERM ESTALE"
 _CHANGE = _PATH + " EDQUOT ENOSPC EROFS"
 _OPEN = " EMFILE ENFILE EINTR EAGAIN"
-# A directory counts as empty after two of them, so that every one that there is must be tried.
+# The launcher takes a directory for empty after two of these errors, so each error needs a run.
 _OPEN_DIRECTORY = (
     " EBADF EBUSY EDQUOT EEXIST EFBIG EINVAL EISDIR ENODEV ENOSPC ENOSYS ENOTDIR ENXIO EOPNOTSUPP"
     " EOVERFLOW EROFS ETIMEDOUT ETXTBSY"
 )
 # The errors that Linux and its file systems give, or a sandbox that forbids the call (EPERM,
-# EACCES). ENOSYS stands for systems older than the call, ECHILD for a caller that takes children.
+# EACCES). ENOSYS stands for a system older than the call, ECHILD for a caller that reaps children.
 _ERRORS = {
     "access faccessat faccessat2 stat lstat newfstatat statx statfs readlink readlinkat": _PATH,
     "fstat": "EACCES EIO ENOMEM ESTALE",
@@ -49,13 +49,13 @@ _ERRORS = {
     "execve": _PATH + _OPEN,
 }
 _ERRORS_OF = {name: errors for names, errors in _ERRORS.items() for name in names.split()}
-# A "try again" for ever leaves no way but to wait, so there "for ever" is this many times: more
-# than there are calls to the end, or as many as a launch can wait for in its time.
+# The program can only wait while a call always says "try again". So "always" is this many times
+# here: more than there are calls to the end, or as many as a launch can wait for in its time.
 _MANY_TIMES = {"error=EINTR": 1000, "error=EAGAIN": 200}
 
 
 def failures(call: Call) -> list[str]:
-    """All that it may answer instead, as strace is to be told; none when it is not failed."""
+    """Returns all failures of the call, in strace's notation; none if the call never fails here."""
     errors = _ERRORS_OF.get(call.name, "")
     if call.name in ("open", "openat") and "O_CREAT" in call.arguments:
         errors = _CHANGE + _OPEN
@@ -63,25 +63,25 @@ def failures(call: Call) -> list[str]:
         errors += _OPEN_DIRECTORY
     found = [f"error={name}" for name in errors.split()]
     if call.name in ("read", "pread64"):
-        found.append("retval=0")  # the end of a file before its time
-    # A write that takes one byte. strace only says so, and nothing is written; what goes on with
-    # the rest cannot be tried in this way.
+        found.append("retval=0")  # the file ends early
+    # A write that takes one byte. strace only pretends this and writes nothing, so these runs
+    # cannot show how the program writes the rest.
     if call.name == "write" and re.match(r"[0-9]+<.*/t/(?!.*/remove\.bat>)", call.arguments):
         found.append("retval=1")
     return found
 
 
 def faults(call: Call, failure: str) -> tuple[str, str]:
-    """The failure of a call, once and from then on, nearly as strace takes it."""
+    """Returns the failure of a call, once and from then on, nearly in strace's notation."""
     times = _MANY_TIMES.get(failure)
     once = f"{call.label}:{failure}:when={call.number}"
     return once, once + (f"..{call.number + times - 1}" if times else "+")
 
 
 def calls_to_fail(made: list[Call]) -> list[Call]:
-    """From the look at the streams, or at the processors, with which main begins. strace counts in
-    each process on its own: a call of the child can be told apart only when the launcher has none of
-    its name."""
+    """Returns the calls from the beginning of main on, which first looks at the streams or at the
+    processors. strace counts the calls of each process separately, so a call of the child is
+    distinct only if the launcher makes none of that name."""
     own = {call.label for call in made} - {"execve"}
     begin = next(i for i, call in enumerate(made) if call.name == "poll" or counts_processors(call))
     return [
@@ -96,8 +96,9 @@ def counts_processors(call: Call) -> bool:
 
 
 def some_faults(calls: list[Call]) -> Iterator[str]:
-    """Of every call: the first, the middle and the last one, each with another error, the middle
-    one with all that follow, and one with each wrong result that it may give."""
+    """Yields for every kind of call failures of the first, the middle and the last call, each with
+    a different error; for the middle one also together with all following calls; and one failure
+    for each wrong result that the call can give."""
     for label in dict.fromkeys(call.label for call in calls):
         same = [call for call in calls if call.label == label]
         for turn, call in enumerate([same[0], same[len(same) // 2], same[-1]]):
@@ -109,17 +110,20 @@ def some_faults(calls: list[Call]) -> Iterator[str]:
 
 
 def main() -> int:
-    parser = argparse.ArgumentParser(prog="scripts/faults")
-    parser.add_argument("--programs", type=Path, required=True, help="instead of the release")
-    parser.add_argument("--quick", action="store_true", help="a few runs for each call")
-    parser.add_argument("--only", default="", help="a regex like 'staged: read:error=EIO:when=2'")
-    parser.add_argument("--report", type=Path, default=os.devnull, help="gets a line for each call")
+    parser = argparse.ArgumentParser(prog="scripts/faults", description=__doc__)
+    parser.add_argument("--programs", type=Path, required=True,
+                        help="test those in this directory (the release)")
+    parser.add_argument("--quick", action="store_true", help="make only a few runs for each call")
+    parser.add_argument("--only", default="", metavar="REGEX",
+                        help="make only matching runs, as in 'staged: read:error=EIO:when=2'")
+    parser.add_argument("--report", type=Path, default=os.devnull,
+                        help="write a line for each call to this file")
     options = parser.parse_args()
     report = options.report.open("w")
     probe = ["strace", "-o", os.devnull, "--inject=getppid:error=EPERM", "true"]
     if subprocess.run(probe, stderr=subprocess.DEVNULL).returncode != 0:
-        print("skipped", "all", "strace is not permitted here", sep="\t", file=report)
-        sys.exit("strace is not permitted here")
+        print("skipped", "all", "strace may not trace here", sep="\t", file=report)
+        sys.exit("strace may not trace here; allow ptrace")
     programs = options.programs.resolve()
     judges: dict[str, Judge | CompanionJudge] = {
         **{kind: Judge(programs / "kvl-launcher", kind) for kind in launch.KINDS},
@@ -129,7 +133,7 @@ def main() -> int:
     for kind, judge in judges.items():
         calls = calls_to_fail(judge.usual.made)
         left_out = {call.label for call in judge.usual.made} - {call.label for call in calls}
-        print(f"not failed in {kind}: {' '.join(sorted(left_out))}")
+        print(f"calls that never fail in {kind}: {' '.join(sorted(left_out))}")
         every = (f for call in calls for failure in failures(call) for f in faults(call, failure))
         wanted = dict.fromkeys(some_faults(calls) if options.quick else every)
         tasks += [(kind, f) for f in wanted if re.search(options.only, f"{kind}: {f}")]

@@ -1,4 +1,4 @@
-"""Small medias, launches from them under strace, and what was seen of these."""
+"""Small media, launches from them under strace, and the observations of each launch."""
 
 import os
 import re
@@ -9,16 +9,17 @@ from pathlib import Path
 from typing import NamedTuple
 
 LONGEST_SECONDS = "10"
-# The calls of the launcher, and of its child until that becomes the installer.
+# Traces the launcher, and its child until that becomes the installer.
 UNTIL_INSTALLER = ("-ff", "-b", "execve")
 _IDENTIFIER = re.compile(r"[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}")
 _OUTER, _SET = "MTBDIR=OUTER\n", "MTBDIR=SET\n"
 _MODIFIED = 1_600_000_000_123_456_789  # long ago, with a part of a second that a copy drops
-# A descriptor that a launcher is started with and that its installer is to have.
+# A descriptor that the launcher inherits and that its installer must have.
 _GIVEN = os.dup2(os.open(os.devnull, os.O_RDONLY), 77)
 
-# Reports its descriptor, signal settings, arguments and environment. Further descriptors tell
-# nothing: a close that strace lets fail is none. While it waits for a program its signals differ.
+# Reports its descriptor, signal settings, arguments and environment. Other descriptors tell
+# nothing: a close that strace lets fail does not happen. The script does not start programs before
+# it reads its signals, because they differ while it waits for one.
 _INSTALLER = f"""#!/bin/sh
 exec >>"$FAULTS_REPORT"
 echo started
@@ -34,14 +35,14 @@ _ON_MEDIA = {
     "inst/volumes.txt": "3\n",
     "inst/common/notes": "notes\n",
     "inst/common/sub/data": "data\n",
-    # More than fits into the launcher's buffer, so that it is copied in two pieces.
+    # Does not fit into the launcher's buffer, so that it is copied in two pieces.
     "inst/linux/big": "0123456789" * 7000,
     **dict.fromkeys(("meta.TOCxml", "media.xml", "media.db", "StartGUI.sh", "StartTUI.sh"), "text"),
 }
 _MODES = {"notes": 0o664, "data": 0o400, "installer": 0o755}
-# For each kind of launch: the media's place, the arguments, and what else there is.
+# For each kind of launch: the media's place, the arguments, and further files.
 KINDS: dict[str, tuple[str, list[str], dict[str, str]]] = {
-    # An outer set of volumes, of which the third is missing: every layout is looked for.
+    # An outer set of volumes without the third, so that the launcher tries every layout.
     "staged": ("1/m/1", [], {"1/1.txt": _OUTER, "2/2.txt": _OUTER, "2/m/2/2.txt": _SET}),
     "in place": ("1", [], {"2/2.txt": _SET, "3/3.txt": _SET}),
     # So many volumes that the launcher lists directories instead of trying each number.
@@ -61,7 +62,7 @@ KINDS: dict[str, tuple[str, list[str], dict[str, str]]] = {
 
 
 class Surprise(Exception):
-    """The launch did not end as it may end."""
+    """The launch did not end in a permitted way."""
 
 
 class Entry(NamedTuple):
@@ -71,7 +72,7 @@ class Entry(NamedTuple):
 
 
 def describe(root: Path) -> dict[str, Entry]:
-    """Everything below `root` by its relative path."""
+    """Returns everything below `root`, by its relative path."""
     tree = {}
     for path in root.rglob("*"):
         status, contents = path.lstat(), path.read_bytes() if path.is_file() else b""
@@ -82,11 +83,11 @@ def describe(root: Path) -> dict[str, Entry]:
 class Call(NamedTuple):
     """A system call as strace writes it."""
 
-    label: str  # the name; of the launcher's child with " (child)" behind it
-    number: int  # among all of its label
+    label: str  # the name; " (child)" follows for a call of the launcher's child
+    number: int  # among the calls of this label
     arguments: str
-    error: str  # its name; empty when there was none
-    remark: str  # what else strace says about its end
+    error: str  # the error's name; empty without one
+    remark: str  # what else strace writes about the result
 
     @property
     def name(self) -> str:
@@ -94,7 +95,7 @@ class Call(NamedTuple):
 
     @property
     def path(self) -> str:
-        """The path it names, from that of its descriptor if need be, else that one, or nothing."""
+        """The path it names, behind that of its descriptor; without one, the descriptor's path."""
         named = re.search(r'"((?:[^"\\]|\\.)*)"', self.arguments)
         opened = re.match(r"\d+<([^>]*)>", self.arguments)
         if self.name in ("read", "write", "writev", "getdents64") or not (named and named[1]):
@@ -103,7 +104,7 @@ class Call(NamedTuple):
 
 
 def calls_in(root: Path) -> list[Call]:
-    """In the log of each process, that of the program itself first."""
+    """Returns the calls in the log of each process, those of the program itself first."""
     made: list[Call] = []
     for log in sorted(root.glob("log*"), key=lambda log: (len(log.name), log.name)):
         counts: dict[str, int] = {}
@@ -117,19 +118,19 @@ def calls_in(root: Path) -> list[Call]:
 
 
 class Launch(NamedTuple):
-    """What was seen of one launch. Texts have no places of the world in them."""
+    """The observations of one launch. Texts contain no places of the world."""
 
     status: int  # negative: the number of the signal it died by
     out: list[str]
     err: list[str]
-    report: list[str]  # of the installer; empty when none was started
-    made: list[Call]  # as far as strace was asked for them
-    staging: str  # the path of the copy, as it stands; empty when nothing was staged
+    report: list[str]  # of the installer; empty if none started
+    made: list[Call]  # the calls that strace traced
+    staging: str  # the path of the staged copy; empty without one
     staged: dict[str, Entry]
 
     @property
     def told(self) -> list[str]:
-        """What the user and the installer were told."""
+        """What the user and the installer learned."""
         lines = ["output:", *self.out, "errors:", *self.err, "installer:", *self.report]
         return [f"status {self.status}", *lines]
 
@@ -139,13 +140,13 @@ class Launch(NamedTuple):
 
     @property
     def end(self) -> str:
-        """The status and the error messages, a line each."""
+        """The status and the error messages, one per line."""
         errors = [line.removeprefix("ERROR: ") for line in self.err if line.startswith("ERROR: ")]
         return "\n".join([str(self.status), *errors])
 
 
 class World:
-    """One media with all that belongs to it, for one launch, and a place to stage in."""
+    """The media of one launch, everything beside it, and a temporary directory."""
 
     def __init__(self, root: str, kind: str) -> None:
         self.root = Path(root).resolve()
@@ -155,7 +156,8 @@ class World:
         self.media, self.external = self.medias / place, self.medias / "x/1/inst"
         self.arguments = [text.format(medias=self.medias) for text in ["passed on", *arguments]]
         home = "x/1" if kind == "external" else place
-        # Whatever cannot be found: the search for volumes ends at 9.txt, not in the root directory.
+        # Whatever the launcher cannot find, its search for volumes ends at 9.txt, not in the root
+        # directory.
         files = {"9.txt": "MTBDIR=FENCE\n", f"{home}/inst/linux/code/bin/installer": _INSTALLER}
         files |= {f"{place}/{name}": text for name, text in _ON_MEDIA.items()} | others
         for name, text in files.items():
@@ -169,15 +171,15 @@ class World:
         (self.media / "inst/empty").mkdir()
 
     def without_places(self, text: str) -> str:
-        """The text without what differs from one world or launch to the next."""
+        """Returns the text without the parts that differ between worlds or launches."""
         return _IDENTIFIER.sub("<id>", text.replace(str(self.root), "{world}"))
 
     def launch(self, program: Path, *tracing: str) -> Launch:
-        """A launch under strace with these options."""
+        """Launches under strace with these options."""
         before, report = describe(self.medias), self.root / "report"
         report.touch()
         tracer = ["strace", *tracing, "-y", "-o", f"{self.root}/log"]
-        # At the end of its time "timeout" takes all with it that has been started.
+        # When its time is over, "timeout" kills all processes that it started.
         ran = subprocess.run(
             ["timeout", "-s", "KILL", LONGEST_SECONDS, *tracer, program, *self.arguments],
             env={
@@ -199,13 +201,13 @@ class World:
             raise Surprise(f"it took more than {LONGEST_SECONDS} s")
         after = describe(self.medias)
         if changed := [place for place in before | after if before.get(place) != after.get(place)]:
-            raise Surprise(f"the media was changed: {changed}")
+            raise Surprise(f"the launch changed the media: {changed}")
         texts = (ran.stdout, ran.stderr, report.read_text(errors="replace").replace("\0", "\n"))
         out, err, reported = (self.without_places(text).splitlines() for text in texts)
         return Launch(ran.returncode, out, err, reported, calls_in(self.root), *self._staged_copy())
 
     def _staged_copy(self) -> tuple[str, dict[str, Entry]]:
-        """Its path and what is in it, without the times of directories and the clean-up script."""
+        """Returns its path and contents, without the times of directories and the clean-up script."""
         found = list(self.staging.iterdir())
         if not found:
             return "", {}

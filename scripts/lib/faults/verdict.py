@@ -1,4 +1,4 @@
-"""Whether a launch with a failure in it ended as it may end, and the name of that end."""
+"""Judges whether a launch with a failure ended in a permitted way, and names that way."""
 
 import errno
 import os
@@ -13,19 +13,19 @@ from launch import UNTIL_INSTALLER, Call, Entry, Launch, Surprise, World
 SUCCESS, MESSAGE, ACCEPTED, FAILED = OUTCOMES = ("success", "message", "accepted", "FAILED")
 Verdict = tuple[str, str]  # the outcome and its name
 
-# The ends that are documented to be silent. No other is accepted.
-NO_VOLUMES_FILE = "volumes.txt cannot be reached: a media of one volume"
-EMPTY_VOLUMES_FILE = "volumes.txt cannot be read: the media is not complete"
-NO_MARKER = "a marker that cannot be read is an absent volume"
-NO_LIST_ABOVE = "a directory above the media that cannot be listed has no marker"
-EMPTY_DIRECTORY = "a directory that is closed or missing, or heads a copy, is staged empty"
-REMOVED_DIRECTORY = "the list of a directory that was removed meanwhile ends there"
-SHORT_FILE = "a file that ends early is staged as far as it goes"
-NO_SCRIPT = "the clean-up script cannot be written whole"
+# The ends that may be silent according to the documents. No others are accepted.
+NO_VOLUMES_FILE = "without access to volumes.txt, the media has one volume"
+EMPTY_VOLUMES_FILE = "with an unreadable volumes.txt, the media is incomplete"
+NO_MARKER = "a volume with an unreadable marker is absent"
+NO_LIST_ABOVE = "an unlistable directory above the media has no marker"
+EMPTY_DIRECTORY = "a closed or missing directory, or the top of a copy, is staged empty"
+REMOVED_DIRECTORY = "the list of a directory ends where it was removed meanwhile"
+SHORT_FILE = "a file that ends early is staged up to that end"
+NO_SCRIPT = "the clean-up script is missing or incomplete"
 LOST_OUTPUT = "console output is lost"
 
 _NOT_WAITED_FOR = 'Cannot wait for process ".*"'
-# The status and the error messages of a launch without installer.
+# The status and the error messages of a launch that starts no installer.
 _REFUSALS = {
     "the installer is not found": r"1\nThe installer is not found, please read the file .*",
     "the installer cannot be copied": r"1\nCannot copy the installer to a temporary directory: "
@@ -36,24 +36,24 @@ _REFUSALS = {
 }
 _MESSAGE_LINE = re.compile(r"( INFO:|ERROR:| WARN:|      ) .*|")
 
-# Files that could not be read, by their places in any world, and the name of what becomes of that.
+# The unreadable files, by their places in any world, and the name of the consequence.
 Absent = frozenset[tuple[Path, str]]
 
 
 class Judge:
-    """Tries launches of one kind, and judges them by what one without failures is like."""
+    """Tries launches of one kind, and compares them with one without failures."""
 
     def __init__(self, program: Path, kind: str) -> None:
         self._program, self._kind = program, kind
         self.usual = self._twin(frozenset())
         if not self.usual.report:
-            raise Surprise(f"{kind}: no installer without failures, either: {self.usual.err}")
+            raise Surprise(f"{kind} starts no installer without a failing call: {self.usual.err}")
 
     def judge(self, fault: str) -> Verdict:
-        """Of a launch in which strace makes this of a call."""
+        """Judges a launch in which strace replaces the result of a call."""
         call, _, failure = fault.partition(":")
         name, _, role = call.partition(" ")
-        # Without -ff nothing but the launcher is touched, with -b nothing of the installer.
+        # Without -ff, strace touches only the launcher; with -b, nothing of the installer.
         follow = UNTIL_INSTALLER if role else ()
         options = (f"--trace={name}", "--signal=none", f"--inject={name}:{failure}")
         with tempfile.TemporaryDirectory(prefix="kvl-faults.") as root:
@@ -61,7 +61,7 @@ class Judge:
             try:
                 seen = world.launch(self._program, *follow, *options)
                 if not seen.failed:
-                    raise Surprise("the call to fail was not made")
+                    raise Surprise("the launch did not make the call that should fail")
                 if seen.status < 0:
                     return judge_abort(world, seen)
                 judge = self._judge_start if seen.report else self._judge_refusal
@@ -71,7 +71,7 @@ class Judge:
 
     def _judge_refusal(self, world: World, seen: Launch) -> Verdict:
         if strange := [x for x in seen.out + seen.err if not _MESSAGE_LINE.fullmatch(x)]:
-            raise Surprise(f"no messages: {strange}")
+            raise Surprise(f"these lines are no messages: {strange}")
         for name, pattern in _REFUSALS.items():
             if re.fullmatch(pattern, seen.end):
                 return (MESSAGE, f"{seen.status}, {name}")
@@ -81,10 +81,10 @@ class Judge:
         if seen.end == "0" and installer and not installer.contents:
             if SHORT_FILE in self._judge_copy(world, seen):
                 return (ACCEPTED, SHORT_FILE + ", also the installer, which then is empty")
-        raise Surprise(f"no installer, status {seen.status}, and this said: {seen.err}")
+        raise Surprise(f"no installer, status {seen.status}, unexpected messages: {seen.err}")
 
-    # The user and the installer are told what they are always told, or in a world without what
-    # could not be read, or lines are missing on the console.
+    # The user and the installer learn what they always learn, or what they learn in a world without
+    # the unreadable files; or the console lacks lines.
     def _judge_start(self, world: World, seen: Launch) -> Verdict:
         usual, names = self.usual, self._judge_copy(world, seen)
         for absent in [frozenset(), *absent_files(world, seen)]:
@@ -100,11 +100,11 @@ class Judge:
                 return (ACCEPTED, " + ".join([*names, LOST_OUTPUT]))
         raise Surprise(f"{seen.told} instead of {usual.told}")
 
-    # What may be otherwise in the staged copy than ever, by the calls that failed.
+    # Names the differences in the staged copy that the failed calls excuse.
     def _judge_copy(self, world: World, seen: Launch) -> list[str]:
         if not seen.staged:
             return []
-        # What is usually started in place is staged when a volume is missing.
+        # A launch that usually starts in place stages the installer if a volume is missing.
         no_volume = frozenset({(Path("2/2.txt"), NO_MARKER)})
         usual = self.usual.staged or self._twin(no_volume).staged
         closed = [call.path for call in seen.failed if call.name == "close"]
@@ -112,14 +112,14 @@ class Judge:
         names = set()
         for place in sorted(usual | seen.staged):
             whole, part = usual.get(place), seen.staged.get(place)
-            # On closing, a file system may say for the last time that the data did not arrive. Here
-            # they did, as the failure is not a real one; still it must not be passed over.
+            # A file system may report as late as on closing that data did not arrive. Here they did
+            # arrive, because the failure is not real; still the launcher must not ignore it.
             is_file = part and part.contents and place != "remove.bat"
             if is_file and f"{seen.staging}/{place}" in closed:
-                raise Surprise("an installer was started although closing a copy failed")
+                raise Surprise("the launcher started an installer although closing a copy failed")
             if whole == part:
                 continue
-            # What was there before a directory was to be copied over it may still be there.
+            # A place may still have what it had before a directory was copied over it.
             before = world.media / place
             is_before = not part or (before.is_file() and part.contents == before.read_bytes())
             is_cut = whole and is_cut_off(whole, part)
@@ -132,11 +132,11 @@ class Judge:
                 and any(is_about(world, call, str(above)) for above in Path(place).parents)
             ]
             if not fitting:
-                raise Surprise(f"the staged copy is not whole: {place}")
+                raise Surprise(f"the staged copy is incomplete: {place}")
             names.add(fitting[0])
         return sorted(names)
 
-    # A launch without failures in a world in which these files are empty, or not there.
+    # Returns a launch without failures in a world in which these files are empty or missing.
     @cache
     def _twin(self, absent: Absent) -> Launch:
         with tempfile.TemporaryDirectory(prefix="kvl-faults.") as root:
@@ -149,7 +149,7 @@ class Judge:
 
 
 def judge_abort(world: World, seen: Launch) -> Verdict:
-    """An uncaught exception of the media scan, about an entry of a directory above the media."""
+    """Permits an uncaught exception of the scan, about an entry of a directory above the media."""
     entry, (first, last, _) = seen.failed[-1], ["", "", "", *seen.err][-3:]
     is_documented = (
         seen.status == -signal.SIGABRT
@@ -160,12 +160,12 @@ def judge_abort(world: World, seen: Launch) -> Verdict:
         and not (seen.staged or seen.report)
     )
     if not is_documented:
-        raise Surprise(f"it died by {signal.Signals(-seen.status).name}: {seen.err[-3:]}")
+        raise Surprise(f"it was killed by {signal.Signals(-seen.status).name}: {seen.err[-3:]}")
     return (MESSAGE, "abort, an entry above the media cannot be looked at")
 
 
 def excuse_of(world: World, seen: Launch, call: Call) -> str:
-    """The name of what the failed call may have done to the staged copy; empty when nothing."""
+    """Returns the name of the failed call's effect on the staged copy; empty without one."""
     path = Path(os.path.normpath(call.path))
     if call.path == f"{seen.staging}/remove.bat":
         return NO_SCRIPT
@@ -173,7 +173,7 @@ def excuse_of(world: World, seen: Launch, call: Call) -> str:
         return SHORT_FILE
     if call.name == "getdents64" and call.error == "ENOENT":
         return REMOVED_DIRECTORY
-    # Descriptors and memory that have run out are no property of a directory.
+    # A lack of descriptors or memory is no property of a directory.
     is_head = path == world.media / "inst" or path.parent == world.external
     is_of_head = is_head and call.error not in ("EMFILE", "ENFILE", "ENOMEM")
     is_opening = call.name == "fstat" or re.search("O_DIRECTORY|AT_EMPTY_PATH", call.arguments)
@@ -182,7 +182,7 @@ def excuse_of(world: World, seen: Launch, call: Call) -> str:
 
 
 def is_cut_off(whole: Entry, part: Entry | None) -> bool:
-    """Whether nothing but its end is missing; the clean-up script may be missing itself."""
+    """Returns true if only the end is missing; the clean-up script may be missing completely."""
     if part is None:
         return whole.modified == 0
     is_head = whole.contents.startswith(part.contents)
@@ -190,7 +190,7 @@ def is_cut_off(whole: Entry, part: Entry | None) -> bool:
 
 
 def is_about(world: World, call: Call, place: str) -> bool:
-    """Whether it names the source of that of the copy. A descriptor has its real path only."""
+    """Returns true if the call names the source of `place`. A descriptor only has a real path."""
     path = os.path.normpath(call.path)
     sources = {str(world.media / place), str(world.external / place.removeprefix("inst/"))}
     if "O_DIRECTORY" not in call.arguments:
@@ -199,7 +199,7 @@ def is_about(world: World, call: Call, place: str) -> bool:
 
 
 def absent_files(world: World, seen: Launch) -> list[Absent]:
-    """Files of the volume search; or volumes in directories beside the media, not listed."""
+    """Returns the unreadable files of the scan, and the volumes in directories left unlisted."""
     found: dict[Path, str] = {}
     beside: dict[Path, str] = {}
     for call in seen.failed:
