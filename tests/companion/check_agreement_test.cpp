@@ -1,8 +1,9 @@
-// What kvl-media says about a media, and what the launcher does with it: the same, for hundreds of
-// media that are made up from a fixed seed. The superuser looks at each of them as an ordinary user, too.
+// kvl-media check says of a media what the launcher does with it. The test compares both for
+// hundreds of random media from a fixed seed. The superuser tries each media also as an ordinary
+// user.
 //
-// With KVL_AGREEMENT_MEDIA=10000 in the environment there are as many, and one line at the end says
-// how many differ. KVL_AGREEMENT_SEED=77 begins with that one.
+// KVL_AGREEMENT_MEDIA=10000 in the environment sets the number of media; one line at the end then
+// says how many differ. KVL_AGREEMENT_SEED=77 sets the first seed.
 #include <nlohmann/json.hpp>
 
 #include <gtest/gtest-spi.h>
@@ -18,7 +19,7 @@ namespace {
 
 using SortedJson = nlohmann::json;
 
-/// What every user can get at: that of the environment, or of the system if its way is closed.
+/// Returns a temporary directory that every user can enter: that of the environment, or else /tmp.
 std::string OpenTemporaryDirectory() {
   const char* given = std::getenv("TMPDIR");
   const fs::path own = fs::canonical(given == nullptr || *given == '\0' ? "/tmp" : given);
@@ -30,7 +31,7 @@ std::string OpenTemporaryDirectory() {
 
 enum class User { kOurs, kOrdinary };
 
-/// What the launcher and the check are given.
+/// Returns the environment of the launcher and the check.
 Environment VariablesOf(const RandomMedia& media, CheckWorld& world) {
   Environment env = {{"CurrentMediaDir", world.Path(media.Media())},
                      {"KVL_OS", "linux"},
@@ -55,8 +56,7 @@ SortedJson Check(RandomMedia& media, const Environment& env, const Programs& pro
   }
   Outcome seen;
   const ScopedUmask umask(media.Umask());
-  if (user ==
-      User::kOurs) {  // in this process, because to load a program costs more than the check
+  if (user == User::kOurs) {  // in this process: loading a program takes longer than the check
     const ScopedEnv scoped(env);
     seen = CheckWorld::CompanionHere(arguments);
   } else {
@@ -72,10 +72,10 @@ SortedJson Check(RandomMedia& media, const Environment& env, const Programs& pro
 Outcome Launch(RandomMedia& media, const Environment& env, const Programs& programs, User user) {
   CheckWorld& world = media.World();
   fs::remove(world.Path("report"));
-  SetMode(world.Directory().Write("report", ""), 0666);  // whoever writes it, with whatever umask
+  SetMode(world.Directory().Write("report", ""), 0666);  // for any user and umask
   Lines command = TextsOf(media.Plan().arguments, world);
   command.insert(command.begin(), programs.Path("kvl-launcher"));
-  // A shell that is given half a program writes who knows what.
+  // The working directory is for what a shell writes that gets half a program.
   return RunProgram({command, env, world.Path("work"), {}, [&] {
                        ::umask(media.Umask());
                        if (user == User::kOrdinary) BecomeOrdinaryUser();
@@ -89,7 +89,7 @@ Lines LinesOf(const std::string& text) {
   return lines;
 }
 
-/// The lines that a run says on both streams until it stages and starts.
+/// The lines of a run on both streams before it stages and starts the installer.
 struct EarlyLines {
   Lines out, err;
 
@@ -103,7 +103,7 @@ struct EarlyLines {
   }
 };
 
-/// What the next line on standard error begins with; nothing where there is none.
+/// Returns the beginning of the next line on standard error; empty if no line follows.
 std::string NextLine(const SortedJson& report) {
   const std::string expectation = report["expectation"];
   if (expectation == "abort") return "terminate called";
@@ -131,7 +131,7 @@ void CompareMessages(const SortedJson& report, const Outcome& seen) {
   EXPECT_TRUE(late[0].starts_with(next)) << testing::PrintToString(late);
 }
 
-/// Only of these a report says that it cannot know what comes of them.
+/// Returns true if a finding allows the report to leave the outcome open.
 bool CannotBeKnown(const SortedJson& report) {
   static const std::set<std::string> kCodes = {"installer-not-for-this-machine", "program-cut-off",
                                                "unreadable", "umask-closes-staging", "no-space"};
@@ -161,7 +161,7 @@ std::set<std::string> EntriesOf(const std::string& directory) {
   return entries;
 }
 
-/// The directory with remove.bat; empty when nothing was staged.
+/// Returns the directory with remove.bat; empty if nothing was staged.
 std::string StagedIn(const std::string& tmp, const std::set<std::string>& before) {
   for (const std::string& path : EntriesOf(tmp)) {
     if (before.contains(path) || !fs::is_directory(path)) continue;
@@ -205,13 +205,13 @@ void CompareStart(const SortedJson& report, const ChildReport& child, const Envi
   EXPECT_EQ(report["variables"], SortedJson(variables));
 }
 
-/// What it is to say of the whole run.
+/// The counts over all launches.
 struct Tally {
   std::map<std::string, int> ends;
   unsigned launches = 0, differences = 0;
 };
 
-/// The directory of TMPDIR as the launcher has it.
+/// Returns the temporary directory that the launcher uses.
 std::string TemporaryDirectoryOf(const RandomMedia& media, CheckWorld& world,
                                  const Environment& env) {
   const Lines& arguments = media.Plan().arguments;
@@ -227,7 +227,7 @@ SortedJson ExpectAgreement(RandomMedia& media, const Programs& programs, User us
   const Environment env = VariablesOf(media, world);
   const std::string tmp = TemporaryDirectoryOf(media, world, env);
   const std::set<std::string> before = EntriesOf(tmp);
-  // To look at everything takes longer than to check it.
+  // Looking at everything takes longer than the check, so only the first call does it.
   const auto look = [&] { return is_first ? DescribeTreeExactly(world.Path(".")) : Lines(); };
   const Lines tree_before = look();
   const SortedJson report = Check(media, env, programs, user);
@@ -249,7 +249,7 @@ SortedJson ExpectAgreement(RandomMedia& media, const Programs& programs, User us
   return report;
 }
 
-/// Tells what is different, in a few lines of each text.
+/// Prints the differences, of each text only the beginning.
 void Tell(const testing::TestPartResultArray& failures, const SortedJson& report,
           const std::string& run) {
   constexpr std::size_t kMost = 2'000;
@@ -262,7 +262,7 @@ void Tell(const testing::TestPartResultArray& failures, const SortedJson& report
   std::cout << report["expectation"] << report["status"] << report["findings"].dump(1) << "\n";
 }
 
-/// All launches of one media.
+/// Tries all launches of one media.
 void LaunchAgainAndAgain(unsigned seed, const Programs& programs, Tally& tally) {
   constexpr unsigned kCalls = 2;
   RandomMedia media(seed, programs);
@@ -291,7 +291,7 @@ unsigned NumberIn(const char* variable, unsigned otherwise) {
 }
 
 TEST(CheckAgreesWithTheLauncher, OnHundredsOfMedia) {
-  constexpr unsigned kUsual = 80, kWithSanitizers = 20;  // which take ten times as long
+  constexpr unsigned kUsual = 80, kWithSanitizers = 20;  // sanitizers take ten times as long
   const unsigned count = NumberIn("KVL_AGREEMENT_MEDIA", kSanitized ? kWithSanitizers : kUsual);
   const unsigned first = NumberIn("KVL_AGREEMENT_SEED", 1);
   const ScopedEnv environment({{"TMPDIR", OpenTemporaryDirectory()}});
@@ -306,7 +306,7 @@ TEST(CheckAgreesWithTheLauncher, OnHundredsOfMedia) {
               << " differences" << std::endl;
     return;
   }
-  // All that can come of a run came up, and the most usual ends often enough to mean something.
+  // Every outcome occurs, and the usual ones occur often enough to prove something.
   for (const char* end :
        {"abort", "bad-command-line", "blank-in-installer-media", "cannot-be-known", "cannot-start",
         "cannot-start, staged", "installer-runs", "installer-runs, staged", "no-installer", "query",

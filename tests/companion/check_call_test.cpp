@@ -1,4 +1,4 @@
-// kvl-media: how it is called, its report for programs, and when that cannot be written.
+// kvl-media: bad calls, help texts, the JSON report, and output that cannot be written.
 #include <nlohmann/json.hpp>
 
 #include "companion/check/finding_catalogue.h"
@@ -12,7 +12,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// Calls, "" for an empty argument, and what is said of them.
+/// Calls, with "" for an empty argument, and the message of each.
 constexpr char kBadCalls[] = R"(
 => A subcommand is required (see --help)
 mkae => no subcommand: mkae (see --help)
@@ -180,7 +180,7 @@ TEST(KvlMedia, HelpsWithEverySubcommandAndTellsItsVersion) {
   }
 }
 
-/// What the installer gets beyond what the launcher is started with, by a check of {1}.
+/// Returns the variables that the installer gets in addition to those of the launcher, for {1}.
 Environment VariablesFrom(const CheckWorld& world, const Prepared& from) {
   const Environment given = {{"TMPDIR", world.Path("tmp")}, {"PATH", "/usr/bin:/bin"}};
   return EnvChanges(given, InstallerEnvironment(world, given, from));
@@ -281,7 +281,7 @@ TEST(KvlMediaCheck, GivesProgramsOneObjectWithAllKeys) {
   EXPECT_EQ(seen, (Outcome{1, expected.dump(2) + "\n", ""}));
 }
 
-TEST(FailingOutput, IsNamed) {
+TEST(FailingOutput, IsReported) {
   const std::vector<std::pair<const char*, int>> kinds = {
       {"/dev/full", O_WRONLY}, {"/dev/null", O_RDONLY}, {nullptr, 0}};
   for (const auto& [file, how] : kinds) {
@@ -311,7 +311,7 @@ TEST(KvlMediaCheck, ShortensATextThatNoArgumentCanHold) {
   EXPECT_LT(ShownText(longest + "x").size(), longest.size());
 }
 
-TEST(KvlMediaCheck, NamesEachFindingForProgramsByAFewWords) {
+TEST(KvlMediaCheck, GivesEachFindingACodeOfAFewWords) {
   for (const FindingRow& row : FindingCatalogue()) {
     EXPECT_THAT(row.code, testing::ContainsRegex("^[a-z]+(-[a-z]+)*$")) << row.text;
   }

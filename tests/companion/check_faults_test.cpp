@@ -1,5 +1,5 @@
-// kvl-media check on a bad disc: the system's error is what it says, and nothing that could not be
-// looked at is called fine.
+// kvl-media check on a bad disc: it reports the error of the system, and calls nothing fine that it
+// could not look at.
 #include "companion/check/media_check.h"
 #include "companion/report/text_report.h"
 #include "tests/companion/check_world.h"
@@ -8,7 +8,7 @@
 namespace kvl::test {
 namespace {
 
-/// What a check says in this process, with what `make_fault` makes while it lasts.
+/// Checks a media in this process while the fault from `make_fault` lasts.
 template <typename MakeFault>
 Outcome CheckHere(const CheckWorld& world, MakeFault make_fault, const std::string& media = "1",
                   const Environment& further = {}) {
@@ -46,21 +46,21 @@ TEST_P(CheckOfABadDisc, GivesTheErrorOfTheSystem) {
   }
 }
 
-/// What is given is the calls that fail, one in each check, about a path. With "-once" they fail while
-/// the launcher's own code looks, and no more.
+/// Each row gives system calls and a path. Each check lets one of these calls fail for the path;
+/// with "-once" only the first time, when the launcher's own code makes it.
 constexpr char kBadFiles[] = R"(
 = started in place
 # StartScript: open look ask {1}/StartTUI.sh
 error: the system cannot read this entry (Input/output error): {1}/StartTUI.sh; examine the disc, and copy the entry again if it is part of the media
 1 problem: StartTUI.sh will fail; without it, the installer will be started in place
-# StartScriptWithWindows: look {1}/StartGUI.sh
+# GraphicalStartScript: look {1}/StartGUI.sh
 error: the system cannot read this entry (Input/output error): {1}/StartGUI.sh; examine the disc, and copy the entry again if it is part of the media
 1 problem: StartGUI.sh will fail; without it, the installer will be started in place
-# InstallerThatTheStartScriptAloneNames: ask {1}/inst/other/code/bin/installer
+# InstallerThatOnlyTheStartScriptNames: ask {1}/inst/other/code/bin/installer
 $ file 1/StartTUI.sh KVL_OS=other\n
 error: the system cannot read this entry (Input/output error): {1}/inst/other/code/bin/installer; examine the disc, and copy the entry again if it is part of the media
 1 problem: StartTUI.sh will fail; without it, the installer will be started in place
-# VolumesFileThatCannotBeAskedFor: ask {1}/inst/volumes.txt
+# VolumesFileThatCannotBeQueried: ask {1}/inst/volumes.txt
 Volumes    unknown number
 warning: the system cannot read this entry (Input/output error): {1}/inst/volumes.txt; examine the disc, and copy the entry again if it is part of the media
 # Directory: list {1}/inst/common
@@ -80,7 +80,7 @@ warning: volume 2 has no marker: {2}/2.txt; copy the whole volume there
 # Installer: open look {1}/inst/linux/code/bin/installer
 error: the system cannot read this entry (Input/output error): {1}/inst/linux/code/bin/installer; examine the disc, and copy the entry again if it is part of the media
 = has no installer
-# InstallerThatCannotBeAskedFor: ask {1}/inst/linux/code/bin/installer
+# InstallerThatCannotBeQueried: ask {1}/inst/linux/code/bin/installer
 error: the system cannot read this entry (Input/output error): {1}/inst/linux/code/bin/installer; examine the disc, and copy the entry again if it is part of the media
 # InstallerAtTheFirstLook: ask-once {1}/inst/linux/code/bin/installer
 error: the launcher does not find this installer, but a second look finds it: {1}/inst/linux/code/bin/installer; examine the disc, and check the media again
@@ -119,14 +119,14 @@ error: the system cannot read this entry (Input/output error): {1}/inst/common; 
 # FileToBeStaged: look {1}/media.db
 Start      staged in {tmp}/<identifier>: 8 files, <n> bytes; <n> bytes free
 error: the system cannot read this entry (Input/output error): {1}/media.db; examine the disc, and copy the entry again if it is part of the media
-# FileWhosePermissionCannotBeAsked: ask {1}/media.db
+# FileWhosePermissionCannotBeQueried: ask {1}/media.db
 error: the system cannot read this entry (Input/output error): {1}/media.db; examine the disc, and copy the entry again if it is part of the media
 )";
 
 INSTANTIATE_TEST_SUITE_P(About, CheckOfABadDisc, testing::ValuesIn(ReadTranscripts(kBadFiles)),
                          NameOf);
 
-TEST(CheckOfABadDirectory, AboveTheMediaIsNamedWhenItCannotBeListed) {
+TEST(CheckWithABadDirectory, ReportsADirectoryAboveTheMediaThatCannotBeListed) {
   const CheckWorld world("first m/1; m/1: volumes=2 1=SET-A; file 7.txt x\\n");
   const auto make_fault = [&] { return FailingCall(FailingCall::kOpenDir, world.Path("m"), EIO); };
   world.ExpectReport(CheckHere(world, make_fault, "m/1"), R"(Media      {m/1}
@@ -143,7 +143,7 @@ warning: volume 2 has no marker: {m/2}/2.txt; copy the whole volume there
 )");
 }
 
-TEST(CheckOfABadDirectory, OfTheMediaItselfSaysWhyItCannotBeLookedAt) {
+TEST(CheckWithABadDirectory, RefusesAMediaThatTheSystemCannotLookAt) {
   const TestDirectory directory;
   const FailingCall fault(FailingCall::kLook, directory.Path(), EIO);
   EXPECT_THAT([&] { MediaDirectory(directory.Path()); },
@@ -154,7 +154,7 @@ TEST(CheckOfABadDirectory, OfTheMediaItselfSaysWhyItCannotBeLookedAt) {
       "cannot look at the directory: " + directory.Path() + ": Input/output error");
 }
 
-TEST(CheckOfABadDirectory, ThatIsGoneSaysSo) {
+TEST(CheckWithABadDirectory, RefusesAWorkingDirectoryThatIsGone) {
   const CheckWorld world("dir gone");
   world.ExpectRefused(world.Companion({"check", "."}, {},
                                       [&] {
@@ -164,10 +164,10 @@ TEST(CheckOfABadDirectory, ThatIsGoneSaysSo) {
                       "not a directory: .");
 }
 
-/// Runs a check for each call that it makes, in which that call fails, until no call has failed.
-/// Each of them must make a difference.
-void ExpectEveryFailureToBeSaid(const std::string& steps, const Environment& env = {}) {
-  constexpr int kMore = 20;  // behind the first check that says nothing, none must say anything
+/// Repeats the check, lets another system call fail each time, and expects each failure to change
+/// the report. Ends when no call is left.
+void ExpectEveryFailureToBeReported(const std::string& steps, const Environment& env = {}) {
+  constexpr int kMore = 20;  // checks after the first unchanged report; none may change it
   constexpr int kMost = 2000;
   const FakeFreeBlocks always_as_many(1'000'000, 4096);
   const CheckWorld world("two volumes; " + steps);
@@ -196,26 +196,27 @@ void ExpectEveryFailureToBeSaid(const std::string& steps, const Environment& env
     EXPECT_LT(after, kMost);
     for (int more = 1; more <= kMore; ++more) {
       EXPECT_EQ(text_with_failure(after + more), without)
-          << "nothing is said of failure " << after << ", but of " << after + more;
+          << "failure " << after << " changes nothing, but failure " << after + more << " does";
     }
   }
 }
 
-TEST(CheckOfADiscThatFailsOnce, SaysSoOfAMediaInPlace) {
-  ExpectEveryFailureToBeSaid("");
+TEST(CheckOfADiscThatFailsOnce, ReportsEachFailureOfAMediaInPlace) {
+  ExpectEveryFailureToBeReported("");
 }
 
-TEST(CheckOfADiscThatFailsOnce, SaysSoOfAScript) {
-  ExpectEveryFailureToBeSaid("file 1/inst/linux/code/bin/installer #!/bin/sh\\n");
+TEST(CheckOfADiscThatFailsOnce, ReportsEachFailureOfAScript) {
+  ExpectEveryFailureToBeReported("file 1/inst/linux/code/bin/installer #!/bin/sh\\n");
 }
 
-TEST(CheckOfADiscThatFailsOnce, SaysSoOfAMediaToBeStaged) {
-  ExpectEveryFailureToBeSaid("2: 2=SET-B");
+TEST(CheckOfADiscThatFailsOnce, ReportsEachFailureOfAStagedMedia) {
+  ExpectEveryFailureToBeReported("2: 2=SET-B");
 }
 
-TEST(CheckOfADiscThatFailsOnce, SaysSoOfAMediaWithAnInstallerMedia) {
-  ExpectEveryFailureToBeSaid("2: 2=SET-B; remove 1/inst/linux/code/bin/installer; installer ext",
-                             {{"KVL_ZOLVEN_Installer", "{ext}"}});
+TEST(CheckOfADiscThatFailsOnce, ReportsEachFailureOfAnExternalInstallerMedia) {
+  ExpectEveryFailureToBeReported(
+      "2: 2=SET-B; remove 1/inst/linux/code/bin/installer; installer ext",
+      {{"KVL_ZOLVEN_Installer", "{ext}"}});
 }
 
 }  // namespace

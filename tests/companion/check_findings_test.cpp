@@ -1,11 +1,11 @@
-// kvl-media check: what it finds of the volumes, the installer and the launcher. Each row is a
-// transcript of all that it says.
+// kvl-media check: findings about the volumes, the installer and the launcher. Each row is a
+// transcript of the whole report.
 #include "tests/companion/check_world.h"
 
 namespace kvl::test {
 namespace {
 
-TEST_P(CheckFinds, InTwoVolumes) {
+TEST_P(CheckFinds, WhatIsWrong) {
   const Transcript& row = GetParam();
   const CheckWorld world(row.steps + row.given);
   const Lines before = DescribeTreeExactly(world.Path("."));
@@ -46,7 +46,7 @@ Volumes    4, layout am, tag SET-A
 Start      staged in {tmp}/<identifier>: 9 files, <n> bytes; <n> bytes free
 warning: AM volumes 5 to 6 have no markers: {5}/5.txt; copy all of these volumes, or correct the number in volumes.txt
 1 problem: the installer will be staged and started
-# MissingAmVolumeAndAVolumeMissingInTheNext: remove 1; remove 2; first 1/m/1; 1/m/1: volumes=3 1=SET-A; 1: 1=AM-A; 3: 3=AM-A
+# MissingAmVolumeAndAnAmVolumeWithoutItsVolume: remove 1; remove 2; first 1/m/1; 1/m/1: volumes=3 1=SET-A; 1: 1=AM-A; 3: 3=AM-A
 $ check {1/m/1} --os linux --installer installer
 Media      {1/m/1}
 System     linux, from --os
@@ -72,7 +72,7 @@ warning: AM volumes 4 to 1002 have no markers: {4}/4.txt; copy all of these volu
 warning: volume 2000000 has no marker: {2000002/m/2000000}/2000000.txt; copy the whole volume there
 warning: 2147481999 more volumes above volume 1000 are missing: {3/m/1}/inst/volumes.txt; copy these volumes, or correct the number in volumes.txt
 3 problems: the installer will be staged and started
-# EveryVolumeBeyondThoseThatAreListedIsThere: remove 2; 1: volumes=1001; 1000: 1000=SET-A; 1001: 1001=SET-A
+# MissingVolumesBelowOneBeyondThoseThatAreListed: remove 2; 1: volumes=1001; 1000: 1000=SET-A; 1001: 1001=SET-A
 Volumes    1001, layout sibling, tag SET-A
                1  found       {1}
            2-999  missing     {2} to {999}
@@ -99,13 +99,13 @@ warning: volume 1 has no marker: {1}/1.txt; copy the whole volume there
 warning: this file looks like the marker of an AM volume, but has no line MTBDIR=<tag>: {}/7.txt; copy the marker again, or remove the file if it is not a marker
 warning: volume 2 has no marker: {2}/2.txt; copy the whole volume there
 2 problems: the installer will be staged and started
-# NoAmMarkerOfAVolume0: remove 2; file 0.txt x\n
+# MissingVolumeBelowAFileOfVolume0: remove 2; file 0.txt x\n
            2  missing     {2}
 warning: volume 2 has no marker: {2}/2.txt; copy the whole volume there
 # EmptyVolumesFile: file 1/inst/volumes.txt
 Volumes    unknown number
 warning: volumes.txt is empty: {1}/inst/volumes.txt; write the number of volumes into volumes.txt
-# FilesOfWhichNoByteCanBeRead: link 1/1.txt /proc/self/mem; link 1/StartTUI.sh /proc/self/mem
+# FilesThatCannotBeRead: link 1/1.txt /proc/self/mem; link 1/StartTUI.sh /proc/self/mem
 Volumes    2, layout unknown
            1  unreadable  {1}
 warning: the system cannot read this entry (Input/output error): {1}/1.txt; examine the disc, and copy the entry again if it is part of the media
@@ -117,13 +117,13 @@ $ TMPDIR={tmp}/a\\b
            2  missing     {2}
 Start      staged in {tmp}/a\\b/<identifier>: 9 files, <n> bytes; <n> bytes free
 warning: volume 2 has no marker: {2}/2.txt; copy the whole volume there
-# ScriptThatIsToBeReadOnceItIsStaged: remove 2; file 1/inst/linux/code/bin/installer #!/bin/sh\n
+# StagedScriptThatItsOwnerCannotRead: remove 2; file 1/inst/linux/code/bin/installer #!/bin/sh\n
 $ without-rights umask-400
            2  missing     {2}
 warning: volume 2 has no marker: {2}/2.txt; copy the whole volume there
 error: the umask 400 removes permissions that you need on the staged files: {tmp}/<identifier>; set a umask that leaves them to you (umask 022)
 2 problems: the outcome of the launch is unknown
-# InstallerWithoutExecutePermissionToBeStaged: remove 2; mode 644 1/inst/linux/code/bin/installer
+# StagedInstallerWithoutExecutePermission: remove 2; mode 644 1/inst/linux/code/bin/installer
            2  missing     {2}
 warning: volume 2 has no marker: {2}/2.txt; copy the whole volume there
 error: the installer has no execute permission: {1}/inst/linux/code/bin/installer; give the installer execute permission (chmod a+x)
@@ -132,25 +132,25 @@ error: the installer has no execute permission: {1}/inst/linux/code/bin/installe
 # NoInstaller:
 $ --installer other
 error: the installer is missing, and no external installer media has one: {1}/inst/linux/code/bin/other; put the installer there, or name its directory (--os) and file (--installer)
-# NoInstallerForWantOfASystem: remove 1/StartTUI.sh
+# NoInstallerBecauseNothingNamesTheSystem: remove 1/StartTUI.sh
 $ --os ''
 System     not set
 error: neither --os nor KVL_OS names a system, and the start script is missing or does not name one: {1}/StartTUI.sh; copy the start script again, or use --os and --installer
-# InstallerPassedOverInFavourOfAnOption: dir empty
+# InstallerIgnoredForThatOfAnOption: dir empty
 $ -- -env KVL_UseExternalInstaller -installerPath /nowhere
 error: this external installer media has no installer, and KVL_UseExternalInstaller makes the launcher ignore that of the media: /nowhere; name another external installer media, or do without KVL_UseExternalInstaller
-# InstallerPassedOverInFavourOfAVariable: dir empty
+# InstallerIgnoredForThatOfAVariable: dir empty
 $ KVL_ZOLVEN_Installer={empty} -- -env KVL_UseExternalInstaller
 error: this external installer media has no installer, and KVL_UseExternalInstaller makes the launcher ignore that of the media: {empty}; name another external installer media, or do without KVL_UseExternalInstaller
-# InstallerPassedOverInFavourOfBoth: dir empty
+# InstallerIgnoredForThatOfBoth: dir empty
 $ KVL_ZOLVEN_Installer={empty} -- -env KVL_UseExternalInstaller -installerPath /nowhere
 error: this external installer media has no installer, and KVL_UseExternalInstaller makes the launcher ignore that of the media: /nowhere; name another external installer media, or do without KVL_UseExternalInstaller
 error: this external installer media has no installer, and KVL_UseExternalInstaller makes the launcher ignore that of the media: {empty}; name another external installer media, or do without KVL_UseExternalInstaller
 2 problems: the launcher will end with status 1
-# InstallerPassedOverInFavourOfNone: dir empty
+# InstallerIgnoredWithoutAnother: dir empty
 $ -- -env KVL_UseExternalInstaller
 error: KVL_UseExternalInstaller makes the launcher ignore this installer, but no external installer media is named: {1}/inst/linux/code/bin/installer; name an external installer media (-installerPath), or do without KVL_UseExternalInstaller
-# TwoInstallerMediaThatNobodyMayLookInto: remove 1/inst/linux/code/bin/installer; dir a; dir b; mode 644 a; mode 644 b
+# TwoInstallerMediaThatTheUserCannotEnter: remove 1/inst/linux/code/bin/installer; dir a; dir b; mode 644 a; mode 644 b
 $ without-rights KVL_ZOLVEN_Installer={b} -- -installerPath {a}
 error: you cannot enter a directory above this path: {a}/1/inst/linux/code/bin/installer; give the directories above it execute permission (chmod a+x)
 error: you cannot enter a directory above this path: {b}/1/inst/linux/code/bin/installer; give the directories above it execute permission (chmod a+x)
@@ -179,13 +179,13 @@ error: the first line contains a carriage return: {1}/inst/linux/code/bin/instal
 error: the first line of the script names the program /nowhere/sh, which is missing or cannot be executed: {1}/inst/linux/code/bin/installer; correct the first line, or install that program
 # InstallerWhoseInterpreterIsADirectory: file 1/inst/linux/code/bin/installer #!/
 error: the first line of the script names the program /, which is missing or cannot be executed: {1}/inst/linux/code/bin/installer; correct the first line, or install that program
-# InstallerThatMayBeExecutedAndNotRead: mode 111 1/inst/linux/code/bin/installer
+# InstallerThatMayBeExecutedButNotRead: mode 111 1/inst/linux/code/bin/installer
 $ without-rights
 warning: you may execute the installer but not read it, so kvl-media cannot tell whether it starts: {1}/inst/linux/code/bin/installer; give the installer read permission (chmod a+r)
 1 problem: the outcome of the launch is unknown
 # InstallerThatIsADirectory: dir 1/inst/linux/code/bin/installer
 error: the installer is a directory: {1}/inst/linux/code/bin/installer; put the file of the installer in place of the directory
-# InstallerOnAMountThatForbidsToExecute: starter; link 1/inst/linux/code/bin/kvl-launcher installer
+# InstallerOnANoexecMount: starter; link 1/inst/linux/code/bin/kvl-launcher installer
 $ noexec
 error: the installer lies on a file system that is mounted noexec: {1}/inst/linux/code/bin/installer; mount the file system without noexec, or copy the media to another one
 1 problem: the launcher cannot be started
@@ -196,11 +196,11 @@ $ older-container
 $ check 1
 System     linux, from StartTUI.sh
 Installer  {1}/inst/linux/code/bin/installer, in the media; name from StartTUI.sh
-# NothingByAWayBelowAnotherDirectory: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
+# NothingOnAPathThroughAnotherDirectory: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
 $ check 2/../1/
 System     linux, from StartTUI.sh
 Installer  {1}/inst/linux/code/bin/installer, in the media; name from StartTUI.sh
-# NothingByAWayUpBehindALink: dir other/place; link way {other/place}; file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
+# NothingOnAPathUpBehindALink: dir other/place; link way {other/place}; file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
 $ check way/../../1
 System     linux, from StartTUI.sh
 Installer  {1}/inst/linux/code/bin/installer, in the media; name from StartTUI.sh
@@ -208,7 +208,7 @@ Installer  {1}/inst/linux/code/bin/installer, in the media; name from StartTUI.s
 $ check 1
 System     linux, from StartTUI.sh
 Installer  {1}/inst/linux/code/bin/installer, in the media; name from StartTUI.sh
-# NothingInTheFirstOfTheVolumesOfADirectory:
+# NothingInADirectoryOfVolumes:
 $ check {} --os linux --installer installer
 Media      {1}, found in {}
 System     linux, from --os
@@ -218,7 +218,7 @@ Volumes    2, layout sibling, tag SET-A
            2  found       {2}
 Start      in place
 Fine: the installer will be started in place
-# NothingInTheFirstOfTheAmVolumesOfADirectory: remove 1; remove 2; first am/1/media/1; am/1/media/1: volumes=2 1=SET-A; am/1: 1=AM-A; am/2: 2=AM-A; am/2/media/2: 2=SET-A
+# NothingInADirectoryOfAmVolumes: remove 1; remove 2; first am/1/media/1; am/1/media/1: volumes=2 1=SET-A; am/1: 1=AM-A; am/2: 2=AM-A; am/2/media/2: 2=SET-A
 $ check {am} --os linux --installer installer
 Media      {am/1/media/1}, found in {am}
 System     linux, from --os
@@ -228,23 +228,23 @@ Volumes    2, layout am, tag SET-A
            2  found       {am/2/media/2}
 Start      in place
 Fine: the installer will be started in place
-# NothingByAWayOfDots: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
+# NothingOnAPathWithDots: file 1/StartTUI.sh #!/bin/sh\nKVL_OS='linux'\nexport KVL_Installer_EXE=installer\n
 $ check ./1/.
 System     linux, from StartTUI.sh
 Installer  {1}/inst/linux/code/bin/installer, in the media; name from StartTUI.sh
-# NothingOfTheInstallerThatTheScriptNamesWhereAnotherMediaHasOne: file 1/StartTUI.sh KVL_OS=other\n; installer ext
+# NothingAboutTheInstallerOfTheScriptBesideAnExternalOne: file 1/StartTUI.sh KVL_OS=other\n; installer ext
 $ KVL_ZOLVEN_Installer={ext}
 # NothingInAScript: file 1/inst/linux/code/bin/installer #!/bin/sh
 # NothingInAScriptWithAnArgument: file 1/inst/linux/code/bin/installer #! \x09/bin/sh -e\nexit\n
 # NothingInAScriptThatNamesNoInterpreter: file 1/inst/linux/code/bin/installer #!\n
 # NothingInAScriptWithoutAFirstLine: file 1/inst/linux/code/bin/installer exit 0\n
 # NothingInALauncherThatIsAScript: starter; file 1/inst/linux/code/bin/kvl-launcher #!/bin/sh\n; mode 755 1/inst/linux/code/bin/kvl-launcher
-# NothingInAMediaWithoutAVolumesFileAndVolumeTwoOfAnotherSet: remove 1/inst/volumes.txt; 2: 2=SET-B
+# NothingWithoutAVolumesFileBesideVolumeTwoOfAnotherSet: remove 1/inst/volumes.txt; 2: 2=SET-B
 Volumes    1
 # NothingWhereMediaXmlNamesTheSameNumber: 3: 3=SET-A; file 1/media.xml <media tag="SET-A" volumes="2"/>
 # NothingInDescriptionsOfAnotherForm: file 1/media.xml <media tag="T"/><set volumes="9"/>; file 1/meta.TOCxml payload/1
 # NothingInADescriptionWithoutVolumes: file 1/media.xml <media volumes="-2"/>
-# NothingInAMediaThatIsAsItShouldBe:
+# NothingInAFineMedia:
 = started in place
 # AmVolumeOfAnotherSet: remove 1; remove 2; first 1/m/1; 1/m/1: volumes=3 1=SET-A; 1: 1=AM-A; 2: 2=AM-B; 3: 3=AM-A; 3/m/3: 3=SET-A
 $ check {1/m/1} --os linux --installer installer
@@ -318,7 +318,7 @@ $ -- -SoftMgt
 Media      {1}
 error: -SoftMgt must be used with another flag (either -List, -Check, -Commit or -Rollback); correct the launcher's arguments (behind --)
 1 problem: the launcher will end with status 1
-# BadLauncherArgumentsOfTheOtherKind:
+# OtherBadLauncherArguments:
 $ -- -List
 Media      {1}
 error: -List must be used with the -SoftMgt flag; correct the launcher's arguments (behind --)
@@ -346,21 +346,21 @@ error: the start script has no execute permission: {1}/StartTUI.sh; give the sta
 # NoExecutePermissionInAnOlderContainer: mode 644 1/StartTUI.sh
 $ older-container
 error: the start script has no execute permission: {1}/StartTUI.sh; give the start script execute permission (chmod a+x)
-# StartScriptWithWindowsWithoutExecutePermission: mode 644 1/StartGUI.sh
+# GraphicalStartScriptWithoutExecutePermission: mode 644 1/StartGUI.sh
 error: the start script has no execute permission: {1}/StartGUI.sh; give the start script execute permission (chmod a+x)
 1 problem: StartGUI.sh will fail; without it, the installer will be started in place
 # BothStartScriptsWithoutExecutePermission: mode 644 1/StartGUI.sh; mode 644 1/StartTUI.sh
 error: the start script has no execute permission: {1}/StartTUI.sh; give the start script execute permission (chmod a+x)
 error: the start script has no execute permission: {1}/StartGUI.sh; give the start script execute permission (chmod a+x)
 2 problems: StartTUI.sh and StartGUI.sh will fail; without them, the installer will be started in place
-# StartScriptThatOthersOnlyMayExecute: mode 645 1/StartTUI.sh
+# StartScriptThatOnlyOthersMayExecute: mode 645 1/StartTUI.sh
 $ without-rights
 error: the start script has no execute permission: {1}/StartTUI.sh; give the start script execute permission (chmod a+x)
 # StartScriptWithCarriageReturns: file 1/StartTUI.sh #!/bin/sh\r\nexit\r\n
 error: the first line contains a carriage return: {1}/StartTUI.sh; save the file with line feeds alone
 # StartScriptThatIsAPipe: pipe 1/StartTUI.sh
 error: a pipe cannot be copied: {1}/StartTUI.sh; put a file in place of the pipe, or remove the pipe if nothing needs it
-# StartScriptThatLeadsNowhere: link 1/StartTUI.sh nowhere
+# StartScriptThatIsADanglingLink: link 1/StartTUI.sh nowhere
 error: this link leads nowhere: {1}/StartTUI.sh; restore what the link leads to, or remove the link if nothing needs it
 # StartScriptThatNamesAnotherInstaller: file 1/StartTUI.sh KVL_OS=other\nKVL_Installer_EXE=setup\n
 error: the start script names the installer {1}/inst/other/code/bin/setup, which is missing: {1}/StartTUI.sh; put the installer there, or correct KVL_OS and KVL_Installer_EXE in the start script

@@ -1,5 +1,5 @@
-// kvl-media check: launches that fail for what a media, a user or a system is like, each foretold and
-// then tried.
+// kvl-media check: it foretells launches that fail because of a media, a user or a system, and the
+// test then tries each launch.
 #include <sys/mount.h>
 #include <sys/utsname.h>
 
@@ -23,15 +23,15 @@ constexpr char kCannotStart[] =
 using FileHeader = ElfW(Ehdr);
 using Segment = ElfW(Phdr);
 
-constexpr std::size_t kWholeBinary = 3 * 65536;  // at least three pages, whatever their size
+constexpr std::size_t kWholeBinary = 3 * 65536;  // at least three pages of any size
 
-constexpr std::size_t kDynamic = 2 * kWholeBinary / 3;  // where its first needs are
+constexpr std::size_t kDynamic = 2 * kWholeBinary / 3;  // where its loader looks first
 
-/// The beginning of a binary that the system would start if there were any instructions in it.
+/// The beginning of a binary that the system accepts, although it has no instructions.
 struct Binary {
   FileHeader header = {};
   Segment interpreter = {}, load = {}, dynamic = {};
-  char loader[64] = "/bin/sh";  // any program for this machine
+  char loader[64] = "/bin/sh";  // any program for this machine will do
 
   Binary() {
     const std::string own = ReadFile("/proc/self/exe").substr(0, sizeof header);
@@ -80,7 +80,7 @@ std::string NeedsLoader(const std::string& path) {
   return "the program needs the loader " + path + ", which is missing or cannot be executed";
 }
 
-/// As the reports call it.
+/// Returns the name of this machine in the reports.
 std::string ThisMachine() {
   utsname system;
   ::uname(&system);
@@ -122,9 +122,9 @@ std::vector<BadBinary> BadBinaries() {
        [](Binary& binary) { binary.dynamic = binary.interpreter = {}; }, kWholeBinary / 3},
       {"with a segment behind all numbers", kNoEnd, kAgain, kUnknown,
        [](Binary& binary) { binary.load.p_offset = ElfW(Off)(-4096); }},
-      {"of no width that there is", kNonsense, kAgain, kUnknown,
+      {"of an unknown width", kNonsense, kAgain, kUnknown,
        [](Binary& binary) { binary.header.e_ident[EI_CLASS] = 0x12; }},
-      {"of no order of bytes that there is", kNonsense, kAgain, kUnknown,
+      {"of an unknown order of bytes", kNonsense, kAgain, kUnknown,
        [](Binary& binary) { binary.header.e_ident[EI_DATA] = ELFDATANONE; }},
       {"that is linked into others", kNonsense, kAgain, kUnknown,
        [](Binary& binary) { binary.header.e_type = ET_REL; }},
@@ -149,7 +149,7 @@ std::vector<BadBinary> BadBinaries() {
   };
 }
 
-/// Both as the installer and as the launcher that the start script starts.
+/// Tries each binary as the installer, and as the launcher that the start script starts.
 TEST(CheckForetells, EveryBinaryThatCannotBeStarted) {
   for (const BadBinary& row : BadBinaries()) {
     SCOPED_TRACE(row.name);
@@ -176,7 +176,7 @@ TEST(CheckForetells, EveryBinaryThatCannotBeStarted) {
   }
 }
 
-TEST(CheckForetells, TheNameOfAMachine) {
+TEST(CheckBinary, NamesTheMachineThatABinaryIsFor) {
   struct Row {
     ElfW(Half) machine;
     std::string of_32_bits, of_64_bits;
@@ -196,14 +196,14 @@ TEST(CheckForetells, TheNameOfAMachine) {
       binary.header.e_ident[EI_CLASS] = static_cast<unsigned char>(width);
       WriteFile(path, binary.Bytes(kWholeBinary));
       const BinaryCheck check = CheckBinary(path);
-      if (check.fault != BinaryFault::kOtherMachine) continue;  // it is this one, or its relative
+      if (check.fault != BinaryFault::kOtherMachine) continue;  // this machine or its predecessor
       EXPECT_EQ(check.machine, width == ELFCLASS32 ? row.of_32_bits : row.of_64_bits);
       EXPECT_EQ(check.own_machine, ThisMachine());
     }
   }
 }
 
-TEST(CheckForetells, ThatABinaryIsStarted) {
+TEST(CheckForetells, ThatAWholeBinaryStarts) {
   CheckWorld world("two volumes");
   const std::vector<std::function<void(Binary&)>> changes = {
       [](Binary&) {},
@@ -225,9 +225,9 @@ TEST(CheckForetells, ThatABinaryIsStarted) {
 
 // --- texts that are too long ---------------------------------------------------------------------
 
-constexpr std::size_t kLongest = 131'071;  // of a text on most machines, and more on others
+constexpr std::size_t kLongest = 131'071;  // of a text; more on machines with large pages
 
-/// Not on those others.
+/// Returns false on machines where a text may be longer.
 bool HasUsualPages() {
   return ::sysconf(_SC_PAGESIZE) == 4096;
 }
@@ -273,7 +273,7 @@ TEST(CheckForetells, AVariableThatATagMakesTooLong) {
   }
 }
 
-/// To be called in the child: the system hands a quarter of it to a program.
+/// Limits the stack of the child that calls this. The system passes a quarter of it to a program.
 void LimitStack() {
   const rlimit limit = {1U << 21U, 1U << 21U};
   RequireDone(::setrlimit(RLIMIT_STACK, &limit) == 0, "limit the stack");
@@ -281,7 +281,7 @@ void LimitStack() {
 
 TEST(CheckForetells, VariablesThatTogetherAreTooLong) {
   CheckWorld world("two volumes");
-  // The launcher hands the path on twice.
+  // The launcher passes PATH on twice.
   Environment env = {{"PATH", std::string(100'000, 'p')}};
   for (const char* name : {"A", "B", "C", "D"}) env[name] = std::string(100'000, 'v');
   const Outcome seen = world.Check({}, env, LimitStack);
@@ -301,7 +301,7 @@ error: the arguments and variables of the installer have <n> bytes together, but
 TEST(CheckForetells, TextsThatTogetherAreJustShortEnough) {
   CheckWorld world("two volumes");
   const std::string argument(9'000, 'x');
-  // Of these the launcher hands the path on twice.
+  // The launcher passes PATH on twice.
   Environment env = {{"FAKE_REPORT", "{report}"}};
   for (const char* name : {"PATH", "A", "B", "C", "D"}) env[name] = std::string(100'000, 'v');
   const auto check = [&] { return world.Check({"--", argument}, env, LimitStack); };
@@ -399,7 +399,7 @@ warning: other users cannot read this directory: {1}/inst/linux/code; give all u
   EXPECT_EQ(launch.status, 255);
 }
 
-TEST(CheckForetells, AnInstallerOfAnInstallerMediaThatIsNotStaged) {
+TEST(CheckForetells, AnExternalInstallerThatIsNotStaged) {
   const std::string first(60, '1'), closed = "ext/inst/linux/code";
   CheckWorld world("first " + first + "; " + first + ": volumes=2 1=SET-A; remove " + first +
                    "/inst/linux/code/bin/installer; installer ext; mode 311 " + closed);
@@ -418,7 +418,7 @@ TEST(CheckForetells, AnInstallerOfAnInstallerMediaThatIsNotStaged) {
                   "the installer cannot be started, and the launcher will end with status 255\n"));
 }
 
-/// To be called in the child: a file system of its own in the directory, with these limits.
+/// Mounts a file system with these limits in the directory, for the child that calls this.
 void MountSmall(const std::string& directory, const std::string& limits) {
   const bool is_possible = ::unshare(CLONE_NEWNS) == 0 &&
                            ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
@@ -465,7 +465,7 @@ TEST(CheckForetells, ThatAllFitsIntoAFileSystemWithoutLimits) {
   EXPECT_EQ(world.Launch("1", {.before = mount}).status, 0);
 }
 
-TEST(CheckForetells, ThatItCannotKnowWhetherTheRoomIsEnough) {
+TEST(CheckForetells, WhetherTheRoomIsEnough) {
   CheckWorld world("two volumes; 2: 2=SET-B");
   WithTinyFiles(world);
   constexpr std::uint64_t kBlock = 4096;
@@ -494,7 +494,8 @@ TEST(CheckForetells, ThatItCannotKnowWhetherTheRoomIsEnough) {
   }
 }
 
-/// The room that staging needs at most, as a check says that does not know whether it is enough.
+/// Returns the room that staging needs at most, as a check says that cannot tell whether it is
+/// enough.
 std::uint64_t MostRoomOf(const CheckWorld& world) {
   constexpr std::uint64_t kBlock = 4096;
   const ScopedEnv scoped({{"TMPDIR", world.Path("tmp")},
@@ -511,7 +512,7 @@ std::uint64_t MostRoomOf(const CheckWorld& world) {
   return needed_with(at_least / kBlock);
 }
 
-TEST(CheckForetells, ThatAFileOfAnInstallerMediaTakesTheRoomOfTheOneThatItReplaces) {
+TEST(CheckForetells, ThatAnExternalFileTakesTheRoomOfTheFileThatItReplaces) {
   CheckWorld world("two volumes; 2: 2=SET-B; installer ext");
   world.Directory().Write("ext/inst/linux/reffiles/more", std::string(100'000, 'x'));
   const std::uint64_t without = MostRoomOf(world);
@@ -521,7 +522,7 @@ TEST(CheckForetells, ThatAFileOfAnInstallerMediaTakesTheRoomOfTheOneThatItReplac
 
 // --- names ---------------------------------------------------------------------------------------
 
-TEST(CheckForetells, WhatIsSaidOfAMediaWithALineFeedInItsPath) {
+TEST(CheckForetells, TheMessagesOfAMediaWithALineFeedInItsPath) {
   CheckWorld world;
   world.FirstVolume("a\nb").Announces("1");
   const Outcome seen =

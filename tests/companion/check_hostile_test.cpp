@@ -1,4 +1,4 @@
-// kvl-media check: media that are made to lead somebody astray, keep the program busy, or take its
+// kvl-media check: media that try to mislead the user, to keep the program busy, or to use up
 // memory.
 #include <nlohmann/json.hpp>
 
@@ -10,7 +10,7 @@
 namespace kvl::test {
 namespace {
 
-TEST(CheckOfAHostileMedia, SendsNoCharacterToATerminalThatItWouldObey) {
+TEST(CheckOfAHostileMedia, SendsNoCharacterThatATerminalObeys) {
   CheckWorld world("two volumes");
   const std::vector<std::pair<std::string, std::string>> names = {
       {"a\x1B[2J", "a\\x1B[2J"},
@@ -38,7 +38,7 @@ TEST(CheckOfAHostileMedia, SendsNoCharacterToATerminalThatItWouldObey) {
   EXPECT_EQ(json.status, 1);
 }
 
-TEST(CheckOfAHostileMedia, SendsNoPathOfMissingVolumesToATerminalAsItIs) {
+TEST(CheckOfAHostileMedia, EscapesThePathsOfMissingVolumes) {
   CheckWorld world;
   world.FirstVolume("a\x1B/1").Announces("3").Marker(1, "SET-A");
   const Outcome seen = world.Companion(
@@ -57,7 +57,7 @@ warning: volumes 2 to 3 have no markers: {}/a\x1B/2/2.txt; copy all of these vol
 
 // --- files that keep the reader waiting ----------------------------------------------------------
 
-/// To be called in the child: a program that waits for ever is ended.
+/// Ends the child that calls this after some seconds, even if it waits for ever.
 void EndSoon() {
   constexpr unsigned kSeconds = 20;
   ::alarm(kSeconds);
@@ -67,7 +67,7 @@ const std::vector<std::string> kFilesThatAreRead = {
     "1/1.txt",       "2/2.txt",       "1/inst/volumes.txt",
     "1/StartTUI.sh", "1/StartGUI.sh", "1/inst/linux/code/bin/installer"};
 
-/// A search of the directories above ends in it.
+/// A media above which a search of the launcher ends.
 constexpr char kMedia[] = "two volumes; .: 9=AM; ";
 
 TEST(CheckOfAHostileMedia, EndsWhenAFileBecomesAPipeBeforeItIsOpened) {
@@ -85,14 +85,14 @@ TEST(CheckOfAHostileMedia, EndsWhenAFileBecomesAPipeBeforeItIsOpened) {
   }
 }
 
-/// What the kernel says: as it claims a regular file, whose reader waits for more.
+/// The messages of the kernel: they look like a regular file, but a reader waits for more.
 constexpr char kWaits[] = "/proc/kmsg";
 
 TEST(CheckOfAHostileMedia, EndsAtAFileWhoseReaderWaits) {
   const int file = ::open(kWaits, O_RDONLY | O_NONBLOCK);
   if (file < 0) GTEST_SKIP() << "only the superuser reads it";
   char bytes[65536];
-  while (::read(file, bytes, sizeof bytes) > 0) continue;  // as others do who read it
+  while (::read(file, bytes, sizeof bytes) > 0) continue;  // takes the messages, as any reader
   const bool waits = errno == EAGAIN;
   ::close(file);
   if (!waits) GTEST_SKIP() << "its reader does not wait here";
@@ -119,7 +119,7 @@ class CheckOfEndlessLines : public testing::Test {
     if (kSanitized) GTEST_SKIP() << "a sanitizer takes memory of its own";
   }
 
-  /// The report of a check that has no more than 8 MiB to write into.
+  /// Returns the report of a check that may use at most 8 MiB of data memory.
   Outcome Check(const std::vector<std::string>& further = {}) const {
     return world_.Check(further, {}, [] {
       constexpr rlim_t kBytes = 8'388'608;
@@ -137,15 +137,15 @@ class CheckOfEndlessLines : public testing::Test {
     return nlohmann::ordered_json::parse(json.out);
   }
 
-  /// A line that begins with the text and goes on, as far as anybody can read, with zeros.
+  /// Makes a file of one line: the text and then zeros, more than anybody can read.
   void MakeEndless(const std::string& name, const std::string& text) const {
     world_.Directory().Write(name, text);
     std::error_code error;
-    fs::resize_file(world_.Path(name), 1ULL << 40U, error);  // a hole
+    fs::resize_file(world_.Path(name), 1ULL << 40U, error);  // a sparse file
     if (error) ::truncate(world_.Path(name).c_str(), 1L << 34);
   }
 
-  /// What is said of two volumes with this tag.
+  /// Returns the report about two volumes with this tag.
   static std::string WithTag(const std::string& tag, const std::string& rest) {
     return Report(kInPlace, "Volumes    2, layout sibling, tag " + tag +
                                 "\n           1  found       {1}\n           2  found       {2}\n" +
@@ -160,7 +160,7 @@ TEST_F(CheckOfEndlessLines, TakesLittleMemoryForTagsWithoutAnEnd) {
   MakeEndless("2/2.txt", "MTBDIR=");
   std::string zeros;
   for (int i = 0; i < 256; ++i) zeros += "\\x00";
-  // A variable ends at its first zero, so that the installer gets an empty one.
+  // A variable ends at its first zero, so the installer gets an empty one.
   world_.ExpectReport(Check(), WithTag(zeros + "... (1048569 bytes)",
                                        "Fine: the installer will be started in place\n"));
 }

@@ -1,4 +1,4 @@
-// kvl-media check: what it finds where a media cannot be made, or a report not be told, in a line.
+// kvl-media check: findings about situations that need more than a row of a table.
 #include "tests/companion/check_world.h"
 
 namespace kvl::test {
@@ -13,7 +13,7 @@ std::string StagedFiles(const std::string& count) {
          " files, <n> bytes; <n> bytes free\n";
 }
 
-TEST(CheckFindsMore, ADirectoryThatIsNoFirstVolume) {
+TEST(CheckReports, ADirectoryThatIsNotVolume1) {
   const CheckWorld world("two volumes");
   const std::map<std::string, Environment> systems = {
       {"not set", {}}, {"linux, from the environment", {{"KVL_OS", "linux"}}}};
@@ -29,7 +29,7 @@ error: the launcher finds no directory inst here, so this is not volume 1: {2}; 
   }
 }
 
-TEST(CheckFindsMore, WhatTheFirst64KiBOfTheStartScriptSay) {
+TEST(CheckReports, TheSystemInTheFirst64KiBOfTheStartScript) {
   CheckWorld world("first 1");
   const auto system_of = [&](std::size_t length) {
     const std::string line = "\nKVL_OS=linux";
@@ -42,7 +42,7 @@ TEST(CheckFindsMore, WhatTheFirst64KiBOfTheStartScriptSay) {
   EXPECT_EQ(system_of(65'537), "linu, from StartTUI.sh");
 }
 
-TEST(CheckFindsMore, ANameTooLongForADisc) {
+TEST(CheckReports, ANameTooLongForADisc) {
   const std::string name(254, 'n');
   const CheckWorld world("two volumes; file 2/" + name + "; file 2/" + std::string(253, 'm'));
   world.ExpectReport(
@@ -51,7 +51,7 @@ TEST(CheckFindsMore, ANameTooLongForADisc) {
                            name + "; shorten the name to 253 bytes or less\n"));
 }
 
-TEST(CheckFindsMore, ADirectoryThatCannotBeListed) {
+TEST(CheckReports, ADirectoryThatCannotBeListed) {
   const CheckWorld world("two volumes; mode 311 1/inst/common");
   const Outcome seen = world.Check({}, {}, GiveUpPermissions);
   SetMode(world.Path("1/inst/common"), 0755);
@@ -63,7 +63,7 @@ warning: you cannot list this directory, so it counts as empty: {1}/inst/common;
 )"));
 }
 
-TEST(CheckFindsMore, AVolumeThatNobodyMayLookInto) {
+TEST(CheckReports, AVolumeThatTheUserCannotEnter) {
   const CheckWorld world("two volumes; mode 600 2");
   const Outcome seen = world.Check({}, {}, GiveUpPermissions);
   SetMode(world.Path("2"), 0755);
@@ -78,7 +78,7 @@ warning: you cannot enter a directory above the marker of volume 2: {2}/2.txt; g
 )"));
 }
 
-TEST(CheckFindsMore, AFirstVolumeThatNobodyMayLookInto) {
+TEST(CheckReports, AFirstVolumeThatTheUserCannotEnter) {
   const CheckWorld world("two volumes; mode 0 1");
   const Outcome seen = world.Check({}, {}, GiveUpPermissions);
   SetMode(world.Path("1"), 0755);
@@ -96,7 +96,7 @@ warning: other users cannot read this directory: {1}; give all users read and ex
 )"));
 }
 
-TEST(CheckFindsMore, APayloadAndAnInstallerThatNobodyMayLookFor) {
+TEST(CheckReports, APayloadAndAnInstallerThatTheUserCannotReach) {
   const CheckWorld world(
       "two volumes; file 1/meta.TOCxml  payload=\"payload/1\"; dir 1/payload/1; "
       "mode 0 1/payload; mode 0 1/inst");
@@ -118,7 +118,7 @@ warning: you cannot list this directory, so it counts as empty: {1}/payload; giv
 )"));
 }
 
-TEST(CheckFindsMore, AReadOnlyFileThatAnExternalMediaOverwrites) {
+TEST(CheckReports, AReadOnlyFileThatAnExternalMediaOverwrites) {
   const CheckWorld world(
       "two volumes; 2: 2=SET-B; installer ext; mode 444 1/inst/common/reffiles/list");
   const bool is_superuser = ::geteuid() == 0;
@@ -134,15 +134,15 @@ TEST(CheckFindsMore, AReadOnlyFileThatAnExternalMediaOverwrites) {
                  (is_superuser ? "2 problems: the installer will be staged and started\n" : "")));
 }
 
-TEST(CheckFindsMore, TooLittleSpaceForStaging) {
+TEST(CheckReports, TooLittleSpaceForStaging) {
   const CheckWorld world("two volumes; 2: 2=SET-B; file 1/inst/huge");
   std::error_code error;
-  fs::resize_file(world.Path("1/inst/huge"), 1ULL << 43U, error);  // a hole
+  fs::resize_file(world.Path("1/inst/huge"), 1ULL << 43U, error);  // a sparse file
   if (error) GTEST_SKIP() << "no file of 8 TiB can be made here";
   world.ExpectReport(world.Check(), Report(kStaged, StagedFiles("10") + kTooLittleSpace));
 }
 
-TEST(CheckFindsMore, TooFewFilesLeftForStaging) {
+TEST(CheckReports, TooFewFreeInodesForStaging) {
   const CheckWorld world("two volumes; 2: 2=SET-B");
   const auto mount = [&] {
     const bool is_possible =
@@ -159,7 +159,7 @@ error: staging needs room for 17 files and directories, but there is room for on
   ExpectTheSame(world.Check({"--json"}, {}, mount), seen);
 }
 
-TEST(CheckFindsMore, ATemporaryDirectoryOfOthersForTheSuperuser) {
+TEST(CheckReports, ATemporaryDirectoryOfOthersToTheSuperuser) {
   const std::string warning =
       "warning: other users own this directory or may write into it without a sticky bit, so they "
       "can replace what the superuser stages below it: ";
@@ -208,8 +208,8 @@ TEST(CheckFindsMore, ATemporaryDirectoryOfOthersForTheSuperuser) {
   }
 }
 
-TEST(CheckFindsMore, ATreeOfLinksThatACopyWouldTakeYearsFor) {
-  // The greatest number there is stands for those beyond it.
+TEST(CheckReports, ATreeOfLinksThatTakesYearsToCopy) {
+  // The largest number stands for all numbers above it.
   const std::vector<std::pair<std::string, std::string>> rows = {{"ab", "549755813896"},
                                                                  {"abcd", "18446744073709551615"}};
   for (const auto& [links, files] : rows) {
@@ -223,7 +223,7 @@ TEST(CheckFindsMore, ATreeOfLinksThatACopyWouldTakeYearsFor) {
   }
 }
 
-TEST(CheckFindsMore, VolumesBeyondThoseThatAreListed) {
+TEST(CheckReports, VolumesBeyondThoseThatAreListed) {
   const CheckWorld world(
       "two volumes; remove 2; 1: volumes=2147483647; 2000000: 2000000=SET-B; dir 1500000");
   world.ExpectReport(world.Check(), Report(kInPlace, R"(
@@ -241,7 +241,7 @@ warning: 2147482645 more volumes above volume 1000 are missing: {1}/inst/volumes
 )"));
 }
 
-TEST(CheckFindsMore, MoreOfOneKindThanAReportKeeps) {
+TEST(CheckReports, MoreFindingsOfOneCodeThanItLists) {
   CheckWorld world("two volumes");
   std::string lines;
   for (int i = 100; i < 203; ++i) {

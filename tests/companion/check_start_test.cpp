@@ -1,4 +1,4 @@
-// kvl-media check: what is foretold of the start that depends on the machine, the user or the caller.
+// kvl-media check: forecasts of a start that depend on the machine, the user or the caller.
 #include <elf.h>
 
 #include "tests/companion/check_world.h"
@@ -6,7 +6,7 @@
 namespace kvl::test {
 namespace {
 
-/// A program of 32 bits without an instruction, for the narrower of the machines that this one is.
+/// Returns a 32-bit program without instructions for the predecessor of this machine.
 std::string ProgramOf32Bits() {
   struct {
     Elf32_Ehdr head;
@@ -23,7 +23,7 @@ std::string ProgramOf32Bits() {
   return {reinterpret_cast<const char*>(&program), sizeof program};
 }
 
-TEST(CheckForetells, NothingBadOfALauncherOf32Bits) {
+TEST(CheckForetells, ThatALauncherOf32BitsStarts) {
   const CheckWorld world("two volumes; starter");
   const std::string launcher = "1/inst/linux/code/bin/kvl-launcher";
   SetMode(world.Directory().Write(launcher, ProgramOf32Bits()), 0755);

@@ -1,5 +1,5 @@
-// kvl-media check: what it finds in the trees of the media and of the temporary directory. Each row is
-// a transcript of all that it says; check_findings_test.cpp compares it.
+// kvl-media check: findings about the trees of the media and the temporary directory. Each row is a
+// transcript of the whole report; check_findings_test.cpp compares it.
 #include "tests/companion/check_world.h"
 
 namespace kvl::test {
@@ -23,7 +23,7 @@ warning: this link leads nowhere: {2}/payload/2/v; restore what the link leads t
 warning: this link leads round in a circle: {1}/inst/up; let the link lead to something else, or remove the link if nothing needs it
 # LinksToEachOther: link 1/a/b ../c; link 1/c/d ../a
 warning: this link leads round in a circle: {1}/c/d; let the link lead to something else, or remove the link if nothing needs it
-# LinksToEachOtherOfWhichTheOtherWasMadeFirst: link 1/c/d ../a; link 1/a/b ../c
+# LinksToEachOtherMadeInReverseOrder: link 1/c/d ../a; link 1/a/b ../c
 warning: this link leads round in a circle: {1}/c/d; let the link lead to something else, or remove the link if nothing needs it
 # LinkToItself: link 1/self self
 warning: this link leads round in a circle or through too many other links: {1}/self; let the link lead to something else, or remove the link if nothing needs it
@@ -53,9 +53,9 @@ warning: other users cannot read this directory: {2/m}; give all users read and 
 2 problems: the installer will be started in place
 # DirectoryThatOthersCannotRead: mode 754 1/inst/common
 warning: other users cannot read this directory: {1}/inst/common; give all users read and execute permission (chmod a+rx)
-# BytesThatAreNoText: link 2/a\xFF\n\\ x
+# NameThatIsNotText: link 2/a\xFF\n\\ x
 warning: this link leads nowhere: {2}/a\xFF\x0A\\; restore what the link leads to, or remove the link if nothing needs it
-# ManyOfOneKind: link 2/10 x; link 2/11 x; link 2/12 x; link 2/13 x; link 2/14 x; link 2/15 x; link 2/16 x; link 2/17 x; link 2/18 x; link 2/19 x; link 2/20 x; link 2/21 x
+# ManyFindingsOfOneCode: link 2/10 x; link 2/11 x; link 2/12 x; link 2/13 x; link 2/14 x; link 2/15 x; link 2/16 x; link 2/17 x; link 2/18 x; link 2/19 x; link 2/20 x; link 2/21 x
 warning: this link leads nowhere: {2}/10; restore what the link leads to, or remove the link if nothing needs it
 warning: this link leads nowhere: {2}/11; restore what the link leads to, or remove the link if nothing needs it
 warning: this link leads nowhere: {2}/12; restore what the link leads to, or remove the link if nothing needs it
@@ -81,7 +81,7 @@ warning: the path contains a colon, which splits it in the path lists of the ins
 $ KVL_UseExternalInstaller=1 -- -installerPath {e:xt}
 Installer  {e:xt}/inst/linux/code/bin/installer, from -installerPath; name from --installer
 warning: the path contains a colon, which splits it in the path lists of the installer: {e:xt}/inst/; use a directory whose path has no colon
-# PipesInPlaceOfEveryFileThatItReads: pipe 1/inst/volumes.txt; pipe 1/1.txt; pipe 1/StartTUI.sh; pipe 2/2.txt; pipe 7.txt
+# PipesInPlaceOfAllFilesThatItReads: pipe 1/inst/volumes.txt; pipe 1/1.txt; pipe 1/StartTUI.sh; pipe 2/2.txt; pipe 7.txt
 $ check 1
 System     not set
 Installer  not found; name not set
@@ -130,18 +130,18 @@ error: you cannot read this file: {1}/media.db; give the file read permission (c
 # FileThatNobodyCanRead: mode 0 1/media.db
 $ without-rights
 error: you cannot read this file: {1}/media.db; give the file read permission (chmod a+r)
-# LauncherOnAMountThatForbidsToExecute: starter; link 1/inst/linux/code/bin/kvl-launcher installer
+# LauncherOnANoexecMount: starter; link 1/inst/linux/code/bin/kvl-launcher installer
 $ noexec
 Start      staged in {tmp}/<identifier>: 10 files, <n> bytes; <n> bytes free
 error: the launcher lies on a file system that is mounted noexec: {1}/inst/linux/code/bin/kvl-launcher; mount the file system without noexec, or copy the media to another one
 2 problems: the launcher cannot be started
-# LauncherOnSuchAMountBesideAnotherFinding: starter; link 1/inst/linux/code/bin/kvl-launcher installer; file 1/StartTUI.sh #!/bin/sh\r\n"$CurrentMediaDir/inst/$KVL_OS/code/bin/kvl-launcher"\n
+# LauncherOnANoexecMountBesideAnotherFinding: starter; link 1/inst/linux/code/bin/kvl-launcher installer; file 1/StartTUI.sh #!/bin/sh\r\n"$CurrentMediaDir/inst/$KVL_OS/code/bin/kvl-launcher"\n
 $ noexec
 Start      staged in {tmp}/<identifier>: 10 files, <n> bytes; <n> bytes free
 error: the first line contains a carriage return: {1}/StartTUI.sh; save the file with line feeds alone
 error: the launcher lies on a file system that is mounted noexec: {1}/inst/linux/code/bin/kvl-launcher; mount the file system without noexec, or copy the media to another one
 3 problems: the launcher cannot be started
-# TemporaryDirectoryToBeMadeWhereNothingCanBeExecuted:
+# MissingTemporaryDirectoryOnANoexecMount:
 $ noexec TMPDIR={1/to/be}
 Start      staged in {1}/to/be/<identifier>: 9 files, <n> bytes; <n> bytes free
 error: the launcher stages the installer on a file system that is mounted noexec: {1}/to/be; set TMPDIR to a directory on another file system
@@ -153,11 +153,11 @@ Start      staged in {tmp}/<identifier>: 12 files, <n> bytes; <n> bytes free
 error: the external installer media has a directory where the media has a file: {ext}/inst/common/x; rename one of the two
 error: the external installer media has a file where the media has a directory: {ext}/inst/common/y; rename one of the two
 3 problems: the launcher will end with status 1
-# TemporaryDirectoryInsideOfWhatIsCopied: dir 1/inst/tmp
+# TemporaryDirectoryInsideWhatIsCopied: dir 1/inst/tmp
 $ TMPDIR={1/inst/tmp}
 Start      staged in {1}/inst/tmp/<identifier>: 5 files, <n> bytes; <n> bytes free
 error: the temporary directory lies inside a directory that staging copies: {1}/inst; set TMPDIR to a directory outside the media
-# TemporaryDirectoryThatIsNone: file none
+# TemporaryDirectoryThatIsAFile: file none
 $ TMPDIR={none}
 Start      staged in {none}/<identifier>: 9 files, <n> bytes; <n> bytes free
 error: TMPDIR is not a directory: {none}; set TMPDIR to a directory that you can write into
@@ -173,7 +173,7 @@ error: the path of the temporary directory contains a link that leads nowhere: {
 $ TMPDIR={tmp}/a\\b
 Start      staged in {tmp}/a\\b/<identifier>: 9 files, <n> bytes; <n> bytes free
 error: the path of the temporary directory contains a backslash, which the launcher takes for a slash when it makes directories: {tmp}/a\\b; set TMPDIR to a directory whose path has no backslash
-# UmaskThatClosesWhatIsStaged:
+# UmaskThatClosesTheStagedFiles:
 $ without-rights umask-300
 error: the umask 300 removes permissions that you need on the staged files: {tmp}/<identifier>/; set a umask that leaves them to you (umask 022)
 # TemporaryDirectoryThatIsMissing: dir closed; mode 555 closed

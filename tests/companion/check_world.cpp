@@ -23,7 +23,7 @@ std::string Unescaped(const std::string& text) {
   return bytes;
 }
 
-/// Takes the first word off a text.
+/// Removes the first word from a text and returns it.
 std::string TakeWord(std::string& text) {
   const std::size_t end = text.find(' ');
   std::string word = text.substr(0, end);
@@ -35,7 +35,7 @@ using ReportParts = std::map<std::string, std::string>;
 
 constexpr char kMoreVolumes[] = "", kFindings[] = "findings", kEnd[] = "end";
 
-/// The parts of a report by their first words.
+/// Returns the parts of a report by their first words.
 ReportParts PartsOf(const std::string& report) {
   ReportParts parts;
   std::string label = kMoreVolumes;
@@ -241,7 +241,7 @@ Outcome CheckWorld::CheckBy(const std::string& line, const Lines& options) const
     } else if (word.starts_with("umask-")) {
       umask.emplace(static_cast<mode_t>(std::stoul(word.substr(6), nullptr, 8)));
     } else if (word == "older-container") {
-      constexpr unsigned kFaccessat2 = 439;  // on every machine
+      constexpr unsigned kFaccessat2 = 439;  // the same number on every machine
       before = [] { FilterCalls({kFaccessat2}, SECCOMP_RET_ERRNO | EPERM); };
     } else if (arguments.empty() && equals != std::string::npos) {
       env[word.substr(0, equals)] = Unescaped(word.substr(equals + 1));

@@ -1,4 +1,4 @@
-// What a report keeps of many findings, and what it knows of the first line of a script.
+// Many findings of one code, and the first line of a script.
 #include "companion/check/findings.h"
 
 #include "companion/check/program_head.h"
@@ -7,7 +7,7 @@
 namespace kvl::test {
 namespace {
 
-TEST(Findings, BecomeMoreSevereAlsoWhenNoMoreAreKept) {
+TEST(Findings, BecomeMoreSevereEvenIfNoFurtherOnesAreKept) {
   constexpr FindingKind kKind = FindingKind::kDanglingLink;
   Findings findings;
   for (std::size_t i = 0; i < Findings::kMostOfOneCode; ++i) {
@@ -20,8 +20,8 @@ TEST(Findings, BecomeMoreSevereAlsoWhenNoMoreAreKept) {
   EXPECT_EQ(findings.Count(), Findings::kMostOfOneCode + 1);
 }
 
-/// Linux looks at 256 bytes.
-TEST(ProgramHead, KnowsTheInterpreterOfALineThatEndsWithinWhatTheSystemLooksAt) {
+/// Linux looks at the first 256 bytes.
+TEST(ProgramHead, KnowsTheInterpreterOfAFirstLineOfAtMost256Bytes) {
   const std::string name = "/bin/sh", line = "#!" + name + std::string(246, ' ');
   EXPECT_EQ(ProgramHead(FileStart{line + "\n"}).Interpreter(), name);
   EXPECT_EQ(ProgramHead(FileStart{line + " \n"}).Interpreter(), "");

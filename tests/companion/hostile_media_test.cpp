@@ -1,5 +1,5 @@
-// A media that somebody has filled with what leads astray, keeps a reader busy or takes its memory:
-// what check and verify say of it. Both end, and neither calls it fine.
+// kvl-media check and verify on a media that tries to mislead the user, to keep a reader busy, or
+// to use up memory. Both end, and neither calls the media fine.
 #include "tests/companion/sealed_world.h"
 #include "tests/support/system_faults.h"
 
@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::size_t kNameLength = 200;
 
-/// Makes directories with long names, each in the one before.
+/// Makes nested directories with long names.
 void MakeDeep(const std::string& top, int levels) {
   const std::string name(kNameLength, 'd');
   int here = ::open(top.c_str(), O_PATH | O_CLOEXEC);
@@ -21,7 +21,7 @@ void MakeDeep(const std::string& top, int levels) {
   ::close(here);
 }
 
-/// The lines that name something wrong, without the remedies.
+/// Returns the lines of the findings without their remedies.
 std::string Findings(const std::string& report) {
   std::istringstream stream(report);
   std::string found;
@@ -54,7 +54,7 @@ class HostileMedia : public testing::Test {
   SealedWorld world_;
 };
 
-TEST_F(HostileMedia, WithLinksInACircle) {
+TEST_F(HostileMedia, IsNotFineWithLinksInACircle) {
   world_.Change(
       "link media/1/payload/1/x y; link media/1/payload/1/y x; link media/2/up ..; "
       "dir media/2/b/c; link media/2/0 b/c; link media/2/b/c/l ..");
@@ -71,7 +71,7 @@ TEST_F(HostileMedia, WithLinksInACircle) {
       "not listed    {media/2/up}\n");
 }
 
-TEST_F(HostileMedia, WithPipes) {
+TEST_F(HostileMedia, IsNotFineWithPipes) {
   world_.Change("pipe media/1/pipe; pipe media/2/2.txt; pipe media/1/payload/1/a");
   ExpectFound(
       "warning: the marker of volume 2 cannot be read: {media/2/2.txt}\n"
@@ -82,7 +82,7 @@ TEST_F(HostileMedia, WithPipes) {
       "wrong kind    {media/2/2.txt}: no regular file\n");
 }
 
-TEST_F(HostileMedia, WithSockets) {
+TEST_F(HostileMedia, IsNotFineWithSockets) {
   world_.Change("socket media/1/socket; socket media/2/2.txt; socket media/1/StartTUI.sh");
   ExpectFound(
       "error: neither --os nor KVL_OS names a system, and the start script is missing or does not "
@@ -95,7 +95,7 @@ TEST_F(HostileMedia, WithSockets) {
       "wrong kind    {media/2/2.txt}: no regular file\n");
 }
 
-TEST_F(HostileMedia, WithDevices) {
+TEST_F(HostileMedia, IsNotFineWithDevices) {
   world_.Change(
       "link media/1/zero /dev/zero; link media/2/2.txt /dev/zero; link media/1/StartTUI.sh "
       "/dev/zero");
@@ -110,7 +110,7 @@ TEST_F(HostileMedia, WithDevices) {
       "wrong kind    {media/2/2.txt}: no regular file\n");
 }
 
-TEST_F(HostileMedia, WithNamesThatATerminalObeys) {
+TEST_F(HostileMedia, IsNotFineWithNamesThatATerminalObeys) {
   world_.Change("link media/2/a\\nb x; link media/2/\\x1B[2J x; link media/2/\\xFF x");
   ExpectFound(
       "warning: this link leads nowhere: {media/2}/\\x1B[2J\n"
@@ -121,7 +121,7 @@ TEST_F(HostileMedia, WithNamesThatATerminalObeys) {
       "not listed    {media/2}/\\xFF\n");
 }
 
-TEST_F(HostileMedia, WithClosedDirectories) {
+TEST_F(HostileMedia, IsNotFineWithClosedDirectories) {
   world_.Change("mode 0 media/1/payload; mode 0 media/2/payload/2");
   ExpectFound(
       "warning: you cannot enter a directory above this path: {media/1/payload/1}\n"
@@ -137,7 +137,7 @@ TEST_F(HostileMedia, WithClosedDirectories) {
   world_.Change("mode 755 media/1/payload; mode 755 media/2/payload/2");
 }
 
-TEST_F(HostileMedia, WithPathsBeyondTheLimitOfTheSystem) {
+TEST_F(HostileMedia, IsNotFineWithPathsBeyondTheLimitOfTheSystem) {
   constexpr int kLevels = 25;
   const std::string name(kNameLength, 'd');
   std::string way = world_.Path("media/2/payload/2");
@@ -147,7 +147,7 @@ TEST_F(HostileMedia, WithPathsBeyondTheLimitOfTheSystem) {
               "not listed    {media/2/payload/2}/" + name + "\n");
 }
 
-TEST_F(HostileMedia, WithAHundredThousandEntries) {
+TEST_F(HostileMedia, IsNotFineWithAHundredThousandEntries) {
   constexpr int kEntries = 100'000;
   const int top = ::open(world_.Path("media/2/payload/2").c_str(), O_PATH | O_CLOEXEC);
   for (int i = 0; i < kEntries; ++i) ::mknodat(top, std::to_string(i).c_str(), S_IFREG | 0600, 0);
@@ -160,7 +160,7 @@ TEST_F(HostileMedia, WithAHundredThousandEntries) {
   EXPECT_EQ((Outcome{verified.status, "", verified.err}), (Outcome{1, "", ""}));
 }
 
-TEST_F(HostileMedia, WithTextsOfAGibibyte) {
+TEST_F(HostileMedia, IsNotFineWithTextsOfAGibibyte) {
   for (const char* name : {"1/StartTUI.sh", "1/1.sha256", "2/2.txt", "2/media.manifest"}) {
     const std::string path = world_.Path(std::string("media/") + name);
     WriteFile(path, "");
@@ -174,7 +174,7 @@ TEST_F(HostileMedia, WithTextsOfAGibibyte) {
       "wrong list    {media/1/1.sha256}: not the one that the manifest is about\n");
 }
 
-TEST_F(HostileMedia, ThatChangesWhileItIsVerified) {
+TEST_F(HostileMedia, IsNotFineIfItChangesWhileItIsVerified) {
   const std::string directory = world_.Path("media/2/payload/2");
   for (const std::string change :
        {"remove", "link ../../../setup", "link ../../1", "pipe", "file text"}) {
@@ -198,8 +198,8 @@ TEST_F(HostileMedia, ThatChangesWhileItIsVerified) {
   }
 }
 
-/// A directory is listed, and is gone when it is looked at or opened.
-TEST_F(HostileMedia, ThatChangesWhileItIsChecked) {
+/// The directory disappears after it was listed and before it is looked at or opened.
+TEST_F(HostileMedia, IsNotFineIfItChangesWhileItIsChecked) {
   const std::vector<std::pair<FailingCall::Call, std::string>> rows = {
       {FailingCall::kLook,
        "warning: the payload directory of volume 2 is missing: {media/2/payload/2}\n"

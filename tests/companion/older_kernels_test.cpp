@@ -1,5 +1,5 @@
-// Whole rounds of kvl-media where the system lacks calls that came after Linux 3.2, or a container
-// refuses them: everything is the same, by another way.
+// Whole rounds of kvl-media where the kernel lacks, or a container refuses, the system calls that
+// are newer than Linux 3.2. The results are the same.
 
 #include "tests/companion/whole_round.h"
 #include "tests/support/newer_calls.h"
@@ -7,7 +7,7 @@
 namespace kvl::test {
 namespace {
 
-TEST(OlderKernelOfTheCompanion, WithoutNewerCallsGetsTheSameMedia) {
+TEST(OlderKernelUnderKvlMedia, MakesNoDifference) {
   RoundWorld world;
   for (const OlderSystem& system : OlderSystems()) {
     SCOPED_TRACE(system.name);
@@ -15,7 +15,7 @@ TEST(OlderKernelOfTheCompanion, WithoutNewerCallsGetsTheSameMedia) {
   }
 }
 
-TEST(OlderKernelOfTheCompanion, LacksNoCallThatIsNotListed) {
+TEST(OlderKernelUnderKvlMedia, NeedsOnlyTheListedCalls) {
   if (kSanitized) GTEST_SKIP() << "a sanitizer makes calls of its own";
   RoundWorld world;
   world.ExpectTheUsualRound({.before = OnlyWithTheListedCalls().before});

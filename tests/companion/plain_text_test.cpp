@@ -6,7 +6,8 @@
 namespace kvl::test {
 namespace {
 
-std::string Written(const std::string& bytes) {
+/// Returns each byte as "\x" and two digits.
+std::string Escaped(const std::string& bytes) {
   std::string text;
   char digits[5];
   for (const char byte : bytes) {
@@ -16,7 +17,7 @@ std::string Written(const std::string& bytes) {
   return text;
 }
 
-TEST(ToOneLine, KeepsTextAndWritesOtherBytesDown) {
+TEST(ToOneLine, KeepsTextAndEscapesOtherBytes) {
   const std::map<std::string, std::string> rows = {
       {"", ""},
       {"plain", "plain"},
@@ -34,11 +35,11 @@ TEST(ToOneLine, KeepsTextAndWritesOtherBytesDown) {
            "\xF4\x90\x80\x80", "\xF5\x80\x80\x80",  // beyond the last character
            "\xED\x7F\x80", "\xF4\x7F\x80\x80",      // a second byte too low
        }) {
-    EXPECT_EQ(ToOneLine("a" + bytes), "a" + Written(bytes));
+    EXPECT_EQ(ToOneLine("a" + bytes), "a" + Escaped(bytes));
   }
 }
 
-/// A character of the basic plane as UTF-8.
+/// Returns a character of the basic plane as UTF-8.
 std::string Utf8(char32_t number) {
   if (number < 0x80) return {static_cast<char>(number)};
   const char last = static_cast<char>(0x80 | (number & 0x3F));
@@ -47,7 +48,7 @@ std::string Utf8(char32_t number) {
           last};
 }
 
-TEST(ToOneLine, WritesDownTheCharactersThatATerminalObeys) {
+TEST(ToOneLine, EscapesTheCharactersThatATerminalObeys) {
   const std::vector<std::pair<char32_t, char32_t>> ranges = {
       {0x00, 0x1F},     {0x7F, 0x9F},     {0x061C, 0x061C}, {0x200E, 0x200F},
       {0x2028, 0x2029}, {0x202A, 0x202E}, {0x2066, 0x2069},
@@ -58,12 +59,12 @@ TEST(ToOneLine, WritesDownTheCharactersThatATerminalObeys) {
     });
     const std::string bytes = Utf8(number);
     const std::string shown = number == '\\' ? "\\\\" : bytes;
-    ASSERT_EQ(ToOneLine("a" + bytes + "b"), "a" + (is_obeyed ? Written(bytes) : shown) + "b")
+    ASSERT_EQ(ToOneLine("a" + bytes + "b"), "a" + (is_obeyed ? Escaped(bytes) : shown) + "b")
         << static_cast<unsigned>(number);
   }
 }
 
-TEST(WholeText, IsAsLongAsItMayBeAndNoLonger) {
+TEST(WholeText, IsRefusedAboveItsBound) {
   const TestDirectory directory;
   directory.Write("text", "four");
   const KVLInsIO::OpenDirectory opened(directory.Path("."));

@@ -10,9 +10,9 @@
 namespace kvl::test {
 namespace {
 
-constexpr std::size_t kLongestText = 131'072;  // of an argument or a variable, on most machines
+constexpr std::size_t kLongestText = 131'072;  // of an argument or a variable on most machines
 
-/// A program that is damaged, or made for another machine; the bytes are those of a whole one.
+/// Damages a whole program, or turns it into one for another machine.
 std::string Unfit(std::string program, ByteSource& source) {
   Elf64_Ehdr header;
   std::memcpy(&header, program.data(), sizeof header);
@@ -32,11 +32,11 @@ std::string Unfit(std::string program, ByteSource& source) {
       if (at != std::string::npos) program[at + 1] = 'X';
       return program;
   }
-  // No more: a shell may be given it, and tries what it finds.
+  // Only the header: a shell may get the file, and executes what it finds.
   return std::string(reinterpret_cast<const char*>(&header), sizeof header);
 }
 
-/// Bytes that are the same on every machine.
+/// Returns bytes that depend on nothing but the seed.
 std::vector<std::uint8_t> RandomBytes(unsigned seed) {
   constexpr std::size_t kEnough = 8192;
   std::mt19937 generator(seed);
@@ -45,7 +45,8 @@ std::vector<std::uint8_t> RandomBytes(unsigned seed) {
   return bytes;
 }
 
-/// A hundred volumes take time, and show nothing that a few do not.
+/// Returns true for a table of many volumes, which takes time and shows no more than a few volumes
+/// do.
 bool IsLarge(const ScanTable& table) {
   constexpr int kFew = 9;
   const auto count = ModelOfNumber(table.volumes_file ? table.volumes_file->contents : "").value;
@@ -96,7 +97,7 @@ void RandomMedia::MakeCall() {
                         "{tmp/}"};
   if (Percent(20)) plan_.env["TMPDIR"] = source_.OneOf(places);
   if (Percent(8)) plan_.env["TMPDIR"] = source_.OneOf(OddPlaces());
-  if (Percent(2)) {  // they become one
+  if (Percent(2)) {  // the launcher joins the two
     const std::string half(kLongestText / 2 - source_.Below(4), 'x');
     plan_.arguments.insert(plan_.arguments.end(), {"\"" + half, half + "\""});
   }
@@ -117,7 +118,7 @@ void RandomMedia::MakeTemporaryDirectoriesAnew() {
 void RandomMedia::MakeVolumes() {
   ScanTable table;
   do table = DecodeScanTable(source_);
-  while (IsLarge(table) || table.is_relative);  // others, too, change what is above one
+  while (IsLarge(table) || table.is_relative);  // other tests change what lies above
   table.is_online = table.is_software_management = false;
   if (Percent(8)) {
     table.media_name =
@@ -134,7 +135,7 @@ void RandomMedia::MakeInstaller(const std::string& directory, bool is_there) {
   if (!is_there) return;
   const std::string path = directory + "/inst/linux/code/bin/installer";
   if (Percent(3)) return void(world_.Directory().MakeDir(path));
-  if (Percent(90)) {  // a copy takes time
+  if (Percent(90)) {  // a link is made faster than a copy
     return void(world_.Directory().Link(path, programs_.Path("fake_installer")));
   }
   world_.Volume(directory).Dir("inst/linux/code/bin");
@@ -184,7 +185,7 @@ void RandomMedia::MakeStart() {
   if (Percent(20)) world_.Directory().Write(script, "exec inst/linux/code/bin/kvl-launcher");
   if (!Percent(80)) return;
   SetMode(world_.Path(script), 0755);
-  std::error_code error;  // it may have been removed
+  std::error_code error;  // it may be missing
   fs::permissions(world_.Path(media_ + "/StartGUI.sh"), fs::perms(0755), error);
 }
 

@@ -1,4 +1,4 @@
-// Media that are made up from a seed, with all that can go wrong with a launch in some of them.
+// Random media from a seed, many with something that makes a launch fail.
 #pragma once
 
 #include "tests/companion/check_world.h"
@@ -6,12 +6,12 @@
 
 namespace kvl::test {
 
-/// What an installer ends with, if it is started.
+/// The exit status of an installer that starts.
 inline constexpr int kInstallerStatus = 7;
-/// An argument in some of the calls.
+/// An argument of some calls.
 inline constexpr char kTmpOption[] = "TMPDIR={tmp}/of/option";
 
-/// Programs where every user can start them.
+/// Copies of the programs in a place where every user can start them.
 class Programs {
  public:
   Programs() {
@@ -26,12 +26,12 @@ class Programs {
   TestDirectory directory_;
 };
 
-/// A media, and how its launcher is started.
+/// A random media and a random call of its launcher.
 class RandomMedia {
  public:
   RandomMedia(unsigned seed, const Programs& programs);
 
-  /// Starts its launcher in another way from now on.
+  /// Chooses another call of the launcher.
   void MakeCall();
 
   CheckWorld& World() { return world_; }
@@ -39,7 +39,7 @@ class RandomMedia {
   const LaunchPlan& Plan() const { return plan_; }
   mode_t Umask() const { return umask_; }
 
-  /// Whatever a launch has left there.
+  /// Removes what a launch has left in the temporary directories.
   void MakeTemporaryDirectoriesAnew();
 
  private:
@@ -50,14 +50,14 @@ class RandomMedia {
   void MakeExtras();
   void MakeExternal();
   void Argue(unsigned chance, const Lines& arguments);
-  /// What the launcher itself, which is started without a script, does not care about.
+  /// Makes start scripts, which a launcher that is started without a script ignores.
   void MakeStart();
   void MakeInstallerThatCannotRun();
-  /// The system hands no variable to the installer that is as long.
+  /// Makes tags so long that the system may pass no variable with them to the installer.
   void MakeLongTexts();
-  /// In the media, or in a temporary directory: one that the staged files are too deep for.
+  /// Makes long paths in the media, or a temporary directory too deep for the staged files.
   void MakeLongPaths();
-  /// To an ordinary user.
+  /// Takes permissions of an entry away from ordinary users.
   void CloseSomething();
   Lines OddPlaces();
 
