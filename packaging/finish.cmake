@@ -23,9 +23,10 @@ function(follow_debian)
   set(texts ${tree}/share/doc/kvl-launcher)
   file(REMOVE ${texts}/LICENSE)
   file(RENAME ${tree}/share/zsh/site-functions ${tree}/share/zsh/vendor-completions)
-  file(MAKE_DIRECTORY ${tree}/share/lintian/overrides)
-  file(COPY_FILE ${CPACK_KVL_SOURCES}/packaging/lintian-overrides
-    ${tree}/share/lintian/overrides/kvl-launcher)
+  set(overrides ${tree}/share/lintian/overrides)
+  file(COPY ${CPACK_KVL_SOURCES}/packaging/lintian-overrides DESTINATION ${overrides}
+    FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+  file(RENAME ${overrides}/lintian-overrides ${overrides}/kvl-launcher)
   set(version ${CPACK_PACKAGE_VERSION})
   execute_process(COMMAND date -R -u -d "@$ENV{SOURCE_DATE_EPOCH}" OUTPUT_VARIABLE date)
   file(WRITE ${texts}/changelog

@@ -9,6 +9,7 @@
 #include "companion/names/bounded_text.h"
 #include "companion/names/open_tree.h"
 #include "companion/names/path_below.h"
+#include "companion/seal/listed_path.h"
 #include "companion/seal/manifest.h"
 #include "companion/verify/disc.h"
 #include "companion/verify/expected_entries.h"
@@ -26,11 +27,22 @@ void RemoveDirectory(const std::string& path) {
   if (error) throw std::runtime_error("cannot be removed: " + path + ": " + error.message());
 }
 
+/// Throws RefusedText when it says another thing than was written.
+Manifest ManifestIn(const OpenDirectory& directory) {
+  return ParseManifest(WholeText(directory.File(names::kManifest), kMostOfAManifest));
+}
+
+[[noreturn]] void RefuseToRemove(const std::string& path) {
+  throw std::runtime_error("not removed, because it is not what was made: " + path);
+}
+
 /// All files and links but those that say what there is. Gives the directories.
 std::vector<std::string> RemoveFiles(const OpenDirectory& directory, std::size_t volume,
                                      const Manifest& manifest) {
   ExpectedEntries expected(directory);
   expected.Add(volume, manifest.volumes.at(volume - 1));
+  // A list that somebody has changed is noticed at its end, before anything is removed.
+  for (expected.Begin(); expected.Entry() != nullptr;) expected.Advance();
   OpenTree tree(directory, OpenTree::Missing::kFails);
   std::vector<std::string> directories;
   for (expected.Begin(); expected.Entry() != nullptr; expected.Advance()) {
@@ -50,9 +62,7 @@ std::vector<std::string> RemoveFiles(const OpenDirectory& directory, std::size_t
 void RemoveVolume(const std::string& directory, std::size_t volume, bool stays) {
   try {
     const OpenDirectory open(directory);
-    const Manifest manifest =
-        ParseManifest(WholeText(open.File(names::kManifest), kMostOfAManifest));
-    std::vector<std::string> directories = RemoveFiles(open, volume, manifest);
+    std::vector<std::string> directories = RemoveFiles(open, volume, ManifestIn(open));
     const std::vector<std::string> names = open.Names();
     for (const std::string& name :
          {ListName(volume), std::string(names::kManifest), std::string(names::kSignature)}) {
@@ -62,9 +72,10 @@ void RemoveVolume(const std::string& directory, std::size_t volume, bool stays) 
     for (const std::string& path : directories) {
       RemoveDirectory(PathBelow(directory, path));
     }
+  } catch (const RefusedText&) {
+    RefuseToRemove(PathBelow(directory, names::kManifest));
   } catch (const FlawFound& reason) {
-    throw std::runtime_error("not removed, because it is not what was made: " +
-                             reason.Found().path);
+    RefuseToRemove(reason.Found().path);
   }
   if (!stays) RemoveDirectory(directory);
 }

@@ -258,8 +258,8 @@ Outcome CheckWorld::CheckBy(const std::string& line, const Lines& options) const
 
 Outcome CheckWorld::MakeMedia(const Lines& further, const std::string& directory,
                               const std::function<void()>& before) const {
-  Lines arguments = {"make",       "--tag",     "T 1",     "--installer", "setup",
-                     "--launcher", "/bin/true", "payload", directory};
+  Lines arguments = {"make",       "--tag", "T 1",     "--installer", "setup",
+                     "--launcher", "setup", "payload", directory};
   arguments.insert(arguments.end(), further.begin(), further.end());
   return Companion(arguments, {}, before);
 }

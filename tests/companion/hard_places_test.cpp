@@ -113,7 +113,7 @@ TEST(RoundInPlaces, WithMadeUpInodeNumbersMakesNoMedia) {
     EXPECT_EQ(world.Companion(arguments, env), world.Companion(arguments, usual));
   }
   const Outcome made =
-      world.Companion({"make", "--tag", "T", "--installer", "{setup}", "--launcher", "/bin/true",
+      world.Companion({"make", "--tag", "T", "--installer", "{setup}", "--launcher", "{setup}",
                        "--jobs", "1", "{payload/1}", "{new}"},
                       env);
   EXPECT_EQ(made, (Outcome{1, "",

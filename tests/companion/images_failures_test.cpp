@@ -17,6 +17,49 @@ TEST_F(MakeImages, RemovesNothingThatItHasNotMade) {
   EXPECT_TRUE(fs::exists(world_.Path("media/2/media.manifest")));
 }
 
+TEST_F(MakeImages, LeavesVolumesThatSomebodyChangesMeanwhile) {
+  for (const std::string changed : {"media/1/media.manifest", "media/1/1.sha256"}) {
+    SCOPED_TRACE(changed);
+    PutInItsPlace("echo changed >>'" + world_.Path(changed) + "'\n" + kReal);
+    const Outcome seen = Make("sibling", {"--iso-only"});
+    EXPECT_EQ(seen.status, 1);
+    EXPECT_EQ(seen.err, world_.Text("kvl-media: not removed, because it is not what was made: {" +
+                                    changed + "}; all disc images are whole\n"));
+    EXPECT_TRUE(fs::exists(world_.Path("media/1/payload/1/a")));
+    world_.Change("remove media");
+  }
+}
+
+TEST_F(MakeImages, AreNamedWhenTheyAreWritten) {
+  const Outcome seen = Make("sibling", {"--iso", "--verbose"});
+  EXPECT_EQ(seen.status, 0);
+  EXPECT_TRUE(
+      seen.err.ends_with(world_.Text("\nImage of volume 1: {media/1.iso}\n"
+                                     "Image of volume 2: {media/2.iso}\n")))
+      << seen.err;
+}
+
+TEST_F(MakeImages, AreNoPlaceForPathsOrFilesThatAreTooLong) {
+  // Behind "{media}/payload/1" a path is six bytes longer than behind "{payload/2}".
+  std::string deep = world_.Path("payload/2");
+  while (deep.size() + 201 < 3800) deep += "/" + std::string(200, 'd');
+  fs::create_directories(deep);
+  const std::string name(4092 - deep.size() - 1 < 250 ? 4092 - deep.size() - 1 : 250, 'f');
+  deep += "/" + std::string(4092 - deep.size() - name.size() - 2, 'e');
+  fs::create_directories(deep);
+  std::ofstream(deep + "/" + name).put('x');
+  const std::string inside = deep.substr(world_.Path("payload/2").size()) + "/" + name;
+  world_.ExpectRefused(Make("single", {"--iso"}),
+                       "a path is too long for a disc image: {media}/payload/1" + inside);
+  fs::remove(deep + "/" + name);
+
+  constexpr std::uint64_t kMost = (400ULL << 30U) - (200ULL << 10U);
+  world_.Change("file payload/2/large");
+  fs::resize_file(world_.Path("payload/2/large"), kMost + 1);
+  world_.ExpectRefused(Make("single", {"--iso"}),
+                       "a file is too large for a disc image: {media}/payload/1/large");
+}
+
 TEST_F(MakeImages, RefusesWhatCannotBeBeforeItWrites) {
   struct Row {
     std::string change, layout, line;
@@ -56,6 +99,7 @@ TEST_F(MakeImages, LeavesNoImageThatOnlyLooksWhole) {
        " : FAILURE : no luck"},
       {"kill -KILL $$\n", "xorriso ended with status -1"},
       {"exit 0\n", "it is not whole"},
+      {last + "rm \"$image\"; exit 5\n", "xorriso ended with status 5"},
       {last + "head -c 99999 /dev/zero >\"$image\"\n", "it is not whole"},
       {std::string(kXorriso) + " \"$@\" 2>&- ; " + last + "truncate -s -2048 \"$image\"\n",
        "it is not whole"},

@@ -123,8 +123,8 @@ TEST_F(MakeAtItsEnd, WarnsAndSaysHowToStart) {
 }
 
 TEST_F(MakeAtItsEnd, LeavesTheVariablesOfItsAuthorOutOfIt) {
-  const Lines arguments = {"make",       "--tag",     "T 1",     "--installer", "setup",
-                           "--launcher", "/bin/true", "payload", "media"};
+  const Lines arguments = {"make",       "--tag", "T 1",     "--installer", "setup",
+                           "--launcher", "setup", "payload", "media"};
   world_.ExpectMade(world_.Companion(arguments, {{"KVL_OS", "other"},
                                                  {"KVL_Installer_EXE", "other"},
                                                  {"KVL_UseExternalInstaller", "1"},

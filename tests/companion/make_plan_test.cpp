@@ -156,15 +156,15 @@ TEST_F(MakePlan, IsOneObjectForScripts) {
 }
 
 TEST_F(MakePlan, IsOneObjectWithFindingsForAMediaThatDoesNotStart) {
-  world_.Change("file setup");
-  const Outcome seen = Make({"--json"});
+  world_.Change("file empty");
+  const Outcome seen = Make({"--json", "--installer", "empty"});
   const Json json = Json::parse(seen.out);
   EXPECT_EQ(json["made"], true);
   EXPECT_EQ(json["starts"], false);
   EXPECT_EQ("kvl-media: " + json["message"].get<std::string>() + "\n", seen.err);
   EXPECT_EQ(json["findings"], (Json{{{"code", "installer-is-empty"},
                                      {"severity", "error"},
-                                     {"path", world_.Path("media/1/inst/linux/code/bin/setup")},
+                                     {"path", world_.Path("media/1/inst/linux/code/bin/empty")},
                                      {"text", "the installer is empty"},
                                      {"remedy", "copy the installer again"}}}));
   EXPECT_EQ(seen.status, 1);

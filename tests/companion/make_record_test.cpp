@@ -32,8 +32,8 @@ class MadeMedia : public testing::Test {
   /// Says why not when it does not.
   void Make(const std::string& layout, const std::string& directory = "media",
             const Environment& env = {}) const {
-    Lines arguments = {"make",       "--tag",     "T 1",    "--installer", "setup",
-                       "--launcher", "/bin/true", "--inst", "needs"};
+    Lines arguments = {"make",       "--tag", "T 1",    "--installer", "setup",
+                       "--launcher", "setup", "--inst", "needs"};
     arguments.insert(arguments.end(), layout == "single"
                                           ? std::initializer_list<std::string>{"payload/1"}
                                           : std::initializer_list<std::string>{

@@ -86,7 +86,7 @@ TEST_F(MakeRoom, IsCountedAsItIsTaken) {
         .directory = world_.Path("media"),
         .layout = LayoutNamed(row.layout),
         .tag = "T",
-        .systems = {{.installer = world_.Path("setup"), .launcher = "/bin/true"}},
+        .systems = {{.installer = world_.Path("setup"), .launcher = world_.Path("setup")}},
         .inst = world_.Path("needs"),
         .key = row.key,
         .time = {}};

@@ -43,7 +43,7 @@ class Progress : public testing::Test {
                   const std::vector<std::string>& further = {},
                   const std::function<void()>& before = {}) {
     std::vector<std::string> arguments = {
-        "make",          "--tag", "T 1",    "--installer", "setup",   "--launcher", "/bin/true",
+        "make",          "--tag", "T 1",    "--installer", "setup",   "--launcher", "setup",
         "--volume-size", "1100K", "--jobs", "1",           "payload", "media"};
     arguments.insert(arguments.end(), further.begin(), further.end());
     ExpectSeenOf(arguments, on_terminal, out, status, before);
