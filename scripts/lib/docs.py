@@ -112,7 +112,8 @@ class Checker:
         """Returns what is wrong with a command; the empty text for a right or an unknown one."""
         name = words[0] if words else ""
         if name == "kvl-media" and len(words) > 1:
-            return self.why_wrong_kvl_media(words[1:])
+            own = words[:words.index("--")] if "--" in words else words  # the launcher's follow
+            return self.why_wrong_kvl_media(own[1:])
         if name == "cmake":
             return self.why_wrong_cmake(words)
         if not re.fullmatch(r"(scripts|\.ci|examples)/[\w-]+", name) or (TOP / name).is_dir():
