@@ -133,7 +133,7 @@ LayoutAnswer ScanFlatLayout(const MediaSet& media, Report& report) {
   LayoutAnswer answer = Judge(std::move(tally), Layout::kFlat, media, report);
   if (answer && answer->complete) {
     report.More("All volumes found in: " + media.dir.Str());
-    SetEnv(variables::kVolumesCount, "");  // the installer is to see a single-volume media
+    SetEnv(variables::kVolumesCount, "");  // so that the installer sees a single-volume media
     answer->code = kNothingMoreNeeded;
   }
   return answer;
