@@ -96,7 +96,7 @@ void DeleteIfPossible(const std::string& path) {
   try {
     Delete(path);
   } catch (const std::exception&) {
-    // The caller reports the failure that matters; a leftover beside the file is none.
+    // The caller reports the failure that matters; a leftover file is no failure.
   }
 }
 

@@ -148,7 +148,7 @@ LayoutAnswer ScanFlatLayout(const MediaSet& media, Report& report) {
     // Message: INFO: All volumes found in: [...]
     // Cause: All volumes lie in one directory.
     report.More("All volumes found in: " + media.dir.Str());
-    SetEnv(variables::kVolumesCount, "");  // the installer is to see a single-volume media
+    SetEnv(variables::kVolumesCount, "");  // so that the installer sees a single-volume media
     answer->code = kNothingMoreNeeded;
   }
   return answer;

@@ -13,7 +13,7 @@ struct MediaRow {
   std::string name;
   std::vector<std::string> directories;  ///< that hold an installer
   std::string media;
-  std::string transcript;  ///< both streams (see TranscriptOf), and what was given back
+  std::string transcript;  ///< both streams (see TranscriptOf) and the result
   InstallerPlace place = {"P", "X"};
   bool quiet = kWithVerdict;
 };

@@ -8,13 +8,13 @@
 namespace kvl::test {
 
 struct ScanResult {
-  std::string exception = {};  ///< what it ended with instead of a result
+  std::string exception = {};  ///< the exception instead of a result
   int code = 0;
   bool complete = false;
   std::vector<std::string> volumes = {};
   std::string out = {};
   std::string err = {};
-  Environment env = {};  ///< afterwards, the whole of it
+  Environment env = {};  ///< the whole environment afterwards
 };
 
 /// Scans the media in an environment that holds exactly `env`.

@@ -24,7 +24,7 @@ using MarkerFiles = std::map<std::int64_t, MarkerFile>;
 /// A directory above the media.
 struct MediaLevel {
   std::string name;
-  std::string marker_name = {};  ///< empty: none
+  std::string marker_name = {};  ///< empty without a marker
   MarkerFile marker = {};
   std::vector<std::string> other_files = {};  ///< names that are no marker's
 };
