@@ -54,7 +54,8 @@ struct Catalogue {
        "the launcher searches for an AM volume above the media, meets an error (<error>) and "
        "aborts",
        "remove or repair what the error names, or put the media elsewhere"},
-      // When: An error for the installer's own path. Only the first is reported, '' if it is empty.
+      // When: An error for the path of the installer itself, a warning for an argument. Only the
+      // first path or argument that changes is reported; an empty argument stands as ''.
       {kCommandIsSplit, "command-is-split", kEither,
        "the launcher changes this path or argument for the installer, because it is empty or has a "
        "double quote, a doubled backslash or a backslash at its end",
@@ -87,11 +88,13 @@ struct Catalogue {
        "give the installer execute permission (chmod a+x)"},
       {kInstallerIsEmpty, "installer-is-empty", kError, "the installer is empty",
        "copy the installer again"},
-      // When: A shell or an emulator may run it, so the outcome of the launch is unknown.
+      // When: A shell or an emulator may run the program, so the outcome of the launch is unknown.
       {kInstallerForAnotherMachine, "installer-not-for-this-machine", kError,
        "the installer is a program for <machine>, but this machine is <machine>",
        "put the installer for this machine there"},
-      // When: The launch's outcome is unknown unless the file ends long before its last segment.
+      // When: The damage is one of these: the file ends within its headers, the headers make no
+      // sense, the file ends before its last segment. The outcome of the launch is unknown unless
+      // the file ends long before its last segment.
       {kProgramCutOff, "program-cut-off", kError, "the program is damaged (<damage>)",
        "copy the program again"},
       {kLoaderMissing, "loader-missing", kError,

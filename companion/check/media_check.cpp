@@ -274,7 +274,7 @@ std::string MediaDirectory(const std::string& path) {
   const PathState state = StateAt(path);
   if (state.error != 0 && !IsAboutThePath(state.error)) {
     throw std::system_error(state.error, std::generic_category(),
-                            "cannot look at the directory: " + path);
+                            "the system cannot look at this directory: " + path);
   }
   if (!state.IsDirectory()) return {};
   try {

@@ -10,6 +10,8 @@
     contains everything that such a block prints, with [...] for any part of a line; without one,
     the block must print nothing. Nothing may remain in TMPDIR. Blocks marked "text", "console" or
     "cpp" do not run.
+  - the tables from the sources are up to date, see tables.py
+  - README.md has at most 120 lines, and tables of at most 100 characters
 """
 
 import argparse
@@ -97,6 +99,11 @@ class Checker:
         text = (TOP / document.path).read_text()
         if text != tables.renewed(text):
             found.append("its tables fall behind the sources; run python3 scripts/lib/tables.py")
+        lines = text.splitlines()
+        if document.path.name == "README.md":  # people read it on a phone, too
+            found += [f"a table is wider than 100 characters: {line}" for line in lines
+                      if line.startswith("|") and len(line) > 100]
+            found += ["it has more than 120 lines"] if len(lines) > 120 else []
         return found + self.run_blocks(document)
 
     def leads_somewhere(self, target: str, document: Document) -> bool:
@@ -112,7 +119,8 @@ class Checker:
         """Returns what is wrong with a command; the empty text for a right or an unknown one."""
         name = words[0] if words else ""
         if name == "kvl-media" and len(words) > 1:
-            return self.why_wrong_kvl_media(words[1:])
+            own = words[:words.index("--")] if "--" in words else words  # the launcher's follow
+            return self.why_wrong_kvl_media(own[1:])
         if name == "cmake":
             return self.why_wrong_cmake(words)
         if not re.fullmatch(r"(scripts|\.ci|examples)/[\w-]+", name) or (TOP / name).is_dir():

@@ -146,12 +146,13 @@ warning: volume 2 has no marker: {m/2}/2.txt; copy the whole volume there
 TEST(CheckWithABadDirectory, RefusesAMediaThatTheSystemCannotLookAt) {
   const TestDirectory directory;
   const FailingCall fault(FailingCall::kLook, directory.Path(), EIO);
-  EXPECT_THAT([&] { MediaDirectory(directory.Path()); },
-              testing::ThrowsMessage<std::system_error>(
-                  "cannot look at the directory: " + directory.Path() + ": Input/output error"));
+  EXPECT_THAT(
+      [&] { MediaDirectory(directory.Path()); },
+      testing::ThrowsMessage<std::system_error>("the system cannot look at this directory: " +
+                                                directory.Path() + ": Input/output error"));
   CheckWorld().ExpectRefused(
       CheckWorld::CompanionHere({"check", directory.Path()}),
-      "cannot look at the directory: " + directory.Path() + ": Input/output error");
+      "the system cannot look at this directory: " + directory.Path() + ": Input/output error");
 }
 
 TEST(CheckWithABadDirectory, RefusesAWorkingDirectoryThatIsGone) {

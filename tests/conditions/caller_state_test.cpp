@@ -1,4 +1,4 @@
-// Whole runs of a caller whose directory is gone, or who blocks and ignores every signal.
+// Whole runs of a caller whose directory is gone, or who blocks or ignores every signal.
 
 #include "tests/conditions/worlds.h"
 
@@ -21,14 +21,14 @@ TEST(DeletedDirectory, HasNoPlaceForARelativeTemporaryDirectory) {
             FailedFromExternal("tmp/<id>/", "mkdir - tmp/<id>/inst - No such file or directory"));
 }
 
-TEST(DeletedDirectory, HoldsNoRelativeMedia) {
+TEST(DeletedDirectory, ContainsNoRelativeMedia) {
   LaunchWorld world;
   world.OneVolume();
   ExpectRun(world, world.Launch("1", InDeletedDirectory(world, {{"CurrentMediaDir", "1"}})),
             {.status = 1, .out = SaysNoneIn("1"), .err = says::NoInstaller()});
 }
 
-/// Every signal that can be blocked.
+/// Returns every signal that a process can block.
 std::vector<int> AllSignals() {
   std::vector<int> signals;
   for (int signal = 1; signal < 32; ++signal) {
@@ -37,7 +37,7 @@ std::vector<int> AllSignals() {
   return signals;
 }
 
-/// What is pending stays with the launcher, which ends before it could be delivered.
+/// Pending signals stay with the launcher, which ends before the system delivers them.
 TEST(Signals, ThatAreBlockedAndPendingChangeNothing) {
   InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& expected) {
     const LaunchPlan plan = {.env = {{"FAKE_EXIT", "7"}}, .before = [] {

@@ -1,4 +1,4 @@
-// Whole runs with as much, and as little, as the system lets a program have for its arguments and
+// Whole runs with the most and the least room that the system gives a program for its arguments and
 // its environment.
 
 #include "tests/conditions/worlds.h"
@@ -6,13 +6,14 @@
 namespace kvl::test {
 namespace {
 
-/// The longest text, with its end, that the system passes on in one argument or variable.
+/// The length of the longest text, with its NUL byte, that the system passes in one argument or
+/// variable.
 std::size_t LongestText() {
   return 32 * static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
 }
 
-/// Gives the texts as much room as they usually have: a quarter of the stack. False where that is
-/// not allowed.
+/// Gives the texts as much room as they usually have: a quarter of the stack. Returns false if that
+/// is not allowed.
 bool SetStack() {
   rlimit limit;
   ::getrlimit(RLIMIT_STACK, &limit);
@@ -20,8 +21,8 @@ bool SetStack() {
   return ::setrlimit(RLIMIT_STACK, &limit) == 0;
 }
 
-/// Compares everything. Of arguments and messages that nobody could read in a failure, only the
-/// beginning is shown.
+/// Compares everything. After a failure, shows only the beginning of very long arguments and
+/// messages.
 void ExpectLongRun(const LaunchWorld& world, LaunchSeen seen, ExpectedRun expected) {
   constexpr std::size_t kUsual = 3, kReadable = 300;
   std::vector<std::string> arguments;
@@ -49,9 +50,8 @@ TEST(Environment, OfAHundredThousandVariablesReachesTheInstaller) {
 const std::vector<std::string> kUsualVariables = {"CurrentMediaDir",   "KVL_OS", "TMPDIR",
                                                   "KVL_Installer_EXE", "PATH",   "FAKE_REPORT"};
 
-/// With arguments, and without even a name of its own, which some systems then put in as an empty
-/// one.
-TEST(Environment, OfNothingAtAllFindsNoInstaller) {
+/// With arguments, and even without a program name; some systems then insert an empty one.
+TEST(Environment, WithoutAnyVariableFindsNoInstaller) {
   LaunchWorld world;
   world.VolumeMissing();
   const std::string launcher = BuiltProgram("kvl-launcher");
@@ -67,7 +67,7 @@ TEST(Environment, OfNothingAtAllFindsNoInstaller) {
   }
 }
 
-TEST(Environment, OfNothingAtAllIsFilledByOptions) {
+TEST(Environment, WithoutAnyVariableIsFilledByOptions) {
   const Environment options = {{"CurrentMediaDir", "{1}"},
                                {"FAKE_EXIT", "7"},
                                {"FAKE_REPORT", "{report}"},
@@ -88,15 +88,15 @@ TEST(Environment, OfNothingAtAllIsFilledByOptions) {
   world.Expect(expected, plan);
 }
 
-/// Two arguments become one by the quotes in them: as long as the system allows, and longer by a
-/// byte.
+/// The quotes in two arguments turn them into one: first as long as the system allows, then one
+/// byte longer.
 TEST(Arguments, ThatBecomeLongerThanTheSystemAllowsEndWith255) {
   const std::string first(LongestText() / 2, 'x');
   for (const std::size_t too_long : {0U, 1U}) {
     const std::string second(LongestText() - (first + " ").size() - 1 + too_long, 'y');
     LaunchWorld world;
     world.OneVolume();
-    // "xxx"" "yyy""  - the second pair of quotes holds the blank, and the last one nothing.
+    // "xxx"" "yyy""  - the second pair of quotes encloses the blank, and the last pair nothing.
     const std::vector<std::string> arguments = {first + "\"", second + "\""};
     ExpectLongRun(world, world.Run({.arguments = arguments}),
                   too_long == 0 ? InPlace().Passes({first + " " + second})
@@ -104,7 +104,7 @@ TEST(Arguments, ThatBecomeLongerThanTheSystemAllowsEndWith255) {
   }
 }
 
-/// The search path grows by that of the media, and its backup by a name and a mark.
+/// The search path grows by the media's path, and its backup by a name and a mark.
 TEST(Environment, ThatGrowsBeyondWhatIsAllowedEndsWith255) {
   InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& run) {
     const bool staged = !run.left.media.empty();

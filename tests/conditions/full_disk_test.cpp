@@ -1,5 +1,5 @@
-// Whole runs with a temporary directory on a file system that has too little room, for every amount
-// of it: the staged copy is whole, or the installer is not started.
+// Whole runs with a temporary directory on a file system with too little room, for every amount of
+// room: either the staged copy is complete, or the launcher does not start the installer.
 
 #include "tests/conditions/own_mounts.h"
 #include "tests/conditions/staging_model.h"
@@ -11,7 +11,7 @@ class FullDisk : public OwnMountsTest {
  protected:
   FullDisk() { world_.VolumeMissing(); }
 
-  /// The least amount that is enough, of those up to `most`.
+  /// Returns the least sufficient amount up to `most`.
   long Enough(const std::string& option, long unit, long most,
               const std::function<Room(long)>& room) {
     long enough = 0;
@@ -30,7 +30,7 @@ class FullDisk : public OwnMountsTest {
 TEST_F(FullDisk, WithPagesForPartOfTheCopyNeverStartsTheInstaller) {
   const long page = ::sysconf(_SC_PAGESIZE);
   const auto installer = static_cast<long>(fs::file_size(world_.Path(InstallerOf("1"))));
-  // A file that takes several writes, and one that fills its page.
+  // A file that needs several writes, and one that fills its page.
   constexpr long kSeveralWrites = 135'000;
   world_.Volume("1")
       .File("media.db", DifferentBytes(kSeveralWrites))
@@ -46,7 +46,7 @@ long EntriesIn(const std::string& directory) {
 
 TEST_F(FullDisk, WithInodesForPartOfTheCopyNeverStartsTheInstaller) {
   constexpr long kOfTheFileSystem = 1, kStagingDirectory = 1;
-  // The clean-up script alone may be missing.
+  // Only the clean-up script may be missing.
   const long enough = kOfTheFileSystem + kStagingDirectory +
                       static_cast<long>(StagedTree().pieces.size()) +
                       EntriesIn(world_.Path("1/inst"));

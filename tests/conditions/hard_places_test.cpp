@@ -1,4 +1,4 @@
-// Whole runs in places that few machines are: the run is as elsewhere, or ends as stated.
+// Whole runs in unusual places: the run is the same as elsewhere, or ends as documented.
 
 #include <sys/syscall.h>
 
@@ -12,7 +12,7 @@
 namespace kvl::test {
 namespace {
 
-/// What becomes a program by another call than all others, in a child that shares this memory.
+/// Starts a program by a call of its own (execveat), in a child that shares this memory.
 class OtherCall {
  public:
   OtherCall(const std::string& program, const Environment& env) : program_(program) {
@@ -34,8 +34,8 @@ class OtherCall {
   std::vector<char*> variables_;
 };
 
-/// As a policy of the system (SELinux and its like) has it: all that may be asked says that the installer
-/// may be executed, and then it may not.
+/// Acts like a security policy of the system (SELinux and its like): every check says that the
+/// installer may be executed, but its execution fails.
 TEST(Policy, ThatForbidsToExecuteTheInstallerEndsWith255) {
   InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& run) {
     OtherCall call(BuiltProgram("kvl-launcher"), world.Expect(run).given);
@@ -47,7 +47,7 @@ TEST(Policy, ThatForbidsToExecuteTheInstallerEndsWith255) {
   });
 }
 
-TEST(Locale, ThatDoesNotExistIsNotMissed) {
+TEST(Locale, ThatDoesNotExistChangesNothing) {
   for (const std::string name : {"xx_XX.UTF-8", "/nowhere", "C.KOI8-R"}) {
     InPlaceAndStaged([&](LaunchWorld& world, const ExpectedRun& run) {
       const Environment locale = {
@@ -59,9 +59,9 @@ TEST(Locale, ThatDoesNotExistIsNotMissed) {
 
 using Overlay = OwnOverlayTest;
 
-/// The media in the lower layer, as in an image of a container, and the temporary directory in the upper
-/// one.
-TEST_F(Overlay, HoldsMediaAndTemporaryDirectoryAsAnyOther) {
+/// The media lies in the lower layer, as in a container image, and the temporary directory in the
+/// upper one.
+TEST_F(Overlay, HoldsMediaAndTemporaryDirectoryLikeAnyFileSystem) {
   InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& run) {
     const TestDirectory place;
     RunWithOwnMounts([&] {
@@ -73,7 +73,7 @@ TEST_F(Overlay, HoldsMediaAndTemporaryDirectoryAsAnyOther) {
 
 using Fuse = OwnFuseTest;
 
-TEST_F(Fuse, HoldsMediaAndTemporaryDirectoryAsAnyOther) {
+TEST_F(Fuse, HoldsMediaAndTemporaryDirectoryLikeAnyFileSystem) {
   InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& run) {
     RunWithOwnMounts([&] {
       const FuseMount fuse(world.Path("."));
@@ -82,7 +82,7 @@ TEST_F(Fuse, HoldsMediaAndTemporaryDirectoryAsAnyOther) {
   });
 }
 
-TEST(InodeNumbers, ThatAreMadeUpForEachLookAreNotMissed) {
+TEST(InodeNumbers, ThatDifferAtEachLookChangeNothing) {
   InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& run) {
     LaunchPlan plan = {.env = WithOddInodes()};
     plan.env["FAKE_EXIT"] = "7";
@@ -92,7 +92,7 @@ TEST(InodeNumbers, ThatAreMadeUpForEachLookAreNotMissed) {
 
 constexpr long kMiB = 1024 * 1024;
 
-/// The copy is far longer than what may be in memory at a time, where it goes to a disk.
+/// The copy goes to a disk and is far longer than the memory that is allowed at a time.
 TEST(MemoryGroupOf16MiB, IsEnoughForARun) {
   if (kSanitized) GTEST_SKIP() << "a sanitizer takes memory of its own";
   InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& run) {
@@ -113,7 +113,7 @@ TEST(Clock, ThatIsWrongOrLateChangesNothing) {
     plan.env["FAKE_EXIT"] = "7";
     LaunchWorld one, several;
     one.OneVolume().Expect(InPlace().Ends(7), plan);
-    // At one time there is one name for the copy, which shows that it is that time.
+    // At the same time every copy gets the same name, which shows that the time is the same.
     const auto staging_in = [&] {
       several.EmptyTmp();
       several.Expect(Staged().Ends(7), plan);
@@ -124,7 +124,7 @@ TEST(Clock, ThatIsWrongOrLateChangesNothing) {
   }
 }
 
-TEST(Clock, OfAMediaGoesIntoTheCopyAsItIs) {
+TEST(Clock, OfTheMediaReachesTheCopyUnchanged) {
   for (const long time : kOddTimes) {
     SCOPED_TRACE(time);
     LaunchWorld world;

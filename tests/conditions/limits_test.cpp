@@ -1,5 +1,5 @@
-// Whole runs within the limits that the system sets to a process: the run is as it is without them,
-// or it ends as stated, and the installer is never started on a copy that is not whole.
+// Whole runs within the system's limits for a process: the run is the same as without limits, or
+// ends as documented, and the launcher never starts the installer from an incomplete copy.
 
 #include "tests/conditions/staging_model.h"
 #include "tests/conditions/worlds.h"
@@ -16,21 +16,21 @@ void SetLimit(__rlimit_resource resource, long value) {
   if (::setrlimit(resource, &limit) != 0) ::_exit(kCannotSetUp);
 }
 
-/// Whoever runs the tests may have left more of them open.
+/// The caller of the tests may have left further descriptors open.
 void CloseAllButTheStreams() {
   constexpr int kUsualLimit = 1024;
   for (int number = STDERR_FILENO + 1; number < kUsualLimit; ++number) ::close(number);
 }
 
-/// Whether the system can start the launcher at all: its libraries are files and memory, too. The
-/// launcher itself is asked for as little as possible.
+/// Returns whether the system can start the launcher at all, which needs libraries and thus files
+/// and memory. Asks the launcher for as little as possible.
 bool CanBeStarted(const std::function<void()>& before) {
   const Outcome outcome =
       RunProgram({.command = {BuiltProgram("kvl-launcher"), "-env"}, .before = before});
   return outcome.status == 1 && outcome.err == "ERROR: Bad -env argument\n";
 }
 
-TEST(Limits, OnDescriptorsEndTheStagingWhereOneIsMissing) {
+TEST(Limits, OnDescriptorsEndTheStagingAtTheFirstMissingOne) {
   if (kSanitized) GTEST_SKIP() << "a sanitizer takes descriptors of its own";
   LaunchWorld world;
   world.VolumeMissing();
@@ -47,12 +47,12 @@ TEST(Limits, OnDescriptorsEndTheStagingWhereOneIsMissing) {
   const long enough = FirstEnough(least, kMost, 1, [&](long count) {
     return ExpectRunIn(world, {.descriptors = count - kStreams}, {.before = limited(count)});
   });
-  // Four directories lie in each other, and two files are open for a copy.
+  // Four nested directories are open, and two files for a copy.
   EXPECT_EQ(enough, kStreams + 4 + 2);
 }
 
-/// Nothing of the media can be opened then, so nothing is said of its volumes. The one descriptor
-/// that the system needs to start the launcher is that of standard input, which the launcher
+/// The launcher then can open no file of the media, and says nothing about volumes. The system
+/// needs one descriptor to start the launcher, that of standard input, which the launcher then
 /// occupies.
 TEST(Limits, OnDescriptorsThatLeaveNoneEndTheStagingAtItsBeginning) {
   if (kSanitized) GTEST_SKIP() << "a sanitizer takes descriptors of its own";
@@ -82,7 +82,7 @@ TEST(Limits, OnTheSizeOfFilesEndTheStagingAtTheFirstThatIsLonger) {
                        }});
   };
   FirstEnough(0, kSeveralWrites + kStep, kStep, run_within);
-  // Messages that are cut off, and the last byte of a write.
+  // Cut-off messages, and the last byte of a write.
   for (const long size : {1L, 7L, 100L, 200L, 400L, 500L, 1000L, 65'535L, 65'537L, 131'071L}) {
     SCOPED_TRACE(size);
     run_within(size);
@@ -92,13 +92,13 @@ TEST(Limits, OnTheSizeOfFilesEndTheStagingAtTheFirstThatIsLonger) {
 TEST(Limits, OnProcessesLeaveNoneForTheInstaller) {
   InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& expected) {
     if (const std::string why = WhyNoOrdinaryUser(world); !why.empty()) GTEST_SKIP() << why;
-    const FakeUser ordinary(65534);  // for what is expected: the limit does not bind the superuser
+    const FakeUser ordinary(65534);  // for the expected run; the limit does not bind the superuser
     for (const bool limited : {false, true}) {
       LaunchPlan plan = {.before = [&] {
         EnterAsOrdinaryUser(world.Directory());
         if (limited) SetLimit(RLIMIT_NPROC, 0);
       }};
-      // A sanitizer looks for leaks in one more process.
+      // A sanitizer searches for leaks in a further process.
       plan.env = {{"ASAN_OPTIONS", "detect_leaks=0"}};
       ExpectedRun fails = expected.Ends(255).But([](auto& run) { run.arguments = {}; });
       fails.err += says::CannotCreate(CommandOf(expected.arguments));
@@ -108,8 +108,8 @@ TEST(Limits, OnProcessesLeaveNoneForTheInstaller) {
   });
 }
 
-/// Whether the staged launch with this limit is as without one. If it is not, it has not succeeded,
-/// and an installer that was started all the same was so from a whole copy.
+/// Returns whether the staged launch with this limit is the same as without it. If it is not,
+/// expects it to fail, and an installer that it started to come from a complete copy.
 bool IsAsEver(LaunchWorld& world, __rlimit_resource resource, long limit) {
   world.EmptyTmp();
   const LaunchSeen seen = world.Run({.env = {{"FAKE_EXIT", "7"}}, .before = [&] {
@@ -133,7 +133,7 @@ TEST(Limits, OnTheStackNeverStartPartOfACopy) {
   constexpr long kKibibyte = 1024, kAlwaysEnough = 128 * kKibibyte;
   LaunchWorld world;
   world.VolumeMissing();
-  // In steps that are longer than what the system leaves free at random.
+  // In steps longer than the random gap that the system leaves.
   const long enough = FirstEnough(32 * kKibibyte, 256 * kKibibyte, 32 * kKibibyte,
                                   [&](long size) { return IsAsEver(world, RLIMIT_STACK, size); });
   EXPECT_LE(enough, kAlwaysEnough);
@@ -144,7 +144,7 @@ TEST(Limits, OnMemoryNeverStartPartOfACopy) {
   constexpr long kMebibyte = 1024 * 1024, kStep = kMebibyte / 8;
   LaunchWorld world;
   world.VolumeMissing();
-  // With less, not even the programs themselves get into memory.
+  // With less, the programs themselves do not fit into memory.
   long least = kMebibyte;
   while (least < 16 * kMebibyte && !CanBeStarted([&] { SetLimit(RLIMIT_AS, least); })) {
     least += kMebibyte;

@@ -5,7 +5,8 @@
 namespace kvl::test {
 namespace {
 
-/// Where the memory of this process is counted: the directory of its group, and the name of the limit.
+/// The place where the system counts the memory of this process: the directory of its group, and
+/// the name of the limit.
 std::pair<std::string, std::string> OwnGroup() {
   std::ifstream groups("/proc/self/cgroup");
   std::pair<std::string, std::string> found;

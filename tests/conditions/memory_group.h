@@ -1,13 +1,13 @@
-// A group of processes of a test's own, which together may take so much memory.
+// A group of processes for one test, with a limit on their memory together.
 #pragma once
 
 #include "tests/support/test.h"
 
 namespace kvl::test {
 
-/// Below the group that the tests run in; it goes at the end of its life, when its processes have ended.
-/// Unlike a limit on address space it counts the pages that are in use, those of files and of file systems
-/// in memory among them.
+/// Lies below the group of the tests, and is removed at the end of its life, when its processes
+/// have ended. Unlike a limit on address space, it counts pages in use, including pages of files
+/// and of file systems in memory.
 class MemoryGroup {
  public:
   explicit MemoryGroup(long bytes);
@@ -15,7 +15,7 @@ class MemoryGroup {
   MemoryGroup(const MemoryGroup&) = delete;
   MemoryGroup& operator=(const MemoryGroup&) = delete;
 
-  /// Why there is none; empty when there is.
+  /// Returns why there is no such group; the empty text if there is one.
   const std::string& WhyNot() const { return why_not_; }
   /// For ProgramStart::before.
   void Enter() const;

@@ -1,5 +1,5 @@
-// Whole runs with a temporary directory on a file system that may not be written to, or from which
-// nothing may be started.
+// Whole runs with a temporary directory on a read-only file system, or on one from which nothing
+// can be started.
 
 #include "tests/conditions/own_mounts.h"
 #include "tests/conditions/worlds.h"
@@ -29,8 +29,8 @@ TEST_F(MountedTmp, IsSeenByItsThreadAndItsProgramsAndEndsWithThem) {
   EXPECT_EQ(mounts(), before);
 }
 
-/// The message is that of the last directory, which cannot be made because the one above it was
-/// not: the failure of that one is passed over.
+/// The message names the last directory. It cannot be made because the one above it is missing,
+/// whose own failure is ignored.
 TEST_F(MountedTmp, ThatIsReadOnlyEndsTheStagingAtItsFirstDirectory) {
   ExternalWorld world;
   RunWithOwnMounts([&] {
@@ -44,8 +44,8 @@ TEST_F(MountedTmp, ThatIsReadOnlyEndsTheStagingAtItsFirstDirectory) {
   });
 }
 
-/// The media on a file system of which not even the access times can be written, as on a disc.
-TEST_F(MountedTmp, MayBeReadOnlyInPlaceAndTheMediaAlwaysMay) {
+/// The media lies on a file system without even access times, like a disc.
+TEST_F(MountedTmp, MayBeReadOnlyInPlaceAndTheMediaAlways) {
   for (const bool staged : {false, true}) {
     LaunchWorld world;
     world.Volume("1");
@@ -53,13 +53,14 @@ TEST_F(MountedTmp, MayBeReadOnlyInPlaceAndTheMediaAlwaysMay) {
       const MemoryMount media(world.Path("1"), "size=8m"), tmp(world.Path("tmp"), "size=8m");
       staged ? world.VolumeMissing() : world.OneVolume();
       media.MakeReadOnly();
-      if (!staged) tmp.MakeReadOnly();  // which does not matter in place
+      if (!staged) tmp.MakeReadOnly();  // does not matter in place
       world.Expect(staged ? Staged() : InPlace());
     });
   }
 }
 
-/// The copy is whole and stays; the child that cannot become the installer has no code to hand on.
+/// The copy is complete and stays. The child that cannot become the installer has no exit code to
+/// pass on.
 TEST_F(MountedTmp, ThatIsNoexecKeepsTheCopyAndEndsWith255) {
   LaunchWorld world;
   world.VolumeMissing();

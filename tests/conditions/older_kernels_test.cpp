@@ -1,5 +1,5 @@
-// Whole runs where the system lacks calls that came after Linux 3.2, or a container refuses them: the
-// run is the same, by another way.
+// Whole runs where the system lacks calls that are newer than Linux 3.2, or a container refuses
+// them: the run is the same, by other calls.
 
 #include "tests/conditions/worlds.h"
 #include "tests/support/newer_calls.h"
@@ -7,7 +7,7 @@
 namespace kvl::test {
 namespace {
 
-/// Compares a run in place, a staged one, and one with an external installer.
+/// Compares a run in place, a staged run, and one with an external installer.
 void ExpectAllRuns(const OlderSystem& system) {
   SCOPED_TRACE(system.name);
   const LaunchPlan plan = {.env = {{"FAKE_EXIT", "7"}}, .before = system.before};
@@ -17,11 +17,11 @@ void ExpectAllRuns(const OlderSystem& system) {
   ExpectRun(external, external.Run(plan), StagedFromExternal().Ends(7));
 }
 
-TEST(OlderKernel, WithoutNewerCallsStartsTheInstallerAsEver) {
+TEST(OlderKernel, WithoutNewerCallsStartsTheInstallerAsUsual) {
   for (const OlderSystem& system : OlderSystems()) ExpectAllRuns(system);
 }
 
-TEST(OlderKernel, LacksNoCallThatIsNotListed) {
+TEST(OlderKernel, LacksOnlyListedCalls) {
   if (kSanitized) GTEST_SKIP() << "a sanitizer makes calls of its own";
   ExpectAllRuns(OnlyWithTheListedCalls());
 }

@@ -9,9 +9,9 @@
 namespace kvl::test {
 namespace {
 
-/// In a build chroot the root directory may be no mount point, and mounts below it would show
-/// outside. /proc is one: the root directory, with all that is mounted below it, is put there once
-/// more, and made the root. Its paths are the same.
+/// In a build chroot the root directory may not be a mount point, and mounts below it would show
+/// outside. So this mounts the root directory, with everything mounted below it, once more on
+/// /proc, which is a mount point, and makes that the root. All paths stay the same.
 void MakeTheRootAMountPoint() {
   constexpr char kPlace[] = "/proc/sys";
   const fs::path working_directory = fs::current_path();
@@ -23,14 +23,14 @@ void MakeTheRootAMountPoint() {
   fs::current_path(working_directory);
 }
 
-/// Gives the calling thread a copy of the mounts, and keeps its changes to itself.
+/// Gives the calling thread a copy of the mounts, and hides its changes from others.
 void LeaveTheMountsOfOthers() {
   RequireDone(::unshare(CLONE_NEWNS) == 0, "have mounts of its own");
   if (::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) MakeTheRootAMountPoint();
 }
 
 void Mount(const std::string& directory, const std::string& options, unsigned long flags) {
-  // Pages are taken one by one, where the system can be told; it may not know the option.
+  // Asks for single pages; the system may not know this option.
   for (const std::string& pages : {std::string("huge=never,"), std::string()}) {
     if (::mount("none", directory.c_str(), "tmpfs", flags, (pages + options).c_str()) == 0) return;
   }
@@ -54,7 +54,7 @@ void RunWithOwnMounts(const std::function<void()>& action) {
     action();
   });
   std::thread(std::ref(task)).join();
-  task.get_future().get();  // throws what was thrown there
+  task.get_future().get();  // throws the thread's exception
 }
 
 MemoryMount::MemoryMount(const std::string& directory, const std::string& options,
@@ -84,7 +84,8 @@ FuseMount::FuseMount(const std::string& directory)
 
 namespace {
 
-/// Why `mount` of a directory, with another one for its own use, throws; empty when it does not.
+/// Returns why `mount` of a directory, with another one for its own use, fails; the empty text if
+/// it works.
 std::string WhyNot(const std::function<void(const std::string&, const std::string&)>& mount) {
   const TestDirectory directory, place;
   try {

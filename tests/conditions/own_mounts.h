@@ -1,20 +1,20 @@
-// File systems of a test's own, which nobody else sees and which do not outlive it.
+// File systems for one test, which nobody else sees and which end with it.
 #pragma once
 
 #include "tests/support/test.h"
 
 namespace kvl::test {
 
-/// Why RunWithOwnMounts cannot be used here; empty when it can. It takes the rights of root, and in
-/// a container often more than those.
+/// Returns why RunWithOwnMounts does not work here; the empty text if it does. It needs the rights
+/// of root, and in a container often more.
 std::string WhyNoOwnMounts();
 
-/// Runs `action` in a thread that sees the mounts of the system and may add to them; with the thread
-/// they go, however it ends. The programs that the thread starts see them, too, and the rest of the
+/// Runs `action` in a thread that sees the system's mounts and may add to them. Its mounts end with
+/// the thread, however that ends. The programs that the thread starts see them, but the rest of the
 /// process does not.
 void RunWithOwnMounts(const std::function<void()>& action);
 
-/// Tests that are skipped where there are none.
+/// Skips its tests where such mounts do not work.
 class OwnMountsTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -22,24 +22,23 @@ class OwnMountsTest : public testing::Test {
   }
 };
 
-/// Within RunWithOwnMounts, and as long as it lives: an empty file system in memory that covers a
-/// directory.
+/// Within RunWithOwnMounts, while it lives: an empty file system in memory that covers a directory.
 class MemoryMount : Undo {
  public:
-  /// The options are those of a tmpfs, such as "size=64k". (There a size, or a number of inodes, of 0
-  /// stands for no limit, and the file system's own directory takes one inode.)
+  /// Takes the options of a tmpfs, such as "size=64k". A size or a number of inodes of 0 means no
+  /// limit, and the file system's own directory takes one inode.
   MemoryMount(const std::string& directory, const std::string& options, unsigned long flags = 0);
 
-  /// From now on nothing can be written.
+  /// Makes the file system read-only.
   void MakeReadOnly() const;
 
  private:
   std::string directory_;
 };
 
-/// Within RunWithOwnMounts, and as long as it lives: a layer in memory over a directory (overlayfs), which
-/// takes what is written there. Throws where there is no such file system. The layer lies in `place`,
-/// another directory.
+/// Within RunWithOwnMounts, while it lives: a layer in memory over a directory (overlayfs), which
+/// receives everything written there. Throws where that file system is missing. `place` is another
+/// directory, for the layer.
 class OverlayMount : Undo {
  public:
   OverlayMount(const std::string& directory, const std::string& place);
@@ -48,14 +47,14 @@ class OverlayMount : Undo {
   MemoryMount memory_;
 };
 
-/// Within RunWithOwnMounts, and as long as it lives: a directory as a program shows it (FUSE), by its own
-/// path. Throws where there is no such file system, or not that program, bindfs.
+/// Within RunWithOwnMounts, while it lives: a directory that a program shows at its own path
+/// (FUSE). Throws where that file system or the program, bindfs, is missing.
 class FuseMount : Undo {
  public:
   explicit FuseMount(const std::string& directory);
 };
 
-/// Tests that are skipped where there is none.
+/// Skips its tests where that does not work.
 class OwnOverlayTest : public OwnMountsTest {
  protected:
   void SetUp() override;

@@ -38,7 +38,7 @@ void OwnRoot::Show(const std::string& path, unsigned long flags) const {
 
 void RunWithOwnRoot(const std::string& writable, const std::vector<std::string>& shown,
                     const std::function<void(const OwnRoot&)>& action) {
-  // It goes when the mounts have gone, so that nothing is removed through them.
+  // Removed only after the mounts are gone, so that nothing is removed through them.
   const TestDirectory directory;
   RunWithOwnMounts([&] {
     OwnRoot root(directory.MakeDir("root"));

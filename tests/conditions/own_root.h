@@ -1,4 +1,4 @@
-// A root directory of a test's own.
+// A root directory for one test.
 #pragma once
 
 #include "tests/conditions/own_mounts.h"
@@ -8,13 +8,13 @@ namespace kvl::test {
 
 class OwnRoot {
  public:
-  /// For ProgramStart::before: makes it the root directory, and the directory that can be written to the
-  /// working directory.
+  /// For ProgramStart::before: makes it the root directory, and its writable directory the working
+  /// directory.
   void Enter() const;
 
-  /// Whether this path leads to something in it.
+  /// Returns whether this path exists in it.
   bool Has(const std::string& path) const;
-  /// Whether it is a mount point itself.
+  /// Returns whether it is a mount point itself.
   bool IsMountPoint() const;
 
  private:
@@ -28,9 +28,9 @@ class OwnRoot {
   std::string path_, writable_;
 };
 
-/// Runs `action` as RunWithOwnMounts does, with a plain directory that holds, at their paths, the programs
-/// and libraries of the system, the programs of this build, the files and directories that are to be
-/// shown, such as "/proc", and one directory that can be written to; nothing else is there.
+/// Runs `action` as RunWithOwnMounts does, with a plain directory that contains only these, at
+/// their paths: the programs and libraries of the system, the programs of this build, the files and
+/// directories to show, such as "/proc", and one writable directory.
 void RunWithOwnRoot(const std::string& writable, const std::vector<std::string>& shown,
                     const std::function<void(const OwnRoot&)>& action);
 

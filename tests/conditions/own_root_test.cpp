@@ -1,4 +1,4 @@
-// Whole runs in a root directory where something is missing that other systems have.
+// Whole runs in a root directory that lacks something which other systems have.
 
 #include "tests/conditions/own_root.h"
 

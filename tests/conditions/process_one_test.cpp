@@ -5,7 +5,7 @@
 namespace kvl::test {
 namespace {
 
-/// Runs `action` in a thread whose first child is process 1 among those that come from it.
+/// Runs `action` in a thread whose first child is process 1 for its descendants.
 void WithChildAsProcessOne(const std::function<void()>& action) {
   std::thread([&] {
     RequireDone(::unshare(CLONE_NEWPID) == 0, "have processes of its own");
@@ -22,7 +22,7 @@ class ProcessOne : public testing::Test {
     }
   }
 
-  /// A media in "1" whose installer is a line of shell.
+  /// Makes a media in "1" whose installer is a line of shell.
   void InstallerDoes(const std::string& line) {
     world_.OneVolume();
     world_.Volume("1").File("inst/linux/code/bin/installer", "#!/bin/sh\n" + line + "\n");
@@ -39,7 +39,7 @@ class ProcessOne : public testing::Test {
   const std::string pipe_ = world_.Directory().Pipe("pipe");
 };
 
-TEST_F(ProcessOne, RunsTheInstallerAsAnyOther) {
+TEST_F(ProcessOne, RunsTheInstallerLikeAnyProcess) {
   InPlaceAndStaged([](LaunchWorld& world, const ExpectedRun& run) {
     LaunchSeen seen;
     WithChildAsProcessOne([&] { seen = world.Run({.env = {{"FAKE_EXIT", "7"}}}); });
@@ -48,20 +48,20 @@ TEST_F(ProcessOne, RunsTheInstallerAsAnyOther) {
   });
 }
 
-/// Each of them would end another process. The last two are the installer's alone.
+/// Each of these signals would end another process. The last two are meant for the installer alone.
 TEST_F(ProcessOne, IsNotEndedBySignals) {
   world_.OneVolume();
   const LaunchSeen seen = Run({.env = {{"FAKE_EXIT", "7"}, {"FAKE_KILL", " 15 1 10 14 2 3"}}});
   ExpectRun(world_, seen, InPlace().Ends(7));
 }
 
-TEST_F(ProcessOne, TakesNoEndOfAnOrphanForThatOfTheInstaller) {
-  // The orphan ends while the installer waits for the end of what it writes.
+TEST_F(ProcessOne, DoesNotTakeTheEndOfAnOrphanForThatOfTheInstaller) {
+  // The orphan ends while the installer waits for its output to end.
   InstallerDoes("( (exit 3) >'" + pipe_ + "' & ); cat '" + pipe_ + "'; exit 7");
   EXPECT_EQ(Run().status, 7);
 }
 
-TEST_F(ProcessOne, EndsWithWhatTheInstallerHasLeftBehind) {
+TEST_F(ProcessOne, EndsTogetherWithTheProcessesThatTheInstallerLeaves) {
   InstallerDoes("exec 3>'" + pipe_ + "'; sleep 1000 & exit 7");
   const int end = ::open(pipe_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   EXPECT_EQ(Run().status, 7);

@@ -1,4 +1,4 @@
-// What the files of the programs demand of the system that runs them.
+// Tests what the files of the programs require of the system that runs them.
 
 #include <elf.h>
 
@@ -8,7 +8,7 @@
 namespace kvl::test {
 namespace {
 
-/// Of this processor, as the tests themselves are.
+/// The headers of ELF files for the processor of the tests, which is that of the programs.
 #if __SIZEOF_POINTER__ == 8
 using Header = Elf64_Ehdr;
 using Segment = Elf64_Phdr;
@@ -50,8 +50,8 @@ INSTANTIATE_TEST_SUITE_P(Built, ProgramFile, testing::Values("kvl-launcher", "kv
                                                                             : "Launcher";
                          });
 
-/// A segment can be mapped where its place in memory and its place in the file lie at the same point of
-/// a page; no page may hold parts of two segments, which differ in what may be done with them.
+/// The system can map a segment if its places in memory and in the file have the same offset within
+/// a page. No page may contain parts of two segments, because their permissions differ.
 TEST_P(ProgramFile, AllowsPagesOf4And16And64KiB) {
   int loaded = 0;
   for (const std::size_t page : {4096U, 16384U, 65536U}) {
@@ -71,7 +71,7 @@ TEST_P(ProgramFile, AllowsPagesOf4And16And64KiB) {
   }
 }
 
-/// The oldest kernel that the C library was built for; "" when the file does not say.
+/// Returns the oldest kernel that the C library was built for; "" if the file does not say.
 std::string OldestKernel(const std::string& file, const std::vector<Segment>& segments) {
   const auto padded = [](std::size_t size) { return (size + 3) / 4 * 4; };
   for (const Segment& segment : segments) {

@@ -7,21 +7,21 @@ class Staging {
  public:
   Staging(std::string media, Room room) : media_(std::move(media)), room_(room) {}
 
-  /// In the order of the copies. False at the first failure.
+  /// Makes the copies in order. Returns false at the first failure.
   bool Copy(const std::vector<std::string>& pieces) {
     return std::all_of(pieces.begin(), pieces.end(), [&](const std::string& piece) {
       return fs::is_directory(media_ + "/" + piece) ? CopyTree(piece) : CopyFile(piece);
     });
   }
 
-  /// As much of it as there is room for.
+  /// Writes as much of it as fits.
   void WriteScript(const std::string& text) { Write("remove.bat", 0644, text); }
 
-  /// The text of the failure that ends it, with "{staging}" for the staging directory; empty when
-  /// the copy is whole.
+  /// Returns the text of the failure that ends the staging, with "{staging}" for the staging
+  /// directory; the empty text if the copy is complete.
   const std::string& Failure() const { return failure_; }
 
-  /// What is left below the temporary directory, as LaunchSeen::staged has it.
+  /// Returns the tree below the temporary directory, in the form of LaunchSeen::staged.
   std::vector<std::string> Left() const { return {left_.begin(), left_.end()}; }
 
  private:
@@ -45,7 +45,7 @@ class Staging {
     return 0;
   }
 
-  /// Each on the way is tried, and the outcome of the last one is reported.
+  /// Tries each directory on the way, and reports the outcome of the last one.
   bool MakeDirectories(const std::string& name) {
     const std::string path = "{staging}/" + name;
     std::string parent;
@@ -59,7 +59,7 @@ class Staging {
     return error == 0 || Fail("mkdir - " + path, error);
   }
 
-  /// In the order in which the system lists the media. A directory is made for its first file.
+  /// Copies in the order in which the system lists the media. Makes a directory for its first file.
   bool CopyTree(const std::string& name) {
     if (room_.descriptors < 1) return Fail("opendir - {1}/" + name, EMFILE);
     --room_.descriptors;
@@ -80,7 +80,7 @@ class Staging {
     return error == 0 || Fail("Cannot write into {staging}/" + name, error);
   }
 
-  /// Returns 0, or the error's number; what there is room for is there all the same.
+  /// Returns 0, or the error's number; either way writes what fits.
   int Write(const std::string& name, unsigned mode, const std::string& contents) {
     constexpr long kWrittenAtOnce = 65536;
     if (!TakeInode()) return ENOSPC;
@@ -92,7 +92,7 @@ class Staging {
     const std::string written = contents.substr(0, static_cast<std::size_t>(stored));
     left_.insert(TreeLine('f', mode, "{staging}/" + name + " = " + DescribeContents(written)));
     if (stored == size) return 0;
-    // A write that was cut short is taken for a full disk, whatever cut it.
+    // The launcher takes a partial write for a full disk, whatever caused it.
     return stored == room_.file_size && stored % kWrittenAtOnce == 0 ? EFBIG : ENOSPC;
   }
 
@@ -102,7 +102,7 @@ class Staging {
   std::string failure_;
 };
 
-/// The staging of the media in "1", after its launch.
+/// Returns the model of staging the media in "1", after its launch.
 Staging ModelStaging(const LaunchWorld& world, const Room& room) {
   Staging staging(world.Path("1"), room);
   if (staging.Copy(StagedTree().pieces)) {
@@ -111,12 +111,12 @@ Staging ModelStaging(const LaunchWorld& world, const Room& room) {
   return staging;
 }
 
-/// The failed run, or the whole one, that follows.
+/// Returns the failed or successful run that follows from the model.
 ExpectedRun RunOf(const Staging& modelled) {
   ExpectedRun expected = Staged();
   expected.left = {.exactly = modelled.Left()};
   if (modelled.Failure().empty()) return expected;
-  // A directory that was never made has no name that is known.
+  // A directory that was never made has no known name.
   const std::string staging = modelled.Left().empty() ? "{tmp}/<id>" : "{staging}";
   expected.status = 1;
   expected.err =

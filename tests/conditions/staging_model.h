@@ -1,5 +1,5 @@
-// What a staging leaves where there is too little room for it, worked out from the media alone.
-// Nothing of the product is used for it.
+// Computes from the media alone what staging leaves if there is too little room, without any code
+// of the product.
 #pragma once
 
 #include "tests/launcher/launch_world.h"
@@ -9,30 +9,29 @@ namespace kvl::test {
 
 inline constexpr long kNoLimit = std::numeric_limits<long>::max();
 
-/// What there is of everything that a staging takes.
+/// The available amount of everything that staging needs.
 struct Room {
-  /// Of an empty file system in memory: every byte of a file lies in a page, every file and every
-  /// directory takes an inode, and nothing else takes anything.
+  /// In an empty file system in memory: pages for the bytes of files, inodes for files and
+  /// directories. Nothing else takes any.
   long pages = kNoLimit;
   long inodes = kNoLimit;
-  /// Of the process: one for each directory on the way to a file, and two for the file.
+  /// In the process: one for each directory on the way to a file, and two for the file.
   long descriptors = kNoLimit;
   /// Bytes in one file, and in one stream of messages.
   long file_size = kNoLimit;
 };
 
 /// Launches a media made by VolumeMissing with an empty {tmp}, and compares everything with what
-/// follows from the room that it has: either the copy is whole and the installer runs, or the
-/// staging fails with status 1 and leaves what there was room for. Returns whether the installer
-/// was started.
+/// follows from the room: either the copy is complete and the installer runs, or staging fails with
+/// status 1 and leaves what fitted. Returns whether the installer started.
 bool ExpectRunIn(LaunchWorld& world, const Room& room, const LaunchPlan& plan = {});
 
-/// Tries one amount of something after the other, from `least` to `most`, up to the first failure
-/// of the test. Claims that the first one is not enough, and from some amount on all are. Returns
-/// that amount.
+/// Tries the amounts from `least` to `most` in turn, up to the first failure of the test. Expects
+/// the first amount to be too little, and all amounts from some amount on to suffice. Returns that
+/// amount.
 long FirstEnough(long least, long most, long step, const std::function<bool(long)>& is_enough);
 
-/// This many bytes, all pages of which differ.
+/// Returns so many bytes; all their pages differ.
 std::string DifferentBytes(long size);
 
 }  // namespace kvl::test

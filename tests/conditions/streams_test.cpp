@@ -1,5 +1,5 @@
-// Whole runs with standard streams that are closed, that lead the wrong way, or that lead to one
-// place: what is written where, and what of it is the installer's.
+// Whole runs with standard streams that are closed, opened the wrong way, or lead to one place:
+// where messages go, and what the installer gets.
 
 #include "tests/conditions/worlds.h"
 
@@ -8,7 +8,7 @@ namespace {
 
 constexpr int kStreams = 3;
 
-/// Makes standard streams useless, a bit for each: closed, or open the wrong way.
+/// Makes the standard streams whose bits are set useless: closed, or open the wrong way.
 void MakeUseless(unsigned streams, bool closed) {
   const auto each = [&](const std::function<void(int)>& change) {
     for (int stream = 0; stream < kStreams; ++stream) {
@@ -23,13 +23,14 @@ void MakeUseless(unsigned streams, bool closed) {
   if (closed) each(::close);
 }
 
-/// In what way they are useless. Closed standard input stands apart: an emulator occupies it.
+/// The way in which the streams are useless. Closed standard input is separate, because an emulator
+/// occupies it.
 const std::string kTheWrongWay = "TheWrongWay", kClosed = "Closed", kInputClosed = "InputClosed";
 
 class Streams : public testing::TestWithParam<std::string> {
  protected:
-  /// Launches with every combination of useless streams, and compares everything but the messages
-  /// that cannot be seen.
+  /// Launches with every combination of useless streams, and compares everything except the
+  /// invisible messages.
   static void ExpectRuns(LaunchWorld& world, LaunchPlan plan, const ExpectedRun& expected) {
     const bool closed = GetParam() != kTheWrongWay;
     for (unsigned streams = 0; streams < 1U << kStreams; ++streams) {
@@ -71,13 +72,13 @@ TEST_P(Streams, OfNoUseLoseTheMessagesOfAFailedStaging) {
   ExpectRuns(world, {.arguments = {"-installerPath", "{ext}"}}, expected);
 }
 
-TEST_P(Streams, OfNoUseLoseWhatIsSaidOfAnInstallerThatCannotRun) {
+TEST_P(Streams, OfNoUseLoseTheMessagesAboutAnInstallerThatCannotRun) {
   LaunchWorld world;
   SetMode(world.OneVolume().Path(InstallerOf("1")), 0644);
   ExpectRuns(world, {}, NotStarted(InPlace()));
 }
 
-TEST(OneStream, ForEverythingHoldsAllOfItInItsOrder) {
+TEST(OneStream, ForEverythingContainsAllOfItInOrder) {
   for (const auto& [flags, before] : {std::pair(O_TRUNC, ""), {O_APPEND, "before\n"}}) {
     LaunchWorld world;
     world.VolumeMissing();
@@ -95,7 +96,7 @@ TEST(OneStream, ForEverythingHoldsAllOfItInItsOrder) {
   }
 }
 
-TEST(StandardInput, IsLeftToTheInstallerWhole) {
+TEST(StandardInput, IsLeftCompletelyToTheInstaller) {
   InPlaceAndStaged([](LaunchWorld& world, ExpectedRun expected) {
     world.Directory().Write(InstallerOf("1"), "#!/bin/sh\nexec cat\n");
     const std::string answers = world.Directory().Write("answers", "yes\nno\n");

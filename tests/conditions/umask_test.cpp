@@ -1,4 +1,4 @@
-// Whole runs with a umask that takes permissions from the owner of what is staged, too.
+// Whole runs with a umask that takes permissions even from the owner of the staged files.
 
 #include "tests/conditions/worlds.h"
 #include "tests/support/sanitized.h"
@@ -9,7 +9,8 @@ namespace {
 
 constexpr unsigned kRead = 0400, kWrite = 0200, kExecute = 0100;
 
-/// Every one that takes something from the owner, and the usual permissions from everybody else.
+/// Returns every umask that takes something from the owner and the usual permissions from everybody
+/// else.
 constexpr std::array kUsualForOthers = {0022U, 0122U, 0222U, 0322U, 0422U, 0522U, 0622U, 0722U};
 
 class Umask : public testing::Test {
@@ -26,7 +27,8 @@ class Umask : public testing::Test {
     }});
   }
 
-  /// The run that stages everything, and cannot start the installer if nobody may execute it.
+  /// The expected run, which stages everything but cannot start an installer that nobody may
+  /// execute.
   void ExpectStaged(const LaunchSeen& seen, unsigned mask) {
     ExpectedRun expected = StagedFromExternal();
     for (const std::string& line : LinesOf(expected.left, world_, "linux")) {
@@ -43,8 +45,8 @@ class Umask : public testing::Test {
   ExternalWorld world_;
 };
 
-/// Who may do everything still needs somebody's permission to execute.
-TEST_F(Umask, OfTheSuperuserStagesAllAndStartsWhatMayBeExecuted) {
+/// Even the superuser may execute only a file with some execute permission.
+TEST_F(Umask, OfTheSuperuserStagesAllAndStartsAnExecutableInstaller) {
   std::vector<unsigned> masks = {0077, 0177, 0677, 0777};
   masks.insert(masks.end(), kUsualForOthers.begin(), kUsualForOthers.end());
   for (const unsigned mask : masks) {
@@ -58,8 +60,8 @@ TEST_F(Umask, OfAnOrdinaryUserEndsInADirectoryThatCannotBeFilled) {
   const FakeUser expected_of(65534);
   for (const unsigned mask : kUsualForOthers) {
     SCOPED_TRACE(Masked("d 777 with the umask", mask));
-    // A sanitizer has to look at its process, which is closed to those who may not read its
-    // program.
+    // A sanitizer must look at its process, but the system hides that from a user who may not read
+    // the program.
     if (kSanitized && mask == (kRead | 022)) continue;
     const LaunchSeen seen = RunWith(mask, /*as_ordinary_user=*/true);
     if ((mask & (kWrite | kExecute)) == 0) {

@@ -1,4 +1,4 @@
-// The worlds of whole runs under hard conditions.
+// Worlds for whole runs under hard conditions.
 #pragma once
 
 #include "tests/insio/surroundings.h"
@@ -16,8 +16,8 @@ inline void InPlaceAndStaged(const std::function<void(LaunchWorld&, ExpectedRun)
   }
 }
 
-/// Gives the world's own directory and {tmp} to the user that EnterAsOrdinaryUser turns into. Why
-/// that user cannot launch anything there all the same; empty when it can.
+/// Gives the world's own directory and {tmp} to the user of EnterAsOrdinaryUser. Returns why that
+/// user still cannot launch anything there; the empty text if it can.
 inline std::string WhyNoOrdinaryUser(const LaunchWorld& world) {
   try {
     for (const char* directory : {".", "tmp"}) GiveToOrdinaryUser(world.Path(directory));
@@ -32,7 +32,7 @@ inline std::string WhyNoOrdinaryUser(const LaunchWorld& world) {
   return outcome.status == 0 ? "" : "no ordinary user can reach " + program + " and " + tmp;
 }
 
-/// The same run, of an installer that the system does not start.
+/// Returns the same run with an installer that the system does not start.
 inline ExpectedRun NotStarted(ExpectedRun expected) {
   expected.status = 255;
   expected.err += says::CannotWait(CommandOf(expected.arguments));
@@ -41,7 +41,7 @@ inline ExpectedRun NotStarted(ExpectedRun expected) {
 }
 
 /// A world whose installer is in another media, so that the order of the first copies is known. The
-/// media in "1" is the first of three volumes, the third of which is missing. Its "inst" holds a
+/// media in "1" is the first of three volumes, the third of which is missing. Its "inst" contains a
 /// single file; the installer is in the media "ext".
 class ExternalWorld : public LaunchWorld {
  public:
@@ -57,7 +57,7 @@ class ExternalWorld : public LaunchWorld {
   }
 };
 
-/// What a run of it is to look like.
+/// Returns its expected run.
 inline ExpectedRun StagedFromExternal() {
   ExpectedRun expected = Staged();
   expected.out = SaysNoneIn("{1}") + says::ArgumentNames("{ext}") +
@@ -67,7 +67,7 @@ inline ExpectedRun StagedFromExternal() {
   return expected;
 }
 
-/// What it is to look like when nothing was staged, for this reason.
+/// Returns its expected run if nothing is staged, for this reason.
 inline ExpectedRun FailedFromExternal(const std::string& staging_slash, const std::string& reason) {
   ExpectedRun expected = StagedFromExternal().Ends(1);
   expected.err = says::Missing() + says::StagingFailed(staging_slash, reason);

@@ -1,4 +1,4 @@
-// The targets of the companion: texts from a disc, and the reports on it.
+// The targets for the companion: texts from a disc, and the reports on it.
 #include <elf.h>
 #include <nlohmann/json.hpp>
 
@@ -26,7 +26,7 @@ std::string BytesOf(const std::uint8_t* data, std::size_t size) {
   return size == 0 ? std::string() : std::string(reinterpret_cast<const char*>(data), size);
 }
 
-/// Valid UTF-8, and nothing in it that a terminal obeys but the ends of lines.
+/// Requires valid UTF-8 without anything that a terminal obeys, except line ends.
 void RequireHarmless(const std::string& text) {
   const bool has_control = std::ranges::any_of(
       text, [](unsigned char byte) { return (byte < ' ' && byte != '\n') || byte == 0x7F; });
@@ -108,7 +108,7 @@ VerifyReport VerifyReportOf(ByteSource& bytes) {
   return report;
 }
 
-/// The bytes that ToOneLine has written down.
+/// Returns the bytes that ToOneLine has encoded.
 std::string ReadBack(const std::string& text) {
   std::string bytes;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -131,7 +131,7 @@ std::vector<std::string> NamesOf(const std::string& path) {
   return names;
 }
 
-/// Whether every step of the way stays inside, found out with a stack of names.
+/// Returns whether every step of the path stays inside. Uses a stack of names.
 bool ModelOfLeadsInside(const std::string& path, const std::string& target) {
   if (target.empty() || target[0] == '/' || target.find('\0') != std::string::npos) return false;
   std::vector<std::string> way = NamesOf(path);

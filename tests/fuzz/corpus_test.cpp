@@ -1,4 +1,4 @@
-// Every stored input of every target, as a test: what was found once is looked for again.
+// Tests every stored input of every target, so that a fixed mistake does not come back.
 
 #include "tests/fuzz/targets.h"
 #include "tests/support/outcome.h"
@@ -9,7 +9,7 @@ namespace {
 
 class Corpus : public testing::TestWithParam<FuzzTarget> {};
 
-TEST_P(Corpus, HoldsEveryLaw) {
+TEST_P(Corpus, ObeysEveryLaw) {
   const fs::path directory = SourceFile("tests/fuzz/corpus/" + GetParam().name);
   std::size_t inputs = 0;
   for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {

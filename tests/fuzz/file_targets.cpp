@@ -7,7 +7,7 @@
 namespace kvl::test {
 namespace {
 
-/// One directory for all inputs, which come by the million.
+/// A single directory for all inputs, because there are millions.
 const std::string& WorkPlace() {
   static const TestDirectory directory;
   return directory.Path();

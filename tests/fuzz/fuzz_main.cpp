@@ -1,4 +1,4 @@
-// Makes a fuzzer of the target that the variable KVL_FUZZ_TARGET names.
+// The main program of the fuzzer for the target that the variable KVL_FUZZ_TARGET names.
 #include "tests/fuzz/targets.h"
 
 namespace kvl::test {

@@ -6,8 +6,8 @@
 namespace kvl::test {
 namespace {
 
-/// One byte of 255 values stands for a whole word where there are so many, so that options are found
-/// quickly; the others begin a text.
+/// A low byte stands for a whole word, so that the fuzzer soon finds options. The byte 255 stands
+/// for a null pointer. Any other byte begins a text.
 std::optional<std::string> NextArgument(ByteSource& bytes) {
   const std::size_t choice = bytes.Byte();
   if (choice < kCommandLineWords.size()) return kCommandLineWords[choice];

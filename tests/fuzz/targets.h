@@ -1,8 +1,7 @@
-// The fuzz targets: each takes any bytes, makes an input of them, and checks the laws for it. A broken
-// law is an exception.
+// The fuzz targets: each turns any bytes into an input and checks the laws for it. It throws an
+// exception if a law is broken.
 //
-// fuzz_main.cpp makes a fuzzer of them, and the test program runs each on the inputs stored in
-// corpus/<name>/.
+// fuzz_main.cpp makes a fuzzer of them. The test program runs each on the inputs in corpus/<name>/.
 #pragma once
 
 #include "tests/support/test.h"

@@ -1,4 +1,4 @@
-// Takes an input apart that is nothing but bytes.
+// Decodes an input of plain bytes.
 #pragma once
 
 #include "tests/support/test.h"
@@ -12,7 +12,7 @@ class ByteSource {
 
   bool AtEnd() const { return rest_.empty(); }
 
-  /// The next byte; 0 when there is none left.
+  /// Returns the next byte; 0 at the end.
   std::uint8_t Byte() {
     if (rest_.empty()) return 0;
     const char byte = rest_.front();
@@ -20,10 +20,10 @@ class ByteSource {
     return static_cast<std::uint8_t>(byte);
   }
 
-  /// A number below `limit`, which is 1 to 256.
+  /// Returns a number below `limit`, which is 1 to 256.
   std::size_t Below(std::size_t limit) { return Byte() % limit; }
 
-  /// True for `of_256` of the 256 bytes, and at the end of the input false.
+  /// Returns true for `of_256` of the 256 bytes, and false at the end.
   bool Chance(unsigned of_256) { return Byte() > 255 - of_256; }
 
   template <typename Value>
@@ -31,7 +31,7 @@ class ByteSource {
     return values[Below(values.size())];
   }
 
-  /// All up to the next separator, which is dropped, or to the end.
+  /// Returns the text up to the next separator, which is dropped, or to the end.
   std::string Text() {
     const std::size_t end = rest_.find(kSeparator);
     std::string text(rest_.substr(0, end));
@@ -39,14 +39,14 @@ class ByteSource {
     return text;
   }
 
-  /// The texts of all that is left.
+  /// Returns the texts of the whole rest.
   std::vector<std::string> Texts() {
     std::vector<std::string> texts;
     while (!AtEnd()) texts.push_back(Text());
     return texts;
   }
 
-  /// Stands between two texts; no text in UTF-8 holds it.
+  /// Separates texts; no text in UTF-8 contains it.
   static constexpr char kSeparator = '\xff';
 
  private:

@@ -6,7 +6,7 @@
 
 namespace kvl::test {
 
-// Stored inputs of fuzzing take them by their numbers.
+// Stored inputs of fuzzing refer to these words by number, so keep their order.
 const std::vector<std::string> kCommandLineWords = SplitAt(
     "-wait;-UI;-env;-installerPath;-SoftMgt;-List;-Check;-Commit;-Rollback;--odt;--mgt;--uninst;"
     "-CDpath;--var;-Wait;-wait ;;-;CurrentMediaDir=/x/'y'//;A=b=c;A=;=x;=;B;CurrentMediaDir;"
@@ -17,7 +17,7 @@ namespace {
 
 constexpr bool kWithoutWaiting = false;
 
-/// Every field by its name, and how the reading ended.
+/// Every field by its name, and how reading the command line ended.
 struct Reading {
   std::map<std::string, std::string> fields = {};
   std::vector<std::string> pass_through = {};
@@ -48,7 +48,7 @@ std::map<std::string, std::string> FieldsOf(const Launcher& launcher) {
           {"os", launcher.OsName}};
 }
 
-/// What an option without a value sets, field by field.
+/// The fields that an option without a value sets.
 const std::map<std::string, std::map<std::string, std::string>> kEffects = {
     {"-wait", {{"wait", "yes"}}},
     {"-UI", {{"ui", "yes"}}},
@@ -112,7 +112,7 @@ class CommandLineModel {
     waiting_option_.clear();
   }
 
-  /// A name with "=" in it, and an empty one, is refused.
+  /// The system refuses an empty name and a name that contains "=".
   void Set(const std::string& setting) {
     if (setting.empty() || setting.front() == '=') return;
     const std::size_t name_end = setting.find('=');

@@ -21,7 +21,8 @@ void CheckEnvironmentLaws(const std::vector<EnvironmentStep>& steps) {
   for (const EnvironmentStep& step : steps) {
     const auto old = expected.find(step.name);
     const std::string before = old == expected.end() ? "" : old->second;
-    // Of a name with "=" the system gives what it finds behind the "=" of a longer value.
+    // For a name that contains "=", the system returns what it finds behind the "=" of a longer
+    // value.
     if (!is_refused(step.name)) RequireEqual("value of " + step.name, GetEnv(step.name), before);
     if (step.is_backup) {
       BackupEnv(step.name);

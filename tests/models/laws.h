@@ -1,6 +1,6 @@
-// Laws: what holds for every input. Each is checked for one input at a time, so that random cases,
-// fuzzing and stored inputs can all use the same ones. What the product gives is compared with a slow
-// model of it, which is written in another way on purpose.
+// Laws: statements that hold for every input. Each function checks one input, so that random cases,
+// fuzzing and stored inputs can share the laws. It compares the product with a slow model, which is
+// written in another way on purpose.
 #pragma once
 
 #include "tests/models/scan_table.h"
@@ -8,7 +8,7 @@
 
 namespace kvl::test {
 
-/// Thrown when a law does not hold. Ends a fuzzer, fails a test.
+/// Thrown if a law does not hold. Ends a fuzzer, fails a test.
 class LawBroken : public std::logic_error {
  public:
   using std::logic_error::logic_error;
@@ -27,14 +27,14 @@ void RequireEqual(std::string_view what, const Value& seen, const Value& expecte
 
 // --- the command line (launcher/command_line.h) --------------------------------------------------
 
-/// The arguments behind the program's own name; nothing stands for a null pointer.
+/// The arguments behind the program's own name; nothing means a null pointer.
 using ArgumentList = std::vector<std::optional<std::string>>;
 
-/// Every option, and words that look like one.
+/// Every option, and words that resemble one.
 extern const std::vector<std::string> kCommandLineWords;
 
-/// Makes a Launcher from the arguments, starting nothing, and compares all its fields, the
-/// environment, what was said and the status.
+/// Constructs a Launcher from the arguments, starts nothing, and compares all fields, the
+/// environment, the messages and the status.
 void CheckCommandLineLaws(const ArgumentList& arguments);
 
 // --- the environment (environment/environment.h) -------------------------------------------------
@@ -47,53 +47,53 @@ struct EnvironmentStep {
 
 std::ostream& operator<<(std::ostream& stream, const EnvironmentStep& step);
 
-/// Takes the steps one after the other and compares the whole environment after each.
+/// Takes the steps in turn and compares the whole environment after each.
 void CheckEnvironmentLaws(const std::vector<EnvironmentStep>& steps);
 
 // --- path values and path texts (insio/path.h, insio/path_text.h) --------------------------------
 
-/// Of one path as a user may have typed it.
+/// Checks one path as a user may have typed it.
 void CheckPathLaws(const std::string& typed);
 
-/// Of two of them: joining, combining, comparing, leading from one to the other.
+/// Checks two such paths: joining, combining, comparing, and the relative path between them.
 void CheckPathPairLaws(const std::string& one, const std::string& other);
 
 // --- the media scan (media/volume_scan.h) --------------------------------------------------------
 
-/// Makes everything of the table below `top`, which is the working directory of a relative media.
+/// Creates everything in the table below `top`, which is the working directory of a relative media.
 void MakeWorld(const ScanTable& table, const std::string& top);
 
-/// Makes the table true in a directory below `directory`, scans it, and compares what that finds, says
-/// and leaves behind. The working directory of the process changes for a while.
+/// Creates the table's files in a directory below `directory`, scans them, and compares the
+/// results, messages and variables. Changes the working directory of the process for a while.
 void CheckScanLaws(const ScanTable& table, const std::string& directory);
 
 // --- splitting a command's text (console/command_split.h) ----------------------------------------
 
 void CheckSplitLaws(const std::string& command);
 
-/// Quoting the arguments and splitting the text gives them back, all but the empty ones. `choices`
-/// decides, byte by byte, how each part is quoted; when it is used up, the first way is taken.
+/// Checks that quoting the arguments and splitting the text gives them back, except empty ones.
+/// `choices` decides, byte by byte, how each part is quoted; at its end, the first way applies.
 void CheckQuotingLaws(const std::vector<std::string>& arguments, const std::string& choices);
 
-/// The installer's command arrives as it was put together where no quote and no backslash is in it.
+/// Checks that the installer's command arrives unchanged if it contains no quote and no backslash.
 void CheckInstallerCommandLaws(const std::vector<std::string>& texts);
 
-// --- texts, and the files that hold them (console/text.h, media/marker.h, insio/replace_in_lines.h)
+// --- texts and files of text (console/text.h, media/marker.h, insio/replace_in_lines.h) ----------
 
-/// Of a text that may begin with a number.
+/// Checks a text that may begin with a number.
 void CheckNumberLaws(const std::string& text);
 
-/// Of a text read line by line.
+/// Checks a text that is read line by line.
 void CheckReadLineLaws(const std::string& contents);
 
 void CheckReplaceAllLaws(const std::string& text, const std::string& what, const std::string& with,
                          std::size_t start);
 
-/// Of a file with these contents, which lies in `directory` while it is looked at.
+/// Checks a file with these contents, which lies in `directory` meanwhile.
 void CheckReplaceInLinesLaws(const std::string& directory, const std::string& contents,
                              const std::string& what, const std::string& with);
 
-/// Of the same as a marker, and as "volumes.txt".
+/// Checks the same file as a marker and as "volumes.txt".
 void CheckMarkerLaws(const std::string& directory, const std::string& contents);
 
 }  // namespace kvl::test

@@ -19,7 +19,7 @@ std::string_view WithoutQuotes(std::string_view text) {
   return is_quoted ? text.substr(1, text.size() - 2) : text;
 }
 
-/// Behind the root and one more character, with a "/" behind every name.
+/// Returns the text behind the root and one more character, with a "/" behind every name.
 std::string ComparedText(const PathModel& path) {
   return path.names.empty() ? "" : (WithSlashes(path.names) + "/").substr(1);
 }

@@ -8,7 +8,7 @@ namespace {
 
 using KVLInsIO::InsPath;
 
-/// The text of a failure is put together only when there is one: this runs by the million.
+/// Composes the text of a failure only after a failure, because this runs millions of times.
 void RequirePath(std::string_view what, const InsPath& seen, const PathModel& expected) {
   try {
     const std::string text = expected.Text();
@@ -27,8 +27,8 @@ bool HasQuotes(const std::string& text) {
   return text.find_first_of("'\"") != std::string::npos;
 }
 
-/// Going from one absolute path along the way to the other arrives there, where the texts allow it:
-/// the first names are compared without their first characters, and quotes around a rest are lost.
+/// The relative path leads from one absolute path to the other, as far as the texts allow: the
+/// first names are compared without their first characters, and quotes around a rest are lost.
 void CheckWayThere(const PathModel& from, const PathModel& to, const InsPath& way) {
   const bool in_the_same_top = from.is_absolute && to.is_absolute && !from.names.empty() &&
                                !to.names.empty() && from.names.front() == to.names.front();
@@ -100,7 +100,7 @@ void CheckPathPairLaws(const std::string& one, const std::string& other) {
   const InsPath way = MakeRelative(one_path, other_path);
   const std::string expected_way = ModelOfMakeRelative(one_model, other_model);
   RequireEqual("relative path", way.Str(), expected_way);
-  // What is left of a path may stand in quotes, and inside them there may be anything.
+  // The rest of a path may be in quotes, and the quotes may contain anything.
   if (!HasQuotes(other)) RequireEqual("relative path is absolute", way.IsAbsolute(), false);
   CheckWayThere(one_model, other_model, way);
 }

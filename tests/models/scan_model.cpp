@@ -11,12 +11,13 @@ bool IsReadable(const MarkerFile& file) {
   return file.kind == MarkerFile::kFile || file.kind == MarkerFile::kLinkToFile;
 }
 
-/// Empty when nothing can be read. A file with a backslash in its name is never found again.
+/// Returns the empty text if the file cannot be read. Nobody finds a file with a backslash in its
+/// name.
 std::string TagOf(const MarkerFile& file) {
   return IsReadable(file) ? ModelOfTag(file.contents) : "";
 }
 
-/// The tags of the volumes 2 to `count` that have one.
+/// Returns the tags of the volumes 2 to `count` that have one.
 Tags TagsOf(const MarkerFiles& files, std::int64_t count) {
   Tags tags;
   for (const auto& [number, file] : files) {
@@ -95,10 +96,10 @@ class ScanModel {
     DecideAm();
   }
 
-  /// Outside the levels there is the root of the whole system, and nothing of ours in it.
+  /// Outside the levels lies the system's root directory, which contains nothing of the table.
   Tags Beside() const { return table_.levels.empty() ? Tags() : TagsOf(table_.beside, count_); }
 
-  /// After the messages about single volumes.
+  /// Decides the result after the messages about single volumes.
   void Conclude(std::int64_t found, bool is_all_ours, int code) {
     if (!is_all_ours || found == 0) return;
     if (found + 1 == count_) return Succeed(code);
@@ -119,7 +120,7 @@ class ScanModel {
     Set("VolumesCount", "");
   }
 
-  /// True when the volume is one of ours.
+  /// Returns true if the volume belongs to this media.
   bool Meet(std::int64_t number, const std::string& tag, const std::string& place) {
     const std::string name = "Volume " + std::to_string(number);
     if (tag != tag_) {

@@ -1,4 +1,4 @@
-// What a scan finds, says and leaves behind; and what it is to, told from a table alone.
+// The results, messages and variables of a scan, and a model that computes them from a table alone.
 #pragma once
 
 #include "tests/models/scan_table.h"
@@ -21,13 +21,14 @@ struct ScanResult {
 ScanResult Scan(const std::string& media, const Environment& env = {},
                 bool is_software_management = false);
 
-/// The variables with which the table's media is scanned.
+/// Returns the variables with which the table's media is scanned.
 Environment EnvironmentOf(const ScanTable& table);
 
-/// The media's path in text, in a world that lies in `top`; of a relative media without it.
+/// Returns the text of the media's path, in a world that lies in `top`; for a relative media
+/// without `top`.
 std::string MediaPath(const ScanTable& table, const std::string& top);
 
-/// The directory in which the AM volumes lie, and the way from one of them to its volumes.
+/// Return the directory with the AM volumes, and the path from one of them to its volumes.
 std::string OuterPath(const ScanTable& table, const std::string& top);
 std::string WayIntoAmVolume(const ScanTable& table, const std::string& top);
 

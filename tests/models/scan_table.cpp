@@ -8,7 +8,7 @@ namespace {
 constexpr char kOwnTag[] = "SET-A";
 constexpr char kOwnAmTag[] = "AM-A";
 
-/// The numbers of the bytes' choices that are unlike the usual one come last.
+/// The unusual choices have the highest numbers.
 constexpr std::size_t kChoices = 32;
 
 MarkerFile DecodeMarker(ByteSource& bytes, const std::string& own_tag) {
@@ -31,7 +31,7 @@ MarkerFile DecodeMarker(ByteSource& bytes, const std::string& own_tag) {
   return {MarkerFile::kFile, line + "\n"};
 }
 
-/// "volumes.txt" of a media of `count` volumes.
+/// Returns "volumes.txt" of a media of `count` volumes.
 std::optional<MarkerFile> DecodeVolumesFile(ByteSource& bytes, std::int64_t count) {
   using Texts = std::vector<std::string>;
   static const Texts kBefore = {"", "", "", " ", "+", "\t\v", "0"};
@@ -62,7 +62,7 @@ std::optional<MarkerFile> DecodeVolumesFile(ByteSource& bytes, std::int64_t coun
   }
 }
 
-/// A set of markers that are all there, few there, or none; of a large set only some.
+/// Returns all, few or none of a set's markers; of a large set only some.
 MarkerFiles DecodeMarkers(ByteSource& bytes, std::int64_t count, const std::string& tag) {
   MarkerFiles files;
   enum { kNone, kSome, kAll };
@@ -75,7 +75,7 @@ MarkerFiles DecodeMarkers(ByteSource& bytes, std::int64_t count, const std::stri
     for (const std::int64_t i : {std::int64_t{99}, count - 1, count, count + 1}) {
       numbers.push_back(i);
     }
-    // Sometimes really all of a set that is large enough to be listed.
+    // Sometimes all of a set that is large enough for the scan to list the directory.
     if (count < 110 && bytes.Chance(64)) {
       for (std::int64_t i = 2; i <= count; ++i) files[i] = {MarkerFile::kFile, "MTBDIR=" + tag};
     }
@@ -94,14 +94,14 @@ MediaLevel DecodeLevel(ByteSource& bytes, bool is_relative) {
   static const std::vector<std::string> kNames = {"x", "sets", "a b", "m",
                                                   ".", "\n",   "'q'", "\"q\""};
   MediaLevel level;
-  // A relative path must not begin and end with quotes, which would be taken for the path's.
+  // A relative path must not begin and end with quotes, which normalising would drop.
   level.name = kNames[bytes.Below(kNames.size() - (is_relative ? 2 : 0))];
   if (level.name == ".") level.name = "..d";
   if (bytes.Chance(110)) {
     level.marker_name = bytes.OneOf(kMarkers);
     level.marker = DecodeMarker(bytes, kOwnAmTag);
     const auto number = ModelOfNumber(level.marker_name).value;
-    // Not the number of a further AM volume, which would be the same directory.
+    // Must not be the number of a further AM volume, which would be the same directory.
     if (number && bytes.Chance(128)) level.name = std::to_string(*number);
   }
   if (bytes.Chance(64)) level.other_files.push_back(bytes.OneOf(kNoMarkers));
@@ -127,14 +127,14 @@ ScanTable DecodeScanTable(ByteSource& bytes) {
   table.is_online = bytes.Chance(8);
   table.is_software_management = bytes.Chance(8);
   table.media_name = bytes.OneOf<std::string>({"1", "1", "media", "2", "a b"});
-  // The number of volumes that the rest of the table is made for.
+  // The number of volumes for which the rest of the table is made.
   const auto count = bytes.OneOf<std::int64_t>({2, 2, 3, 3, 4, 5, 101, 102, 150, 2147483647});
   table.volumes_file = DecodeVolumesFile(bytes, count);
 
   table.flat = DecodeMarkers(bytes, count, kOwnTag);
   if (!bytes.Chance(8)) table.flat[1] = DecodeMarker(bytes, kOwnTag);
   table.beside = DecodeMarkers(bytes, count, kOwnTag);
-  if (table.media_name == "2") table.beside.erase(2);  // that is the media itself
+  if (table.media_name == "2") table.beside.erase(2);  // this is the media itself
   if (bytes.Chance(64)) {
     static const std::vector<std::string> kOthers = {"02.txt", "2.TXT", "+2.txt", "2.txt.bak", "2"};
     table.other_files.push_back(bytes.OneOf(kOthers));
@@ -156,7 +156,7 @@ ScanTable DecodeScanTable(ByteSource& bytes) {
   const MarkerFiles volumes = DecodeMarkers(bytes, count, kOwnTag);
   const std::int64_t ahead = *first.number - 1;
   for (const auto& [i, marker] : markers) table.am[i + ahead].marker = marker;
-  // What is behind a relative media's way lies beside the media itself.
+  // The path from an AM volume of a relative media leads to directories beside the media itself.
   if (table.is_relative) return table;
   for (const auto& [i, marker] : volumes) table.am[i + ahead].volume = marker;
   return table;

@@ -1,9 +1,9 @@
-// A media and all that lies around it as a table: which marker is where. Nothing of it is a path yet.
+// A media and its surroundings as a table of markers and their places. The table contains no paths.
 //
-//   <top>/<level n>/.../<level 1>/<media>     the media; <top> is what the way up is to end at
+//   <top>/<level n>/.../<level 1>/<media>     the media; the search above it ends at <top>
 //   <top>/<level n>/.../<level 1>/<number>    its siblings
 //
-// One of the levels may be an AM volume, by a marker in it; the other AM volumes lie beside that.
+// A marker can turn one of the levels into an AM volume; the other AM volumes then lie beside it.
 #pragma once
 
 #include "tests/models/byte_source.h"
@@ -18,7 +18,7 @@ struct MarkerFile {
   std::string contents = {};
 };
 
-/// By the number in its name.
+/// Markers by the number in the name.
 using MarkerFiles = std::map<std::int64_t, MarkerFile>;
 
 /// A directory above the media.
@@ -48,16 +48,16 @@ struct ScanTable {
   std::map<std::int64_t, AmEntry> am = {};    ///< by the AM volume's number
 };
 
-/// The first level that is an AM volume by the name and kind of the file in it. Its number is nothing
-/// when there is none.
+/// The first level that is an AM volume by the name and kind of its file. The number is empty
+/// without one.
 struct FirstAmLevel {
   std::optional<std::int32_t> number = {};
   std::size_t index = 0;
 };
 FirstAmLevel FindFirstAmLevel(const ScanTable& table);
 
-/// Any bytes make a table, most of them one in which something can be found. A table with an absolute
-/// media has an AM volume on the last level, so that nobody looks above it.
+/// Turns any bytes into a table; in most tables a scan finds something. A table with an absolute
+/// media has an AM volume on the last level, so that no scan looks above it.
 ScanTable DecodeScanTable(ByteSource& bytes);
 
 }  // namespace kvl::test

@@ -10,8 +10,9 @@ std::vector<std::string> WithoutEmptyOnes(std::vector<std::string> texts) {
   return texts;
 }
 
-/// A command is a row of pieces: a blank, a character behind a backslash, a text in quotes, which may
-/// lack its end, or any other character. Double quotes keep the backslash before all but \ and ".
+/// A command is a sequence of pieces: a blank, a backslash and a character, a text in quotes, which
+/// may lack its end, or any other character. In double quotes a backslash stays before all
+/// characters except \ and ".
 std::vector<std::string> ModelOfSplit(const std::string& command) {
   const std::string piece =
       R"_(( )|\\([\s\S]?)|'([^']*)'?|"((?:\\[\s\S]|[^"\\])*\\?)"?|([^ '"\\]))_";
@@ -33,7 +34,7 @@ std::string Escaped(const std::string& text, std::string_view special) {
   return escaped;
 }
 
-/// One part of an argument in one of the ways in which it can be written.
+/// Returns a part of an argument in one of its possible spellings.
 std::string Quoted(const std::string& part, std::size_t way) {
   const bool has_single_quote = part.find('\'') != std::string::npos;
   if (way == 0) return "\"" + Escaped(part, "\"\\") + "\"";

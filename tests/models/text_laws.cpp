@@ -13,7 +13,7 @@ void CheckNumberLaws(const std::string& text) {
   for (const std::int32_t fallback : {-1, 0, 7}) {
     errno = kMark;
     RequireEqual("number", ToIntOr(text, fallback), model.value.value_or(fallback));
-    // Only a number that does not even fit a long may leave an error behind.
+    // Only a number that does not even fit into a long may leave an error behind.
     Require(errno == kMark || (errno == ERANGE && model.has_digit && !model.value),
             "errno is left alone");
   }

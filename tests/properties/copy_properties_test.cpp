@@ -1,4 +1,4 @@
-// A copy of a random tree is that tree, with every link replaced by what it leads to.
+// The copy of a random tree equals that tree with every link replaced by its target.
 
 #include "insio/copy.h"
 #include "insio/delete.h"
@@ -10,7 +10,7 @@
 namespace kvl::test {
 namespace {
 
-/// One entry of a random tree. The numbers are cut down to what there is to choose from.
+/// An entry of a random tree. Numbers are reduced to the available choices.
 struct Node {
   int kind;         ///< see Make
   unsigned parent;  ///< one of the directories made before
@@ -36,11 +36,11 @@ rc::Gen<Node> AnyNode() {
   return rc::gen::construct<Node>(rc::gen::inRange(0, 6), any, any, any, size, any, time, time);
 }
 
-/// So that no path to the copy becomes too long for the system.
+/// Keeps every path in the copy short enough for the system.
 constexpr std::size_t kLongestPath = 3000;
 
-/// Makes nodes below a directory. Links lead only to what was finished before them, in other parts of
-/// the world, so that there is no way round in a circle.
+/// Creates nodes below a directory. Links lead only to entries finished before them, in other parts
+/// of the world, so that there are no circles.
 class RandomTree {
  public:
   explicit RandomTree(const TestDirectory& world) : world_(world) {
@@ -90,8 +90,8 @@ class RandomTree {
 
   const TestDirectory& world_;
   std::vector<std::string> dirs_;
-  std::vector<std::string> files_;      // that a link may lead to
-  std::vector<std::string> link_dirs_;  // likewise
+  std::vector<std::string> files_;      // possible targets of links
+  std::vector<std::string> link_dirs_;  // the same for directories
 };
 
 struct CopiedFile {
@@ -100,7 +100,7 @@ struct CopiedFile {
   time_t access_time, modification_time;
 };
 
-/// Everything by its path below the directory, with every link followed.
+/// Returns everything by its path below the directory; follows every link.
 struct Collected {
   std::map<std::string, CopiedFile> files;
   std::map<std::string, mode_t> directories;
@@ -129,12 +129,12 @@ void RequireCopied(const CopiedFile& copy, const CopiedFile& source, mode_t umas
                    bool is_read_only_once) {
   RequireEqual("mode", copy.mode, source.mode & 0777 & ~umask);
   Require(ReadFile(copy.path) == ReadFile(source.path), "other contents");
-  if (source.access_time == 0) return;  // then the copy's times are its own
+  if (source.access_time == 0) return;  // then the copy keeps its own times
   RequireEqual("modification time", copy.modification_time, source.modification_time);
   if (is_read_only_once) RequireEqual("access time", copy.access_time, source.access_time);
 }
 
-/// The times are looked at before anything is read, because reading changes them.
+/// Reads the times before the contents, because reading changes them.
 void CheckCopy(const std::string& source, const std::string& copy, mode_t umask) {
   Collected expected = Collect(source);
   {

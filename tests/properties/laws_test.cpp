@@ -1,4 +1,4 @@
-// Every law (tests/models/laws.h) for random inputs.
+// Checks every law (tests/models/laws.h) for random inputs.
 
 #include "tests/models/laws.h"
 
@@ -38,7 +38,7 @@ TEST(EnvironmentProperties, OfAnyStepsAgreeWithTheModel) {
   });
 }
 
-/// Few different names, so that two paths often have something in common.
+/// Has few different names, so that two paths often share a beginning.
 rc::Gen<std::string> Paths() {
   return rc::gen::oneOf(TextsOf({"/", "/", "\\", ".", "..", "'", "\"", " ", "a", "ab", "m", "//",
                                  ";", ":", "\n", kNul}),

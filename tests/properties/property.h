@@ -1,21 +1,21 @@
-// Properties: laws checked for random inputs, as tests like any other.
+// Properties: laws that tests check for random inputs.
 //
-// RC_PARAMS is read as rapidcheck always does ("seed=1 max_success=1000"). The seed in use is printed
-// before the first property, and with a failure what reproduces it.
+// RC_PARAMS has rapidcheck's usual meaning ("seed=1 max_success=1000"). The program prints the seed
+// before the first property, and after a failure the way to reproduce it.
 #pragma once
 
 #include <rapidcheck.h>
 
 #include "tests/support/test.h"
 
-// Tells of failures how to reproduce them; in the library, and not in its headers.
+// Prints how to reproduce failures; the library has it, but its headers do not.
 namespace rc::detail {
 TestListener& globalTestListener();
 }
 
 namespace kvl::test {
 
-/// Checks the property for `times` times as many cases as RC_PARAMS says, 100 if it says nothing.
+/// Checks the property for `times` x the number of cases in RC_PARAMS, which is 100 by default.
 template <typename Property>
 void CheckProperty(double times, Property&& property) {
   const rc::detail::Configuration& configuration = rc::detail::configuration();
@@ -34,7 +34,7 @@ void CheckProperty(double times, Property&& property) {
   FAIL() << text.str() << "\nseed=" << params.seed;
 }
 
-/// Any number of the parts, joined: texts over an alphabet of words.
+/// Joins any number of the parts: texts over an alphabet of words.
 inline rc::Gen<std::string> TextsOf(const std::vector<std::string>& parts) {
   return rc::gen::map(rc::gen::container<std::vector<std::string>>(rc::gen::elementOf(parts)),
                       [](const std::vector<std::string>& chosen) {

@@ -1,5 +1,5 @@
-/* An installer that says all that it was given, one thing a line, and ends with status 7. In C, so that
- * it can be built with any C library. */
+/* An installer that prints its arguments and variables, one per line, and ends with status 7. It is in
+ * C so that any C library serves to build it. */
 #include <stdio.h>
 
 extern char **environ;

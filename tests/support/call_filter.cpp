@@ -6,17 +6,18 @@ namespace kvl::test {
 
 namespace {
 
-/// Statements about the number of a call.
+/// Statements of a filter about the number of a call.
 class Filter {
  public:
-  /// A call whose number is this one (BPF_JEQ), or at least this one (BPF_JGE), gets the answer.
+  /// Gives the answer to a call whose number equals this one (BPF_JEQ), or is at least this one
+  /// (BPF_JGE).
   void Answer(unsigned comparison, unsigned number, unsigned answer) {
     statements_.push_back(
         BPF_JUMP(static_cast<unsigned short>(BPF_JMP | BPF_K | comparison), number, 0, 1));
     statements_.push_back(BPF_STMT(BPF_RET | BPF_K, answer));
   }
 
-  /// From here on, in this process and those that come from it. All other calls get through.
+  /// Applies the filter to this process and its descendants from now on. All other calls pass.
   void Install();
 
  private:

@@ -1,4 +1,4 @@
-// System calls of a process that do not get through as they are.
+// Filters for the system calls of a process.
 #pragma once
 
 #include <linux/seccomp.h>
@@ -7,13 +7,13 @@
 
 namespace kvl::test {
 
-/// From here on, in this process and those that come from it, these system calls get the answer of a
-/// seccomp filter, such as SECCOMP_RET_ERRNO | EPERM. Needs no rights, and ends the process where there
-/// are no such filters.
+/// Gives these system calls the answer of a seccomp filter, such as SECCOMP_RET_ERRNO | EPERM, from
+/// now on in this process and its descendants. Needs no rights. Ends the process if the system has
+/// no such filters.
 void FilterCalls(const std::vector<unsigned>& calls, unsigned answer);
 
-/// The same for all calls with this number or a higher one, but for some of them. The system numbers its
-/// calls as they come.
+/// Does the same for all calls with this number or a higher one, except some. The system numbers
+/// its calls in the order in which it gets them.
 void FilterCallsFrom(unsigned first, const std::vector<unsigned>& but, unsigned answer);
 
 }  // namespace kvl::test

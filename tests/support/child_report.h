@@ -1,4 +1,4 @@
-// What the fake installer wrote down about its start.
+// The fake installer's report about its start.
 #pragma once
 
 #include "tests/support/scoped_env.h"
@@ -11,8 +11,8 @@ struct ChildReport {
   std::vector<std::string> arguments;  ///< its own name first
   std::string directory;               ///< its working directory
   Environment env;                     ///< its whole environment
-  /// The rest by name: umask, process, parent, group, session, user, descriptors, SIGPIPE, SIGXFSZ,
-  /// SIGCHLD, SIGINT, SIGQUIT, blocked (see fake_installer.cpp).
+  /// The other facts by name: umask, process, parent, group, session, user, descriptors, SIGPIPE,
+  /// SIGXFSZ, SIGCHLD, SIGINT, SIGQUIT, blocked (see fake_installer.cpp).
   std::map<std::string, std::string> facts;
 };
 

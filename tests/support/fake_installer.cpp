@@ -1,9 +1,10 @@
-// A stand-in for a real installer: it writes down what it was started with and ends as it is told.
+// A stand-in for a real installer. It writes down what it was started with, and ends as its
+// variables say.
 //
-//   FAKE_REPORT  where to write: records ended by a NUL byte, "name=value" each
-//   FAKE_WAIT    a pipe to be opened after that, and waited for until its other end is closed
-//   FAKE_KILL    numbers of signals, each behind a blank, to be sent to its parent after that
-//   FAKE_EXIT    the exit code, 0 when not set
+//   FAKE_REPORT  the file to write: records that end in a NUL byte, each "name=value"
+//   FAKE_WAIT    a pipe to open afterwards; it waits until the other end is closed
+//   FAKE_KILL    the numbers of signals, each behind a blank, to send to its parent afterwards
+//   FAKE_EXIT    the exit code, by default 0
 //   FAKE_SIGNAL  the number of a signal to die by instead
 //   FAKE_PRINT   a text for standard output
 #include <signal.h>

@@ -1,4 +1,4 @@
-// Preloaded by a program, it stops the clock of the day at FIXED_CLOCK, in seconds since 1970. Other
+// Preloaded into a program, stops the system clock at FIXED_CLOCK, in seconds since 1970. Other
 // clocks go on.
 #include <sys/syscall.h>
 #include <unistd.h>

@@ -7,7 +7,8 @@ namespace kvl::test {
 MinimalStandardGenerator TwinOfTheProcessGenerator() {
   constexpr std::uint32_t kNumbersPerResult = 32767;
   const std::array given = {Random16(), Random16(), Random16(), Random16(), Random16()};
-  std::vector<MinimalStandardGenerator> found;  // all that would have given these numbers
+  std::vector<MinimalStandardGenerator>
+      found;  // all generators that would have given these numbers
   for (std::uint32_t i = 1; i <= kNumbersPerResult; ++i) {
     MinimalStandardGenerator generator(given.front() * kNumbersPerResult + i);
     const auto gives_next = [&](std::uint32_t number) { return Random16(generator) == number; };

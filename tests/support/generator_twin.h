@@ -1,12 +1,12 @@
-// The identifiers that this process is going to make.
+// The identifiers that this process will draw next.
 #pragma once
 
 #include "console/identifier.h"
 
 namespace kvl::test {
 
-/// A generator that goes on as the one of this process will, found out from some numbers that the
-/// latter is asked for. A child that is forked now starts with the same ones.
+/// Returns a generator with the state of this process's one, which it finds out from some of its
+/// numbers. A child that is forked now starts with the same state.
 MinimalStandardGenerator TwinOfTheProcessGenerator();
 
 }  // namespace kvl::test

@@ -3,12 +3,13 @@
 namespace kvl::test {
 namespace {
 
-/// Thrown in place of ending the process; no exception class, so that no handler takes it for one.
+/// Thrown instead of ending the process. It is no exception class, so that no handler catches it as
+/// one.
 struct ProcessEnd {
   int status;
 };
 
-/// What the present action does; null while there is none.
+/// The record of the present action; null without one.
 InProcessOutcome* present = nullptr;
 
 }  // namespace
@@ -27,7 +28,7 @@ InProcessOutcome RunInProcess(const std::function<void()>& action) {
 
 }  // namespace kvl::test
 
-// The names are the linker's: see --wrap in its manual.
+// The linker defines these names; see --wrap in its manual.
 extern "C" {
 
 ssize_t __real_write(int stream, const void* data, std::size_t size);

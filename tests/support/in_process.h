@@ -1,6 +1,6 @@
-// Runs a piece of code in this process although it may write to the console and end the process:
-// the program is linked so that write and _exit go through here. For what is to run a million times;
-// RunIsolated of outcome.h is nearer to reality.
+// Runs code in this process although it may write to the console and end the process: the program
+// is linked such that write and _exit go through here. Use it for code that runs a million times;
+// RunIsolated of outcome.h is more realistic.
 #pragma once
 
 #include "tests/support/test.h"
@@ -13,8 +13,8 @@ struct InProcessOutcome {
   std::string err;            ///< and to standard error
 };
 
-/// Runs `action`; a call of _exit unwinds it. Only write itself is caught, not streams of the
-/// language's library. An exception passes through. Not to be nested.
+/// Runs `action`; a call of _exit unwinds it. Catches only write itself, not the streams of the
+/// standard library. Passes on an exception. Do not nest it.
 InProcessOutcome RunInProcess(const std::function<void()>& action);
 
 }  // namespace kvl::test

@@ -12,7 +12,7 @@ void ReplaceIn(std::string& text, const std::string& what, const std::string& wi
   }
 }
 
-/// The directory of TMPDIR as the launcher sees it, or `otherwise` when that is none.
+/// Returns the directory of TMPDIR as the launcher sees it, or `otherwise` if that is no directory.
 std::string StagedBelow(const Environment& env, const std::string& working_directory,
                         const std::string& otherwise) {
   const auto tmp = env.find("TMPDIR");

@@ -1,5 +1,5 @@
-// MediaWorld: installation media made for a test, described volume by volume, and what the whole
-// launcher makes of them.
+// MediaWorld: installation media for a test, described volume by volume, and runs of the whole
+// launcher on them.
 //
 //   MediaWorld world;
 //   world.Volume("1").Announces("3").Marker(1, "SET-A");
@@ -11,9 +11,9 @@
 //   world.Make("1: volumes=3 1=SET-A; 2: 2=SET-A");
 //   world.Make("am/4/sets/1: volumes=2 1=S; am/4: 4=A; am/5: 5=A; am/5/sets/2: 2=S");
 //
-// In every text given to it, and in Text(), "{}" stands for the world's own directory, "{x}" for
-// the path of x in it, "{staging}" for the staging directory of the last launch (without "/" at the
-// end).
+// In every text for it, and in Text(), "{}" stands for the world's own directory, "{x}" for the
+// path of x in it, and "{staging}" for the staging directory of the last launch, without "/" at its
+// end.
 #pragma once
 
 #include "tests/support/child_report.h"
@@ -26,17 +26,17 @@ namespace kvl::test {
 
 class MediaWorld;
 
-/// One volume, or any directory of the world, being described.
+/// Describes one volume, or any directory of the world.
 class VolumeBuilder {
  public:
-  /// "inst/volumes.txt" with this first line.
+  /// Writes "inst/volumes.txt" with this first line.
   VolumeBuilder& Announces(const std::string& line);
-  /// The marker of a volume: "<number>.txt" with the line "MTBDIR=<tag>".
+  /// Writes the marker of a volume: "<number>.txt" with the line "MTBDIR=<tag>".
   VolumeBuilder& Marker(int number, const std::string& tag);
-  /// The fake installer, as inst/<os>/code/bin/<name>, a file in the operating-system directory and
-  /// one in inst/common.
+  /// Adds the fake installer as inst/<os>/code/bin/<name>, a file in the operating-system
+  /// directory, and one in inst/common.
   VolumeBuilder& Installer(const std::string& os = "linux", const std::string& name = "installer");
-  /// The description files and start scripts beside "inst".
+  /// Adds the description files and start scripts beside "inst".
   VolumeBuilder& Descriptions();
   VolumeBuilder& File(const std::string& name, const std::string& contents);
   VolumeBuilder& Dir(const std::string& name);
@@ -51,12 +51,12 @@ class VolumeBuilder {
   std::string name_;
 };
 
-/// How the launcher is started in a world.
+/// How a test starts the launcher in a world.
 struct LaunchPlan {
   std::vector<std::string> arguments = {};
-  /// What is started in place of the built launcher, with the arguments behind it: a start script.
+  /// The program to start instead of the built launcher, with its arguments: a start script.
   std::vector<std::string> command = {};
-  /// On top of, or instead of, the usual ones: CurrentMediaDir={<media>}, KVL_OS=linux,
+  /// Further or changed variables. The usual ones are CurrentMediaDir={<media>}, KVL_OS=linux,
   /// KVL_Installer_EXE=installer, TMPDIR={tmp}, PATH=/usr/bin:/bin, FAKE_REPORT={report}.
   Environment env = {};
   std::vector<std::string> without = {};  ///< usual variables that are not set
@@ -70,8 +70,8 @@ struct LaunchSeen {
   std::string err;
   ChildReport child;
   Environment given;  ///< the environment that the launcher was started with
-  /// What lies below the directory of TMPDIR, or below {tmp} when that is none, see DescribeTree;
-  /// the staging directory's own name is written as "{staging}".
+  /// The tree below the directory of TMPDIR, or below {tmp} if that is no directory; see
+  /// DescribeTree. "{staging}" stands for the staging directory's own name.
   std::vector<std::string> staged;
 };
 
@@ -79,11 +79,12 @@ class MediaWorld {
  public:
   MediaWorld();
 
-  /// Makes directories, apart by "; ": "m/1: volumes=3 1=SET-A; m/2: 2=SET-A; m/empty:". Each begins
-  /// with its name; behind it "volumes=3" announces volumes, and "1=SET-A" is the marker of volume 1.
+  /// Makes directories, separated by "; ": "m/1: volumes=3 1=SET-A; m/2: 2=SET-A; m/empty:". Each
+  /// begins with its name; then "volumes=3" announces volumes, and "1=SET-A" is the marker of
+  /// volume 1.
   void Make(const std::string& directories);
 
-  /// A directory of the world, made when missing; "." is the world's own.
+  /// Returns a directory of the world, made if missing; "." is the world's own.
   VolumeBuilder Volume(const std::string& name);
 
   const TestDirectory& Directory() const { return directory_; }
@@ -96,7 +97,8 @@ class MediaWorld {
   LaunchSeen Launch(const std::string& name, const LaunchPlan& plan = {});
 
  private:
-  /// New files in it have the modes 644 and 755, whoever runs the tests; programs start with it too.
+  /// Gives new files the modes 644 and 755, whoever runs the tests; programs also start with this
+  /// umask.
   const ScopedUmask umask_{022};
   TestDirectory directory_;
   std::string staging_;

@@ -1,6 +1,6 @@
-// The texts of the launcher, each once: whole lines as they arrive on a stream, for comparisons with
-// all that a run says. A path may be one of MediaWorld's, such as "{1}". Texts that one file of tests
-// compares alone stay there.
+// The texts of the launcher, each once: whole lines as they arrive on a stream, for comparisons
+// with all messages of a run. A path may be one of MediaWorld's, such as "{1}". A text that only
+// one file of tests compares is there.
 #pragma once
 
 #include "tests/support/test.h"
@@ -16,7 +16,7 @@ inline std::string Warning(const std::string& text) {
 inline std::string Info(const std::string& text) {
   return " INFO: " + text + "\n";
 }
-/// A further line of the message before it.
+/// Returns a further line of the previous message.
 inline std::string More(const std::string& text) {
   return "       " + text + "\n";
 }
@@ -64,7 +64,7 @@ inline std::string NoInstaller() {
 
 // --- the volumes ---------------------------------------------------------------------------------
 
-/// The number is the first line of "volumes.txt" as it stands there.
+/// `number` is the first line of "volumes.txt" as it stands.
 inline std::string ComposedOf(const std::string& number) {
   return Info("This media is composed of " + number + " volumes.");
 }
@@ -74,8 +74,8 @@ inline std::string Found(const std::string& number, const std::string& directory
 inline std::string FoundAm(const std::string& number, const std::string& directory) {
   return More("AM volume " + number + " found in: " + directory);
 }
-/// The media of so many volumes, and where the first, the second and so on are found; empty for one
-/// that is not.
+/// The messages for a media of so many volumes, and for the places of the first, the second and so
+/// on; an empty place stands for a missing volume.
 inline std::string Volumes(const std::string& number, const std::vector<std::string>& directories) {
   std::string text = ComposedOf(number);
   for (std::size_t i = 0; i < directories.size(); ++i) {
@@ -93,12 +93,13 @@ inline std::string NoFirstMarker(const std::string& directory) {
   return Warning("1.txt not found or not accessible in: " + directory) +
          More("Please make sure you copied the whole volume.");
 }
-/// A volume whose tag is another one than that of its media; `volume` is "Volume 2" or "AM volume 2".
+/// The message for a volume whose tag differs from that of its media; `volume` is "Volume 2" or "AM
+/// volume 2".
 inline std::string Wrong(const std::string& volume, const std::string& tag,
                          const std::string& directory, const std::string& wanted) {
   return Warning(volume + " of " + tag + " found in " + directory + " instead of " + wanted);
 }
-/// The same in the media directory itself.
+/// The same for one in the media directory itself.
 inline std::string WrongBeside(const std::string& number, const std::string& tag,
                                const std::string& wanted) {
   return Warning("Volume " + number + " of " + tag + " found in the directory of " + wanted);
@@ -117,7 +118,7 @@ inline std::string Staged() {
              "starting the installation.") +
          Warning("Not doing so might result in the installation leaving temporary files behind.");
 }
-/// `staging_slash` ends in "/". The reason is that of the library; the line feed at its end makes a
+/// `staging_slash` ends in "/". The library gives the reason; the line feed at its end causes a
 /// line of seven blanks.
 inline std::string StagingFailed(const std::string& staging_slash, const std::string& reason) {
   return Error("Cannot copy the installer to a temporary directory: " + staging_slash) +

@@ -1,5 +1,5 @@
-// The system calls that are newer than the oldest kernel that the programs are for, and how a whole run
-// meets a kernel, or a container, without them.
+// The system calls that are newer than the oldest supported kernel, and kernels or containers
+// without them, for whole runs.
 #pragma once
 
 #include <sys/syscall.h>
@@ -15,13 +15,13 @@ struct NewerCall {
   unsigned number = 0;
 };
 
-/// Those that the programs, and the C library for them, make; a number of 0 is unknown here.
+/// The newer calls that the programs and their C library make; a number of 0 is unknown here.
 inline const std::vector<NewerCall>& NewerCalls() {
   static const std::vector<NewerCall> calls = {
       {"clone3", SYS_clone3},          // the C library, for a thread of kvl-media; 5.3
       {"faccessat2", SYS_faccessat2},  // the C library, for kvl-media check; 5.8
       {"getrandom", SYS_getrandom},    // the C library, for its own heap; 3.17
-      {"renameat2", SYS_renameat2},    // kvl-media make: to a name that nothing has; 3.15
+      {"renameat2", SYS_renameat2},    // kvl-media make, to replace nothing; 3.15
       {"rseq", SYS_rseq},              // the C library, at the start; 4.18
   };
   return calls;
@@ -33,16 +33,17 @@ inline std::vector<unsigned> NumbersOfNewerCalls() {
   return numbers;
 }
 
-/// All calls from this number on came after 3.2.
+/// All calls from this number on are newer than 3.2.
 inline constexpr unsigned kFirstNewerCall = std::min(SYS_kcmp, SYS_finit_module);
 
-/// A kernel, or a container, and what makes a child live in it.
+/// A kernel or a container, and the function that puts a child into it.
 struct OlderSystem {
   std::string name;
   std::function<void()> before;
 };
 
-/// Without each of the calls, and without any call that is newer, also those that are not made now.
+/// Returns kernels without each of these calls, and one without any newer call, including those
+/// that nobody makes now.
 inline std::vector<OlderSystem> OlderSystems() {
   std::vector<OlderSystem> systems;
   for (const int error : {ENOSYS, EPERM}) {
@@ -57,7 +58,7 @@ inline std::vector<OlderSystem> OlderSystems() {
   return systems;
 }
 
-/// Where a newer call that is not in the list above ends whoever makes it.
+/// Returns a kernel on which a newer call outside of the list ends its caller.
 inline OlderSystem OnlyWithTheListedCalls() {
   return {"a call that is not listed", [] {
             FilterCallsFrom(kFirstNewerCall, NumbersOfNewerCalls(), SECCOMP_RET_KILL_PROCESS);

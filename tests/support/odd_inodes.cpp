@@ -1,5 +1,5 @@
-// Preloaded by a program, it answers every look at a file with another inode number, as a file system
-// without such numbers may that makes them up (FUSE).
+// Preloaded into a program, answers every look at a file with another inode number, like a file
+// system that has none and invents them (FUSE).
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>

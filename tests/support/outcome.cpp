@@ -2,11 +2,10 @@
 
 #include <sys/mman.h>
 
-
 namespace kvl::test {
 namespace {
 
-/// A file without a name that a stream is sent to.
+/// A file without a name that replaces a stream.
 class CaughtStream {
  public:
   CaughtStream() : file_(::memfd_create("caught", MFD_CLOEXEC)) {
@@ -45,13 +44,13 @@ void FlushOwnStreams() {
   std::fflush(nullptr);
 }
 
-/// What a child works in.
+/// The surroundings of a child.
 enum class Memory {
   kCopied,
   kShared,  ///< for a child that becomes another program: no copy of a large process is made
 };
 
-/// What a child says that does this, with standard input, if there is any, and how it ends.
+/// Returns the output of a child that does this, with standard input, if any, and its end.
 Outcome InAChild(const CaughtStream* in, Memory memory, const std::function<void()>& action) {
   const CaughtStream out, err;
   FlushOwnStreams();
@@ -64,7 +63,7 @@ Outcome InAChild(const CaughtStream* in, Memory memory, const std::function<void
     rlimit core;
     if (::getrlimit(RLIMIT_CORE, &core) == 0) core.rlim_cur = 0;
     ::setrlimit(RLIMIT_CORE, &core);
-    // An exception ends the child; it must not get back into the rest of the tests.
+    // An exception ends the child, which must not return into the rest of the tests.
     [&]() noexcept { action(); }();
   }
   int status = 0;
@@ -73,11 +72,12 @@ Outcome InAChild(const CaughtStream* in, Memory memory, const std::function<void
           err.Contents()};
 }
 
-/// Where the running test program lies. Asked for at the start: in a directory that was made the
-/// root, a test with mounts of its own is told of another path.
+/// The directory of the running test program. Read at the start, because a test with its own mounts
+/// sees another path after the root has changed.
 const fs::path kOwnDirectory = fs::read_symlink("/proc/self/exe").parent_path();
 
-/// What a process becomes, put together before there is a child that shares our memory.
+/// The program that a process becomes. It is composed before there is a child that shares this
+/// memory.
 class Image {
  public:
   explicit Image(const ProgramStart& start) : start_(start), command_(start.command) {

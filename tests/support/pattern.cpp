@@ -6,7 +6,7 @@
 namespace kvl::test {
 namespace {
 
-/// Each pattern is compiled once.
+/// Compiles each pattern once.
 const std::regex& Compiled(const std::string& pattern) {
   static std::map<std::string, std::regex> known;
   const auto found = known.find(pattern);

@@ -1,5 +1,5 @@
-// Regular expressions as ECMAScript has them. Only pattern.cpp compiles the standard library's
-// templates for them, which takes seconds in each file that does.
+// Regular expressions of ECMAScript. Only pattern.cpp compiles the standard library's templates for
+// them, which takes seconds in each file.
 #pragma once
 
 #include <string>
@@ -7,19 +7,20 @@
 
 namespace kvl::test {
 
-/// What a pattern found: at first all of it, then each group; empty where a group took no part.
+/// The match of a pattern: first the whole text, then each group; a group without a part in it is
+/// empty.
 using Groups = std::vector<std::string>;
 
-/// The groups when the pattern describes the whole text; none otherwise.
+/// Returns the groups if the pattern matches the whole text; otherwise nothing.
 Groups MatchOf(const std::string& text, const std::string& pattern);
 
-/// Each place that the pattern describes.
+/// Returns each match of the pattern.
 std::vector<Groups> MatchesIn(const std::string& text, const std::string& pattern);
 
-/// What stands before, between and behind the places that the pattern describes.
+/// Returns the texts before, between and behind the matches.
 std::vector<std::string> SplitAt(const std::string& text, const std::string& pattern);
 
-/// The text with each of these places replaced; "$1" stands for the first group.
+/// Returns the text with each match replaced; "$1" stands for the first group.
 std::string Replaced(const std::string& text, const std::string& pattern, const std::string& with);
 
 }  // namespace kvl::test

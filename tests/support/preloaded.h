@@ -1,5 +1,5 @@
-// What programs are started with that have the C library beside them: another clock, other inode
-// numbers. A static program takes no notice.
+// Libraries to preload into programs with a shared C library: another clock, other inode numbers. A
+// static program ignores them.
 #pragma once
 
 #include "tests/support/outcome.h"
@@ -7,16 +7,16 @@
 
 namespace kvl::test {
 
-/// In seconds since 1970, where a machine without a battery begins: that moment, and the next ones after
-/// which 32 bits, with a sign and without one, are too few.
+/// Odd times, in seconds since 1970: that moment, where a machine without a battery begins, and the
+/// first moments that do not fit into 32 bits with and without a sign.
 inline constexpr long kOddTimes[] = {0, 0x80000000, 0x100000000};
 
-/// Variables that stop the clock of a program.
+/// Returns the variables that stop the clock of a program.
 inline Environment WithClockAt(long time) {
   return {{"LD_PRELOAD", BuiltProgram("fixed_clock.so")}, {"FIXED_CLOCK", std::to_string(time)}};
 }
 
-/// A variable that has each look at a file find another inode number.
+/// Returns the variable that gives each look at a file another inode number.
 inline Environment WithOddInodes() {
   return {{"LD_PRELOAD", BuiltProgram("odd_inodes.so")}};
 }

@@ -1,9 +1,9 @@
-// Whether the tests, and the programs that they start, are built with sanitizers.
+// Tells whether the tests and their programs are built with sanitizers.
 #pragma once
 
 namespace kvl::test {
 
-/// True when they are: a sanitizer takes memory, stack and descriptors of its own.
+/// True if they are; a sanitizer takes memory, stack and descriptors of its own.
 #if defined(__SANITIZE_ADDRESS__)
 inline constexpr bool kSanitized = true;
 #elif defined(__has_feature)

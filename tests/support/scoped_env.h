@@ -1,4 +1,4 @@
-// The process environment in tests: set aside for a while, and compared as a whole.
+// The process environment in tests: replaced for a while, and compared as a whole.
 #pragma once
 
 #include "tests/support/test.h"
@@ -7,17 +7,18 @@ namespace kvl::test {
 
 using Environment = std::map<std::string, std::string>;
 
-/// The whole environment of this moment.
+/// Returns the whole present environment.
 Environment CurrentEnvironment();
 
-/// While it lives, the environment holds exactly the pairs given; then the old one is back.
+/// While it lives, the environment contains exactly the given pairs. The destructor restores the
+/// old one.
 class ScopedEnv : Undo {
  public:
   explicit ScopedEnv(const Environment& variables = {});
 };
 
-/// Every variable of `after` that `before` does not hold with the same value, and with the value
-/// "(gone)" every one that `after` lacks.
+/// Returns every variable of `after` that `before` lacks or has with another value, and every one
+/// that `after` lacks, with the value "(gone)".
 Environment EnvChanges(const Environment& before, const Environment& after);
 
 }  // namespace kvl::test

@@ -1,4 +1,4 @@
-// The test tools themselves, as far as a mistake in them would let other tests pass.
+// Tests those tools of the tests in which a mistake would let other tests pass.
 #include "tests/support/in_process.h"
 #include "tests/support/outcome.h"
 #include "tests/support/scoped_env.h"

@@ -28,7 +28,7 @@ bool IsAbout(const Fault& fault, std::string_view path) {
   return fault.path->empty() ? __real_access(path.data(), F_OK) == 0 : *fault.path == path;
 }
 
-/// True, with errno set, when this call is to fail.
+/// Returns true and sets errno if this call must fail.
 bool Fails(FailingCall::Call call, std::string_view path = {}) {
   std::optional<Fault>& fault = faults[call];
   if (!fault || !IsAbout(*fault, path) || fault->after-- > 0) return false;
@@ -75,11 +75,11 @@ FakeFreeBlocks::FakeFreeBlocks(std::uint64_t blocks, std::uint64_t block_size, s
 using kvl::test::FailingCall;
 using kvl::test::Fails;
 
-// The names are the linker's: see --wrap in its manual. Those with 64 are what stands behind the
-// names without where offsets have 64 bits.
+// The linker defines these names; see --wrap in its manual. If offsets have 64 bits, the names with
+// 64 stand behind those without.
 extern "C" {
 
-/// A call that gives back `failure` when `fails`, and goes through otherwise.
+/// A call that returns `failure` if `fails`, and otherwise passes.
 #define KVL_WRAP(Result, name, parameters, arguments, fails, failure) \
   Result __real_##name parameters;                                    \
   Result __wrap_##name parameters {                                   \
@@ -111,13 +111,13 @@ KVL_WRAP(DIR*, opendir, (const char* path), (path), Fails(FailingCall::kOpenDir,
 int __real_gethostname(char* name, std::size_t size);
 int __wrap_gethostname(char* name, std::size_t size) {
   if (!Fails(FailingCall::kGetHostName)) return __real_gethostname(name, size);
-  std::fill_n(name, size, 'x');  // as a name that is too long leaves its beginning behind
+  std::fill_n(name, size, 'x');  // as a too long name leaves its beginning
   return -1;
 }
 
 int __real_close(int number);
 int __wrap_close(int number) {
-  // The descriptor is closed in any case, as it is when the system reports a late write error.
+  // Closes the descriptor in any case, as the system does when it reports a late write error.
   const int result = __real_close(number);
   return Fails(FailingCall::kClose) ? -1 : result;
 }

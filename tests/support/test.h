@@ -1,5 +1,5 @@
-// What nearly every test needs: GoogleTest, and of the standard library and the system what tests call.
-// It is read once for all of them, so that a file of tests begins with what it is about.
+// What nearly every test needs: GoogleTest, and the parts of the standard library and the system
+// that tests call. The compiler reads it once for all files, so that each begins with its subject.
 #pragma once
 
 #include <dirent.h>
@@ -57,7 +57,7 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// Does something at its end: takes back what was done at its beginning.
+/// Runs an action in its destructor, to undo what its constructor did.
 class Undo {
  public:
   explicit Undo(std::function<void()> undo) : undo_(std::move(undo)) {}

@@ -68,7 +68,7 @@ TestDirectory::~TestDirectory() {
     return;
   }
   std::error_code ignored;
-  OpenUp(path_);  // a directory without permissions cannot be emptied by an ordinary user
+  OpenUp(path_);  // an ordinary user cannot empty a directory without permissions
   fs::remove_all(path_, ignored);
 }
 

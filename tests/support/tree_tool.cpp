@@ -1,12 +1,11 @@
-// Does one thing with the library and tells how much memory that took. A program of its own, because
-// a test program that is full of tests has taken a lot before it begins.
+// Runs one operation of the library and tells how much memory it took. It is a program of its own,
+// because the test program itself takes much memory.
 //
 //   tree_tool copy SOURCE DESTINATION     tree_tool delete PATH     tree_tool delete_empty PATH
 //   tree_tool list DIRECTORY              tree_tool replace FILE OLD NEW
 //
-// Prints what the operation gave back, 0 for nothing, a blank, and the most memory that was resident
-// at any time, in KiB. Ends with 0; with 1 and the message on standard error after a failure; with 2
-// after a call that it does not understand.
+// Prints the operation's result, 0 without one, a blank, and the peak resident memory in KiB. Ends
+// with 0; with 1 and the message on standard error after a failure; with 2 after a wrong call.
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -40,7 +39,7 @@ int Do(const std::vector<std::string>& words) {
   return kNotUnderstood;
 }
 
-/// The high-water mark of this process's resident memory in KiB; 0 when the system does not tell.
+/// Returns the peak resident memory of this process in KiB; 0 if the system does not tell.
 long MostResidentMemory() {
   long kibibytes = 0;
   std::FILE* status = std::fopen("/proc/self/status", "re");
