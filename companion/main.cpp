@@ -1,4 +1,4 @@
-// The entry of kvl-media.
+// The entry point of kvl-media.
 #include <algorithm>
 
 #include "companion/program.h"

@@ -17,31 +17,30 @@
 namespace kvl {
 namespace {
 
-/// What to say of a call that the parser refused.
+/// Returns the message for a call that the parser refused.
 std::string WhyRefused(const CLI::App& app, const CLI::ParseError& error) {
   const std::vector<std::string> unexpected = app.remaining(/*recurse=*/true);
   const bool has_subcommand = !app.get_subcommands().empty();
   const auto word = std::find_if(unexpected.begin(), unexpected.end(),
                                  [](const std::string& text) { return !text.starts_with('-'); });
   if (!has_subcommand && word != unexpected.end()) {
-    return "no subcommand: " + *word + " (see --help)";
+    return "unknown subcommand: " + *word + "; use check, make, seal, verify or clean (see --help)";
   }
   const bool is_about_them = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr ||
                              (!has_subcommand && !unexpected.empty());
   if (!is_about_them) return std::string(error.what()) + " (see --help)";
-  // The parser itself would name them in no order to rely on.
-  std::string text = unexpected.size() == 1 ? "The following argument was not expected:"
-                                            : "The following arguments were not expected:";
+  // The parser does not name them in the order of the call.
+  std::string text = unexpected.size() == 1 ? "unexpected argument:" : "unexpected arguments:";
   for (const std::string& argument : unexpected) text += " " + argument;
   const bool is_check = has_subcommand && app.get_subcommands().front()->get_name() == "check";
-  return text + (is_check ? " (arguments for the launcher stand behind --)" : " (see --help)");
+  return text + (is_check ? "; put arguments for the launcher behind --" : "") + " (see --help)";
 }
 
 int Run(std::vector<std::string> arguments) {
-  CLI::App app("Checks, makes, seals and verifies installation media, and cleans up behind runs.",
+  CLI::App app("Checks, makes, seals and verifies installation media, and removes what runs left.",
                "kvl-media");
-  app.set_version_flag("--version", "kvl-media " KVL_VERSION);
-  app.set_help_flag("-h,--help", "Print this text");
+  app.set_version_flag("--version", "kvl-media " KVL_VERSION, "Print the version");
+  app.set_help_flag("-h,--help", "Print this help text");
   app.require_subcommand(1);
   CheckCall check;
   AddCheck(app, check);
@@ -54,12 +53,12 @@ int Run(std::vector<std::string> arguments) {
   CleanCall clean;
   AddClean(app, clean);
 
-  // Only for a check they mean something of their own; elsewhere the parser knows what they mean.
+  // Arguments of check behind "--" are for the launcher. In other calls the parser handles "--".
   const bool is_check = !arguments.empty() && arguments.front() == "check";
   const auto end = is_check ? std::find(arguments.begin(), arguments.end(), "--") : arguments.end();
   const std::vector<std::string> rest(end == arguments.end() ? end : end + 1, arguments.end());
   arguments.erase(end, arguments.end());
-  std::reverse(arguments.begin(), arguments.end());  // as the parser wants them
+  std::reverse(arguments.begin(), arguments.end());  // the order that the parser requires
   try {
     app.parse(arguments);
   } catch (const CLI::Success& asked_for) {  // --help and --version

@@ -1,4 +1,4 @@
-// kvl-media, the whole program: checks, makes, seals and verifies installation media.
+// The program kvl-media: reads the command line and runs one of its calls.
 #pragma once
 
 #include <string>
@@ -8,8 +8,8 @@
 
 namespace kvl {
 
-/// Does what the arguments ask for, the program's own name not among them, and writes to the console.
-/// Gives back a MediaStatus. Throws nothing.
+/// Runs kvl-media with these arguments, which do not include the name of the program. Writes to the
+/// console. Returns a MediaStatus. Throws nothing.
 int RunKvlMedia(const std::vector<std::string>& arguments);
 
 }  // namespace kvl

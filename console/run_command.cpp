@@ -28,11 +28,13 @@ int RunCommand(const std::string& command, bool wait, Logger& logger, SignalScop
   // Message: ERROR: Cannot wait for process [...]
   // Cause: The installer could not be started, a signal killed it, or its exit code was above
   // 250. It cannot be started if it has no execute permission, if its file system is mounted
-  // `noexec`, if its `#!` line names a program that is missing or ends in a carriage return,
-  // if its library loader is missing, or if a policy of the system (SELinux) forbids it.
-  // Remedy: Ask `kvl-media check`, which names most of these. Copy volume 1 again, with its
-  // permissions. Let `TMPDIR` name a directory on a file system without `noexec`. Look into
-  // the log of refusals (`ausearch -m avc`).
+  // `noexec`, if its `#!` line names a program that is missing or ends in a carriage return, if
+  // its library loader is missing, if the path of `TMPDIR` holds a double quote, or if a policy
+  // of the system (SELinux) forbids it.
+  // Remedy: If the installer has printed something, it ran: read its output, and the log of the
+  // system for a lack of memory (`dmesg`). Else ask `kvl-media check`, copy volume 1 again with
+  // its permissions, set `TMPDIR` to a directory without `noexec`, or read the log of refusals
+  // (`ausearch -m avc`).
   if (code < 0) logger.Message("Cannot wait for process " + command, kError, kMarked);
   return code;
 }

@@ -30,7 +30,7 @@ inline constexpr char kLibraryPathName[] = "KVL_LIBPATH_VARNAME";
 // Set by the search for volumes
 /// The first line of `volumes.txt` if it says more than 1. Empty if all volumes lie in one directory.
 inline constexpr char kVolumesCount[] = "KVLAdmInstVolumesCount";
-/// The tag of the media; in the AM layout the tag of the AM volumes.
+/// The tag of the media; in the AM layout the tag of the AM volumes. Empty if there is one volume.
 inline constexpr char kMtbDir[] = "KVLAdmInstMTBDIR";
 /// The number of the AM volume that holds the media. The search also sets this variable and the next
 /// two if no further volume lies beside the media and any file above it looks like an AM marker.

@@ -1,8 +1,7 @@
 // The exit statuses of the launcher, and the one place that ends it early.
 //
 // Exit statuses
-// 0 to 250: The exit code of the installer. An installer that itself ends with 1 or 12 is told from the
-// launcher by the missing error message.
+// 0 to 250: The exit code of the installer. If there is no `ERROR:` line, 1 and 12 come from the installer, too.
 // 1: The launcher ended before the installer: the command line is wrong, there is no installer, or
 // staging failed. The last error message says which.
 // 12: An external installer media holds an installer, but its path holds a blank.

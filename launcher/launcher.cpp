@@ -60,10 +60,12 @@ void Launcher::LeaveCleanUpScript(const std::string& staging_dir_slash) {
   // Message: WARN: This media is composed of multiple volumes.
   //   If it is not done already, please copy each volume on a local hard drive before starting the installation.
   //   Not doing so might result in the installation leaving temporary files behind.
-  // Cause: The launcher staged the installer, because volumes are missing or it cannot read
-  // `volumes.txt`.
-  // Remedy: None if you mean to change discs. Else copy the volumes side by side. [Remove the
-  // staged copy](#what-is-left-behind) afterwards.
+  // Cause: The launcher staged the installer, because it did not find all volumes: some are
+  // missing, you cannot read them, their directories are not named `1`, `2` and so on, or
+  // `volumes.txt` is empty or cannot be read.
+  // Remedy: None if you mean to change discs. Else copy the volumes side by side; `kvl-media
+  // check` says what is wrong with those that are there. [Remove the staged
+  // copy](#what-is-left-behind) afterwards.
   Message("This media is composed of multiple volumes.", kWarning, kMarked);
   Message(
       "If it is not done already, please copy each volume on a local hard drive before starting "

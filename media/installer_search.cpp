@@ -97,10 +97,11 @@ InstallerFound FindInstaller(const InstallerSearch& search, Logger& logger) {
   }
   if (EndsInArgument(search, logger, found) || EndsInVariable(search, logger, found)) return found;
   // Message: ERROR: The installer is not found, please read the file "ReadMe_UNIX.txt".
-  // Cause: The media holds no installer for this system, or the launcher was started without
-  // its start script. The `INFO:` lines name the places where it looked.
-  // Remedy: Start `StartTUI.sh`. If the place is right, copy volume 1 again. Or name an
-  // installer media with `-installerPath`.
+  // Cause: The media holds no installer for this system, `KVL_UseExternalInstaller` is set and
+  // no installer media is named, or the launcher was started without its start script. The
+  // `INFO:` lines name the places where it looked.
+  // Remedy: Start `StartTUI.sh`. If the place is right, copy volume 1 again. Or unset that
+  // variable, or name an installer media with `-installerPath`.
   logger.Message("The installer is not found, please read the file \"ReadMe_UNIX.txt\".", kError,
                  kMarked);
   return found;

@@ -114,8 +114,8 @@ void LookFor(VolumeNumber volume, const InsPath& dir, const MediaSet& media, Rep
   if (tag.empty()) return;
   if (tag != media.tag) {
     // Message: WARN: Volume [...] of [...] found in [...] instead of [...]
-    // Cause: The volume there belongs to another media. Its tag comes first, the tag of this
-    // media last.
+    // Cause: The volume there belongs to another media. The first tag is the one found, the
+    // last the one wanted.
     // Remedy: Put the right volume there.
     report.WrongVolume(VolumeName(volume), std::move(tag), FoundIn(dir), media.tag);
     tally.mismatch = true;
@@ -175,8 +175,8 @@ std::optional<FirstAmVolume> FindAmVolumeIn(const InsPath& dir, Report& report) 
     if (tag.empty()) {
       // Message: WARN: Cannot open [...] in [...]
       //   Please make sure you copied and/or extracted everything properly.
-      // Cause: A file above the media has the name of an AM marker, such as `7.txt`, and
-      // cannot be read or has no tag in it.
+      // Cause: A file in a directory that contains the media has the name of an AM marker, such
+      // as `7.txt`, and cannot be read or has no tag in it.
       // Remedy: Move it away if it is no marker. Copy it again if it is one.
       report.Warning("Cannot open " + name + " in " + dir.Str());
       report.More("Please make sure you copied and/or extracted everything properly.");

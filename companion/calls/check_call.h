@@ -1,4 +1,4 @@
-// The call "kvl-media check": its options, and what comes of them.
+// The call "kvl-media check": its options, and what it does.
 #pragma once
 
 #include <string>
@@ -21,7 +21,7 @@ struct CheckCall {
 /// Adds the subcommand, which fills `call`. `call` must outlive the parser.
 void AddCheck(CLI::App& app, CheckCall& call);
 
-/// Checks the media and writes the report. Gives a MediaStatus.
+/// Checks the media and writes the report. Returns a MediaStatus.
 int RunCheck(const CheckCall& call, const std::vector<std::string>& launcher_arguments);
 
 }  // namespace kvl

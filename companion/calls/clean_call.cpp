@@ -37,13 +37,16 @@ std::string LineOf(const LeftOver& left) {
 void AddClean(CLI::App& app, CleanCall& call) {
   CLI::App* clean = app.add_subcommand(
       "clean",
-      "Lists what staged runs have left of this user in the temporary directory, and removes it\n"
-      "with --yes. Leaves alone what is in use, or not clearly such a copy, and says so.");
-  clean->add_option("DIR", call.directory, "Another temporary directory than that of TMPDIR")
+      "Lists what staged runs of this user have left in a temporary directory; with --yes, "
+      "removes\n"
+      "it. Leaves alone what is in use or was not clearly left by such a run, and says why.");
+  clean
+      ->add_option("DIR", call.directory,
+                   "Temporary directory to look in (default: that of TMPDIR, or /tmp)")
       ->check(RefuseEmpty);
-  clean->add_flag("--yes", call.is_removing, "Remove it");
+  clean->add_flag("--yes", call.is_removing, "Remove what staged runs have left");
   for (CLI::Option* option : clean->get_options()) option->take_last();
-  clean->footer("Exit status: 0 nothing is left, 1 something is, 2 bad call.");
+  clean->footer("Exit status: 0 nothing is left, 1 something is left, 2 bad call.");
 }
 
 int RunClean(const CleanCall& call) try {

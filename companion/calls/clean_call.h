@@ -1,4 +1,4 @@
-// The call "kvl-media clean": its options, and what comes of them.
+// The call "kvl-media clean": its options, and what it does.
 #pragma once
 
 #include <string>
@@ -17,7 +17,7 @@ struct CleanCall {
 /// Adds the subcommand, which fills `call`. `call` must outlive the parser.
 void AddClean(CLI::App& app, CleanCall& call);
 
-/// Names what staged runs have left, and removes it if wanted. Gives a MediaStatus.
+/// Lists what staged runs have left, and removes it if `call` says so. Returns a MediaStatus.
 int RunClean(const CleanCall& call);
 
 }  // namespace kvl

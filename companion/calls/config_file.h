@@ -1,4 +1,4 @@
-// Options of a call that stand in a file.
+// The option --config: takes other options of a call from a file.
 #pragma once
 
 namespace CLI {
@@ -7,11 +7,12 @@ class App;
 
 namespace kvl {
 
-/// Adds "--config FILE", in front of all other options of the call: each line of the file is a NAME =
-/// VALUE, "#" begins a comment, blanks need quotes (see CLI11, "Configuration file"). What the call
-/// itself has counts instead.
-/// A file that cannot be read, is no regular one, has two values for one option or holds anything else
-/// makes the parser throw CLI::ConfigError.
+/// Adds "--config FILE". Call it before other options are added. Each line of the file is NAME =
+/// VALUE. "#" begins a comment. Text with blanks needs quotes. An option that the call gives
+/// overrides the file. See "Configuration file" in the documentation of CLI11.
+///
+/// The parser throws CLI::ConfigError when the file cannot be read, is not a regular file, gives
+/// two values for an option that takes one, or holds anything else.
 void AddConfigFile(CLI::App& call);
 
 }  // namespace kvl

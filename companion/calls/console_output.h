@@ -1,4 +1,4 @@
-// What kvl-media writes to the console, and the status that tells how that went.
+// What the calls of kvl-media share: writing to the console, and exit statuses.
 #pragma once
 
 #include <string>
@@ -22,23 +22,25 @@ enum MediaStatus : int {
   kFineInPart = 4,
 };
 
-inline constexpr char kCannotWrite[] = "the report cannot be written";
+inline constexpr char kCannotWrite[] =
+    "the report cannot be written: standard output; check the file or program that receives it";
 
-/// "kvl-media: " and the text as one line.
+/// Returns "kvl-media: " and the text, as one line.
 std::string LineForPeople(const std::string& text);
 
-/// Writes that line on standard error. Gives kBadCall.
+/// Writes that line to standard error. Returns kBadCall.
 int BadCall(const std::string& text);
 
-/// For the parser: why a value is refused, or nothing. A variable of a script may be empty, and is not
-/// to turn an option off.
+/// Returns why the parser must refuse the value, or an empty text. An empty value may come from a
+/// script's variable by mistake, and must not turn an option off.
 std::string RefuseEmpty(const std::string& value);
 
-/// Writes the one text of a call to standard output. True when it has arrived as far as the system
-/// can say: a network file system may fail as late as on closing, be it of another descriptor.
+/// Writes the whole output of a call to standard output. Returns whether the system reports
+/// success. A network file system may fail only when a descriptor is closed, so this closes a
+/// duplicate.
 bool Write(const std::string& text);
 
-/// A path as it can be pasted into a shell, on one line.
+/// Returns the path on one line, quoted for a shell.
 std::string Quoted(const std::string& path);
 
 }  // namespace kvl

@@ -11,10 +11,11 @@ namespace {
 
 constexpr std::array kEndings = {SIGINT, SIGTERM, SIGHUP};
 
-// A handler gets at nothing else.
+// Global, because a signal handler has no other access to them.
 std::string words_to_say, mark_to_see;
 
-/// Calls only what a handler may call. The second signal ends the process when this one returns.
+/// The signal handler: calls only async-signal-safe functions. SA_RESETHAND has restored the
+/// default action, so the signal that it raises ends the process when the handler returns.
 void Say(int signal) {
   if (::access(mark_to_see.c_str(), F_OK) == 0) {
     [[maybe_unused]] const ssize_t written =
@@ -23,7 +24,7 @@ void Say(int signal) {
   ::raise(signal);
 }
 
-/// Gives it to all of them that are not ignored.
+/// Sets the handler for all those signals that are not ignored.
 void Handle(void (*handler)(int)) {
   for (const int signal : kEndings) {
     struct sigaction action = {};

@@ -1,13 +1,13 @@
-// What a call says when it is ended by a signal.
+// What a call says when a signal ends it.
 #pragma once
 
 #include <string>
 
 namespace kvl {
 
-/// While it lives, a signal that asks this process to end (SIGINT, SIGTERM, SIGHUP) is answered with
-/// these words on standard error, if the file `mark` is there; then it ends the process as ever. A
-/// signal that the caller ignores stays ignored. One such object at a time.
+/// While this object exists, SIGINT, SIGTERM and SIGHUP write `words` to standard error if the file
+/// `mark` exists, and then end the process as they do by default. A signal that the caller ignores
+/// stays ignored. Only one such object may exist at a time.
 class LastWords {
  public:
   LastWords(std::string words, std::string mark);

@@ -24,19 +24,21 @@ using KVLInsIO::OpenDirectory;
 void RemoveDirectory(const std::string& path) {
   std::error_code error;
   std::filesystem::remove(path, error);
-  if (error) throw std::runtime_error("cannot be removed: " + path + ": " + error.message());
+  if (error) {
+    throw std::runtime_error("the directory cannot be removed: " + path + ": " + error.message());
+  }
 }
 
-/// Throws RefusedText when it says another thing than was written.
+/// Throws RefusedText if somebody has changed the manifest.
 Manifest ManifestIn(const OpenDirectory& directory) {
   return ParseManifest(WholeText(directory.File(names::kManifest), kMostOfAManifest));
 }
 
 [[noreturn]] void RefuseToRemove(const std::string& path) {
-  throw std::runtime_error("not removed, because it is not what was made: " + path);
+  throw std::runtime_error("the volume was not removed, because this was changed: " + path);
 }
 
-/// All files and links but those that say what there is. Gives the directories.
+/// Removes all files and links except lists, manifest and signature. Returns the directories.
 std::vector<std::string> RemoveFiles(const OpenDirectory& directory, std::size_t volume,
                                      const Manifest& manifest) {
   ExpectedEntries expected(directory);
@@ -68,7 +70,7 @@ void RemoveVolume(const std::string& directory, std::size_t volume, bool stays) 
          {ListName(volume), std::string(names::kManifest), std::string(names::kSignature)}) {
       if (Holds(names, name)) open.Delete(name);
     }
-    std::reverse(directories.begin(), directories.end());  // what lies in one comes first
+    std::reverse(directories.begin(), directories.end());  // contents before their directory
     for (const std::string& path : directories) {
       RemoveDirectory(PathBelow(directory, path));
     }

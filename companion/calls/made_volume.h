@@ -1,4 +1,4 @@
-// Taking back a volume that this call has made.
+// Removing a volume that this call has made, when only its disc image is wanted.
 #pragma once
 
 #include <cstddef>
@@ -6,11 +6,12 @@
 
 namespace kvl {
 
-/// Removes what the manifest and the list in a volume's directory name, and nothing else; then, unless it
-/// `stays`, the directory, if it is empty. Links are not followed.
-/// Throws std::runtime_error "not removed, because it is not what was made: " + path when they do not fit
-/// each other, "cannot be removed: " + path with the error's text for a directory in which something
-/// else lies; and as OpenDirectory does. What has been removed by then is gone.
+/// Removes what the manifest and the list in a volume's directory name, and nothing else. Then
+/// removes the directory if it is empty, unless it `stays`. Does not follow links.
+///
+/// Throws std::runtime_error when manifest and list do not fit each other, and when a directory
+/// cannot be removed, for instance because it holds something else; and what OpenDirectory throws.
+/// What was removed before stays removed.
 void RemoveVolume(const std::string& directory, std::size_t volume, bool stays);
 
 }  // namespace kvl

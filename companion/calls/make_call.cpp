@@ -40,11 +40,14 @@ namespace {
 
 constexpr char kFollow[] = "follow";
 
-/// Where the launcher to put on a media lies unless somebody says otherwise: beside this program.
+/// Returns the path of the launcher that make uses by default: the one beside this program.
 std::string LauncherBesideUs() {
   std::error_code error;
   const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
-  if (error) throw CannotMake("--launcher: needed where /proc is missing");
+  if (error) {
+    throw CannotMake("the launcher beside kvl-media cannot be found: /proc/self/exe: " +
+                     error.message() + "; name the launcher with --launcher");
+  }
   return self.parent_path() / names::kLauncher;
 }
 
@@ -54,10 +57,11 @@ bool IsAnythingIn(const std::string& directory) {
 }
 
 std::string HowToGoOn(const std::string& directory) {
-  return directory + " is not whole; remove it and run make again";
+  return "the media is not whole: " + directory + "; remove it and run make again";
 }
 
-/// Without several machines, there is one system, and the last value of each option counts.
+/// Returns one system for each machine. With fewer than two machines, there is one system, and the
+/// last value of each option counts.
 std::vector<SystemRequest> SystemsOf(const SystemOptions& given) {
   if (given.machines.size() < 2) {
     const auto last = [](const std::vector<std::string>& values, const std::string& otherwise) {
@@ -72,7 +76,8 @@ std::vector<SystemRequest> SystemsOf(const SystemOptions& given) {
   for (const auto* values : {&given.names, &given.installers, &given.launchers}) {
     if (values->size() != count) {
       throw CannotMake(
-          "each --machine needs a --system, an --installer and a --launcher of its own");
+          "--machine, --system, --installer and --launcher are not given equally often; give each "
+          "of them once for each machine (see --help)");
     }
   }
   std::vector<SystemRequest> systems;
@@ -110,8 +115,8 @@ void Describe(const MediaPlan& plan, MakeReport& report) {
   }
 }
 
-/// Shows each file or how far it has come. Both go where they are in the way of nothing: standard
-/// output has the result alone.
+/// Makes the media. Shows each file, or the progress, on standard error: standard output is for the
+/// report alone.
 void Make(const MakeCall& call, const MediaPlan& plan) {
   const bool is_terminal = ::isatty(STDERR_FILENO) == 1;
   const bool is_shown = !call.is_quiet && !call.is_verbose && is_terminal;
@@ -131,7 +136,8 @@ void Make(const MakeCall& call, const MediaPlan& plan) {
   MakeMedia(call.request, plan, {show_file, show_bytes});
 }
 
-/// Files that somebody will not get onto a disc or a stick, unless the images are made here.
+/// Adds a finding for each file that other tools may not get onto a disc or a stick. There are none
+/// when make writes the images itself.
 void WarnOfLargeFiles(const MediaPlan& plan, const MakeReport& report, Findings& findings) {
   constexpr std::uint64_t kTooLarge = 4ULL << 30U;
   if (!plan.images.empty()) return;
@@ -153,7 +159,7 @@ void WriteImages(const MakeCall& call, const MediaPlan& plan, MakeReport& report
   }
 }
 
-/// Removes the directories of volumes that this call has made, all images being stored.
+/// Removes the directories of the volumes. All images must be stored.
 void LeaveImagesAlone(const MediaPlan& plan, MakeReport& report) {
   report.starts = false;
   for (std::size_t i = 1; i <= plan.images.size(); ++i) {
@@ -163,30 +169,32 @@ void LeaveImagesAlone(const MediaPlan& plan, MakeReport& report) {
   }
 }
 
-/// Gives why they are not there, or not alone.
+/// Writes the images that the plan asks for, and removes the directories if only images are wanted.
+/// Returns why that failed, or an empty text.
 std::string MakeImages(const MakeCall& call, const MediaPlan& plan, MakeReport& report) {
   if (plan.images.empty()) return {};
   try {
     WriteImages(call, plan, report);
   } catch (const std::exception& failure) {
-    return MessageOf(failure) + "; the media in directories is whole";
+    return MessageOf(failure) + "; the media in the directories is whole";
   }
   try {
     if (call.request.images == Images::kAlone) LeaveImagesAlone(plan, report);
     if (plan.layout != kSingle) KVLInsIO::OpenDirectory(plan.directory).SetTime(plan.time);
   } catch (const std::exception& failure) {
-    return MessageOf(failure) + "; all disc images are whole";
+    return MessageOf(failure) + "; all disc images are whole, remove the rest yourself";
   }
   return {};
 }
 
-/// Says what came of the call, and gives the status.
+/// Writes the report and the message, and returns the exit status.
 int End(const MakeCall& call, const MakeReport& report, const std::string& text, int status) {
   const std::string output = call.as_json ? JsonReport(report) : text;
   const bool is_said = output.empty() || Write(output);
   if (!report.message.empty()) BadCall(report.message);
   if (is_said) return status;
-  return BadCall(report.is_made ? "the media was made, but the message cannot be written"
+  return BadCall(report.is_made ? "the media was made, but the report cannot be written: standard "
+                                  "output; run kvl-media check to see whether the media starts"
                                 : kCannotWrite);
 }
 
@@ -197,75 +205,88 @@ void AddMake(CLI::App& app, MakeCall& call) {
   request.jobs = std::clamp(std::thread::hardware_concurrency(), 1U, 8U);
   CLI::App* make = app.add_subcommand(
       "make",
-      "Makes a media from a payload tree, split into volumes. DIR must be empty or missing;\n"
-      "nothing is ever overwritten. Volume i holds payload/i and its list of SHA-256, i.sha256.");
+      "Makes a media from the directory tree PAYLOAD, and splits it into volumes.\n"
+      "Overwrites nothing. Volume i holds its part of the payload in payload/i, and the SHA-256 "
+      "of\n"
+      "each of its files in i.sha256.");
   AddConfigFile(*make);
-  make->add_option("PAYLOAD", request.payload, "Directory of what is to be installed")->required();
-  make->add_option("DIR", request.directory, "Directory to write the media into")->required();
+  make->add_option("PAYLOAD", request.payload, "Directory with what is to be installed")
+      ->required();
+  make->add_option("DIR", request.directory,
+                   "Directory to write the media into; it must be empty or missing")
+      ->required();
   make->add_option("--layout", call.layout,
-                   "single, flat, sibling or am (default: single for one volume, else sibling)")
+                   "Where the volumes lie: single, flat, sibling or am\n"
+                   "(default: single for one volume, sibling for several)")
       ->check(CLI::IsMember(std::vector<std::string>(kLayoutNames.begin(), kLayoutNames.end())));
   make->add_option(
           "--volume-size", call.volume_size,
-          "Most bytes of a volume's disc image: a number, with K, M or G for powers of 1024,\n"
-          "KB, MB or GB for powers of 1000; or cd, dvd, dvd-dl (default: no limit)")
+          "Most bytes of the disc image of a volume: a whole number, also with K, M or G (powers\n"
+          "of 1024) or KB, MB or GB (powers of 1000), or cd, dvd or dvd-dl (default: no limit)")
       ->type_name("SIZE");
   CLI::Option* together =
       make->add_option(
               "--keep-together", request.undivided,
-              "Directory of PAYLOAD that lies on one volume with all that is in it; repeatable")
+              "Directory of PAYLOAD that must lie on one volume with all its contents; repeatable")
           ->allow_extra_args(false)
           ->type_name("DIR");
   make->add_flag("--presorted", request.is_presorted,
-                 "PAYLOAD holds directories 1, 2, ... with what goes onto each volume");
-  make->add_option("--tag", request.tag, "Text that marks volumes as belonging together")
+                 "PAYLOAD holds directories 1, 2, ..., each with the files for one volume");
+  make->add_option("--tag", request.tag,
+                   "Text of up to 256 bytes that marks volumes as belonging together")
       ->required();
   CLI::Option* installer =
       make->add_option("--installer", call.systems.installers, "Installer to put on the media")
           ->required();
   make->add_option("--inst", request.inst,
-                   "Directory whose contents go into inst, too: what the installer needs");
+                   "Directory whose contents go into inst: other files that the installer needs");
   make->add_option("--links", call.links,
-                   "keep: links stay links and lead to something in PAYLOAD (default);\n"
-                   "follow: what they lead to is copied")
+                   "keep copies symbolic links as links, which must be relative and lead to\n"
+                   "something in PAYLOAD (default); follow copies what they lead to")
       ->check(CLI::IsMember({"keep", kFollow}));
   make->add_option("--jobs", request.jobs,
-                   "How many files are copied beside each other (default: one for each processor)")
+                   "How many files make copies at the same time, 1 to 64\n"
+                   "(default: one for each processor, at most 8)")
       ->check(CLI::Range(1, 64));  // each holds descriptors
   CLI::Option* launcher =
       make->add_option("--launcher", call.systems.launchers,
-                       "Launcher to put on the media (default: kvl-launcher beside this program)");
+                       "Launcher to put on the media (default: kvl-launcher beside kvl-media)");
   make->add_option("--sign", request.key,
-                   "Secret key file of minisign to sign the manifest with; no signature without it")
+                   "Secret key file of minisign to sign the manifest with (default: no signature)")
       ->check(RefuseEmpty)
       ->type_name("KEY");
   make->add_flag("--iso", call.has_images,
-                 "Write a disc image of each volume, too, i.iso beside it (needs xorriso)");
+                 "Also write a disc image of each volume, beside its directory and with its name\n"
+                 "and .iso (needs xorriso)");
   make->add_flag("--iso-only", call.are_images_alone,
-                 "Leave these images alone, and no directories");
+                 "Write these images, and remove the directories when all images are stored");
   CLI::Option* name =
       make->add_option("--system,--os", call.systems.names,
                        "Name of the operating-system directory below inst (default: linux)");
   CLI::Option* machine = make->add_option(
       "--machine", call.systems.machines,
-      "What starts these programs: x86_64, arm64, ppc64le, riscv64, s390x, or what uname -m says\n"
-      "(default: every machine); repeated with --system, --installer and --launcher for each");
-  make->add_flag("--dry-run", call.is_dry_run, "Say what would be made, and write nothing");
+      "Machine that runs the programs of this system: x86_64, arm64, ppc64le, riscv64, s390x or\n"
+      "what uname -m prints there (default: every machine); for several machines, repeat it with\n"
+      "--system, --installer and --launcher");
+  make->add_flag("--dry-run", call.is_dry_run, "Say what make would write, and write nothing");
   make->add_flag("--json", call.as_json, "Write one JSON object instead of text");
   make->add_flag("--quiet", call.is_quiet, "Show no progress, even on a terminal");
   make->add_flag("--verbose", call.is_verbose,
-                 "Name each file on standard error when it is copied; with --dry-run in the text");
+                 "Name each file on standard error when make copies it; with --dry-run, name the\n"
+                 "files in the report");
   for (CLI::Option* option : make->get_options()) option->take_last();
   together->take_all();
   for (CLI::Option* of_a_system : {name, machine, installer, launcher}) {
     of_a_system->type_name("TEXT")->allow_extra_args(false)->take_all();
   }
-  make->footer("Exit status: 0 done, 1 the media could not be written, 2 bad call.");
+  make->footer(
+      "Exit status: 0 done, 1 the media or an image could not be written, or the media cannot be\n"
+      "started, 2 bad call.");
 }
 
 int RunMake(MakeCall call) {
   const SignalScope signals;
-  ::umask(S_IWGRP | S_IWOTH);  // a stricter one would keep us out of what we make
+  ::umask(S_IWGRP | S_IWOTH);  // with a stricter one, make could not enter its own directories
   MakeReport report;
   report.tag = call.request.tag;
   report.is_dry_run = call.is_dry_run;
@@ -293,8 +314,8 @@ int RunMake(MakeCall call) {
   report.findings = own.findings;
   WarnOfLargeFiles(*plan, report, report.findings);
   if (!own.is_sound) {
-    report.message =
-        "the media cannot be started; correct what was found, remove it and run make again";
+    report.message = "the media cannot be started: " + plan->directory +
+                     "; correct the errors that are reported, remove the media and run make again";
   } else {
     report.message = MakeImages(call, *plan, report);
   }

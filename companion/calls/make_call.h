@@ -1,4 +1,4 @@
-// The call "kvl-media make": its options, and what comes of them.
+// The call "kvl-media make": its options, and what it does.
 #pragma once
 
 #include <optional>
@@ -12,7 +12,8 @@ class App;
 
 namespace kvl {
 
-/// The first of each belong together, the second of each, and so on.
+/// The values of the options for systems. The first value of each option belongs to the first
+/// system, the second one to the second system, and so on.
 struct SystemOptions {
   std::vector<std::string> names, machines, installers, launchers;
 };
@@ -20,8 +21,8 @@ struct SystemOptions {
 struct MakeCall {
   MediaMakeRequest request;
   SystemOptions systems;
-  std::optional<std::string> layout;       // as it was given
-  std::optional<std::string> volume_size;  // likewise
+  std::optional<std::string> layout;       ///< the text of the option
+  std::optional<std::string> volume_size;  ///< the text of the option
   std::string links = "keep";
   bool has_images = false;
   bool are_images_alone = false;
@@ -34,7 +35,7 @@ struct MakeCall {
 /// Adds the subcommand, which fills `call`. `call` must outlive the parser.
 void AddMake(CLI::App& app, MakeCall& call);
 
-/// Makes the media and says where it lies. Gives a MediaStatus.
+/// Makes the media and writes the report. Returns a MediaStatus.
 int RunMake(MakeCall call);
 
 }  // namespace kvl

@@ -15,7 +15,7 @@ std::string WhichMedia(const MakeReport& report) {
          ", volumes: " + std::to_string(report.volumes.size()) + ".\n";
 }
 
-/// `bytes` is what stands in front of their number.
+/// `bytes` is the text in front of the number of bytes.
 std::string LineOfImage(const MakeReport& report, std::size_t volume, const std::string& bytes) {
   const MakeReport::Volume& of = report.volumes[volume - 1];
   if (of.image.empty()) return {};

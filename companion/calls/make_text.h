@@ -1,4 +1,4 @@
-// What a call of make says to people.
+// The report of make as text.
 #pragma once
 
 #include <string>
@@ -8,12 +8,12 @@
 
 namespace kvl {
 
-/// Of a media that was made: which it is, where it lies, how to start it unless it does not start, its disc
-/// images, and what a check has found.
+/// Returns the report on a media that was made: its tag, layout and volumes, where it lies, how to
+/// start it if it starts there, its disc images, and the findings of the check.
 std::string TextOfMade(const MakeReport& report);
 
-/// What a media would be, and what is to be said of that. With `with_files`, below each volume the files
-/// that would be copied there.
+/// Returns the report of a dry run: tag, layout and volumes, the space needed, the disc images, and
+/// the findings. With `with_files`, the files to be copied stand below each volume.
 std::string TextOfPlan(const MakeReport& report, const MediaPlan& plan, bool with_files);
 
 }  // namespace kvl

@@ -14,7 +14,7 @@ namespace {
 
 bool IsAboutThisPlace(const Finding& finding) {
   switch (finding.kind) {
-    case FindingKind::kNoFirstVolume:  // a backslash in its path, which the launcher takes for "/"
+    case FindingKind::kNoFirstVolume:  // its path has a backslash, which the launcher reads as "/"
     case FindingKind::kCommandIsSplit:
     case FindingKind::kInstallerOnNoexec:
     case FindingKind::kLauncherOnNoexec:
@@ -28,8 +28,8 @@ bool IsAboutThisPlace(const Finding& finding) {
   }
 }
 
-/// The environment as a check may change it, with what the installer would be given: it must not reach
-/// a program that is started later.
+/// Restores the environment, in which a check sets what the installer would get. A program that
+/// make starts later must not get that.
 class KeptEnvironment {
  public:
   KeptEnvironment() : kept_(Now()) {}

@@ -1,4 +1,4 @@
-// What "check" says of a media that has just been made.
+// Checking a media that make has just written.
 #pragma once
 
 #include <string>
@@ -9,15 +9,14 @@ namespace kvl {
 
 struct OwnCheck {
   Findings findings;
-  bool starts = true;  ///< here, where it lies
-  /// False when it would not start elsewhere either: when more is wrong than its path, a file system
-  /// that is mounted noexec, or a launcher that is a program of another machine.
+  bool starts = true;  ///< the media starts in its present directory, on this machine
+  /// False when the media would not start in another directory or on another machine either.
   bool is_sound = true;
 };
 
-/// Checks the media as whoever gets it would start its StartTUI.sh, with none of the launcher's
-/// variables set but TMPDIR. Each variable has its value again at the end; one that was not set may be
-/// there, and is empty. As CheckMedia else.
+/// Checks the media as a user would start it: by StartTUI.sh, with none of the launcher's variables
+/// set except TMPDIR. Restores all variables at the end; one that was not set before may then be
+/// set and empty. Otherwise behaves as CheckMedia does.
 OwnCheck CheckOwnMedia(const std::string& first_volume);
 
 }  // namespace kvl

@@ -15,9 +15,10 @@ namespace kvl {
 void AddSeal(CLI::App& app, SealCall& call) {
   CLI::App* seal = app.add_subcommand(
       "seal",
-      "Signs the manifest of a media, and writes the signature onto each of the volumes given.\n"
-      "minisign does it, and asks for the password of the key. Verify the media before.");
-  seal->add_option("DIR", call.directories, "Directory of a volume, or of directories 1, 2, ...")
+      "Signs the manifest of a media with minisign, which asks for the password of the key, and\n"
+      "writes the signature onto each volume given. Verify the media first.");
+  seal->add_option("DIR", call.directories,
+                   "Directory of a volume, or the directory that holds volumes as 1, 2, ...")
       ->required();
   seal->add_option("--key", call.key, "Secret key file of minisign")
       ->required()
@@ -33,7 +34,10 @@ int RunSeal(const SealCall& call) {
   } catch (const std::exception& failure) {
     return BadCall(MessageOf(failure));
   }
-  if (!KVLInsIO::IsRegularFile(call.key)) return BadCall("the key is not there: " + call.key);
+  if (!KVLInsIO::IsRegularFile(call.key)) {
+    return BadCall("the key is missing or not a regular file: " + call.key +
+                   "; name a secret key file of minisign with --key");
+  }
   if (!HasMinisign()) return BadCall(kNoMinisign);
   try {
     const SealedMedia sealed = SealMedia(directories, call.key);
@@ -41,7 +45,9 @@ int RunSeal(const SealCall& call) {
               ", signatures: " + std::to_string(sealed.signatures) + ".\n")) {
       return kFine;
     }
-    return BadCall("the media was sealed, but the message cannot be written");
+    return BadCall(
+        "the media was sealed, but the report cannot be written: standard output; check the file "
+        "or program that receives it");
   } catch (const std::exception& failure) {
     BadCall(MessageOf(failure));
     return kProblems;

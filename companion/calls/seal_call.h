@@ -1,4 +1,4 @@
-// The call "kvl-media seal": its options, and what comes of them.
+// The call "kvl-media seal": its options, and what it does.
 #pragma once
 
 #include <string>
@@ -18,7 +18,7 @@ struct SealCall {
 /// Adds the subcommand, which fills `call`. `call` must outlive the parser.
 void AddSeal(CLI::App& app, SealCall& call);
 
-/// Signs the manifest, and writes the signature onto each volume. Gives a MediaStatus.
+/// Signs the manifest, and writes the signature onto each volume. Returns a MediaStatus.
 int RunSeal(const SealCall& call);
 
 }  // namespace kvl

@@ -21,7 +21,7 @@
 namespace kvl {
 namespace {
 
-/// The one that a text is, or a file holds.
+/// Returns the key that `text` is, or that the file `text` holds.
 std::optional<PublicKey> KeyOf(const std::string& text) {
   if (const std::optional<PublicKey> key = PublicKey::From(text)) return key;
   try {
@@ -31,12 +31,14 @@ std::optional<PublicKey> KeyOf(const std::string& text) {
   }
 }
 
-/// Asks on standard error, so that standard output has the report alone.
+/// Asks for another volume on standard error: standard output is for the report alone. Returns
+/// whether one was inserted.
 bool AskFor(const std::string& directory, const std::vector<std::size_t>& numbers,
             const std::string& why) {
-  if (!why.empty()) BadCall(directory + ": " + why);
+  if (!why.empty()) BadCall(why + ": " + directory);
   const std::string what = numbers.empty() ? "" : "Not looked at: " + NamedVolumes(numbers) + ". ";
-  std::cerr << what << "Insert a volume and press Enter, or q and Enter to end: " << std::flush;
+  std::cerr << what
+            << "Insert a volume and press Enter, or press q and Enter to end: " << std::flush;
   std::string answer;
   const bool is_answered = static_cast<bool>(std::getline(std::cin, answer));
   std::cerr << std::endl;
@@ -69,27 +71,32 @@ int StatusOf(const VerifyReport& report) {
 void AddVerify(CLI::App& app, VerifyCall& call) {
   CLI::App* verify = app.add_subcommand(
       "verify",
-      "Reads a media and says whether it is what was made: which files are damaged, missing or\n"
+      "Reads a media and says whether it is what make wrote: which files are damaged, missing or\n"
       "not listed, and whether all volumes belong together. Changes nothing.");
-  verify->add_option("DIR", call.directories, "Directory of a volume, or of directories 1, 2, ...")
+  verify
+      ->add_option("DIR", call.directories,
+                   "Directory of a volume, or the directory that holds volumes as 1, 2, ...")
       ->required();
   verify
       ->add_option("--key", call.key,
-                   "Public key of minisign, or its file: the media must be signed with it")
+                   "Public key of minisign, or its file; each manifest must be signed with it")
       ->check(RefuseEmpty)
       ->take_last();
-  verify->add_option("--jobs", call.jobs, "How many files are read at a time (default: 1)")
+  verify
+      ->add_option("--jobs", call.jobs,
+                   "How many files verify reads at the same time, 1 to 64\n"
+                   "(default: 1, which is best for a disc)")
       ->check(CLI::Range(1U, kMostJobs))
       ->take_last();
   verify
       ->add_flag("--wait", call.is_waiting,
-                 "Ask for the other volumes, which come into DIR one after the other")
+                 "Ask for one volume after the other in DIR, until all have been looked at")
       ->take_last();
   verify->add_flag("--json", call.as_json, "Write one JSON object instead of text")->take_last();
   verify->footer(
-      "Exit status: 0 whole (and genuine, with --key), 1 not, 2 bad call, 3 something could not "
-      "be\n"
-      "read, 4 nothing is wrong with the volumes given, and others were not looked at.");
+      "Exit status: 0 whole (with --key: and genuine), 1 not whole or not genuine, 2 bad call,\n"
+      "3 something could not be read, 4 nothing is wrong with the volumes given, and others were\n"
+      "not looked at.");
 }
 
 int RunVerify(const VerifyCall& call) try {
@@ -97,10 +104,13 @@ int RunVerify(const VerifyCall& call) try {
       .directories = MediaDirectories(call.directories), .key = {}, .jobs = call.jobs};
   if (!call.key.empty()) {
     request.key = KeyOf(call.key);
-    if (!request.key) return BadCall("--key: no public key of minisign: " + call.key);
+    if (!request.key) {
+      return BadCall("--key is not a public key of minisign: " + call.key +
+                     "; give the public key file that minisign -G wrote, or its second line");
+    }
   }
   if (call.is_waiting && call.directories.size() > 1) {
-    return BadCall("--wait: more than one DIR");
+    return BadCall("--wait takes one DIR only; name the directory that all volumes come into");
   }
   const VerifyReport report = Verify(call, request);
   if (!Write(call.as_json ? VerifyJson(report) : VerifyText(report))) return BadCall(kCannotWrite);

@@ -10,8 +10,7 @@ namespace kvl {
 /// Adds a warning, for the superuser only, if another user can replace what lies in the directory:
 /// the user owns a directory on the way there, links followed or not, or may write into it and no
 /// sticky bit prevents the replacement. Adds nothing for a directory with a sticky bit, such as
-/// /tmp: nobody can guess the name of the staging directory between the launcher's look at it and
-/// its creation.
+/// /tmp: there the user would have to guess the name of the staging directory before it exists.
 void AddExchangeable(const std::string& directory, Findings& findings);
 
 }  // namespace kvl

@@ -32,7 +32,8 @@ FileIdentity IdentityOf(const struct stat& status) {
   return {status.st_dev, status.st_ino};
 }
 
-/// The text of the clean-up script, which is never longer than its three paths allow.
+/// Returns the text of the clean-up script; empty when it is not a regular file. Reads no more than
+/// a script with three paths of the greatest length has.
 std::string ScriptIn(const OpenLevel& directory) {
   constexpr std::size_t kLongestScript = 16384;
   const FileDescriptor file(directory.File(), names::kCleanUpScript, kFileItself);
@@ -53,7 +54,7 @@ std::string ScriptIn(const OpenLevel& directory) {
   return text;
 }
 
-/// Whether the script is what a launcher writes into a staging directory of this name.
+/// Returns whether a launcher writes this script into a staging directory of this name.
 bool IsScriptOf(const std::string& text, const std::string& name) {
   const std::string end = "/" + name + "/";
   const std::size_t quote = text.find('"'), at = text.find(end, quote);
@@ -61,29 +62,31 @@ bool IsScriptOf(const std::string& text, const std::string& name) {
   return text == CleanUpScript(text.substr(quote + 1, at + end.size() - quote - 1));
 }
 
-/// A tree that is to go. Whatever throws is a reason to leave it alone.
+/// A tree that may be removed. Every exception of Look and CheckUse is a reason to leave it alone.
 class LeftTree {
  public:
   LeftTree(const OpenLevel& parent, const std::string& name) : parent_(parent), name_(name) {}
 
   void Look() {
     const struct stat status = parent_.Look(name_);
-    if (!S_ISDIR(status.st_mode)) throw std::runtime_error("not a directory");
-    if (status.st_uid != ::geteuid()) throw std::runtime_error("it belongs to another user");
+    if (!S_ISDIR(status.st_mode)) throw std::runtime_error("it is not a directory");
+    if (status.st_uid != ::geteuid()) throw std::runtime_error("another user owns it");
     device_ = status.st_dev;
     entries_.insert(IdentityOf(status));
     const OpenLevel top(parent_, name_);
     if (!IsScriptOf(ScriptIn(top), name_)) {
-      throw std::runtime_error("its remove.bat is not that of a run in it");
+      throw std::runtime_error("its remove.bat is not what a launcher writes there");
     }
-    if (HasMounts(name_)) throw std::runtime_error("something is mounted in it, or of it");
+    if (HasMounts(name_)) {
+      throw std::runtime_error("something is mounted in it, or a part of it is mounted elsewhere");
+    }
     LookBelow(top);
   }
 
-  /// To be called when nothing of the tree is open here.
+  /// Call it when this process has nothing of the tree open.
   void CheckUse() const {
     const ProcessUse use = FindUser(name_, entries_);
-    if (!use.user.empty()) throw std::runtime_error("it is in use by " + use.user);
+    if (!use.user.empty()) throw std::runtime_error(use.user + " uses it");
     if (!use.is_whole) CheckUseOfFiles(OpenLevel(parent_, name_));
   }
 
@@ -99,17 +102,18 @@ class LeftTree {
     for (const std::string& name : directory.Names()) {
       const struct stat status = directory.Look(name);
       const std::string path = directory.PathOf(name);
-      if (status.st_dev != device_)
-        throw std::runtime_error("it holds another file system: " + path);
+      if (status.st_dev != device_) {
+        throw std::runtime_error("a part of it is another file system: " + path);
+      }
       if (status.st_uid != ::geteuid()) {
-        throw std::runtime_error("it holds something of another user: " + path);
+        throw std::runtime_error("another user owns a part of it: " + path);
       }
       entries_.insert(IdentityOf(status));
       if (S_ISDIR(status.st_mode)) LookBelow(OpenLevel(directory, name));
     }
   }
 
-  /// Asks the system about each file, because not all processes could be looked at.
+  /// Asks the system about each file. Needed when FindUser could not look at all processes.
   static void CheckUseOfFiles(const OpenLevel& directory) {
     for (const std::string& name : directory.Names()) {
       const mode_t mode = directory.Look(name).st_mode;
@@ -118,14 +122,17 @@ class LeftTree {
       const FileDescriptor file(directory.File(), name, kFileItself);
       const FileUse use = file.IsOpen() ? UseOf(file.Number()) : FileUse::kUnknown;
       const std::string path = directory.PathOf(name);
-      if (use == FileUse::kOther) throw std::runtime_error("it is in use: " + path);
+      if (use == FileUse::kOther) {
+        throw std::runtime_error("a process uses a file in it: " + path);
+      }
       if (use == FileUse::kUnknown) {
-        throw std::runtime_error("nobody can tell whether it is in use: " + path);
+        throw std::runtime_error("the system does not say whether a process uses a file in it: " +
+                                 path);
       }
     }
   }
 
-  /// All but the entry of this name.
+  /// Removes everything in the directory except the entry `but`.
   void RemoveBelow(const OpenLevel& directory, const std::string& but) const {
     if (!entries_.contains(directory.Identity())) RefuseAsNew(directory.Path());
     for (const std::string& name : directory.Names()) {
@@ -142,7 +149,7 @@ class LeftTree {
   }
 
   [[noreturn]] static void RefuseAsNew(const std::string& path) {
-    throw std::runtime_error("it was not there before: " + path);
+    throw std::runtime_error("this appeared while clean was at work: " + path);
   }
 
   const OpenLevel& parent_;
@@ -151,7 +158,7 @@ class LeftTree {
   std::set<FileIdentity> entries_;
 };
 
-/// What `action` throws; empty for nothing.
+/// Returns the message of what `action` throws, or an empty text.
 template <typename Action>
 std::string FailureOf(Action action) {
   try {

@@ -1,4 +1,4 @@
-// What staged runs have left in a temporary directory.
+// Finding and removing what staged runs have left in a temporary directory.
 #pragma once
 
 #include <string>
@@ -11,18 +11,21 @@ enum class Fate { kCanGo, kRemoved, kNotRemoved, kLeftAlone };
 struct LeftOver {
   std::string path;
   Fate fate;
-  std::string reason = {};  ///< why it was not removed, or must not be
+  std::string reason = {};  ///< why it was not removed, or must not be removed
 };
 
-/// Every entry of the directory with the name of a staging directory, in the order of their names.
-/// kCanGo is a directory with the clean-up script of a run in it, that belongs to this user with all
-/// that is in it, is on one file system, with nothing mounted, and that no process has open. What
-/// could not be found out leaves it alone. No link is followed, but on the way to `directory`.
-/// Throws KVLInsException "opendir - " or "readdir - " + directory.
+/// Returns every entry of the directory with the name of a staging directory, in the order of their
+/// names. An entry is kCanGo when all of this is known to be true:
+/// - it is a directory that holds the clean-up script of a run in it,
+/// - this user owns it and everything in it,
+/// - it lies on one file system, and nothing is mounted in it,
+/// - no process has anything in it open.
+/// Every other entry is kLeftAlone. Follows links only on the way to `directory`. Throws
+/// KVLInsException "opendir - " or "readdir - " + directory.
 std::vector<LeftOver> FindLeftOvers(const std::string& directory);
 
-/// The same, and removes those that can go, each after it has been looked at. Of a removal that fails
-/// the clean-up script is still there. Nothing is removed that was not there at the look.
+/// Does the same, and removes each entry that is kCanGo right after looking at it. Removes nothing
+/// that appeared after the look. When a removal fails, the clean-up script of that entry remains.
 std::vector<LeftOver> RemoveLeftOvers(const std::string& directory);
 
 }  // namespace kvl

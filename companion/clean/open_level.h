@@ -1,5 +1,5 @@
-// One directory of a tree that is gone through by descriptors, so that no link and nobody who renames
-// something meanwhile leads out of it.
+// One directory in a walk through a tree. The walk uses descriptors, so neither a link nor a
+// directory that somebody renames meanwhile can lead it out of the tree.
 #pragma once
 
 #include <sys/stat.h>
@@ -14,9 +14,9 @@ namespace kvl {
 
 class OpenLevel {
  public:
-  /// Opens the directory at `path`, links followed. Throws KVLInsException "opendir - " + path.
+  /// Opens the directory at `path`, and follows links. Throws KVLInsException "opendir - " + path.
   explicit OpenLevel(const std::string& path);
-  /// The same of an entry, which must be a directory itself.
+  /// Opens an entry of `above`, and does not follow a link. Throws the same.
   OpenLevel(const OpenLevel& above, const std::string& name);
 
   const std::string& Path() const { return path_; }
@@ -24,10 +24,11 @@ class OpenLevel {
   FileIdentity Identity() const { return StateOfOpen(file_.Number()).identity; }
   std::string PathOf(const std::string& name) const;
 
-  /// All names but "." and "..", sorted. Throws KVLInsException "readdir - " + path.
+  /// Returns all names except "." and "..", sorted. Throws KVLInsException "readdir - " + path.
   std::vector<std::string> Names() const;
 
-  /// What lies there, links not followed. Throws KVLInsException "lstat - " + path.
+  /// Returns the state of an entry, and does not follow a link. Throws KVLInsException "lstat - " +
+  /// path.
   struct stat Look(const std::string& name) const;
 
   /// Throws KVLInsException "unlink - " + path.

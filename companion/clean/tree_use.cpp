@@ -26,12 +26,13 @@ constexpr char kProcesses[] = "/proc";
 
 enum class Found { kNo, kUnseen, kYes };
 
-/// A process may end while it is looked at; then it has nothing open.
+/// Returns what a failed look at a process means. A process that has ended meanwhile has nothing
+/// open.
 Found Missed(int error) {
   return error == ENOENT || error == ESRCH ? Found::kNo : Found::kUnseen;
 }
 
-/// Whether the text of a file of the system has these words in it.
+/// Returns whether a file of /proc contains these words.
 Found FindIn(const std::string& path, std::string_view words) {
   const FileDescriptor file(path, kReadWithoutWaiting);
   if (!file.IsOpen()) return Missed(errno);
@@ -43,7 +44,7 @@ Found FindIn(const std::string& path, std::string_view words) {
     if (length == 0) return Found::kNo;
     text.append(buffer.data(), static_cast<std::size_t>(length));
     if (text.find(words) != std::string::npos) return Found::kYes;
-    text.erase(0, text.size() - std::min(text.size(), words.size()));  // they may be cut in two
+    text.erase(0, text.size() - std::min(text.size(), words.size()));  // may hold a part of them
   }
 }
 
@@ -52,7 +53,7 @@ class ProcessLook {
   ProcessLook(const std::string& name, const std::set<FileIdentity>& entries)
       : name_(name), entries_(entries) {}
 
-  /// `process` is its directory.
+  /// `process` is the directory of the process in /proc.
   Found LookAt(const std::string& process) {
     Found found = std::max(LookAtDescriptors(process + "/fd"), FindIn(process + "/maps", name_));
     for (const char* link : {"/cwd", "/root", "/exe"}) {
@@ -89,7 +90,7 @@ class ProcessLook {
 }  // namespace
 
 ProcessUse FindUser(const std::string& name, const std::set<FileIdentity>& entries) {
-  // Where the system hides processes of others, the first one is hidden, too.
+  // A system that hides the processes of other users also hides process 1.
   ProcessUse use = {.user = {}, .is_whole = StateAt(std::string(kProcesses) + "/1").IsThere()};
   for (const fs::directory_entry& entry : fs::directory_iterator(kProcesses)) {
     const std::string number = entry.path().filename();
@@ -103,17 +104,18 @@ ProcessUse FindUser(const std::string& name, const std::set<FileIdentity>& entri
 
 bool HasMounts(const std::string& name) {
   const Found found = FindIn(std::string(kProcesses) + "/self/mountinfo", name);
-  // It is there wherever processes are.
+  // FindIn takes a missing file for a process that has ended; here it means that /proc is missing.
   const bool is_there = StateAt(std::string(kProcesses) + "/self/mountinfo").IsThere();
   if (!is_there || found == Found::kUnseen) {
-    throw std::runtime_error("what is mounted cannot be looked at in /proc");
+    throw std::runtime_error("the list of mounts cannot be read: /proc/self/mountinfo");
   }
   return found == Found::kYes;
 }
 
 FileUse UseOf(int file) {
-  // The system grants this lease only while nobody else has the file open. Who opens it in the moment
-  // until it is given back makes the system send a signal: this one, which is ignored.
+  // The system grants a lease only while nobody else has the file open. When a process opens the
+  // file before the lease is given back, the system sends the signal that is chosen here: one that
+  // is ignored by default.
   if (::fcntl(file, F_SETSIG, SIGURG) != 0) return FileUse::kUnknown;
   if (::fcntl(file, F_SETLEASE, F_WRLCK) == 0) {
     ::fcntl(file, F_SETLEASE, F_UNLCK);

@@ -1,4 +1,4 @@
-// Whether somebody still works in a tree.
+// Finding out whether a process still uses a tree.
 #pragma once
 
 #include <set>
@@ -8,26 +8,28 @@
 
 namespace kvl {
 
-/// What is known of the processes of the system.
+/// What FindUser has found out.
 struct ProcessUse {
-  std::string user;  ///< "process <number>" that has something of the tree open; empty for none
-  bool is_whole;     ///< without such a process: all could be looked at
+  std::string user;  ///< "process <number>" that uses the tree; empty when none was found
+  bool is_whole;     ///< FindUser could look at all processes; false when `user` is set
 };
 
-/// Looks in /proc for a process with an open file, working directory, root directory, program or mapped
-/// file that is one of the entries, or has `name` in its path: an identifier, which no other path has.
-/// Throws std::filesystem::filesystem_error when /proc cannot be listed.
+/// Looks in /proc for a process that uses one of the entries as an open file, working directory,
+/// root directory, program or mapped file, or whose path to one of these contains `name`. `name`
+/// must be an identifier that no other path contains. Throws std::filesystem::filesystem_error when
+/// it cannot list /proc.
 ProcessUse FindUser(const std::string& name, const std::set<FileIdentity>& entries);
 
-/// True when a file system is mounted in a directory of this name, or something of it is mounted
-/// elsewhere. Throws std::runtime_error when the system does not say what is mounted.
+/// Returns whether a file system is mounted in a directory of this name, or a part of the directory
+/// is mounted elsewhere. Throws std::runtime_error when the system does not say what is mounted.
 bool HasMounts(const std::string& name);
 
-/// What the system says of an open file.
+/// Whether a file is open elsewhere: unknown, not open, open.
 enum class FileUse { kUnknown, kNone, kOther };
 
-/// Whether another descriptor of any process, also one that /proc does not show, has this file open.
-/// Some file systems do not say. `file` must be open for reading.
+/// Returns whether another descriptor of any process has this file open, also of a process that
+/// /proc does not show. Returns kUnknown on file systems that do not say. `file` must be open for
+/// reading.
 FileUse UseOf(int file);
 
 }  // namespace kvl

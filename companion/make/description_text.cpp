@@ -52,21 +52,20 @@ std::string ReadMeText(const std::string& tag, const std::vector<PlannedSystem>&
          ", volumes: " + std::to_string(volumes) +
          ".\n"
          "\n"
-         "To install, call the start script beside this file by its path, from a directory that "
-         "is\n"
-         "not on the media:\n"
+         "To install, change to a directory that is not on the media, and run the start script\n"
+         "beside this file by its path:\n"
          "\n"
          "    /path/to/this/directory/" +
          names::kStartTui +
          "\n"
          "\n"
-         "When it does not find the installer, this is not the whole volume; the installer is\n"
+         "If the script does not find the installer, this volume is not whole. Copy or insert\n"
+         "volume 1 again. The installer is\n"
          "\n" +
          installers +
          "\n"
-         "Then copy or insert volume 1 again. Its list 1.sha256 names each of its files;\n"
-         "\"sha256sum -c 1.sha256\", called where the list lies, says which are missing or "
-         "damaged.\n";
+         "To see which files of this volume are missing or damaged, run \"sha256sum -c 1.sha256\"\n"
+         "in the directory of the file 1.sha256.\n";
 }
 
 }  // namespace kvl

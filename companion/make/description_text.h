@@ -1,4 +1,4 @@
-// What a media says of itself beside "inst".
+// The texts of the files that describe a media.
 #pragma once
 
 #include <cstddef>
@@ -9,12 +9,14 @@
 
 namespace kvl {
 
-/// "media.xml" and "meta.TOCxml".
+/// Returns the text of "media.xml".
 std::string MediaXmlText(const std::string& tag, const std::vector<PlannedSystem>& systems,
                          std::size_t volumes);
+/// Returns the text of "meta.TOCxml".
 std::string TableOfContentsText(std::size_t volumes);
 
-/// "ReadMe_UNIX.txt", which the launcher names when it finds no installer: how to start the media.
+/// Returns the text of "ReadMe_UNIX.txt", which says how to start the media. The launcher names
+/// this file when it finds no installer.
 std::string ReadMeText(const std::string& tag, const std::vector<PlannedSystem>& systems,
                        std::size_t volumes);
 

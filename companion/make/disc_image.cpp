@@ -26,10 +26,11 @@ using KVLInsIO::OpenDirectory;
 constexpr char kXorriso[] = "xorriso";
 
 [[noreturn]] void RefuseImage(const DiscImage& image, const std::string& why) {
-  throw std::runtime_error("no image was written: " + image.path + " (" + why + ")");
+  throw std::runtime_error("the disc image was not written: " + image.path + ": " + why);
 }
 
-/// In the years that the format has: 20231114221320, and hundredths.
+/// Returns the time as the format has it: 20231114221320 and hundredths, clamped to the years 1970
+/// to 2999.
 std::string TimeOfImage(std::int64_t time) {
   constexpr std::int64_t kEndOf2999 = 32503679999;
   const time_t seconds = std::clamp<std::int64_t>(time, 0, kEndOf2999);
@@ -40,8 +41,9 @@ std::string TimeOfImage(std::int64_t time) {
   return {text.data(), length};
 }
 
-/// Whatever could differ between two machines is said: no variable and no start-up file is read, and the names
-/// of ISO 9660 do not depend on a locale.
+/// Returns a command that gives the same image on every machine: it sets everything that could
+/// differ, passes no variables on, and reads no start-up file. LC_ALL keeps the names of ISO 9660
+/// independent of the locale.
 std::vector<std::string> CommandFor(const DiscImage& image, const std::string& file,
                                     std::int64_t time) {
   const std::string when = "--modification-date=" + TimeOfImage(time);
@@ -58,16 +60,18 @@ std::vector<std::string> CommandFor(const DiscImage& image, const std::string& f
   return command;
 }
 
-/// Behind the line that it begins with.
+/// Returns the first line of the output behind the line with the name of the program.
 std::string FirstComplaint(const std::string& said) {
   std::istringstream lines(said);
   for (std::string line; std::getline(lines, line);) {
-    if (!line.empty() && line.find("RockRidge filesystem manipulator") == line.npos) return line;
+    if (line.empty() || line.find("RockRidge filesystem manipulator") != line.npos) continue;
+    return line.substr(std::min(line.find_first_not_of(" :"), line.size()));
   }
   return {};
 }
 
-/// What the image says of itself, in bytes (ECMA-119, 8.4); nothing when it is none.
+/// Returns the size in the image's descriptor, in bytes (ECMA-119, 8.4); nothing if the file is no
+/// image.
 std::optional<std::uint64_t> SizeInDescriptor(const KVLInsIO::OpenFile& image) {
   constexpr std::size_t kPlace = 16 * kDiscBlock, kNumber = 80;
   std::array<char, kNumber + 4> descriptor;
@@ -80,7 +84,7 @@ std::optional<std::uint64_t> SizeInDescriptor(const KVLInsIO::OpenFile& image) {
   return blocks * kDiscBlock;
 }
 
-/// A file that goes again unless it gets its name.
+/// A new file, which is removed unless Finish gives it its name.
 class Unfinished {
  public:
   Unfinished(const OpenDirectory& directory, const std::string& name)
@@ -89,7 +93,7 @@ class Unfinished {
     if (is_finished_) return;
     try {
       directory_.Delete(name_);
-    } catch (const KVLInsIO::KVLInsException&) {  // what went wrong before is reported
+    } catch (const KVLInsIO::KVLInsException&) {  // the failure before this one is reported
     }
   }
   Unfinished(const Unfinished&) = delete;
@@ -145,9 +149,9 @@ std::uint64_t WriteImage(const DiscImage& image, std::int64_t time) {
   }
   const KVLInsIO::OpenFile written = directory.File(place.name + ".unfinished");
   const std::uint64_t size = written.State().size;
-  if (SizeInDescriptor(written) != size) RefuseImage(image, "it is not whole");
+  if (SizeInDescriptor(written) != size) RefuseImage(image, "xorriso wrote only a part of it");
   if (size > image.most_bytes) {
-    RefuseImage(image, "it is larger than the volume size: " + std::to_string(size) + " bytes");
+    RefuseImage(image, "it has " + std::to_string(size) + " bytes, more than --volume-size");
   }
   unfinished.Finish(place.name, time);
   return size;

@@ -1,5 +1,5 @@
-// Writing the image of a disc from a directory: ISO 9660 at level 3 with Rock Ridge, by the program
-// xorriso(1).
+// Writing a disc image from a directory with the program xorriso(1): ISO 9660 at level 3 with Rock
+// Ridge.
 #pragma once
 
 #include <cstdint>
@@ -9,35 +9,40 @@
 
 namespace kvl {
 
-/// Whether there is a program of that name to be started; what to say when there is none.
+/// Returns whether the program can be started.
 bool HasXorriso();
-inline constexpr char kNoXorriso[] = "xorriso is needed for disc images, and is not there";
+/// The message when it cannot be started.
+inline constexpr char kNoXorriso[] =
+    "the program that writes disc images is not on PATH: xorriso; install it";
 
 struct DiscImage {
-  std::string directory;  ///< what lies on it; absolute
-  std::string path;       ///< where it is to lie; absolute
-  std::string name;       ///< of the volume, as ISO 9660 wants it
+  std::string directory;  ///< whose contents go onto the image; absolute
+  std::string path;       ///< of the image; absolute
+  std::string name;       ///< of the volume, as ISO 9660 requires it
   std::uint64_t most_bytes = kNoLimit;
 };
 
-/// The name of a volume: the tag's letters in capitals, its digits, "_" for all else, as much of it as there is
-/// room for, and the number.   My suite, 2  =>  MY_SUITE_2
+/// Returns the ISO 9660 name of a volume: the tag with letters in upper case and "_" for everything
+/// except letters and digits, cut off if it is too long, and the number.   My suite, 2  =>
+/// MY_SUITE_2
 std::string ImageName(const std::string& tag, std::size_t volume);
 
-// What xorriso takes at most.
-inline constexpr std::uint64_t kMostOfALink = 1023;  ///< that a link holds
-inline constexpr std::uint64_t kMostOfAPath = 4095;  ///< of a file to be read
+// The limits of xorriso, in bytes.
+inline constexpr std::uint64_t kMostOfALink = 1023;  ///< target of a link
+inline constexpr std::uint64_t kMostOfAPath = 4095;  ///< path of a file that it reads
 inline constexpr std::uint64_t kMostOfAFile = (400ULL << 30U) - (200ULL << 10U);
 
-/// Writes the image, and gives its size. Everything on it belongs to the superuser and has the mode and
-/// the time that it has in the directory; the image has the time given, in seconds, and mode 644. The
-/// same directory gives the same bytes, wherever it lies and whoever writes it, by the same xorriso.
+/// Writes the image, and returns its size in bytes. The superuser owns everything on it; modes and
+/// times are those in the directory. The image itself gets mode 644 and `time`, in seconds. With
+/// the same xorriso, the same directory gives the same bytes, wherever it lies and whoever writes
+/// the image.
 ///
-/// It is written under another name, path + ".unfinished", and gets its own when it is stored; nothing may
-/// be at either. A signal that ends this process ends xorriso first and leaves no image, if no other
-/// thread takes it; no other thread may write to standard error. Throws std::runtime_error
-/// "no image was written: " + path + " (" + what xorriso said first, or its status + ")", with what is
-/// wrong with an image that is not whole, or too large; what OpenDirectory throws. Nothing is left then.
+/// Writes to path + ".unfinished", and renames that when it is stored; neither path may exist. A
+/// signal that ends this process ends xorriso first and leaves no image, if all other threads have
+/// it blocked. No other thread may write to standard error.
+///
+/// Throws std::runtime_error if xorriso fails, with the first line that it says, and if the image
+/// is incomplete or too large; and what OpenDirectory throws. Leaves no image then.
 std::uint64_t WriteImage(const DiscImage& image, std::int64_t time);
 
 }  // namespace kvl

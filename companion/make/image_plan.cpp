@@ -14,16 +14,23 @@
 namespace kvl {
 namespace {
 
-/// `path` is where it is to be read.
+std::string BytesAtMost(std::uint64_t count) {
+  return std::to_string(count) + " bytes";
+}
+
+/// `path` is where xorriso reads the entry.
 void CheckEntry(const PayloadEntry& entry, const std::string& path) {
   if (path.size() > kMostOfAPath) {
-    throw CannotMake("a path is too long for a disc image: " + path);
+    throw CannotMake("a path is too long for a disc image: " + path + "; shorten it to " +
+                     BytesAtMost(kMostOfAPath));
   }
   if (entry.target.size() > kMostOfALink) {
-    throw CannotMake("a link is too long for a disc image: " + path);
+    throw CannotMake("the target of a link is too long for a disc image: " + path +
+                     "; shorten it to " + BytesAtMost(kMostOfALink));
   }
   if (entry.size > kMostOfAFile) {
-    throw CannotMake("a file is too large for a disc image: " + path);
+    throw CannotMake("a file is too large for a disc image: " + path +
+                     "; split it into files of up to " + BytesAtMost(kMostOfAFile));
   }
 }
 
@@ -42,18 +49,21 @@ void CheckEntries(const MediaPlan& plan) {
   }
 }
 
-/// Of a single volume, whose image lies beside the directory of the media.
+/// Checks the place of the image of a single volume, which lies beside the directory of the media.
 void CheckPlace(const DiscImage& image) {
   const PathState media = StateAt(image.directory);
   if (media.IsThere() && !KVLInsIO::OpenDirectory(image.directory).Names().empty()) {
-    throw CannotMake("what lies there would be on the disc image, too: " + image.directory);
+    throw CannotMake("DIR is not empty, and its contents would be on the disc image, too: " +
+                     image.directory + "; name a directory in it");
   }
   if (StateOfEntry(image.path).IsThere()) {
-    throw CannotMake("something is there already: " + image.path);
+    throw CannotMake("the path of the disc image exists already: " + image.path +
+                     "; remove it, or name another DIR");
   }
   const std::string beside = Place(image.path).directory + "/";
   if (StateAt(beside).IsThere() && ::access(beside.c_str(), W_OK | X_OK) != 0) {
-    throw CannotMake("no permission to write into: " + beside);
+    throw CannotMake("you have no permission to write the disc image there: " + beside +
+                     "; name another DIR");
   }
 }
 
@@ -61,7 +71,9 @@ void CheckPlace(const DiscImage& image) {
 
 std::vector<DiscImage> PlanImages(const MediaMakeRequest& request, const MediaPlan& plan) {
   if (plan.layout == Layout::kFlat) {
-    throw CannotMake("layout flat has all volumes in one directory, and a disc image has one");
+    throw CannotMake(
+        "--layout flat puts all volumes into one directory, and a disc image needs a directory for "
+        "each volume; use sibling or am, or leave --iso out");
   }
   CheckEntries(plan);
   std::vector<DiscImage> images;

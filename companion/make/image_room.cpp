@@ -5,18 +5,19 @@
 namespace kvl {
 namespace {
 
-// In front of directories stand the system area and two descriptors; files begin no earlier than here.
+/// Blocks before the directories: the system area and two descriptors.
 constexpr std::uint64_t kBlocksInFront = 18;
+/// Files begin at this block at the earliest.
 constexpr std::uint64_t kFirstBlockOfFiles = 32;
-/// Of the first directory the extensions are named in a block of their own; empty files share one.
+/// One block names the extensions of the first directory, and all empty files share one block.
 constexpr std::uint64_t kFurtherBlocks = 2;
 
-// Of a record (ECMA-119, 9.1), and of its entries (SUSP, Rock Ridge).
+// Bytes of a record (ECMA-119, 9.1), and of its entries (SUSP, Rock Ridge).
 constexpr std::uint64_t kFrame = 33, kLongest = 254;
 constexpr std::uint64_t kModeAndTimes = 36 + 26;        // PX, TF
-constexpr std::uint64_t kNameOfEntry = 5, kTarget = 5;  // NM, SL, without what they hold
+constexpr std::uint64_t kNameOfEntry = 5, kTarget = 5;  // NM, SL, without name and target
 constexpr std::uint64_t kLeadingOn = 28;                // CE
-/// A larger file has several extents, each with a record.
+/// A larger file has several extents, and a record for each of them.
 constexpr std::uint64_t kMostOfAnExtent = 0xFFFF'F800;
 
 std::uint64_t Even(std::uint64_t length) {
@@ -27,18 +28,19 @@ std::uint64_t Quotient(std::uint64_t bytes, std::uint64_t divisor) {
   return bytes / divisor + (bytes % divisor == 0 ? 0 : 1);
 }
 
-/// A name in capitals, of up to 31 characters, with up to seven figures where several would be the same;
-/// that of a file with a dot and ";1".
+/// Returns the greatest length of the ISO 9660 identifier of a name: up to 31 characters in upper
+/// case. Up to seven of them are digits that tell equal identifiers apart. That of a file has a dot
+/// and ";1".
 std::uint64_t IdentifierLength(const std::string_view name, bool is_directory) {
   constexpr std::uint64_t kMost = 31, kFigures = 7, kVersion = 2;
   if (is_directory) return std::min(kMost, name.size() + kFigures);
   return std::min(kMost, name.size() + 1 + kFigures) + kVersion;
 }
 
-/// What a link holds, by the names that it goes through.
+/// The names in the target of a link.
 struct LinkNames {
-  std::uint64_t bytes = 0;    // a name takes two more
-  std::uint64_t further = 0;  // names that are too long for one entry
+  std::uint64_t bytes = 0;    // of the names, with two more for each of them
+  std::uint64_t further = 0;  // number of names that are too long for one entry
 };
 
 LinkNames NamesIn(std::string_view target) {
@@ -58,8 +60,8 @@ struct RecordLength {
   std::uint64_t record, continuation;
 };
 
-/// Of the record of a name, and of what goes on elsewhere because a record has no room for it. Where
-/// the identifier decides about that, both are counted.
+/// Returns the lengths of the record of a name, and of its continuation in another block if the
+/// record has no room for everything. If that depends on the length of the identifier, counts both.
 RecordLength LengthOf(std::string_view name, const PayloadEntry& entry) {
   const std::uint64_t frame = Even(kFrame + IdentifierLength(name, entry.IsDirectory()));
   const LinkNames way = entry.IsLink() ? NamesIn(entry.target) : LinkNames{};
@@ -68,7 +70,7 @@ RecordLength LengthOf(std::string_view name, const PayloadEntry& entry) {
   if (whole <= kLongest) return {whole, 0};
   const std::uint64_t room = kLongest - frame - kModeAndTimes - kLeadingOn - kNameOfEntry;
   const std::uint64_t rest = name.size() > room ? kNameOfEntry + name.size() - room : 0;
-  // Of any two entries for a link that follow each other, one at least is half full.
+  // Of two successive entries for a link, at least one is half full.
   constexpr std::uint64_t kHalf = 125;
   const std::uint64_t entries = way.bytes / kHalf + 2;
   return {kLongest, rest + (entry.IsLink() ? way.bytes + 2 * way.further + kTarget * entries : 0)};
@@ -88,7 +90,8 @@ void ImageRoom::Records::Add(std::uint64_t length, std::uint64_t count) {
 std::uint64_t ImageRoom::Records::Blocks(std::uint64_t link) const {
   if (bytes_ == 0) return 0;
   if (bytes_ + link <= kDiscBlock) return 1;
-  // What stands behind a block had no room in it. What needs more than one is rare, and counted amply.
+  // A record that begins a block had no room at the end of the block before. Records that need more
+  // than one block are rare, and this counts amply for them.
   constexpr std::uint64_t kLeast = 256;
   const std::uint64_t most = kDiscBlock - link + 1;
   return Quotient(bytes_, most < longest_ + kLeast ? kLeast : most - longest_);
@@ -137,7 +140,7 @@ void ImageRoom::Enter(std::uint64_t length_of_identifier) {
 
 std::uint64_t ImageRoom::BlocksOfDirectories() const {
   std::uint64_t blocks =
-      closed_ + 2 * Quotient(path_table_, kDiscBlock);  // in both orders of bytes
+      closed_ + 2 * Quotient(path_table_, kDiscBlock);  // one table for each order of bytes
   for (const Directory& directory : open_) blocks += directory.Blocks();
   return blocks;
 }

@@ -1,4 +1,5 @@
-// How large the image of a disc becomes: ISO 9660 at level 3 with Rock Ridge, as xorriso(1) lays it out.
+// Computing the size of a disc image: ISO 9660 at level 3 with Rock Ridge, as xorriso(1) lays it
+// out.
 #pragma once
 
 #include <cstdint>
@@ -9,33 +10,37 @@
 
 namespace kvl {
 
-/// What files and directories take is a whole number of these.
+/// The size of a block, in bytes. Files and directories take whole blocks.
 inline constexpr std::uint64_t kDiscBlock = 2048;
+/// Returns the size rounded up to whole blocks.
 std::uint64_t OnDisc(std::uint64_t size);
 
-/// Adds up a directory, which is there from the beginning, and what lies below it. Never less than an image
-/// takes, whatever stands for names there: where one depends on others that it may clash with, the longest
-/// one counts, and blocks of records are as badly filled as they can be. Deep directories stay where they
-/// are. A copy costs what the way down to the last entry does.
+/// Adds up the room for a directory, which counts from the beginning, and for everything below it.
+/// The result is never less than an image takes: ISO 9660 identifiers that depend on other names
+/// count with their greatest length, and blocks of records count as filled as badly as possible.
+/// Deep directories are not moved. Copying this object costs time in proportion to the depth of the
+/// last entry.
 class ImageRoom {
  public:
   ImageRoom();
 
-  /// In the order of PathOrder; each directory comes before what lies in it.
+  /// Entries must come in PathOrder, each directory before its contents.
   void Add(const PayloadEntry& entry);
 
-  /// What an image with nothing else in it takes, in bytes, without the blocks of up to four directories
-  /// above this one.
+  /// Returns the bytes of an image that holds nothing else. Up to four directories may lie above
+  /// this one on the image; their blocks are not included.
   std::uint64_t Bytes() const;
-  /// How much more an image takes that has this in it, too, below a directory of its own.
+  /// Returns by how many bytes an image grows when this lies on it, too, below a directory of its
+  /// own.
   std::uint64_t BytesInAnother() const;
 
  private:
-  /// Records that lie one behind the other in blocks, none across the end of one.
+  /// Records that follow each other in blocks. No record crosses the end of a block.
   class Records {
    public:
     void Add(std::uint64_t length, std::uint64_t count);
-    /// `link` bytes at the end of each block may lead on to the next one.
+    /// Returns the number of blocks if each of them may end with `link` bytes that lead to the next
+    /// one.
     std::uint64_t Blocks(std::uint64_t link) const;
 
    private:
@@ -49,10 +54,10 @@ class ImageRoom {
   void Enter(std::uint64_t length_of_identifier);
   std::uint64_t BlocksOfDirectories() const;
 
-  std::vector<Directory> open_;  // from the first one down to that of the last entry
-  std::uint64_t closed_ = 0;     // blocks of all others
-  std::uint64_t path_table_ = 0;
-  std::uint64_t data_ = 0;  // blocks of files
+  std::vector<Directory> open_;   // from the first directory down to that of the last entry
+  std::uint64_t closed_ = 0;      // blocks of all other directories
+  std::uint64_t path_table_ = 0;  // bytes
+  std::uint64_t data_ = 0;        // blocks of files
 };
 
 }  // namespace kvl

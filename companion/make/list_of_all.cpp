@@ -53,7 +53,8 @@ std::size_t ListOfAllReader::Read(std::span<char> room) {
 }
 
 void ListOfAllReader::RefuseAsChanged() const {
-  throw std::runtime_error("changed while the media was made: " + file_.Path());
+  throw std::runtime_error("another program changed the media while make wrote it: " +
+                           file_.Path() + "; let no other program write there");
 }
 
 }  // namespace kvl

@@ -1,5 +1,5 @@
-// The list of all files of a payload, written while they are copied: a line for each, its volume's
-// number, a blank, and the line of that volume's list.
+// The list of all files of a payload, which is written while they are copied. Each line has the
+// number of the file's volume, a blank, and the file's line in the list of that volume.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +19,7 @@
 
 namespace kvl {
 
-/// Only files whose digests are not known yet are kept, so that a list of millions takes no memory.
+/// Keeps only lines without a digest in memory, so a list of millions of files takes little.
 class ListOfAll {
  public:
   struct Line {
@@ -28,21 +28,21 @@ class ListOfAll {
     bool is_known = false;
   };
 
-  /// Makes the file. Throws as OpenDirectory::MakeFile does.
+  /// Makes the file. Throws what OpenDirectory::MakeFile throws.
   ListOfAll(const KVLInsIO::OpenDirectory& directory, const std::string& name)
       : file_(directory, name) {}
 
-  /// The lines stand in the order in which files are added, each with the digest that is set later.
-  /// Writes those that are known. Throws as NewFile does.
+  /// Adds a line behind the others; SetDigest sets its digest later. Writes the lines whose digests
+  /// are set. Throws what NewFile throws.
   Line& Add(std::size_t volume, const std::string& path);
-  /// In any thread.
+  /// May be called in any thread.
   void SetDigest(Line& line, const Digest& digest);
-  /// So much is kept that it is better to wait until all digests are set.
+  /// Returns whether so many lines are kept that the caller should wait until all digests are set.
   bool IsFull() const { return lines_.size() >= kMostLines; }
 
-  /// To be called when all digests are set. The file gets this time.
+  /// Finishes the file with this time. All digests must be set.
   void Finish(std::int64_t time);
-  /// The finished file.
+  /// Returns the finished file.
   const SummedFile& File() const { return file_; }
 
  private:
@@ -52,23 +52,22 @@ class ListOfAll {
 
   SummedFile file_;
   std::mutex setting_;
-  std::deque<Line> lines_;  // stay where they are while more are added
+  std::deque<Line> lines_;  // a deque keeps references valid while lines are added
 };
 
-/// Reads such a list back from its beginning to its end.
+/// Reads such a list back, from its beginning to its end.
 class ListOfAllReader {
  public:
-  /// `list` is finished, and must outlive the reader. Throws as OpenDirectory::File does.
+  /// `list` must be finished, and must outlive the reader. Throws what OpenDirectory::File throws.
   ListOfAllReader(const KVLInsIO::OpenDirectory& directory, const std::string& name,
                   const ListOfAll& list);
   ListOfAllReader(const ListOfAllReader&) = delete;
   ListOfAllReader& operator=(const ListOfAllReader&) = delete;
 
-  /// Shows the next lines, so many, as they stand in the list of their volume. Throws what `see`
-  /// throws, and std::runtime_error "changed while the media was made: " + path when there are not
-  /// so many.
+  /// Calls `see` with the next `count` lines, in the form that the list of their volume has. Throws
+  /// what `see` throws, and std::runtime_error if there are fewer lines.
   void ShowLines(std::uint64_t count, const std::function<void(std::string_view line)>& see);
-  /// Throws the same when all lines together are not what was written.
+  /// Throws std::runtime_error if the list is not what was written.
   void Finish();
 
  private:

@@ -29,7 +29,7 @@ namespace fs = std::filesystem;
 using KVLInsIO::FileKind;
 using KVLInsIO::OpenDirectory;
 
-/// Opens the directory, and makes what is missing on the way there.
+/// Opens the directory. Makes it and its parents if they are missing.
 OpenDirectory MakeTop(const std::string& path) {
   fs::path existing = path;
   std::vector<std::string> missing;
@@ -42,17 +42,18 @@ OpenDirectory MakeTop(const std::string& path) {
   return directory;
 }
 
-/// Of two that want the directory at once, the one gets it that puts the start script there first.
+/// Takes the directory: if two calls want it at the same time, the one gets it that writes the
+/// start script first.
 void Take(const OpenDirectory& directory, const std::string& start_script, std::int64_t time) {
   CheckIsEmpty(directory);
   try {
     directory.WriteFile(names::kUnfinished, start_script, FileKind::kProgram, time);
-  } catch (const KVLInsIO::KVLInsException&) {  // it could not be made
+  } catch (const KVLInsIO::KVLInsException&) {  // perhaps because another call was first
     CheckIsEmpty(directory);
     throw;
   }
   if (NamesInTarget(directory).size() == 1) return;
-  directory.Delete(names::kUnfinished);  // somebody was faster, and is done already
+  directory.Delete(names::kUnfinished);  // another call was first, and has finished already
   RefuseAsNotEmpty(directory);
 }
 
@@ -65,7 +66,8 @@ class Maker {
         top_(MakeTop(plan_.directory)),
         media_(top_, plan_.layout, plan_.volumes.size(), plan_.time, request.jobs) {}
 
-  /// What makes a media whole comes last, in one step, and is stored last.
+  /// Renames the start script at the end, when everything else is stored. That makes the media
+  /// whole.
   void Run() {
     const std::string start_script = StartScript("\"$@\"");
     Take(top_, start_script, plan_.time);
@@ -102,7 +104,7 @@ class Maker {
     }
   }
 
-  /// Anything but a file.
+  /// Writes a directory or a link.
   void WriteOther(std::size_t volume, const std::string& path, const PayloadEntry& entry,
                   OpenTree& from) {
     if (entry.IsLink()) {
@@ -112,7 +114,6 @@ class Maker {
     }
   }
 
-  /// What the installer needs, which lies there in directories of its own.
   void WriteInst() {
     if (plan_.inst) CopyInst(*plan_.inst);
   }
@@ -172,7 +173,7 @@ class Maker {
   const OpenDirectory top_;
   std::mutex counting_;
   std::uint64_t bytes_done_ = 0;
-  MediaWriter media_;  // last, so that its copies can be counted to the end
+  MediaWriter media_;  // last, because its threads use the members above
 };
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Making a media from a payload: volumes with their markers, the installer's "inst", description files
-// and start scripts.
+// Making a media according to a plan: volumes with their markers, "inst", the files that describe
+// the media, and the start scripts.
 #pragma once
 
 #include <cstddef>
@@ -12,25 +12,26 @@
 namespace kvl {
 
 struct Progress {
-  /// Told of each file before it is copied: its volume, and its path there as in ForEachCopy.
+  /// Called before each file is copied, as ForEachCopy does.
   SeeFile file;
-  /// Told how much of the whole payload has been copied, by one thread at a time.
+  /// Called with the number of payload bytes that have been copied, from one thread at a time.
   std::function<void(std::uint64_t bytes_done, std::uint64_t bytes_in_all)> bytes;
 };
 
-/// Volume i holds payload/i, what has been put on it, and in its directory (see MediaWriter) the list
-/// of its files, i.sha256, and media.manifest. Files get the modes 644 and 755, whatever the umask and
-/// those of the payload, and keep their times; all else has the time of the plan. Names are taken as
-/// they are, and no link, name or race leads out of the directory, or elsewhere than into the payload.
+/// Makes the media. `plan` must be the plan of `request`. Volume i has its part of the payload in
+/// payload/i, and the list of its files, i.sha256, and media.manifest in its directory (see
+/// MediaWriter). Files get mode 644, or 755 if somebody may execute them, whatever the umask is,
+/// and keep their times. Everything else gets the time of the plan. Takes names as they are. No
+/// link, name or race makes it write outside the directory, or read outside the payload, unless
+/// links are followed.
 ///
-/// The directory is taken with one step, so that of two who want it at once one is refused. What is
-/// written is what was planned, and each file is read once. Then come, each for all volumes, lists,
-/// manifest, signature, volumes.txt and markers, and when all that is stored StartTUI.sh: before,
-/// the media is not whole.
+/// Takes the directory in one atomic step: if two calls want the same directory, one of them is
+/// refused. Copies exactly what was planned, and reads each file once. Then writes for all volumes
+/// the lists, the manifest, the signature, volumes.txt and the markers, in this order. Puts
+/// StartTUI.sh in place when all that is stored; until then, the media is not whole.
 ///
-/// `plan` is that of the request. Throws CannotMake when somebody else has taken the directory
-/// since; what the library throws when something cannot be read or written, and std::runtime_error
-/// when a file has changed since. What has been written by then stays.
+/// Throws CannotMake if another call has taken the directory meanwhile, std::runtime_error if a
+/// file has changed since the plan, and what the library throws. What was written before stays.
 void MakeMedia(const MediaMakeRequest& request, const MediaPlan& plan, const Progress& progress);
 
 }  // namespace kvl

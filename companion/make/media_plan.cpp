@@ -37,57 +37,69 @@ using KVLInsIO::EntryState;
 using KVLInsIO::OpenDirectory;
 using KVLInsIO::OpenFile;
 
-/// Scripts and descriptions, each of less than 4096 bytes, without the lines for each volume and each further
-/// system: media.xml, meta.TOCxml, ReadMe_UNIX.txt, StartGUI.sh, StartTUI.sh, volumes.txt.
+/// Room for media.xml, meta.TOCxml, ReadMe_UNIX.txt, StartGUI.sh, StartTUI.sh and volumes.txt.
+/// Without the lines for each volume and for each further system, each has less than 4096 bytes.
 constexpr std::uint64_t kTextsOfTheFirstVolume = 12 * kDiscBlock;
 
 void CheckKey(const std::string& key) {
   if (key.empty()) return;
-  PlanFile("key", key);
+  PlanFile("key", key, "--sign");
   if (!HasMinisign()) throw CannotMake(kNoMinisign);
 }
 
-OpenDirectory PlanDirectory(const std::string& path) {
-  if (!fs::is_directory(path)) throw CannotMake("not a directory: " + path);
+/// `argument` names the directory in the message.
+OpenDirectory PlanDirectory(const std::string& path, const std::string& argument) {
+  if (!fs::is_directory(path)) {
+    throw CannotMake(argument + " is not a directory: " + path + "; name a directory");
+  }
   return OpenDirectory(path);
 }
 
 void CheckDirectory(const std::string& directory) {
   if (!StateOfEntry(directory).IsThere()) return;
-  if (!fs::is_directory(directory)) throw CannotMake("not a directory: " + directory);
+  if (!fs::is_directory(directory)) {
+    throw CannotMake("DIR is not a directory: " + directory +
+                     "; name one that is empty or missing");
+  }
   if (::access(directory.c_str(), R_OK | W_OK | X_OK) != 0) {
-    throw CannotMake("no permission to write into: " + directory);
+    throw CannotMake("you have no permission to read and write DIR: " + directory +
+                     "; name another directory");
   }
   CheckIsEmpty(OpenDirectory(directory));
 }
 
-/// `what` names the source in the message.
-void CheckIsOutside(const std::string& directory, const std::string& what,
+/// `argument` names the source in the message.
+void CheckIsOutside(const std::string& directory, const std::string& argument,
                     const std::string& source) {
   const fs::path inside = fs::weakly_canonical(directory).lexically_relative(fs::canonical(source));
   if (!inside.empty() && *inside.begin() != "..") {
-    throw CannotMake("the directory lies inside " + what + ": " + directory);
+    throw CannotMake("DIR lies inside " + argument + ": " + directory +
+                     "; name a directory outside of it");
   }
 }
 
-/// The tag stands in the markers as it is, and in a file of XML.
+/// Checks that the tag can stand in a line of a marker, and in XML.
 void CheckTag(const std::string& tag) {
-  if (tag.empty()) throw CannotMake("--tag must not be empty");
-  if (tag.size() > kLongestTag) throw CannotMake("--tag must not be longer than 256 bytes");
+  if (tag.empty()) throw CannotMake("--tag is empty; give a text of 1 to 256 bytes");
+  if (tag.size() > kLongestTag) {
+    throw CannotMake("--tag is too long: " + std::to_string(tag.size()) +
+                     " bytes; give a text of 1 to 256 bytes");
+  }
   std::string text = tag;
   std::erase(text, '\\');
   const bool is_plain = ToOneLine(text) == text;
   const bool has_noncharacter = text.find("\xEF\xBF\xBE") != std::string::npos ||
                                 text.find("\xEF\xBF\xBF") != std::string::npos;
   if (!is_plain || has_noncharacter) {
-    throw CannotMake("--tag must be one line of UTF-8 without control characters: " + tag);
+    throw CannotMake("--tag has a character that is not allowed: " + tag +
+                     "; give one line of UTF-8 without control characters");
   }
 }
 
 void PlanInst(const MediaMakeRequest& request, MediaPlan& plan) {
   if (request.inst.empty()) return;
-  plan.inst.emplace(PlanDirectory(request.inst));
-  CheckIsOutside(plan.directory, "the directory for inst", request.inst);
+  plan.inst.emplace(PlanDirectory(request.inst, "--inst"));
+  CheckIsOutside(plan.directory, "--inst", request.inst);
   plan.inst_entries = ListPayload(*plan.inst, request.links);
   const std::shared_ptr<const PayloadList> as_it_is(std::shared_ptr<void>(), &plan.inst_entries);
   CheckLinks({PlannedVolume(as_it_is, as_it_is->begin(), as_it_is->end())});
@@ -100,12 +112,14 @@ void PlanInst(const MediaMakeRequest& request, MediaPlan& plan) {
       return path == entry.name || (!entry.IsDirectory() && path.starts_with(entry.name + "/"));
     });
     if (is_own) {
-      throw CannotMake("this is put into inst anyway: " + PathBelow(request.inst, entry.name));
+      throw CannotMake("--inst holds something that make itself puts into inst: " +
+                       PathBelow(request.inst, entry.name) + "; remove it from --inst");
     }
   }
 }
 
-/// What "inst" takes, with what is put into it anyway, on an image that has more than that.
+/// Returns by how many bytes an image grows with "inst": the contents of --inst, and what make puts
+/// there.
 std::uint64_t BytesOfInst(const MediaPlan& plan) {
   std::map<std::string, PayloadEntry, PathOrder> entries;
   const auto add = [&entries](const PayloadEntry& entry) {
@@ -126,10 +140,11 @@ std::uint64_t BytesOfInst(const MediaPlan& plan) {
   return room.BytesInAnother();
 }
 
-/// As the list of a payload names them.   ./a/b/  =>  a/b
+/// Returns the directories to keep together, by the names that the list of the payload has.
+/// ./a/b/  =>  a/b
 std::set<std::string> Undivided(const MediaMakeRequest& request) {
   if (request.is_presorted && !request.undivided.empty()) {
-    throw CannotMake("--keep-together: --presorted says what lies together");
+    throw CannotMake("--keep-together and --presorted exclude each other; leave one of them out");
   }
   std::set<std::string> directories;
   for (const std::string& path : request.undivided) {
@@ -141,7 +156,8 @@ std::set<std::string> Undivided(const MediaMakeRequest& request) {
 
 void PlanVolumes(const MediaMakeRequest& request, MediaPlan& plan) {
   std::uint64_t names = request.tag.size();
-  // Three directories and two programs have the names of their system in their paths.
+  // Five paths in the manifest have the name of a system in them: those of three directories and
+  // two programs.
   for (const PlannedSystem& system : plan.systems) {
     names += 5 * system.Programs().size() + system.installer_name.size();
   }
@@ -175,12 +191,14 @@ void SumUp(const MediaMakeRequest& request, MediaPlan& plan) {
 Layout ChosenLayout(std::optional<Layout> wanted, std::size_t volumes) {
   const bool is_one = volumes == 1;
   const Layout layout = wanted.value_or(is_one ? kSingle : Layout::kSibling);
-  const std::string text = std::string("layout ") + NameOf(layout);
   if (is_one && layout != kSingle) {
-    throw CannotMake(text + " needs two volumes or more, and all fits on one");
+    throw CannotMake(std::string("--layout ") + NameOf(layout) +
+                     " needs two volumes or more, and the media has one; use --layout single, or "
+                     "make more volumes");
   }
   if (!is_one && layout == kSingle) {
-    throw CannotMake(text + " has one volume, and " + std::to_string(volumes) + " are needed");
+    throw CannotMake("--layout single has one volume, and the media needs " +
+                     std::to_string(volumes) + "; use another layout, or make fewer volumes");
   }
   return layout;
 }
@@ -190,10 +208,10 @@ MediaPlan Plan(const MediaMakeRequest& request) {
   std::vector<PlannedSystem> systems = PlanSystems(request.systems);
   CheckKey(request.key);
   if (request.images != Images::kNone && !HasXorriso()) throw CannotMake(kNoXorriso);
-  OpenDirectory payload = PlanDirectory(request.payload);
+  OpenDirectory payload = PlanDirectory(request.payload, "PAYLOAD");
   const std::string directory = AbsolutePath(request.directory);
   CheckDirectory(directory);
-  CheckIsOutside(directory, "the payload", request.payload);
+  CheckIsOutside(directory, "PAYLOAD", request.payload);
   MediaPlan plan = {
       .directory = directory,
       .was_there = StateOfEntry(directory).IsThere(),
@@ -220,7 +238,7 @@ MediaPlan Plan(const MediaMakeRequest& request) {
 
 }  // namespace
 
-/// What the library cannot look at is as good a reason as any other.
+/// Throws CannotMake for failures of the library, too.
 MediaPlan PlanMedia(const MediaMakeRequest& request) {
   try {
     return Plan(request);
@@ -232,7 +250,8 @@ MediaPlan PlanMedia(const MediaMakeRequest& request) {
 }
 
 void RefuseAsNotEmpty(const OpenDirectory& directory) {
-  throw CannotMake("the directory is not empty: " + directory.Path());
+  throw CannotMake("the directory is not empty: " + directory.Path() +
+                   "; empty it, or name another one");
 }
 
 std::vector<std::string> NamesInTarget(const OpenDirectory& directory) {
@@ -244,8 +263,8 @@ std::vector<std::string> NamesInTarget(const OpenDirectory& directory) {
 void CheckIsEmpty(const OpenDirectory& directory) {
   const std::vector<std::string> names = NamesInTarget(directory);
   if (std::binary_search(names.begin(), names.end(), names::kUnfinished)) {
-    throw CannotMake("another make is at work there, or was broken off: " + directory.Path() +
-                     " (wait for it, or remove what it left and run make again)");
+    throw CannotMake("another make is writing there, or was interrupted: " + directory.Path() +
+                     "; wait for it, or remove what it left and run make again");
   }
   if (!names.empty()) RefuseAsNotEmpty(directory);
 }

@@ -18,21 +18,21 @@
 namespace kvl {
 namespace {
 
-/// More than any of the generated texts but lists, descriptions of volumes and manifest.
+/// More than any generated text takes, except the lists, the manifest and the descriptions of
+/// volumes.
 constexpr std::uint64_t kText = 4096;
 
 class RoomCounter {
  public:
   RoomCounter(Layout layout, std::uint64_t block) : layout_(layout), block_(block) {}
 
-  /// Paths are those in the volume's place.
+  // Paths begin at the place where the launcher finds the volume.
   void AddDirectory(std::size_t volume, const std::string& path) { AddWay(In(volume, path)); }
   void AddFile(std::size_t volume, const std::string& path, std::uint64_t size) {
     const std::string full = In(volume, path);
     AddWay(Place(full).directory);
     Add((size + block_ - 1) / block_ * block_);
   }
-  /// One that lies in no volume.
   void AddImage(std::uint64_t size) { Add((size + block_ - 1) / block_ * block_); }
   const Room& Sum() const { return room_; }
 
@@ -41,7 +41,7 @@ class RoomCounter {
     const std::string place = PlaceOfVolume(layout_, volume);
     return place.empty() ? path : PathBelow(place, path);
   }
-  /// A directory and those above it, the media's own included, each once.
+  /// Adds a directory and those above it up to the media's own, each only once.
   void AddWay(const std::string& path) {
     for (std::string way = path; directories_.insert(way).second; way = Place(way).directory) {
       Add(block_);
@@ -58,7 +58,7 @@ class RoomCounter {
   Room room_;
 };
 
-/// Directories, and what is generated for each volume.
+/// Adds the directories, and the files that make generates for each volume.
 void AddVolumes(const MediaPlan& plan, RoomCounter& room) {
   std::uint64_t manifest =
       ManifestFrame(plan.volumes.size()) + ManifestLength(plan.inst_entries, kLongestWay);
@@ -107,7 +107,8 @@ std::string NearestThatIsThere(const std::string& directory) {
 [[noreturn]] void Refuse(std::uint64_t needed, const std::string& of_what, std::uint64_t free,
                          const std::string& directory) {
   throw CannotMake("the media needs " + std::to_string(needed) + of_what + std::to_string(free) +
-                   " are free: " + directory);
+                   " are free: " + directory +
+                   "; make room there, or name a directory on another file system");
 }
 
 }  // namespace
@@ -126,7 +127,7 @@ Room RoomFor(const MediaPlan& plan, std::uint64_t block) {
 }
 
 Room CheckRoom(const MediaPlan& plan) {
-  // Across a network, a block may be as large as what is sent at once.
+  // A network file system may name the size of its packets as that of a block.
   constexpr std::uint64_t kMostOfABlock = 4096;
   struct statvfs status;
   const bool is_told =
@@ -136,7 +137,7 @@ Room CheckRoom(const MediaPlan& plan) {
   const Room needed = RoomFor(plan, std::min(block, kMostOfABlock));
   const std::uint64_t free = std::min<std::uint64_t>(status.f_bavail, UINT64_MAX / block) * block;
   if (needed.bytes > free) Refuse(needed.bytes, " bytes, and ", free, plan.directory);
-  // Where there is no table of files, their number is 0.
+  // A file system without a table of files says 0.
   if (status.f_files != 0 && needed.entries > status.f_favail) {
     Refuse(needed.entries, " files and directories, and ", status.f_favail, plan.directory);
   }

@@ -1,4 +1,4 @@
-// The room that a media takes on the file system that it is written to.
+// Computing the room that a media takes on the file system that make writes it to.
 #pragma once
 
 #include <cstdint>
@@ -13,12 +13,13 @@ struct Room {
   std::uint64_t entries = 0;  ///< files and directories
 };
 
-/// What a media, with its disc images, takes where a file, as a directory, takes whole blocks of so many bytes; a little more
-/// for the lists of its files, whose length is known only when they are written.
+/// Returns the room for a media and its disc images on a file system where each file and directory
+/// takes whole blocks of `block` bytes. Counts a little more than the lists of files take, whose
+/// lengths are known only when they are written.
 Room RoomFor(const MediaPlan& plan, std::uint64_t block);
 
-/// What it takes where the directory of the plan lies, or would. Throws CannotMake when less is free
-/// there to an ordinary user. A file system that does not say counts as large enough.
+/// Returns the room on the file system of the plan's directory. Throws CannotMake if an ordinary
+/// user has less there. Counts a file system that does not say what is free as large enough.
 Room CheckRoom(const MediaPlan& plan);
 
 }  // namespace kvl

@@ -20,34 +20,40 @@ bool IsPlainName(const std::string& name) {
          name.find_first_not_of(kAllowed) == std::string::npos;
 }
 
-/// `refusal` goes in front of the name when it is refused.
-void CheckIsPlainName(const std::string& name, const std::string& refusal) {
+/// `what` names the name in the message.
+void CheckIsPlainName(const std::string& name, const std::string& what) {
   if (!IsPlainName(name)) {
-    throw CannotMake(refusal + name + " (letters, digits and ._+-, no \".\" or \"-\" in front)");
+    throw CannotMake(what + " is not a valid name: " + name +
+                     "; use letters, digits and ._+- only, and begin with neither . nor -");
   }
-  if (name.size() > kLongestDiscName) throw CannotMake("a name is too long for a disc: " + name);
+  if (name.size() > kLongestDiscName) {
+    throw CannotMake(what + " is too long for a disc: " + name + "; shorten it to " +
+                     std::to_string(kLongestDiscName) + " bytes");
+  }
 }
 
 void CheckSystemName(const std::string& name) {
-  CheckIsPlainName(name, "--system: no plain name: ");
+  CheckIsPlainName(name, "--system");
   if (name == names::kCommon || name == names::kVolumesFile) {
-    throw CannotMake("--system: inst holds something else of this name: " + name);
+    throw CannotMake("--system is a name that inst has for something else: " + name +
+                     "; choose another name");
   }
 }
 
 void CheckInstallerName(const std::string& name) {
-  CheckIsPlainName(name, "--installer: no plain name: ");
+  CheckIsPlainName(name, "the file name of the installer");
   if (name == names::kLauncher) {
-    throw CannotMake("--installer: the launcher has this name on the media: " + name);
+    throw CannotMake("the file name of the installer is that of the launcher on the media: " +
+                     name + "; rename the installer");
   }
 }
 
 PlannedSystem PlanSystem(const SystemRequest& request) {
   CheckSystemName(request.name);
-  if (!request.machine.empty()) CheckIsPlainName(request.machine, "--machine: no plain name: ");
+  if (!request.machine.empty()) CheckIsPlainName(request.machine, "--machine");
   const std::string installer_name = std::filesystem::path(request.installer).filename();
-  PlannedFile installer = PlanFile("installer", request.installer);
-  PlannedFile launcher = PlanFile("launcher", request.launcher);
+  PlannedFile installer = PlanFile("installer", request.installer, "--installer");
+  PlannedFile launcher = PlanFile("launcher", request.launcher, "--launcher");
   CheckInstallerName(installer_name);
   return {request.name, request.machine, installer_name, std::move(installer), std::move(launcher)};
 }
@@ -66,8 +72,11 @@ std::string PlannedSystem::PathOfLauncher() const {
   return PathBelow(Programs(), names::kLauncher);
 }
 
-PlannedFile PlanFile(const std::string& what, const std::string& path) {
-  if (!KVLInsIO::IsRegularFile(path)) throw CannotMake("the " + what + " is not there: " + path);
+PlannedFile PlanFile(const std::string& what, const std::string& path, const std::string& option) {
+  if (!KVLInsIO::IsRegularFile(path)) {
+    throw CannotMake("the " + what + " is missing or not a regular file: " + path +
+                     "; name it with " + option);
+  }
   KVLInsIO::OpenFile file(path);
   const KVLInsIO::EntryState state = file.State();
   return {std::move(file), state};
@@ -79,14 +88,16 @@ std::vector<PlannedSystem> PlanSystems(const std::vector<SystemRequest>& request
   for (const SystemRequest& request : requests) {
     systems.push_back(PlanSystem(request));
     if (!names.insert(request.name).second) {
-      throw CannotMake("--system: two of this name: " + request.name);
+      throw CannotMake("two systems have the same name: " + request.name +
+                       "; give each --system another name");
     }
     if (!machines.insert(request.machine).second) {
-      throw CannotMake("--machine: two systems for one machine: " + request.machine);
+      throw CannotMake("two systems are for the same machine: " + request.machine +
+                       "; give each --machine once");
     }
   }
   if (systems.size() > 1 && machines.contains("")) {
-    throw CannotMake("--machine: each of several systems needs one");
+    throw CannotMake("--machine is empty; name the machine of each system");
   }
   return systems;
 }

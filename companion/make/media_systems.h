@@ -1,4 +1,5 @@
-// The systems that a media is for: the installer and the launcher of each, and which machine starts which.
+// The systems that a media is for. Each has an installer, a launcher, and the machine that they run
+// on.
 #pragma once
 
 #include <string>
@@ -10,13 +11,13 @@ namespace kvl {
 
 struct SystemRequest {
   std::string name = "linux";  ///< of its directory below "inst"
-  /// As uname(1) calls it, but arm64 for aarch64; empty when every machine starts these programs.
+  /// As uname(1) names it, but arm64 for aarch64. Empty if the programs run on every machine.
   std::string machine = {};
   std::string installer = {};  ///< a file
   std::string launcher = {};   ///< a file
 };
 
-/// A file and what it was when the media was planned.
+/// An open file and its state when the media was planned.
 struct PlannedFile {
   KVLInsIO::OpenFile file;
   KVLInsIO::EntryState state;
@@ -27,17 +28,18 @@ struct PlannedSystem {
   std::string installer_name;
   PlannedFile installer, launcher;
 
-  std::string Programs() const;         ///< their directory below "inst"
-  std::string PathOfInstaller() const;  ///< below "inst"
-  std::string PathOfLauncher() const;   ///< below "inst"
+  // Paths below "inst".
+  std::string Programs() const;  ///< the directory of both programs
+  std::string PathOfInstaller() const;
+  std::string PathOfLauncher() const;
 };
 
-/// A file that must be there. `what` names it in the message. Throws CannotMake "the <what> is not
-/// there: <path>".
-PlannedFile PlanFile(const std::string& what, const std::string& path);
+/// Opens a regular file. `what` and `option` name the file and its option in the message. Throws
+/// CannotMake if there is no such file.
+PlannedFile PlanFile(const std::string& what, const std::string& path, const std::string& option);
 
-/// Throws CannotMake for no system, for a name, a machine or a file that makes no sense, and when there
-/// are several and not each has a name and a machine of its own.
+/// Throws CannotMake if a name, a machine or a file is not valid, and if several systems do not
+/// each have a name and a machine of their own.
 std::vector<PlannedSystem> PlanSystems(const std::vector<SystemRequest>& requests);
 
 }  // namespace kvl

@@ -14,7 +14,7 @@ namespace {
 
 using KVLInsIO::OpenDirectory;
 
-/// The path in a directory that may be the empty one.
+/// Joins a directory and a path; either may be empty.
 std::string In(const std::string& directory, const std::string& path) {
   if (directory.empty() || path.empty()) return directory + path;
   return PathBelow(directory, path);
@@ -24,7 +24,8 @@ MediaWriter::Kind KindOf(const PayloadEntry& entry) {
   return entry.is_program ? MediaWriter::Kind::kProgram : MediaWriter::Kind::kPlain;
 }
 
-/// Copies the entry, and gives its digest. The directory that it lies in stays open meanwhile.
+/// Returns a function that copies the entry and returns its digest. It keeps the entry's directory
+/// open.
 auto CopyOf(const PayloadEntry& entry, OpenTree& from, const SeeBytes& see) {
   const Place place(entry.name);
   const Links links = from.FollowsLinks() ? Links::kFollowed : Links::kKept;
@@ -115,7 +116,7 @@ void MediaWriter::CopyLater(std::size_t volume, const std::string& path, std::ui
                             Copying copying) {
   const Place place(path);
   auto directory = Hold(volume, place.directory);
-  // So that few directories are held open at a time.
+  // Keeps the number of open directories small.
   if (std::exchange(last_directory_, directory) != directory) copies_.HandOver();
   const auto copy = [this, copying = std::move(copying), directory, name = place.name] {
     try {
@@ -166,13 +167,14 @@ const OpenDirectory& MediaWriter::PlaceOf(std::size_t volume) {
   return At(volume, OnDisc(volume, ""));
 }
 
-/// Below the top.
+/// Returns the directory of a volume below the media's own directory.
 std::string MediaWriter::DirectoryOf(std::size_t volume) const {
   const bool has_own = layout_ == Layout::kSibling || layout_ == Layout::kAm;
   return has_own ? std::to_string(volume) : "";
 }
 
-/// A path from the volume's directory, for one from the place where the launcher finds it.
+/// Turns a path that begins where the launcher finds the volume into one that begins at the
+/// volume's directory.
 std::string MediaWriter::OnDisc(std::size_t volume, const std::string& path) const {
   return layout_ == Layout::kAm ? In(PathBelow("media", std::to_string(volume)), path) : path;
 }
@@ -181,7 +183,7 @@ const OpenDirectory& MediaWriter::At(std::size_t volume, const std::string& dire
   return *Hold(volume, directory);
 }
 
-/// Makes a directory of a volume, and those on the way, or opens it.
+/// Opens a directory of a volume. Makes and records it, and those above it, if they are new.
 std::shared_ptr<const OpenDirectory> MediaWriter::Hold(std::size_t volume,
                                                        const std::string& directory) {
   std::set<std::string, PathOrder>& known = records_[volume - 1].directories;
@@ -231,7 +233,7 @@ std::vector<MediaWriter::LastFile> MediaWriter::LastFiles(const std::string& tag
   return files;
 }
 
-/// Returns what the manifest says of the volume.
+/// Writes the list of a volume, and returns the manifest's entry for the volume.
 ManifestVolume MediaWriter::WriteList(std::size_t volume, ListOfAllReader& payload) {
   Record& record = records_[volume - 1];
   const auto by_path = [](const auto& one, const auto& other) {

@@ -1,5 +1,5 @@
-// Writing a media, volume by volume, and keeping the record of what lies on each: for the list of its
-// files, and for the manifest.
+// Writing a media volume by volume, and recording what lies on each volume for its list and the
+// manifest.
 #pragma once
 
 #include <cstddef>
@@ -27,51 +27,53 @@
 
 namespace kvl {
 
-/// A volume's directory is the root of its disc: the media's own, or directory i in it. List and
-/// manifest lie there and name what lies below it. In the AM layout it also holds a marker of its own,
-/// and everything else lies in "media/i".
+/// The directory of a volume is the root of its disc: the media's own directory, or directory i in
+/// it. It holds the list and the manifest, whose paths begin there. In the AM layout it also holds
+/// a marker, and everything else lies in "media/i".
 ///
-/// The paths of these functions are those below the place where the launcher finds the volume.
-/// Directories are made on the way. What writes throws as OpenDirectory does.
+/// The paths in calls of these functions begin at the place where the launcher finds the volume.
+/// The functions make missing directories. Those that write throw what OpenDirectory throws.
 class MediaWriter {
  public:
   using Kind = KVLInsIO::FileKind;
 
-  /// `top`, the media's directory, must outlive the writer. `time`, in seconds, is that of all
-  /// directories, and of all files but copies. So many files are copied beside each other.
+  /// `top`, the media's directory, must outlive the writer. All directories, and all files except
+  /// copies, get `time`, in seconds. Copies `jobs` files at the same time.
   MediaWriter(const KVLInsIO::OpenDirectory& top, Layout layout, std::size_t volumes,
               std::int64_t time, std::size_t jobs);
 
   void MakeDirectory(std::size_t volume, const std::string& path);
   void Write(std::size_t volume, const std::string& path, std::string_view text,
              Kind kind = Kind::kPlain);
-  /// For a file that gets its place only when the media is finished.
+  /// Records a file that the caller puts in place when the media is finished.
   void List(std::size_t volume, const std::string& path, std::string_view text, Kind kind);
-  /// As CopyPlanned does, sooner or later: it throws what went wrong with this file or with one before.
-  /// `file`, and the top of a tree that does not own it, must outlive the writer.
+  /// Copies a file as CopyPlanned does, now or later. Throws the failure of this copy or of an
+  /// earlier one. `file` must outlive the writer, and so must the top of `from` if the tree does
+  /// not own it.
   void Copy(std::size_t volume, const std::string& path, const PlannedFile& file, Kind kind);
   void Copy(std::size_t volume, const std::string& path, const PayloadEntry& entry, OpenTree& from);
-  /// A link that holds the same, with its time.
+  /// Makes a link with the same target and time.
   void Link(std::size_t volume, const std::string& path, const PayloadEntry& entry, OpenTree& from);
 
-  /// Begins the list of all files of the payload, at a path of the first volume. `see` is told of
-  /// what is copied of them.
+  /// Begins the list of all files of the payload, at a path of the first volume. Later copies of
+  /// the payload call `see`.
   void BeginPayload(const std::string& list, const SeeBytes& see);
-  /// As Copy, of a file below payload/<volume>: in the order of PathOrder, one volume after the other.
+  /// Copies a file below payload/<volume> as Copy does. Files must come in PathOrder, one volume
+  /// after the other.
   void CopyOfPayload(std::size_t volume, const std::string& path, const PayloadEntry& entry,
                      OpenTree& from);
-  /// Waits for all copies, and finishes the list. Throws as Copy does.
+  /// Waits for all copies, and finishes the list. Throws what Copy throws.
   void EndPayload();
 
-  /// Gives the signature of a manifest.
+  /// Returns the signature of a manifest.
   using Signer = std::function<std::string(const std::string& manifest)>;
 
-  /// Writes what makes volumes of directories, each for all volumes: the lists, the manifest, the
-  /// signature unless `sign` is empty, the number of volumes, the markers. Gives all directories
-  /// their time. Nothing else is to be written after that. Throws also what `sign` throws.
+  /// Writes for all volumes, in this order: the lists, the manifest, the signature unless `sign` is
+  /// empty, the number of volumes, the markers. Sets the time of all directories. Write nothing
+  /// else afterwards. Throws also what `sign` throws.
   void Finish(const std::string& tag, const Signer& sign);
 
-  /// The place where the launcher finds the volume; open until the next call.
+  /// Returns the place where the launcher finds the volume. It stays open until the next call.
   const KVLInsIO::OpenDirectory& PlaceOf(std::size_t volume);
 
  private:
@@ -79,9 +81,9 @@ class MediaWriter {
     std::set<std::string, PathOrder> directories;
     std::vector<std::string> programs;
     std::vector<ManifestLink> links;
-    std::uint64_t payload_files = 0;  // in the list of all
-    std::deque<ListedFile> files;     // all others; stay where they are while more are added
-    std::uint64_t bytes = 0;          // of all
+    std::uint64_t payload_files = 0;  // number of files in list_
+    std::deque<ListedFile> files;     // other files; a deque keeps references valid
+    std::uint64_t bytes = 0;          // of all files
   };
   struct LastFile {
     std::size_t volume;
@@ -97,7 +99,7 @@ class MediaWriter {
   ListedFile& Add(std::size_t volume, const std::string& path, const Digest& digest,
                   std::uint64_t size, Kind kind);
   void CountIn(std::size_t volume, const std::string& path, std::uint64_t size, Kind kind);
-  /// Makes a copy of this name in the directory, and keeps its digest.
+  /// Makes a copy of this name in the directory, and records its digest.
   using Copying = std::function<void(const KVLInsIO::OpenDirectory& to, const std::string& name)>;
   void CopyLater(std::size_t volume, const std::string& path, std::uint64_t size, Copying copying);
   void WaitForCopies();
@@ -109,15 +111,15 @@ class MediaWriter {
   const Layout layout_;
   const std::int64_t time_;
   OpenTree media_;
-  // Of volume 1 first; all paths are those from the volume's directory.
+  // For volumes 1, 2, ...; paths begin at the directory of the volume.
   std::vector<Record> records_;
-  std::string list_path_;  // from the directory of volume 1
+  std::string list_path_;  // from the directory of volume 1 on
   SeeBytes see_payload_;
   std::optional<ListOfAll> list_;
-  std::shared_ptr<const KVLInsIO::OpenDirectory> last_directory_;  // into which something is copied
+  std::shared_ptr<const KVLInsIO::OpenDirectory> last_directory_;  // target of the last copy
   std::mutex failing_;
   std::exception_ptr failure_;  // of the first copy that failed
-  TaskQueue copies_;            // last, so that all of it outlives the copies
+  TaskQueue copies_;            // last, because its threads use the members above
 };
 
 }  // namespace kvl

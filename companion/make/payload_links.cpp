@@ -17,11 +17,11 @@
 namespace kvl {
 namespace {
 
-/// As many as Linux follows, see path_resolution(7).
+/// The number of links that Linux follows in one path, see path_resolution(7).
 constexpr int kMostLinks = 40;
 
-/// All that lies in the volumes. Of files there are many, and of them only sums of their names are
-/// kept.
+/// The names of all entries in the volumes. Keeps only hashes of the names of files, because there
+/// are many.
 class Tree {
  public:
   explicit Tree(const Volumes& volumes) {
@@ -36,7 +36,7 @@ class Tree {
 
   const std::map<std::string, std::string>& Links() const { return links_; }
 
-  /// True when there is something in the tree where the link leads.
+  /// Returns whether the link leads to an entry of the tree.
   bool LeadsToSomething(const std::string& link, const std::string& target) const {
     std::string here = Place(link).directory, rest = target;
     for (int links = 1; !rest.empty();) {
@@ -85,10 +85,11 @@ class Tree {
   }
 
   [[noreturn]] static void RefuseTwice(const std::string& name) {
-    throw CannotMake("a link of one volume has the name of something on another: " + name);
+    throw CannotMake("a link of one volume has the name of an entry on another: " + name +
+                     "; rename one of them");
   }
 
-  std::map<std::string, std::string> links_;  // what each of them holds
+  std::map<std::string, std::string> links_;  // targets by names
   std::set<std::string> directories_;
   std::vector<std::uint64_t> files_;
 };
@@ -107,9 +108,8 @@ void CheckLinks(const Volumes& volumes) {
     refused.append(refused.empty() ? "" : ", ").append(name).append(" -> ").append(target);
   }
   if (refused.empty()) return;
-  throw CannotMake(
-      "links that lead to nothing in the payload (--links follow copies what they lead to): " +
-      refused);
+  throw CannotMake("links are absolute, lead out of the payload or to nothing in it: " + refused +
+                   "; correct them, remove them, or use --links follow");
 }
 
 }  // namespace kvl

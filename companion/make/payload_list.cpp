@@ -9,7 +9,8 @@ namespace {
 
 constexpr std::size_t kBlock = 65536;
 
-/// Seven bits in a byte, the lowest ones first; the highest bit says that more follow.
+/// Packs a number: seven bits in each byte, the lowest ones first. The highest bit says that
+/// another byte follows.
 void AddNumber(std::uint64_t number, std::string& block) {
   for (; number > 0x7F; number >>= 7U) block += static_cast<char>(number | 0x80U);
   block += static_cast<char>(number);
@@ -20,7 +21,7 @@ void AddText(std::string_view text, std::string& block) {
   block += text;
 }
 
-constexpr std::uint64_t kTypes = 4;  // more than there are
+constexpr std::uint64_t kTypes = 4;  // more than EntryType has
 
 }  // namespace
 
@@ -38,7 +39,7 @@ std::uint64_t MarkOf(const KVLInsIO::EntryState& state) {
       {reinterpret_cast<const char*>(fields.data()), sizeof(fields)});
 }
 
-/// A name begins as the one before it, mostly, so that only its end is kept.
+/// Packs an entry. Most names begin as the one before, so this keeps only the end of a name.
 void PayloadList::Add(const PayloadEntry& entry) {
   constexpr std::size_t kRoomForTheLast = 4096;
   if (blocks_.empty() || blocks_.back().size() >= kBlock) {

@@ -1,4 +1,4 @@
-// What is to be put on a media: the entries of a payload, in few bytes each, as there may be millions.
+// The entries of a payload, packed into few bytes each: there may be millions.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +13,7 @@
 
 namespace kvl {
 
-/// A call that makes no sense, or a payload that cannot be put on a media; the text says why.
+/// Thrown for a call of make that is not valid, and for a payload that cannot go onto a media.
 class CannotMake : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -21,17 +21,17 @@ class CannotMake : public std::runtime_error {
 
 enum class EntryType : unsigned char { kFile, kDirectory, kLink };
 
-/// A sum of all that a state says, to tell later whether it is still the same.
+/// Returns a hash of the state, to find out later whether the entry has changed.
 std::uint64_t MarkOf(const KVLInsIO::EntryState& state);
 
 struct PayloadEntry {
-  std::string name;  ///< its path in the payload, without "/" in front
+  std::string name;  ///< path in the payload, without a leading "/"
   EntryType type = EntryType::kFile;
-  bool is_program = false;    ///< a file that is to be executable
+  bool is_program = false;    ///< a file that becomes executable on the media
   std::uint64_t size = 0;     ///< of a file
   std::int64_t modified = 0;  ///< of a file or a link, in seconds
-  std::uint64_t mark = 0;     ///< of a file or a link, as it was when it was listed
-  std::string target = {};    ///< what a link holds
+  std::uint64_t mark = 0;     ///< of a file or a link: MarkOf its state when it was listed
+  std::string target = {};    ///< of a link
 
   bool IsFile() const { return type == EntryType::kFile; }
   bool IsDirectory() const { return type == EntryType::kDirectory; }
@@ -40,7 +40,8 @@ struct PayloadEntry {
 
 class PayloadList {
  public:
-  /// Unpacks one entry after the other. The list must outlive it, and stay as and where it is.
+  /// Unpacks one entry after the other. The list must outlive the iterator, and must not change or
+  /// move.
   class Iterator {
    public:
     using iterator_category = std::input_iterator_tag;
@@ -63,12 +64,12 @@ class PayloadList {
     std::string_view Text();
 
     const PayloadList* list_;
-    std::size_t place_;                 // of the entry, among all
-    std::size_t block_ = 0, next_ = 0;  // where the next one begins
+    std::size_t place_;                 // number of the entry in the list
+    std::size_t block_ = 0, next_ = 0;  // where the next entry begins
     PayloadEntry entry_;
   };
 
-  /// Adds an entry behind the others. The order is that of PathOrder.
+  /// Adds an entry behind the others. Entries must come in PathOrder.
   void Add(const PayloadEntry& entry);
 
   std::size_t Size() const { return size_; }
@@ -76,7 +77,7 @@ class PayloadList {
   Iterator end() const { return {*this, size_}; }
 
  private:
-  std::deque<std::string> blocks_;  // none is moved when one more is needed
+  std::deque<std::string> blocks_;  // a deque does not move blocks when it grows
   std::size_t size_ = 0;
   std::string last_name_;
 };

@@ -16,43 +16,45 @@ namespace {
 
 using KVLInsIO::OpenDirectory;
 
-/// Room for the directories of a volume, its own included, above that of its payload, and for its markers:
-/// four and two in the AM layout, less in any other.
+/// Room for the directories above that of the payload, including the volume's own, and for the
+/// markers. In the AM layout these are four directories and two markers, in other layouts fewer.
 constexpr std::uint64_t kVolumeFrame = 6 * kDiscBlock;
-/// In the list of a volume.
+/// Room for the lines of markers in the list of a volume, in bytes.
 constexpr std::uint64_t kLinesOfMarkers = 256;
 
-/// A number above 0 as it is written without need: no sign, no 0 in front.
+/// Returns whether the name is a number above 0 without a sign or a leading 0.
 bool IsVolumeNumber(const std::string& name) {
   return name.front() != '0' && name.find_first_not_of("0123456789") == std::string::npos;
 }
 
-/// The numbers for which `directory` holds a directory: 1, 2, ... up to the result.
+/// Returns the number of directories 1, 2, ... that `directory` consists of.
 std::size_t CountPresorted(const OpenDirectory& directory) {
   const std::vector<std::string> names = directory.Names();
   for (const std::string& name : names) {
     if (!IsVolumeNumber(name) || !S_ISDIR(directory.Look(name).mode)) {
-      throw CannotMake("a presorted payload holds directories 1, 2, ... and nothing else: " +
-                       PathBelow(directory.Path(), name));
+      throw CannotMake("PAYLOAD holds something other than directories 1, 2, ...: " +
+                       PathBelow(directory.Path(), name) +
+                       "; move it into one of them, or leave --presorted out");
     }
   }
   std::size_t count = 0;
   while (std::binary_search(names.begin(), names.end(), std::to_string(count + 1))) ++count;
   if (count == 0 || count < names.size()) {
-    throw CannotMake("a presorted payload without a directory " + std::to_string(count + 1) + ": " +
-                     directory.Path());
+    throw CannotMake("PAYLOAD has no directory " + std::to_string(count + 1) + ": " +
+                     directory.Path() + "; make it, or leave --presorted out");
   }
   return count;
 }
 
-[[noreturn]] void RefuseSoManyVolumes() {
-  throw CannotMake("more than " + std::to_string(kMostVolumes) + " volumes would be needed");
+[[noreturn]] void RefuseSoManyVolumes(const std::string& remedy) {
+  throw CannotMake("the payload needs more than " + std::to_string(kMostVolumes) + " volumes; " +
+                   remedy);
 }
 
-/// One volume being filled.
+/// A volume that is being filled.
 class Filling {
  public:
-  /// From the entry `begin` of the list on.
+  /// The volume begins at the entry `begin` of the list.
   Filling(std::shared_ptr<const PayloadList> list, const PayloadList::Iterator& begin,
           const VolumeRoom& room, std::uint64_t other_bytes)
       : volume_(std::move(list), begin, begin),
@@ -60,14 +62,14 @@ class Filling {
         way_(room.way),
         other_bytes_(kVolumeFrame + other_bytes) {}
 
-  /// False when the entry does not fit, and then nothing has changed.
+  /// Adds the entry and returns true if it fits. Otherwise changes nothing and returns false.
   bool Take(const PayloadEntry& entry) {
     if (BytesWith(entry) > most_bytes_) return false;
     TakeAnyway(entry);
     return true;
   }
 
-  /// Whether it fits or not.
+  /// Adds the entry, even if it does not fit.
   void TakeAnyway(const PayloadEntry& entry) {
     AddTo(room_, entry);
     ForEachNewDirectory(entry, [&](const PayloadEntry& directory) {
@@ -81,8 +83,9 @@ class Filling {
     if (entry.IsFile()) ++volume_.files;
   }
 
-  /// What the volume needs as an image, and what it would need with one more entry.
+  /// Returns the bytes of a disc image of the volume.
   std::uint64_t Bytes() const { return BytesIn(room_, 0); }
+  /// Returns the bytes of a disc image of the volume with one more entry.
   std::uint64_t BytesWith(const PayloadEntry& entry) const {
     ImageRoom room = room_;
     AddTo(room, entry);
@@ -90,7 +93,7 @@ class Filling {
   }
 
   bool Fits() const { return Bytes() <= most_bytes_; }
-  /// With all entries before `end`.
+  /// Returns the volume with all entries before `end`.
   PlannedVolume Finished(const PayloadList::Iterator& end) && {
     volume_.image_bytes = Bytes();
     volume_.EndAt(end);
@@ -107,7 +110,8 @@ class Filling {
     if (!entry.IsDirectory()) room.Add(entry);
   }
 
-  /// In the order of PathOrder, the last entry lies in every directory that is known and comes again.
+  /// Calls `see` with the directories of the path that are new. In PathOrder, a directory that is
+  /// not new contains the last entry or is that entry.
   void ForEachNewDirectory(const PayloadEntry& entry,
                            const std::function<void(const PayloadEntry&)>& see) const {
     const std::string path = entry.IsDirectory() ? entry.name + "/" : entry.name;
@@ -124,22 +128,27 @@ class Filling {
   std::uint64_t way_;
   std::uint64_t other_bytes_;
   ImageRoom room_;    // of the payload
-  std::string last_;  // the path of what was taken last
+  std::string last_;  // path of the last entry
 };
 
-[[noreturn]] void RefuseAsTooLarge(const std::string& what, std::uint64_t bytes) {
-  throw CannotMake(what + " (needs " + std::to_string(bytes) + " bytes)");
+/// Throws for a part of the payload that needs so many bytes on a volume of its own.
+[[noreturn]] void RefuseAsTooLarge(const std::string& path, std::uint64_t bytes,
+                                   const std::string& remedy) {
+  throw CannotMake("too large for one volume: " + path + " (needs " + std::to_string(bytes) +
+                   " bytes); give a larger --volume-size, or " + remedy);
 }
 
-/// The first volume must hold this besides payload.
+/// Throws if the first volume has no room for what it holds besides payload.
 void CheckFirst(const Filling& volume) {
   if (volume.Fits()) return;
-  RefuseAsTooLarge("the volume size is too small for what the first volume holds besides payload",
-                   volume.Bytes());
+  throw CannotMake(
+      "--volume-size is too small for what the first volume holds besides payload: "
+      "it needs " +
+      std::to_string(volume.Bytes()) + " bytes; give a larger --volume-size");
 }
 
-/// What depends on how the payload is spread: the manifest, on each volume, and the description of all
-/// volumes, on the first one.
+/// Bytes of the files that depend on how the payload is spread: the manifest on each volume, and
+/// the description of all volumes on the first one.
 struct Common {
   std::uint64_t manifest, description;
 };
@@ -158,7 +167,8 @@ bool LiesIn(const PayloadEntry& entry, const PayloadEntry& directory) {
   return entry.name.starts_with(directory.name + "/");
 }
 
-/// False when these entries do not all fit, and then nothing has changed.
+/// Adds these entries and returns true if they all fit. Otherwise changes nothing and returns
+/// false.
 bool Take(Filling& volume, const PayloadList::Iterator& first, const PayloadList::Iterator& end) {
   auto next = first;
   if (++next == end) return volume.Take(*first);
@@ -175,10 +185,12 @@ void CheckAreDirectories(const std::set<std::string>& undivided, const PayloadLi
     if (entry.IsDirectory()) unknown.erase(entry.name);
   }
   if (unknown.empty()) return;
-  throw CannotMake("--keep-together: no directory of the payload: " + *unknown.begin());
+  throw CannotMake("--keep-together is not a directory of PAYLOAD: " + *unknown.begin() +
+                   "; give its path in PAYLOAD");
 }
 
-/// With so much of what depends on it, and for the list of all files on the first volume.
+/// Spreads the payload over volumes, with so much room for `common`, and for the list of all files
+/// on the first volume.
 Volumes Spread(const std::shared_ptr<const PayloadList>& payload, const VolumeRoom& room,
                const Common& common, std::uint64_t list_of_all) {
   Volumes volumes;
@@ -201,9 +213,10 @@ Volumes Spread(const std::shared_ptr<const PayloadList>& payload, const VolumeRo
       volume = begin_volume(0);
       if (!Take(volume, first, next)) {
         for (auto each = first; each != next; ++each) volume.TakeAnyway(*each);
-        RefuseAsTooLarge("larger than a volume: " + entry.name, volume.Bytes());
+        RefuseAsTooLarge(entry.name, volume.Bytes(),
+                         is_undivided ? "leave its --keep-together out" : "split the file");
       }
-      if (volumes.size() == kMostVolumes) RefuseSoManyVolumes();
+      if (volumes.size() == kMostVolumes) RefuseSoManyVolumes("give a larger --volume-size");
     }
     behind_the_last = next;
   }
@@ -231,7 +244,7 @@ Volumes SplitPayload(PayloadList payload, const VolumeRoom& room) {
 
 Volumes PresortedPayload(const OpenDirectory& directory, Links links, const VolumeRoom& room) {
   const std::size_t count = CountPresorted(directory);
-  if (count > kMostVolumes) RefuseSoManyVolumes();
+  if (count > kMostVolumes) RefuseSoManyVolumes("join some of the directories in PAYLOAD");
   std::vector<std::shared_ptr<const PayloadList>> lists;
   std::uint64_t list_of_all = 0;
   std::uint64_t in_manifest = room.in_manifest;
@@ -251,9 +264,8 @@ Volumes PresortedPayload(const OpenDirectory& directory, Links links, const Volu
     if (i == 1) CheckFirst(volume);
     for (const PayloadEntry& entry : *list) volume.TakeAnyway(entry);
     if (!volume.Fits()) {
-      RefuseAsTooLarge(
-          "more than a volume holds: " + PathBelow(directory.Path(), std::to_string(i)),
-          volume.Bytes());
+      RefuseAsTooLarge(PathBelow(directory.Path(), std::to_string(i)), volume.Bytes(),
+                       "move files to another directory");
     }
     volumes.push_back(std::move(volume).Finished(list->end()));
   }

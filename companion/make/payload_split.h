@@ -1,4 +1,4 @@
-// Splitting a payload into volumes: what lies where, decided before anything is written.
+// Splitting a payload into volumes.
 #pragma once
 
 #include <cstdint>
@@ -19,18 +19,18 @@ namespace kvl {
 
 inline constexpr std::uint64_t kNoLimit = UINT64_MAX;
 
-/// What a volume is to hold besides payload.
+/// The limit for volumes, and the room that they need for other things than payload. All in bytes.
 struct VolumeRoom {
-  std::uint64_t most_bytes = kNoLimit;
-  std::uint64_t
-      on_first;  ///< bytes of what lies on the first volume only, whatever the number of volumes
-  std::uint64_t in_manifest;  ///< length of the lines in the manifest for what is no payload
-  std::set<std::string> undivided = {};  ///< directories of the payload that lie on one volume each
+  std::uint64_t most_bytes = kNoLimit;  ///< of the disc image of a volume
+  /// On the first volume only, without what depends on the number of volumes.
+  std::uint64_t on_first;
+  std::uint64_t in_manifest;             ///< lines of the manifest for other things than payload
+  std::set<std::string> undivided = {};  ///< directories of the payload that must lie on one volume
   std::uint64_t way = kLongestWay;       ///< to the names of the payload, see record_room.h
 };
 
-/// The payload of a volume: some entries of a list, one behind the other. The directories that they lie
-/// in are there, too, also those that stand before the first of them in the list.
+/// The payload of a volume: successive entries of a list. The volume also has the directories above
+/// them, even those that stand before its first entry in the list.
 class PlannedVolume {
  public:
   using Iterator = PayloadList::Iterator;
@@ -44,8 +44,8 @@ class PlannedVolume {
   void EndAt(const Iterator& end) { end_ = end; }
 
   std::uint64_t files = 0, bytes = 0;
-  std::uint64_t image_bytes = 0;               ///< at most, of an image of the volume
-  std::uint64_t in_list = 0, in_manifest = 0;  ///< length of its lines there, see record_room.h
+  std::uint64_t image_bytes = 0;               ///< most bytes of a disc image of the volume
+  std::uint64_t in_list = 0, in_manifest = 0;  ///< length of its lines, see record_room.h
 
  private:
   std::shared_ptr<const PayloadList> list_;
@@ -54,18 +54,20 @@ class PlannedVolume {
 
 using Volumes = std::vector<PlannedVolume>;
 
-/// Spreads the entries over volumes in their order, so that the image of none takes more than its most
-/// bytes, its tables, its list and the manifest included; the first one also holds the list of all files
-/// and the description of all volumes. There is at least one volume.
-/// Throws CannotMake when a file, or a directory that is not to be divided, is too large for any volume, when
-/// there is no such directory, when the limit is too small for the first volume, and for more than
-/// kMostVolumes volumes.
+/// Spreads the entries over volumes, in their order. No disc image of a volume takes more than
+/// `room.most_bytes`, including its tables, its list and the manifest. The first volume also holds
+/// the list of all files and the description of all volumes. Returns at least one volume.
+///
+/// Throws CannotMake if a file or an undivided directory is too large for a volume, an undivided
+/// directory is not in the payload, the limit is too small for the first volume, or there are more
+/// than kMostVolumes volumes.
 Volumes SplitPayload(PayloadList payload, const VolumeRoom& room);
 
-/// The entries of the directories "1", "2", ... of `directory`, each of them a volume with names of its
-/// own, with the same sizes as above.
-/// Throws CannotMake when anything else lies there or a number is missing, when a volume holds too
-/// much, and as ListPayload and SplitPayload do.
+/// Makes a volume of each of the directories "1", "2", ... in `directory`. The names of its entries
+/// begin there. The limit and the sizes are those of SplitPayload.
+///
+/// Throws CannotMake if `directory` holds anything else, a number is missing or a volume is too
+/// large; and what ListPayload and SplitPayload throw.
 Volumes PresortedPayload(const KVLInsIO::OpenDirectory& directory, Links links,
                          const VolumeRoom& room);
 

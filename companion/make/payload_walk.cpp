@@ -31,7 +31,7 @@ class PayloadWalk {
   }
 
  private:
-  /// One directory is open at a time.
+  /// Keeps only one directory open at a time.
   void ListBelow(const std::string& path) {
     const std::string prefix = path.empty() ? "" : path + "/";
     for (const std::string& name : tree_.At(path).Names()) {
@@ -43,10 +43,11 @@ class PayloadWalk {
     const std::string full = PathBelow(directory.Path(), name);
     const EntryState state = directory.Look(name);
     if (name.find_first_of("\n\r") != std::string::npos) {
-      throw CannotMake("a name with a line break cannot be listed: " + full);
+      throw CannotMake("a name has a line break: " + full + "; rename it");
     }
     if (name.size() > kLongestDiscName) {
-      throw CannotMake("a name is too long for a disc: " + full);
+      throw CannotMake("a name is too long for a disc: " + full + "; shorten it to " +
+                       std::to_string(kLongestDiscName) + " bytes");
     }
     if (S_ISLNK(state.mode)) {
       if (tree_.FollowsLinks()) return ListWhatItLeadsTo(path, full);
@@ -58,15 +59,16 @@ class PayloadWalk {
     }
     if (S_ISDIR(state.mode)) return ListDirectory(path, full, {state.device, state.inode});
     if (!S_ISREG(state.mode)) RefuseKind(full);
-    (void)directory.File(name);  // so that nothing is written when one of them cannot be read
+    (void)directory.File(name);  // throws before make writes anything if the file cannot be read
     list_.Add(FileEntry(path, state));
   }
 
-  /// The directories above are known, so that no link leads back to one of them.
+  /// Throws if the directory is one of those above it, to which a link has led back.
   void ListDirectory(const std::string& path, const std::string& full,
                      const FileIdentity& identity) {
     if (std::find(way_.begin(), way_.end(), identity) != way_.end()) {
-      throw CannotMake("a link leads round in a circle: " + full);
+      throw CannotMake("a link leads back to a directory that contains it: " + full +
+                       "; remove it, or let it lead elsewhere");
     }
     list_.Add({.name = path, .type = EntryType::kDirectory});
     way_.push_back(identity);
@@ -76,18 +78,21 @@ class PayloadWalk {
 
   void ListWhatItLeadsTo(const std::string& path, const std::string& full) {
     const PathState there = StateAt(full);
-    if (!there.IsThere()) throw CannotMake("a link leads to nothing: " + full);
+    if (!there.IsThere()) {
+      throw CannotMake("a link leads to nothing: " + full +
+                       "; remove it, or let it lead elsewhere");
+    }
     if (there.IsDirectory()) return ListDirectory(path, full, there.identity);
     if (!there.IsFile()) RefuseKind(full);
     list_.Add(FileEntry(path, OpenFile(full).State()));
   }
 
   [[noreturn]] static void RefuseKind(const std::string& full) {
-    throw CannotMake("neither a file nor a directory: " + full);
+    throw CannotMake("a pipe, socket or device cannot go onto a media: " + full + "; remove it");
   }
 
   OpenTree tree_;
-  std::vector<FileIdentity> way_;  // down to where it is
+  std::vector<FileIdentity> way_;  // the directories from the top down to the present one
   PayloadList list_;
 };
 

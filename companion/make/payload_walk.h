@@ -1,4 +1,4 @@
-// Listing a payload as it lies in a directory.
+// Listing the entries of a payload.
 #pragma once
 
 #include "companion/make/payload_list.h"
@@ -7,11 +7,10 @@
 
 namespace kvl {
 
-/// Everything below the directory. With Links::kFollowed, what a link leads to stands there in its
-/// place.
-/// Throws CannotMake for a pipe, a socket, a device, a name with a line break or too long for a disc,
-/// for a link to follow that leads to a directory above it, and for what cannot be read; what
-/// OpenDirectory throws for what cannot be looked at.
+/// Returns everything below the directory. With Links::kFollowed, lists what a link leads to in the
+/// place of the link. Throws CannotMake for a pipe, a socket, a device, a name with a line break or
+/// too long for a disc, and for a followed link that leads to nothing or to a directory above it.
+/// Throws what OpenDirectory throws for an entry that cannot be read.
 PayloadList ListPayload(const KVLInsIO::OpenDirectory& directory, Links links);
 
 }  // namespace kvl

@@ -16,7 +16,8 @@ using KVLInsIO::OpenDirectory;
 using KVLInsIO::OpenFile;
 
 [[noreturn]] void RefuseAsChanged(const std::string& path) {
-  throw std::runtime_error("changed since the media was planned: " + path);
+  throw std::runtime_error("this changed while make was at work: " + path +
+                           "; change nothing until make has ended");
 }
 
 }  // namespace

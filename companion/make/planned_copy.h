@@ -1,4 +1,4 @@
-// Copying what was planned, and nothing else.
+// Copying files and links, and refusing those that have changed since the media was planned.
 #pragma once
 
 #include <cstdint>
@@ -12,21 +12,20 @@
 
 namespace kvl {
 
-/// Opens a file of a directory, or what a link leads to that stands there when links are followed.
-/// Throws std::runtime_error "changed since the media was planned: " + path when it is not what the
-/// mark is of; as OpenDirectory does.
+/// Opens a file of a directory, or the file that a link leads to if links are followed. Throws
+/// std::runtime_error if MarkOf its state is not `mark`, and what OpenDirectory throws.
 PlannedFile OpenPlanned(const KVLInsIO::OpenDirectory& from, const std::string& name,
                         std::uint64_t mark, Links links);
 
-/// Throws the same when a link is no longer what it was.
+/// Throws std::runtime_error if the link has changed since it was listed.
 void CheckPlannedLink(const PayloadEntry& entry, OpenTree& from);
 
-/// Told of each piece of a file that is being copied, in the thread that copies it.
+/// Called with the number of bytes of each piece that was copied, in the thread that copies.
 using SeeBytes = std::function<void(std::uint64_t bytes)>;
 
-/// Copies the file into the directory, not a byte more than was planned, and gives the digest of what
-/// was written; it is read once.
-/// Throws as above when it is not what was planned, and as CopyFile does. Nothing is left then.
+/// Copies the file into the directory, and returns the digest of what was written. Reads the file
+/// once, and copies no more bytes than were planned. Throws std::runtime_error if the file has
+/// changed, and what CopyFile throws. Leaves no copy then.
 Digest CopyPlanned(const PlannedFile& planned, const KVLInsIO::OpenDirectory& directory,
                    const std::string& name, KVLInsIO::FileKind kind, const SeeBytes& see = {});
 

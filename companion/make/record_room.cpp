@@ -47,9 +47,9 @@ std::uint64_t ManifestLength(const PayloadList& entries, std::uint64_t way) {
 }
 
 std::uint64_t ManifestFrame(std::uint64_t volumes) {
-  // The first lines, and of the first volume the directories and programs that all media have.
+  // The first lines, and the directories and programs on the first volume of every media.
   constexpr std::uint64_t kMedia = 320;
-  // The figures of a volume, and the directories that its payload lies in.
+  // The figures of a volume, and the directories above its payload.
   constexpr std::uint64_t kVolume = 224;
   return kMedia + volumes * kVolume;
 }

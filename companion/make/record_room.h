@@ -1,5 +1,6 @@
-// How much room a media needs for what it says of itself: lists of files, the list of all files, the
-// manifest, the table of contents. Never less than they turn out to take.
+// The lengths of the generated files: lists of files, list of all files, manifest, table of
+// contents. All are in bytes, and never less than make writes. The way is the length of the path
+// from a volume's directory to the names of its entries.
 #pragma once
 
 #include <cstdint>
@@ -8,23 +9,25 @@
 
 namespace kvl {
 
-/// The longest way from a volume's directory to the names of its entries.
 inline constexpr std::uint64_t kLongestWay = 22;       ///< media/999/payload/999/
-inline constexpr std::uint64_t kLongestWayButAm = 12;  ///< payload/999/, in any layout but AM
+inline constexpr std::uint64_t kLongestWayButAm = 12;  ///< payload/999/, in all layouts except AM
 
-/// Of an entry's line in its volume's list, behind a way of this length.
+/// Returns the length of the entry's line, or of all lines, in the list of a volume.
 std::uint64_t ListLength(const PayloadEntry& entry, std::uint64_t way);
 std::uint64_t ListLength(const PayloadList& entries, std::uint64_t way);
-/// In the list of all files the volume's number stands in front.
+/// Returns the length of all lines in the list of all files, which begin with the number of a
+/// volume.
 std::uint64_t ListOfAllLength(const PayloadList& entries, std::uint64_t way);
 
-/// Of an entry's line in the manifest, and of all that are listed; a plain file has none.
+/// Returns the length of the entry's line, or of all lines, in the manifest. A plain file has no
+/// line.
 std::uint64_t ManifestLength(const PayloadEntry& entry, std::uint64_t way);
 std::uint64_t ManifestLength(const PayloadList& entries, std::uint64_t way);
-/// Of a manifest for so many volumes, without the lines of entries and the names in the call.
+/// Returns the length of a manifest for so many volumes, without the lines of entries, the tag and
+/// the names of systems.
 std::uint64_t ManifestFrame(std::uint64_t volumes);
 
-/// Of the lines for so many volumes in the table of contents.
+/// Returns the length of the lines for so many volumes in the table of contents.
 std::uint64_t ContentsLength(std::uint64_t volumes);
 
 }  // namespace kvl

@@ -13,7 +13,8 @@ std::optional<std::int64_t> ParseSourceDate(const std::string& text) {
   const char* const end = text.data() + text.size();
   const auto [rest, error] = std::from_chars(text.data(), end, seconds);
   if (error != std::errc() || rest != end || text.front() == '-') {
-    throw CannotMake(std::string(kSourceDateEpoch) + ": no number of seconds: " + text);
+    throw CannotMake(std::string(kSourceDateEpoch) + " is not a number of seconds: " + text +
+                     "; set it to decimal digits, or unset it");
   }
   return seconds;
 }

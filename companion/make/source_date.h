@@ -1,4 +1,4 @@
-// The value of SOURCE_DATE_EPOCH, see https://reproducible-builds.org/specs/source-date-epoch/.
+// Parsing SOURCE_DATE_EPOCH, see https://reproducible-builds.org/specs/source-date-epoch/.
 #pragma once
 
 #include <cstdint>
@@ -9,8 +9,8 @@ namespace kvl {
 
 inline constexpr char kSourceDateEpoch[] = "SOURCE_DATE_EPOCH";
 
-/// The seconds since 1970 that a text like "1700000000" stands for; nothing for the empty text.
-/// Throws CannotMake for anything but decimal digits, and for more than 63 bits hold.
+/// Returns the seconds since 1970 in a text like "1700000000", and nothing for an empty text.
+/// Throws CannotMake if the text is not a decimal number of up to 63 bits.
 std::optional<std::int64_t> ParseSourceDate(const std::string& text);
 
 }  // namespace kvl

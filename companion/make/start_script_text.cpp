@@ -7,10 +7,10 @@ namespace kvl {
 namespace {
 
 constexpr char kFindMedia[] = R"sh(#!/bin/sh -
-# Starts the installation from the media that this script lies in; all arguments are handed on.
+# Starts the installation from the media that this script lies in, and passes all arguments on.
+# It does not use /dev/null: where that is missing, the superuser would create it as a plain file.
 
-# Nothing here needs /dev/null, which the superuser would make a plain file where it is missing.
-# The script's own path, behind symbolic links, never with a leading "-".
+# Find the path of this script behind symbolic links. It must not begin with "-".
 self=$0
 case $self in
   */*) ;;
@@ -22,19 +22,20 @@ while [ -L "$self" ] && target=$(readlink "$self" 2>&1 && echo x); do
   case $target in /*) self=$target ;; *) self=${self%/*}/$target ;; esac
 done
 
-# Linked directories keep their names, so that volumes linked side by side are found side by side;
-# ".." is followed as the system followed it to this script. The "x" guards a final line feed.
+# Keep the names of linked directories, so that the launcher finds volumes that are linked side by
+# side. But follow ".." as the system did on the way to this script. The "x" protects a final line
+# feed from the command substitution.
 case $self in */../*) links=-P ;; *) links=-L ;; esac
 CurrentMediaDir=$(cd "$links" "${self%/*}/" && pwd "$links" && echo x) || exit 1
 CurrentMediaDir=${CurrentMediaDir%?x}
 )sh";
 
-/// With the names of the media's files in at signs.
+/// Names between at signs stand for names of files on the media.
 constexpr char kStart[] = R"sh(KVL_LIBPATH_VARNAME=LD_LIBRARY_PATH
 export CurrentMediaDir KVL_OS KVL_Installer_EXE KVL_LIBPATH_VARNAME
 
-# Where not even the root directory seems to be open to us, an older container runtime refuses the
-# shell's question itself.
+# If not even the root directory seems executable, an older container runtime refuses this kind of
+# test, and the launcher is started without it.
 launcher=$CurrentMediaDir/@inst@/$KVL_OS/@code@/@bin@/@launcher@
 if [ ! -f "$launcher" ] || { [ -x / ] && [ ! -x "$launcher" ]; }; then
   printf '%s: the launcher is missing or cannot be executed: %s\n' "${0##*/}" "$launcher" >&2
@@ -42,18 +43,18 @@ if [ ! -f "$launcher" ] || { [ -x / ] && [ ! -x "$launcher" ]; }; then
 fi
 
 # A program that runs from a media keeps it mounted, and the launcher runs as long as the installer.
-# Of several volumes it is therefore started from a copy, which loses its name at once; where none
-# can be made or started, from the media. The launcher closes the descriptor of the copy, and those
-# that the caller has open are left to the installer.
-# Only the beginning of the number is read, and nothing of a file without a size: one of those that
-# the system makes up may let its reader wait.
+# With several volumes, start the launcher from a copy, and remove the name of the copy at once. If
+# the copy cannot be made or started, start the launcher from the media. The launcher closes the
+# descriptor of the copy. The descriptors of the caller stay open for the installer.
+# Read only the beginning of the number of volumes, and nothing from a file of size 0: it may be a
+# file of the kernel that makes its reader wait.
 if [ -f "$CurrentMediaDir/@inst@/@volumes@" ] && [ -d /proc/self/fd ] &&
   { [ ! -s "$CurrentMediaDir/@inst@/@volumes@" ] ||
     [ "$(dd if="$CurrentMediaDir/@inst@/@volumes@" bs=16 count=1 2>&- |
       tr -d '\000' 2>&- | head -n 1 2>&-)" != 1 ]; } &&
   target=$(mktemp 2>&1); then
-  # The empty file is a program that does nothing, where there may be programs at all: not every shell
-  # knows of "noexec" when it is asked for the permission.
+  # Run the empty file as a program first. That fails on a file system that is mounted noexec, which
+  # not every shell takes into account when it tests the permission.
   if [ -z "$({ chmod -- 700 "$target" && "$target" && cp -- "$launcher" "$target"; } 2>&1 ||
     echo x)" ]; then
     for number in 3 4 5 6 7 8 9; do
@@ -76,7 +77,7 @@ std::string NamesOf(const PlannedSystem& system, const std::string& indentation)
          "KVL_Installer_EXE=" + system.installer_name + "\n";
 }
 
-/// Sets the names of the system for this machine.
+/// Returns the part of the script that chooses the system for the machine and sets its names.
 std::string ChoiceOf(const std::vector<PlannedSystem>& systems) {
   if (systems.front().machine.empty()) return NamesOf(systems.front(), "");
   std::string text = "\nmachine=$(uname -m)\ncase $machine in\n", known;

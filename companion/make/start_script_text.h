@@ -1,4 +1,4 @@
-// The start scripts of a media.
+// The text of the start scripts of a media.
 #pragma once
 
 #include <string>
@@ -8,10 +8,10 @@
 
 namespace kvl {
 
-/// A script that starts the launcher of the media that it lies in, with `arguments` as they stand in
-/// the script: that of the one system, or of the one for the machine that uname(1) names. On any other
-/// machine it ends with status 1 and a line on standard error that names those that there are.
-/// The names hold nothing that a shell expands.
+/// Returns a script that starts the launcher of its media, with `arguments` as the text of its
+/// arguments. With several systems, it starts the launcher of the one whose machine uname(1) names.
+/// On any other machine, it ends with status 1 and a line on standard error that names the machines
+/// of the media. The names of the systems and programs must hold nothing that a shell expands.
 std::string StartScriptText(const std::vector<PlannedSystem>& systems,
                             const std::string& arguments);
 

@@ -1,4 +1,4 @@
-// A file that is written piece by piece, with the digest of what it holds.
+// A file that is written piece by piece, and the digest of its contents.
 #pragma once
 
 #include <cstdint>
@@ -12,16 +12,16 @@ namespace kvl {
 
 class SummedFile {
  public:
-  /// Makes the file. Throws as OpenDirectory::MakeFile does.
+  /// Makes the file. Throws what OpenDirectory::MakeFile throws.
   SummedFile(const KVLInsIO::OpenDirectory& directory, const std::string& name)
       : file_(directory.MakeFile(name)) {}
 
-  /// Adds to the text, which is written in large pieces. Throws as NewFile::Write does.
+  /// Appends to the file, which is written in large pieces. Throws what NewFile::Write throws.
   void Add(std::string_view text);
-  /// Writes the rest, and gives the file this time. Throws as NewFile does.
+  /// Writes the rest, and sets the time of the file. Throws what NewFile throws.
   void Finish(std::int64_t time);
 
-  // Of the finished file.
+  // Call these after Finish.
   const Digest& Sum() const { return sum_; }
   std::uint64_t Size() const { return size_; }
 
@@ -29,7 +29,7 @@ class SummedFile {
   void Write();
 
   KVLInsIO::NewFile file_;
-  std::string text_;  // to be written
+  std::string text_;  // not written yet
   Hasher hasher_;
   std::uint64_t size_ = 0;
   Digest sum_;

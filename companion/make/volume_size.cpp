@@ -21,7 +21,7 @@ constexpr Named kUnits[] = {
     {"", 1},       {"K", 1U << 10U},  {"M", 1U << 20U},     {"G", 1U << 30U},
     {"KB", 1'000}, {"MB", 1'000'000}, {"GB", 1'000'000'000}};
 
-/// 0 for a name that is none of them.
+/// Returns 0 for an unknown name.
 template <std::size_t kCount>
 std::uint64_t BytesOf(std::string_view name, const Named (&all)[kCount]) {
   const auto* const found = std::ranges::find(all, name, &Named::name);
@@ -37,8 +37,9 @@ std::uint64_t ParseVolumeSize(const std::string& text) {
   const auto [letters, error] = std::from_chars(text.data(), end, number);
   const std::uint64_t unit = BytesOf({letters, end}, kUnits);
   if (error != std::errc() || unit == 0 || number == 0 || number > UINT64_MAX / unit) {
-    throw CannotMake("--volume-size: no size: " + text +
-                     " (a whole number, with K, M, G, KB, MB or GB; or cd, dvd, dvd-dl)");
+    throw CannotMake("--volume-size is not a size: " + text +
+                     "; give a whole number, also with K, M, G, KB, MB or GB, or one of cd, dvd "
+                     "and dvd-dl");
   }
   return number * unit;
 }

@@ -21,7 +21,8 @@ bool HasEnded(pid_t child) {
   return info.si_pid == child;
 }
 
-/// While it lives, standard error goes into memory. Where that cannot be, nothing changes.
+/// Sends standard error into memory while this object exists. Changes nothing when the system
+/// cannot do that.
 class ErrorsInMemory {
  public:
   ErrorsInMemory()
@@ -39,7 +40,7 @@ class ErrorsInMemory {
   ErrorsInMemory(const ErrorsInMemory&) = delete;
   ErrorsInMemory& operator=(const ErrorsInMemory&) = delete;
 
-  /// What has been written until now, up to a bound.
+  /// Returns what has been written so far, up to 65536 bytes.
   std::string Text() const {
     std::array<char, 65536> text;
     const ssize_t length = memory_ < 0 ? 0 : ::pread(memory_, text.data(), text.size(), 0);
@@ -75,7 +76,7 @@ ProgramScope::ProgramScope() {
   ::pthread_sigmask(SIG_BLOCK, &endings_, &before_);
 }
 
-/// What has been asked for happens here.
+/// A signal that had to wait arrives here.
 ProgramScope::~ProgramScope() {
   ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }

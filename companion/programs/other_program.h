@@ -1,4 +1,4 @@
-// Running a program that the companion needs, and leaving nothing behind when a signal ends both.
+// Running another program such that a signal that ends both leaves nothing behind.
 #pragma once
 
 #include <sys/types.h>
@@ -11,13 +11,13 @@
 
 namespace kvl {
 
-/// Where a program of that name is found on PATH, or in /bin or /usr/bin when that is empty; empty when it is
-/// nowhere.
+/// Returns the path of the program of that name on PATH, or in /bin or /usr/bin when PATH is empty.
+/// Returns an empty text when there is no such program.
 std::string PathOfProgram(const std::string& name);
 
-/// While it lives, a signal that asks this process to end (SIGINT, SIGTERM, SIGHUP) has to wait, unless
-/// it is ignored, so that what is made meanwhile can be removed; it ends the process with the scope. Only
-/// for this thread: in others these signals must be blocked.
+/// While this object exists, SIGINT, SIGTERM and SIGHUP have to wait unless they are ignored, so
+/// that the caller can remove what it has made. At the end of the scope, a signal that waits ends
+/// the process. All other threads must have these signals blocked.
 class ProgramScope {
  public:
   ProgramScope();
@@ -25,12 +25,13 @@ class ProgramScope {
   ProgramScope(const ProgramScope&) = delete;
   ProgramScope& operator=(const ProgramScope&) = delete;
 
-  /// Runs a program, as ChildProcess does, and gives its exit code; kNoExitCode when there is none. The
-  /// first of those signals is handed to it, the second one kills it.
+  /// Runs a program as ChildProcess does, and returns its exit code, or kNoExitCode when it has
+  /// none. Passes the first of those signals on to the program, and kills it at the second one.
   int Run(const std::vector<std::string>& command) const;
 
-  /// The same, and what it says on standard error goes into `said` and nowhere else, where the
-  /// system has memory to keep it in (Linux 3.17). No other thread may write there meanwhile.
+  /// Does the same, and keeps what the program writes to standard error in `said` instead of
+  /// showing it. Before Linux 3.17, shows it and leaves `said` empty. No other thread may write to
+  /// standard error meanwhile.
   int Run(const std::vector<std::string>& command, std::string& said) const;
 
  private:

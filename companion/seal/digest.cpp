@@ -12,7 +12,9 @@ constexpr std::string_view kDigits = "0123456789abcdef";
 constexpr unsigned kBase = 16;
 
 void ThrowUnless(bool is_done) {
-  if (!is_done) throw std::runtime_error("SHA-256 cannot be computed");
+  if (!is_done) {
+    throw std::runtime_error("libcrypto cannot compute SHA-256; check the library's installation");
+  }
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// SHA-256 of what lies on a media.
+// SHA-256 digests of files and texts.
 #pragma once
 
 #include <array>
@@ -20,28 +20,29 @@ namespace kvl {
 struct Digest {
   std::array<unsigned char, 32> bytes = {};
 
-  /// 64 digits, the letters small.
+  /// Returns 64 hexadecimal digits in lower case.
   std::string Hex() const;
-  /// Of a text that Hex() gives; nothing for any other.
+  /// Returns the digest of a text that Hex() returns, and nothing for any other text.
   static std::optional<Digest> FromHex(std::string_view text);
 
   friend bool operator==(const Digest&, const Digest&) = default;
 };
 
-/// To be called before the cryptographic library is used. It then reads no configuration: a file of the
-/// system, or one that a variable names, could have other code loaded. False when it cannot be used.
+/// Prepares the cryptographic library; call it before any other use of the library. Keeps the
+/// library from reading a configuration file, which could make it load other code. Returns false
+/// when the library cannot be used.
 bool IsCryptoReady();
 
-/// Of bytes that come piece by piece.
-/// Throws std::runtime_error "SHA-256 cannot be computed".
+/// Computes the digest of bytes that come piece by piece. Throws std::runtime_error when the
+/// library cannot compute it.
 class Hasher {
  public:
   Hasher();
 
   void Add(std::string_view bytes);
-  /// How many bytes there were.
+  /// Returns how many bytes have been added.
   std::uint64_t Size() const { return size_; }
-  /// The digest of them all. Nothing can be added, and nothing asked, after that.
+  /// Returns the digest of all bytes. Call no other function afterwards.
   Digest Finish();
 
  private:
@@ -52,12 +53,12 @@ class Hasher {
   std::uint64_t size_ = 0;
 };
 
-/// Of a whole text.
+/// Returns the digest of a text.
 Digest DigestOf(std::string_view text);
 
-/// Of the first bytes of an open file, up to its end: `most_bytes` keep one that grows from being read
-/// for ever. `see` is told how many bytes each piece has that was read into the buffer. Throws as Read
-/// does.
+/// Returns the digest of an open file up to its end, or of its first `most_bytes`, so that reading
+/// a file that grows comes to an end. Reads pieces into `buffer`, and calls `see` with the length
+/// of each. Throws what OpenFile::Read throws.
 Digest DigestOf(const KVLInsIO::OpenFile& file, std::uint64_t most_bytes, std::span<char> buffer,
                 const std::function<void(std::size_t)>& see);
 

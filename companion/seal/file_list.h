@@ -1,5 +1,5 @@
-// The list of a volume's files with their digests, "<i>.sha256", in the form of sha256sum(1): run in
-// the volume's directory, "sha256sum -c" of any system compares the files with it.
+// The list of a volume's files with their digests, "<i>.sha256". It has the format of sha256sum(1),
+// so "sha256sum -c" checks the files when it runs in the volume's directory.
 #pragma once
 
 #include <cstddef>
@@ -13,17 +13,17 @@
 namespace kvl {
 
 struct ListedFile {
-  std::string path;  ///< from the volume's directory, see IsListedPath
+  std::string path;  ///< from the volume's directory on, see IsListedPath
   Digest digest;
 
   friend bool operator==(const ListedFile&, const ListedFile&) = default;
 };
 
-/// The digest, two blanks, the path and a line feed. A path with a backslash or a line break is
-/// escaped (see Escapes::kOfLines), and a backslash then begins the line.
+/// Returns the digest, two blanks, the path and a line feed. Escapes a path with a backslash or a
+/// line break (see Escapes::kOfLines), and then puts a backslash in front of the line.
 std::string LineOf(const ListedFile& file);
 
-/// No more of a line is held, which is far more than the path of a file takes.
+/// The longest line that is read. The path of a file is far shorter.
 inline constexpr std::size_t kLongestLine = 1U << 20U;
 
 /// Reads a list of such lines piece by piece.
@@ -31,17 +31,17 @@ class FileListReader {
  public:
   explicit FileListReader(LineReader::Source source) : lines_(std::move(source), kLongestLine) {}
 
-  /// The file that comes next in the order of PathOrder, each path once; nothing at the end. Throws
-  /// RefusedText for what is no such list, and what the source throws.
+  /// Returns the next file, and nothing at the end. The files are in PathOrder, and each path comes
+  /// once. Throws RefusedText when the text is not such a list, and what the source throws.
   std::optional<ListedFile> Next();
 
-  /// The digest of the whole list; once, when there is no next file.
+  /// Returns the digest of the whole list. Call it once, after Next has returned nothing.
   Digest Finish() { return lines_.Finish(); }
 
  private:
   LineReader lines_;
   std::size_t number_ = 0;
-  std::string last_;  // path
+  std::string last_;  // the path that Next returned last
 };
 
 }  // namespace kvl

@@ -12,7 +12,7 @@ std::string_view LineReader::Next() {
   return std::string_view(text_).substr(begin, behind - begin);
 }
 
-/// Keeps only the line that is not whole yet. False at the end.
+/// Keeps only the line that is not complete yet, and reads on. Returns false at the end.
 bool LineReader::ReadOn() {
   constexpr std::size_t kAtOnce = 16384;
   text_.erase(0, std::exchange(begin_, 0));

@@ -1,4 +1,4 @@
-// The lines of a text that may be long, one after the other, in little memory.
+// Reading a long text line by line in little memory.
 #pragma once
 
 #include <cstddef>
@@ -14,18 +14,18 @@ namespace kvl {
 
 class LineReader {
  public:
-  /// Fills the room from the next byte of the text on, and gives how many bytes there were, 0 at
-  /// the end.
+  /// Reads the next bytes of the text into the span. Returns how many bytes it has read, 0 at the
+  /// end.
   using Source = std::function<std::size_t(std::span<char>)>;
 
-  /// Of a line, no more is read than a little beyond so many bytes.
+  /// Reads a line up to `longest` bytes, and little more.
   LineReader(Source source, std::size_t longest) : source_(std::move(source)), longest_(longest) {}
 
-  /// The next line with its line feed, which the last one may lack, until the next call; the empty text
-  /// at the end. Throws TooLong, and what the source throws.
+  /// Returns the next line with its line feed, which the last line may lack; returns an empty text
+  /// at the end. The line is valid until the next call. Throws TooLong, and what the source throws.
   std::string_view Next();
 
-  /// The digest of the whole text; once, behind the last line.
+  /// Returns the digest of the whole text. Call it once, after the last line.
   Digest Finish() { return hasher_.Finish(); }
 
  private:
@@ -33,8 +33,8 @@ class LineReader {
 
   const Source source_;
   const std::size_t longest_;
-  std::string text_;       // a piece of it
-  std::size_t begin_ = 0;  // of the next line in it
+  std::string text_;       // a piece of the text
+  std::size_t begin_ = 0;  // of the next line in the piece
   Hasher hasher_;
 };
 

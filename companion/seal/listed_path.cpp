@@ -26,7 +26,8 @@ bool IsListedPath(std::string_view path) {
   }
 }
 
-/// No name holds a NUL byte, so that one in the place of each "/" lets a name end before a longer one.
+/// Compares each "/" as if it was a NUL byte, which no name holds. So a name comes before longer
+/// names that begin with it.
 bool PathOrder::operator()(std::string_view path, std::string_view other) const {
   const auto place = [](char byte) { return byte == '/' ? 0U : static_cast<unsigned char>(byte); };
   const auto [here, there] = std::ranges::mismatch(path, other);
@@ -76,7 +77,7 @@ std::optional<std::string> Unescaped(std::string_view text, Escapes escapes) {
     if (at == std::string_view::npos) return {};
     path += kBytes[at];
   }
-  // A byte that stands there as it is would have to be escaped.
+  // Refuses a text with a byte that should have been escaped.
   if (Escaped(path, escapes) != text) return {};
   return path;
 }

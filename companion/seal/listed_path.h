@@ -1,4 +1,4 @@
-// Paths as lists and manifests have them: from a volume's directory on, on one line.
+// Paths in lists and manifests: they begin at a volume's directory, and each stands on one line.
 #pragma once
 
 #include <cstddef>
@@ -9,41 +9,43 @@
 
 namespace kvl {
 
-/// A list or a manifest that was not written by LineOf or TextOf: "line <number>: <reason>". The
-/// reason holds nothing of the text itself.
+/// Thrown for a list or a manifest that LineOf or TextOf has not written: "line <number>:
+/// <reason>". The reason quotes nothing of the text.
 class RefusedText : public std::runtime_error {
  public:
   RefusedText(std::size_t line, const std::string& reason)
       : std::runtime_error("line " + std::to_string(line) + ": " + reason) {}
 };
 
-/// True for names with a "/" between each two: no way out, none that stands still, no NUL byte.
+/// Returns true for names with one "/" between each two of them. None of the names may be empty,
+/// ".", or "..", or hold a NUL byte.
 bool IsListedPath(std::string_view path);
 
-/// The order of lists and manifests: that of a walk through directories whose names are sorted by their
-/// bytes. A directory comes before what lies in it, and that before its next neighbour.
+/// The order of paths in lists and manifests: that of a walk through a tree that takes names in the
+/// order of their bytes, and a directory before its contents.
 ///   a, a/b, a-b
 struct PathOrder {
   using is_transparent = void;
   bool operator()(std::string_view path, std::string_view other) const;
 };
 
-/// True for what a symbolic link on a volume may hold: not empty, no NUL byte, and from the
-/// directory of the link, which lies at `path` (see IsListedPath), it leads nowhere out of the
-/// volume's directory, not even on its way. Names count as directories, whatever lies there.
+/// Returns whether a symbolic link at `path` (see IsListedPath) may have this target: it is not
+/// empty, has no NUL byte, is relative, and does not leave the volume's directory, not even on its
+/// way. Treats each name as a directory, whatever it is.
 ///   d/l, ../a/./b  =>  true     d/l, ../../a  =>  false     l, a/../../d/b  =>  false
 bool LeadsInside(std::string_view path, std::string_view target);
 
-/// What stands for a byte that would end a line or a field; the backslash is always one of them.
+/// The bytes that are escaped because they would end a line or a field, and the backslash.
 enum class Escapes {
-  kOfLines,   ///< "\\", "\n" and "\r"
-  kOfFields,  ///< and "\t"
+  kOfLines,   ///< backslash, line feed and carriage return: "\\", "\n" and "\r"
+  kOfFields,  ///< these and the tab: "\t"
 };
 
+/// Returns the path with these bytes escaped.
 ///   a\b  =>  a\\b
 std::string Escaped(std::string_view path, Escapes escapes);
 
-/// The path of a text that Escaped gives with the same escapes; nothing for any other.
+/// Returns the path for which Escaped returns this text, and nothing if there is no such path.
 std::optional<std::string> Unescaped(std::string_view text, Escapes escapes);
 
 }  // namespace kvl

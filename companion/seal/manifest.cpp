@@ -23,7 +23,7 @@ constexpr char kProgram[] = "program ";
 constexpr char kLink[] = "link ";
 constexpr char kEnd[] = "end";
 
-constexpr char kNotHere[] = "no line that can stand here";
+constexpr char kNotHere[] = "unexpected line";
 
 std::string InField(const std::string& path) {
   return Escaped(path, Escapes::kOfFields);
@@ -45,7 +45,7 @@ bool IsControl(char byte) {
   return code < kBlank || code == kDelete;
 }
 
-/// True for decimal digits without a 0 in front.
+/// Returns the number of decimal digits without a leading 0, and nothing for any other text.
 std::optional<std::uint64_t> NumberIn(std::string_view text) {
   std::uint64_t number = 0;
   const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -53,7 +53,7 @@ std::optional<std::uint64_t> NumberIn(std::string_view text) {
   return number;
 }
 
-/// What stands between two places of a text; nothing when there is no room.
+/// Returns the text between two places, and an empty text if they leave no room.
 std::string_view Between(std::string_view text, std::size_t before, std::size_t behind) {
   return before < behind ? text.substr(before + 1, behind - before - 1) : std::string_view();
 }
@@ -68,7 +68,7 @@ class Parser {
 
   Manifest Run() {
     Manifest manifest;
-    if (line_ != kFirstLine) Refuse(std::string("no ") + kFirstLine);
+    if (line_ != kFirstLine) Refuse(std::string("not \"") + kFirstLine + "\"");
     Advance();
     manifest.tag = Tag();
     manifest.layout = TakenLayout();
@@ -77,7 +77,7 @@ class Parser {
     if (line_ != kEnd) Refuse(kNotHere);
     if (!rest_.empty()) {
       ++number_;
-      Refuse("something behind the end");
+      Refuse("there is text behind the end");
     }
     return manifest;
   }
@@ -85,18 +85,18 @@ class Parser {
  private:
   [[noreturn]] void Refuse(const std::string& reason) const { throw RefusedText(number_, reason); }
 
-  /// To the next line, which must be there.
+  /// Goes to the next line, which must exist.
   void Advance() {
     ++number_;
     const std::size_t end = rest_.find('\n');
     if (end == std::string_view::npos) {
-      Refuse(rest_.empty() ? "the end is missing" : "no line feed at its end");
+      Refuse(rest_.empty() ? "the end is missing" : "the line feed at its end is missing");
     }
     line_ = rest_.substr(0, end);
     rest_.remove_prefix(end + 1);
   }
 
-  /// What stands behind the word; nothing when the line does not begin with it.
+  /// Returns what follows the word, and nothing if the line does not begin with the word.
   std::optional<std::string_view> Behind(std::string_view word) const {
     if (!line_.starts_with(word)) return {};
     return line_.substr(word.size());
@@ -105,7 +105,7 @@ class Parser {
   std::string Tag() {
     std::string tag(Behind(kTag).value_or(""));
     if (tag.empty() || tag.size() > kLongestTag || std::any_of(tag.begin(), tag.end(), IsControl)) {
-      Refuse("no tag");
+      Refuse("not a valid tag");
     }
     Advance();
     return tag;
@@ -114,7 +114,7 @@ class Parser {
   Layout TakenLayout() {
     const std::string_view name = Behind(kLayout).value_or("");
     if (std::find(kLayoutNames.begin(), kLayoutNames.end(), name) == kLayoutNames.end()) {
-      Refuse("no layout");
+      Refuse("not a valid layout");
     }
     Advance();
     return LayoutNamed(name);
@@ -122,8 +122,9 @@ class Parser {
 
   std::uint64_t Count(Layout layout) {
     const std::uint64_t count = NumberIn(Behind(kVolumes).value_or("")).value_or(0);
-    if (count == 0 || count > kMostVolumes) Refuse("no number of volumes");
-    if ((layout == kSingle) != (count == 1)) Refuse("the layout has another number of volumes");
+    if (count == 0 || count > kMostVolumes) Refuse("not a valid number of volumes");
+    if ((layout == kSingle) != (count == 1))
+      Refuse("the number of volumes does not fit the layout");
     Advance();
     return count;
   }
@@ -142,19 +143,19 @@ class Parser {
     }
     while (const auto link = Behind(kLink)) {
       const std::size_t tab = link->find('\t');
-      if (tab == std::string_view::npos) Refuse("no target of a link");
+      if (tab == std::string_view::npos) Refuse("the target of the link is missing");
       const std::vector<ManifestLink>& before = volume.links;
       std::string path =
           NewPath(link->substr(0, tab), volume, before.empty() ? "" : before.back().path);
       std::string target = Field(link->substr(tab + 1));
-      if (!LeadsInside(path, target)) Refuse("a link that leads out of the volume");
+      if (!LeadsInside(path, target)) Refuse("the link leads out of the volume");
       volume.links.push_back({std::move(path), std::move(target)});
       Advance();
     }
     return volume;
   }
 
-  /// Of the line that begins a volume.
+  /// Parses the line that begins a volume.
   ManifestVolume Figures(std::uint64_t number) {
     const auto text = Behind(kVolume + std::to_string(number) + " ");
     if (!text) Refuse(kNotHere);
@@ -163,7 +164,7 @@ class Parser {
     const auto files = NumberIn(text->substr(0, first));
     const auto bytes = NumberIn(Between(*text, first, second));
     const auto list = Digest::FromHex(Between(*text, second, text->size()));
-    if (!files || !bytes || !list) Refuse("not the files, bytes and digest of a volume");
+    if (!files || !bytes || !list) Refuse("not valid files, bytes and digest of a volume");
     Advance();
     return {.files = *files,
             .bytes = *bytes,
@@ -175,21 +176,22 @@ class Parser {
 
   std::string Field(std::string_view text) const {
     std::optional<std::string> field = Unescaped(text, Escapes::kOfFields);
-    if (!field) Refuse("not escaped as it has to be");
+    if (!field) Refuse("a backslash, tab or line break is not escaped correctly");
     return *std::move(field);
   }
 
-  /// A path that comes behind `last` of its kind, and is none of another kind.
+  /// Parses a path, which must come behind `last` of its kind, and must not be listed as another
+  /// kind.
   std::string NewPath(std::string_view text, const ManifestVolume& volume,
                       std::string_view last) const {
     std::string path = Field(text);
-    if (!IsListedPath(path)) Refuse("no path on the volume");
+    if (!IsListedPath(path)) Refuse("the path is not one inside the volume");
     if (!PathOrder()(last, path) || IsIn(volume.directories, path) || IsIn(volume.programs, path)) {
-      Refuse("a path repeated or out of order");
+      Refuse("the path is repeated or out of order");
     }
     const std::size_t slash = path.rfind('/');
     if (slash != std::string::npos && !IsIn(volume.directories, path.substr(0, slash))) {
-      Refuse("a path in a directory that is not listed");
+      Refuse("the directory of the path is not listed");
     }
     return path;
   }

@@ -1,5 +1,5 @@
-// The manifest of a media, "media.manifest", the same on each of its volumes: what belongs to the
-// media, and what the lists of its files cannot hold.
+// The manifest of a media, "media.manifest". It says what belongs to the media, and holds what the
+// lists of files cannot. All volumes have the same manifest.
 //
 //   kvl-media manifest 1
 //   tag TAG
@@ -24,42 +24,42 @@
 
 namespace kvl {
 
-/// A longer tag takes room that no plan has, and, from a length on, no system hands it on.
+/// In bytes. Plans count on this limit.
 inline constexpr std::size_t kLongestTag = 256;
 inline constexpr std::size_t kMostVolumes = 999;
 
 struct ManifestLink {
   std::string path;
-  std::string target;  ///< what the link holds, see LeadsInside
+  std::string target;  ///< see LeadsInside
 
   friend bool operator==(const ManifestLink&, const ManifestLink&) = default;
 };
 
-/// Each of the vectors is in the order of PathOrder, of paths as IsListedPath wants them. No path
-/// stands there twice, and the directory that one lies in is one of `directories`, unless it is the
-/// volume's.
+/// Each vector is in PathOrder, and its paths are as IsListedPath requires. No path comes twice.
+/// The parent of each path is in `directories`, unless it is the volume's own directory.
 struct ManifestVolume {
-  std::uint64_t files = 0;  ///< in its list
-  std::uint64_t bytes = 0;  ///< of them all
+  std::uint64_t files = 0;  ///< in the volume's list
+  std::uint64_t bytes = 0;  ///< of all these files
   Digest list;
-  std::vector<std::string> directories;  ///< all but the volume's own
-  std::vector<std::string> programs;     ///< regular files with mode 755; others have 644
+  std::vector<std::string> directories;  ///< all except the volume's own
+  std::vector<std::string> programs;     ///< regular files with mode 755; all others have 644
   std::vector<ManifestLink> links;
 
   friend bool operator==(const ManifestVolume&, const ManifestVolume&) = default;
 };
 
 struct Manifest {
-  std::string tag;  ///< 1 to kLongestTag bytes, no control characters of ASCII among them
+  std::string tag;  ///< 1 to kLongestTag bytes, without control characters of ASCII
   Layout layout = Layout::kNone;
-  std::vector<ManifestVolume> volumes;  ///< up to kMostVolumes; one if and only if kSingle
+  std::vector<ManifestVolume> volumes;  ///< up to kMostVolumes; exactly one for kSingle only
 
   friend bool operator==(const Manifest&, const Manifest&) = default;
 };
 
+/// Returns the text of the file "media.manifest".
 std::string TextOf(const Manifest& manifest);
 
-/// The manifest for which TextOf gives this text. Throws RefusedText for any other text.
+/// Returns the manifest for which TextOf returns this text. Throws RefusedText for any other text.
 Manifest ParseManifest(std::string_view text);
 
 }  // namespace kvl

@@ -1,17 +1,17 @@
-// What the markers of a media say that has a manifest.
+// The markers of the media that make writes.
 #pragma once
 
 #include <string>
 
 namespace kvl {
 
-/// The whole text of a volume's marker. A change to it needs another version of the manifest: the
-/// markers are known by their digests.
+/// Returns the whole text of a volume's marker. verify knows markers by their digests, so a change
+/// of this text needs another version of the manifest.
 inline std::string MarkerText(const std::string& tag) {
   return "Volume marker\nMTBDIR=" + tag + "\n";
 }
 
-/// The tag in the marker of an AM volume, of which the media's volume is a part.
+/// Returns the tag in the marker of an AM volume, which contains a volume of the media.
 inline std::string AmTag(const std::string& tag) {
   return tag + "-AM";
 }

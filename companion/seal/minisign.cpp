@@ -2,6 +2,7 @@
 
 #include <errno.h>
 
+#include <cstring>
 #include <filesystem>
 #include <stdexcept>
 #include <stdlib.h>
@@ -20,14 +21,18 @@ namespace {
 
 using KVLInsIO::OpenDirectory;
 
-/// A directory for one signature.
+constexpr char kMinisign[] = "minisign";
+
+/// A temporary directory for making one signature.
 class Workshop {
  public:
   Workshop() {
     const std::string wanted = GetEnv("TMPDIR"), place = wanted.empty() ? "/tmp" : wanted;
     path_ = PathBelow(place, "kvl-media-XXXXXX");
     if (::mkdtemp(path_.data()) == nullptr) {
-      throw std::system_error(errno, std::generic_category(), "no directory to sign in: " + place);
+      throw std::runtime_error("no directory to sign in can be made: " + place + ": " +
+                               std::strerror(errno) +
+                               "; let TMPDIR name a directory that you can write into");
     }
   }
   ~Workshop() {
@@ -46,7 +51,7 @@ class Workshop {
 }  // namespace
 
 bool HasMinisign() {
-  return !PathOfProgram("minisign").empty();
+  return !PathOfProgram(kMinisign).empty();
 }
 
 std::string SignWithMinisign(const std::string& key, const std::string& text) {
@@ -54,18 +59,20 @@ std::string SignWithMinisign(const std::string& key, const std::string& text) {
   const Workshop workshop;
   const OpenDirectory directory(workshop.Path());
   directory.WriteFile(names::kManifest, text, KVLInsIO::FileKind::kPlain);
-  // Without a time in the comment, the same signature is made whenever that is.
+  // The comment has no time in it, so the signature does not depend on the time.
   constexpr char kLine[] =
       R"(exec minisign -S -s "$1" -m "$2" -x "$3" -t "file:media.manifest" >&2)";
   const int status =
       programs.Run({"/bin/sh", "-c", kLine, "sh", key, PathBelow(workshop.Path(), names::kManifest),
                     PathBelow(workshop.Path(), names::kSignature)});
   if (status != 0) {
-    throw std::runtime_error("minisign has not signed, status " + std::to_string(status));
+    throw std::runtime_error("minisign has not signed the manifest: it ended with status " +
+                             std::to_string(status) + "; correct what it says above");
   }
   std::string signature = WholeText(directory.File(names::kSignature), kMostOfASignature);
   if (!WhyNoSignature(signature).empty()) {
-    throw std::runtime_error("minisign has written something else");
+    throw std::runtime_error("minisign has not written a signature: " + PathOfProgram(kMinisign) +
+                             "; check which program this is");
   }
   return signature;
 }

@@ -15,22 +15,25 @@ constexpr std::string_view kComment = "untrusted comment: ";
 constexpr std::string_view kFirstOfSignature =
     "untrusted comment: signature from minisign secret key";
 constexpr std::string_view kTrustedComment = "trusted comment: ";
-/// In front of a key or signature: what is signed is the text itself, or its BLAKE2b digest.
+/// A key or signature begins with one of these: the text itself was signed, or its BLAKE2b digest.
 constexpr std::string_view kOfText = "Ed", kOfDigest = "ED";
 constexpr std::size_t kIdSize = PublicKey::kIdSize, kKeySize = PublicKey::kSize;
 constexpr std::size_t kSignatureSize = 64;
 
-constexpr char kNoSignature[] = "no signature of minisign";
+constexpr char kNoSignature[] = "it is not a signature of minisign";
 
 void RequireCrypto(bool is_done) {
-  if (!is_done) throw std::runtime_error("signatures cannot be verified");
+  if (!is_done) {
+    throw std::runtime_error(
+        "libcrypto cannot verify signatures; check the library's installation");
+  }
 }
 
 const unsigned char* Unsigned(std::string_view text) {
   return reinterpret_cast<const unsigned char*>(text.data());
 }
 
-/// The bytes of a text that is their one form in base64.
+/// Decodes base64. Returns nothing for a text that is not the canonical form of its bytes.
 std::optional<std::string> Decoded(std::string_view text) {
   constexpr std::size_t kLettersOfGroup = 4, kBytesOfGroup = 3;
   if (text.empty() || text.size() % kLettersOfGroup != 0) return {};
@@ -39,7 +42,7 @@ std::optional<std::string> Decoded(std::string_view text) {
   if (EVP_DecodeBlock(room, Unsigned(text), static_cast<int>(text.size())) < 0) return {};
   bytes.resize(bytes.size() - (text.ends_with("==") ? 2 : text.ends_with('=') ? 1 : 0));
   std::string again;
-  again.resize(text.size() + 1);  // and a NUL byte
+  again.resize(text.size() + 1);  // EVP_EncodeBlock adds a NUL byte
   EVP_EncodeBlock(reinterpret_cast<unsigned char*>(again.data()), Unsigned(bytes),
                   static_cast<int>(bytes.size()));
   again.pop_back();
@@ -47,7 +50,7 @@ std::optional<std::string> Decoded(std::string_view text) {
   return bytes;
 }
 
-/// Takes the first line off a text; nothing when it has none.
+/// Removes the first line from a text and returns it; returns nothing if the text has no line feed.
 std::optional<std::string_view> TakeLine(std::string_view& text) {
   const std::size_t end = text.find('\n');
   if (end == std::string_view::npos) return {};
@@ -59,7 +62,7 @@ std::optional<std::string_view> TakeLine(std::string_view& text) {
 struct Signature {
   bool is_of_digest = false;
   std::string key_id, bytes;
-  std::string comment, of_comment;  ///< the latter signs the bytes and the former
+  std::string comment, of_comment;  ///< `of_comment` signs `bytes` and `comment`
 
   static std::optional<Signature> From(std::string_view text) {
     const auto first = TakeLine(text), signature = TakeLine(text), comment = TakeLine(text),
@@ -96,7 +99,7 @@ struct Free {
   void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
 };
 
-/// By Ed25519.
+/// Verifies an Ed25519 signature.
 bool IsSignedBy(const PublicKey& key, std::string_view text, std::string_view signature) {
   const std::unique_ptr<EVP_PKEY, Free> raw(EVP_PKEY_new_raw_public_key(
       EVP_PKEY_ED25519, /*e=*/nullptr, key.bytes.data(), key.bytes.size()));
@@ -129,11 +132,11 @@ std::string WhyNotGenuine(const PublicKey& key, std::string_view text, std::stri
   const std::optional<Signature> parts = Signature::From(signature);
   if (!parts) return kNoSignature;
   if (!std::equal(key.id.begin(), key.id.end(), Unsigned(parts->key_id))) {
-    return "signed with another key";
+    return "it was made with another key";
   }
   RequireCrypto(IsCryptoReady());
   if (!IsSignedBy(key, parts->is_of_digest ? Blake2b(text) : text, parts->bytes)) {
-    return "not the signature of this manifest";
+    return "it is not the signature of this manifest";
   }
   const bool is_whole = IsSignedBy(key, parts->bytes + parts->comment, parts->of_comment);
   return is_whole ? "" : "its comment was changed";

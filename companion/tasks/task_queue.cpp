@@ -16,7 +16,7 @@ TaskQueue::TaskQueue(std::size_t threads) {
       threads_.emplace_back([this] { DoTasks(); });
     }
   } catch (const std::system_error&) {
-    // Those that there are will do.
+    // The threads that have started do all tasks.
   }
   ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }

@@ -1,4 +1,4 @@
-// Work that is done in threads, several pieces of it at a time, in no order that anybody can rely on.
+// Doing tasks in several threads at the same time, in an unspecified order.
 #pragma once
 
 #include <condition_variable>
@@ -14,23 +14,24 @@ namespace kvl {
 
 class TaskQueue {
  public:
-  /// With one thread, or where the system has none to give, Run does the task itself. The threads have
-  /// all signals blocked: they are for the one that is here, which knows what may not be left behind.
+  /// Starts the threads, or fewer when the system refuses more. With one thread, or when the system
+  /// refuses all, starts none, and Run does each task itself. The threads have all signals blocked:
+  /// the calling thread handles signals, because it knows what must not be left behind.
   explicit TaskQueue(std::size_t threads);
-  /// Waits for the tasks that are being done; those that are not begun are left undone.
+  /// Waits for the tasks that have begun, and drops the others.
   ~TaskQueue();
   TaskQueue(const TaskQueue&) = delete;
   TaskQueue& operator=(const TaskQueue&) = delete;
 
-  /// What a task weighs that is worth being handed over alone.
+  /// The weight of a task that is worth a batch of its own.
   static constexpr std::uint64_t kHeavy = 1U << 18U;
 
-  /// Has the task done by one of the threads. It throws nothing. Light ones are handed over
-  /// together: up to 32, one after the other, or as many as weigh this much. Waits as long as more
-  /// of what is handed over than there are threads to do it is not begun.
+  /// Gives the task to the threads. The task must not throw. Collects light tasks into a batch,
+  /// which one thread does in order, until the batch has 32 tasks or weighs kHeavy. Waits while as
+  /// many batches wait as there are threads.
   void Run(std::function<void()> task, std::uint64_t weight = kHeavy);
 
-  /// Hands over what was kept back, for instance as it holds something open.
+  /// Gives the current batch to the threads, for instance because its tasks hold something open.
   void HandOver();
 
   /// Waits until all tasks are done.
@@ -41,12 +42,12 @@ class TaskQueue {
 
   void DoTasks();
 
-  Batch batch_;  // kept back
+  Batch batch_;  // not handed over yet
   std::uint64_t weight_of_batch_ = 0;
 
   std::mutex mutex_;
   std::condition_variable changed_;
-  std::deque<Batch> batches_;  // not begun
+  std::deque<Batch> batches_;  // handed over, not begun
   std::size_t busy_ = 0;
   bool is_ending_ = false;
   std::vector<std::thread> threads_;

@@ -12,8 +12,8 @@ namespace {
 
 using KVLInsIO::OpenDirectory;
 
-/// Large enough for a disc to be read in one go, and at the beginning of a page: a system copies three
-/// times as long to a place that lies a few bytes behind one.
+/// Large enough for a disc to be read without stops. Aligned to a page, because copying to an
+/// address a few bytes behind the beginning of a page takes three times as long.
 struct alignas(4096) Buffer {
   std::array<char, 1U << 20U> bytes;
 };
@@ -28,7 +28,7 @@ void ContentsComparison::Compare(const std::shared_ptr<const OpenDirectory>& dir
                                  const std::string& name, std::uint64_t size,
                                  const Digest& digest) {
   ++result_.files;
-  // So that few directories are held open at a time.
+  // Keeps the number of open directories small.
   if (std::exchange(last_directory_, directory) != directory) tasks_.HandOver();
   const auto compare = [this, directory, name, digest] {
     try {
@@ -45,7 +45,7 @@ const ContentsComparison::Result& ContentsComparison::Finish() {
   return result_;
 }
 
-/// Of as many bytes as the file had when it was opened: it may grow for ever.
+/// Reads as many bytes as the file had when it was opened, because it may grow without end.
 void ContentsComparison::Read(const OpenDirectory& directory, const std::string& name,
                               const Digest& digest) {
   thread_local const auto buffer = std::make_unique_for_overwrite<Buffer>();

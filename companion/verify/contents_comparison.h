@@ -1,4 +1,4 @@
-// Reading the files of a volume to their ends, several at a time, and comparing what they hold.
+// Comparing the contents of a volume's files with their digests, several files at a time.
 #pragma once
 
 #include <cstddef>
@@ -20,21 +20,22 @@ inline constexpr unsigned kMostJobs = 64;
 
 class ContentsComparison {
  public:
-  /// A file that is longer than `most_bytes` is damaged, and not read. So many files are read at a time
-  /// as there are jobs, at least 1. `see` is told of bytes that were read, by one thread at a time.
+  /// Reports a file of more than `most_bytes` as damaged without reading it. Reads `jobs` files at
+  /// a time, at least 1. Calls `see` with the number of bytes that were read, from one thread at a
+  /// time.
   ContentsComparison(std::uint64_t most_bytes, unsigned jobs, std::function<void(std::size_t)> see);
 
-  /// Has a file compared, at once or later. Waits as long as there is more to do than jobs for it.
-  /// `size` is what it seems to have.
+  /// Compares a file, now or later. Waits while TaskQueue::Run waits. `size` is the present size of
+  /// the file; it only weighs the task.
   void Compare(const std::shared_ptr<const KVLInsIO::OpenDirectory>& directory,
                const std::string& name, std::uint64_t size, const Digest& digest);
 
   struct Result {
-    std::uint64_t files = 0;  ///< that were to be compared
+    std::uint64_t files = 0;  ///< number of calls of Compare
     std::uint64_t bytes = 0;  ///< that were read
-    std::vector<Flaw> flaws;  ///< in any order: files that are damaged or cannot be read
+    std::vector<Flaw> flaws;  ///< files that are damaged or cannot be read, in any order
   };
-  /// Waits for them all.
+  /// Waits until all files are compared, and returns the result.
   const Result& Finish();
 
  private:
@@ -45,9 +46,9 @@ class ContentsComparison {
   const std::uint64_t most_bytes_;
   const std::function<void(std::size_t)> see_;
   std::shared_ptr<const KVLInsIO::OpenDirectory> last_directory_;
-  std::mutex mutex_;  // of what follows
+  std::mutex mutex_;  // guards result_ and see_
   Result result_;
-  TaskQueue tasks_;  // which end before the rest goes
+  TaskQueue tasks_;  // last, so that the tasks end before the other members are destroyed
 };
 
 }  // namespace kvl

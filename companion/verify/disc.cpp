@@ -26,7 +26,7 @@ OpenDirectory Disc::Open() const {
 
 namespace {
 
-/// Beside the directory of a volume, which it holds once more.
+/// Returns whether the entry is a disc image of a volume, which lies beside the volume's directory.
 bool IsImage(const OpenDirectory& directory, const std::string& name) {
   return VolumeIn(name, names::kImageExtension) && S_ISREG(directory.Look(name).mode);
 }
@@ -47,7 +47,7 @@ std::vector<Disc> FindDiscs(const std::string& directory, std::vector<Flaw>& fla
     if (!is_volume(name)) {
       flaws.push_back({FlawKind::kNotListed, path});
     } else if (!S_ISDIR(open.Look(name).mode)) {
-      flaws.push_back({FlawKind::kWrongKind, path, "no directory"});
+      flaws.push_back({FlawKind::kWrongKind, path, "it is not a directory"});
     } else {
       discs.push_back({directory, VolumeIn(name, "")});
     }

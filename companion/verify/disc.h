@@ -1,4 +1,5 @@
-// The directories of volumes, each the root of a disc, in a directory that somebody names.
+// Finding the directories of volumes below a directory that a call names. Each is the root of a
+// disc.
 #pragma once
 
 #include <cstddef>
@@ -11,33 +12,37 @@
 
 namespace kvl {
 
-/// Not held open: there may be more of them than files may be open.
+/// The directory of a volume. It is not held open, because there may be more volumes than a process
+/// may have open files.
 struct Disc {
   std::string directory;
-  std::optional<std::size_t> number = {};  ///< of one that lies in `directory`, and is named by it
+  std::optional<std::size_t> number =
+      {};  ///< if set, the volume is the entry of this name in `directory`
 
   std::string Path() const;
-  /// Throws as OpenDirectory does; a link in the directory is not followed.
+  /// Opens the volume's directory; an entry that is a link is not followed. Throws what
+  /// OpenDirectory throws.
   KVLInsIO::OpenDirectory Open() const;
 };
 
-/// The directory itself, or when it has no manifest, but directories 1, 2 and so on, these. What lies
-/// beside them, belongs to no volume and is a flaw, but for files 1.iso, 2.iso and so on: disc images.
-/// Throws as OpenDirectory does.
+/// Returns the directory itself, or its directories 1, 2 and so on if it has these and no manifest.
+/// In the second case, adds a flaw for every other entry except "lost+found" and the disc images
+/// 1.iso, 2.iso and so on. Throws what OpenDirectory throws.
 std::vector<Disc> FindDiscs(const std::string& directory, std::vector<Flaw>& flaws);
 
-/// The number in front of the extension in a name such as "2.sha256": 1 to kMostVolumes, without a 0
-/// in front; nothing for any other name.
+/// Returns the number in front of the extension in a name such as "2.sha256": 1 to kMostVolumes,
+/// without a leading 0. Returns nothing for any other name.
 std::optional<std::size_t> VolumeIn(std::string_view name, std::string_view extension);
 
-/// The name of a volume's list of files.   2  =>  2.sha256
+/// Returns the name of a volume's list of files.   2  =>  2.sha256
 std::string ListName(std::size_t volume);
 
-/// What is read of them at most; makes of media stay far below.
+/// The longest manifest and the longest list that are read, in bytes. Those of make are far
+/// shorter.
 inline constexpr std::uint64_t kMostOfAManifest = 256U << 20U;
 inline constexpr std::uint64_t kMostOfAList = 1U << 30U;
 
-/// Whether a name stands in a sorted list.
+/// Returns whether a sorted list holds the name.
 bool Holds(const std::vector<std::string>& names, std::string_view name);
 
 }  // namespace kvl

@@ -24,7 +24,7 @@ using KVLInsIO::OpenFile;
 using Names = std::vector<std::string>;
 using Markers = std::map<std::string, Digest>;
 
-/// What the markers of a volume must be, by their paths.
+/// Adds the digests that the markers of a volume must have, by their paths.
 void AddMarkers(const Manifest& manifest, std::size_t volume, Markers& markers) {
   const std::string marker = MarkerName(static_cast<std::int64_t>(volume));
   const bool is_am = manifest.layout == Layout::kAm;
@@ -57,7 +57,8 @@ class DiscComparison {
     disc_.flaws.push_back({kind, PathBelow(directory_.Path(), name), detail});
   }
 
-  /// False when a list is not the one that the manifest is about.
+  /// Collects what must lie in the directory. Returns false when a list is missing or not the right
+  /// one.
   bool Expect(const std::vector<std::size_t>& volumes) {
     const Names names = directory_.Names();
     for (const std::size_t volume : volumes) {
@@ -82,12 +83,12 @@ class DiscComparison {
                    [&](const OpenFile& file) { digest = hash(file); });
     if (!is_read) return false;
     if (digest == manifest_.volumes[volume - 1].list) return true;
-    Add(FlawKind::kWrongList, ListName(volume), "not the one that the manifest is about");
+    Add(FlawKind::kWrongList, ListName(volume), "its digest differs from that in the manifest");
     return false;
   }
 
-  /// Nothing is compared before all of them are known to be in order. What is left of the markers after
-  /// that, the lists do not vouch for.
+  /// Reads the lists to their ends before anything is compared, which throws when one is not in
+  /// order. Leaves only those markers in `markers_` that have another digest in the lists, or none.
   void ReadLists() {
     for (expected_.Begin(); expected_.Entry() != nullptr; expected_.Advance()) {
       const auto marker = markers_.find(expected_.Entry()->path);
@@ -104,10 +105,11 @@ class DiscComparison {
     disc_.files = read.files;
     disc_.bytes = read.bytes;
     for (const auto& [marker, unused] : markers_) {
-      Add(FlawKind::kOtherTag, marker, "not a marker with the tag of the manifest");
+      Add(FlawKind::kOtherTag, marker, "it is not a marker with the tag of the manifest");
     }
     if (disc_.flaws.empty() && disc_.bytes != expected_.Bytes()) {
-      Add(FlawKind::kBadManifest, names::kManifest, "the number of bytes is not that of the files");
+      Add(FlawKind::kBadManifest, names::kManifest,
+          "its number of bytes differs from that of the files");
     }
   }
 

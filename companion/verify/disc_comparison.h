@@ -1,4 +1,4 @@
-// A volume's directory, held against the manifest that counts.
+// Comparing the directory of a volume with the manifest of the media.
 #pragma once
 
 #include <cstddef>
@@ -14,17 +14,16 @@
 namespace kvl {
 
 struct ComparedDisc {
-  bool is_looked_at = false;  ///< every file was looked for
-  std::uint64_t files = 0;    ///< that were read, of those on lists
-  std::uint64_t bytes = 0;    ///< in them
+  bool is_looked_at = false;  ///< verify has looked for every file
+  std::uint64_t files = 0;    ///< number of files on lists that were read
+  std::uint64_t bytes = 0;    ///< read from them
   std::vector<Flaw> flaws;    ///< in the order of their paths
 };
 
-/// Compares what lies in a directory with the volumes that must lie there, by their numbers.
-/// Nothing of a list counts, and no file is looked for, before all of the list has the digest that
-/// the manifest has of it, and fits it. So many files are read at a time as there are jobs, at
-/// least 1; `see` is told of bytes that were read, by one thread at a time. Throws as OpenDirectory
-/// does when the directory cannot be read.
+/// Compares the contents of a directory with `volumes`, the numbers of the volumes that must lie
+/// there. Looks for no file before each list has the digest that the manifest names, and fits the
+/// manifest. `jobs` and `see` are those of ContentsComparison. Throws what OpenDirectory throws
+/// when the directory cannot be read.
 ComparedDisc CompareDisc(const KVLInsIO::OpenDirectory& directory, const Manifest& manifest,
                          const std::vector<std::size_t>& volumes, unsigned jobs,
                          const std::function<void(std::size_t)>& see);

@@ -19,7 +19,7 @@ namespace {
 using KVLInsIO::OpenDirectory;
 using Kind = ExpectedEntry::Kind;
 
-/// The files of a volume.
+/// Reads the list of a volume's files.
 class ListedFiles {
  public:
   ListedFiles(const OpenDirectory& directory, std::size_t number, const ManifestVolume& volume)
@@ -58,11 +58,13 @@ class ListedFiles {
     Refuse(FlawKind::kUnreadable, MessageOf(failure));
   }
 
-  /// What was read is what the manifest is about.
+  /// Throws when the manifest describes another list than the one that was read.
   void CheckEnd() {
-    if (reader_.Finish() != volume_.list) Refuse(FlawKind::kWrongList, "changed while it was read");
+    if (reader_.Finish() != volume_.list) {
+      Refuse(FlawKind::kWrongList, "it changed while verify read it");
+    }
     if (files_ != volume_.files || programs_ != volume_.programs.size()) {
-      Refuse(FlawKind::kWrongList, "does not fit the manifest");
+      Refuse(FlawKind::kWrongList, "its files or programs are not those of the manifest");
     }
   }
 
@@ -121,17 +123,17 @@ void ExpectedEntries::Advance() {
   TakeFrom(last.stream);
   if (Entry() != nullptr && Entry()->path == last.entry.path) {
     throw FlawFound({FlawKind::kBadManifest, PathBelow(directory_.Path(), names::kManifest),
-                     "a path of a list, too"});
+                     "it and the lists name a path twice"});
   }
 }
 
-/// What the manifest itself says.
+/// Returns the entries that the manifest itself names.
 ExpectedEntries::Stream ExpectedEntries::InOrder() {
   std::sort(in_manifest_.begin(), in_manifest_.end(),
             [](const ExpectedEntry& one, const ExpectedEntry& other) {
               return PathOrder()(one.path, other.path);
             });
-  // Volumes in one directory share the directories in it.
+  // Volumes that lie in one directory may have directories in common.
   const auto is_same_directory = [](const ExpectedEntry& one, const ExpectedEntry& other) {
     return one.path == other.path && one.kind == Kind::kDirectory && other.kind == Kind::kDirectory;
   };

@@ -1,5 +1,4 @@
-// What must lie in a volume's directory: from the manifest, and from the lists of files that it vouches
-// for.
+// What must lie in a volume's directory, according to the manifest and the lists of files.
 #pragma once
 
 #include <cstddef>
@@ -21,15 +20,15 @@ namespace kvl {
 struct ExpectedEntry {
   enum class Kind { kFile, kDirectory, kLink };
 
-  std::string path;  ///< from the volume's directory
+  std::string path;  ///< from the volume's directory on
   Kind kind = Kind::kFile;
   bool is_program = false;
-  bool is_compared = true;  ///< false of a file that no list names: a list itself, the manifest
-  Digest digest = {};       ///< of a file that is compared
+  bool is_compared = true;  ///< false for a file that no list names: a list, manifest or signature
+  Digest digest = {};       ///< of a file, if `is_compared`
   std::string target = {};  ///< of a link
 };
 
-/// What keeps a volume from being compared.
+/// Thrown for a flaw that makes it impossible to compare a volume.
 class FlawFound : public std::runtime_error {
  public:
   explicit FlawFound(const Flaw& flaw) : std::runtime_error(flaw.path), flaw_(flaw) {}
@@ -39,29 +38,32 @@ class FlawFound : public std::runtime_error {
   Flaw flaw_;
 };
 
-/// One entry after the other in the order of PathOrder. The lists are read piece by piece, and no
-/// file is held open, so that there may be any number of them, however long.
+/// The entries, one after the other in PathOrder. Reads the lists piece by piece and holds no file
+/// open, so there may be any number of lists of any length.
 class ExpectedEntries {
  public:
-  /// The volume's directory, which must outlive it.
+  /// `directory`, the directory of the volumes, must outlive this object.
   explicit ExpectedEntries(const KVLInsIO::OpenDirectory& directory) : directory_(directory) {}
   ExpectedEntries(const ExpectedEntries&) = delete;
   ExpectedEntries& operator=(const ExpectedEntries&) = delete;
 
-  /// Adds what a volume holds; several volumes may lie in one directory. `volume` must outlive it.
+  /// Adds the contents of a volume. Several volumes may lie in one directory. `volume` must outlive
+  /// this object.
   void Add(std::size_t number, const ManifestVolume& volume);
-  /// A plain file of which only what it is matters.
+  /// Adds a plain file whose contents are not compared.
   void AddUncompared(const std::string& name);
 
-  /// Goes to the first entry, as often as wanted. Both throw FlawFound when list and manifest do
-  /// not fit each other, an entry is expected twice, or a list cannot be read or has another
-  /// digest, which may show behind the last entry only.
+  /// Goes to the first entry. May be called again. Begin and Advance throw FlawFound when a list
+  /// and the manifest do not fit each other, an entry is expected twice, a list cannot be read, or
+  /// a list has another digest than the manifest says. The last one may be known only behind the
+  /// last entry.
   void Begin();
+  /// Goes to the next entry.
   void Advance();
-  /// Nothing at the end. It is there until one of them is called.
+  /// Returns the entry, and nullptr at the end. It is valid until the next Begin or Advance.
   const ExpectedEntry* Entry() const { return heads_.empty() ? nullptr : &heads_.front().entry; }
 
-  /// In the compared files, as the manifest says.
+  /// Returns the number of bytes in the compared files according to the manifest.
   std::uint64_t Bytes() const { return bytes_; }
 
  private:
@@ -80,7 +82,7 @@ class ExpectedEntries {
   std::vector<std::pair<std::size_t, const ManifestVolume*>> volumes_;
   std::uint64_t bytes_ = 0;
   std::vector<Stream> streams_;
-  std::vector<Head> heads_;  // a heap: the next entry of each stream that has one
+  std::vector<Head> heads_;  // a heap with the next entry of each stream
 };
 
 }  // namespace kvl

@@ -16,14 +16,16 @@ namespace {
 using KVLInsIO::OpenDirectory;
 
 [[noreturn]] void Refuse(const std::string& path, const std::string& reason) {
-  throw std::runtime_error("cannot be sealed: " + path + ": " + reason);
+  throw std::runtime_error("the media cannot be sealed: " + path + ": " + reason);
 }
 
-/// The first of them; those without a text have their code.
+/// Throws for the first flaw. A missing entry and one that is not listed have no detail.
 void RefuseFlaws(const std::vector<Flaw>& flaws) {
   if (flaws.empty()) return;
   const Flaw& flaw = flaws.front();
-  Refuse(flaw.path, flaw.detail.empty() ? std::string(CodeOf(flaw.kind)) : flaw.detail);
+  if (!flaw.detail.empty()) Refuse(flaw.path, flaw.detail);
+  Refuse(flaw.path, flaw.kind == FlawKind::kMissing ? "it is missing; name a volume that make wrote"
+                                                    : "it belongs to no volume; remove it");
 }
 
 std::vector<Disc> DiscsOf(const std::vector<std::string>& directories) {
@@ -36,7 +38,7 @@ std::vector<Disc> DiscsOf(const std::vector<std::string>& directories) {
   return discs;
 }
 
-/// The one of all discs.
+/// Returns the manifest, which must be the same on all discs.
 std::string ManifestOf(const std::vector<Disc>& discs) {
   std::string manifest;
   std::vector<Flaw> flaws;
@@ -45,13 +47,14 @@ std::string ManifestOf(const std::vector<Disc>& discs) {
     RefuseFlaws(flaws);
     if (manifest.empty()) manifest = std::move(sealed.manifest);
     if (&disc != &discs.front() && manifest != sealed.manifest) {
-      Refuse(disc.Path(), "not the manifest of " + discs.front().Path());
+      Refuse(disc.Path(), "its manifest differs from that of " + discs.front().Path() +
+                              "; name volumes of one media");
     }
   }
   return manifest;
 }
 
-/// Whether the signature lies there.
+/// Returns whether the directory has this signature. Throws if it has another one.
 bool IsSigned(const OpenDirectory& directory, const std::string& signature) {
   const std::vector<std::string> names = directory.Names();
   if (!Holds(names, names::kSignature)) return false;
@@ -59,7 +62,8 @@ bool IsSigned(const OpenDirectory& directory, const std::string& signature) {
   const auto text = TextOnDisc(directory, names, names::kSignature, kMostOfASignature,
                                FlawKind::kNotGenuine, flaws);
   if (text != signature) {
-    Refuse(PathBelow(directory.Path(), names::kSignature), "another signature is there");
+    Refuse(PathBelow(directory.Path(), names::kSignature),
+           "it is another signature; remove it first");
   }
   return true;
 }

@@ -1,4 +1,4 @@
-// Signing a media that was made.
+// Signing a media that make has written before.
 #pragma once
 
 #include <cstddef>
@@ -9,14 +9,16 @@ namespace kvl {
 
 struct SealedMedia {
   std::string tag;
-  std::size_t signatures;  ///< how many directories of volumes have one now
+  std::size_t signatures;  ///< number of volume directories that have one now
 };
 
-/// Signs the manifest, which must be the same in all directories of volumes, see FindDiscs, and
-/// writes the signature there. Nothing is overwritten; where the same signature lies already, all
-/// is well. It has the time of the manifest. Nothing else is read. Throws std::runtime_error
-/// "cannot be sealed: <path>: <reason>" before anything is written when a manifest is not there, is
-/// none, or is another, or another signature is there; as SignWithMinisign and OpenDirectory do.
+/// Signs the manifest, and writes the signature into all directories of volumes, see FindDiscs.
+/// Reads only the manifests and signatures. The signature gets the time of the manifest. Overwrites
+/// nothing, and leaves a signature alone that is already the right one.
+///
+/// Throws std::runtime_error before it writes anything if a manifest is missing, cannot be used or
+/// differs from the others, or if another signature exists; and what SignWithMinisign and
+/// OpenDirectory throw.
 SealedMedia SealMedia(const std::vector<std::string>& directories, const std::string& key);
 
 }  // namespace kvl

@@ -43,12 +43,12 @@ class Verifier {
   }
 
  private:
-  /// Of a disc whose manifest can be read.
+  /// A disc whose manifest can be read.
   struct Seal {
     Disc disc;
     Digest manifest;
     bool is_genuine;
-    std::map<std::size_t, int> signs;  // see SealedDisc
+    std::map<std::size_t, int> signs;  ///< see SealedDisc
   };
 
   void Add(FlawKind kind, const std::string& path, const std::string& detail = "") {
@@ -64,7 +64,7 @@ class Verifier {
       SealedDisc sealed = ReadSeal(disc, request_.key, report_.flaws);
       if (sealed.manifest.empty()) continue;
       seals_.push_back({disc, DigestOf(sealed.manifest), sealed.is_genuine, sealed.signs});
-      // Of all manifests, one text is kept.
+      // Keeps the text of one manifest only.
       const bool is_better = chosen_ && sealed.is_genuine && !chosen_->is_genuine;
       if (is_settled_ || (chosen_ && !is_better)) continue;
       chosen_ = seals_.back();
@@ -74,12 +74,13 @@ class Verifier {
     Add(FlawKind::kUnreadable, directory, MessageOf(failure));
   }
 
-  /// The first time that there is a manifest, settles which one counts.
+  /// Looks into all directories. As soon as there is a manifest, chooses the one that describes the
+  /// media.
   void FindAll() {
     seals_.clear();
     for (const std::string& directory : request_.directories) Find(directory);
     if (is_settled_) return;
-    if (!chosen_) {  // nothing says what does not belong there
+    if (!chosen_) {  // without a manifest, nothing is known to be out of place
       std::erase_if(report_.flaws,
                     [](const Flaw& flaw) { return flaw.kind == FlawKind::kNotListed; });
       return;
@@ -100,7 +101,8 @@ class Verifier {
     }
   }
 
-  /// Verifies what lies there, or says why not.
+  /// Verifies the volumes that are there now. Returns why there is none to verify, or an empty
+  /// text.
   std::string TakeOne() {
     const std::vector<Flaw> before = report_.flaws;
     FindAll();
@@ -115,7 +117,8 @@ class Verifier {
     std::erase_if(seals_, [&](const Seal& seal) { return !is_new(seal); });
     if (seals_.empty()) {
       report_.flaws = before;
-      return is_of_media ? "this volume has been looked at" : "no volume of this media";
+      return is_of_media ? "this volume has been looked at already"
+                         : "this is not a volume of the media";
     }
     CountBytes();
     for (const Seal& seal : seals_) Verify(seal);
@@ -126,12 +129,12 @@ class Verifier {
     const std::string path = seal.disc.Path();
     if (seal.manifest != chosen_->manifest) {
       return Add(FlawKind::kOtherMedia, PathBelow(path, names::kManifest),
-                 "not the manifest of " + chosen_->disc.Path());
+                 "it differs from the manifest of " + chosen_->disc.Path());
     }
     const Numbers volumes = VolumesOn(seal);
     met_.insert(volumes.begin(), volumes.end());
     if (seal.disc.number && volumes != Numbers{*seal.disc.number}) {
-      Add(FlawKind::kOtherVolume, path, "volume " + std::to_string(volumes.front()));
+      Add(FlawKind::kOtherVolume, path, "it holds volume " + std::to_string(volumes.front()));
     }
     const auto see = [&](std::size_t bytes) {
       done_ += bytes;
@@ -149,7 +152,8 @@ class Verifier {
     }
   }
 
-  /// All of those that lie in one directory, else the one of which most is there.
+  /// Returns the volumes on a disc: all volumes when the layout puts them into one directory,
+  /// otherwise the one that most signs speak for.
   Numbers VolumesOn(const Seal& seal) const {
     Numbers all;
     for (std::size_t i = 1; i <= manifest_.volumes.size(); ++i) all.push_back(i);
@@ -171,13 +175,13 @@ class Verifier {
 
   const VerifyRequest& request_;
   std::vector<Seal> seals_;
-  std::optional<Seal> chosen_;  // whose manifest counts
-  bool is_settled_ = false;     // which one that is
+  std::optional<Seal> chosen_;  // the one whose manifest describes the media
+  bool is_settled_ = false;     // chosen_ does not change any more
   std::string manifest_text_;
   Manifest manifest_;
-  std::set<std::string> holders_;        // directories that hold those of volumes
-  std::set<std::size_t> met_;            // volumes that are there, in whatever state
-  std::uint64_t done_ = 0, in_all_ = 0;  // bytes
+  std::set<std::string> holders_;        // directories that hold directories of volumes
+  std::set<std::size_t> met_;            // volumes that were found, in whatever state
+  std::uint64_t done_ = 0, in_all_ = 0;  // bytes read, and bytes in all volumes found
   VerifyReport report_;
 };
 

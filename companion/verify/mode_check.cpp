@@ -15,6 +15,10 @@ std::uint32_t ModeOf(ModeCheck::Kind kind) {
   return kind == ModeCheck::Kind::kPlain ? 0644 : 0755;
 }
 
+bool IsRight(std::uint32_t mode, std::uint32_t wanted) {
+  return mode == wanted || mode == (wanted & ~kWriting);
+}
+
 std::string Octal(std::uint32_t mode) {
   std::array<char, 16> text = {};
   std::snprintf(text.data(), text.size(), "%03o", mode);
@@ -26,8 +30,7 @@ std::string Octal(std::uint32_t mode) {
 void ModeCheck::Add(const std::string& path, std::uint32_t mode, Kind kind) {
   const std::uint32_t permissions = mode & kPermissions, wanted = ModeOf(kind);
   seen_[kind].insert(permissions);
-  const bool is_right = permissions == wanted || permissions == (wanted & ~kWriting);
-  if (!is_right) others_.push_back({path, permissions, kind});
+  if (!IsRight(permissions, wanted)) others_.push_back({path, permissions, kind});
 }
 
 void ModeCheck::AddFlaws(const std::string& directory, std::vector<Flaw>& flaws) const {
@@ -37,7 +40,7 @@ void ModeCheck::AddFlaws(const std::string& directory, std::vector<Flaw>& flaws)
   }
   for (const Other& other : others_) {
     flaws.push_back({FlawKind::kWrongMode, PathBelow(directory, other.path),
-                     Octal(other.mode) + " in place of " + Octal(ModeOf(other.kind))});
+                     Octal(other.mode) + " instead of " + Octal(ModeOf(other.kind))});
   }
 }
 
@@ -49,10 +52,11 @@ std::string ModeCheck::ModesOfAll() const {
   const std::map<Kind, std::string> kinds = {{Kind::kPlain, "plain files"},
                                              {Kind::kProgram, "programs"},
                                              {Kind::kDirectory, "directories"}};
-  std::string text = "here all";
+  std::string text;
   for (const auto& [kind, modes] : seen_) {
-    text += (text.ends_with("all") ? " " : ", ") + kinds.at(kind) + " have mode " +
-            Octal(*modes.begin());
+    const std::uint32_t mode = *modes.begin(), wanted = ModeOf(kind);
+    text += (text.empty() ? "all " : ", all ") + kinds.at(kind) + " have " + Octal(mode);
+    if (!IsRight(mode, wanted)) text += " instead of " + Octal(wanted);
   }
   return text;
 }

@@ -1,4 +1,4 @@
-// Permissions of what lies on a volume.
+// Checking the permissions of the entries of a volume.
 #pragma once
 
 #include <cstdint>
@@ -11,18 +11,18 @@
 
 namespace kvl {
 
-/// Plain files have mode 644, programs and directories 755; what cannot be written to, as on a
-/// disc, has 444 and 555.
+/// Plain files must have mode 644, programs and directories 755. On a disc that nobody can write
+/// to, 444 and 555 are right, too.
 class ModeCheck {
  public:
   enum class Kind { kPlain, kProgram, kDirectory };
 
-  /// `path` lies below the volume's directory; `mode` is as in st_mode.
+  /// `path` begins at the volume's directory; `mode` is st_mode.
   void Add(const std::string& path, std::uint32_t mode, Kind kind);
 
-  /// Adds those with another mode. When there are two or more, and all of each kind have the same mode,
-  /// that is one flaw of the directory: so it is where a file system keeps no modes, or all were copied
-  /// under a umask.
+  /// Adds a flaw for each entry with a wrong mode. Adds only one flaw, about the directory, when
+  /// there are two or more such entries and all entries of each kind have the same mode. That
+  /// happens on a file system without modes, and to a copy that was made under a umask.
   void AddFlaws(const std::string& directory, std::vector<Flaw>& flaws) const;
 
  private:

@@ -32,7 +32,7 @@ std::optional<std::string> ManifestText(const OpenDirectory& directory, const Na
   return {};
 }
 
-/// True when the key proves it.
+/// Returns whether the key proves that the manifest is genuine.
 bool IsGenuine(const OpenDirectory& directory, const Names& names, const std::string& manifest,
                const std::optional<PublicKey>& key, std::vector<Flaw>& flaws) {
   if (!key && !Holds(names, names::kSignature)) return false;
@@ -67,7 +67,7 @@ bool ReadOnDisc(const OpenDirectory& directory, const Names& names, const std::s
     if (!Holds(names, name)) {
       flaws.push_back({FlawKind::kMissing, path});
     } else if (!S_ISREG(directory.Look(name).mode)) {
-      flaws.push_back({FlawKind::kWrongKind, path, "no regular file"});
+      flaws.push_back({FlawKind::kWrongKind, path, "it is not a regular file"});
     } else {
       const OpenFile file = directory.File(name);
       file.ExpectReading();

@@ -1,4 +1,4 @@
-// The manifest of a disc, as far as it can be relied on.
+// Reading the manifest and the signature of a disc.
 #pragma once
 
 #include <cstdint>
@@ -15,14 +15,15 @@
 
 namespace kvl {
 
-/// Reads a file of a disc with `read`, or adds a flaw and gives false: `names` are the entries of
-/// the directory, sorted. A link is not followed. What `read` throws is a flaw, too, TooLong one of
-/// the kind `too_long`.
+/// Reads a file of a disc with `read`. Returns false and adds a flaw if that fails. `names` are the
+/// sorted entries of the directory. Does not follow a link. An exception of `read` makes a flaw,
+/// too: TooLong one of the kind `too_long`, any other kUnreadable.
 bool ReadOnDisc(const KVLInsIO::OpenDirectory& directory, const std::vector<std::string>& names,
                 const std::string& name, FlawKind too_long, std::vector<Flaw>& flaws,
                 const std::function<void(const KVLInsIO::OpenFile&)>& read);
 
-/// Its whole text, or nothing and a flaw.
+/// Returns the whole text of a file. Returns nothing and adds a flaw if that fails, as ReadOnDisc
+/// does.
 std::optional<std::string> TextOnDisc(const KVLInsIO::OpenDirectory& directory,
                                       const std::vector<std::string>& names,
                                       const std::string& name, std::uint64_t most_bytes,
@@ -30,15 +31,15 @@ std::optional<std::string> TextOnDisc(const KVLInsIO::OpenDirectory& directory,
 
 struct SealedDisc {
   Disc disc;
-  std::string manifest = {};  ///< its text; empty when there is none that can be read
-  bool is_genuine = false;    ///< proven by the key
-  /// How much speaks for a volume, by its number: its list, then its marker, then the name of the
-  /// directory.
+  std::string manifest = {};  ///< the text; empty when it cannot be used
+  bool is_genuine = false;    ///< the key proves it
+  /// For the number of a volume, how strongly the disc looks like that volume. The volume's list
+  /// weighs more than its marker, and the marker more than the name of the directory.
   std::map<std::size_t, int> signs = {};
 };
 
-/// Reads manifest and signature. Without a key, a signature only has to look like one. The manifest is
-/// one that ParseManifest takes.
+/// Reads manifest and signature, and adds flaws. ParseManifest accepts the manifest that it
+/// returns. Without a key, checks only the format of the signature.
 SealedDisc ReadSeal(const Disc& disc, const std::optional<PublicKey>& key,
                     std::vector<Flaw>& flaws);
 

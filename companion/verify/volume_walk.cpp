@@ -23,7 +23,7 @@ using KVLInsIO::EntryState;
 using KVLInsIO::OpenDirectory;
 using Kind = ExpectedEntry::Kind;
 
-/// Goes through directories and expected entries side by side: both come in the order of PathOrder.
+/// Walks through the directories and the expected entries in step: both are in PathOrder.
 class VolumeWalk {
  public:
   VolumeWalk(const OpenDirectory& top, ExpectedEntries& expected, ContentsComparison& contents,
@@ -51,7 +51,7 @@ class VolumeWalk {
   }
 
  private:
-  /// A directory on the way to where the walk is.
+  /// The present directory of the walk, or one above it.
   struct Level {
     std::string path;
     std::vector<std::string> names;
@@ -90,14 +90,14 @@ class VolumeWalk {
     const EntryState state = directory->Look(name);
     switch (entry.kind) {
       case Kind::kDirectory:
-        if (!S_ISDIR(state.mode)) return Add(FlawKind::kWrongKind, entry.path, "no directory");
+        if (!S_ISDIR(state.mode)) return AddWrongKind(entry.path, "directory");
         modes_.Add(entry.path, state.mode, ModeCheck::Kind::kDirectory);
         return GoInto(entry.path);
       case Kind::kLink:
-        if (!S_ISLNK(state.mode)) return Add(FlawKind::kWrongKind, entry.path, "no symbolic link");
+        if (!S_ISLNK(state.mode)) return AddWrongKind(entry.path, "symbolic link");
         return CompareTarget(directory->Target(name), entry);
       case Kind::kFile:
-        if (!S_ISREG(state.mode)) return Add(FlawKind::kWrongKind, entry.path, "no regular file");
+        if (!S_ISREG(state.mode)) return AddWrongKind(entry.path, "regular file");
         modes_.Add(entry.path, state.mode,
                    entry.is_program ? ModeCheck::Kind::kProgram : ModeCheck::Kind::kPlain);
         if (entry.is_compared) contents_.Compare(directory, name, state.size, entry.digest);
@@ -109,7 +109,11 @@ class VolumeWalk {
     Add(FlawKind::kWrongLink, entry.path, "leads to " + target + " instead of " + entry.target);
   }
 
-  /// Unless it lies in what could not be read: of that nothing is known.
+  void AddWrongKind(const std::string& path, const std::string& kind) {
+    Add(FlawKind::kWrongKind, path, "it is not a " + kind);
+  }
+
+  /// Adds the expected entry as missing, unless it lies in a directory that could not be read.
   void AddMissing() {
     const std::string path = expected_.Entry()->path;
     const bool is_unread = unread_ && (unread_->empty() || path.starts_with(*unread_ + "/"));
@@ -127,7 +131,7 @@ class VolumeWalk {
   ExpectedEntries& expected_;
   ContentsComparison& contents_;
   std::stack<Level> levels_;
-  std::optional<std::string> unread_;  // the last one; what lies in it comes before all else
+  std::optional<std::string> unread_;  // the last entry that could not be read
   ModeCheck modes_;
   std::vector<Flaw>& flaws_;
 };

@@ -1,4 +1,4 @@
-// What lies in a volume's directory, held against what must lie there.
+// Comparing the entries of a volume's directory with the expected ones.
 #pragma once
 
 #include <vector>
@@ -10,10 +10,10 @@
 
 namespace kvl {
 
-/// Adds what is missing, not listed, of another kind or mode, and links that lead elsewhere, and
-/// hands on the files whose contents are to be compared. Only directories that must be there are
-/// gone into, and no link is followed. Of the names, those of one directory and of the ones that it
-/// lies in are held. Throws as ExpectedEntries does.
+/// Adds a flaw for each entry that is missing or not listed, or has another kind or mode, and for
+/// each link with another target. Passes the files whose contents must be compared to `contents`.
+/// Enters only expected directories, and follows no link. Holds only the names of the present
+/// directory and of those above it in memory. Throws what ExpectedEntries throws.
 void WalkVolume(const KVLInsIO::OpenDirectory& directory, ExpectedEntries& expected,
                 ContentsComparison& contents, std::vector<Flaw>& flaws);
 

@@ -39,7 +39,7 @@ int main(int argc, char** argv) {
     std::printf("%d replaced\n", ReplaceInTree(argv[2], argv[3], argv[4]));
     return 0;
   } catch (const std::exception& failure) {
-    std::fputs(failure.what(), stderr);  // ends in a line feed
+    std::fputs(failure.what(), stderr);  // the text ends in a line feed
     return 1;
   }
 }

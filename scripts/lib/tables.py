@@ -42,8 +42,15 @@ def rows_below(path: str, heading: str) -> list[tuple[str, str]]:
     return [row for row in rows if row[0]]
 
 
+def escaped(text: str) -> str:
+    """Markdown for a text that may have code in backticks."""
+    parts = text.split("`")
+    parts[::2] = [re.sub(r"([_*<])", r"\\\1", part) for part in parts[::2]]
+    return "`".join(parts)
+
+
 def term(name: str, text: str) -> str:
-    return f"- `{name}`: {text}"
+    return f"- `{name}`: {escaped(text)}"
 
 
 def plain(path: str, heading: str) -> list[str]:
@@ -81,8 +88,8 @@ def findings(path: str, heading: str) -> list[str]:
         if line.endswith("},"):
             code, text, remedy = literals(row)
             severity = {"kError": "error", "kWarning": "warning"}.get(row.split(", ")[2].split(",")[0])
-            said = f"{text}; {remedy}.".replace("<", "\\<")
-            found.append(f"- `{code}`, {severity or 'error or warning'}: {said}{when}")
+            said = escaped(f"{text}; {remedy}.{when}")
+            found.append(f"- `{code}`, {severity or 'error or warning'}: {said}")
             when, row = "", ""
     return found
 
@@ -90,8 +97,11 @@ def findings(path: str, heading: str) -> list[str]:
 def media_options(path: str, heading: str) -> list[str]:
     """The options of a subcommand with their help texts."""
     found = []
-    for call in re.split(r"add_(?:option|flag)\w*\(", (TOP / path).read_text())[1:]:
-        call = re.match(r'(?:"(?:[^"\\]|\\.)*"|[^";])*', call)[0].replace(r"\n", " ")
+    source = (TOP / path).read_text()
+    constants = dict(re.findall(r'(k\w+)\[\] = (".*?")', source))
+    for call in re.split(r"add_(?:option|flag)(?:_\w+<[^>]*>+)?\(", source)[1:]:
+        call = re.sub(r"\bk[A-Z]\w*", lambda found: constants.get(found[0], found[0]), call)
+        call = re.match(r'(?:"(?:[^"\\]|\\.)*"|[^"])*?(?:;\n|$)', call)[0].replace(r"\n", " ")
         names, text = literals(call)[:2]
         value = re.search(r'type_name\("(.*?)"', call)
         if names.startswith("-"):
@@ -126,12 +136,12 @@ def declarations(path: str, heading: str) -> list[str]:
     for hidden in (r"namespace internal \{.*?\n\}", r" private:.*?\n\};"):
         source = re.sub(hidden, "", source, flags=re.S)
     found = []
-    for comment, code in re.findall(r"((?: *///[^<\n][^\n]*\n)+)((?:(?!//)[^;])+?)(?:;| \{|\s:\s)", source):
+    for comment, code in re.findall(r"((?: *///(?!<)[^\n]*\n)+)((?:(?!//)[^;])+?)(?:;| \{(?!\})|\s:\s)", source):
         text = " ".join(re.sub(r"^ */// ?", "", line).strip() for line in comment.splitlines())
         name = re.sub(r"\[\[\w+\]\] |\binline |\bconstexpr |\bexplicit |\bfriend |\bstd::", "", code)
         if "(" not in name:
             continue
-        sentence = re.match(r".*?(?:\.(?= |$)|:(?= |$)|$)", text)[0].rstrip(":.") + "."
+        sentence = re.match(r".*?(?:\.(?= |$)|$)", text)[0].rstrip(".") + "."
         found.append(term(" ".join(name.split()), sentence))
     return found
 
@@ -152,7 +162,8 @@ def renewed(document: str) -> str:
 
 def main() -> None:
     if sys.argv[1:2] == ["--print"]:
-        print(renewed((TOP / "docs" / sys.argv[2]).read_text()), end="")
+        page = renewed((TOP / "docs" / sys.argv[2]).read_text())
+        print(re.sub(r"\[([^]]+)\]\([^)]*\)", r"\1", page), end="")  # nothing can follow a link
         return
     for path in sorted(TOP.glob("docs/*.md")):
         text = path.read_text()

@@ -15,7 +15,7 @@ Carrier IsoImage() {
 }
 
 Carrier SquashfsImage() {
-  // It is not the compression that is tested.
+  // The test does not need compression.
   return {.name = "SquashfsImage",
           .make = {"/usr/bin/mksquashfs", "{set}", "{images/set}", "-quiet", "-no-progress", "-noI",
                    "-noD", "-noF", "-noX"},
@@ -42,7 +42,7 @@ std::string WhyNoTools(const Carrier& carrier) {
 }
 
 std::string WhyNoMountOf(const Carrier& carrier, const CarrierWorld& world) {
-  if (carrier.mount.empty()) return "it is not mounted";
+  if (carrier.mount.empty()) return "this carrier has no mount";
   if (std::string why = WhyNoOwnMounts(); !why.empty()) return why;
   try {
     RunWithOwnMounts([&] { world.RunTool(carrier.mount); });
@@ -68,7 +68,7 @@ void WithCarrier(const Carrier& carrier, const CarrierWorld& world,
       action();
     });
   } else {
-    fs::remove(world.Path("carrier"));  // it would be in the way of some tools
+    fs::remove(world.Path("carrier"));  // some tools require that it is missing
     world.RunTool(carrier.unpack);
     action();
   }

@@ -62,8 +62,8 @@ void CarrierWorld::Expect(const LaunchSeen& seen, const ExpectedRun& expected) c
 
 void ForAllStarters(const std::function<void(CarrierWorld&)>& check) {
   for (const bool ordinary_user : {false, true}) {
-    if (ordinary_user && ::geteuid() != 0) return;  // who is nobody else
-    SCOPED_TRACE(ordinary_user ? "by an ordinary user" : "by ourselves");
+    if (ordinary_user && ::geteuid() != 0) return;
+    SCOPED_TRACE(ordinary_user ? "as an ordinary user" : "as the user of the tests");
     CarrierWorld world(ordinary_user);
     const std::string why = ordinary_user ? WhyNoOrdinaryUser(world) : std::string();
     if (!why.empty()) GTEST_SKIP() << why;

@@ -1,6 +1,5 @@
-// A media that is started from an image, a read-only mount or read-only files: whole runs of its
-// start script, in place and staged; and unmounting it meanwhile, which the system refuses as long as
-// anything of it is in use.
+// Starts a media from an image, a read-only mount or read-only files, in place and staged. Also
+// unmounts it while the installer runs, which the system refuses as long as a file of it is in use.
 
 #include "tests/carriers/carrier.h"
 #include "tests/conditions/own_mounts.h"
@@ -9,7 +8,7 @@
 namespace kvl::test {
 namespace {
 
-/// The times of the copies are those on the carrier, in whole seconds.
+/// Expects that staged files have the times of those on the carrier, in whole seconds.
 void ExpectTimesOfTheCarrier(const CarrierWorld& world) {
   const fs::path staging = world.Text("{staging}");
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(staging)) {
@@ -28,7 +27,7 @@ std::vector<std::string> TreeWithoutModes(const std::string& directory) {
   return lines;
 }
 
-class MediaOn : public testing::TestWithParam<Carrier> {
+class MediaOnCarrier : public testing::TestWithParam<Carrier> {
  protected:
   void SetUp() override {
     std::string why = WhyNoTools(GetParam());
@@ -36,8 +35,8 @@ class MediaOn : public testing::TestWithParam<Carrier> {
     if (!why.empty()) GTEST_SKIP() << why;
   }
 
-  /// Starts the media on its carrier, by everybody who may do so, without the third volume if one
-  /// is to be missing, and compares everything.
+  /// Starts the media from its carrier as each user of ForAllStarters, and compares everything. If
+  /// a volume should be missing, it is the third.
   static void ExpectRuns(bool volume_is_missing) {
     ForAllStarters([&](CarrierWorld& world) {
       world.MakeSet(volume_is_missing ? 2 : 3);
@@ -58,25 +57,26 @@ class MediaOn : public testing::TestWithParam<Carrier> {
   }
 };
 
-TEST_P(MediaOn, StartsInPlaceWithAllVolumes) {
+TEST_P(MediaOnCarrier, StartsInPlaceWithAllVolumes) {
   ExpectRuns(/*volume_is_missing=*/false);
 }
 
-TEST_P(MediaOn, IsStagedWithoutOneOfTheVolumes) {
+TEST_P(MediaOnCarrier, IsStagedWhenAVolumeIsMissing) {
   ExpectRuns(/*volume_is_missing=*/true);
 }
 
-INSTANTIATE_TEST_SUITE_P(Carriers, MediaOn,
+INSTANTIATE_TEST_SUITE_P(Carriers, MediaOnCarrier,
                          testing::Values(IsoImage(), SquashfsImage(), ReadOnlyMount(),
                                          ReadOnlyModes()),
                          [](const auto& row) { return row.param.name; });
 
 constexpr char kDone[] = "installed\n";
 
-class MediaInUse : public MediaOn {
+class MediaInUse : public MediaOnCarrier {
  protected:
-  /// Starts the media and unmounts it as soon as the installer runs, which waits for that, says
-  /// that it is done and ends with 7. Only from a staged copy it can.
+  /// Starts the media, and unmounts it while the installer runs. Expects that this works only if
+  /// the launcher has staged the installer. Then lets the installer go on, which prints kDone and
+  /// ends with status 7.
   static void ExpectRunsAndUnmounts(bool volume_is_missing) {
     ForAllStarters([&](CarrierWorld& world) {
       world.MakeSet(volume_is_missing ? 2 : 3);
@@ -113,7 +113,7 @@ class MediaInUse : public MediaOn {
           "carrier/1",
           world.StartOf(std::string(kFirst) + "/StartTUI.sh",
                         {.env = {{"FAKE_WAIT", pipe}, {"FAKE_PRINT", kDone}, {"FAKE_EXIT", "7"}}}));
-      // Should the installer never have come to its pipe, nobody is to wait for it.
+      // Releases the open() below if the installer has not opened the pipe.
       ::close(::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     });
     const int end = ::open(pipe.c_str(), O_WRONLY | O_CLOEXEC);  // waits for the installer

@@ -1,5 +1,4 @@
-// Two media of which nothing may be written: the installer of the second one is staged over the
-// first.
+// Stages a media, and over it the installer of an external installer media with read-only files.
 
 #include "tests/carriers/carrier.h"
 
@@ -8,8 +7,8 @@ namespace {
 
 constexpr char kBin[] = "inst/linux/code/bin";
 
-/// In {carrier/1} the first of three volumes, the third of which is missing; in {update} a media of
-/// one volume, whose programs have the same names; one of them is another program.
+/// Makes a media in {carrier} without the third of its three volumes, and a media of one volume in
+/// {update}. Their programs have the same names, but the launchers differ.
 void MakeMediaAndUpdate(const CarrierWorld& world) {
   world.MakeSet(2);
   fs::rename(world.Path("set"), world.Path("carrier"));
@@ -29,8 +28,8 @@ ExpectedRun ExpectedUpdate() {
   return run;
 }
 
-/// The staged copy of the first media with the program of the second one, which has taken the place
-/// of the first one's contents but not of its mode.
+/// Returns the staged tree: that of the first media, in which the launcher has the contents of the
+/// second one and still the mode of the first.
 std::vector<std::string> UpdatedCopy(const CarrierWorld& world, const std::string& mode) {
   const std::string line = "f " + mode + " {staging}/" + kBin + "/kvl-launcher = ";
   const std::string contents = ReadFile(BuiltProgram("fake_installer"));
@@ -41,7 +40,7 @@ std::vector<std::string> UpdatedCopy(const CarrierWorld& world, const std::strin
   return lines;
 }
 
-TEST(ReadOnlyUpdate, ReplacesTheInstallerWhoseFilesMayBeWritten) {
+TEST(ReadOnlyUpdate, ReplacesAnInstallerWithWritableFiles) {
   ForAllStarters([](CarrierWorld& world) {
     MakeMediaAndUpdate(world);
     world.RunTool({"/bin/chmod", "-R", "a=rX", "{update}"});
@@ -52,9 +51,9 @@ TEST(ReadOnlyUpdate, ReplacesTheInstallerWhoseFilesMayBeWritten) {
   });
 }
 
-/// Files keep their modes, and who is not the superuser cannot overwrite a copy that is read-only:
-/// the first of them ends the staging.
-TEST(ReadOnlyUpdate, OfReadOnlyFilesIsOnlyForTheSuperuser) {
+/// Staged files keep their modes, so an ordinary user cannot overwrite a staged file that is
+/// read-only: the first such file ends the staging.
+TEST(ReadOnlyUpdate, OverwritesReadOnlyFilesOnlyForTheSuperuser) {
   ForAllStarters([](CarrierWorld& world) {
     MakeMediaAndUpdate(world);
     world.RunTool({"/bin/chmod", "-R", "a=rX", "{carrier}", "{update}"});

@@ -1,5 +1,5 @@
-// A media in a self-extracting archive, which unpacks itself into the temporary directory, calls
-// StartTUI.sh and removes what it unpacked.
+// Starts a media from a self-extracting archive, which unpacks itself into the temporary directory,
+// calls StartTUI.sh and removes what it has unpacked.
 
 #include "tests/carriers/carrier.h"
 
@@ -17,7 +17,7 @@ class SelfExtractingArchive : public testing::Test {
     if (!fs::exists("/usr/bin/makeself")) GTEST_SKIP() << "makeself is not installed";
   }
 
-  /// Makes {archives/suite.run} of the media in {set}.
+  /// Packs the media in {set} into {archives/suite.run}.
   static void Pack(const CarrierWorld& world, const std::vector<std::string>& options = {}) {
     world.Directory().MakeDir("archives");
     std::vector<std::string> command = {"/usr/bin/makeself", "--quiet", "--nox11", "--nocomp"};
@@ -26,8 +26,8 @@ class SelfExtractingArchive : public testing::Test {
     world.RunTool(command);
   }
 
-  /// Runs the archive, and claims that it changed nothing but {tmp}. The texts of the run have
-  /// "{unpacked}" for the directory that it unpacked itself into.
+  /// Runs the archive, and expects that it changes only {tmp} and removes the directory that it
+  /// unpacks itself into.
   static LaunchSeen StartArchive(CarrierWorld& world) {
     LaunchSeen seen = world.Run(world.StartOf("{archives/suite.run}", kPlan));
     const std::string unpacked = seen.child.directory;
@@ -68,8 +68,9 @@ TEST_F(SelfExtractingArchive, RunsTheInstallerWhereItWasUnpacked) {
   });
 }
 
-/// What was staged stays when what was unpacked goes, with modes by the umask of the archive.
-TEST_F(SelfExtractingArchive, LeavesTheStagedCopyOfWhatLacksAVolume) {
+/// The staged copy stays when the archive removes its files, and has modes by the umask of the
+/// archive.
+TEST_F(SelfExtractingArchive, LeavesTheStagedCopyOfAMediaThatLacksAVolume) {
   ForAllStarters([](CarrierWorld& world) {
     world.MakeSet(2, "flat");
     Pack(world);
@@ -77,7 +78,7 @@ TEST_F(SelfExtractingArchive, LeavesTheStagedCopyOfWhatLacksAVolume) {
   });
 }
 
-TEST_F(SelfExtractingArchive, LeavesItWithTheCallersUmaskOnDemand) {
+TEST_F(SelfExtractingArchive, StagesWithTheUmaskOfTheCallerOnDemand) {
   CarrierWorld world;
   world.MakeSet(2, "flat");
   Pack(world, {"--keep-umask"});

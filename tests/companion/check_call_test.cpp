@@ -15,19 +15,19 @@ using Json = nlohmann::ordered_json;
 /// Calls, with "" for an empty argument, and the message of each.
 constexpr char kBadCalls[] = R"(
 => A subcommand is required (see --help)
-mkae => no subcommand: mkae (see --help)
-mkae --tag T payload => no subcommand: mkae (see --help)
---json chekc 1 => no subcommand: chekc (see --help)
---json => The following argument was not expected: --json (see --help)
---json check 1 => The following argument was not expected: --json (arguments for the launcher stand behind --)
+mkae => unknown subcommand: mkae; use check, make, seal, verify or clean (see --help)
+mkae --tag T payload => unknown subcommand: mkae; use check, make, seal, verify or clean (see --help)
+--json chekc 1 => unknown subcommand: chekc; use check, make, seal, verify or clean (see --help)
+--json => unexpected argument: --json (see --help)
+--json check 1 => unexpected argument: --json; put arguments for the launcher behind -- (see --help)
 check => DIR is required (see --help)
-check "" => not a directory: 
-check missing => not a directory: missing
-check 1/1.txt => not a directory: 1/1.txt
-check 1 2 => The following argument was not expected: 2 (arguments for the launcher stand behind --)
-check 1 --jsn => The following argument was not expected: --jsn (arguments for the launcher stand behind --)
-check 1 --target foo -x => The following arguments were not expected: --target foo -x (arguments for the launcher stand behind --)
-make payload media --tag T --installer setup third --forth => The following arguments were not expected: third --forth (see --help)
+check "" => DIR is not a directory: ; name the directory of a volume, or the one that holds volumes as 1, 2, ...
+check missing => DIR is not a directory: missing; name the directory of a volume, or the one that holds volumes as 1, 2, ...
+check 1/1.txt => DIR is not a directory: 1/1.txt; name the directory of a volume, or the one that holds volumes as 1, 2, ...
+check 1 2 => unexpected argument: 2; put arguments for the launcher behind -- (see --help)
+check 1 --jsn => unexpected argument: --jsn; put arguments for the launcher behind -- (see --help)
+check 1 --target foo -x => unexpected arguments: --target foo -x; put arguments for the launcher behind -- (see --help)
+make payload media --tag T --installer setup third --forth => unexpected arguments: third --forth (see --help)
 check 1 --os => --os: 1 required TEXT missing (see --help)
 )";
 
@@ -45,125 +45,136 @@ TEST(KvlMedia, RefusesBadCallsWithOneLine) {
 }
 
 constexpr char kHelp[] =
-    R"(Checks, makes, seals and verifies installation media, and cleans up behind runs.
+    R"(Checks, makes, seals and verifies installation media, and removes what runs left.
 Usage: kvl-media [OPTIONS] SUBCOMMAND
 
 Options:
-  --version                   Display program version information and exit
-  -h,--help                   Print this text
+  --version                   Print the version
+  -h,--help                   Print this help text
 
 Subcommands:
-  check                       Says what the launcher would do with a media, and what is wrong with it.
-                              Changes nothing and starts nothing. What follows "--" are arguments for the launcher;
-                              the environment counts, too. Without --os and --installer, KVL_OS and KVL_Installer_EXE
-                              are taken from the environment, or else from StartTUI.sh of the media.
-  make                        Makes a media from a payload tree, split into volumes. DIR must be empty or missing;
-                              nothing is ever overwritten. Volume i holds payload/i and its list of SHA-256, i.sha256.
-  seal                        Signs the manifest of a media, and writes the signature onto each of the volumes given.
-                              minisign does it, and asks for the password of the key. Verify the media before.
-  verify                      Reads a media and says whether it is what was made: which files are damaged, missing or
+  check                       Says what the launcher would do with a media, and what is wrong with the media.
+                              Changes nothing and starts nothing. Arguments behind "--" are for the launcher.
+                              The environment counts as it does for the launcher.
+  make                        Makes a media from the directory tree PAYLOAD, and splits it into volumes.
+                              Overwrites nothing. Volume i holds its part of the payload in payload/i, and the SHA-256 of
+                              each of its files in i.sha256.
+  seal                        Signs the manifest of a media with minisign, which asks for the password of the key, and
+                              writes the signature onto each volume given. Verify the media first.
+  verify                      Reads a media and says whether it is what make wrote: which files are damaged, missing or
                               not listed, and whether all volumes belong together. Changes nothing.
-  clean                       Lists what staged runs have left of this user in the temporary directory, and removes it
-                              with --yes. Leaves alone what is in use, or not clearly such a copy, and says so.
+  clean                       Lists what staged runs of this user have left in a temporary directory; with --yes, removes
+                              it. Leaves alone what is in use or was not clearly left by such a run, and says why.
 
 )";
 
 constexpr char kHelpWithCheck[] =
-    R"(Says what the launcher would do with a media, and what is wrong with it.
-Changes nothing and starts nothing. What follows "--" are arguments for the launcher;
-the environment counts, too. Without --os and --installer, KVL_OS and KVL_Installer_EXE
-are taken from the environment, or else from StartTUI.sh of the media.
+    R"(Says what the launcher would do with a media, and what is wrong with the media.
+Changes nothing and starts nothing. Arguments behind "--" are for the launcher.
+The environment counts as it does for the launcher.
 Usage: kvl-media check [OPTIONS] DIR
 
 Positionals:
-  DIR TEXT REQUIRED           Directory of volume 1 of the media, or of directories 1, 2, ...
+  DIR TEXT REQUIRED           Directory of volume 1, or the directory that holds volumes as 1, 2, ...
 
 Options:
-  -h,--help                   Print this text
+  -h,--help                   Print this help text
   --os TEXT                   Name of the operating-system directory below inst
+                              (default: KVL_OS from the environment, or else from StartTUI.sh)
   --installer TEXT            File name of the installer
+                              (default: KVL_Installer_EXE from the environment, or else from StartTUI.sh)
   --json                      Write one JSON object instead of text
-  --verbose                   Show command, variables and messages, too (JSON always has them)
+  --verbose                   Also show the installer's command, the variables and the launcher's messages
+                              (JSON always has them)
 
-Exit status: 0 fine, 1 problems, 2 bad call.
+Exit status: 0 no problems, 1 problems, 2 bad call.
 )";
 
 constexpr char kHelpWithMake[] =
-    R"(Makes a media from a payload tree, split into volumes. DIR must be empty or missing;
-nothing is ever overwritten. Volume i holds payload/i and its list of SHA-256, i.sha256.
+    R"(Makes a media from the directory tree PAYLOAD, and splits it into volumes.
+Overwrites nothing. Volume i holds its part of the payload in payload/i, and the SHA-256 of
+each of its files in i.sha256.
 Usage: kvl-media make [OPTIONS] PAYLOAD DIR
 
 Positionals:
-  PAYLOAD TEXT REQUIRED       Directory of what is to be installed
-  DIR TEXT REQUIRED           Directory to write the media into
+  PAYLOAD TEXT REQUIRED       Directory with what is to be installed
+  DIR TEXT REQUIRED           Directory to write the media into; it must be empty or missing
 
 Options:
-  -h,--help                   Print this text
-  --config FILE               File with options, as lines NAME = VALUE; those of the call count instead
+  -h,--help                   Print this help text
+  --config FILE               File with options as lines NAME = VALUE; an option in the call overrides the file
   --layout TEXT:{single,flat,sibling,am}
-                              single, flat, sibling or am (default: single for one volume, else sibling)
-  --volume-size SIZE          Most bytes of a volume's disc image: a number, with K, M or G for powers of 1024,
-                              KB, MB or GB for powers of 1000; or cd, dvd, dvd-dl (default: no limit)
-  --keep-together DIR ...     Directory of PAYLOAD that lies on one volume with all that is in it; repeatable
-  --presorted                 PAYLOAD holds directories 1, 2, ... with what goes onto each volume
-  --tag TEXT REQUIRED         Text that marks volumes as belonging together
+                              Where the volumes lie: single, flat, sibling or am
+                              (default: single for one volume, sibling for several)
+  --volume-size SIZE          Most bytes of the disc image of a volume: a whole number, also with K, M or G (powers
+                              of 1024) or KB, MB or GB (powers of 1000), or cd, dvd or dvd-dl (default: no limit)
+  --keep-together DIR ...     Directory of PAYLOAD that must lie on one volume with all its contents; repeatable
+  --presorted                 PAYLOAD holds directories 1, 2, ..., each with the files for one volume
+  --tag TEXT REQUIRED         Text of up to 256 bytes that marks volumes as belonging together
   --installer TEXT ... REQUIRED
                               Installer to put on the media
-  --inst TEXT                 Directory whose contents go into inst, too: what the installer needs
-  --links TEXT:{keep,follow}  keep: links stay links and lead to something in PAYLOAD (default);
-                              follow: what they lead to is copied
-  --jobs UINT:INT in [1 - 64] How many files are copied beside each other (default: one for each processor)
-  --launcher TEXT ...         Launcher to put on the media (default: kvl-launcher beside this program)
-  --sign KEY                  Secret key file of minisign to sign the manifest with; no signature without it
-  --iso                       Write a disc image of each volume, too, i.iso beside it (needs xorriso)
-  --iso-only                  Leave these images alone, and no directories
+  --inst TEXT                 Directory whose contents go into inst: other files that the installer needs
+  --links TEXT:{keep,follow}  keep copies symbolic links as links, which must be relative and lead to
+                              something in PAYLOAD (default); follow copies what they lead to
+  --jobs UINT:INT in [1 - 64] How many files make copies at the same time, 1 to 64
+                              (default: one for each processor, at most 8)
+  --launcher TEXT ...         Launcher to put on the media (default: kvl-launcher beside kvl-media)
+  --sign KEY                  Secret key file of minisign to sign the manifest with (default: no signature)
+  --iso                       Also write a disc image of each volume, beside its directory and with its name
+                              and .iso (needs xorriso)
+  --iso-only                  Write these images, and remove the directories when all images are stored
   --system,--os TEXT ...      Name of the operating-system directory below inst (default: linux)
-  --machine TEXT ...          What starts these programs: x86_64, arm64, ppc64le, riscv64, s390x, or what uname -m says
-                              (default: every machine); repeated with --system, --installer and --launcher for each
-  --dry-run                   Say what would be made, and write nothing
+  --machine TEXT ...          Machine that runs the programs of this system: x86_64, arm64, ppc64le, riscv64, s390x or
+                              what uname -m prints there (default: every machine); for several machines, repeat it with
+                              --system, --installer and --launcher
+  --dry-run                   Say what make would write, and write nothing
   --json                      Write one JSON object instead of text
   --quiet                     Show no progress, even on a terminal
-  --verbose                   Name each file on standard error when it is copied; with --dry-run in the text
+  --verbose                   Name each file on standard error when make copies it; with --dry-run, name the
+                              files in the report
 
-Exit status: 0 done, 1 the media could not be written, 2 bad call.
+Exit status: 0 done, 1 the media or an image could not be written, or the media cannot be
+started, 2 bad call.
 )";
 
 constexpr char kHelpWithSeal[] =
-    R"(Signs the manifest of a media, and writes the signature onto each of the volumes given.
-minisign does it, and asks for the password of the key. Verify the media before.
+    R"(Signs the manifest of a media with minisign, which asks for the password of the key, and
+writes the signature onto each volume given. Verify the media first.
 Usage: kvl-media seal [OPTIONS] DIR...
 
 Positionals:
-  DIR TEXT ... REQUIRED       Directory of a volume, or of directories 1, 2, ...
+  DIR TEXT ... REQUIRED       Directory of a volume, or the directory that holds volumes as 1, 2, ...
 
 Options:
-  -h,--help                   Print this text
+  -h,--help                   Print this help text
   --key TEXT REQUIRED         Secret key file of minisign
 
 Exit status: 0 done, 1 the media could not be sealed, 2 bad call.
 )";
 
 constexpr char kHelpWithVerify[] =
-    R"(Reads a media and says whether it is what was made: which files are damaged, missing or
+    R"(Reads a media and says whether it is what make wrote: which files are damaged, missing or
 not listed, and whether all volumes belong together. Changes nothing.
 Usage: kvl-media verify [OPTIONS] DIR...
 
 Positionals:
-  DIR TEXT ... REQUIRED       Directory of a volume, or of directories 1, 2, ...
+  DIR TEXT ... REQUIRED       Directory of a volume, or the directory that holds volumes as 1, 2, ...
 
 Options:
-  -h,--help                   Print this text
-  --key TEXT                  Public key of minisign, or its file: the media must be signed with it
+  -h,--help                   Print this help text
+  --key TEXT                  Public key of minisign, or its file; each manifest must be signed with it
   --jobs UINT:UINT in [1 - 64]
-                              How many files are read at a time (default: 1)
-  --wait                      Ask for the other volumes, which come into DIR one after the other
+                              How many files verify reads at the same time, 1 to 64
+                              (default: 1, which is best for a disc)
+  --wait                      Ask for one volume after the other in DIR, until all have been looked at
   --json                      Write one JSON object instead of text
 
-Exit status: 0 whole (and genuine, with --key), 1 not, 2 bad call, 3 something could not be
-read, 4 nothing is wrong with the volumes given, and others were not looked at.
+Exit status: 0 whole (with --key: and genuine), 1 not whole or not genuine, 2 bad call,
+3 something could not be read, 4 nothing is wrong with the volumes given, and others were
+not looked at.
 )";
 
-TEST(KvlMedia, HelpsWithEverySubcommandAndTellsItsVersion) {
+TEST(KvlMedia, PrintsItsVersionAndHelpTexts) {
   const std::vector<std::pair<Lines, std::string>> rows = {
       {{"--version"}, "kvl-media 0.1.0\n"},
       {{"--help"}, kHelp},
@@ -213,7 +224,7 @@ Fine: the installer will be started in place
   EXPECT_EQ(Json::parse(for_programs.out)["volume_count"], 1);
 }
 
-TEST(KvlMediaCheck, GivesProgramsOneObjectWithAllKeys) {
+TEST(KvlMediaCheck, WritesOneJsonObjectWithAllKeys) {
   const CheckWorld world("two volumes; remove 2; link 1/a\\xFF\\\\ nowhere");
   Outcome seen =
       world.Companion({"check", "{}", "--installer", "installer", "--json"},
@@ -296,10 +307,15 @@ TEST(FailingOutput, IsReported) {
           Lines{"check", "payload"}, Lines{"check", "--json", "payload"},
           Lines{"verify", "payload"}, Lines{"verify", "--json", "payload"},
           Lines{"clean", "payload"}}) {
-      world.ExpectRefused(world.Companion(arguments, {}, send), "the report cannot be written");
+      world.ExpectRefused(
+          world.Companion(arguments, {}, send),
+          "the report cannot be written: standard output; check the file or program that "
+          "receives it");
     }
-    world.ExpectRefused(world.MakeMedia({}, "media", send),
-                        "the media was made, but the message cannot be written");
+    world.ExpectRefused(
+        world.MakeMedia({}, "media", send),
+        "the media was made, but the report cannot be written: standard output; run kvl-media "
+        "check to see whether the media starts");
     EXPECT_TRUE(fs::exists(world.Path("media/StartTUI.sh")));
   }
 }

@@ -157,12 +157,14 @@ TEST(CheckWithABadDirectory, RefusesAMediaThatTheSystemCannotLookAt) {
 
 TEST(CheckWithABadDirectory, RefusesAWorkingDirectoryThatIsGone) {
   const CheckWorld world("dir gone");
-  world.ExpectRefused(world.Companion({"check", "."}, {},
-                                      [&] {
-                                        if (::chdir("gone") != 0) ::_exit(kImpossibleHere);
-                                        fs::remove(world.Path("gone"));
-                                      }),
-                      "not a directory: .");
+  world.ExpectRefused(
+      world.Companion({"check", "."}, {},
+                      [&] {
+                        if (::chdir("gone") != 0) ::_exit(kImpossibleHere);
+                        fs::remove(world.Path("gone"));
+                      }),
+      "DIR is not a directory: .; name the directory of a volume, or the one that holds "
+      "volumes as 1, 2, ...");
 }
 
 /// Repeats the check, lets another system call fail each time, and expects each failure to change

@@ -1,4 +1,5 @@
-// kvl-media clean: which of the copies that staged runs have left it removes, and what it leaves alone.
+// kvl-media clean: what it removes of the directories that staged runs have left, and what it
+// leaves alone.
 #include <sys/mman.h>
 #include <sys/prctl.h>
 
@@ -14,14 +15,15 @@
 namespace kvl::test {
 namespace {
 
-/// Of this process alone: whoever has something of such a name open counts as a user of all that has
-/// it, wherever it lies, so that tests beside each other would be in each other's way.
+/// Makes the names of staging directories differ between processes. A process that has a file below
+/// such a name open counts as a user of every directory of this name, so tests that run at the same
+/// time would disturb each other.
 const std::string kEndOfNames = Hex4(static_cast<std::uint32_t>(::getpid()) >> 16U, kUpperCase) +
                                 Hex4(static_cast<std::uint32_t>(::getpid()) & 0xFFFFU, kUpperCase);
 const std::string kOne = "01234567-89AB-4DEF-8123-4567" + kEndOfNames;
 const std::string kOther = "F1234567-89AB-4DEF-B123-4567" + kEndOfNames;
 
-/// A temporary directory with what two runs have left.
+/// Makes a temporary directory with the staging directories of two runs.
 class CleanTest : public testing::Test, protected CheckWorld {
  protected:
   CleanTest() {
@@ -31,7 +33,8 @@ class CleanTest : public testing::Test, protected CheckWorld {
     }
   }
 
-  /// As the launcher does it for a staging directory.
+  /// Writes the script that the launcher writes for the staging directory `directory`, which ends
+  /// in "/".
   void WriteScript(const std::string& name, const std::string& directory) const {
     Directory().Write(
         "tmp/" + name + "/remove.bat",
@@ -45,7 +48,7 @@ class CleanTest : public testing::Test, protected CheckWorld {
     return Companion(arguments, {{"TMPDIR", "{tmp}"}}, before);
   }
 
-  /// Removes the other one and leaves this one as it is.
+  /// Expects that clean removes kOther, and leaves kOne unchanged for this reason.
   void ExpectLeftAlone(const std::string& reason, const std::function<void()>& before = {}) const {
     ExpectKept("left alone   ", reason, before);
   }
@@ -63,9 +66,9 @@ class CleanTest : public testing::Test, protected CheckWorld {
   const std::string one_ = "{tmp}/" + kOne;
 };
 
-TEST_F(CleanTest, SaysSoWhereNothingIsLeft) {
+TEST_F(CleanTest, SaysThatNothingIsLeft) {
   fs::remove_all(Path("tmp"));
-  // None of them is named as a staging directory.
+  // None of these is the name of a staging directory.
   for (const std::string name :
        {"01234567-89ab-4def-8123-456789abcdef", "01234567-89AB-3DEF-8123-456789ABCDEF",
         "01234567-89AB-4DEF-C123-456789ABCDEF", "0123456789AB-4DEF-8123-456789ABCDEF-",
@@ -81,7 +84,7 @@ TEST_F(CleanTest, SaysSoWhereNothingIsLeft) {
   EXPECT_EQ(DescribeTreeExactly(Path(".")), before);
 }
 
-TEST_F(CleanTest, ListsWhatALaunchHasLeftAndRemovesItWhenAskedTo) {
+TEST_F(CleanTest, ListsWhatALaunchHasLeftAndRemovesItOnDemand) {
   fs::remove_all(Path("tmp"));
   Change("two volumes; 2: 2=SET-B; dir tmp");
   ASSERT_EQ(Launch("1").status, 0);
@@ -94,7 +97,7 @@ TEST_F(CleanTest, ListsWhatALaunchHasLeftAndRemovesItWhenAskedTo) {
   EXPECT_TRUE(fs::is_empty(Path("tmp")));
 }
 
-TEST_F(CleanTest, RemovesEveryKindOfEntryAndNothingThatALinkLeadsTo) {
+TEST_F(CleanTest, RemovesEveryKindOfEntryButFollowsNoLink) {
   const std::string in_one = " tmp/" + kOne;
   Change("file outside/file kept; link" + in_one + "/inst/out {outside}; link" + in_one +
          "/inst/to_file {outside/file}; pipe" + in_one + "/pipe; socket" + in_one + "/s; file" +
@@ -106,12 +109,12 @@ TEST_F(CleanTest, RemovesEveryKindOfEntryAndNothingThatALinkLeadsTo) {
   EXPECT_THAT(DescribeTree(Path("outside")), ElementsAre("f 644 file = kept"));
 }
 
-TEST_F(CleanTest, LeavesAloneWhatIsNoStagingDirectoryOfThisUser) {
+TEST_F(CleanTest, LeavesAloneWhatIsNotAStagingDirectory) {
   const std::string script = one_ + "/remove.bat", tmp = "tmp/" + kOne;
-  const std::string no_script = "its remove.bat is not that of a run in it";
+  const std::string no_script = "its remove.bat is not what a launcher writes there";
   const std::vector<std::pair<std::string, std::string>> rows = {
-      {"move " + tmp + " elsewhere; link " + tmp + " {elsewhere}", "not a directory"},
-      {"remove " + tmp + "; file " + tmp, "not a directory"},
+      {"move " + tmp + " elsewhere; link " + tmp + " {elsewhere}", "it is not a directory"},
+      {"remove " + tmp + "; file " + tmp, "it is not a directory"},
       {"remove " + tmp + "/remove.bat", "Cannot read " + script + " - No such file or directory"},
       {"move " + tmp + "/remove.bat text; link " + tmp + "/remove.bat {text}",
        "Cannot read " + script + " - Too many levels of symbolic links"},
@@ -133,15 +136,15 @@ TEST_F(CleanTest, LeavesAloneWhatIsNoStagingDirectoryOfThisUser) {
   }
 }
 
-TEST_F(CleanTest, LeavesAloneWhatAScriptOfAnotherDirectoryLiesIn) {
+TEST_F(CleanTest, LeavesAloneADirectoryWithTheScriptOfAnother) {
   WriteScript(kOne, "{tmp}/" + kOther + "/");
-  ExpectLeftAlone("its remove.bat is not that of a run in it");
+  ExpectLeftAlone("its remove.bat is not what a launcher writes there");
   WriteScript(kOne, one_ + "/inst/");
-  EXPECT_EQ(Clean().out,
-            Text("left alone   " + one_ + ": its remove.bat is not that of a run in it\n"));
+  EXPECT_EQ(Clean().out, Text("left alone   " + one_ +
+                              ": its remove.bat is not what a launcher writes there\n"));
 }
 
-TEST_F(CleanTest, LeavesAloneWhatItCannotLookThrough) {
+TEST_F(CleanTest, LeavesAloneATreeThatItCannotRead) {
   const std::string closed = "tmp/" + kOne + "/inst/a\x1B\n";
   SetMode(Directory().MakeDir(closed), 0);
   const Outcome seen = Clean({"--yes"}, GiveUpPermissions);
@@ -155,12 +158,12 @@ TEST_F(CleanTest, LeavesAloneWhatItCannotLookThrough) {
 TEST_F(CleanTest, LeavesAloneWhatBelongsToAnotherUser) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root gives something away";
   GiveToOrdinaryUser(Path("tmp/" + kOne + "/inst/sub"));
-  ExpectLeftAlone("it holds something of another user: " + one_ + "/inst/sub");
+  ExpectLeftAlone("another user owns a part of it: " + one_ + "/inst/sub");
   GiveToOrdinaryUser(Path("tmp/" + kOne));
-  EXPECT_EQ(Clean(), (Outcome{1, Text("left alone   " + one_ + ": it belongs to another user\n")}));
+  EXPECT_EQ(Clean(), (Outcome{1, Text("left alone   " + one_ + ": another user owns it\n")}));
 }
 
-TEST_F(CleanTest, GoesOnBehindARemovalThatFails) {
+TEST_F(CleanTest, GoesOnAfterARemovalThatFails) {
   const std::string sub = Path("tmp/" + kOne + "/inst/sub");
   SetMode(sub, 0555);
   ExpectKept("not removed  ", "unlink - " + one_ + "/inst/sub/file - Permission denied",
@@ -168,7 +171,7 @@ TEST_F(CleanTest, GoesOnBehindARemovalThatFails) {
   SetMode(sub, 0755);
 }
 
-/// A process that does something and then waits.
+/// A process that calls `action` and then waits until this object is destroyed.
 class Waiting {
  public:
   explicit Waiting(const std::function<void()>& action) {
@@ -216,7 +219,7 @@ TEST_F(CleanTest, LeavesAloneWhatAProcessUses) {
       {"works in it", [&] { fs::current_path(inst); }},
       {"has a file open", [&] { open(inst + "/sub/file"); }},
       {"has a file open by another name", [&] { open(outside + "/program"); }},
-      {"has a file open that has no name any more",
+      {"has a removed file open",
        [&] {
          WriteFile(gone, "");
          open(gone);
@@ -238,11 +241,12 @@ TEST_F(CleanTest, LeavesAloneWhatAProcessUses) {
     SCOPED_TRACE(what);
     WriteScript(kOther, "{tmp}/" + kOther + "/");
     const Waiting process(action);
-    ExpectLeftAlone("it is in use by " + process.Name());
+    ExpectLeftAlone(process.Name() + " uses it");
   }
 }
 
-/// To be called in the child: processes that hide themselves are hidden.
+/// Takes from this process the right to look into processes that hide themselves. Call it in a
+/// child.
 void GiveUpLookingIntoProcesses() {
   ::prctl(PR_CAPBSET_DROP, CAP_SYS_PTRACE, 0, 0, 0);
   GiveUpPermissions();
@@ -257,18 +261,19 @@ TEST_F(CleanTest, LeavesAloneWhatAHiddenProcessMayUse) {
   const std::string file = "tmp/" + kOne + "/inst/sub/file";
   {
     const Waiting process([&] { HideAndOpen(Path(file)); });
-    ExpectLeftAlone("it is in use: {" + file + "}", GiveUpLookingIntoProcesses);
+    ExpectLeftAlone("a process uses a file in it: {" + file + "}", GiveUpLookingIntoProcesses);
   }
   const Waiting process([&] { HideAndOpen("/"); });
-  SetMode(Path(file), 0);  // so that nobody can ask about it
+  SetMode(Path(file), 0);  // so clean cannot open it to ask whether a process uses it
   WriteScript(kOther, "{tmp}/" + kOther + "/");
   EXPECT_EQ(Clean({"--yes"}, GiveUpLookingIntoProcesses),
-            (Outcome{1, Text("left alone   " + one_ + ": nobody can tell whether it is in use: {" +
+            (Outcome{1, Text("left alone   " + one_ +
+                             ": the system does not say whether a process uses a file in it: {" +
                              file + "}\nremoved      {tmp}/" + kOther + "\n")}));
   EXPECT_TRUE(fs::exists(Path(file)));
 }
 
-/// To be called in the child.
+/// Mounts for this process only. Call it in a child.
 void Mount(const std::string& what, const std::string& where, const char* kind,
            unsigned long how = 0, const char* options = nullptr) {
   const bool is_done = ::unshare(CLONE_NEWNS) == 0 &&
@@ -277,35 +282,35 @@ void Mount(const std::string& what, const std::string& where, const char* kind,
   if (!is_done) ::_exit(kImpossibleHere);
 }
 
-TEST_F(CleanTest, LeavesAloneWhatSomethingIsMountedIn) {
+TEST_F(CleanTest, LeavesAloneATreeWithAMount) {
   Change("file outside/file kept");
   const std::string sub = Path("tmp/" + kOne + "/inst/sub");
-  ExpectLeftAlone("something is mounted in it, or of it",
+  ExpectLeftAlone("something is mounted in it, or a part of it is mounted elsewhere",
                   [&] { Mount(Path("outside"), sub, nullptr, MS_BIND); });
   EXPECT_THAT(DescribeTree(Path("outside")), ElementsAre("f 644 file = kept"));
 }
 
-TEST_F(CleanTest, LeavesEverythingAloneWhereNoProcessCanBeLookedAt) {
+TEST_F(CleanTest, LeavesEverythingAloneWithoutProc) {
   if (kSanitized) GTEST_SKIP() << "a sanitizer needs /proc";
   const Lines before = DescribeTreeExactly(Path("."));
   const Outcome seen = Clean({"--yes"}, [] { Mount("none", "/proc", "tmpfs"); });
   if (seen.status == kImpossibleHere) GTEST_SKIP() << "this cannot be set up here";
-  const std::string reason = ": what is mounted cannot be looked at in /proc\n";
+  const std::string reason = ": the list of mounts cannot be read: /proc/self/mountinfo\n";
   EXPECT_EQ(seen, (Outcome{1, Text("left alone   " + one_ + reason + "left alone   {tmp}/" +
                                    kOther + reason)}));
   EXPECT_EQ(DescribeTreeExactly(Path(".")), before);
 }
 
-TEST_F(CleanTest, LeavesAloneWhatAProcessUsesThatTheSystemDoesNotShow) {
+TEST_F(CleanTest, LeavesAloneWhatAProcessUsesThatProcDoesNotShow) {
   const std::string file = "tmp/" + kOne + "/inst/sub/file";
   const Waiting process([&] { HideAndOpen(Path(file)); });
-  ExpectLeftAlone("it is in use: {" + file + "}", [] {
+  ExpectLeftAlone("a process uses a file in it: {" + file + "}", [] {
     Mount("none", "/proc", "proc", 0, "hidepid=2,gid=65534");
     GiveUpLookingIntoProcesses();
   });
 }
 
-TEST_F(CleanTest, RemovesNothingThatWasNotThereAtTheLook) {
+TEST_F(CleanTest, RemovesNothingThatAppearsMeanwhile) {
   const std::string sub = Path("tmp/" + kOne + "/inst/sub");
   int times = 0;
   const BeforeOpen arrival(sub, [&] {
@@ -314,7 +319,7 @@ TEST_F(CleanTest, RemovesNothingThatWasNotThereAtTheLook) {
   const std::vector<LeftOver> left = RemoveLeftOvers(Path("tmp"));
   ASSERT_EQ(left.size(), 2U);
   EXPECT_EQ(left[0].fate, Fate::kNotRemoved);
-  EXPECT_EQ(left[0].reason, "it was not there before: " + sub + "/a");
+  EXPECT_EQ(left[0].reason, "this appeared while clean was at work: " + sub + "/a");
   EXPECT_EQ(left[1].fate, Fate::kRemoved);
   EXPECT_THAT(DescribeTree(sub), ElementsAre("f 644 a = new", "f 644 file = "));
 }
@@ -329,7 +334,7 @@ TEST_F(CleanTest, RemovesNoDirectoryThatTookThePlaceOfAnother) {
   });
   const LeftOver left = RemoveLeftOvers(Path("tmp"))[0];
   EXPECT_EQ(left.fate, Fate::kNotRemoved);
-  EXPECT_EQ(left.reason, "it was not there before: " + one);
+  EXPECT_EQ(left.reason, "this appeared while clean was at work: " + one);
   EXPECT_EQ(DescribeTree(one), DescribeTree(Path("moved")));
 }
 
@@ -346,7 +351,7 @@ TEST_F(CleanTest, FollowsNoLinkThatTakesThePlaceOfADirectory) {
   EXPECT_THAT(DescribeTree(Path("outside")), ElementsAre("f 644 file = kept"));
 }
 
-TEST_F(CleanTest, LeavesAloneWhatAFileSystemIsMountedInMeanwhile) {
+TEST_F(CleanTest, LeavesAloneATreeWithAMountThatAppearsMeanwhile) {
   const std::string inst = Path("tmp/" + kOne + "/inst");
   if (const std::string why = WhyNoOwnMounts(); !why.empty()) GTEST_SKIP() << why;
   RunWithOwnMounts([&] {
@@ -356,15 +361,14 @@ TEST_F(CleanTest, LeavesAloneWhatAFileSystemIsMountedInMeanwhile) {
     });
     const LeftOver left = RemoveLeftOvers(Path("tmp"))[0];
     EXPECT_EQ(left.fate, Fate::kLeftAlone);
-    EXPECT_EQ(left.reason, "it holds another file system: " + inst + "/sub");
+    EXPECT_EQ(left.reason, "a part of it is another file system: " + inst + "/sub");
   });
 }
 
 TEST_F(CleanTest, RefusesABadCall) {
   ExpectRefused(Clean({"missing"}), "opendir - missing - No such file or directory");
   ExpectRefused(Clean({""}), "DIR: must not be empty (see --help)");
-  ExpectRefused(Clean({"tmp", "--yse"}),
-                "The following argument was not expected: --yse (see --help)");
+  ExpectRefused(Clean({"tmp", "--yse"}), "unexpected argument: --yse (see --help)");
 }
 
 }  // namespace

@@ -5,14 +5,14 @@
 namespace kvl::test {
 namespace {
 
-/// Every long option in a text.
+/// Returns the first group of each match of the pattern.
 std::set<std::string> OptionsIn(const std::string& text, const std::string& pattern) {
   std::set<std::string> options;
   for (const Groups& option : MatchesIn(text, pattern)) options.insert(option[1]);
   return options;
 }
 
-/// The part of a text between two others.
+/// Returns the part of a text from `begin` to the next `end`.
 std::string Part(const std::string& text, const std::string& begin, const std::string& end) {
   const std::size_t at = text.find(begin);
   if (at == std::string::npos) return "(no " + begin + ")";
@@ -34,7 +34,7 @@ TEST(Completions, NameEveryOptionOfEverySubcommand) {
                          Row{{"verify", "--help"}, 4, "verify) words=", ";;", "verify)", ";;"},
                          Row{{"clean", "--help"}, 2, "clean) words=", ";;", "clean)", ";;"}}) {
     SCOPED_TRACE(row.in_bash);
-    // One of them has a short form in front.
+    // One option has a short form before it.
     const std::set<std::string> options =
         OptionsIn(CheckWorld().Companion(row.help).out, "\n +(?:-h,)?(--[a-z-]+)");
     EXPECT_GE(options.size(), row.least);
@@ -59,7 +59,7 @@ TEST(Completions, NameEverySubcommand) {
   EXPECT_EQ(OptionsIn(Part(bash, "words='check", "--help"), "\\b([a-z]+) "), subcommands);
 }
 
-/// What bash offers for the last of the words.
+/// Returns what bash offers for the last word.
 std::string OfferedByBash(const CheckWorld& world, const std::string& words) {
   const std::string script = SourceFile("companion/completions/kvl-media.bash");
   const Outcome seen = RunProgram({{"/bin/bash", "-c",
@@ -73,7 +73,7 @@ std::string OfferedByBash(const CheckWorld& world, const std::string& words) {
   return seen.out;
 }
 
-TEST(Completions, OfferWhatFitsInBash) {
+TEST(Completions, OfferMatchingWordsInBash) {
   if (!fs::exists("/bin/bash")) GTEST_SKIP() << "there is no bash";
   if (!fs::exists(SourceFile("companion"))) GTEST_SKIP() << "the sources are not there";
   CheckWorld world;

@@ -1,4 +1,4 @@
-// kvl-media make with its options in a file.
+// kvl-media make with options from a file.
 
 #include "tests/companion/check_world.h"
 
@@ -7,7 +7,7 @@ namespace {
 
 class ConfigFile : public testing::Test {
  protected:
-  /// Makes a media with that text as its options; says what would be made.
+  /// Plans a media with this configuration file. Keeps only the first line of the report.
   Outcome Plan(const std::string& text, Lines further = {"payload", "media"}) {
     world_.Directory().Write("media.toml", text);
     further.insert(further.begin(), {"make", "--config", "media.toml"});
@@ -31,7 +31,7 @@ TEST_F(ConfigFile, HoldsOptionsAndNamesOfDirectories) {
                            ""}));
 }
 
-TEST_F(ConfigFile, GivesWayToTheCall) {
+TEST_F(ConfigFile, IsOverriddenByTheCall) {
   const std::string text = "tag = A\nvolume-size = 1\n" + std::string(kUsual);
   for (const Lines& further : {Lines{"--tag", "B", "--volume-size", "9M", "payload", "media"},
                                Lines{"payload", "media", "--volume-size=9M", "--tag=B"}}) {
@@ -44,7 +44,8 @@ TEST_F(ConfigFile, HasALineForEachValueOfARepeatableOption) {
   const std::string text =
       "tag = A\nkeep-together = d\nkeep-together = 'e, f'\n" + std::string(kUsual);
   world_.Change("dir payload/d");
-  world_.ExpectRefused(Plan(text), "--keep-together: no directory of the payload: e, f");
+  world_.ExpectRefused(
+      Plan(text), "--keep-together is not a directory of PAYLOAD: e, f; give its path in PAYLOAD");
   world_.Change("dir payload/e,\\x20f");
   EXPECT_EQ(Plan(text).status, 0);
   EXPECT_EQ(Plan("keep-together = d\n" + text).status, 0);
@@ -53,28 +54,32 @@ TEST_F(ConfigFile, HasALineForEachValueOfARepeatableOption) {
   EXPECT_EQ(Plan(text, {"--keep-together", "d", "payload", "media"}).status, 0);
 }
 
-TEST_F(ConfigFile, IsRefusedWithOneLineWhenItIsBad) {
-  const std::string about = "--config: media.toml has a line about no option: ";
-  const std::string value =
-      "--config: media.toml has not one value for this (blanks and commas need quotes, \"#\" is "
-      "none): ";
+TEST_F(ConfigFile, IsRefusedWithOneLineIfItIsInvalid) {
+  const auto unknown = [](const std::string& name) {
+    return "--config has an unknown option: media.toml: " + name +
+           "; use the options of make, without --, or PAYLOAD or DIR";
+  };
+  const auto value = [](const std::string& name) {
+    return "--config does not give one value for an option: media.toml: " + name +
+           "; give one, put blanks and commas in quotes, and leave # out";
+  };
   const std::vector<std::pair<std::string, std::string>> rows = {
-      {"colour = red", about + "colour"},
-      {"[make]\ntag = A", about + "make.tag"},
-      {"config = other", about + "config"},
-      {"help = true", about + "help"},
-      {"\x1B[2J = 1", about + "\\x1B[2J"},
-      {"tag = My suite", value + "tag"},
-      {"tag = [A, B]", value + "tag"},
-      {"tag = []", value + "tag"},
-      {"keep-together = []", value + "keep-together"},
-      {"keep-together = \"a#b\"", value + "keep-together"},
-      {"tag = A\ntag = B", value + "tag"},
-      {"tag = A\nos = x\ntag = B", value + "tag"},
-      {"tag = \"A#B\"", value + "tag"},
+      {"colour = red", unknown("colour")},
+      {"[make]\ntag = A", unknown("make.tag")},
+      {"config = other", unknown("config")},
+      {"help = true", unknown("help")},
+      {"\x1B[2J = 1", unknown("\\x1B[2J")},
+      {"tag = My suite", value("tag")},
+      {"tag = [A, B]", value("tag")},
+      {"tag = []", value("tag")},
+      {"keep-together = []", value("keep-together")},
+      {"keep-together = \"a#b\"", value("keep-together")},
+      {"tag = A\ntag = B", value("tag")},
+      {"tag = A\nos = x\ntag = B", value("tag")},
+      {"tag = \"A#B\"", value("tag")},
       {"dry-run = maybe", "Could not convert: --dry-run = maybe"},
       {"", "--tag is required"},
-      {std::string(65'537, '#'), "--config: media.toml is too long"},
+      {std::string(65'537, '#'), "--config is too long: media.toml: 65536 bytes are allowed"},
   };
   for (const auto& [text, line] : rows) {
     SCOPED_TRACE(line);
@@ -82,7 +87,7 @@ TEST_F(ConfigFile, IsRefusedWithOneLineWhenItIsBad) {
   }
 }
 
-TEST_F(ConfigFile, IsRefusedWhenItIsNoRegularFile) {
+TEST_F(ConfigFile, IsRefusedIfItIsNotARegularFile) {
   world_.Change("pipe pipe");
   for (const auto& [name, error] : {std::pair("missing", "No such file or directory"),
                                     {"payload", "Is a directory"},
@@ -90,7 +95,7 @@ TEST_F(ConfigFile, IsRefusedWhenItIsNoRegularFile) {
                                     {"/dev/zero", "Operation not supported"}}) {
     world_.ExpectRefused(
         world_.Companion({"make", "--config", name, "payload", "media"}),
-        std::string("--config: ") + name + " cannot be read: " + error + " (see --help)");
+        std::string("--config cannot be read: ") + name + ": " + error + " (see --help)");
   }
 }
 

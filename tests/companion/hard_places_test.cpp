@@ -1,5 +1,5 @@
-// Whole rounds of kvl-media in places that few machines are: everything is as elsewhere, or ends as
-// stated.
+// Whole rounds of kvl-media in unusual places: the round is the same as elsewhere, or ends as
+// documented.
 
 #include "tests/companion/whole_round.h"
 #include "tests/conditions/memory_group.h"
@@ -23,27 +23,32 @@ void ExpectTheUsualRoundWith(const std::vector<std::string>& shown, const std::s
   });
 }
 
-TEST_F(RoundInARoot, ThatIsNoMountPointIsAsElsewhere) {
+TEST_F(RoundInARoot, ThatIsNotAMountPointIsAsElsewhere) {
   ExpectTheUsualRoundWith({"/proc", "/dev/null"}, {});
 }
 
-/// Nobody can tell whether a copy is in use.
-TEST_F(RoundInARoot, WithoutProcLeavesAloneWhatWasStaged) {
+/// Without /proc, clean cannot see whether a process uses a staged copy.
+TEST_F(RoundInARoot, WithoutProcLeavesStagedCopiesAlone) {
   if (kSanitized) GTEST_SKIP() << "a sanitizer needs /proc";
-  ExpectTheUsualRoundWith(
-      {"/dev/null"},
-      "clean: 1\nleft alone   {tmp}/<id>: what is mounted cannot be looked at in /proc\n--\n");
+  ExpectTheUsualRoundWith({"/dev/null"},
+                          "clean: 1\nleft alone   {tmp}/<id>: the list of mounts cannot be read: "
+                          "/proc/self/mountinfo\n--\n");
 }
 
-/// The program cannot know where it lies, and what lies beside it.
-TEST_F(RoundInARoot, WithoutProcHasToBeToldOfTheLauncher) {
+/// Without /proc, kvl-media cannot find itself, nor the launcher beside it.
+TEST_F(RoundInARoot, WithoutProcNeedsTheOptionForTheLauncher) {
   if (kSanitized) GTEST_SKIP() << "a sanitizer needs /proc";
   RoundWorld world;
   RunWithOwnRoot(world.Path("."), {}, [&](const OwnRoot& root) {
     const Outcome made =
         world.Companion({"make", "--tag", "T", "--installer", "{setup}", "{payload/1}", "{new}"},
                         {}, [&] { root.Enter(); });
-    EXPECT_EQ(made, (Outcome{2, "", "kvl-media: --launcher: needed where /proc is missing\n"}));
+    EXPECT_EQ(
+        made,
+        (Outcome{
+            2, "",
+            "kvl-media: the launcher beside kvl-media cannot be found: /proc/self/exe: No such "
+            "file or directory; name the launcher with --launcher\n"}));
   });
   EXPECT_FALSE(fs::exists(world.Path("new")));
 }
@@ -80,7 +85,7 @@ TEST(RoundInPlaces, OfALocaleThatDoesNotExistIsAsElsewhere) {
   }
 }
 
-TEST(RoundInPlaces, WithTheClockFarAwayIsAsElsewhere) {
+TEST(RoundInPlaces, WithTheClockFarOffIsAsElsewhere) {
   RoundWorld world;
   for (const long time : kOddTimes) {
     SCOPED_TRACE(time);
@@ -88,7 +93,7 @@ TEST(RoundInPlaces, WithTheClockFarAwayIsAsElsewhere) {
   }
 }
 
-TEST(RoundInPlaces, WithMemoryFor16MiBIsAsElsewhere) {
+TEST(RoundInPlaces, With16MiBOfMemoryIsAsElsewhere) {
   if (kSanitized) GTEST_SKIP() << "a sanitizer takes memory of its own";
   RoundWorld world;
   for (int i = 0; i < 1000; ++i) {
@@ -99,7 +104,7 @@ TEST(RoundInPlaces, WithMemoryFor16MiBIsAsElsewhere) {
   world.ExpectTheUsualRound({.before = [&] { group.Enter(); }});
 }
 
-/// What is made is found whole; nobody can tell there whether a payload has changed since it was looked at.
+/// verify and check call the media fine there, but make cannot tell whether the payload changes.
 TEST(RoundInPlaces, WithMadeUpInodeNumbersMakesNoMedia) {
   RoundWorld world;
   world.Round();
@@ -116,13 +121,16 @@ TEST(RoundInPlaces, WithMadeUpInodeNumbersMakesNoMedia) {
       world.Companion({"make", "--tag", "T", "--installer", "{setup}", "--launcher", "{setup}",
                        "--jobs", "1", "{payload/1}", "{new}"},
                       env);
-  EXPECT_EQ(made, (Outcome{1, "",
-                           world.Text("kvl-media: changed since the media was planned: "
-                                      "{payload/1/a}\nkvl-media: {new} is not whole; remove it and "
-                                      "run make again\n")}));
+  EXPECT_EQ(
+      made,
+      (Outcome{
+          1, "",
+          world.Text("kvl-media: this changed while make was at work: {payload/1/a}; change "
+                     "nothing until make has ended\n"
+                     "kvl-media: the media is not whole: {new}; remove it and run make again\n")}));
 }
 
-/// The newest of a payload is the time of what is generated.
+/// Files that make generates have the time of the newest file in the payload.
 TEST(RoundInPlaces, GivesAMediaTheOddTimesOfItsPayload) {
   for (const long time : kOddTimes) {
     SCOPED_TRACE(time);

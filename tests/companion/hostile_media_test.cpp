@@ -77,9 +77,9 @@ TEST_F(HostileMedia, IsNotFineWithPipes) {
       "warning: the marker of volume 2 cannot be read: {media/2/2.txt}\n"
       "warning: a pipe cannot be copied: {media/1/pipe}\n"
       "warning: a pipe cannot be copied: {media/1/payload/1/a}\n",
-      "wrong kind    {media/1/payload/1/a}: no regular file\n"
+      "wrong kind    {media/1/payload/1/a}: it is not a regular file\n"
       "not listed    {media/1/pipe}\n"
-      "wrong kind    {media/2/2.txt}: no regular file\n");
+      "wrong kind    {media/2/2.txt}: it is not a regular file\n");
 }
 
 TEST_F(HostileMedia, IsNotFineWithSockets) {
@@ -90,9 +90,9 @@ TEST_F(HostileMedia, IsNotFineWithSockets) {
       "warning: the system cannot read this entry (No such device or address): {media/2/2.txt}\n"
       "warning: a socket cannot be copied: {media/1/StartTUI.sh}\n"
       "warning: a socket cannot be copied: {media/1/socket}\n",
-      "wrong kind    {media/1/StartTUI.sh}: no regular file\n"
+      "wrong kind    {media/1/StartTUI.sh}: it is not a regular file\n"
       "not listed    {media/1/socket}\n"
-      "wrong kind    {media/2/2.txt}: no regular file\n");
+      "wrong kind    {media/2/2.txt}: it is not a regular file\n");
 }
 
 TEST_F(HostileMedia, IsNotFineWithDevices) {
@@ -105,9 +105,9 @@ TEST_F(HostileMedia, IsNotFineWithDevices) {
       "warning: the marker of volume 2 cannot be read: {media/2/2.txt}\n"
       "warning: a device cannot be copied: {media/1/StartTUI.sh}\n"
       "warning: a device cannot be copied: {media/1/zero}\n",
-      "wrong kind    {media/1/StartTUI.sh}: no regular file\n"
+      "wrong kind    {media/1/StartTUI.sh}: it is not a regular file\n"
       "not listed    {media/1/zero}\n"
-      "wrong kind    {media/2/2.txt}: no regular file\n");
+      "wrong kind    {media/2/2.txt}: it is not a regular file\n");
 }
 
 TEST_F(HostileMedia, IsNotFineWithNamesThatATerminalObeys) {
@@ -130,9 +130,9 @@ TEST_F(HostileMedia, IsNotFineWithClosedDirectories) {
       "warning: other users cannot read this directory: {media/2/payload/2}\n"
       "warning: you cannot list this directory, so it counts as empty: {media/2/payload/2}\n",
       "unreadable    {media/1/payload}: opendir - {media/1/payload} - Permission denied\n"
-      "wrong mode    {media/1/payload}: 000 in place of 755\n"
+      "wrong mode    {media/1/payload}: 000 instead of 755\n"
       "unreadable    {media/2/payload/2}: opendir - {media/2/payload/2} - Permission denied\n"
-      "wrong mode    {media/2/payload/2}: 000 in place of 755\n",
+      "wrong mode    {media/2/payload/2}: 000 instead of 755\n",
       3, GiveUpPermissions);
   world_.Change("mode 755 media/1/payload; mode 755 media/2/payload/2");
 }
@@ -171,7 +171,7 @@ TEST_F(HostileMedia, IsNotFineWithTextsOfAGibibyte) {
       "name one: {media/1/StartTUI.sh}\n"
       "warning: the marker of volume 2 has no line MTBDIR=<tag>: {media/2/2.txt}\n",
       "bad manifest  {media/2/media.manifest}: longer than 268435456 bytes\n"
-      "wrong list    {media/1/1.sha256}: not the one that the manifest is about\n");
+      "wrong list    {media/1/1.sha256}: its digest differs from that in the manifest\n");
 }
 
 TEST_F(HostileMedia, IsNotFineIfItChangesWhileItIsVerified) {

@@ -1,4 +1,4 @@
-// ImageRoom says how large a disc image becomes: never less than xorriso makes it, and little more.
+// ImageRoom computes the size of a disc image: never less than xorriso needs, and little more.
 #include "companion/make/image_room.h"
 
 #include "companion/make/payload_walk.h"
@@ -7,7 +7,7 @@
 namespace kvl::test {
 namespace {
 
-class ImageOf : public testing::Test {
+class ComputedImageSize : public testing::Test {
  protected:
   void SetUp() override {
     if (const std::string why = WhyNoXorriso(); !why.empty()) GTEST_SKIP() << why;
@@ -18,8 +18,8 @@ class ImageOf : public testing::Test {
     directory_.Write("tree/" + name, std::string(size, 'x'));
   }
 
-  /// What is foretold for the tree is what its image takes, or up to so many blocks more.
-  void ExpectForetold(std::uint64_t most_over) const {
+  /// Expects the computed size of the tree to be that of its image, or at most so many blocks more.
+  void ExpectFit(std::uint64_t most_over) const {
     ImageRoom room;
     const auto tree = ListPayload(KVLInsIO::OpenDirectory(directory_.Path("tree")), Links::kKept);
     for (const PayloadEntry& entry : tree) room.Add(entry);
@@ -32,28 +32,28 @@ class ImageOf : public testing::Test {
   TestDirectory directory_;
 };
 
-TEST_F(ImageOf, AnEmptyTreeIsForetold) {
-  ExpectForetold(1);
+TEST_F(ComputedImageSize, FitsAnEmptyTree) {
+  ExpectFit(1);
 }
 
-TEST_F(ImageOf, FilesOnEitherSideOfABlockIsForetold) {
+TEST_F(ComputedImageSize, FitsFilesAroundTheSizeOfABlock) {
   for (const std::size_t size : {0U, 1U, 2047U, 2048U, 2049U, 4096U, 4097U})
     Write(std::to_string(size), size);
-  ExpectForetold(1);
+  ExpectFit(1);
 }
 
-TEST_F(ImageOf, ManyTinyFilesIsForetold) {
+TEST_F(ComputedImageSize, FitsManyTinyFiles) {
   for (int i = 0; i < 3000; ++i) Write(std::to_string(i % 70) + "/file-" + std::to_string(i), 1);
-  ExpectForetold(70);
+  ExpectFit(70);
 }
 
-TEST_F(ImageOf, ManyEmptyDirectoriesIsForetold) {
+TEST_F(ComputedImageSize, FitsManyEmptyDirectories) {
   for (int i = 0; i < 1000; ++i) directory_.MakeDir("tree/" + std::to_string(i));
-  ExpectForetold(16);
+  ExpectFit(16);
 }
 
-/// Each has a name that clashes with others when it is written as the standard wants it.
-TEST_F(ImageOf, NamesThatClashIsForetold) {
+/// As identifiers of ISO 9660, the names clash.
+TEST_F(ComputedImageSize, FitsNamesThatClash) {
   const std::string kind = "aA";
   for (unsigned i = 0; i < 1024; ++i) {
     std::string name = "l----------";
@@ -64,29 +64,29 @@ TEST_F(ImageOf, NamesThatClashIsForetold) {
     Write("odd/\xC3\xA4 " + name + "\xFF");
     directory_.MakeDir("tree/directories/" + name);
   }
-  ExpectForetold(64);
+  ExpectFit(64);
 }
 
-/// A directory has no more of them than what xorriso 1.5.4 manages: 2048 bytes of what does not fit
-/// into records.
-TEST_F(ImageOf, LongNamesIsForetold) {
+/// Each directory keeps to the limit of xorriso 1.5.4: 2048 bytes of names that do not fit into
+/// records.
+TEST_F(ComputedImageSize, FitsLongNames) {
   for (std::size_t length = 30; length <= 253; ++length) {
     const std::string name = std::to_string(length) + std::string(length - 3, 'n');
     Write(std::to_string(length / 10) + "/" + (length < 100 ? "0" : "") + name);
   }
-  ExpectForetold(32);
+  ExpectFit(32);
 }
 
-TEST_F(ImageOf, DeepDirectoriesIsForetold) {
+TEST_F(ComputedImageSize, FitsDeepDirectories) {
   std::string path;
   for (int level = 0; level < 30; ++level) {
     path += (level == 0 ? "" : "/") + std::string(60, 'd');
     Write(path + "/file", 10);
   }
-  ExpectForetold(8);
+  ExpectFit(8);
 }
 
-TEST_F(ImageOf, LinksIsForetold) {
+TEST_F(ComputedImageSize, FitsLinks) {
   for (const std::string part : {"a/", "../", "./", "name/", "a-longer-name/"}) {
     std::string target;
     for (int i = 0; target.size() + part.size() < 1024; ++i) {
@@ -99,17 +99,17 @@ TEST_F(ImageOf, LinksIsForetold) {
     directory_.Link("tree/component/" + std::to_string(length) + "/l",
                     "a/" + std::string(length, 'c') + "/b");
   }
-  ExpectForetold(16);
+  ExpectFit(16);
 }
 
-TEST_F(ImageOf, ARealTreeIsForetold) {
+TEST_F(ComputedImageSize, FitsARealTree) {
   const std::string real = "/usr/include/c++";
   if (!fs::exists(real)) GTEST_SKIP() << "there is no " << real;
   fs::copy(real, directory_.Path("tree"), fs::copy_options::recursive);
-  ExpectForetold(40);
+  ExpectFit(40);
 }
 
-TEST(ImageRoom, OfALargeFileHasARecordForEachExtent) {
+TEST(ImageRoom, HasARecordForEachExtentOfALargeFile) {
   const auto bytes_with = [](std::uint64_t size) {
     ImageRoom room;
     room.Add({.name = std::string(200, 'n'), .size = size});
@@ -117,13 +117,13 @@ TEST(ImageRoom, OfALargeFileHasARecordForEachExtent) {
   };
   constexpr std::uint64_t kExtent = 0xFFFF'F800;
   EXPECT_EQ(bytes_with(kExtent), bytes_with(1));
-  EXPECT_EQ(bytes_with(20 * kExtent), bytes_with(1));  // all have room in front of files
-  // 400 records of 254 bytes, and behind each the 112 for the end of its name.
+  EXPECT_EQ(bytes_with(20 * kExtent), bytes_with(1));  // all records lie before the files
+  // 400 records of 254 bytes, and for each of them 112 bytes with the end of its name.
   EXPECT_GT(bytes_with(400 * kExtent), (18 + 400 * 254 / 2048 + 400 * 112 / 2048) * 2048U);
   EXPECT_EQ(bytes_with(400 * kExtent), bytes_with(399 * kExtent + 1));
 }
 
-TEST(ImageRoom, OfAnEndlessLinkIsCountedAmply) {
+TEST(ImageRoom, CountsEnoughForVeryLongLinks) {
   ImageRoom room;
   std::string target;
   while (target.size() < 4095) target += "a/";

@@ -1,4 +1,4 @@
-// kvl-media make --iso when something goes wrong: no image only looks whole, and nothing else is removed.
+// kvl-media make --iso when something fails: it leaves no partial image, and removes nothing else.
 #include "tests/companion/images_world.h"
 
 namespace kvl::test {
@@ -6,31 +6,33 @@ namespace {
 
 const std::string kReal = "exec " + std::string(kXorriso) + " \"$@\"\n";
 
-TEST_F(MakeImages, RemovesNothingThatItHasNotMade) {
+TEST_F(MakeIso, RemovesOnlyWhatItHasMade) {
   PutInItsPlace("echo mine >'" + world_.Path("media/1/payload/1/stranger") + "'\n" + kReal);
   const Outcome seen = Make("sibling", {"--iso-only"});
   EXPECT_EQ(seen.status, 1);
-  EXPECT_EQ(seen.err,
-            world_.Text("kvl-media: cannot be removed: {media/1/payload/1}: Directory not "
-                        "empty; all disc images are whole\n"));
+  EXPECT_EQ(
+      seen.err,
+      world_.Text("kvl-media: the directory cannot be removed: {media/1/payload/1}: Directory not "
+                  "empty; all disc images are whole, remove the rest yourself\n"));
   EXPECT_EQ(ReadFile(world_.Path("media/1/payload/1/stranger")), "mine\n");
   EXPECT_TRUE(fs::exists(world_.Path("media/2/media.manifest")));
 }
 
-TEST_F(MakeImages, LeavesVolumesThatSomebodyChangesMeanwhile) {
+TEST_F(MakeIso, DoesNotRemoveVolumesThatSomebodyChangesMeanwhile) {
   for (const std::string changed : {"media/1/media.manifest", "media/1/1.sha256"}) {
     SCOPED_TRACE(changed);
     PutInItsPlace("echo changed >>'" + world_.Path(changed) + "'\n" + kReal);
     const Outcome seen = Make("sibling", {"--iso-only"});
     EXPECT_EQ(seen.status, 1);
-    EXPECT_EQ(seen.err, world_.Text("kvl-media: not removed, because it is not what was made: {" +
-                                    changed + "}; all disc images are whole\n"));
+    EXPECT_EQ(seen.err,
+              world_.Text("kvl-media: the volume was not removed, because this was changed: {" +
+                          changed + "}; all disc images are whole, remove the rest yourself\n"));
     EXPECT_TRUE(fs::exists(world_.Path("media/1/payload/1/a")));
     world_.Change("remove media");
   }
 }
 
-TEST_F(MakeImages, AreNamedWhenTheyAreWritten) {
+TEST_F(MakeIso, NamesEachImageThatItWrites) {
   const Outcome seen = Make("sibling", {"--iso", "--verbose"});
   EXPECT_EQ(seen.status, 0);
   EXPECT_TRUE(
@@ -39,8 +41,8 @@ TEST_F(MakeImages, AreNamedWhenTheyAreWritten) {
       << seen.err;
 }
 
-TEST_F(MakeImages, AreNoPlaceForPathsOrFilesThatAreTooLong) {
-  // Behind "{media}/payload/1" a path is six bytes longer than behind "{payload/2}".
+TEST_F(MakeIso, RefusesPathsAndFilesBeyondTheLimitsOfAnImage) {
+  // A path in "{media}/payload/1" is six bytes longer than the same path in "{payload/2}".
   std::string deep = world_.Path("payload/2");
   while (deep.size() + 201 < 3800) deep += "/" + std::string(200, 'd');
   fs::create_directories(deep);
@@ -50,32 +52,44 @@ TEST_F(MakeImages, AreNoPlaceForPathsOrFilesThatAreTooLong) {
   std::ofstream(deep + "/" + name).put('x');
   const std::string inside = deep.substr(world_.Path("payload/2").size()) + "/" + name;
   world_.ExpectRefused(Make("single", {"--iso"}),
-                       "a path is too long for a disc image: {media}/payload/1" + inside);
+                       "a path is too long for a disc image: {media}/payload/1" + inside +
+                           "; shorten it to 4095 bytes");
   fs::remove(deep + "/" + name);
 
   constexpr std::uint64_t kMost = (400ULL << 30U) - (200ULL << 10U);
   world_.Change("file payload/2/large");
   fs::resize_file(world_.Path("payload/2/large"), kMost + 1);
   world_.ExpectRefused(Make("single", {"--iso"}),
-                       "a file is too large for a disc image: {media}/payload/1/large");
+                       "a file is too large for a disc image: {media}/payload/1/large; split it "
+                       "into files of up to " +
+                           std::to_string(kMost) + " bytes");
 }
 
-TEST_F(MakeImages, RefusesWhatCannotBeBeforeItWrites) {
+TEST_F(MakeIso, RefusesInvalidCallsBeforeItWrites) {
   struct Row {
     std::string change, layout, line;
     Environment env = {};
   };
-  const std::string long_link(1024, 'x');
+  const std::string is_there =
+      "the path of the disc image exists already: {media.iso}; remove it, or name another DIR";
   const std::vector<Row> rows = {
-      {"", "single", "xorriso is needed for disc images, and is not there", {{"PATH", "/nowhere"}}},
-      {"", "flat", "layout flat has all volumes in one directory, and a disc image has one"},
-      {"file media.iso", "single", "something is there already: {media.iso}"},
-      {"link media.iso nowhere", "single", "something is there already: {media.iso}"},
+      {"",
+       "single",
+       "the program that writes disc images is not on PATH: xorriso; install it",
+       {{"PATH", "/nowhere"}}},
+      {"", "flat",
+       "--layout flat puts all volumes into one directory, and a disc image needs a directory for "
+       "each volume; use sibling or am, or leave --iso out"},
+      {"file media.iso", "single", is_there},
+      {"link media.iso nowhere", "single", is_there},
       {"dir media/lost+found", "single",
-       "what lies there would be on the disc image, too: {media}"},
+       "DIR is not empty, and its contents would be on the disc image, too: {media}; name a "
+       "directory in it"},
       {"dir payload/2/" + std::string(250, 'd') + "; link payload/2/l " + std::string(250, 'd') +
            Replaced(std::string(400, 'x'), "x", "/."),
-       "single", "a link is too long for a disc image: {media}/payload/1/l"},
+       "single",
+       "the target of a link is too long for a disc image: {media}/payload/1/l; shorten it to 1023 "
+       "bytes"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.line);
@@ -87,46 +101,47 @@ TEST_F(MakeImages, RefusesWhatCannotBeBeforeItWrites) {
   }
 }
 
-TEST_F(MakeImages, LeavesNoImageThatOnlyLooksWhole) {
+TEST_F(MakeIso, LeavesNoPartialImage) {
   const std::string last =
       "for last; do :; done; while [ \"$1\" != -o ]; do shift; done; image=${2#stdio:}\n";
+  const std::string partial = "xorriso wrote only a part of it";
   struct Row {
     std::string lines, why;
   };
   const std::vector<Row> rows = {
       {"exit 32\n", "xorriso ended with status 32"},
       {last + "head -c 99999 /dev/zero >\"$image\"; echo ' : FAILURE : no luck' >&2; exit 5\n",
-       " : FAILURE : no luck"},
+       "FAILURE : no luck"},
       {"kill -KILL $$\n", "xorriso ended with status -1"},
-      {"exit 0\n", "it is not whole"},
+      {"exit 0\n", partial},
       {last + "rm \"$image\"; exit 5\n", "xorriso ended with status 5"},
-      {last + "head -c 99999 /dev/zero >\"$image\"\n", "it is not whole"},
+      {last + "head -c 99999 /dev/zero >\"$image\"\n", partial},
       {std::string(kXorriso) + " \"$@\" 2>&- ; " + last + "truncate -s -2048 \"$image\"\n",
-       "it is not whole"},
+       partial},
       {last + "exec " + kXorriso + " -as mkisofs -o \"$image\" -pad \"$last\"\n",
-       "it is larger than the volume size: <n> bytes"},
+       "it has <n> bytes, more than --volume-size"},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.lines);
     PutInItsPlace(row.lines);
     for (const std::string option : {"--iso", "--iso-only"}) {
       Outcome seen = Make("sibling", {option, "--volume-size", "200K"});
-      seen.err = Replaced(seen.err, "size: [0-9]+ bytes", "size: <n> bytes");
+      seen.err = Replaced(seen.err, "it has [0-9]+ bytes", "it has <n> bytes");
       EXPECT_EQ(seen,
                 (Outcome{1,
                          world_.Text("Made a media with tag T 1, layout sibling, volumes: 2.\n"
                                      "First volume: '{media/1}'\n"
                                      "Start it with: '{media/1}/StartTUI.sh'\n"),
-                         world_.Text("kvl-media: no image was written: {media/1.iso} (" + row.why +
-                                     "); the media in directories is whole\n")}));
+                         world_.Text("kvl-media: the disc image was not written: {media/1.iso}: " +
+                                     row.why + "; the media in the directories is whole\n")}));
       ExpectOnlyTheMedia("{media}");
       world_.Change("remove media");
     }
   }
 }
 
-TEST_F(MakeImages, LeavesNoImageOnAFullDisk) {
-  // Another one takes the room meanwhile.
+TEST_F(MakeIso, LeavesNoImageOnAFullDisk) {
+  // Another program takes the room meanwhile.
   PutInItsPlace("head -c 99999999 /dev/zero 2>&- >'" + world_.Path("mount/filler") + "'\n" + kReal);
   world_.Change("dir mount");
   const Outcome seen = Make("sibling", {"--iso"}, "mount/media", {}, [&] {
@@ -138,12 +153,13 @@ TEST_F(MakeImages, LeavesNoImageOnAFullDisk) {
   });
   if (seen.status == kImpossibleHere) GTEST_SKIP() << "nothing can be mounted here";
   EXPECT_EQ(seen.status, 1);
-  EXPECT_EQ(Replaced(seen.err, "\\(.*space.*\\);", "(no space);"),
-            world_.Text("kvl-media: no image was written: {mount/media/1.iso} (no space); "
-                        "the media in directories is whole\n"));
+  EXPECT_EQ(
+      Replaced(seen.err, "1\\.iso: .*space.*;", "1.iso: <no space>;"),
+      world_.Text("kvl-media: the disc image was not written: {mount/media/1.iso}: <no space>; "
+                  "the media in the directories is whole\n"));
 }
 
-TEST_F(MakeImages, LeavesNoImageWhenASignalEndsIt) {
+TEST_F(MakeIso, LeavesNoImageWhenASignalEndsIt) {
   world_.Change("pipe never");
   PutInItsPlace("kill -TERM $PPID; read -r line <'" + world_.Path("never") + "'\n");
   for (const std::string option : {"--iso", "--iso-only"}) {

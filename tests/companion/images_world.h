@@ -1,4 +1,4 @@
-// A media of which make writes disc images.
+// A media and its disc images, which make writes.
 #pragma once
 
 #include "tests/companion/sealed_world.h"
@@ -6,7 +6,7 @@
 
 namespace kvl::test {
 
-class MakeImages : public testing::Test {
+class MakeIso : public testing::Test {
  protected:
   void SetUp() override {
     if (const std::string why = WhyNoXorriso(); !why.empty()) GTEST_SKIP() << why;
@@ -14,7 +14,7 @@ class MakeImages : public testing::Test {
                   "; link payload/2/b/l ../a");
   }
 
-  /// Makes a media of one volume in the layout single, else of two.
+  /// Makes a media of one volume in the single layout, and of two volumes in others.
   Outcome Make(const std::string& layout, const Lines& further,
                const std::string& directory = "media", const Environment& env = {},
                const std::function<void()>& before = {}) const {
@@ -29,7 +29,7 @@ class MakeImages : public testing::Test {
     return world_.Companion(call, all, before);
   }
 
-  /// In the place of xorriso, with these lines of shell.
+  /// Puts a shell script with these lines in the place of xorriso.
   void PutInItsPlace(const std::string& lines) const {
     SetMode(world_.Directory().Write("bin/xorriso", "#!/bin/sh\n" + lines), 0755);
   }
@@ -38,7 +38,8 @@ class MakeImages : public testing::Test {
     return std::to_string(fs::file_size(world_.Path(image)));
   }
 
-  /// The image holds what the directory does, with modes, links and times, all of it the superuser's.
+  /// Expects the image to hold what the directory holds, with modes, links and times, and the
+  /// superuser to own everything on it.
   void ExpectHolds(const std::string& image, const std::string& directory) const {
     SCOPED_TRACE(image);
     const std::string path = world_.Path(image), unpacked = world_.Path("unpacked");
@@ -57,7 +58,7 @@ class MakeImages : public testing::Test {
     fs::remove_all(unpacked);
   }
 
-  /// The media is as whole as without images, and there is none, nor a part of one.
+  /// Expects the media to be whole, and no image to exist, not even a part of one.
   void ExpectOnlyTheMedia(const std::string& media, const std::string& volumes = "") const {
     EXPECT_THAT(world_.Verify({media}).status, 0);
     for (const auto& entry : fs::recursive_directory_iterator(world_.Path("."))) {

@@ -1,12 +1,12 @@
-// The companion as "cmake --install" puts it into a system. Skipped where this program does not lie in
-// the directory it was built in, as for a copy of it.
+// The companion as "cmake --install" puts it into a system. Skipped if this program does not lie in
+// the directory that it was built in.
 
 #include "tests/companion/check_world.h"
 
 namespace kvl::test {
 namespace {
 
-/// What the build tree was configured with.
+/// Returns the value of a variable in the CMake cache of the build directory.
 std::string Cached(const std::string& build, const std::string& name) {
   std::ifstream cache(build + "/CMakeCache.txt");
   for (std::string line; std::getline(cache, line);) {
@@ -21,7 +21,7 @@ TEST(Companion, IsInstalledWithCompletionsAndManualPageOnly) {
     GTEST_SKIP() << "this program is not in the directory it was built in";
   }
   if (::access(build.c_str(), W_OK) != 0) {
-    GTEST_SKIP() << "installing leaves its list in the build directory, which is closed to us";
+    GTEST_SKIP() << "this user cannot write the list of installed files into the build directory";
   }
   const std::string cmake = Cached(build, "CMAKE_COMMAND");
   if (::access(cmake.c_str(), X_OK) != 0) GTEST_SKIP() << "cmake is missing";
@@ -42,18 +42,17 @@ TEST(Companion, IsInstalledWithCompletionsAndManualPageOnly) {
   EXPECT_EQ(installed, (Outcome{0, said, ""}));
 
   const auto contents = [](const std::string& file) { return DescribeContents(ReadFile(file)); };
-  EXPECT_EQ(
-      DescribeTree(prefix),
-      (std::vector<std::string>{
-          "d 755 bin", "d 755 share", "d 755 share/bash-completion",
-          "d 755 share/bash-completion/completions", "d 755 share/man", "d 755 share/man/man1",
-          "d 755 share/zsh", "d 755 share/zsh/site-functions",
-          "f 644 share/bash-completion/completions/kvl-media = " +
-              contents(SourceFile("companion/completions/kvl-media.bash")),
-          "f 644 share/man/man1/kvl-media.1 = " + contents(build + "/docs/kvl-media.1"),
-          "f 644 share/zsh/site-functions/_kvl-media = " +
-              contents(SourceFile("companion/completions/_kvl-media")),
-          "f 755 bin/kvl-media = " + contents(BuiltProgram("kvl-media"))}));
+  EXPECT_EQ(DescribeTree(prefix),
+            (std::vector<std::string>{
+                "d 755 bin", "d 755 share", "d 755 share/bash-completion",
+                "d 755 share/bash-completion/completions", "d 755 share/man",
+                "d 755 share/man/man1", "d 755 share/zsh", "d 755 share/zsh/site-functions",
+                "f 644 share/bash-completion/completions/kvl-media = " +
+                    contents(SourceFile("companion/completions/kvl-media.bash")),
+                "f 644 share/man/man1/kvl-media.1 = " + contents(build + "/docs/kvl-media.1"),
+                "f 644 share/zsh/site-functions/_kvl-media = " +
+                    contents(SourceFile("companion/completions/_kvl-media")),
+                "f 755 bin/kvl-media = " + contents(BuiltProgram("kvl-media"))}));
 
   const Outcome version = RunProgram({{program, "--version"}});
   EXPECT_EQ(version, world.Companion({"--version"}));

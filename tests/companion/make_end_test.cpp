@@ -1,4 +1,4 @@
-// How kvl-media make ends: with a check of what it has made.
+// The end of kvl-media make: a check of the media that it has made.
 #include <elf.h>
 
 #include "companion/calls/last_words.h"
@@ -10,15 +10,15 @@ namespace {
 constexpr char kFirstLines[] =
     "Made a media with tag T 1, layout single, volumes: 1.\nFirst volume: '{media}'\n";
 constexpr char kBroken[] =
-    "kvl-media: the media cannot be started; correct what was found, remove it and run make "
-    "again\n";
+    "kvl-media: the media cannot be started: {media}; correct the errors that are reported, remove "
+    "the media and run make again\n";
 
 class MakeAtItsEnd : public testing::Test {
  protected:
   CheckWorld world_{"file setup #!/bin/sh\\n; file payload/file x"};
 };
 
-TEST(LastWords, AreSaidOnlyAsLongAsTheyLive) {
+TEST(LastWords, AreWrittenOnlyDuringTheirLifetime) {
   const auto die = [](bool is_over) {
     return RunIsolated([is_over] {
       auto words = std::make_optional<LastWords>("words\n", "/");
@@ -59,12 +59,12 @@ TEST_F(MakeAtItsEnd, SaysWhatIsWrongWithAMediaThatCannotBeStarted) {
     CheckWorld world("file setup #!/bin/sh\\n; file payload/file x; file starter #!/bin/sh\\n");
     world.Change(row.change);
     EXPECT_EQ(world.MakeMedia({"--launcher", "starter"}),
-              (Outcome{1, world.Text(kFirstLines + row.findings), kBroken}));
+              (Outcome{1, world.Text(kFirstLines + row.findings), world.Text(kBroken)}));
   }
 }
 
-/// It is fine for whoever gets it.
-TEST_F(MakeAtItsEnd, DoesNotSayHowToStartHereWhatStartsElsewhere) {
+/// The media is fine for the other machine.
+TEST_F(MakeAtItsEnd, DoesNotSayHowToStartAMediaForAnotherMachine) {
   Elf64_Ehdr header = {};
   std::memcpy(header.e_ident, ELFMAG, SELFMAG);
   header.e_ident[EI_CLASS] = ELFCLASS64;
@@ -83,8 +83,8 @@ TEST_F(MakeAtItsEnd, DoesNotSayHowToStartHereWhatStartsElsewhere) {
                            ""}));
 }
 
-/// As mktemp(1) makes one. Nobody but its owner opens it.
-TEST_F(MakeAtItsEnd, SaysThatADirectoryThatWasThereIsClosedToOthers) {
+/// mktemp(1) makes such a directory. Only its owner can open it.
+TEST_F(MakeAtItsEnd, WarnsThatAnExistingDirectoryIsClosedToOthers) {
   world_.Change("dir media; mode 700 media");
   EXPECT_EQ(world_.MakeMedia(),
             (Outcome{0,
@@ -96,7 +96,7 @@ TEST_F(MakeAtItsEnd, SaysThatADirectoryThatWasThereIsClosedToOthers) {
   EXPECT_EQ(ModeOf(world_.Path("media")), 0700U);
 }
 
-TEST_F(MakeAtItsEnd, DoesNotSayHowToStartWhatLiesWhereNothingCanBeExecuted) {
+TEST_F(MakeAtItsEnd, DoesNotSayHowToStartAMediaOnANoexecFileSystem) {
   world_.Change("dir media");
   const Outcome seen =
       world_.MakeMedia({}, "media", [this] { ForbidToExecute(world_.Path("media")); });
@@ -122,7 +122,7 @@ TEST_F(MakeAtItsEnd, WarnsAndSaysHowToStart) {
                      ""}));
 }
 
-TEST_F(MakeAtItsEnd, LeavesTheVariablesOfItsAuthorOutOfIt) {
+TEST_F(MakeAtItsEnd, IgnoresTheVariablesOfTheAuthor) {
   const Lines arguments = {"make",       "--tag", "T 1",     "--installer", "setup",
                            "--launcher", "setup", "payload", "media"};
   world_.ExpectMade(world_.Companion(arguments, {{"KVL_OS", "other"},
@@ -133,7 +133,7 @@ TEST_F(MakeAtItsEnd, LeavesTheVariablesOfItsAuthorOutOfIt) {
                     "'{media}");
 }
 
-/// Standard output is a pipe that nobody reads.
+/// Makes standard output a pipe that nobody reads.
 void WithoutReader() {
   std::array<int, 2> ends = {};
   if (::pipe(ends.data()) != 0) ::_exit(kImpossibleHere);
@@ -142,11 +142,13 @@ void WithoutReader() {
   std::signal(SIGPIPE, SIG_DFL);
 }
 
-TEST_F(MakeAtItsEnd, SaysThatNobodyReadsWhatItSays) {
+TEST_F(MakeAtItsEnd, SaysThatItsReportCannotBeWritten) {
   world_.ExpectRefused(world_.MakeMedia({}, "media", WithoutReader),
-                       "the media was made, but the message cannot be written");
+                       "the media was made, but the report cannot be written: standard output; run "
+                       "kvl-media check to see whether the media starts");
   world_.ExpectRefused(world_.Companion({"check", "media"}, {}, WithoutReader),
-                       "the report cannot be written");
+                       "the report cannot be written: standard output; check the file or program "
+                       "that receives it");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// kvl-media make --iso: disc images that hold what the volumes do, and are the same wherever they are made.
+// kvl-media make --iso: the images hold what the volumes hold, and are the same everywhere.
 #include <nlohmann/json.hpp>
 
 #include "companion/make/disc_image.h"
@@ -7,7 +7,7 @@
 namespace kvl::test {
 namespace {
 
-TEST_F(MakeImages, HoldsWhatTheVolumesDo) {
+TEST_F(MakeIso, WritesImagesWithTheContentsOfTheVolumes) {
   struct Row {
     std::string layout;
     Lines volumes, directories;
@@ -36,9 +36,9 @@ TEST_F(MakeImages, HoldsWhatTheVolumesDo) {
   }
 }
 
-TEST_F(MakeImages, IsTheSameWhereverAndByWhomever) {
+TEST_F(MakeIso, WritesTheSameImagesEverywhere) {
   ASSERT_EQ(Make("sibling", {"--iso"}).status, 0);
-  // Another order of directories and inodes, another place, mode, locale, time zone and start-up file.
+  // Another order of directories and inodes, place, mode, locale, time zone and start-up file.
   world_.Change(
       "move payload/1 other; dir payload/1; move other/b payload/1/b; move other/a payload/1/a; "
       "remove other; file .xorrisorc -volid OTHER; dir new");
@@ -62,9 +62,9 @@ TEST_F(MakeImages, IsTheSameWhereverAndByWhomever) {
   EXPECT_TRUE(ReadFile(world_.Path("one.iso")) == ReadFile(world_.Path("two.iso")));
 }
 
-/// The check at the end sets the variables of an installer: its directory is the first on PATH then, and
-/// where libraries are looked for.
-TEST_F(MakeImages, StartsNoProgramOfTheMedia) {
+/// The check at the end of make sets the variables of the installer, whose directory then is the
+/// first one for programs and libraries.
+TEST_F(MakeIso, StartsNoProgramOfTheMedia) {
   world_.Change(
       "file needs/linux/code/bin/xorriso #!/bin/sh; mode 755 needs/linux/code/bin/xorriso; "
       "file needs/linux/code/bin/libc.so.6 none; file needs/linux/code/bin/libisoburn.so.1 none");
@@ -75,7 +75,7 @@ TEST_F(MakeImages, StartsNoProgramOfTheMedia) {
   ExpectHolds("media/1.iso", "media/1");
 }
 
-TEST_F(MakeImages, HasFixedNamesAndTheTimeOfTheMedia) {
+TEST_F(MakeIso, WritesFixedNamesAndTheTimeOfTheMedia) {
   ASSERT_EQ(Make("single", {"--iso", "--tag", "My-suite 2.0 \xC3\xA4"}, "media",
                  {{"SOURCE_DATE_EPOCH", "1700000000"}})
                 .status,
@@ -95,7 +95,7 @@ TEST_F(MakeImages, HasFixedNamesAndTheTimeOfTheMedia) {
   EXPECT_EQ(field(847, 16) + field(864, 16), std::string(32, '0'));
 }
 
-TEST_F(MakeImages, LeavesImagesAlone) {
+TEST_F(MakeIso, LeavesOnlyImagesWithIsoOnly) {
   const auto lines_of = [&](const Lines& images) {
     std::string lines;
     for (const std::string& image : images) {
@@ -130,7 +130,7 @@ TEST_F(MakeImages, LeavesImagesAlone) {
   EXPECT_THAT(DescribeTree(world_.Path("there")), IsEmpty());
 }
 
-TEST_F(MakeImages, SaysInJsonAndBeforehandWhereTheyLie) {
+TEST_F(MakeIso, NamesTheImagesInJsonAndInADryRun) {
   const Outcome planned = Make("sibling", {"--iso", "--dry-run"});
   ASSERT_EQ(planned.status, 0) << planned.err;
   const Groups most =
@@ -164,7 +164,7 @@ TEST_F(MakeImages, SaysInJsonAndBeforehandWhereTheyLie) {
   EXPECT_EQ(made["made"], true);
 }
 
-TEST_F(MakeImages, OfNineVolumesOfARealTreeFit) {
+TEST_F(MakeIso, KeepsImagesOfARealTreeWithinTheVolumeSize) {
   const std::string real = "/usr/include/c++";
   if (!fs::exists(real)) GTEST_SKIP() << "there is no " << real;
   world_.Change("dir real");
@@ -196,10 +196,10 @@ TEST_F(MakeImages, OfNineVolumesOfARealTreeFit) {
     if (size + 100'000 > kMost) ++close;
   }
   EXPECT_GE(volumes, 9U);
-  EXPECT_GE(close, volumes - 3);  // but for those that end before a large file, and the last one
+  EXPECT_GE(close, volumes - 3);  // except those that end before a large file, and the last one
 }
 
-TEST_F(MakeImages, LieBesideVolumesForVerify) {
+TEST_F(MakeIso, WritesImagesThatVerifyAcceptsBesideTheVolumes) {
   ASSERT_EQ(Make("sibling", {"--iso"}).status, 0);
   world_.Change("file media/01.iso; dir media/3.iso; file media/1000.iso; file media/note.iso");
   world_.ExpectVerified({"{media}"}, 1,
@@ -208,7 +208,7 @@ TEST_F(MakeImages, LieBesideVolumesForVerify) {
                         "4 problems; read: 16 files, <n> bytes\n");
 }
 
-TEST(ImageName, IsOneThatTheFormatHas) {
+TEST(ImageName, IsValidInIso9660) {
   const std::vector<std::tuple<std::string, std::size_t, std::string>> rows = {
       {"My suite", 2, "MY_SUITE_2"},
       {"a", 1, "A_1"},

@@ -9,7 +9,7 @@ namespace {
 
 constexpr char kPlainInstaller[] = "file setup #!/bin/sh\\n; ";
 
-/// A library as most packages have it, and a link to a directory.
+/// A library with the usual links, and a link to a directory.
 const std::string kLibrary =
     std::string(kPlainInstaller) +
     "file payload/lib/x.so.1.2 library; link payload/lib/x.so.1 x.so.1.2; "
@@ -22,7 +22,7 @@ std::vector<ManifestLink> LinksOf(const CheckWorld& world, const std::string& di
       .links;
 }
 
-TEST(MakeLinks, KeepsThemAndNamesThemInTheManifest) {
+TEST(PayloadLinks, AreKeptAndListedInTheManifest) {
   const CheckWorld world(kLibrary);
   world.ExpectMade(world.MakeMedia(), "'{media}");
   EXPECT_THAT(DescribeTree(world.Path("media/payload/1")),
@@ -38,7 +38,7 @@ TEST(MakeLinks, KeepsThemAndNamesThemInTheManifest) {
   EXPECT_EQ(made.Look("lib64").modified, payload.Look("lib64").modified);
 }
 
-TEST(MakeLinks, RefusesAllAtOnceThatLeadToNothingInThePayload) {
+TEST(PayloadLinks, AreRefusedTogetherIfTheyLeadToNothingInThePayload) {
   const CheckWorld world(
       kLibrary +
       "; file outside text; link payload/absolute /bin/sh; link payload/gone no; "
@@ -49,13 +49,14 @@ TEST(MakeLinks, RefusesAllAtOnceThatLeadToNothingInThePayload) {
       "link payload/root /lib; link payload/up lib/../../x; link payload/via root");
   world.ExpectRefusedAndUntouched(
       {},
-      "links that lead to nothing in the payload (--links follow copies what they lead to): "
+      "links are absolute, lead out of the payload or to nothing in it: "
       "absolute -> /bin/sh, by/name -> ../../payload/lib, file -> lib/x.so.1.2/, gone -> no, "
       "lib/out -> ../../outside, root -> /lib, round/a -> b, round/b -> a, "
-      "through -> lib64/../../outside, up -> lib/../../x, via -> root");
+      "through -> lib64/../../outside, up -> lib/../../x, via -> root; "
+      "correct them, remove them, or use --links follow");
 }
 
-TEST(MakeLinks, MayLeadThroughAsManyAsTheSystemFollows) {
+TEST(PayloadLinks, MayLeadThrough40Links) {
   CheckWorld world(std::string(kPlainInstaller) + "file payload/0 x");
   const auto add = [&](int i) {
     world.Change("link payload/" + std::to_string(i) + " " + std::to_string(i - 1));
@@ -67,12 +68,12 @@ TEST(MakeLinks, MayLeadThroughAsManyAsTheSystemFollows) {
   fs::remove_all(world.Path("media"));
   world.ExpectRefusedAndUntouched(
       {},
-      "links that lead to nothing in the payload (--links follow copies what they lead to): "
-      "41 -> 40");
+      "links are absolute, lead out of the payload or to nothing in it: 41 -> 40; correct them, "
+      "remove them, or use --links follow");
 }
 
-/// From link to link, from volume to volume. Only where a volume is missing do they lead nowhere.
-TEST(MakeLinks, MayLeadToWhatLiesOnAnotherVolume) {
+/// The links lead through both volumes, as if these lay in one directory.
+TEST(PayloadLinks, MayLeadToAnotherVolume) {
   struct Row {
     std::string layout, first, second;
   };
@@ -91,16 +92,17 @@ TEST(MakeLinks, MayLeadToWhatLiesOnAnotherVolume) {
   }
 }
 
-TEST(MakeLinks, AreRefusedWhereAnotherVolumeHasSomethingOfThatName) {
+TEST(PayloadLinks, AreRefusedIfAnotherVolumeHasTheirName) {
   for (const std::string other : {"dir payload/1/d", "file payload/1/d", "link payload/1/d e"}) {
     SCOPED_TRACE(other);
     CheckWorld(std::string(kPlainInstaller) + other + "; link payload/2/d e; dir payload/2/e")
-        .ExpectRefusedAndUntouched({"--presorted"},
-                                   "a link of one volume has the name of something on another: d");
+        .ExpectRefusedAndUntouched(
+            {"--presorted"},
+            "a link of one volume has the name of an entry on another: d; rename one of them");
   }
 }
 
-TEST(MakeLinks, KeepsThoseOfWhatTheInstallerNeeds) {
+TEST(PayloadLinks, AreKeptInInst) {
   const CheckWorld world(std::string(kPlainInstaller) +
                          "dir payload; file needs/common/a a; link needs/common/b a");
   world.ExpectMade(world.MakeMedia({"--inst", "needs"}), "'{media}");
@@ -109,7 +111,7 @@ TEST(MakeLinks, KeepsThoseOfWhatTheInstallerNeeds) {
   EXPECT_THAT(LinksOf(world, "media"), ElementsAre(ManifestLink{"inst/common/b", "a"}));
 }
 
-TEST(MakeLinks, CopiesWhatTheyLeadToWhenTheyAreToBeFollowed) {
+TEST(PayloadLinks, AreReplacedByCopiesWithLinksFollow) {
   const CheckWorld world(std::string(kPlainInstaller) +
                          "file outside/program #!/bin/sh\\n; mode 755 outside/program; "
                          "file outside/deep/file text; link outside/deep/again file; "
@@ -122,13 +124,20 @@ TEST(MakeLinks, CopiesWhatTheyLeadToWhenTheyAreToBeFollowed) {
   EXPECT_THAT(LinksOf(world, "media"), IsEmpty());
 }
 
-TEST(MakeLinks, RefusesToFollowThemToNothingOrRoundInACircle) {
+TEST(PayloadLinks, AreNotFollowedToNothingOrInACircle) {
   for (const auto& [steps, line] : std::map<std::string, std::string>{
-           {"; link payload/gone no", "a link leads to nothing: payload/gone"},
-           {"; link payload/self self", "a link leads to nothing: payload/self"},
-           {"; link payload/lib/up ..", "a link leads round in a circle: payload/lib/up/lib"},
-           {"; link payload/lib/here .", "a link leads round in a circle: payload/lib/here"},
-           {"; pipe p; link payload/pipe ../p", "neither a file nor a directory: payload/pipe"}}) {
+           {"; link payload/gone no",
+            "a link leads to nothing: payload/gone; remove it, or let it lead elsewhere"},
+           {"; link payload/self self",
+            "a link leads to nothing: payload/self; remove it, or let it lead elsewhere"},
+           {"; link payload/lib/up ..",
+            "a link leads back to a directory that contains it: payload/lib/up/lib; remove it, or "
+            "let it lead elsewhere"},
+           {"; link payload/lib/here .",
+            "a link leads back to a directory that contains it: payload/lib/here; remove it, or "
+            "let it lead elsewhere"},
+           {"; pipe p; link payload/pipe ../p",
+            "a pipe, socket or device cannot go onto a media: payload/pipe; remove it"}}) {
     SCOPED_TRACE(steps);
     CheckWorld(kLibrary + steps).ExpectRefusedAndUntouched({"--links", "follow"}, line);
   }

@@ -1,5 +1,5 @@
-// kvl-media make, when it is killed, meets another one or finds its payload changed: at each moment
-// that there is, between any two of its system calls.
+// kvl-media make when it is killed, meets another call of make or finds its payload changed, at
+// every moment between two of its system calls.
 
 #include "companion/program.h"
 #include "tests/companion/check_world.h"
@@ -9,12 +9,11 @@ namespace kvl::test {
 namespace {
 
 constexpr long kLongAgo = 1'000'000'000;
-constexpr char kBrokenOff[] =
-    "another make is at work there, or was broken off: {media} (wait for it, or remove what it "
-    "left "
-    "and run make again)";
+constexpr char kInterrupted[] =
+    "another make is writing there, or was interrupted: {media}; wait for it, or remove what it "
+    "left and run make again";
 
-/// Works in the world's directory.
+/// Works in the directory of the world.
 class MakeAtEveryMoment : public testing::Test {
  protected:
   void SetUp() override {
@@ -31,7 +30,7 @@ class MakeAtEveryMoment : public testing::Test {
   void TearDown() override { fs::current_path(before_); }
 
   static Lines MakeArguments(const std::string& layout, const std::string& directory = "media") {
-    // Only the first thread is stepped through.
+    // RunStepByStep stops at the calls of the first thread only.
     Lines arguments = {"make",    "--tag",  "T", "--installer", "setup", "--launcher",
                        "starter", "--jobs", "1"};
     if (layout != "single") {
@@ -46,7 +45,7 @@ class MakeAtEveryMoment : public testing::Test {
     return RunStepByStep([&] { return RunKvlMedia(MakeArguments(layout)); }, calls, at_call);
   }
 
-  /// Does something at one moment of a call of make.
+  /// Runs make, and calls `action` at one moment of it.
   static Outcome MakeWith(const std::string& layout, Calls calls, int moment,
                           const std::function<void()>& action) {
     return Make(layout, calls, [&](int call) {
@@ -55,7 +54,7 @@ class MakeAtEveryMoment : public testing::Test {
     });
   }
 
-  /// How many moments such a call has.
+  /// Returns the number of moments of such a call.
   static int CountMoments(const std::string& layout, Calls calls) {
     int count = 0;
     const Outcome seen = Make(layout, calls, [&](int call) {
@@ -73,8 +72,8 @@ class MakeAtEveryMoment : public testing::Test {
   const ScopedEnv env_{{{"TMPDIR", world_.Path("tmp")}}};
 };
 
-/// What is there at a moment is what lies there after a kill.
-TEST_F(MakeAtEveryMoment, LeavesNothingThatCheckCallsFineButAWholeMedia) {
+/// A kill leaves what exists at that moment, so this looks at each moment and kills only once.
+TEST_F(MakeAtEveryMoment, LeavesNoPartialMediaThatCheckCallsFine) {
   const std::map<std::string, std::string> first_volumes = {
       {"single", "media"}, {"flat", "media"}, {"sibling", "media/1"}, {"am", "media/1/media/1"}};
   for (const auto& [layout, first] : first_volumes) {
@@ -107,13 +106,13 @@ TEST_F(MakeAtEveryMoment, LeavesNothingThatCheckCallsFineButAWholeMedia) {
     });
     EXPECT_EQ(made.status, -SIGKILL);
     EXPECT_NE(CheckWorld::CompanionHere({"check", first}).status, 0);
-    world_.ExpectRefused(CheckWorld::CompanionHere(MakeArguments(layout)), kBrokenOff);
+    world_.ExpectRefused(CheckWorld::CompanionHere(MakeArguments(layout)), kInterrupted);
     fs::remove_all("media");
   }
 }
 
-/// So nothing that is not whole looks like a volume, or like the first volume of a media.
-TEST_F(MakeAtEveryMoment, WritesWhatMakesAMediaWholeOneAfterTheOther) {
+/// In this order, nothing incomplete looks like a volume, or like the first volume of a media.
+TEST_F(MakeAtEveryMoment, WritesTheFilesThatCompleteAMediaInOrder) {
   const Lines in_order = {"1/media.db",       "1/payload/1/a/file", "2/payload/2/file",
                           "1/1.sha256",       "2/2.sha256",         "1/media.manifest",
                           "2/media.manifest", "1/inst/volumes.txt", "1/1.txt",
@@ -130,9 +129,9 @@ TEST_F(MakeAtEveryMoment, WritesWhatMakesAMediaWholeOneAfterTheOther) {
   EXPECT_EQ(seen, in_order);
 }
 
-TEST_F(MakeAtEveryMoment, SaysAtASignalWhatItLeaves) {
+TEST_F(MakeAtEveryMoment, SaysWhatItLeavesWhenASignalEndsIt) {
   const std::string words =
-      world_.Text("kvl-media: {media} is not whole; remove it and run make again\n");
+      world_.Text("kvl-media: the media is not whole: {media}; remove it and run make again\n");
   int silent = 0, said = 0;
   for (int i = 0, end = CountMoments("sibling", Calls::kChanging); i < end; ++i) {
     SCOPED_TRACE(i);
@@ -145,14 +144,14 @@ TEST_F(MakeAtEveryMoment, SaysAtASignalWhatItLeaves) {
         Calls::kChanging, [&](int call) { return call == i ? step : Step::kGoOn; });
     const bool is_begun = fs::exists("media/StartTUI.sh.unfinished");
     const bool is_whole = fs::exists("media/1/StartTUI.sh");
-    // With the last call, the message is written.
+    // The last call writes the report.
     EXPECT_EQ(seen.out.empty(), i < end - 1);
     EXPECT_EQ(seen.err, is_begun ? words : "");
     EXPECT_EQ(seen.status, -static_cast<int>(step));
     EXPECT_EQ(CheckWorld::CompanionHere({"check", "media/1"}).status == 0, is_whole);
     ++(is_begun ? said : silent);
     if (is_begun) {
-      world_.ExpectRefused(CheckWorld::CompanionHere(MakeArguments("sibling")), kBrokenOff);
+      world_.ExpectRefused(CheckWorld::CompanionHere(MakeArguments("sibling")), kInterrupted);
     }
     fs::remove_all("media");
   }
@@ -171,7 +170,7 @@ TEST_F(MakeAtEveryMoment, IgnoresASignalThatItsCallerIgnores) {
   EXPECT_EQ(seen.status, 0);
 }
 
-TEST_F(MakeAtEveryMoment, StoresEverythingBeforeAndAfterItIsWhole) {
+TEST_F(MakeAtEveryMoment, StoresEverythingBeforeAndAfterTheMediaIsWhole) {
   std::vector<bool> whole;
   const Outcome made = Make("sibling", Calls::kStoring, [&](int) {
     whole.push_back(fs::exists("media/1/StartTUI.sh"));
@@ -181,7 +180,7 @@ TEST_F(MakeAtEveryMoment, StoresEverythingBeforeAndAfterItIsWhole) {
   EXPECT_THAT(whole, ElementsAre(false, true));
 }
 
-TEST_F(MakeAtEveryMoment, OfTwoInOneDirectoryOneIsRefusedAndOneIsWhole) {
+TEST_F(MakeAtEveryMoment, RefusesOneOfTwoCallsInOneDirectoryAndCompletesTheOther) {
   std::vector<Lines> whole;
   for (const char* layout : {"sibling", "flat"}) {
     ASSERT_EQ(CheckWorld::CompanionHere(MakeArguments(layout, "whole")).status, 0);
@@ -199,7 +198,9 @@ TEST_F(MakeAtEveryMoment, OfTwoInOneDirectoryOneIsRefusedAndOneIsWhole) {
     const Outcome& loser = has_won ? other : one;
     EXPECT_EQ((has_won ? one : other).status, 0);
     const bool is_empty = loser.err.find("not empty") == std::string::npos;
-    world_.ExpectRefused(loser, is_empty ? kBrokenOff : "the directory is not empty: {media}");
+    world_.ExpectRefused(
+        loser, is_empty ? kInterrupted
+                        : "the directory is not empty: {media}; empty it, or name another one");
     EXPECT_EQ(DescribeTree("media"), whole[has_won ? 0 : 1]);
     fs::remove_all("media");
   }
@@ -207,13 +208,13 @@ TEST_F(MakeAtEveryMoment, OfTwoInOneDirectoryOneIsRefusedAndOneIsWhole) {
   EXPECT_GT(lost, 1);
 }
 
-TEST_F(MakeAtEveryMoment, AChangedFileArrivesAsPlannedOrIsNamed) {
+TEST_F(MakeAtEveryMoment, CopiesAChangedFileAsPlannedOrNamesIt) {
   world_.Change("file secret a secret; remove payload/2");
   const fs::path directory = "payload/1/a", file = directory / "file";
   struct Change {
     std::string what;
     std::function<void()> make;
-    std::string contents;  ///< of the media when it was made from the changed one
+    std::string contents;  ///< on a media that make planned after the change
   };
   const std::vector<Change> changes = {
       {"grown", [&] { world_.Directory().Write(file.string(), "contents and more"); },
@@ -223,7 +224,7 @@ TEST_F(MakeAtEveryMoment, AChangedFileArrivesAsPlannedOrIsNamed) {
       {"a link above", [&] { world_.Change("move payload/1/a moved; link payload/1/a {moved}"); },
        ""},
   };
-  int end = 0;  // of what can still be changed
+  int end = 0;  // the number of moments before the media is whole
   (void)Make("single", Calls::kLooking, [&](int call) {
     if (!fs::exists("media/StartTUI.sh")) end = call + 1;
     return Step::kGoOn;

@@ -1,4 +1,4 @@
-// kvl-media make: what it would make, what it says for scripts, and each file as it is copied.
+// kvl-media make: the plan of a dry run, the JSON report, and the names of copied files.
 #include <nlohmann/json.hpp>
 
 #include "tests/companion/check_world.h"
@@ -10,7 +10,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// Two volumes, and what the installer needs.
+/// A payload of two volumes, and what the installer needs.
 class MakePlan : public testing::Test {
  protected:
   MakePlan() {
@@ -56,8 +56,8 @@ std::string Each(const Lines& lines, const std::string& in_front) {
   return text;
 }
 
-/// Such a file is all hole here.
-TEST_F(MakePlan, WarnsOfAFileThatNotAllCarriersHold) {
+/// The file is sparse, so it takes no room here.
+TEST_F(MakePlan, WarnsOfAFileOf4GiB) {
   const auto plan_with = [&](std::uint64_t size, const Lines& further = {}) {
     fs::resize_file(world_.Path("payload/2/e"), size);
     Lines all = {"--dry-run"};
@@ -87,7 +87,7 @@ TEST_F(MakePlan, WarnsOfAFileThatNotAllCarriersHold) {
   EXPECT_EQ(plan_with(4ULL << 30U, {"--iso"}).out.find("warning"), std::string::npos);
 }
 
-TEST_F(MakePlan, IsSaidAndNothingIsWritten) {
+TEST_F(MakePlan, IsReportedByADryRunThatWritesNothing) {
   ExpectPlan({"--dry-run"}, Plan("sibling", "{new/media}/1", "", "{new/media}/2", ""));
   ExpectPlan({"--dry-run", "--layout", "flat"}, Plan("flat", "{new/media}", "", "{new/media}", ""));
   ExpectPlan({"--dry-run", "--verbose", "--layout", "am"},
@@ -95,16 +95,17 @@ TEST_F(MakePlan, IsSaidAndNothingIsWritten) {
                   Each(kOnSecond, "  ")));
 }
 
-TEST_F(MakePlan, IsRefusedAsAMediaWouldBe) {
+TEST_F(MakePlan, IsRefusedForTheSameReasonAsAMedia) {
   world_.Change("link payload/1/x y");
   const std::string line =
-      "links that lead to nothing in the payload (--links follow copies what they lead to): x -> y";
+      "links are absolute, lead out of the payload or to nothing in it: x -> y; correct them, "
+      "remove them, or use --links follow";
   for (const Lines& further : {Lines{"--presorted"}, {"--presorted", "--dry-run"}}) {
     world_.ExpectRefusedAndUntouched(further, line);
   }
 }
 
-TEST_F(MakePlan, IsWhatIsCopiedFileByFile) {
+TEST_F(MakePlan, ListsTheFilesThatMakeCopies) {
   const Outcome seen = Make({"--verbose"});
   EXPECT_EQ(seen.err, Each({kOnFirst[0]}, "Volume 1: ") + Each(kOnSecond, "Volume 2: ") +
                           Each({kOnFirst.begin() + 1, kOnFirst.end()}, "Volume 1: "));
@@ -112,7 +113,7 @@ TEST_F(MakePlan, IsWhatIsCopiedFileByFile) {
   for (const std::string& name : kOnFirst) EXPECT_TRUE(fs::exists(world_.Path("media/1/" + name)));
 }
 
-TEST_F(MakePlan, IsOneObjectForScripts) {
+TEST_F(MakePlan, IsOneJsonObject) {
   const auto volume = [&](int number, const std::string& directory, int files, int bytes) {
     return Json{{"number", number}, {"directory", world_.Text(directory)},
                 {"files", files},   {"bytes", bytes},
@@ -151,11 +152,12 @@ TEST_F(MakePlan, IsOneObjectForScripts) {
   expected["made"] = expected["starts"] = false;
   expected["layout"] = nullptr;
   expected["volumes"] = Json::array();
-  expected["message"] = "the directory is not empty: " + world_.Path("media");
+  expected["message"] =
+      "the directory is not empty: " + world_.Path("media") + "; empty it, or name another one";
   expect({"--json"}, 2, expected["message"]);
 }
 
-TEST_F(MakePlan, IsOneObjectWithFindingsForAMediaThatDoesNotStart) {
+TEST_F(MakePlan, IsOneJsonObjectWithFindingsForAMediaThatDoesNotStart) {
   world_.Change("file empty");
   const Outcome seen = Make({"--json", "--installer", "empty"});
   const Json json = Json::parse(seen.out);
@@ -170,7 +172,7 @@ TEST_F(MakePlan, IsOneObjectWithFindingsForAMediaThatDoesNotStart) {
   EXPECT_EQ(seen.status, 1);
 }
 
-TEST_F(MakePlan, IsOneObjectForAFailure) {
+TEST_F(MakePlan, IsOneJsonObjectAfterAFailure) {
   world_.Directory().Write("payload/1/large", std::string(300'000, 'x'));
   const Outcome seen =
       world_.MakeMedia({"--presorted", "--json"}, "media", [] { LimitFileSize(200'000); });
@@ -179,9 +181,10 @@ TEST_F(MakePlan, IsOneObjectForAFailure) {
   const Json json = Json::parse(seen.out);
   EXPECT_EQ(json["made"], false);
   EXPECT_EQ(json["message"], line);
-  EXPECT_EQ(seen.err, "kvl-media: " + line +
-                          world_.Text("\nkvl-media: {media} is not whole; remove it and run make "
-                                      "again\n"));
+  EXPECT_EQ(seen.err,
+            "kvl-media: " + line +
+                world_.Text("\nkvl-media: the media is not whole: {media}; remove it and run make "
+                            "again\n"));
   EXPECT_EQ(seen.status, 1);
 }
 

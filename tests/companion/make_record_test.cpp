@@ -1,5 +1,4 @@
-// kvl-media make: what the media says of itself, that it is the same whenever it is made, and that it
-// is stored.
+// kvl-media make: the lists, manifest, times and texts of a media, and that all of it is stored.
 #include <sys/syscall.h>
 
 #include "companion/make/payload_split.h"
@@ -29,7 +28,7 @@ class MadeMedia : public testing::Test {
     SetTimes(world_.Path("payload/1/-n"), kOld, kNew);
   }
 
-  /// Says why not when it does not.
+  /// Makes a media in this layout, and expects that to succeed.
   void Make(const std::string& layout, const std::string& directory = "media",
             const Environment& env = {}) const {
     Lines arguments = {"make",       "--tag", "T 1",    "--installer", "setup",
@@ -44,7 +43,7 @@ class MadeMedia : public testing::Test {
     EXPECT_EQ(seen.status, 0);
   }
 
-  /// The directory of a volume.
+  /// Returns the directory of a volume.
   std::string VolumeOf(const std::string& layout, int volume) const {
     const bool has_own = layout == "sibling" || layout == "am";
     return world_.Path(has_own ? "media/" + std::to_string(volume) : "media");
@@ -66,7 +65,7 @@ Outcome InShell(const std::string& directory, const std::string& command) {
       {{"/bin/sh", "-c", command}, {{"PATH", "/usr/bin:/bin"}, {"LC_ALL", "C"}}, directory});
 }
 
-/// Lines of sha256sum in the order of their paths.
+/// Returns the lines of sha256sum in the order of their paths.
 std::string ByPath(const std::string& lists) {
   std::map<std::string, std::string> lines;
   std::istringstream text(lists);
@@ -109,7 +108,7 @@ TEST_F(MadeMedia, ListsThePayloadOfAllVolumesOnTheFirst) {
                 LineOf({"media/2/payload/2/program", DigestOf("three")}));
 }
 
-/// What the manifest is to say of a volume that has a directory of its own.
+/// Returns what the manifest must say about a volume with a directory of its own.
 ManifestVolume Described(const std::string& directory, const std::string& list) {
   ManifestVolume volume;
   volume.list = DigestOf(list);
@@ -128,7 +127,7 @@ ManifestVolume Described(const std::string& directory, const std::string& list) 
   return volume;
 }
 
-TEST_F(MadeMedia, HasTheSameManifestOfAllVolumesOnEach) {
+TEST_F(MadeMedia, HasTheSameManifestOnEachVolume) {
   for (const std::string layout : {"single", "sibling", "am"}) {
     SCOPED_TRACE(layout);
     Make(layout);
@@ -160,7 +159,7 @@ TEST_F(MadeMedia, HasOneManifestInTheFlatLayout) {
   EXPECT_EQ(manifest.volumes[0].bytes + second.bytes, both.bytes);
 }
 
-/// What a directory and all that is in it takes on a disc.
+/// Returns the blocks that a directory and its contents take on a disc.
 std::uint64_t BlocksOf(const std::string& directory) {
   std::uint64_t blocks = 1;
   for (const auto& entry : fs::recursive_directory_iterator(directory)) {
@@ -183,15 +182,15 @@ TEST(KvlMediaMake, LeavesRoomForListsAndManifestOnEachVolume) {
   }
   EXPECT_GT(blocks.size(), 2U);
   EXPECT_THAT(blocks, testing::Each(testing::Le(kMost)));
-  constexpr std::uint64_t kOfTheImage = 34;  // in front of files, and besides
+  constexpr std::uint64_t kOfTheImage = 34;  // 32 before the files, and two more
   EXPECT_THAT(blocks, testing::Contains(testing::Gt(kMost - kOfTheImage - 20)));
 }
 
 TEST(KvlMediaMake, CountsTheDirectoriesAndMarkersOfAnAmVolume) {
   const CheckWorld world("file setup #!/bin/sh\\n; dir payload/1; file payload/2/x " +
                          std::string(600'000, 'x'));
-  // In front of files, with the directories; media/2/payload and two markers, the list, the manifest, the
-  // file.
+  // 32 blocks before the files and two more, four directories, two markers, the list, the manifest
+  // and the file.
   constexpr std::uint64_t kNeeded = 32 + 2 + 4 + 2 + 1 + 1 + 293;
   const auto make = [&world](std::uint64_t blocks) {
     return world
@@ -203,7 +202,7 @@ TEST(KvlMediaMake, CountsTheDirectoriesAndMarkersOfAnAmVolume) {
   EXPECT_EQ(make(kNeeded), 0);
 }
 
-/// As DescribeTree, with the time of each entry, and that of the directory itself.
+/// Returns the lines of DescribeTree, and the times of the directory and of each entry.
 Lines DescribeWithTimes(const std::string& directory) {
   Lines lines = DescribeTree(directory);
   const auto add = [&](const fs::path& path) {
@@ -216,7 +215,7 @@ Lines DescribeWithTimes(const std::string& directory) {
   return lines;
 }
 
-TEST_F(MadeMedia, IsTheSameWithAllTimesWheneverItIsMade) {
+TEST_F(MadeMedia, HasTheSameContentsAndTimesWheneverItIsMade) {
   for (const std::string layout : kLayoutNames) {
     for (const Environment& env : {Environment{}, {{"SOURCE_DATE_EPOCH", "1200000000"}}}) {
       SCOPED_TRACE(layout);
@@ -236,7 +235,7 @@ long TimeOf(const std::string& path) {
   return fs::last_write_time(path).time_since_epoch() / std::chrono::seconds(1);
 }
 
-TEST_F(MadeMedia, KeepsTheTimesOfCopiesAndGivesTheNewestOrTheGivenOneToTheRest) {
+TEST_F(MadeMedia, KeepsTheTimesOfCopiesAndHasOneTimeForEverythingElse) {
   const std::set<std::string> copies = {"inst/common/text",
                                         "inst/linux/code/bin/kvl-launcher",
                                         "inst/linux/code/bin/setup",
@@ -262,7 +261,7 @@ TEST_F(MadeMedia, KeepsTheTimesOfCopiesAndGivesTheNewestOrTheGivenOneToTheRest) 
   }
 }
 
-TEST_F(MadeMedia, HasTheTimeOfTheInstallerWhenThePayloadHoldsNoFile) {
+TEST_F(MadeMedia, HasTheTimeOfTheInstallerIfThePayloadHoldsNoFile) {
   world_.Change("dir payload");
   ASSERT_EQ(world_.MakeMedia().status, 0);
   EXPECT_EQ(TimeOf(world_.Path("media/1.txt")), TimeOf(world_.Path("setup")));
@@ -276,38 +275,41 @@ TEST(ParseSourceDate, TakesSecondsAndRefusesEverythingElse) {
        {"-1", "+1", " 1", "1 ", "1.5", "0x1", "now", "9223372036854775808"}) {
     EXPECT_THAT(
         [&] { ParseSourceDate(text); },
-        testing::ThrowsMessage<CannotMake>("SOURCE_DATE_EPOCH: no number of seconds: " + text));
+        testing::ThrowsMessage<CannotMake>("SOURCE_DATE_EPOCH is not a number of seconds: " + text +
+                                           "; set it to decimal digits, or unset it"));
   }
 }
 
-TEST_F(MadeMedia, IsNotMadeWithATimeThatIsNone) {
+TEST_F(MadeMedia, IsNotMadeWithAnInvalidTime) {
   const Lines arguments = {"make", "--tag", "T", "--installer", "setup", "payload", "media"};
   world_.ExpectRefused(world_.Companion(arguments, {{"SOURCE_DATE_EPOCH", "\x1B[m"}}),
-                       "SOURCE_DATE_EPOCH: no number of seconds: \\x1B[m");
+                       "SOURCE_DATE_EPOCH is not a number of seconds: \\x1B[m; set it to decimal "
+                       "digits, or unset it");
   EXPECT_FALSE(fs::exists(world_.Path("media")));
 }
 
-TEST_F(MadeMedia, SaysHowItIsStarted) {
+TEST_F(MadeMedia, SaysHowToStartIt) {
   Make("am");
   EXPECT_EQ(ReadFile(world_.Path("media/1/media/1/ReadMe_UNIX.txt")),
             R"(This is volume 1 of the installation media T 1, volumes: 2.
 
-To install, call the start script beside this file by its path, from a directory that is
-not on the media:
+To install, change to a directory that is not on the media, and run the start script
+beside this file by its path:
 
     /path/to/this/directory/StartTUI.sh
 
-When it does not find the installer, this is not the whole volume; the installer is
+If the script does not find the installer, this volume is not whole. Copy or insert
+volume 1 again. The installer is
 
     inst/linux/code/bin/setup
 
-Then copy or insert volume 1 again. Its list 1.sha256 names each of its files;
-"sha256sum -c 1.sha256", called where the list lies, says which are missing or damaged.
+To see which files of this volume are missing or damaged, run "sha256sum -c 1.sha256"
+in the directory of the file 1.sha256.
 )");
   EXPECT_FALSE(fs::exists(world_.Path("media/2/media/2/ReadMe_UNIX.txt")));
 }
 
-TEST_F(MadeMedia, SaysWhatItsAuthorSaysInstead) {
+TEST_F(MadeMedia, HasTheReadMeOfItsAuthor) {
   world_.Change("file needs/ReadMe_UNIX.txt Call us.");
   Make("sibling");
   EXPECT_EQ(ReadFile(world_.Path("media/1/ReadMe_UNIX.txt")), "Call us.");
@@ -319,8 +321,8 @@ TEST_F(MadeMedia, SaysWhatItsAuthorSaysInstead) {
 TEST_F(MadeMedia, IsNotCalledMadeWhenItCannotBeStored) {
   world_.ExpectRefused(
       world_.MakeMedia({}, "media", [] { FilterCalls({SYS_syncfs}, SECCOMP_RET_ERRNO | EIO); }),
-      "syncfs - {media} - Input/output error\nkvl-media: {media} is not whole; remove it and run "
-      "make again",
+      "syncfs - {media} - Input/output error\nkvl-media: the media is not whole: {media}; remove "
+      "it and run make again",
       1);
   EXPECT_FALSE(fs::exists(world_.Path("media/StartTUI.sh")));
 }

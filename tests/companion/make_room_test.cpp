@@ -10,16 +10,16 @@ namespace {
 
 constexpr std::uint64_t kBlock = 4096;
 
-class MakeRoom : public testing::Test {
+class NeededRoom : public testing::Test {
  protected:
-  MakeRoom() {
+  NeededRoom() {
     world_.Directory().Write("payload/1/a/large", std::string(300'000, 'x'));
     world_.Change(
         "file setup #!/bin/sh\\n; file payload/2/b/c/small x; dir payload/2/empty; "
         "file needs/common/text text; file needs/linux/code/bin/tool x; dir media");
   }
 
-  /// Makes a media in a file system in memory with these options, into a directory that is missing.
+  /// Makes a media in a missing directory of a tmpfs with these options.
   Outcome MakeIn(const std::string& options) const {
     return world_.MakeMedia({"--presorted", "--inst", "needs"}, "media/new", [&] {
       const bool is_possible =
@@ -30,7 +30,9 @@ class MakeRoom : public testing::Test {
     });
   }
 
-  /// A media is refused when there is less of it than the refusal says, and made when there is that.
+  /// Expects make to refuse a media on a file system that is too small, to succeed with the room
+  /// that the refusal names, and to refuse the next smaller room. The file system itself takes
+  /// `taken`.
   void ExpectEnough(const std::string& option, std::uint64_t too_small, const std::string& unit,
                     std::uint64_t taken) const {
     const Outcome refused = MakeIn(option + "=" + std::to_string(too_small));
@@ -41,10 +43,12 @@ class MakeRoom : public testing::Test {
     if (option == "size") {
       EXPECT_EQ(number % kBlock, 0U);
     }
-    EXPECT_EQ(refused, (Outcome{2, "",
-                                "kvl-media: the media needs " + needed[1] + " " + unit + ", and " +
-                                    std::to_string(too_small - taken) +
-                                    " are free: " + world_.Path("media/new") + "\n"}));
+    EXPECT_EQ(
+        refused,
+        (Outcome{2, "",
+                 "kvl-media: the media needs " + needed[1] + " " + unit + ", and " +
+                     std::to_string(too_small - taken) + " are free: " + world_.Path("media/new") +
+                     "; make room there, or name a directory on another file system\n"}));
     EXPECT_EQ(MakeIn(option + "=" + std::to_string(number + taken)).status, 0);
     const std::uint64_t one_less = option == "size" ? number - kBlock : number - 1;
     EXPECT_EQ(MakeIn(option + "=" + std::to_string(one_less + taken)).status, 2);
@@ -53,22 +57,22 @@ class MakeRoom : public testing::Test {
   CheckWorld world_;
 };
 
-TEST_F(MakeRoom, IsRefusedWithBothNumbersWhenBytesAreMissing) {
+TEST_F(NeededRoom, IsNamedWhenBytesAreMissing) {
   ExpectEnough("size", 40 * kBlock, "bytes", 0);
 }
 
-/// The directory of the file system takes one.
-TEST_F(MakeRoom, IsRefusedWithBothNumbersWhenFilesAreMissing) {
+/// The top directory of the file system takes one of them.
+TEST_F(NeededRoom, IsNamedWhenFilesAreMissing) {
   ExpectEnough("nr_inodes", 10, "files and directories", 1);
 }
 
-TEST_F(MakeRoom, IsEnoughWhereTheFileSystemDoesNotSay) {
+TEST_F(NeededRoom, IsEnoughIfTheFileSystemDoesNotSayWhatIsFree) {
   const Outcome made = MakeIn("size=0,nr_inodes=0");
   if (made.status == kImpossibleHere) GTEST_SKIP() << "nothing can be mounted here";
   EXPECT_EQ(made.status, 0) << made.err;
 }
 
-TEST_F(MakeRoom, IsCountedAsItIsTaken) {
+TEST_F(NeededRoom, MatchesWhatAMediaTakes) {
   struct Row {
     std::string layout, payload, key = {};
   };

@@ -1,4 +1,4 @@
-// kvl-media make, with names, links and changes that would lead it elsewhere.
+// kvl-media make with hostile names and links, and with files that change meanwhile.
 #include <sys/syscall.h>
 
 #include "companion/make/media_maker.h"
@@ -11,6 +11,10 @@
 
 namespace kvl::test {
 namespace {
+
+constexpr char kAnotherMake[] =
+    "another make is writing there, or was interrupted: {media}; wait for it, or remove what it "
+    "left and run make again";
 
 class MakeSafely : public testing::Test {
  protected:
@@ -25,7 +29,7 @@ class MakeSafely : public testing::Test {
   CheckWorld world_{"file setup #!/bin/sh\\n; file payload/file x"};
 };
 
-TEST_F(MakeSafely, WritesNamesThatWouldLeadOutAsTheyAre) {
+TEST_F(MakeSafely, WritesNamesWithBackslashesAsTheyAre) {
   world_.Change(R"(remove payload; file payload/..\\..\\..\\pwned\\deep\\f x; )"
                 R"(file needs/..\\..\\pwned\\f x)");
   std::set<std::string> names = NamesBelow(".");
@@ -58,9 +62,9 @@ TEST_F(MakeSafely, CopiesATreeOfOddNames) {
   EXPECT_EQ(DescribeTree(world_.Path("media/inst")), DescribeTree(world_.Path("needs")));
 }
 
-TEST_F(MakeSafely, TakesTheNameOfItsDirectoryAsItIsAndShowsItForAShell) {
+TEST_F(MakeSafely, TakesTheDirectoryNameAsItIsAndQuotesItForAShell) {
   const std::map<std::string, std::string> rows = {
-      // what stands around the world's own path and behind it
+      // Quoted paths without the closing quote; "|" stands for the path of the world.
       {"out\\dir", "$'|/out\\\\dir"},       {"a'b", "'|/a'\\''b"},
       {"\033]0;x\a", "$'|/\\x1B]0;x\\x07"}, {"\"q\"", "'|/\"q\""},
       {"a\\'b", "$'|/a\\\\\\'b"},           {"new\\x/y\\", "$'|/new\\\\x/y\\\\"},
@@ -73,12 +77,12 @@ TEST_F(MakeSafely, TakesTheNameOfItsDirectoryAsItIsAndShowsItForAShell) {
     const Outcome made = world_.MakeMedia({}, directory);
     if (directory.find_first_of("\\\"") == std::string::npos) {
       world_.ExpectMade(made, shown);
-    } else {  // whose path the launcher reads otherwise
+    } else {  // the launcher reads such a path differently
       EXPECT_THAT(made.out, testing::HasSubstr("First volume: " + shown + "'\nerror: "));
       EXPECT_EQ(made.status, 0);
     }
     EXPECT_TRUE(fs::exists(world_.Directory().Path(directory + "/payload/1/file")));
-    if (::access("/bin/bash", X_OK) == 0) {  // what is shown leads a shell there
+    if (::access("/bin/bash", X_OK) == 0) {  // a shell finds the media by the quoted path
       const std::string test = "test -f " + shown + "/StartTUI.sh'";
       EXPECT_EQ(RunProgram({{"/bin/bash", "-c", test}}).status, 0);
     }
@@ -87,7 +91,7 @@ TEST_F(MakeSafely, TakesTheNameOfItsDirectoryAsItIsAndShowsItForAShell) {
   }
 }
 
-TEST_F(MakeSafely, GoesUpFromWhereALinkLeads) {
+TEST_F(MakeSafely, FollowsALinkBeforeDotDot) {
   world_.Change("dir else/where; link link else/where");
   const std::map<std::string, std::string> rows = {{"link/../media", "else/media"},
                                                    {"link/media", "link/media"},
@@ -104,7 +108,7 @@ TEST_F(MakeSafely, GoesUpFromWhereALinkLeads) {
   }
 }
 
-TEST_F(MakeSafely, RefusesTagsThatAreNoPlainText) {
+TEST_F(MakeSafely, RefusesTagsThatAreNotPlainText) {
   const std::map<std::string, std::string> rows = {
       {"a\nb", "a\\x0Ab"},
       {"\033[2J", "\\x1B[2J"},
@@ -116,8 +120,9 @@ TEST_F(MakeSafely, RefusesTagsThatAreNoPlainText) {
   };
   for (const auto& [tag, shown] : rows) {
     SCOPED_TRACE(shown);
-    world_.ExpectRefusedAndUntouched(
-        {"--tag", tag}, "--tag must be one line of UTF-8 without control characters: " + shown);
+    world_.ExpectRefusedAndUntouched({"--tag", tag},
+                                     "--tag has a character that is not allowed: " + shown +
+                                         "; give one line of UTF-8 without control characters");
   }
   const Outcome made = world_.MakeMedia({"--tag", "\xC3\x9C a\\b <&>\" \xF0\x9F\x92\xBF"});
   EXPECT_THAT(made.out, testing::HasSubstr("tag \xC3\x9C a\\\\b <&>\" \xF0\x9F\x92\xBF,"));
@@ -126,7 +131,7 @@ TEST_F(MakeSafely, RefusesTagsThatAreNoPlainText) {
               testing::HasSubstr("tag=\"\xC3\x9C a\\b &lt;&amp;&gt;&quot; \xF0\x9F\x92\xBF\""));
 }
 
-TEST_F(MakeSafely, TakesATagUpToItsGreatestLength) {
+TEST_F(MakeSafely, TakesATagOf256Bytes) {
   const std::string tag(256, '&');
   EXPECT_EQ(world_.MakeMedia({"--tag", tag}).status, 0);
   EXPECT_EQ(ReadFile(world_.Path("media/1.txt")), "Volume marker\nMTBDIR=" + tag + "\n");
@@ -134,20 +139,15 @@ TEST_F(MakeSafely, TakesATagUpToItsGreatestLength) {
 
 TEST_F(MakeSafely, RefusesADirectoryThatAnotherMakeHasTakenOrLeft) {
   world_.Change("file media/StartTUI.sh.unfinished; file media/payload/1/file x");
-  world_.ExpectRefusedAndUntouched(
-      {},
-      "another make is at work there, or was broken off: {media} (wait for it, or remove what it "
-      "left and run make again)");
+  world_.ExpectRefusedAndUntouched({}, kAnotherMake);
 }
 
 /// Another make begins just before this one puts its mark into the directory.
-TEST_F(MakeSafely, LeavesADirectoryToTheOneThatWasFaster) {
+TEST_F(MakeSafely, LeavesADirectoryToAnotherMakeThatIsFaster) {
   const std::string mark = world_.Path("media/StartTUI.sh.unfinished");
   const std::map<std::string, std::string> rows = {
-      {"StartTUI.sh.unfinished",
-       "another make is at work there, or was broken off: {media} (wait for it, or remove what it "
-       "left and run make again)"},
-      {"StartTUI.sh", "the directory is not empty: {media}"}};
+      {"StartTUI.sh.unfinished", kAnotherMake},
+      {"StartTUI.sh", "the directory is not empty: {media}; empty it, or name another one"}};
   for (const auto& [name, line] : rows) {
     SCOPED_TRACE(name);
     fs::remove_all(world_.Path("media"));
@@ -161,15 +161,16 @@ TEST_F(MakeSafely, LeavesADirectoryToTheOneThatWasFaster) {
   }
 }
 
-TEST_F(MakeSafely, SaysThatTheDiskIsFullFromTheFirstFileOn) {
-  world_.ExpectRefused(world_.MakeMedia({}, "media", [] { LimitFileSize(1000); }),
-                       "Cannot write into {media}/StartTUI.sh.unfinished - No space left on "
-                       "device\nkvl-media: {media} is not whole; remove it and run make again",
-                       1);
+TEST_F(MakeSafely, SaysThatTheDiskIsFullAtTheFirstFile) {
+  world_.ExpectRefused(
+      world_.MakeMedia({}, "media", [] { LimitFileSize(1000); }),
+      "Cannot write into {media}/StartTUI.sh.unfinished - No space left on "
+      "device\nkvl-media: the media is not whole: {media}; remove it and run make again",
+      1);
 }
 
-/// Makes a media in the working directory and changes something when the first file is about to be
-/// copied. The result is 2 for a refusal and 1 for a failure, whose text is on standard error.
+/// Makes a media in the working directory, and calls `change` just before the first file is
+/// copied. Returns 2 for a refusal and 1 for a failure, and writes the message to standard error.
 int MakeWhileItChanges(bool is_presorted, const std::function<void()>& change) {
   MediaMakeRequest request;
   request.payload = "payload";
@@ -191,7 +192,7 @@ int MakeWhileItChanges(bool is_presorted, const std::function<void()>& change) {
   return 0;
 }
 
-TEST_F(MakeSafely, RefusesWhatItCannotReadBeforeItWrites) {
+TEST_F(MakeSafely, RefusesUnreadableFilesBeforeItWrites) {
   const std::map<std::string, std::string> rows = {
       {"payload/x", "Cannot read payload/x"}, {"payload/d", "opendir - payload/d"},
       {"needs/x", "Cannot read needs/x"},     {"setup", "Cannot read setup"},
@@ -213,40 +214,44 @@ TEST_F(MakeSafely, RefusesWhatItCannotReadBeforeItWrites) {
   }
 }
 
-/// Changes while the first file is copied, and what is said of them; a payload with "1" is presorted.
-TEST(MakeWhileFilesChange, EndsWhenWhatItHasPlannedHasChanged) {
+/// Makes each change just before the first file is copied. The payload is presorted if the message
+/// names payload/1/b.
+TEST(MakeWhileFilesChange, FailsIfAPlannedFileChanges) {
   struct Row {
     std::string name, change, line;
     std::function<void()> also = [] {};
   };
-  const std::string changed = "changed since the media was planned: ";
+  const auto changed = [](const std::string& path) {
+    return "this changed while make was at work: " + path + "; change nothing until make has ended";
+  };
   const auto rewrite = [] { RewriteUnnoticed("payload/b", "CONTENTS"); };
   const auto long_ago = [] { SetTimes("payload/b", 1, 1'000'000'000); };
   const std::vector<Row> rows = {
-      {"grown", "file payload/b contents and more", changed + "payload/b"},
-      {"cut", "file payload/b con", changed + "payload/b"},
-      {"rewritten", "file payload/b CONTENTS", changed + "payload/b"},
-      {"rewritten, with its time put back", "", changed + "payload/b", rewrite},
-      {"with another mode", "mode 700 payload/b", changed + "payload/b"},
-      {"another file", "move payload/b moved; file payload/b CONTENTS", changed + "payload/b",
+      {"grown", "file payload/b contents and more", changed("payload/b")},
+      {"cut", "file payload/b con", changed("payload/b")},
+      {"rewritten", "file payload/b CONTENTS", changed("payload/b")},
+      {"rewritten, with its time put back", "", changed("payload/b"), rewrite},
+      {"with another mode", "mode 700 payload/b", changed("payload/b")},
+      {"another file", "move payload/b moved; file payload/b CONTENTS", changed("payload/b"),
        long_ago},
-      {"a link", "move payload/b moved; link payload/b ../moved", changed + "payload/b"},
-      {"a pipe", "pipe payload/b", changed + "payload/b"},
-      {"a link that leads elsewhere", "link payload/l b", changed + "payload/l"},
+      {"a link", "move payload/b moved; link payload/b ../moved", changed("payload/b")},
+      {"a pipe", "pipe payload/b", changed("payload/b")},
+      {"a link that leads elsewhere", "link payload/l b", changed("payload/l")},
       {"gone", "remove payload/b", "lstat - payload/b - No such file or directory\n"},
       {"a link above", "move payload/d moved; link payload/d ../moved",
        "opendir - payload/d - Not a directory\n"},
-      {"on a volume", "file payload/1/b more", changed + "payload/1/b"},
-      {"for inst", "file needs/file more", changed + "needs/file"},
+      {"on a volume", "file payload/1/b more", changed("payload/1/b")},
+      {"for inst", "file needs/file more", changed("needs/file")},
       {"the list of all files", "file media/media.db " + std::string(1000, 'x'),
-       "changed while the media was made: {media/media.db}"},
-      {"the installer", "file setup more", changed + "setup"},
-      {"the launcher", "file starter more", changed + "starter"},
+       "another program changed the media while make wrote it: {media/media.db}; let no other "
+       "program write there"},
+      {"the installer", "file setup more", changed("setup")},
+      {"the launcher", "file starter more", changed("starter")},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
     CheckWorld world;
-    const bool is_presorted = row.line.ends_with("payload/1/b");
+    const bool is_presorted = row.line == changed("payload/1/b");
     const std::string payload = is_presorted ? "payload/1/" : "payload/";
     for (const std::string& name :
          Lines{payload + "a", payload + "b", payload + "d/c", "needs/file", "setup", "starter"}) {
@@ -266,7 +271,7 @@ TEST(MakeWhileFilesChange, EndsWhenWhatItHasPlannedHasChanged) {
   }
 }
 
-TEST_F(MakeSafely, OverwritesNoStartScriptThatCameMeanwhile) {
+TEST_F(MakeSafely, DoesNotOverwriteAStartScriptThatAppearsMeanwhile) {
   world_.Change("file needs/file x; file starter x");
   const Outcome seen = RunIsolated([&] {
     fs::current_path(world_.Path("."));
@@ -281,7 +286,7 @@ TEST_F(MakeSafely, OverwritesNoStartScriptThatCameMeanwhile) {
   EXPECT_TRUE(fs::exists(script + ".unfinished"));
 }
 
-/// Nobody can find out any more whether something exists by asking for permissions.
+/// Makes every check of permissions fail, so that nothing seems to exist.
 void RefuseAccess() {
   std::vector<unsigned> calls = {SYS_faccessat, SYS_faccessat2};
 #ifdef SYS_access
@@ -293,9 +298,10 @@ void RefuseAccess() {
 TEST_F(MakeSafely, ComesToAnEndWhereNothingSeemsToExist) {
   const Outcome made = world_.MakeMedia({}, "new/media", RefuseAccess);
   EXPECT_THAT(made.out, testing::HasSubstr(world_.Text("First volume: '{new/media}'\nerror: ")));
-  EXPECT_EQ(made.err,
-            "kvl-media: the media cannot be started; correct what was found, remove it and run "
-            "make again\n");
+  EXPECT_EQ(
+      made.err,
+      world_.Text("kvl-media: the media cannot be started: {new/media}; correct the errors that "
+                  "are reported, remove the media and run make again\n"));
   EXPECT_EQ(made.status, 1);
   EXPECT_TRUE(fs::exists(world_.Path("new/media/StartTUI.sh")));
 }

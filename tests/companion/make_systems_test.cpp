@@ -5,18 +5,20 @@
 namespace kvl::test {
 namespace {
 
-/// This machine as --machine names it, and one that it is not.
+/// Returns the name of this machine for --machine.
 std::string ThisMachine() {
   const std::string name = NameOfThisMachine();
   return name == "aarch64" ? "arm64" : name;
 }
+
+/// Returns the name of a machine that is not this one.
 std::string AnotherMachine() {
   return ThisMachine() == "s390x" ? "riscv64" : "s390x";
 }
 
 class MediaForSeveralMachines : public testing::Test {
  protected:
-  /// The programs of the other machine are scripts, which tell what they are started with.
+  /// The programs of the other machine are scripts, which print how they are started.
   MediaForSeveralMachines()
       : world_(
             "file payload/x x; file own #!/bin/sh\\necho own \"$@\"\\n; "
@@ -36,7 +38,7 @@ class MediaForSeveralMachines : public testing::Test {
             "--installer", installer, "--launcher", launcher};
   }
 
-  /// For this machine and another one.
+  /// Returns the options for this machine and another one.
   Lines Both() const {
     Lines both = System("mine", ThisMachine(), "own", BuiltProgram("kvl-launcher"));
     const Lines other = System("theirs", AnotherMachine(), "other", "other");
@@ -44,7 +46,7 @@ class MediaForSeveralMachines : public testing::Test {
     return both;
   }
 
-  /// Starts the media on a machine that uname says is that one.
+  /// Starts the media while uname prints this name of the machine.
   Outcome StartOn(const std::string& machine) const {
     return RunProgram({{world_.Path("media/StartTUI.sh"), "a b"},
                        {{"PATH", world_.Path("tools") + ":/usr/bin:/bin"},
@@ -55,7 +57,7 @@ class MediaForSeveralMachines : public testing::Test {
   CheckWorld world_;
 };
 
-TEST_F(MediaForSeveralMachines, HoldsTheProgramsOfEach) {
+TEST_F(MediaForSeveralMachines, HoldsTheProgramsOfEachMachine) {
   world_.ExpectMade(Make(Both()), "'{media}");
   EXPECT_THAT(DescribeTree(world_.Path("media/inst")),
               testing::IsSupersetOf({"f 755 mine/code/bin/own = #!/bin/sh\necho own \"$@\"\n",
@@ -72,7 +74,7 @@ TEST_F(MediaForSeveralMachines, HoldsTheProgramsOfEach) {
   EXPECT_EQ(world_.Companion({"verify", "media"}).status, 0);
 }
 
-TEST_F(MediaForSeveralMachines, StartsWhatIsForTheMachine) {
+TEST_F(MediaForSeveralMachines, StartsTheProgramsOfTheMachine) {
   ASSERT_EQ(Make(Both()).status, 0);
   const Outcome here = StartOn(NameOfThisMachine());
   EXPECT_EQ(here.status, 0);
@@ -80,7 +82,7 @@ TEST_F(MediaForSeveralMachines, StartsWhatIsForTheMachine) {
   EXPECT_EQ(StartOn(AnotherMachine()), (Outcome{0, "theirs other a b\n", ""}));
 }
 
-TEST_F(MediaForSeveralMachines, SaysWhatIsThereOnAnyOther) {
+TEST_F(MediaForSeveralMachines, NamesItsMachinesOnAnyOtherMachine) {
   ASSERT_EQ(Make(Both()).status, 0);
   EXPECT_EQ(StartOn("pdp11"),
             (Outcome{1, "",
@@ -96,7 +98,7 @@ TEST_F(MediaForSeveralMachines, KnowsArm64ByBothOfItsNames) {
   }
 }
 
-TEST_F(MediaForSeveralMachines, IsCheckedForThisOne) {
+TEST_F(MediaForSeveralMachines, IsCheckedForThisMachine) {
   ASSERT_EQ(Make(Both()).status, 0);
   world_.ExpectReport(world_.Companion({"check", "media"}), R"(Media      {media}
 System     mine, from StartTUI.sh
@@ -107,7 +109,7 @@ Fine: the installer will be started in place
 )");
 }
 
-TEST_F(MediaForSeveralMachines, MayBeForOthersThanTheOneThatItIsMadeOn) {
+TEST_F(MediaForSeveralMachines, CanBeMadeOnAnotherMachine) {
   const Outcome made = Make(System("theirs", AnotherMachine(), "other", "other"));
   EXPECT_EQ(made.status, 0) << made.out << made.err;
   const Outcome checked = world_.Companion({"check", "media"});
@@ -119,9 +121,10 @@ TEST_F(MediaForSeveralMachines, MayBeForOthersThanTheOneThatItIsMadeOn) {
                   ": {media/StartTUI.sh}; start the media on a machine that it is for\n")));
 }
 
-TEST_F(MediaForSeveralMachines, IsRefusedWhenItMakesNoSense) {
+TEST_F(MediaForSeveralMachines, IsRefusedWithInvalidOptions) {
   const std::string each =
-      "each --machine needs a --system, an --installer and a --launcher of its own";
+      "--machine, --system, --installer and --launcher are not given equally often; give each of "
+      "them once for each machine (see --help)";
   const auto expect_refused = [&](Lines systems, const std::string& line) {
     SCOPED_TRACE(line);
     world_.ExpectRefused(Make(systems), line);
@@ -134,16 +137,17 @@ TEST_F(MediaForSeveralMachines, IsRefusedWhenItMakesNoSense) {
   };
   expect_refused(with({"--machine", "arm64"}), each);
   expect_refused(with({"--machine", "arm64", "--system", "two", "--installer", "own"}), each);
-  expect_refused(with(System("one", "arm64", "own", "own")), "--system: two of this name: one");
+  expect_refused(with(System("one", "arm64", "own", "own")),
+                 "two systems have the same name: one; give each --system another name");
   expect_refused(with(System("two", "s390x", "own", "own")),
-                 "--machine: two systems for one machine: s390x");
+                 "two systems are for the same machine: s390x; give each --machine once");
   expect_refused(with(System("two", "", "own", "own")),
-                 "--machine: each of several systems needs one");
+                 "--machine is empty; name the machine of each system");
   expect_refused(with(System("two", "a)", "own", "own")),
-                 "--machine: no plain name: a) (letters, digits and ._+-, no \".\" or \"-\" in "
-                 "front)");
+                 "--machine is not a valid name: a); use letters, digits and ._+- only, and begin "
+                 "with neither . nor -");
   expect_refused(with(System("two", "arm64", "own", "missing")),
-                 "the launcher is not there: missing");
+                 "the launcher is missing or not a regular file: missing; name it with --launcher");
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// kvl-media make: what it writes, what it refuses, and that check finds nothing wrong with it.
+// kvl-media make: what it writes, what it refuses, and that check calls its media fine.
 
 #include "companion/make/media_plan.h"
 #include "companion/make/volume_size.h"
@@ -9,7 +9,7 @@ namespace {
 
 constexpr char kClosedInstaller[] = "file setup #!/bin/sh\\n; mode 600 setup; ";
 
-/// Makes a payload of five files in "payload", and an installer that is a small program.
+/// Returns steps that make a payload of five files, and a small script as installer.
 std::string Payload() {
   std::string steps = kClosedInstaller;
   for (const std::string name : {"a/1", "a/2", "b\\x20c/3", "b\\x20c/d/4", "5"}) {
@@ -18,14 +18,14 @@ std::string Payload() {
   return steps + "dir payload/empty; mode 700 payload/a/1; mode 600 payload/a/2; ";
 }
 
-/// A payload sorted by volumes in "payload", and what the installer needs in "needs".
+/// Steps that make a presorted payload, and what the installer needs in "needs".
 const std::string kPresorted =
     std::string(kClosedInstaller) +
     "file payload/1/a/1 one; file payload/1/2 two; file payload/2/a/1 other; dir payload/3; "
     "file needs/linux/code/bin/tool tool; mode 700 needs/linux/code/bin/tool; "
     "file needs/common/text text; dir needs/empty; ";
 
-/// What is done to a payload, the line that refuses it then, and further arguments.
+/// A change of a payload, the line that refuses it, and further arguments.
 struct Refusal {
   std::string change, line;
   Lines further = {};
@@ -48,22 +48,31 @@ std::string Blocks(std::uint64_t count) {
   return std::to_string(2048 * count);
 }
 
-/// What the image of every volume holds besides payload and its list, in blocks: 32 in front of files, with room
-/// for some directories, two more, four directories and two markers at most, and the manifest.
+/// Blocks of the image of any volume besides its payload and its list: 32 before the files, with
+/// room for some directories, two more, at most four directories and two markers, and the manifest.
 constexpr std::uint64_t kFrame = 32 + 2 + 4 + 2 + 1;
 
-/// What the first volume holds besides payload, in blocks: its list and that of all files, texts, five
-/// directories below "inst" and tables for them, the installer, the launcher.
+/// Returns the blocks of the first volume besides its payload: its list, the list of all files,
+/// texts, five directories below "inst" and tables for them, the installer, and the launcher.
 std::uint64_t BlocksOfTheFirstVolume() {
   return kFrame + 1 + 1 + 13 + 5 + 2 + 1 + 1;
 }
 
 std::string TooSmallForTheFirst() {
-  return "the volume size is too small for what the first volume holds besides payload (needs " +
-         Blocks(BlocksOfTheFirstVolume()) + " bytes)";
+  return "--volume-size is too small for what the first volume holds besides payload: it needs " +
+         Blocks(BlocksOfTheFirstVolume()) + " bytes; give a larger --volume-size";
 }
 
-TEST(KvlMediaMake, MakesMediaThatCheckFindsNothingWrongWith) {
+/// Returns the refusal of a part of the payload that needs so many bytes.
+std::string TooLarge(const std::string& path, const std::string& bytes, const std::string& remedy) {
+  return "too large for one volume: " + path + " (needs " + bytes +
+         " bytes); give a larger --volume-size, or " + remedy;
+}
+
+constexpr char kGiveASize[] =
+    "; give a whole number, also with K, M, G, KB, MB or GB, or one of cd, dvd and dvd-dl";
+
+TEST(KvlMediaMake, MakesMediaThatCheckCallsFine) {
   struct Row {
     std::string layout, first, second;  ///< directories of the volumes
   };
@@ -94,7 +103,7 @@ TEST(KvlMediaMake, MakesMediaThatCheckFindsNothingWrongWith) {
   }
 }
 
-TEST(KvlMediaMake, TakesTheLauncherBesideItselfWhereNoneIsNamed) {
+TEST(KvlMediaMake, TakesTheLauncherBesideItselfByDefault) {
   const CheckWorld world(Payload());
   const Outcome seen =
       world.Companion({"make", "--tag", "T", "--installer", "setup", "payload", "media"});
@@ -119,7 +128,7 @@ TEST(KvlMediaMake, PutsEveryFileOfThePayloadOnOneVolume) {
             fs::last_write_time(world.Path("payload/a/1")));
 }
 
-/// Each takes 147 blocks, so that three fit beside the first volume's own, and four elsewhere.
+/// Each file takes 147 blocks, so each volume has room for three files.
 TEST(KvlMediaMake, KeepsADirectoryTogether) {
   const CheckWorld world(Payload() + "file payload/c/e/1 " + std::string(300'000, 'x') +
                          "; file payload/c/e/2 " + std::string(300'000, 'x'));
@@ -149,8 +158,7 @@ TEST(KvlMediaMake, KeepsADirectoryTogether) {
             payload_with({"--keep-together", "c"}));
 }
 
-TEST(KvlMediaMake, RefusesToKeepTogetherWhatCannotBe) {
-  const std::string none = "--keep-together: no directory of the payload: ";
+TEST(KvlMediaMake, RefusesAnInvalidKeepTogether) {
   const CheckWorld world(Payload());
   for (const auto& [directory, shown] : {std::pair("5", "5"),
                                          {"a/1", "a/1"},
@@ -159,16 +167,19 @@ TEST(KvlMediaMake, RefusesToKeepTogetherWhatCannotBe) {
                                          {".", "."},
                                          {"", ""},
                                          {"a/..", "."}}) {
-    world.ExpectRefusedAndUntouched({"--keep-together", directory}, none + shown);
+    world.ExpectRefusedAndUntouched({"--keep-together", directory},
+                                    std::string("--keep-together is not a directory of PAYLOAD: ") +
+                                        shown + "; give its path in PAYLOAD");
   }
-  world.ExpectRefusedAndUntouched({"--keep-together", "a", "--presorted"},
-                                  "--keep-together: --presorted says what lies together");
+  world.ExpectRefusedAndUntouched(
+      {"--keep-together", "a", "--presorted"},
+      "--keep-together and --presorted exclude each other; leave one of them out");
   world.ExpectRefusedAndUntouched(
       {"--keep-together", "b c", "--volume-size", Blocks(kFrame + 2 * 147)},
-      "larger than a volume: b c (needs " + Blocks(kFrame + 2 * 147 + 1) + " bytes)");
+      TooLarge("b c", Blocks(kFrame + 2 * 147 + 1), "leave its --keep-together out"));
 }
 
-TEST(KvlMediaMake, GivesTheSameMediaWhateverTheUmask) {
+TEST(KvlMediaMake, MakesTheSameMediaWithAnyUmask) {
   const CheckWorld world(Payload());
   ASSERT_EQ(world.MakeMedia().status, 0);
   for (const mode_t mask : {0000U, 0077U, 0700U, 0777U}) {
@@ -198,10 +209,12 @@ TEST(KvlMediaMake, PutsAPresortedPayloadOntoItsVolumes) {
                           "f 644 media.manifest"));
 }
 
-TEST(KvlMediaMake, RefusesMorePresortedVolumesThanThereCanBe) {
+TEST(KvlMediaMake, RefusesMoreThan999PresortedVolumes) {
   const CheckWorld world(kPresorted);
   for (int i = 4; i <= 1000; ++i) fs::create_directory(world.Path("payload/" + std::to_string(i)));
-  world.ExpectRefused(world.MakeMedia({"--presorted"}), "more than 999 volumes would be needed");
+  world.ExpectRefused(
+      world.MakeMedia({"--presorted"}),
+      "the payload needs more than 999 volumes; join some of the directories in PAYLOAD");
 }
 
 TEST(KvlMediaMake, PutsWhatTheInstallerNeedsIntoInst) {
@@ -214,82 +227,97 @@ TEST(KvlMediaMake, PutsWhatTheInstallerNeedsIntoInst) {
                           "f 755 linux/code/bin/tool"));
 }
 
-TEST(KvlMediaMake, RefusesAnUnsortedPayloadAndAStrangeInst) {
+TEST(KvlMediaMake, RefusesAnUnsortedPayloadAndAnInvalidInst) {
   const std::string large(300'000, 'x');
-  const std::string others =
-      "a presorted payload holds directories 1, 2, ... and nothing else: payload/";
-  const std::string without = "a presorted payload without a directory ";
-  const std::string anyway = "this is put into inst anyway: needs/";
+  const auto other = [](const std::string& name) {
+    return "PAYLOAD holds something other than directories 1, 2, ...: payload/" + name +
+           "; move it into one of them, or leave --presorted out";
+  };
+  const auto without = [](const std::string& number) {
+    return "PAYLOAD has no directory " + number + ": payload; make it, or leave --presorted out";
+  };
+  const auto twice = [](const std::string& name) {
+    return "--inst holds something that make itself puts into inst: needs/" + name +
+           "; remove it from --inst";
+  };
   const Lines inst = {"--inst", "needs"};
   std::vector<Refusal> rows = {
-      {"file payload/x; dir payload/5", others + "x"},
-      {"file payload/x; file payload/.a", others + ".a"},
-      {"dir payload/04", others + "04"},
-      {"dir payload/0", others + "0"},
-      {"dir payload/-4", others + "-4"},
-      {"link payload/4 3", others + "4"},
-      {"file payload/4", others + "4"},
-      {"dir payload/5", without + "4: payload"},
-      {"remove payload/1", without + "1: payload"},
-      {"dir payload/99999999999999999999999", without + "4: payload"},
-      {"dir payload", without + "1: payload"},
-      // Beyond what the first one holds anyway: "2", "a/1", three large files.
+      {"file payload/x; dir payload/5", other("x")},
+      {"file payload/x; file payload/.a", other(".a")},
+      {"dir payload/04", other("04")},
+      {"dir payload/0", other("0")},
+      {"dir payload/-4", other("-4")},
+      {"link payload/4 3", other("4")},
+      {"file payload/4", other("4")},
+      {"dir payload/5", without("4")},
+      {"remove payload/1", without("1")},
+      {"dir payload/99999999999999999999999", without("4")},
+      {"dir payload", without("1")},
+      // Besides what the first volume holds anyway: "2", "a/1" and three large files.
       {"file payload/1/x " + large + "; file payload/1/y " + large + "; file payload/1/z " + large,
-       "more than a volume holds: payload/1 (needs " +
-           Blocks(BlocksOfTheFirstVolume() + 1 + 1 + 3 * 147) + " bytes)",
+       TooLarge("payload/1", Blocks(BlocksOfTheFirstVolume() + 1 + 1 + 3 * 147),
+                "move files to another directory"),
        {"--volume-size", "400K"}},
       {"", TooSmallForTheFirst(), {"--volume-size", "100K"}},
-      {"", "not a directory: missing", {"--inst", "missing"}},
-      {"file needs/volumes.txt 9", anyway + "volumes.txt", inst},
-      {"file needs/linux/code/bin/setup", anyway + "linux/code/bin/setup", inst},
-      {"file needs/linux/code/bin/kvl-launcher", anyway + "linux/code/bin/kvl-launcher", inst},
-      {"remove needs/linux; file needs/linux", anyway + "linux", inst},
-      {"remove needs/common; file needs/common", anyway + "common", inst},
-      {"", "the directory lies inside the directory for inst: {media}", {"--inst", "."}},
+      {"", "--inst is not a directory: missing; name a directory", {"--inst", "missing"}},
+      {"file needs/volumes.txt 9", twice("volumes.txt"), inst},
+      {"file needs/linux/code/bin/setup", twice("linux/code/bin/setup"), inst},
+      {"file needs/linux/code/bin/kvl-launcher", twice("linux/code/bin/kvl-launcher"), inst},
+      {"remove needs/linux; file needs/linux", twice("linux"), inst},
+      {"remove needs/common; file needs/common", twice("common"), inst},
+      {"", "DIR lies inside --inst: {media}; name a directory outside of it", {"--inst", "."}},
   };
   for (Refusal& row : rows) row.further.emplace_back("--presorted");
   ExpectRefusals(kPresorted, rows);
 }
 
-TEST(KvlMediaMake, RefusesWhatMakesNoSenseAndTouchesNothing) {
-  const std::string allowed = " (letters, digits and ._+-, no \".\" or \"-\" in front)";
-  const std::string file = "larger than a volume: 5 (needs " + Blocks(kFrame + 147 + 1) + " bytes)";
+TEST(KvlMediaMake, RefusesInvalidCallsAndTouchesNothing) {
+  const std::string length = "; give a text of 1 to 256 bytes";
+  const std::string bad_name = "--system is not a valid name: ";
+  const std::string taken = "--system is a name that inst has for something else: ";
+  const std::string allowed = "; use letters, digits and ._+- only, and begin with neither . nor -";
+  const std::string bad_size = "--volume-size is not a size: ";
+  const std::string file = TooLarge("5", Blocks(kFrame + 147 + 1), "split the file");
   const std::vector<std::pair<Lines, std::string>> rows = {
-      {{"--tag", ""}, "--tag must not be empty"},
-      {{"--tag", std::string(257, 't')}, "--tag must not be longer than 256 bytes"},
-      {{"--tag", std::string(100'000, '\x01')}, "--tag must not be longer than 256 bytes"},
-      {{"--system", "a/b"}, "--system: no plain name: a/b" + allowed},
-      {{"--os", "a b"}, "--system: no plain name: a b" + allowed},
-      {{"--os", ".a"}, "--system: no plain name: .a" + allowed},
-      {{"--os=-a"}, "--system: no plain name: -a" + allowed},
-      {{"--os", ""}, "--system: no plain name: " + allowed},
-      {{"--os", "volumes.txt"}, "--system: inst holds something else of this name: volumes.txt"},
-      {{"--os", std::string(254, 'o')}, "a name is too long for a disc: " + std::string(254, 'o')},
-      {{"--os", "common"}, "--system: inst holds something else of this name: common"},
-      {{"--installer", "programs/set up"}, "--installer: no plain name: set up" + allowed},
+      {{"--tag", ""}, "--tag is empty" + length},
+      {{"--tag", std::string(257, 't')}, "--tag is too long: 257 bytes" + length},
+      {{"--tag", std::string(100'000, '\x01')}, "--tag is too long: 100000 bytes" + length},
+      {{"--system", "a/b"}, bad_name + "a/b" + allowed},
+      {{"--os", "a b"}, bad_name + "a b" + allowed},
+      {{"--os", ".a"}, bad_name + ".a" + allowed},
+      {{"--os=-a"}, bad_name + "-a" + allowed},
+      {{"--os", ""}, bad_name + allowed},
+      {{"--os", "volumes.txt"}, taken + "volumes.txt; choose another name"},
+      {{"--os", std::string(254, 'o')},
+       "--system is too long for a disc: " + std::string(254, 'o') + "; shorten it to 253 bytes"},
+      {{"--os", "common"}, taken + "common; choose another name"},
+      {{"--installer", "programs/set up"},
+       "the file name of the installer is not a valid name: set up" + allowed},
       {{"--installer", "programs/" + std::string(254, 'i')},
-       "a name is too long for a disc: " + std::string(254, 'i')},
+       "the file name of the installer is too long for a disc: " + std::string(254, 'i') +
+           "; shorten it to 253 bytes"},
       {{"--installer", "programs/kvl-launcher"},
-       "--installer: the launcher has this name on the media: kvl-launcher"},
-      {{"--installer", "missing"}, "the installer is not there: missing"},
-      {{"--launcher", "payload"}, "the launcher is not there: payload"},
-      {{"--layout", "flat"}, "layout flat needs two volumes or more, and all fits on one"},
+       "the file name of the installer is that of the launcher on the media: kvl-launcher; rename "
+       "the installer"},
+      {{"--installer", "missing"},
+       "the installer is missing or not a regular file: missing; name it with --installer"},
+      {{"--launcher", "payload"},
+       "the launcher is missing or not a regular file: payload; name it with --launcher"},
+      {{"--layout", "flat"},
+       "--layout flat needs two volumes or more, and the media has one; use --layout single, or "
+       "make more volumes"},
       {{"--layout", "single", "--volume-size", "1100K"},
-       "layout single has one volume, and 2 are needed"},
+       "--layout single has one volume, and the media needs 2; use another layout, or make fewer "
+       "volumes"},
       {{"--volume-size", std::to_string(2048 * BlocksOfTheFirstVolume() - 1)},
        TooSmallForTheFirst()},
-      // The volume itself, the file, the list.
+      // Enough for what the first volume holds besides payload, but not for the file.
       {{"--volume-size", std::to_string(2048 * BlocksOfTheFirstVolume())}, file},
       {{"--volume-size", std::to_string(2048 * (kFrame + 147 + 1) - 1)}, file},
-      {{"--volume-size=-5"},
-       "--volume-size: no size: -5 (a whole number, with K, M, G, KB, MB or GB; or cd, dvd, "
-       "dvd-dl)"},
-      {{"--volume-size", "-4M"},
-       "--volume-size: no size: -4M (a whole number, with K, M, G, KB, MB or GB; or cd, dvd, "
-       "dvd-dl)"},
-      {{"--volume-size", ""},
-       "--volume-size: no size:  (a whole number, with K, M, G, KB, MB or GB; or cd, dvd, dvd-dl)"},
-      {{"third"}, "The following argument was not expected: third (see --help)"},
+      {{"--volume-size=-5"}, bad_size + "-5" + kGiveASize},
+      {{"--volume-size", "-4M"}, bad_size + "-4M" + kGiveASize},
+      {{"--volume-size", ""}, bad_size + kGiveASize},
+      {{"third"}, "unexpected argument: third (see --help)"},
   };
   const CheckWorld world(Payload() +
                          "file programs/set\\x20up; file programs/kvl-launcher; file programs/" +
@@ -300,11 +328,11 @@ TEST(KvlMediaMake, RefusesWhatMakesNoSenseAndTouchesNothing) {
   }
 }
 
-/// Makes with the smallest size that does, and is refused with one that is smaller by one byte.
+/// Expects make to write a media with this size, and to refuse a size that is smaller by one byte.
 void ExpectSmallestSize(const CheckWorld& world, Lines further, std::uint64_t bytes,
-                        const std::string& line) {
+                        const std::string& path, const std::string& remedy) {
   further.insert(further.end(), {"--volume-size", std::to_string(bytes - 1)});
-  world.ExpectRefusedAndUntouched(further, line + " (needs " + std::to_string(bytes) + " bytes)");
+  world.ExpectRefusedAndUntouched(further, TooLarge(path, std::to_string(bytes), remedy));
   further.back() = std::to_string(bytes);
   const Outcome made = world.MakeMedia(further);
   EXPECT_EQ(made.err, "");
@@ -312,28 +340,30 @@ void ExpectSmallestSize(const CheckWorld& world, Lines further, std::uint64_t by
 }
 
 TEST(KvlMediaMake, NamesTheSizeThatIsEnough) {
-  ExpectSmallestSize(CheckWorld(Payload()), {}, 2048 * (kFrame + 147 + 1),
-                     "larger than a volume: 5");
+  ExpectSmallestSize(CheckWorld(Payload()), {}, 2048 * (kFrame + 147 + 1), "5", "split the file");
   const CheckWorld presorted(kPresorted + "file payload/2/x " + std::string(600'000, 'x') +
                              "; file payload/2/y/z");
-  ExpectSmallestSize(presorted, {"--presorted"}, 2048 * (kFrame + 1 + 293 + 1),
-                     "more than a volume holds: payload/2");
+  ExpectSmallestSize(presorted, {"--presorted"}, 2048 * (kFrame + 1 + 293 + 1), "payload/2",
+                     "move files to another directory");
 }
 
-TEST(KvlMediaMake, RefusesToWriteWhereSomethingIs) {
-  const std::string line = "the directory is not empty: {media}";
-  ExpectRefusals(Payload(), {{"file media/.hidden", line},
-                             {"file media/lost+found", line},
-                             {"link media/lost+found payload", line},
-                             {"dir media/directory", line},
-                             {"link media/link x", line},
-                             {"link media nowhere", "not a directory: {media}"}});
+TEST(KvlMediaMake, RefusesADirectoryThatIsNotEmpty) {
+  const std::string line = "the directory is not empty: {media}; empty it, or name another one";
+  ExpectRefusals(Payload(),
+                 {{"file media/.hidden", line},
+                  {"file media/lost+found", line},
+                  {"link media/lost+found payload", line},
+                  {"dir media/directory", line},
+                  {"link media/link x", line},
+                  {"link media nowhere",
+                   "DIR is not a directory: {media}; name one that is empty or missing"}});
 }
 
 TEST(KvlMediaMake, RefusesADirectoryThatItMayNotWriteInto) {
   const CheckWorld world(Payload() + "dir media; mode 555 media");
   world.ExpectRefused(world.MakeMedia({}, "media", GiveUpPermissions),
-                      "no permission to write into: {media}");
+                      "you have no permission to read and write DIR: {media}; name another "
+                      "directory");
   EXPECT_THAT(DescribeTree(world.Path("media")), IsEmpty());
 }
 
@@ -343,14 +373,15 @@ TEST(KvlMediaMake, WritesBesideTheLostAndFoundOfAFileSystem) {
   EXPECT_THAT(NamesIn(world.Path("media")), testing::Contains("d 755 lost+found"));
 }
 
-TEST(KvlMediaMake, RefusesAPayloadThatCannotBeSplitSafely) {
+TEST(KvlMediaMake, RefusesAPayloadThatCannotGoOntoAMedia) {
   const std::string long_name(254, 'x');
   ExpectRefusals(
       Payload(),
-      {{"pipe payload/x", "neither a file nor a directory: payload/x"},
-       {"file payload/x\\ny", "a name with a line break cannot be listed: payload/x\\x0Ay"},
-       {"file payload/" + long_name, "a name is too long for a disc: payload/" + long_name},
-       {"remove payload; file payload", "not a directory: payload"}});
+      {{"pipe payload/x", "a pipe, socket or device cannot go onto a media: payload/x; remove it"},
+       {"file payload/x\\ny", "a name has a line break: payload/x\\x0Ay; rename it"},
+       {"file payload/" + long_name,
+        "a name is too long for a disc: payload/" + long_name + "; shorten it to 253 bytes"},
+       {"remove payload; file payload", "PAYLOAD is not a directory: payload; name a directory"}});
 }
 
 TEST(SplitPayload, NeverPutsMoreOnAVolumeThanItHolds) {
@@ -406,17 +437,16 @@ TEST(ParseVolumeSize, TakesWholeNumbersWithUnitsAndDiscs) {
   for (const auto& [text, bytes] : rows) EXPECT_EQ(ParseVolumeSize(text), bytes) << text;
 }
 
-TEST(ParseVolumeSize, RefusesEverythingElseWithOneText) {
+TEST(ParseVolumeSize, RefusesEverythingElse) {
   std::istringstream rows(
       "|0|0K|00|-1|-5|-4M|+4M|4X|4m|4kB|4KiB|4B|4TB|4MK|CD|cd |2cd|dvd-|0KB|18446744074GB|4 M| 4|4 "
       "|4.7G|4,7G|0x10|1e9|K|G4|four|"
       "18446744073709551616|18014398509481984K|17592186044416M|17179869184G|"
       "99999999999999999999999");
   for (std::string text; std::getline(rows, text, '|');) {
-    EXPECT_THAT([&] { ParseVolumeSize(text); },
-                testing::ThrowsMessage<CannotMake>(
-                    "--volume-size: no size: " + text +
-                    " (a whole number, with K, M, G, KB, MB or GB; or cd, dvd, dvd-dl)"));
+    EXPECT_THAT(
+        [&] { ParseVolumeSize(text); },
+        testing::ThrowsMessage<CannotMake>("--volume-size is not a size: " + text + kGiveASize));
   }
 }
 

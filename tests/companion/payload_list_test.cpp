@@ -1,4 +1,4 @@
-// A payload's entries, packed and unpacked.
+// Packing and unpacking the entries of a payload.
 
 #include "companion/make/payload_list.h"
 
@@ -12,7 +12,7 @@ auto PartsOf(const PayloadEntry& entry) {
                     entry.mark, entry.target);
 }
 
-TEST(PayloadList, GivesEveryEntryBackAsOftenAsItIsAsked) {
+TEST(PayloadList, ReturnsEveryEntryInEachRound) {
   constexpr std::uint64_t kMost = UINT64_MAX;
   std::vector<PayloadEntry> entries = {
       {.name = "a", .type = EntryType::kDirectory},
@@ -40,7 +40,7 @@ TEST(PayloadList, GivesEveryEntryBackAsOftenAsItIsAsked) {
   EXPECT_EQ(next->name, "a/bc");
 }
 
-TEST(PayloadList, TellsEveryChangeOfAState) {
+TEST(MarkOf, DiffersAfterEveryChangeOfAState) {
   const KVLInsIO::EntryState state = {1, 2, 3, 4, 5, 6, 7, 8};
   const std::vector<KVLInsIO::EntryState> others = {
       {9, 2, 3, 4, 5, 6, 7, 8}, {1, 9, 3, 4, 5, 6, 7, 8}, {1, 2, 9, 4, 5, 6, 7, 8},

@@ -1,4 +1,4 @@
-// The line that a long call shows on a terminal.
+// The progress line that a long call shows on a terminal.
 
 #include <pty.h>
 #include <termios.h>
@@ -12,7 +12,7 @@ namespace {
 
 constexpr char kRemoved[] = "\r\033[K";
 
-/// What is seen on a terminal, with a line that is rewritten in its place as "(progress)".
+/// Replaces progress lines, which overwrite each other on the terminal, by "(progress)".
 std::string WithoutFigures(const std::string& seen) {
   const std::string size = "[0-9.]+ [KMG]iB";
   return Replaced(seen,
@@ -29,7 +29,7 @@ class Progress : public testing::Test {
     ::close(terminal);
   }
 
-  /// Five files of one size, the last two on a second volume, and an empty one.
+  /// Makes five files of one size, the last two for a second volume, and an empty one.
   Progress() {
     for (const char* name : {"a", "b", "c", "d/e", "f"}) {
       world_.Volume("payload").File(name, std::string(300'000, 'x'));
@@ -37,8 +37,8 @@ class Progress : public testing::Test {
     world_.Change("file payload/d/empty; file setup #!/bin/sh\\n");
   }
 
-  /// Runs kvl-media with standard error on a terminal that passes everything on as it is; compares
-  /// what is seen there, which must not be more than it holds, and the rest.
+  /// Runs kvl-media make with standard error on a raw terminal. Compares the output there, which
+  /// must fit into the terminal's buffer, standard output and the status.
   void ExpectSeen(const std::string& on_terminal, const std::string& out, int status,
                   const std::vector<std::string>& further = {},
                   const std::function<void()>& before = {}) {
@@ -49,6 +49,7 @@ class Progress : public testing::Test {
     ExpectSeenOf(arguments, on_terminal, out, status, before);
   }
 
+  /// Does the same for a call with these arguments.
   void ExpectSeenOf(const std::vector<std::string>& arguments, const std::string& on_terminal,
                     const std::string& out, int status, const std::function<void()>& before = {}) {
     termios raw = {};
@@ -76,36 +77,37 @@ constexpr char kMade[] =
     "Made a media with tag T 1, layout sibling, volumes: 2.\n"
     "First volume: '{media/1}'\nStart it with: '{media/1}/StartTUI.sh'\n";
 
-TEST_F(Progress, IsOneLineOnATerminalThatIsGoneAtTheEnd) {
+TEST_F(Progress, IsOneLineThatIsRemovedAtTheEnd) {
   ExpectSeen("(progress)" + std::string(kRemoved), kMade, 0);
 }
 
-TEST_F(Progress, IsShownOfAMediaThatIsVerified) {
+TEST_F(Progress, IsShownWhenAMediaIsVerified) {
   ASSERT_EQ(world_.MakeMedia({"--volume-size", "1100K"}).status, 0);
   ExpectSeenOf({"verify", "media"}, "(progress)" + std::string(kRemoved),
                "Whole: 2 volumes, 17 files, <n> bytes; not proven genuine: no key was given\n", 0);
 }
 
-TEST_F(Progress, IsNotShownOnDemand) {
+TEST_F(Progress, IsNotShownWithQuiet) {
   ExpectSeen("", kMade, 0, {"--quiet"});
 }
 
-TEST_F(Progress, IsGoneBeforeTheMessageOfAFailure) {
+TEST_F(Progress, IsRemovedBeforeAnErrorMessage) {
   ExpectSeen(
       "(progress)" + std::string(kRemoved) +
-          world_.Text("kvl-media: Cannot write into {media/1}/payload/1/a - No space left on "
-                      "device\nkvl-media: {media} is not whole; remove it and run make again\n"),
+          world_.Text(
+              "kvl-media: Cannot write into {media/1}/payload/1/a - No space left on "
+              "device\nkvl-media: the media is not whole: {media}; remove it and run make again\n"),
       "", 1, {}, [] { LimitFileSize(200'000); });
 }
 
 TEST_F(Progress, IsNotShownWhenNothingIsCopied) {
   ExpectSeen(
-      "kvl-media: --system: no plain name: a/b (letters, digits and ._+-, no \".\" or \"-\" in "
-      "front)\n",
+      "kvl-media: --system is not a valid name: a/b; use letters, digits and ._+- only, and begin "
+      "with neither . nor -\n",
       "", 2, {"--os", "a/b"});
 }
 
-TEST_F(Progress, MakesWayForTheNamesOfFiles) {
+TEST_F(Progress, IsReplacedByNamesOfFilesWithVerbose) {
   ExpectSeen(
       "Volume 1: payload/1/a\nVolume 1: payload/1/b\nVolume 1: payload/1/c\n"
       "Volume 2: payload/2/d/e\nVolume 2: payload/2/d/empty\nVolume 2: payload/2/f\n"
@@ -113,7 +115,7 @@ TEST_F(Progress, MakesWayForTheNamesOfFiles) {
       kMade, 0, {"--verbose"});
 }
 
-TEST(ProgressText, SaysHowFarItIsAndHowLongItLasts) {
+TEST(ProgressText, SaysHowMuchIsDoneAndHowLongTheRestTakes) {
   constexpr std::uint64_t kMiB = 1'048'576;
   struct Row {
     std::uint64_t done, in_all;
@@ -139,7 +141,7 @@ TEST(ProgressText, SaysHowFarItIsAndHowLongItLasts) {
   }
 }
 
-TEST(ProgressLine, IsRewrittenAtMostTenTimesInASecondAndWhenItsFiguresChange) {
+TEST(ProgressLine, IsRewrittenAtMostTenTimesASecondAndOnlyIfItChanges) {
   ProgressLine::Clock::time_point now;
   const Outcome seen = Catch([&] {
     ProgressLine line(/*is_shown=*/true, [&] { return now; });
@@ -162,7 +164,7 @@ TEST(ProgressLine, IsRewrittenAtMostTenTimesInASecondAndWhenItsFiguresChange) {
                                std::string(kRemoved)}));
 }
 
-TEST(ProgressLine, ComesBackAfterItHasMadeWay) {
+TEST(ProgressLine, ComesBackAfterItWasRemoved) {
   ProgressLine::Clock::time_point now;
   const Outcome seen = Catch([&] {
     ProgressLine line(/*is_shown=*/true, [&] { return now; });
@@ -175,7 +177,7 @@ TEST(ProgressLine, ComesBackAfterItHasMadeWay) {
   EXPECT_EQ(seen, (Outcome{0, "", once + once}));
 }
 
-TEST(ProgressLine, SaysNothingWhereItIsNotShown) {
+TEST(ProgressLine, WritesNothingIfItIsNotShown) {
   EXPECT_EQ(Catch([] { ProgressLine(/*is_shown=*/false).Show("One", 1, 2); }), Outcome{});
 }
 

@@ -1,19 +1,19 @@
-// kvl-media seal and make --sign, ended by a signal while minisign is at work.
+// kvl-media seal and make --sign when a signal ends them while minisign runs.
 #include "tests/companion/sealed_world.h"
 
 namespace kvl::test {
 namespace {
 
-/// A minisign that ends its caller by signals: so many times, and at last waits for what never comes.
-class SealInterrupted : public testing::Test {
+/// Replaces minisign by scripts that send signals to kvl-media.
+class InterruptedSeal : public testing::Test {
  protected:
   void SetUp() override {
     if (!SealedWorld::HasMinisign()) GTEST_SKIP() << "there is no minisign";
     world_.MakeKeys();
   }
 
-  /// Runs kvl-media with a minisign of these lines, which writes its number, and claims its end by
-  /// the signal; that minisign is gone, too, and nothing is left for it.
+  /// Runs kvl-media with a minisign that writes its process number and then runs these lines.
+  /// Expects that the signal ends kvl-media, that minisign has ended, and that $TMPDIR is empty.
   void ExpectEndBy(int signal, const std::string& lines, const Lines& arguments,
                    const std::string& said) const {
     SCOPED_TRACE(lines);
@@ -25,7 +25,7 @@ class SealInterrupted : public testing::Test {
         0755);
     const Outcome seen =
         world_.Companion(arguments, {{"PATH", "{bin}:/usr/bin:/bin"}, {"TMPDIR", "{tmp}"}}, [] {
-          // Whoever runs the tests in the background of a shell has them ignored.
+          // A shell that runs the tests in the background may have made them ignore these signals.
           for (const int ends : {SIGINT, SIGTERM, SIGHUP}) std::signal(ends, SIG_DFL);
         });
     EXPECT_EQ(seen, (Outcome{-signal, "", world_.Text(said)}));
@@ -39,10 +39,11 @@ class SealInterrupted : public testing::Test {
                        "--launcher", "launcher", "--sign", "key",         "payload",
                        "unmade",     "--jobs",   "4"};
   const Lines seal_ = {"seal", "media", "--key", "key"};
-  const std::string not_whole_ = "kvl-media: {unmade} is not whole; remove it and run make again\n";
+  const std::string not_whole_ =
+      "kvl-media: the media is not whole: {unmade}; remove it and run make again\n";
 };
 
-TEST_F(SealInterrupted, LeavesNeitherMinisignNorWhatItWorkedOn) {
+TEST_F(InterruptedSeal, EndsMinisignAndRemovesItsFiles) {
   world_.Make("sibling");
   world_.Change("pipe never");
   const std::string wait = "read -r line <'" + world_.Path("never") + "'";
@@ -59,7 +60,7 @@ TEST_F(SealInterrupted, LeavesNeitherMinisignNorWhatItWorkedOn) {
               "");
 }
 
-TEST_F(SealInterrupted, GoesOnWhenTheSignalIsIgnored) {
+TEST_F(InterruptedSeal, GoesOnWhenTheSignalIsIgnored) {
   world_.Make("single");
   world_.Change("dir tmp");
   SetMode(world_.Directory().Write("bin/minisign",

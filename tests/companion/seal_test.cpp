@@ -1,5 +1,5 @@
-// What a media says of itself: digests, the lists of files, the manifest. What one of them writes is
-// read again, and no other text is.
+// Digests, lists of files and manifests. Each is read from the text that it writes, and from no
+// other text.
 
 #include "companion/names/layout_name.h"
 #include "companion/seal/file_list.h"
@@ -17,7 +17,7 @@ using testing::ThrowsMessage;
 constexpr char kOfNothing[] = "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855";
 constexpr char kOfAbc[] = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
 
-TEST(Digest, IsTheSameInWhateverPiecesTheBytesCome) {
+TEST(Digest, IsTheSameHoweverTheBytesAreSplit) {
   EXPECT_EQ(DigestOf("").Hex(), kOfNothing);
   EXPECT_EQ(DigestOf("abc").Hex(), kOfAbc);
   const std::string million(1'000'000, 'a');
@@ -30,7 +30,7 @@ TEST(Digest, IsTheSameInWhateverPiecesTheBytesCome) {
             "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
 }
 
-TEST(Digest, IsReadFromNothingButItsOwnText) {
+TEST(Digest, IsReadFromItsOwnTextOnly) {
   const std::string text = kOfAbc;
   EXPECT_EQ(Digest::FromHex(text), DigestOf("abc"));
   for (const std::string& other : {std::string(), text.substr(1), text + "0", "B" + text.substr(1),
@@ -39,7 +39,7 @@ TEST(Digest, IsReadFromNothingButItsOwnText) {
   }
 }
 
-TEST(ListedPath, LeadsFromNameToName) {
+TEST(ListedPath, ConsistsOfNamesWithSingleSlashes) {
   for (const std::string path : {"a", "a/b", "...", ".a/b..", " ", "\xFF/\\", "a\nb"}) {
     EXPECT_TRUE(IsListedPath(path)) << path;
   }
@@ -52,7 +52,7 @@ TEST(ListedPath, LeadsFromNameToName) {
   }
 }
 
-TEST(PathOrder, IsThatOfAWalkThroughDirectories) {
+TEST(PathOrder, IsTheOrderOfAWalkThroughATree) {
   const Lines walk = {"", "a", "a/b", "a/b/c", "a/b-c", "a\x01", "a-b", "aa", "\xFF"};
   for (std::size_t i = 0; i < walk.size(); ++i) {
     for (std::size_t j = 0; j < walk.size(); ++j) {
@@ -61,7 +61,7 @@ TEST(PathOrder, IsThatOfAWalkThroughDirectories) {
   }
 }
 
-TEST(LinkTarget, LeadsFromNameToNameInsideOfTheVolume) {
+TEST(LinkTarget, StaysInsideTheVolume) {
   for (const auto& [path, target] :
        std::vector<std::pair<std::string, std::string>>{{"l", "a"},
                                                         {"l", "."},
@@ -89,14 +89,14 @@ TEST(LinkTarget, LeadsFromNameToNameInsideOfTheVolume) {
   }
 }
 
-/// A list of files with one digest and these paths.
+/// Returns a list of files with these paths and one digest for all.
 std::string ListOf(const Lines& paths) {
   std::string text;
   for (const std::string& path : paths) text += LineOf({path, DigestOf("abc")});
   return text;
 }
 
-/// The files of a list that is read in pieces of so many bytes.
+/// Reads a list in pieces of so many bytes, and returns its files.
 std::vector<ListedFile> FilesIn(std::string_view text, std::size_t piece = 1U << 20U) {
   std::vector<ListedFile> files;
   FileListReader reader([rest = text, piece](std::span<char> room) mutable {
@@ -123,7 +123,7 @@ TEST(FileList, HasALineOfSha256sumForEachFile) {
   EXPECT_THAT(FilesIn(""), IsEmpty());
 }
 
-TEST(FileList, MayBeLongerThanWhatIsReadAtOnceButNoLineLongerThanAPath) {
+TEST(FileList, HasNoLimitButEachLineHasOne) {
   const std::string longest(kLongestLine - 100, 'a');
   const std::string text = ListOf({longest, "b"});
   EXPECT_EQ(FilesIn(text),
@@ -133,33 +133,33 @@ TEST(FileList, MayBeLongerThanWhatIsReadAtOnceButNoLineLongerThanAPath) {
               ThrowsMessage<RefusedText>("line 1: longer than 1048576 bytes"));
 }
 
-TEST(FileList, IsRefusedWithItsLineAndTheReason) {
+TEST(FileList, IsRefusedWithALineNumberAndAReason) {
   const std::string digest = kOfAbc, sum = digest + "  ";
   const std::vector<std::pair<std::string, std::string>> rows = {
-      {sum + "a", "line 1: no line feed at its end"},
-      {ListOf({"a"}) + sum, "line 2: no line feed at its end"},
-      {"\n", "line 1: no digest"},
-      {"\\\n", "line 1: no digest"},
-      {digest.substr(1) + "  a\n", "line 1: no digest"},
-      {"B" + sum.substr(1) + "a\n", "line 1: no digest"},
-      {"# comment\n", "line 1: no digest"},
-      {digest + "\n", "line 1: no two blanks behind the digest"},
-      {digest + " a\n", "line 1: no two blanks behind the digest"},
-      {digest + " *a\n", "line 1: no two blanks behind the digest"},
-      {sum + "\n", "line 1: no path on the volume"},
-      {sum + "./a\n", "line 1: no path on the volume"},
-      {sum + "/a\n", "line 1: no path on the volume"},
-      {sum + "a/../b\n", "line 1: no path on the volume"},
-      {sum + std::string("a\0b\n", 4), "line 1: no path on the volume"},
-      {sum + "a\\\\b\n", "line 1: not escaped as it has to be"},
-      {sum + "a\r\n", "line 1: not escaped as it has to be"},
-      {"\\" + sum + "a\n", "line 1: not escaped as it has to be"},
-      {"\\" + sum + "a\\\n", "line 1: not escaped as it has to be"},
-      {"\\" + sum + "a\\tb\n", "line 1: not escaped as it has to be"},
-      {"\\" + sum + "a\\\\\r\n", "line 1: not escaped as it has to be"},
-      {ListOf({"a", "a"}), "line 2: a path repeated or out of order"},
-      {ListOf({"a", "b-c", "b/c"}), "line 3: a path repeated or out of order"},
-      {ListOf({"\xFF", "a"}), "line 2: a path repeated or out of order"},
+      {sum + "a", "line 1: the line feed at its end is missing"},
+      {ListOf({"a"}) + sum, "line 2: the line feed at its end is missing"},
+      {"\n", "line 1: it does not begin with a digest"},
+      {"\\\n", "line 1: it does not begin with a digest"},
+      {digest.substr(1) + "  a\n", "line 1: it does not begin with a digest"},
+      {"B" + sum.substr(1) + "a\n", "line 1: it does not begin with a digest"},
+      {"# comment\n", "line 1: it does not begin with a digest"},
+      {digest + "\n", "line 1: two blanks behind the digest are missing"},
+      {digest + " a\n", "line 1: two blanks behind the digest are missing"},
+      {digest + " *a\n", "line 1: two blanks behind the digest are missing"},
+      {sum + "\n", "line 1: the path is not one inside the volume"},
+      {sum + "./a\n", "line 1: the path is not one inside the volume"},
+      {sum + "/a\n", "line 1: the path is not one inside the volume"},
+      {sum + "a/../b\n", "line 1: the path is not one inside the volume"},
+      {sum + std::string("a\0b\n", 4), "line 1: the path is not one inside the volume"},
+      {sum + "a\\\\b\n", "line 1: a backslash or line break is not escaped correctly"},
+      {sum + "a\r\n", "line 1: a backslash or line break is not escaped correctly"},
+      {"\\" + sum + "a\n", "line 1: a backslash or line break is not escaped correctly"},
+      {"\\" + sum + "a\\\n", "line 1: a backslash or line break is not escaped correctly"},
+      {"\\" + sum + "a\\tb\n", "line 1: a backslash or line break is not escaped correctly"},
+      {"\\" + sum + "a\\\\\r\n", "line 1: a backslash or line break is not escaped correctly"},
+      {ListOf({"a", "a"}), "line 2: the path is repeated or out of order"},
+      {ListOf({"a", "b-c", "b/c"}), "line 3: the path is repeated or out of order"},
+      {ListOf({"\xFF", "a"}), "line 2: the path is repeated or out of order"},
   };
   for (const auto& [text, message] : rows) {
     EXPECT_THAT([&text = text] { FilesIn(text); }, ThrowsMessage<RefusedText>(message)) << text;
@@ -189,7 +189,7 @@ TEST(FileList, IsAcceptedBySha256sum) {
   EXPECT_EQ(check().status, 1);
 }
 
-/// Two volumes with all that a volume can have.
+/// Returns a manifest of two volumes, the first with everything that a volume can have.
 Manifest Example() {
   const ManifestVolume first = {
       .files = 3,
@@ -234,7 +234,7 @@ TEST(Manifest, IsReadInEveryLayout) {
   }
 }
 
-/// The example with its first `what` replaced.
+/// Returns the text of the example with the first `what` replaced.
 std::string With(const std::string& what, const std::string& instead) {
   std::string text = kExample;
   const std::size_t at = text.find(what);
@@ -242,35 +242,38 @@ std::string With(const std::string& what, const std::string& instead) {
   return text.replace(at, what.size(), instead);
 }
 
-TEST(Manifest, IsRefusedWithItsLineAndTheReason) {
+TEST(Manifest, IsRefusedWithALineNumberAndAReason) {
   const std::string digest = kOfAbc, example = kExample;
-  const std::string no_line = "no line that can stand here";
-  const std::string figures = "not the files, bytes and digest of a volume";
-  const std::string order = "a path repeated or out of order", path = "no path on the volume";
-  const std::string escapes = "not escaped as it has to be";
-  const std::string target = "a link that leads out of the volume";
+  const std::string unexpected = "unexpected line";
+  const std::string figures = "not valid files, bytes and digest of a volume";
+  const std::string order = "the path is repeated or out of order";
+  const std::string path = "the path is not one inside the volume";
+  const std::string escapes = "a backslash, tab or line break is not escaped correctly";
+  const std::string target = "the link leads out of the volume";
+  const std::string parent = "the directory of the path is not listed";
+  const std::string first_line = "line 1: not \"kvl-media manifest 1\"";
   const std::vector<std::pair<std::string, std::string>> rows = {
       {"", "line 1: the end is missing"},
-      {"x", "line 1: no line feed at its end"},
-      {With("manifest 1", "manifest 2"), "line 1: no kvl-media manifest 1"},
-      {With("manifest 1", "manifest 1\r"), "line 1: no kvl-media manifest 1"},
-      {"\n" + example, "line 1: no kvl-media manifest 1"},
-      {With("tag ", "Tag "), "line 2: no tag"},
-      {With("tag T 1\xFF\\", "tag "), "line 2: no tag"},
-      {With("T 1", std::string(255, 't')), "line 2: no tag"},
-      {With("T 1", "T\t1"), "line 2: no tag"},
-      {With("T 1", "T\x7F"), "line 2: no tag"},
-      {With("sibling", "siblin"), "line 3: no layout"},
-      {With("sibling", "sibling "), "line 3: no layout"},
-      {With("volumes 2", "volumes 02"), "line 4: no number of volumes"},
-      {With("volumes 2", "volumes 0"), "line 4: no number of volumes"},
-      {With("volumes 2", "volumes +2"), "line 4: no number of volumes"},
-      {With("volumes 2", "volumes 1000"), "line 4: no number of volumes"},
-      {With("volumes 2", "volumes"), "line 4: no number of volumes"},
-      {With("volumes 2", "volumes 1"), "line 4: the layout has another number of volumes"},
-      {With("sibling", "single"), "line 4: the layout has another number of volumes"},
-      {With("volumes 2", "volumes 3"), "line 16: " + no_line},
-      {With("volume 1", "volume 2"), "line 5: " + no_line},
+      {"x", "line 1: the line feed at its end is missing"},
+      {With("manifest 1", "manifest 2"), first_line},
+      {With("manifest 1", "manifest 1\r"), first_line},
+      {"\n" + example, first_line},
+      {With("tag ", "Tag "), "line 2: not a valid tag"},
+      {With("tag T 1\xFF\\", "tag "), "line 2: not a valid tag"},
+      {With("T 1", std::string(255, 't')), "line 2: not a valid tag"},
+      {With("T 1", "T\t1"), "line 2: not a valid tag"},
+      {With("T 1", "T\x7F"), "line 2: not a valid tag"},
+      {With("sibling", "siblin"), "line 3: not a valid layout"},
+      {With("sibling", "sibling "), "line 3: not a valid layout"},
+      {With("volumes 2", "volumes 02"), "line 4: not a valid number of volumes"},
+      {With("volumes 2", "volumes 0"), "line 4: not a valid number of volumes"},
+      {With("volumes 2", "volumes +2"), "line 4: not a valid number of volumes"},
+      {With("volumes 2", "volumes 1000"), "line 4: not a valid number of volumes"},
+      {With("volumes 2", "volumes"), "line 4: not a valid number of volumes"},
+      {With("volumes 2", "volumes 1"), "line 4: the number of volumes does not fit the layout"},
+      {With("sibling", "single"), "line 4: the number of volumes does not fit the layout"},
+      {With("volumes 2", "volumes 3"), "line 16: " + unexpected},
+      {With("volume 1", "volume 2"), "line 5: " + unexpected},
       {With("volume 1 3", "volume 1 03"), "line 5: " + figures},
       {With("volume 1 3", "volume 1 -3"), "line 5: " + figures},
       {With("volume 1 3", "volume 1"), "line 5: " + figures},
@@ -289,17 +292,15 @@ TEST(Manifest, IsRefusedWithItsLineAndTheReason) {
       {With("directory inst\n", "directory in\rst\n"), "line 6: " + escapes},
       {With("directory inst\n", "directory inst\ndirectory inst\n"), "line 7: " + order},
       {With("directory inst\n", "directory z\n"), "line 7: " + order},
-      {With("directory inst\n", ""), "line 6: a path in a directory that is not listed"},
-      {With("directory inst\n", "file inst\n"), "line 6: " + no_line},
-      {With("directory inst\n", "\n"), "line 6: " + no_line},
+      {With("directory inst\n", ""), "line 6: " + parent},
+      {With("directory inst\n", "file inst\n"), "line 6: " + unexpected},
+      {With("directory inst\n", "\n"), "line 6: " + unexpected},
       {With("program setup\n", "program a\n"), "line 12: " + order},
       {With("program setup\n", "program payload\n"), "line 12: " + order},
-      {With("program setup\n", "program setup/x\n"),
-       "line 12: a path in a directory that is not listed"},
-      {With("program setup\n", "program inst/no/setup\n"),
-       "line 12: a path in a directory that is not listed"},
-      {With("program setup\n", "program setup\ndirectory x\n"), "line 13: " + no_line},
-      {With("link a\tpayload/x\n", "link a\n"), "line 13: no target of a link"},
+      {With("program setup\n", "program setup/x\n"), "line 12: " + parent},
+      {With("program setup\n", "program inst/no/setup\n"), "line 12: " + parent},
+      {With("program setup\n", "program setup\ndirectory x\n"), "line 13: " + unexpected},
+      {With("link a\tpayload/x\n", "link a\n"), "line 13: the target of the link is missing"},
       {With("link a\tpayload/x\n", "link a\t\n"), "line 13: " + target},
       {With("link a\tpayload/x\n", "link a\t/x\n"), "line 13: " + target},
       {With("link a\tpayload/x\n", "link a\t../x\n"), "line 13: " + target},
@@ -309,15 +310,15 @@ TEST(Manifest, IsRefusedWithItsLineAndTheReason) {
       {With("link a\t", "link setup\t"), "line 13: " + order},
       {With("link a\t", "link inst\t"), "line 13: " + order},
       {With("link a\t", "link payload/\\n\t"), "line 14: " + order},
-      {With("link a\t", "link setup/x\t"), "line 13: a path in a directory that is not listed"},
+      {With("link a\t", "link setup/x\t"), "line 13: " + parent},
       {With("link a\t", "link inst/a\tb\t"), "line 13: " + escapes},
       {With("end\n", ""), "line 16: the end is missing"},
-      {With("end\n", "end"), "line 16: no line feed at its end"},
-      {With("end\n", "End\n"), "line 16: " + no_line},
-      {With("end\n", "tag T\nend\n"), "line 16: " + no_line},
-      {example + "\n", "line 17: something behind the end"},
-      {example + "x", "line 17: something behind the end"},
-      {example + example, "line 17: something behind the end"},
+      {With("end\n", "end"), "line 16: the line feed at its end is missing"},
+      {With("end\n", "End\n"), "line 16: " + unexpected},
+      {With("end\n", "tag T\nend\n"), "line 16: " + unexpected},
+      {example + "\n", "line 17: there is text behind the end"},
+      {example + "x", "line 17: there is text behind the end"},
+      {example + example, "line 17: there is text behind the end"},
   };
   for (const auto& [text, message] : rows) {
     EXPECT_THAT([&text = text] { ParseManifest(text); }, ThrowsMessage<RefusedText>(message))
@@ -325,7 +326,8 @@ TEST(Manifest, IsRefusedWithItsLineAndTheReason) {
   }
 }
 
-/// Whether it is refused; what is read gives the same text again, and another manifest.
+/// Returns whether the parser refuses the text. Otherwise expects that the manifest has this text
+/// and differs from the example.
 bool IsRefused(const std::string& text) {
   try {
     const Manifest read = ParseManifest(text);
@@ -337,7 +339,7 @@ bool IsRefused(const std::string& text) {
   }
 }
 
-TEST(Manifest, IsReadOnlyFromTheTextThatItWouldWrite) {
+TEST(Manifest, IsReadFromItsOwnTextOnly) {
   const std::string example = kExample;
   int refused = 0, read = 0;
   const auto look_at = [&](const std::string& text) { ++(IsRefused(text) ? refused : read); };

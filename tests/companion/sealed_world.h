@@ -1,5 +1,5 @@
-// SealedWorld: a small media with its lists and manifest, made anew for each layout, and what verify
-// says of it.
+// SealedWorld: a CheckWorld in which a test makes small media with lists and manifests, and
+// compares the reports of kvl-media verify about them.
 #pragma once
 
 #include "tests/companion/check_world.h"
@@ -8,25 +8,26 @@ namespace kvl::test {
 
 class SealedWorld : public CheckWorld {
  public:
-  /// A payload of two volumes with odd names, a program and an empty directory; an installer and a
-  /// launcher of a few bytes.
+  /// Makes a payload for two volumes with odd names, a program and an empty directory, and an
+  /// installer and a launcher of a few bytes.
   SealedWorld();
 
-  /// Makes a media of two volumes in "media", in the layout single of one.
+  /// Makes a media of two volumes, or of one in the single layout.
   void Make(const std::string& layout, const Lines& further = {},
             const std::string& directory = "media");
 
-  /// Makes keys "key" and "key.pub". Without minisign the test is to be skipped.
   static bool HasMinisign() { return fs::exists("/usr/bin/minisign"); }
+  /// Makes a secret key with minisign, and the public key in a file with this name and ".pub".
   void MakeKeys(const std::string& name = "key") const;
 
-  /// Runs it in this process; "{x}" is a path of the world.
+  /// Runs kvl-media verify in this process. Each argument is a MediaWorld::Text.
   Outcome Verify(const Lines& arguments) const;
 
-  /// Compares what verify says with a report, in which "<n>" stands for the number of bytes.
+  /// Runs kvl-media verify and compares its output with a report that has "<n>" for the number of
+  /// bytes.
   void ExpectVerified(const Lines& arguments, int status, const std::string& report) const;
 
-  /// Every file of the media, by its path below the world.
+  /// Returns the path of every file of the media, relative to the world's own directory.
   Lines FilesOf(const std::string& directory = "media") const;
 };
 

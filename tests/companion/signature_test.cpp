@@ -1,4 +1,4 @@
-// Signatures: what they prove, and the call that makes them.
+// Signatures, and kvl-media seal, which makes them.
 
 #include "companion/seal/signature.h"
 
@@ -16,11 +16,11 @@ constexpr char kSignature[] =
     "trusted comment: file:media.manifest\n"
     "lYYXdVg4SKfygIbqH5bDiHqOPVS2v54K43HZWuNnVFVJMWVNoEdroa56yy6u8wezMC4dbW47M9EeIazz3tBWBw==\n";
 
-TEST(Signature, ProvesTheVeryTextAndNoByteOfItCanChange) {
+TEST(Signature, IsGenuineForItsTextOnlyAndWithoutAnyChange) {
   const std::optional<PublicKey> key = PublicKey::From(kPublicKey);
   ASSERT_TRUE(key);
   EXPECT_EQ(WhyNotGenuine(*key, "hello\n", kSignature), "");
-  EXPECT_EQ(WhyNotGenuine(*key, "hello", kSignature), "not the signature of this manifest");
+  EXPECT_EQ(WhyNotGenuine(*key, "hello", kSignature), "it is not the signature of this manifest");
   EXPECT_EQ(WhyNoSignature(kSignature), "");
   const std::string signature = kSignature;
   std::map<std::string, int> reasons;
@@ -35,15 +35,17 @@ TEST(Signature, ProvesTheVeryTextAndNoByteOfItCanChange) {
   }
   ++reasons[WhyNotGenuine(*key, "hello\n", signature + "\n")];
   const std::size_t last_line = signature.rfind('\n', signature.size() - 2) + 1;
-  EXPECT_EQ(WhyNoSignature(signature.substr(0, last_line) + "AAAA\n"), "no signature of minisign");
-  EXPECT_THAT(reasons, testing::ElementsAre(testing::Key("its comment was changed"),
-                                            testing::Key("no signature of minisign"),
-                                            testing::Key("not the signature of this manifest"),
-                                            testing::Key("signed with another key")));
+  EXPECT_EQ(WhyNoSignature(signature.substr(0, last_line) + "AAAA\n"),
+            "it is not a signature of minisign");
+  EXPECT_THAT(reasons,
+              testing::ElementsAre(testing::Key("it is not a signature of minisign"),
+                                   testing::Key("it is not the signature of this manifest"),
+                                   testing::Key("it was made with another key"),
+                                   testing::Key("its comment was changed")));
 }
 
-TEST(Signature, KnowsTheOlderFormToo) {
-  // minisign -S -l
+TEST(Signature, MayHaveTheOlderFormat) {
+  // minisign -S -l has written it.
   const std::string signature =
       "untrusted comment: signature from minisign secret key\n"
       "RWTVOFDDqbeI5lHfsmbhFH8cHOVExRiTxo6L7CBD74jlEgP6PiP2dEHWQFQxn8obK0+bpz9q9zxFoB0TG8i+1iAeBx3F"
@@ -53,7 +55,7 @@ TEST(Signature, KnowsTheOlderFormToo) {
   EXPECT_EQ(WhyNotGenuine(*PublicKey::From(kPublicKey), "hello\n", signature), "");
 }
 
-TEST(Signature, NeedsAKeyOfThatForm) {
+TEST(PublicKey, IsReadFromItsFileOrItsSecondLineOnly) {
   const std::string key = kPublicKey;
   EXPECT_TRUE(PublicKey::From(key + "\n"));
   EXPECT_TRUE(PublicKey::From("untrusted comment: minisign public key E6\n" + key + "\n"));
@@ -82,7 +84,7 @@ class SealTest : public testing::Test {
   SealedWorld world_;
 };
 
-TEST_F(SealTest, SignsEveryVolumeInEveryLayoutForMinisignItself) {
+TEST_F(SealTest, WritesSignaturesThatMinisignAcceptsInEveryLayout) {
   world_.Change("dir tmp");
   for (const std::string layout : {"single", "flat", "sibling", "am"}) {
     SCOPED_TRACE(layout);
@@ -110,18 +112,19 @@ TEST_F(SealTest, SignsEveryVolumeInEveryLayoutForMinisignItself) {
   EXPECT_THAT(DescribeTree(world_.Path("tmp")), IsEmpty());
 }
 
-TEST_F(SealTest, SaysThatTheMediaIsSealedWhenItsMessageIsLost) {
+TEST_F(SealTest, SaysThatTheMediaIsSealedWhenTheReportIsLost) {
   world_.Change("dir tmp");
   world_.Make("single");
   world_.ExpectRefused(
       world_.Companion({"seal", "media", "--key", "key"},
                        {{"PATH", "/usr/bin:/bin"}, {"TMPDIR", world_.Path("tmp")}},
                        [] { ::dup2(::open("/dev/full", O_WRONLY), STDOUT_FILENO); }),
-      "the media was sealed, but the message cannot be written");
+      "the media was sealed, but the report cannot be written: standard output; check the file or "
+      "program that receives it");
   EXPECT_EQ(world_.Verify({"{media}", "--key", "{key.pub}"}).status, 0);
 }
 
-TEST_F(SealTest, IsLookedForWithTheKeyAlone) {
+TEST_F(SealTest, MakesSignaturesThatVerifyRequiresWithAKeyOnly) {
   world_.Make("sibling");
   const std::string line = ReadFile(world_.Path("key.pub"));
   const std::string key = line.substr(line.find('\n') + 1, 56);
@@ -135,29 +138,32 @@ TEST_F(SealTest, IsLookedForWithTheKeyAlone) {
   world_.ExpectVerified(
       {"{media}"}, 0,
       "Whole: 2 volumes, 15 files, <n> bytes; not proven genuine: no key was given\n");
-  world_.ExpectVerified({"{media}", "--key", key}, 1,
-                        "not genuine   {media/2/media.manifest.minisig}: signed with another key\n"
-                        "1 problem; read: 15 files, <n> bytes\n");
+  world_.ExpectVerified(
+      {"{media}", "--key", key}, 1,
+      "not genuine   {media/2/media.manifest.minisig}: it was made with another key\n"
+      "1 problem; read: 15 files, <n> bytes\n");
   world_.ExpectVerified({"{media/1}", "--key", key}, 4,
                         "Unharmed and genuine: volume 1 of 2, 12 files, <n> bytes; "
                         "not looked at: volume 2\n");
   world_.Change("file media/2/media.manifest.minisig x");
-  world_.ExpectVerified({"{media}"}, 1,
-                        "not genuine   {media/2/media.manifest.minisig}: no signature of minisign\n"
-                        "1 problem; read: 15 files, <n> bytes\n");
+  world_.ExpectVerified(
+      {"{media}"}, 1,
+      "not genuine   {media/2/media.manifest.minisig}: it is not a signature of minisign\n"
+      "1 problem; read: 15 files, <n> bytes\n");
 }
 
-TEST_F(SealTest, TakesTheGenuineManifestForTheRightOne) {
+TEST_F(SealTest, LetsVerifyTellTheGenuineManifestFromAnother) {
   world_.Make("sibling", {"--sign", world_.Path("key")});
   world_.Change("file payload/1/a new");
   world_.Make("sibling", {"--sign", world_.Path("other")}, "forged");
-  world_.ExpectVerified({"{forged/1}", "{media/2}", "--key", "{key.pub}"}, 1,
-                        "not genuine   {forged/1/media.manifest.minisig}: signed with another key\n"
-                        "other media   {forged/1/media.manifest}: not the manifest of {media/2}\n"
-                        "2 problems; read: 3 files, <n> bytes; not looked at: volume 1\n");
+  world_.ExpectVerified(
+      {"{forged/1}", "{media/2}", "--key", "{key.pub}"}, 1,
+      "not genuine   {forged/1/media.manifest.minisig}: it was made with another key\n"
+      "other media   {forged/1/media.manifest}: it differs from the manifest of {media/2}\n"
+      "2 problems; read: 3 files, <n> bytes; not looked at: volume 1\n");
 }
 
-TEST_F(SealTest, RefusesWhatIsNotOneMediaOrSealedOtherwise) {
+TEST_F(SealTest, RefusesMixedMediaAndOtherSignatures) {
   world_.Make("sibling");
   world_.Make("flat", {}, "flat");
   world_.Change("dir tmp; dir empty");
@@ -165,20 +171,31 @@ TEST_F(SealTest, RefusesWhatIsNotOneMediaOrSealedOtherwise) {
   const auto before = DescribeTreeExactly(world_.Path("media"));
   world_.ExpectRefused(
       Seal({"media", "--key", "key"}),
-      "cannot be sealed: {media/2/media.manifest.minisig}: another signature is there", 1);
-  world_.ExpectRefused(Seal({"media", "flat", "--key", "key"}),
-                       "cannot be sealed: {flat}: not the manifest of {media/1}", 1);
-  world_.ExpectRefused(Seal({"empty", "--key", "key"}),
-                       "cannot be sealed: {empty/media.manifest}: missing", 1);
+      "the media cannot be sealed: {media/2/media.manifest.minisig}: it is another signature; "
+      "remove it first",
+      1);
+  world_.ExpectRefused(
+      Seal({"media", "flat", "--key", "key"}),
+      "the media cannot be sealed: {flat}: its manifest differs from that of {media/1}; "
+      "name volumes of one media",
+      1);
+  world_.ExpectRefused(
+      Seal({"empty", "--key", "key"}),
+      "the media cannot be sealed: {empty/media.manifest}: it is missing; name a volume that "
+      "make wrote",
+      1);
   EXPECT_EQ(DescribeTreeExactly(world_.Path("media")), before);
   world_.Change("file key x");
   const Outcome seen = Seal({"media/1", "--key", "key"});
-  EXPECT_THAT(seen.err, testing::EndsWith("kvl-media: minisign has not signed, status 2\n"));
+  EXPECT_THAT(
+      seen.err,
+      testing::EndsWith("kvl-media: minisign has not signed the manifest: it ended with status 2; "
+                        "correct what it says above\n"));
   EXPECT_EQ(seen.status, 1);
   EXPECT_EQ(DescribeTreeExactly(world_.Path("media")), before);
 }
 
-TEST_F(SealTest, SaysWhatOfMinisignDidNotWork) {
+TEST_F(SealTest, SaysWhyThereIsNoSignature) {
   world_.Make("single");
   SetMode(world_.Directory().Write("bin/minisign",
                                    "#!/bin/sh\nwhile [ \"$1\" != -x ]; do shift; done\n"
@@ -188,9 +205,14 @@ TEST_F(SealTest, SaysWhatOfMinisignDidNotWork) {
     return world_.Companion({"seal", "media", "--key", "key"},
                             {{"PATH", "{bin}:/usr/bin:/bin"}, {"TMPDIR", tmp}});
   };
-  world_.ExpectRefused(seal_in("{.}"), "minisign has written something else", 1);
-  world_.ExpectRefused(seal_in("{no}"), "no directory to sign in: {no}: No such file or directory",
-                       1);
+  world_.ExpectRefused(
+      seal_in("{.}"),
+      "minisign has not written a signature: {bin/minisign}; check which program this is", 1);
+  world_.ExpectRefused(
+      seal_in("{no}"),
+      "no directory to sign in can be made: {no}: No such file or directory; let TMPDIR name a "
+      "directory that you can write into",
+      1);
 }
 
 TEST_F(SealTest, SaysThatASignatureMayNotBeStored) {
@@ -201,7 +223,7 @@ TEST_F(SealTest, SaysThatASignatureMayNotBeStored) {
                        "syncfs - {media} - Input/output error", 1);
 }
 
-TEST_F(SealTest, IsNoPartOfAMediaThatCannotBeSigned) {
+TEST_F(SealTest, StopsMakeBeforeTheStartScriptsWhenItFails) {
   world_.Change("file bad x");
   const Outcome seen = world_.Companion({"make", "--tag", "T", "--installer", "setup", "--launcher",
                                          "launcher", "--sign", "bad", "payload", "media"},
@@ -213,7 +235,7 @@ TEST_F(SealTest, IsNoPartOfAMediaThatCannotBeSigned) {
   }
   world_.ExpectRefused(world_.Companion({"make", "--tag", "T", "--installer", "setup", "--launcher",
                                          "launcher", "--sign", "no", "payload", "new"}),
-                       "the key is not there: no");
+                       "the key is missing or not a regular file: no; name it with --sign");
   EXPECT_FALSE(fs::exists(world_.Path("new")));
 }
 

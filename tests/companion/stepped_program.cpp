@@ -25,7 +25,7 @@ std::vector<unsigned> NumbersOf(Calls calls) {
       SYS_renameat, SYS_renameat2, SYS_linkat, SYS_unlinkat};
 }
 
-/// A file without a name, and with it what a stream says.
+/// Returns a file without a name that takes the output of a stream.
 int MakeStream() {
   return ::memfd_create("stream", MFD_CLOEXEC);
 }
@@ -36,7 +36,7 @@ std::string TakeStream(int stream) {
   return said;
 }
 
-/// The status in which it ended.
+/// Returns the status of the child at its end; for a signal, the negative number.
 int StepThrough(pid_t child, const std::function<Step(int call)>& at_call) {
   ::ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESECCOMP | PTRACE_O_EXITKILL);
   long signal = 0;
@@ -71,7 +71,7 @@ Outcome RunStepByStep(const std::function<int()>& action, Calls calls,
     ::dup2(err, STDERR_FILENO);
     ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
     FilterCalls(NumbersOf(calls), SECCOMP_RET_TRACE);
-    ::raise(SIGSTOP);  // until somebody listens
+    ::raise(SIGSTOP);  // until the parent traces this process
     ::_exit(action());
   }
   int status = 0;

@@ -1,5 +1,5 @@
-// Runs a piece of code from one system call to the next, to do something to it, or to its files,
-// between any two of those that matter.
+// Runs code from one system call to the next, so that a test can act on it, or on its files,
+// between two of them.
 #pragma once
 
 #include "tests/support/outcome.h"
@@ -7,17 +7,17 @@
 
 namespace kvl::test {
 
-/// Or the signal that is sent.
+/// Whether the child goes on, or which signal it gets.
 enum class Step { kGoOn = 0, kKill = SIGKILL, kInterrupt = SIGINT, kTerminate = SIGTERM };
 
-/// Calls that change a file system, that find out what is in it, or that wait until it is stored.
+/// System calls that change a file system, that look into it, or that wait until it is stored.
 enum class Calls { kChanging, kLooking, kStoring };
 
-/// Why nothing can be run so here; empty when it can.
+/// Returns why programs cannot be traced here; the empty text if they can.
 std::string WhyNoSteps();
 
-/// Runs `action` to its end in a child of its own, whose status is its result, and calls `at_call`
-/// with 0, 1, ... each time when the child is about to make such a system call.
+/// Runs `action` in a child, which exits with its result. Calls `at_call` with 0, 1, ... each time
+/// before the first thread of the child makes such a system call.
 Outcome RunStepByStep(const std::function<int()>& action, Calls calls,
                       const std::function<Step(int call)>& at_call);
 

@@ -1,4 +1,4 @@
-// Tasks in threads.
+// Running tasks in threads.
 
 #include "companion/tasks/task_queue.h"
 
@@ -14,7 +14,7 @@
 namespace kvl::test {
 namespace {
 
-TEST(TaskQueue, DoesAllTasksBeforeAWaitEnds) {
+TEST(TaskQueue, RunsAllTasksBeforeWaitReturns) {
   for (const std::size_t threads : {0U, 1U, 2U, 7U}) {
     SCOPED_TRACE(threads);
     TaskQueue queue(threads);
@@ -29,7 +29,7 @@ TEST(TaskQueue, DoesAllTasksBeforeAWaitEnds) {
   }
 }
 
-TEST(TaskQueue, DoesAsManyBesideEachOtherAsThereAreThreads) {
+TEST(TaskQueue, RunsATaskInEachThreadAtTheSameTime) {
   constexpr int kThreads = 3;
   TaskQueue queue(kThreads);
   std::latch all_there(kThreads);
@@ -37,7 +37,7 @@ TEST(TaskQueue, DoesAsManyBesideEachOtherAsThereAreThreads) {
   queue.Wait();
 }
 
-TEST(TaskQueue, LeavesSignalsToTheThreadThatHasIt) {
+TEST(TaskQueue, LeavesSignalsToTheThreadThatOwnsIt) {
   sigset_t before, in_task, behind;
   ::pthread_sigmask(SIG_SETMASK, nullptr, &before);
   TaskQueue queue(2);

@@ -1,7 +1,9 @@
-// Every way of damaging a small media that is whole: each is refused, and what was damaged is named.
+// Damages a small media in every way. kvl-media verify must refuse it each time, and name what is
+// damaged.
 //
-// With KVL_ALL_DAMAGE in the environment, everything is tried in all layouts, with and without a
-// signature; without it a part, so that it takes seconds. At the end stands how much that was.
+// With KVL_ALL_DAMAGE in the environment, the tests try every kind of damage in all layouts, with
+// and without a signature. Without KVL_ALL_DAMAGE they try a part of it, which takes seconds. At
+// the end they print how many kinds they have tried.
 
 #include "companion/verify/media_verify.h"
 #include "tests/companion/sealed_world.h"
@@ -9,7 +11,7 @@
 namespace kvl::test {
 namespace {
 
-/// A file with everything that a test changes about it, put back at the end.
+/// Restores a file at the end: its contents, its mode and its kind.
 class Kept {
  public:
   explicit Kept(const std::string& path)
@@ -71,10 +73,11 @@ class DamagedMedia : public testing::TestWithParam<Case> {
     world_.Make(GetParam().layout, further, directory);
   }
 
-  /// For what is not tried each time.
+  /// Returns true for all but one of so many calls. With KVL_ALL_DAMAGE, returns false for all.
   bool IsLeftOut(int of_how_many) { return !IsAllTried() && ++met_ % of_how_many != 0; }
 
-  /// One of these paths must be named; any, when there are none.
+  /// Expects that verify refuses the media and names one of these paths, or any path if the list is
+  /// empty. `what` describes the damage.
   void ExpectRefused(const std::string& what, const Lines& paths) {
     ++tried_;
     const VerifyReport report = VerifyMedia(request_);
@@ -87,15 +90,15 @@ class DamagedMedia : public testing::TestWithParam<Case> {
     if (report.IsWhole() || !is_named) ++missed_;
   }
 
-  /// What may be named for other contents. A manifest is told by its signature, or by what does not fit
-  /// it, wherever that lies.
+  /// Returns the paths that verify may name when the contents of this file are changed. For a
+  /// manifest it names the signature, or without one any file that does not fit the manifest.
   Lines NamesFor(const std::string& file) const {
     if (!file.ends_with("media.manifest")) return {world_.Path(file)};
     if (!GetParam().is_signed) return {};
     return {world_.Path(file), world_.Path(file) + ".minisig"};
   }
 
-  /// `media` itself, and every directory in it.
+  /// Returns the directory of the media and every directory in it.
   Lines Directories() const {
     Lines directories = {world_.Path("media")};
     for (const auto& entry : fs::recursive_directory_iterator(world_.Path("media"))) {
@@ -164,7 +167,7 @@ TEST_P(DamagedMedia, IsRefusedWhateverHappensToAFile) {
   }
 }
 
-TEST_P(DamagedMedia, IsRefusedWhateverTwoFilesAreExchanged) {
+TEST_P(DamagedMedia, IsRefusedWithAnyTwoFilesExchanged) {
   const Lines files = world_.FilesOf();
   for (std::size_t i = 0; i < files.size(); ++i) {
     for (std::size_t j = 0; j < i; ++j) {
@@ -209,7 +212,8 @@ TEST_P(DamagedMedia, IsRefusedWhateverHappensToADirectory) {
   }
 }
 
-/// Of two releases that differ in a file of each volume, each file and each volume of the older one.
+/// Makes two releases that differ in a file of each volume. Puts each file and each volume of one
+/// into the other.
 TEST_P(DamagedMedia, IsRefusedWithAnyPartOfAnotherRelease) {
   world_.Change("file payload/1/a ONE; file payload/2/a FOUR");
   Make("other");

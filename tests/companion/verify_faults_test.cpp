@@ -1,4 +1,5 @@
-// kvl-media verify on a disc that fails: whichever call fails once, the media is not called whole.
+// kvl-media verify on a disc that fails once: whichever call fails, verify names the error and does
+// not call the media whole.
 #include "companion/verify/media_verify.h"
 #include "tests/companion/sealed_world.h"
 #include "tests/support/system_faults.h"
@@ -6,7 +7,8 @@
 namespace kvl::test {
 namespace {
 
-/// Verifies once for each call of this kind, which fails, until none has failed.
+/// Repeats the verification, and lets another call of this kind fail each time. Ends when no call
+/// is left.
 void ExpectEveryFailureToBeNamed(const VerifyRequest& request, FailingCall::Call call) {
   constexpr int kMost = 2000;
   const bool has_path = call != FailingCall::kRead && call != FailingCall::kReadDir;

@@ -1,11 +1,11 @@
-// kvl-media verify on carriers that hold no symbolic links, as FAT and ISO 9660 without Rock Ridge: what
-// copies to them leaves links out, or copies what they lead to, or leaves a file of its own.
+// kvl-media verify on carriers without symbolic links, such as FAT or ISO 9660 without Rock Ridge.
+// Tools that copy to such a carrier omit links, copy what they lead to, or write a file for each.
 #include "tests/companion/sealed_world.h"
 
 namespace kvl::test {
 namespace {
 
-TEST(VerifyOnACarrierWithoutLinks, NamesEachOfThem) {
+TEST(VerifyOnACarrierWithoutLinks, NamesEachLink) {
   SealedWorld world;
   world.Change(
       "link payload/1/b/first ../a; link payload/1/b/second first; link payload/1/c b; "
@@ -21,9 +21,9 @@ TEST(VerifyOnACarrierWithoutLinks, NamesEachOfThem) {
       "remove media/1/payload/1/d; file media/1/payload/1/d; remove media/2/payload/2/all");
   world.ExpectVerified({"{media}"}, 1,
                        "missing       {media/1/payload/1/b/first}\n"
-                       "wrong kind    {media/1/payload/1/b/second}: no symbolic link\n"
-                       "wrong kind    {media/1/payload/1/c}: no symbolic link\n"
-                       "wrong kind    {media/1/payload/1/d}: no symbolic link\n"
+                       "wrong kind    {media/1/payload/1/b/second}: it is not a symbolic link\n"
+                       "wrong kind    {media/1/payload/1/c}: it is not a symbolic link\n"
+                       "wrong kind    {media/1/payload/1/d}: it is not a symbolic link\n"
                        "missing       {media/2/payload/2/all}\n"
                        "5 problems; read: 15 files, <n> bytes\n");
 }

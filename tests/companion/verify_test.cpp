@@ -1,5 +1,5 @@
-// kvl-media verify and seal: what they say of a media that is whole, of parts of it, of each kind of
-// flaw, and what they refuse.
+// kvl-media verify: its reports about whole media, parts of a media and each kind of flaw, and the
+// bad calls of verify and seal.
 
 #include <nlohmann/json.hpp>
 
@@ -17,7 +17,8 @@ constexpr char kNoKey[] = "; not proven genuine: no key was given\n";
 
 class VerifyTest : public testing::Test {
  protected:
-  /// Makes the media, changes it, and compares what is said of it; its last line is only the beginning.
+  /// Makes a media, changes it, and verifies it. Compares the flaws in the report, and their number
+  /// in its last line.
   void ExpectFlaws(const std::string& layout, const std::string& change, const std::string& flaws,
                    int status = 1) {
     SCOPED_TRACE(change);
@@ -78,7 +79,7 @@ TEST_F(VerifyTest, NamesRangesOfVolumes) {
                             kNoKey);
 }
 
-TEST_F(VerifyTest, NamesWhatHasChangedInFiles) {
+TEST_F(VerifyTest, NamesDamagedMissingAndUnlistedFiles) {
   ExpectFlaws("sibling", "file media/1/payload/1/a onE", "damaged       {media/1/payload/1/a}\n");
   ExpectFlaws("am", "file media/2/media/2/2.txt more; remove media/1/media/1/inst/volumes.txt",
               "missing       {media/1/media/1/inst/volumes.txt}\n"
@@ -99,7 +100,7 @@ TEST_F(VerifyTest, NamesWhatHasChangedInFiles) {
               "missing       {media/2/payload/2/empty}\n");
 }
 
-TEST_F(VerifyTest, LeavesTheLostAndFoundOfAFileSystemAlone) {
+TEST_F(VerifyTest, IgnoresTheLostAndFoundOfAFileSystem) {
   world_.Make("sibling");
   world_.Change("dir media/lost+found; file media/1/lost+found/lost x");
   world_.ExpectVerified(
@@ -126,14 +127,14 @@ TEST_F(VerifyTest, TellsNamesApartThatSortBeforeAndBehindASlash) {
       "damaged       {media/payload/1/b/program}\n");
 }
 
-TEST_F(VerifyTest, TrustsNoListThatChangesWhileItIsRead) {
+TEST_F(VerifyTest, RefusesAListThatChangesWhileVerifyReadsIt) {
   world_.Make("single");
   const std::string path = world_.Path("media/1.sha256"), list = ReadFile(path);
   const std::string damaged =
       Replaced(list, DigestOf("one").Hex(), DigestOf("other contents").Hex());
-  const std::vector<std::string> rows = {"not the one that the manifest is about",
-                                         "changed while it was read", "changed while it was read",
-                                         "changed while it was read"};
+  const std::string changed = "it changed while verify read it";
+  const std::vector<std::string> rows = {"its digest differs from that in the manifest", changed,
+                                         changed, changed};
   for (std::size_t moment = 0; moment < rows.size(); ++moment) {
     SCOPED_TRACE(moment);
     std::size_t opened = 0;
@@ -147,54 +148,57 @@ TEST_F(VerifyTest, TrustsNoListThatChangesWhileItIsRead) {
   }
 }
 
-TEST_F(VerifyTest, NamesWhatIsOfAnotherKind) {
+TEST_F(VerifyTest, NamesEntriesOfAnotherKind) {
   ExpectFlaws("single", "link media/1.txt payload; pipe media/media.db; dir media/media.xml",
-              "wrong kind    {media/1.txt}: no regular file\n"
-              "wrong kind    {media/media.db}: no regular file\n"
-              "wrong kind    {media/media.xml}: no regular file\n");
+              "wrong kind    {media/1.txt}: it is not a regular file\n"
+              "wrong kind    {media/media.db}: it is not a regular file\n"
+              "wrong kind    {media/media.xml}: it is not a regular file\n");
   ExpectFlaws("sibling", "remove media/2/payload; link media/2/payload ../1/payload",
-              "wrong kind    {media/2/payload}: no directory\n"
+              "wrong kind    {media/2/payload}: it is not a directory\n"
               "missing       {media/2/payload/2}\n"
               "missing       {media/2/payload/2/a}\n"
               "missing       {media/2/payload/2/empty}\n"
               "missing       {media/2/payload/2}/\\xFFc\n");
   ExpectFlaws("single", "pipe media/media.manifest",
-              "wrong kind    {media/media.manifest}: no regular file\n");
+              "wrong kind    {media/media.manifest}: it is not a regular file\n");
   ExpectFlaws("single", "move media/1.sha256 list; link media/1.sha256 ../list",
-              "wrong kind    {media/1.sha256}: no regular file\n");
+              "wrong kind    {media/1.sha256}: it is not a regular file\n");
   ExpectFlaws("sibling", "move media/2 2; link media/2 ../2",
-              "wrong kind    {media/2}: no directory\nmissing       {media/2}\n");
+              "wrong kind    {media/2}: it is not a directory\nmissing       {media/2}\n");
 }
 
-TEST_F(VerifyTest, NamesWhatIsOfAnotherMode) {
+TEST_F(VerifyTest, NamesEntriesWithAnotherMode) {
   ExpectFlaws("single",
               "mode 755 media/payload/1/a; mode 644 media/StartTUI.sh; mode 777 media/inst; "
               "mode 600 media/media.db; mode 6755 media/StartGUI.sh; mode 750 media/payload; "
               "mode 666 media/media.xml; mode 444 media/1.txt; mode 555 media/payload/1/b/program",
-              "wrong mode    {media/StartGUI.sh}: 6755 in place of 755\n"
-              "wrong mode    {media/StartTUI.sh}: 644 in place of 755\n"
-              "wrong mode    {media/inst}: 777 in place of 755\n"
-              "wrong mode    {media/media.db}: 600 in place of 644\n"
-              "wrong mode    {media/media.xml}: 666 in place of 644\n"
-              "wrong mode    {media/payload}: 750 in place of 755\n"
-              "wrong mode    {media/payload/1/a}: 755 in place of 644\n");
+              "wrong mode    {media/StartGUI.sh}: 6755 instead of 755\n"
+              "wrong mode    {media/StartTUI.sh}: 644 instead of 755\n"
+              "wrong mode    {media/inst}: 777 instead of 755\n"
+              "wrong mode    {media/media.db}: 600 instead of 644\n"
+              "wrong mode    {media/media.xml}: 666 instead of 644\n"
+              "wrong mode    {media/payload}: 750 instead of 755\n"
+              "wrong mode    {media/payload/1/a}: 755 instead of 644\n");
   ExpectFlaws("sibling", "mode 711 media/2/media.manifest; mode 655 media/2/2.sha256",
-              "wrong mode    {media/2/2.sha256}: 655 in place of 644\n"
-              "wrong mode    {media/2/media.manifest}: 711 in place of 644\n");
+              "wrong mode    {media/2/2.sha256}: 655 instead of 644\n"
+              "wrong mode    {media/2/media.manifest}: 711 instead of 644\n");
 }
 
-TEST_F(VerifyTest, NamesTheModesOfACarrierThatKeepsNoneOnce) {
+TEST_F(VerifyTest, NamesTheModesOfACarrierWithoutModesOnce) {
   world_.Make("sibling");
   struct Row {
     unsigned files, programs, directories;
     std::string first, second;
   };
-  const std::string all = "here all plain files have mode ";
+  const std::string files = "all plain files have ", programs = ", all programs have ";
+  const std::string directories = ", all directories have ";
   for (const Row& row :
-       {Row{0755, 0755, 0755, all + "755, programs have mode 755, directories have mode 755",
-            all + "755, directories have mode 755"},
-        Row{0600, 0700, 0700, all + "600, programs have mode 700, directories have mode 700",
-            all + "600, directories have mode 700"},
+       {Row{0755, 0755, 0755, files + "755 instead of 644" + programs + "755" + directories + "755",
+            files + "755 instead of 644" + directories + "755"},
+        Row{0600, 0700, 0700,
+            files + "600 instead of 644" + programs + "700 instead of 755" + directories +
+                "700 instead of 755",
+            files + "600 instead of 644" + directories + "700 instead of 755"},
         Row{0444, 0555, 0555, "", ""}}) {
     for (const auto& entry : fs::recursive_directory_iterator(world_.Path("media"))) {
       const std::string path = entry.path();
@@ -218,31 +222,34 @@ TEST_F(VerifyTest, NamesTheModesOfACarrierThatKeepsNoneOnce) {
   }
 }
 
-TEST_F(VerifyTest, NamesWhatTheMediaSaysOfItselfAndDoesNotFit) {
+TEST_F(VerifyTest, NamesMissingAndWrongManifestsListsAndVolumes) {
   ExpectFlaws("sibling", "remove media/1/media.manifest",
               "missing       {media/1/media.manifest}\n");
   ExpectFlaws("flat", "remove media/media.manifest", "missing       {media/media.manifest}\n");
-  ExpectFlaws("single", "file media/media.manifest x",
-              "bad manifest  {media/media.manifest}: line 1: no line feed at its end\n");
+  ExpectFlaws(
+      "single", "file media/media.manifest x",
+      "bad manifest  {media/media.manifest}: line 1: the line feed at its end is missing\n");
   ExpectFlaws("sibling", "remove media/2/2.sha256", "missing       {media/2/2.sha256}\n");
   ExpectFlaws("flat", "remove media/2.sha256", "missing       {media/2.sha256}\n");
   ExpectFlaws("am", "file media/2/2.sha256 x",
-              "wrong list    {media/2/2.sha256}: not the one that the manifest is about\n");
+              "wrong list    {media/2/2.sha256}: its digest differs from that in the manifest\n");
   ExpectFlaws("sibling", "move media/1 1; move media/2 media/1; move 1 media/2",
-              "other volume  {media/1}: volume 2\nother volume  {media/2}: volume 1\n");
+              "other volume  {media/1}: it holds volume 2\n"
+              "other volume  {media/2}: it holds volume 1\n");
   ExpectFlaws("sibling", "file media/2/1.sha256 x", "not listed    {media/2/1.sha256}\n");
 }
 
-TEST_F(VerifyTest, TellsAVolumeOfAnotherMediaOrReleaseMixedIn) {
+TEST_F(VerifyTest, NamesAVolumeOfAnotherRelease) {
   world_.Make("sibling", {}, "old");
   world_.Change("file payload/1/a new");
   world_.Make("sibling");
-  world_.ExpectVerified({"{media/1}", "{old/2}"}, 1,
-                        "other media   {old/2/media.manifest}: not the manifest of {media/1}\n"
-                        "1 problem; read: 12 files, <n> bytes; not looked at: volume 2\n");
+  world_.ExpectVerified(
+      {"{media/1}", "{old/2}"}, 1,
+      "other media   {old/2/media.manifest}: it differs from the manifest of {media/1}\n"
+      "1 problem; read: 12 files, <n> bytes; not looked at: volume 2\n");
 }
 
-/// The manifest of {media} with a replacement, and all that vouches for it.
+/// Replaces a text in the manifest of {media}.
 void ChangeManifest(const SealedWorld& world, const std::string& what, const std::string& instead) {
   const std::string path = world.Path("media/media.manifest");
   std::string text = ReadFile(path);
@@ -251,17 +258,19 @@ void ChangeManifest(const SealedWorld& world, const std::string& what, const std
   WriteFile(path, text.replace(at, what.size(), instead));
 }
 
-TEST_F(VerifyTest, HoldsTheManifestAgainstWhatTheListsVouchFor) {
+TEST_F(VerifyTest, ComparesTheManifestWithTheLists) {
   const std::vector<std::tuple<std::string, std::string, std::string>> rows = {
       {"tag T 1", "tag T 2",
-       "other tag     {media/1.txt}: not a marker with the tag of the manifest\n"},
-      {"volume 1 12", "volume 1 13", "wrong list    {media/1.sha256}: does not fit the manifest\n"},
+       "other tag     {media/1.txt}: it is not a marker with the tag of the manifest\n"},
+      {"volume 1 12", "volume 1 13",
+       "wrong list    {media/1.sha256}: its files or programs are not those of the manifest\n"},
       {"volume 1 12 ", "volume 1 12 1",
-       "bad manifest  {media/media.manifest}: the number of bytes is not that of the files\n"},
+       "bad manifest  {media/media.manifest}: its number of bytes differs from that of the "
+       "files\n"},
       {"program payload/1/b/program", "program payload/1/b/programs",
-       "wrong list    {media/1.sha256}: does not fit the manifest\n"},
+       "wrong list    {media/1.sha256}: its files or programs are not those of the manifest\n"},
       {"program payload/1/b/program", "link payload/1/b/program\tx",
-       "bad manifest  {media/media.manifest}: a path of a list, too\n"},
+       "bad manifest  {media/media.manifest}: it and the lists name a path twice\n"},
       {"directory payload/1/b\n", "directory payload/1/b\ndirectory payload/1/c\n",
        "missing       {media/payload/1/c}\n"},
       {"end\n", "link l\tpayload/1/a\nend\n", "missing       {media/l}\n"}};
@@ -275,23 +284,23 @@ TEST_F(VerifyTest, HoldsTheManifestAgainstWhatTheListsVouchFor) {
   }
 }
 
-TEST_F(VerifyTest, RefusesALinkThatTwoVolumesOfOneDirectoryHave) {
+TEST_F(VerifyTest, RefusesALinkThatTwoVolumesInOneDirectoryHave) {
   world_.Make("flat");
   ChangeManifest(world_, "\nvolume 2 ", "\nlink l\tpayload\nvolume 2 ");
   ChangeManifest(world_, "end\n", "link l\tpayload\nend\n");
   world_.Change("link media/l payload");
   EXPECT_THAT(world_.Verify({"{media}"}).out,
-              testing::StartsWith(
-                  world_.Text("bad manifest  {media/media.manifest}: a path of a list, too\n")));
+              testing::StartsWith(world_.Text(
+                  "bad manifest  {media/media.manifest}: it and the lists name a path twice\n")));
 }
 
-TEST_F(VerifyTest, RefusesAListThatTheManifestVouchesForAndIsNone) {
+TEST_F(VerifyTest, RefusesAnInvalidListWhoseDigestIsRight) {
   world_.Make("single");
   const std::string list = world_.Path("media/1.sha256");
   ChangeManifest(world_, DigestOf(ReadFile(list)).Hex(), DigestOf("x\n").Hex());
   WriteFile(list, "x\n");
   world_.ExpectVerified({"{media}"}, 1,
-                        "wrong list    {media/1.sha256}: line 1: no digest\n"
+                        "wrong list    {media/1.sha256}: line 1: it does not begin with a digest\n"
                         "1 problem; read: 0 files, <n> bytes; not looked at: volume 1\n");
 }
 
@@ -309,7 +318,7 @@ TEST_F(VerifyTest, NamesTheVolumeThatItCannotEnter) {
   SetMode(world_.Path("media/2"), 0755);
 }
 
-TEST_F(VerifyTest, ComparesLinksByWhatTheyHold) {
+TEST_F(VerifyTest, ComparesLinksByTheirTargets) {
   world_.Make("single");
   ChangeManifest(world_, "end\n", "link payload/l\t../1.txt\nend\n");
   world_.Change("link media/payload/l ../1.txt");
@@ -321,7 +330,7 @@ TEST_F(VerifyTest, ComparesLinksByWhatTheyHold) {
                         "1 problem; read: 12 files, <n> bytes\n");
   world_.Change("remove media/payload/l; file media/payload/l ../1.txt");
   world_.ExpectVerified({"{media}"}, 1,
-                        "wrong kind    {media/payload/l}: no symbolic link\n"
+                        "wrong kind    {media/payload/l}: it is not a symbolic link\n"
                         "1 problem; read: 12 files, <n> bytes\n");
 }
 
@@ -332,12 +341,12 @@ TEST_F(VerifyTest, NeverCallsFineWhatItCannotRead) {
   seen.out = Replaced(seen.out, ", [0-9]+ bytes?", ", <n> bytes");
   EXPECT_EQ(seen,
             (Outcome{3,
-                     world_.Text("wrong mode    {media/1/payload/1/a}: 000 in place of 644\n"
+                     world_.Text("wrong mode    {media/1/payload/1/a}: 000 instead of 644\n"
                                  "unreadable    {media/1/payload/1/a}: Cannot read "
                                  "{media/1/payload/1/a} - Permission denied\n"
                                  "unreadable    {media/2/payload}: opendir - {media/2/payload} - "
                                  "Permission denied\n"
-                                 "wrong mode    {media/2/payload}: 000 in place of 755\n"
+                                 "wrong mode    {media/2/payload}: 000 instead of 755\n"
                                  "4 problems; read: 13 files, <n> bytes\n"),
                      ""}));
   world_.Change("mode 755 media/2/payload");
@@ -352,7 +361,7 @@ TEST_F(VerifyTest, NeverCallsFineWhatItCannotRead) {
                            ""}));
 }
 
-TEST_F(VerifyTest, NamesWhatIsMissingBesideADirectoryThatItCannotRead) {
+TEST_F(VerifyTest, NamesWhatIsMissingBesideAnUnreadableDirectory) {
   world_.Change("file payload/1/b-c x");
   world_.Make("single");
   world_.Change("remove media/payload/1/b-c; mode 0 media/payload/1/b");
@@ -361,12 +370,12 @@ TEST_F(VerifyTest, NamesWhatIsMissingBesideADirectoryThatItCannotRead) {
   EXPECT_EQ(Replaced(seen.out, ", [0-9]+ bytes", ""),
             world_.Text("unreadable    {media/payload/1/b}: opendir - {media/payload/1/b} - "
                         "Permission denied\n"
-                        "wrong mode    {media/payload/1/b}: 000 in place of 755\n"
+                        "wrong mode    {media/payload/1/b}: 000 instead of 755\n"
                         "missing       {media/payload/1/b-c}\n"
                         "3 problems; read: 11 files\n"));
 }
 
-TEST_F(VerifyTest, WritesOneObjectForPrograms) {
+TEST_F(VerifyTest, WritesOneJsonObject) {
   world_.Make("sibling");
   world_.Change("file media/2/\\xFF");
   Outcome seen = world_.Verify({"{media/2}", "--json"});
@@ -416,19 +425,19 @@ TEST_F(VerifyTest, AsksForOneVolumeAfterTheOtherInOnePlace) {
   VerifyRequest request;
   request.directories = {drive};
   const VerifyReport report = VerifyOneByOne(request, ask);
-  EXPECT_THAT(asked, ElementsAre("any; no volume of this media", "volume 1; ",
-                                 "volume 1; this volume has been looked at"));
+  EXPECT_THAT(asked, ElementsAre("any; this is not a volume of the media", "volume 1; ",
+                                 "volume 1; this volume has been looked at already"));
   EXPECT_THAT(report.looked_at, ElementsAre(1, 2));
   EXPECT_EQ(Replaced(VerifyText(report), ", [0-9]+ bytes", ""),
             world_.Text("not listed    {drive}/payload/1/b/lost\n1 problem; read: 15 files\n"));
 }
 
-TEST_F(VerifyTest, EndsWithWhatItHasSeenWhenThereIsNoOtherVolume) {
+TEST_F(VerifyTest, ReportsWhatItHasReadWhenNoOtherVolumeComes) {
   world_.Make("sibling");
   world_.Change("file twice \\n; file quit q\\nx; file empty");
   const std::string question =
-      "Not looked at: volume 1. Insert a volume and press Enter, or q and Enter to end: \n";
-  const std::string again = "kvl-media: media/2: this volume has been looked at\n";
+      "Not looked at: volume 1. Insert a volume and press Enter, or press q and Enter to end: \n";
+  const std::string again = "kvl-media: this volume has been looked at already: media/2\n";
   for (const auto& [input, asked] : std::vector<std::pair<std::string, std::string>>{
            {"empty", question}, {"quit", question}, {"twice", question + again + question}}) {
     SCOPED_TRACE(input);
@@ -451,11 +460,11 @@ TEST_F(VerifyTest, SaysWhatIsMissingWhenNoVolumeComesAtAll) {
   EXPECT_EQ(seen, (Outcome{1,
                            world_.Text("missing       {drive/media.manifest}\n"
                                        "1 problem; read: 0 files, 0 bytes\n"),
-                           "kvl-media: drive: no volume of this media\n"
-                           "Insert a volume and press Enter, or q and Enter to end: \n"}));
+                           "kvl-media: this is not a volume of the media: drive\n"
+                           "Insert a volume and press Enter, or press q and Enter to end: \n"}));
 }
 
-TEST_F(VerifyTest, SaysThatNothingIsThere) {
+TEST_F(VerifyTest, SaysWhatIsWrongWithADirectoryWithoutAMedia) {
   world_.Change("dir empty; dir holder/1; file holder/x; file other/1");
   world_.ExpectVerified({"{empty}"}, 1,
                         "missing       {empty/media.manifest}\n"
@@ -464,43 +473,54 @@ TEST_F(VerifyTest, SaysThatNothingIsThere) {
                         "missing       {holder/1/media.manifest}\n"
                         "1 problem; read: 0 files, <n> bytes\n");
   world_.ExpectVerified({"{other}"}, 1,
-                        "wrong kind    {other/1}: no directory\n"
+                        "wrong kind    {other/1}: it is not a directory\n"
                         "1 problem; read: 0 files, <n> bytes\n");
 }
 
 TEST_F(VerifyTest, RefusesBadCalls) {
   world_.Change("dir media; file key x");
   WriteFile(world_.Path("endless"), std::string(20'000, 'x'));
+  const std::string no_directory = "DIR is not a directory: ";
+  const std::string name_one =
+      "; name the directory of a volume, or the one that holds volumes as 1, 2, ...";
+  const std::string no_key = "--key is not a public key of minisign: ";
+  const std::string give_one =
+      "; give the public key file that minisign -G wrote, or its second line";
   const std::vector<std::pair<Lines, std::string>> rows = {
       {{}, "DIR is required (see --help)"},
-      {{"{no}"}, "not a directory: {no}"},
-      {{"{media}", "{key}"}, "not a directory: {key}"},
-      {{"{media}", "--key", "{key}"}, "--key: no public key of minisign: {key}"},
-      {{"{media}", "--key", "{endless}"}, "--key: no public key of minisign: {endless}"},
+      {{"{no}"}, no_directory + "{no}" + name_one},
+      {{"{media}", "{key}"}, no_directory + "{key}" + name_one},
+      {{"{media}", "--key", "{key}"}, no_key + "{key}" + give_one},
+      {{"{media}", "--key", "{endless}"}, no_key + "{endless}" + give_one},
       {{"{media}", "--key", ""}, "--key: must not be empty (see --help)"},
       {{"{media}", "--key", "{no}"}, "Cannot read {no} - No such file or directory"},
       {{"{media}", "--jobs", "0"}, "--jobs: Value 0 not in range 1 to 64 (see --help)"},
-      {{"{media}", "{media}", "--wait"}, "--wait: more than one DIR"},
+      {{"{media}", "{media}", "--wait"},
+       "--wait takes one DIR only; name the directory that all volumes come into"},
       {{"{media}", "--jobs", "65"}, "--jobs: Value 65 not in range 1 to 64 (see --help)"}};
   for (const auto& [arguments, line] : rows) {
     world_.ExpectRefused(world_.Verify(arguments), world_.Text(line));
   }
   world_.ExpectRefused(world_.Companion({"seal", "media", "--key", "no"}),
-                       "the key is not there: no");
+                       "the key is missing or not a regular file: no; name a secret key file of "
+                       "minisign with --key");
   world_.ExpectRefused(world_.Companion({"seal", "media", "--key", ""}),
                        "--key: must not be empty (see --help)");
-  world_.ExpectRefused(world_.Companion({"seal", "no", "--key", "key"}), "not a directory: no");
+  world_.ExpectRefused(world_.Companion({"seal", "no", "--key", "key"}),
+                       no_directory + "no" + name_one);
   world_.ExpectRefused(world_.Companion({"seal", "media", "--key", "key"}, {{"PATH", "/nowhere"}}),
-                       "minisign is needed to sign, and is not there");
-  world_.ExpectRefused(world_.Companion({"verify", "media"}, {},
-                                        [] {
-                                          ::close(STDOUT_FILENO);
-                                          ::open("/dev/full", O_WRONLY);
-                                        }),
-                       "the report cannot be written");
+                       "the program that signs is not on PATH: minisign; install it");
+  world_.ExpectRefused(
+      world_.Companion({"verify", "media"}, {},
+                       [] {
+                         ::close(STDOUT_FILENO);
+                         ::open("/dev/full", O_WRONLY);
+                       }),
+      "the report cannot be written: standard output; check the file or program that "
+      "receives it");
 }
 
-TEST(VerifyJson, CallsNothingGenuineThatHasAFlaw) {
+TEST(VerifyJson, CallsNoMediaWithAFlawGenuine) {
   VerifyReport report;
   report.looked_at = {1};
   report.has_key = true;

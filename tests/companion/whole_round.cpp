@@ -6,7 +6,7 @@
 namespace kvl::test {
 namespace {
 
-/// One step in a text, without the bytes that the machine has free and the names that chance gives.
+/// Returns a step as text, without numbers of free bytes and random names.
 std::string StepText(const std::string& name, const Outcome& seen) {
   return name + ": " + std::to_string(seen.status) + "\n" +
          WithoutBytes(WithoutIdentifiers(seen.out + "--\n" + seen.err));

@@ -1,15 +1,15 @@
-// A whole round of kvl-media: what it and the launcher make of a payload, from "make" to "clean".
+// A whole round of kvl-media and the launcher with one payload, from "make" to "clean".
 #pragma once
 
 #include "tests/companion/sealed_world.h"
 
 namespace kvl::test {
 
-/// What surrounds the programs.
+/// The surroundings of the programs.
 struct Surroundings {
   std::function<void()> before = {};  ///< see ProgramStart
   Environment env = {};               ///< further variables
-  /// What "clean" says there, and its status, when that is not the usual.
+  /// The output and status of "clean"; empty for the usual ones.
   std::string cleaning = {};
 };
 
@@ -17,13 +17,12 @@ class RoundWorld : public SealedWorld {
  public:
   RoundWorld();
 
-  /// Makes a media of two volumes with several threads, signs it where minisign is there, checks and
-  /// verifies it, and starts it by its script, in place, and then by a link, staged, without its
-  /// second volume.
-  /// Everything that was said, how it ended, and what lay there, one step after the other.
+  /// Makes a media of two volumes with several threads, signs it if minisign is installed, checks
+  /// and verifies it, starts it in place by its script, and then staged by a link without its
+  /// second volume. Returns the output and status of each step, and the tree of the media.
   std::string Round(const Surroundings& surroundings = {});
 
-  /// Compares a round, and then the cleaning up, with those in usual surroundings.
+  /// Compares a round, and then the cleaning up, with those in the usual surroundings.
   void ExpectTheUsualRound(const Surroundings& surroundings);
 
  private:

@@ -1,4 +1,4 @@
-// Disc images as those make them who do it by hand, by the line of the authors' guide.
+// Disc images that are written by hand, with the command line of the authors' guide.
 #pragma once
 
 #include "tests/companion/check_world.h"
@@ -7,13 +7,13 @@ namespace kvl::test {
 
 inline constexpr char kXorriso[] = "/usr/bin/xorriso";
 
-/// Why no image can be made here; empty when one can.
+/// Returns why no image can be written here; the empty text if one can.
 std::string WhyNoXorriso();
 
-/// The options of the guide's line, without name and place of the image.
+/// Returns the options in the guide's command line, except the name and path of the image.
 Lines OptionsOfTheGuide();
 
-/// Makes an image of a directory as the guide has it, and gives its size.
+/// Writes an image of a directory with these options, and returns its size in bytes.
 std::uint64_t ImageByHand(const std::string& directory, const std::string& image);
 
 /// Unpacks an image into a new directory.

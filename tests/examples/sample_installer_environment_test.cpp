@@ -1,4 +1,4 @@
-// What the sample installer shows of its arguments and variables: what the launcher gives to it.
+// --show-environment of the sample installer: the arguments and variables from the launcher.
 
 #include "tests/examples/sample_world.h"
 #include "tests/launcher/expected_environment.h"
@@ -6,10 +6,10 @@
 namespace kvl::test {
 namespace {
 
-class SampleInstallerShows : public testing::Test, protected SampleWorld {
+class ShowEnvironment : public testing::Test, protected SampleWorld {
  protected:
-  /// What is shown of an installer with these arguments whose environment is made from that, when
-  /// nothing but `given` was set before.
+  /// Returns the output for these arguments and the environment that the launcher makes from
+  /// `from`. `given` is the environment of the launcher.
   std::string Shown(const std::vector<std::string>& arguments, const Prepared& from,
                     Environment given = {}) const {
     given.insert({{"KVL_Installer_EXE", "sample-installer"},
@@ -28,7 +28,7 @@ class SampleInstallerShows : public testing::Test, protected SampleWorld {
   }
 };
 
-TEST_F(SampleInstallerShows, WhatSoftwareManagementIsGiven) {
+TEST_F(ShowEnvironment, PrintsArgumentsAndVariablesOfSoftwareManagement) {
   const std::string media = "the suite/media/1";
   Media({.directory = media});
   for (const std::string action : {"List", "Check", "Commit", "Rollback"}) {
@@ -45,7 +45,7 @@ TEST_F(SampleInstallerShows, WhatSoftwareManagementIsGiven) {
   }
 }
 
-TEST_F(SampleInstallerShows, ItsArgumentsAndOldValuesAsText) {
+TEST_F(ShowEnvironment, PrintsArgumentsAndOldValuesAsText) {
   Media();
   const Environment shown = {
       {"ORBInst", "two\\nlines\\n & more"}, {"LD_LIBRARY_PATH", "/old/lib"}, {"KVL_own", "&\\n"}};

@@ -1,4 +1,4 @@
-// The sample installer when something is wrong: what it says, its status, and what it leaves.
+// Failures of the sample installer: its messages, its status, and the files that it leaves.
 
 #include "tests/examples/sample_world.h"
 #include "tests/insio/surroundings.h"
@@ -16,7 +16,7 @@ std::string SaysMissing(const std::string& volume) {
 
 std::string Asks(const std::string& volume, const std::string& directory) {
   return "Volume " + volume + " of SAMPLE-1 is expected in: " + directory +
-         " (Enter when it is there)\n";
+         " (press Enter when it is there)\n";
 }
 
 class SampleInstallerFails : public testing::Test, protected SampleWorld {};
@@ -52,7 +52,7 @@ TEST_F(SampleInstallerFails, WithoutWritingOutsideWhenTheManifestIsMissingOrHost
   const auto with = [&whole](const std::string& lines) {
     return Replaced(whole, "link payload/1/bin/sample-tool\tsample-tool-1\n", lines);
   };
-  const std::string line = "not a line of a list of checksums: ";
+  const std::string line = "invalid line in a list of checksums or in media.manifest: ";
   for (const auto& [contents, last_line] : std::vector<std::pair<std::string, std::string>>{
            {"", "missing or damaged: {media/media.manifest}"},
            {whole.substr(0, whole.size() - 2), "missing or damaged: {media/media.manifest}"},
@@ -86,9 +86,9 @@ TEST_F(SampleInstallerFails, WithoutWritingThroughALinkOfTheMedia) {
   };
   Media();
   const std::string manifest = Path("media/media.manifest"), whole = ReadFile(manifest);
-  const std::string damaged = Says("the installation is damaged");
+  const std::string damaged = Says("the installation is damaged: {target}");
   const auto has = [](const std::string& path) {
-    return Says("the target has such a file already: {target/" + path + "}");
+    return Says("the target already has an entry of this name: {target/" + path + "}");
   };
   for (const auto& [lines, status, last_line] :
        std::vector<Row>{{"link payload/1/a\tshare\nlink payload/1/a/evil\tb\n", 6, has("a")},
@@ -120,7 +120,7 @@ TEST_F(SampleInstallerFails, WithStatus4WhenAVolumeHasTheManifestOfAnotherReleas
   Remove("media/2");
   fs::rename(Path("later/2"), Path("media/2"));
   ExpectFailure("media/1", {"--target", "{target}"}, 4,
-                "not the manifest of the volumes before: {media/2/media.manifest}");
+                "the manifest differs from that of the previous volumes: {media/2/media.manifest}");
   EXPECT_EQ(DescribeTree(Path("target")), TreeOf({.volumes = {"media/1"}, .of = 2}));
 }
 
@@ -166,7 +166,7 @@ TEST_F(SampleInstallerFails, WithStatus3WhenAVolumeIsOfAnotherMedia) {
   }
 }
 
-/// Two volumes side by side in {media}, of which the second one gets damaged again and again.
+/// Makes a media of two volumes, the second of which a test damages again and again.
 class SampleInstallerRefuses : public SampleInstallerFails {
  protected:
   SampleInstallerRefuses() {
@@ -174,8 +174,8 @@ class SampleInstallerRefuses : public SampleInstallerFails {
     fs::copy(Path("media/2"), Path("whole volume 2"), fs::copy_options::recursive);
   }
 
-  /// Claims that volume 1 is installed and volume 2 is refused with these messages and status 4;
-  /// then the volume is whole again.
+  /// Expects that the installer installs volume 1 and refuses volume 2 with these messages and
+  /// status 4. Then restores volume 2.
   void ExpectRefusal(const std::string& messages) const {
     ExpectInstallation("media/1", {4, says::Volumes("2", {"{media/1}", "{media/2}"}), "", messages},
                        {.volumes = {"media/1"}, .of = 2});
@@ -212,7 +212,7 @@ TEST_F(SampleInstallerRefuses, AVolumeThatIsDamagedOrHasNoChecksums) {
   ExpectRefusal(damaged);
 }
 
-TEST_F(SampleInstallerRefuses, AListOfChecksumsThatLeadsAstray) {
+TEST_F(SampleInstallerRefuses, AListOfChecksumsWithAnInvalidLine) {
   const std::string digest(64, 'a'), sum = digest + "  ";
   for (const std::string& line :
        {sum + "../x", sum + "payload/2/../x", sum + "payload/2/..", sum + "/x", sum,
@@ -221,17 +221,18 @@ TEST_F(SampleInstallerRefuses, AListOfChecksumsThatLeadsAstray) {
         "\\" + sum + "payload/2/a\\nb", "\\" + sum + "payload/2/a\\", std::string("garbage")}) {
     SCOPED_TRACE(line);
     Directory().Write("media/2/2.sha256", line + "\n");
-    ExpectRefusal(Says("not a line of a list of checksums: " + line));
+    ExpectRefusal(Says("invalid line in a list of checksums or in media.manifest: " + line));
   }
 }
 
-TEST_F(SampleInstallerFails, WithStatus4WhenAFileIsNotWhatWasCopied) {
+TEST_F(SampleInstallerFails, WithStatus4WhenAnInstalledFileIsDamaged) {
   const std::vector<std::pair<std::string, std::string>> rows = {
       {"for last; do :; done; echo cut >\"$last\"",
        Says("the copy is damaged: {target/bin/sample-tool-1}")},
       {"PATH=/usr/bin:/bin cp \"$@\"; case $3 in *.dat) echo >>\"$TARGET/bin/sample-tool-1\" ;; "
        "esac",
-       Says("wrong or missing: {target/bin/sample-tool-1}") + Says("the installation is damaged")},
+       Says("wrong or missing: {target/bin/sample-tool-1}") +
+           Says("the installation is damaged: {target}")},
   };
   Media();
   for (const auto& [cp, said] : rows) {
@@ -271,7 +272,7 @@ TEST_F(SampleInstallerFails, WithStatus5WithoutThePermissionToWrite) {
   EXPECT_THAT(DescribeTree(Path("target")), IsEmpty());
 }
 
-TEST_F(SampleInstallerFails, WithStatus6WhereOneIsInstalledAlready) {
+TEST_F(SampleInstallerFails, WithStatus6WhenTheTargetHasAnInstallation) {
   Media();
   Start("media", {"--target", "{target}"});
   for (const std::string state : {"installed", "committed", "incomplete"}) {
@@ -279,12 +280,12 @@ TEST_F(SampleInstallerFails, WithStatus6WhereOneIsInstalledAlready) {
     const auto before = DescribeTreeExactly(Path("."));
     Expect("media", {"--target", "{target}"},
            {6, SaysInstalled({.of = 1}),
-            Says("an installation is there already (" + state + "): {target}")});
+            Says("the target already has an installation (" + state + "): {target}")});
     EXPECT_EQ(DescribeTreeExactly(Path(".")), before);
   }
 }
 
-TEST_F(SampleInstallerFails, WithStatus6WhereSomethingElseHasAName) {
+TEST_F(SampleInstallerFails, WithStatus6WhenTheTargetHasAnEntryOfANeededName) {
   enum class Kind { kFile, kDanglingLink, kDirectory };
   Media();
   for (const auto& [name, kind] : {std::pair("bin/sample-tool-1", Kind::kFile),
@@ -300,16 +301,16 @@ TEST_F(SampleInstallerFails, WithStatus6WhereSomethingElseHasAName) {
     if (kind == Kind::kDirectory) Directory().MakeDir(obstacle);
     const auto before = DescribeTree(Path("target"));
     ExpectFailure("media", {"--target", "{target}"}, 6,
-                  "the target has such a file already: {" + obstacle + "}");
+                  "the target already has an entry of this name: {" + obstacle + "}");
     EXPECT_EQ(ReadFile(Path("target/.sample-suite/state")), "incomplete\n");
-    // Undoing what was installed leaves the obstacle alone.
+    // A rollback leaves the obstacle alone.
     EXPECT_EQ(Start("media", {"-SoftMgt", "-Rollback", "--target", "{target}"}).status, 0);
     EXPECT_EQ(DescribeTree(Path("target")), before);
   }
 }
 
 TEST_F(SampleInstallerFails, WithStatus2WhenTheArgumentsMakeNoSense) {
-  const std::string needs_directory = " needs a directory (one that begins with - as ./-...)";
+  const std::string needs_directory = " needs a directory; write one that begins with - as ./-...";
   const std::string action = "Radio_KVLSoftwareMgtCheck?";
   const std::vector<std::pair<std::vector<std::string>, std::string>> rows = {
       {{}, "--target DIR is missing"},
@@ -322,8 +323,8 @@ TEST_F(SampleInstallerFails, WithStatus2WhenTheArgumentsMakeNoSense) {
       {{"--target", "{target}", "--Target"}, "unknown argument: --Target"},
       {{"--target", "{target}", "--uninst"}, "unknown argument: --uninst"},
       {{"--target", "{target}", "--var"}, "--var needs NAME=VALUE"},
-      {{"--target", "{target}", "--mgt"}, "--mgt comes without an action"},
-      {{"--target", "{target}", "--mgt", "{target}"}, "--mgt comes without an action"},
+      {{"--target", "{target}", "--mgt"}, "--mgt needs an action; give one with --var"},
+      {{"--target", "{target}", "--mgt", "{target}"}, "--mgt needs an action; give one with --var"},
       {{"--target", "{target}", "--var", action + "Check=true"},
        "unknown action: " + action + "Check=true"},
       {{"--target", "{target}", "--var", action + "List=false"},

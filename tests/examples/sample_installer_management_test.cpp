@@ -14,11 +14,11 @@ std::string Lists(const std::string& media) {
          (media.ends_with("incomplete") ? "" : "  bin/sample-tool -> sample-tool-1\n");
 }
 
-const std::string kAllRight = "All 3 files are right in: {target}\n";
+const std::string kAllUnchanged = "All 3 files are unchanged in: {target}\n";
 const std::string kNothing = "Nothing is installed in: {target}\n";
 
-/// Actions on {target}.
-class SampleInstallerManages : public testing::Test, protected SampleWorld {
+/// Manages an installation in {target}.
+class SampleInstallation : public testing::Test, protected SampleWorld {
  protected:
   /// Installs a media of one volume in {media}.
   void Install() const {
@@ -31,9 +31,9 @@ class SampleInstallerManages : public testing::Test, protected SampleWorld {
     Expect("media", {"-SoftMgt", action, "--target", "{target}"}, expected);
   }
 
-  /// The last of the actions: it leaves nothing.
+  /// Expects that a rollback leaves {target} empty.
   void ExpectRollback() const {
-    ExpectAction("-Rollback", {0, "Removed from: {target}\n"});
+    ExpectAction("-Rollback", {0, "Removed the installation from: {target}\n"});
     EXPECT_THAT(Target(), IsEmpty());
     EXPECT_TRUE(fs::is_directory(Path("target")));
   }
@@ -41,28 +41,32 @@ class SampleInstallerManages : public testing::Test, protected SampleWorld {
   std::vector<std::string> Target() const { return DescribeTree(Path("target")); }
 };
 
-TEST_F(SampleInstallerManages, ListAndCheckTellAllAndChangeNothing) {
+TEST_F(SampleInstallation, IsListedAndCheckedWithoutChanges) {
   Install();
   const auto before = DescribeTreeExactly(Path("."));
   ExpectAction("-List", {0, Lists("SAMPLE-1, 1 volume(s), installed")});
-  ExpectAction("-Check", {0, kAllRight});
+  ExpectAction("-Check", {0, kAllUnchanged});
   EXPECT_EQ(DescribeTreeExactly(Path(".")), before);
 }
 
-TEST_F(SampleInstallerManages, CommitChecksAndIsFinal) {
+TEST_F(SampleInstallation, CannotBeRolledBackAfterCommit) {
   Install();
-  const Outcome committed = {0, kAllRight + "Final from now on: {target}\n"};
+  const Outcome committed = {
+      0, kAllUnchanged + "Committed, a rollback is no longer possible: {target}\n"};
   ExpectAction("-Commit", committed);
   const auto left = TreeOf({.volumes = {"media"}, .state = "committed"});
   EXPECT_EQ(Target(), left);
   ExpectAction("-List", {0, Lists("SAMPLE-1, 1 volume(s), committed")});
-  ExpectAction("-Check", {0, kAllRight});
+  ExpectAction("-Check", {0, kAllUnchanged});
   ExpectAction("-Commit", committed);
-  ExpectAction("-Rollback", {7, "", "sample-installer: committed, cannot be undone: {target}\n"});
+  ExpectAction(
+      "-Rollback",
+      {7, "",
+       "sample-installer: the installation is committed, so it cannot be rolled back: {target}\n"});
   EXPECT_EQ(Target(), left);
 }
 
-TEST_F(SampleInstallerManages, RollbackRemovesAllThatWasInstalled) {
+TEST_F(SampleInstallation, IsRemovedByRollback) {
   Install();
   ExpectRollback();
   ExpectAction("-List", {0, kNothing});
@@ -70,17 +74,17 @@ TEST_F(SampleInstallerManages, RollbackRemovesAllThatWasInstalled) {
   EXPECT_EQ(Target(), TreeOf({.volumes = {"media"}}));
 }
 
-TEST_F(SampleInstallerManages, RollbackLeavesWhatOthersPutThere) {
+TEST_F(SampleInstallation, IsRemovedByRollbackWithoutOtherFiles) {
   Install();
   Directory().Write("target/share/sample suite/other", "kept");
   Directory().Link("target/bin/link", "sample-tool-1");
-  ExpectAction("-Rollback", {0, "Removed from: {target}\n"});
+  ExpectAction("-Rollback", {0, "Removed the installation from: {target}\n"});
   EXPECT_THAT(Target(),
               ElementsAre("d 755 bin", "d 755 share", "d 755 share/sample suite",
                           "f 644 share/sample suite/other = kept", "l bin/link -> sample-tool-1"));
 }
 
-TEST_F(SampleInstallerManages, RollbackThatFailsCanBeRepeated) {
+TEST_F(SampleInstallation, CanBeRolledBackAgainAfterAFailure) {
   Install();
   fs::remove(Path("target/bin/sample-tool-1"));
   Directory().MakeDir("target/bin/sample-tool-1/of somebody else");
@@ -91,7 +95,7 @@ TEST_F(SampleInstallerManages, RollbackThatFailsCanBeRepeated) {
   ExpectRollback();
 }
 
-TEST_F(SampleInstallerManages, WhereNothingIsOnlyListIsNoError) {
+TEST_F(SampleInstallation, FailsAllActionsExceptListIfItDoesNotExist) {
   Media();
   ExpectAction("-List", {0, kNothing});
   for (const char* action : {"-Check", "-Commit", "-Rollback"}) {
@@ -100,7 +104,7 @@ TEST_F(SampleInstallerManages, WhereNothingIsOnlyListIsNoError) {
   EXPECT_FALSE(fs::exists(Path("target")));
 }
 
-TEST_F(SampleInstallerManages, ADamagedOneIsNeitherRightNorFinal) {
+TEST_F(SampleInstallation, FailsCheckAndCommitWhenItIsDamaged) {
   Install();
   Directory().Write("target/bin/sample-tool-1", "changed");
   fs::remove(Path("target/share/sample suite/volume 1/table.dat"));
@@ -113,29 +117,29 @@ TEST_F(SampleInstallerManages, ADamagedOneIsNeitherRightNorFinal) {
          "sample-installer: wrong or missing: {target/bin/sample-tool}\n"
          "sample-installer: wrong or missing: {target/bin/sample-tool-1}\n"
          "sample-installer: wrong or missing: {target/share/sample suite/volume 1/table.dat}\n"
-         "sample-installer: damaged: {target}\n"});
+         "sample-installer: the installation is damaged: {target}\n"});
   }
   EXPECT_EQ(ReadFile(Path("target/.sample-suite/state")), "installed\n");
   ExpectRollback();
 }
 
-TEST_F(SampleInstallerManages, AnIncompleteOneIsListedOrUndoneOnly) {
+TEST_F(SampleInstallation, CanOnlyBeListedOrRolledBackWhenItIsIncomplete) {
   Media();
   Media({.volumes = 3, .directory = "three"});
   fs::remove_all(Path("three/2"));
   ASSERT_EQ(Start("three/1", {"--target", "{target}"}).status, 3);
   ExpectAction("-List", {0, Lists("SAMPLE-1, 3 volume(s), incomplete")});
   for (const char* action : {"-Check", "-Commit"}) {
-    ExpectAction(action, {7, "", "sample-installer: incomplete: {target}\n"});
+    ExpectAction(action, {7, "", "sample-installer: the installation is incomplete: {target}\n"});
   }
   ExpectRollback();
 }
 
-TEST_F(SampleInstallerManages, WithoutATargetTwoLevelsAboveTheMedia) {
+TEST_F(SampleInstallation, IsLookedForTwoLevelsAboveTheMediaWithoutATarget) {
   Media({.layout = "sibling", .directory = "the suite/media"});
   ASSERT_EQ(Start("the suite/media/1", {"--target", "{the suite}"}).status, 0);
   Expect("the suite/media/1", {"-SoftMgt", "-Check"},
-         {0, "All 6 files are right in: {the suite}\n"});
+         {0, "All 6 files are unchanged in: {the suite}\n"});
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The sample installer, started by the launcher from a sample media: what it installs.
+// Installations by the sample installer, which the launcher starts from a sample media.
 
 #include "tests/examples/sample_world.h"
 
@@ -7,8 +7,8 @@ namespace {
 
 class SampleInstaller : public testing::Test, protected SampleWorld {
  protected:
-  /// Starts a media staged. When the installer asks for a volume, the volume arrives and "inst" of
-  /// the first one goes away, as when a drive holds one volume at a time.
+  /// Starts a media that the launcher stages. When the installer asks for a volume, moves `from` to
+  /// `to`, and removes "inst" of volume 1, as if a drive held one volume at a time.
   Outcome StartAndBringVolume(const std::string& first_volume, const std::string& from,
                               const std::string& to) const {
     constexpr char kScript[] = R"(
@@ -65,8 +65,9 @@ TEST_F(SampleInstaller, InstallsMoreThanNineVolumes) {
   ExpectInstallation("media/1", {.search = says::Volumes("10", found)}, ten);
 }
 
-/// What it needs is there in the smallest system, too.
-TEST_F(SampleInstaller, InstallsOddNamesByTheToolsOfEachSystem) {
+/// Uses each shell of this machine. With busybox, the installer finds no tools except those of
+/// busybox.
+TEST_F(SampleInstaller, InstallsOddNamesWithEveryShell) {
   for (const char* name :
        {"a  b", "a\\b", "\\\\", "a\\n", "\xFF", "-n", "a:b/c", "*", "$x'\"", "\t"}) {
     Directory().Write(std::string("payload/") + name, std::string("of ") + name);
@@ -105,7 +106,7 @@ TEST_F(SampleInstaller, InstallsOddNamesByTheToolsOfEachSystem) {
   }
 }
 
-TEST_F(SampleInstaller, InstallsVolumesOfLinksOrDirectoriesAlone) {
+TEST_F(SampleInstaller, InstallsVolumesThatHoldOnlyLinksOrDirectories) {
   for (const std::string layout : {"flat", "sibling", "am"}) {
     SCOPED_TRACE(layout);
     for (const char* name : {"media", "target"}) Remove(name);
@@ -133,7 +134,7 @@ TEST_F(SampleInstaller, InstallsVolumesOfLinksOrDirectoriesAlone) {
   }
 }
 
-TEST_F(SampleInstaller, InstallsALinkThatTheCarrierCouldNotHold) {
+TEST_F(SampleInstaller, InstallsALinkThatIsMissingOnTheMedia) {
   Media();
   const auto whole = TreeOf({.volumes = {"media"}});
   Remove("media/payload/1/bin/sample-tool");
@@ -141,9 +142,9 @@ TEST_F(SampleInstaller, InstallsALinkThatTheCarrierCouldNotHold) {
   EXPECT_EQ(DescribeTree(Path("target")), whole);
 }
 
-TEST_F(SampleInstaller, OddNamesOfMediaAndTargetAreNoTrouble) {
+TEST_F(SampleInstaller, AcceptsOddNamesOfMediaAndTarget) {
   Media({.layout = "sibling", .directory = "it's [a]\nmedia*"});
-  // Would be found if the media's name were taken for a pattern.
+  // The installer would find this catalogue if it used the media's name as a pattern.
   Volume("it's a\nmedia/1")
       .File("inst/common/resources/msgcatalog/messages.txt", "product=Wrong\n");
   const Outcome outcome = Start("it's [a]\nmedia*/1", {"--target", "{the 'target'\n*}"});
@@ -169,14 +170,14 @@ TEST_F(SampleInstaller, TakesTheLastTargetBelowTheWorkingDirectory) {
   EXPECT_FALSE(fs::exists(Path("first")));
 }
 
-TEST_F(SampleInstaller, OtherFilesInTheTargetStayAsTheyAre) {
+TEST_F(SampleInstaller, LeavesOtherFilesInTheTargetAlone) {
   Media();
   Volume("target").File("bin/other", "kept").File("notes", "kept").Dir("share");
   std::vector<std::string> expected = TreeOf({.volumes = {"media"}});
   expected.push_back("f 644 bin/other = kept");
   expected.push_back("f 644 notes = kept");
   EXPECT_EQ(Start("media", {"--target", "{target}"}).status, 0);
-  // Directories that were there are not recorded as made by the installation.
+  // The installer records only the directories that it has made.
   EXPECT_EQ(ReadFile(Path("target/.sample-suite/directories")),
             "share/sample suite\nshare/sample suite/volume 1\n");
   Directory().Write("target/.sample-suite/directories",
@@ -184,7 +185,7 @@ TEST_F(SampleInstaller, OtherFilesInTheTargetStayAsTheyAre) {
   EXPECT_THAT(DescribeTree(Path("target")), testing::UnorderedElementsAreArray(expected));
 }
 
-TEST_F(SampleInstaller, ChangesTheMediaNeitherInPlaceNorManagedNorStaged) {
+TEST_F(SampleInstaller, NeverChangesTheMedia) {
   for (const std::string layout : {"sibling", "am"}) {
     SCOPED_TRACE(layout);
     for (const char* name : {"media", "target"}) Remove(name);
@@ -202,13 +203,14 @@ TEST_F(SampleInstaller, ChangesTheMediaNeitherInPlaceNorManagedNorStaged) {
   }
 }
 
-TEST_F(SampleInstaller, GoesOnStagedWithAVolumeThatArrivesOnDemand) {
+TEST_F(SampleInstaller, GoesOnWithAVolumeThatArrivesOnDemand) {
   Media({.volumes = 3});
   fs::rename(Path("media/3"), Path("volume 3"));
   const Installation three = {.volumes = {"media/1", "media/2", "media/3"}};
   std::string installed = SaysInstalled(three);
-  installed.insert(installed.find("Volume 3"),
-                   "Volume 3 of SAMPLE-1 is expected in: {media/3} (Enter when it is there)\n");
+  installed.insert(
+      installed.find("Volume 3"),
+      "Volume 3 of SAMPLE-1 is expected in: {media/3} (press Enter when it is there)\n");
   ExpectOutcome(
       StartAndBringVolume("media/1", "volume 3", "media/3"),
       {0, FindsInstallerIn("media/1") + says::Volumes("3", {"{media/1}", "{media/2}"}) + installed,
@@ -216,7 +218,7 @@ TEST_F(SampleInstaller, GoesOnStagedWithAVolumeThatArrivesOnDemand) {
   EXPECT_EQ(DescribeTree(Path("target")), TreeOf(three));
 }
 
-TEST_F(SampleInstaller, TakesAVolumeBesideItBelowAnOuterSetOfOthers) {
+TEST_F(SampleInstaller, FindsAVolumeBesideTheMediaInsideAnOuterSet) {
   Media({.layout = "sibling", .directory = "outer/4"});
   fs::rename(Path("outer/4/2"), Path("volume 2"));
   Make("outer/4: 4=OUTER");
@@ -225,7 +227,7 @@ TEST_F(SampleInstaller, TakesAVolumeBesideItBelowAnOuterSetOfOthers) {
   EXPECT_EQ(DescribeTree(Path("target")), TreeOf({.volumes = {"outer/4/1", "outer/4/2"}}));
 }
 
-TEST_F(SampleInstaller, ANumberOfVolumesBelowTwoMeansOne) {
+TEST_F(SampleInstaller, TakesANumberOfVolumesBelowTwoAsOne) {
   Media();
   for (const std::string number : {"0", "-2", "+1 volume"}) {
     SCOPED_TRACE(number);
@@ -235,7 +237,7 @@ TEST_F(SampleInstaller, ANumberOfVolumesBelowTwoMeansOne) {
   }
 }
 
-TEST_F(SampleInstaller, KnowsAMediaWithoutItsFirstMarkerByItsPayload) {
+TEST_F(SampleInstaller, RecognizesVolumesWithoutAFirstMarkerByTheirPayload) {
   Media({.layout = "sibling"});
   fs::remove(Path("media/1/1.txt"));
   ExpectInstallation(

@@ -5,7 +5,7 @@ namespace {
 
 constexpr char kPath[] = "/usr/bin:/bin";
 
-/// What the list of a volume has about its payload, as a list of that alone.
+/// Returns the part of a volume's list that is about the payload, with paths from the payload on.
 std::string PayloadListOf(const fs::path& volume, int number) {
   const std::string name = std::to_string(number);
   const bool is_am = !fs::exists(volume / (name + ".sha256"));
@@ -20,7 +20,7 @@ std::string PayloadListOf(const fs::path& volume, int number) {
   return files;
 }
 
-/// What the manifest on the volume has about links.
+/// Returns the lines for links in the manifest of the volume.
 std::string LinksOf(const fs::path& volume) {
   const fs::path beside = volume / "media.manifest";
   std::istringstream manifest(ReadFile(
@@ -36,7 +36,7 @@ std::string CountOf(const Installation& installation) {
   return std::to_string(std::max(installation.of, installation.volumes.size())) + " volume(s)";
 }
 
-/// Without the line feed at its end.
+/// Returns the last line without its line feed.
 std::string LastLineOf(const std::string& text) {
   if (!text.ends_with('\n')) return "(no line feed at the end of: " + text + ")";
   const std::string lines = text.substr(0, text.size() - 1);
@@ -75,7 +75,7 @@ Outcome SampleWorld::Start(const std::string& first_volume,
 
 std::vector<std::string> SampleWorld::TreeOf(const Installation& installation) const {
   const TestDirectory model;
-  // Links come last.
+  // The installer makes links last.
   const bool has_links = installation.state != "incomplete";
   std::string files, links;
   std::string directories = installation.volumes.empty() ? "" : "bin\nshare\nshare/sample suite\n";

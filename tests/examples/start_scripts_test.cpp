@@ -1,4 +1,4 @@
-// The start scripts of a sample media: what they give to the launcher, however they are called.
+// The start scripts of a sample media: how they find the media and start the launcher.
 
 #include "tests/conditions/own_mounts.h"
 #include "tests/examples/sample_world.h"
@@ -13,26 +13,28 @@ Words Joined(Words words, const Words& more) {
   return words;
 }
 
-/// One call of a start script, by its words, from a directory. All texts as in MediaWorld.
+/// A call of a start script. All texts are as in MediaWorld.
 struct Call {
   Words command;
   std::string directory = "{}";
   Environment env = {};
-  std::vector<int> opened = {};  ///< descriptors of the caller
+  std::vector<int> opened = {};  ///< further descriptors of the caller
 };
 
-/// Of a media in {media} and of one of several volumes in {media/1}.
+/// The launcher of a media in {media}, and that of several volumes with the first in {media/1}.
 constexpr char kLauncher[] = "{media/inst/linux/code/bin/kvl-launcher}";
 constexpr char kLauncherOfTwo[] = "{media/1/inst/linux/code/bin/kvl-launcher}";
 
 class StartScript : public testing::Test, protected SampleWorld {
  protected:
-  /// Makes a media with the fake installer in place of the launcher, to see what that is given.
+  /// Makes a media with the fake installer in place of the launcher, which reports how it was
+  /// started.
   void MediaWithFakeLauncher(const std::string& directory = "media", int volumes = 1) const {
     Media({.volumes = volumes, .directory = directory, .launcher = BuiltProgram("fake_installer")});
   }
 
-  /// What is given to the fake installer by that call, which leaves nothing in {tmp}.
+  /// Runs the call, expects this outcome and an empty {tmp}, and returns the report of the fake
+  /// installer.
   ChildReport ReportOf(const Call& call, const Outcome& expected = {}) const {
     fs::remove(Path("report"));
     Words command;
@@ -48,8 +50,8 @@ class StartScript : public testing::Test, protected SampleWorld {
     return ReadReport(Path("report"));
   }
 
-  /// Claims that both scripts in that directory become this launcher, with the words of the call
-  /// behind what they add themselves.
+  /// Expects that both scripts in that directory become this launcher, in the same process. The
+  /// words of the call are the arguments behind those that the script adds.
   void ExpectLauncher(const std::string& launcher, const std::string& directory, Call call) const {
     const Words given = call.command;
     for (const std::string script : {"StartTUI.sh", "StartGUI.sh"}) {
@@ -62,7 +64,7 @@ class StartScript : public testing::Test, protected SampleWorld {
     }
   }
 
-  /// Claims which media directory the script finds in each call.
+  /// Expects which media directory the script finds in each call.
   void ExpectMediaDirectories(const std::vector<std::pair<Call, std::string>>& calls) const {
     for (const auto& [call, media] : calls) {
       SCOPED_TRACE(testing::PrintToString(call.command) + " in " + call.directory);
@@ -135,7 +137,7 @@ TEST_F(StartScript, FindsItsMediaThroughSymbolicLinksToIt) {
   });
 }
 
-TEST_F(StartScript, ALinkedDirectoryKeepsItsNameButForDotDot) {
+TEST_F(StartScript, KeepsTheNameOfALinkedDirectoryUnlessDotDotFollows) {
   MediaWithFakeLauncher("store/first");
   MediaWithFakeLauncher("store/media");
   Directory().Link("set/1", "../store/first");
@@ -148,7 +150,7 @@ TEST_F(StartScript, ALinkedDirectoryKeepsItsNameButForDotDot) {
   });
 }
 
-TEST_F(StartScript, FindsItsMediaWhateverTheNamesAndCdpathAre) {
+TEST_F(StartScript, FindsItsMediaDespiteOddNamesAndCdpath) {
   MediaWithFakeLauncher();
   std::string place = "media";
   for (const std::string name : {"-", "-L", "it's", "two\nlines", "$(touch x)*", "~"}) {
@@ -162,20 +164,20 @@ TEST_F(StartScript, FindsItsMediaWhateverTheNamesAndCdpathAre) {
   EXPECT_FALSE(fs::exists(Path("x")));
 }
 
-TEST_F(StartScript, HandsEveryArgumentOnAsItIs) {
+TEST_F(StartScript, PassesEveryArgumentOnUnchanged) {
   MediaWithFakeLauncher();
   for (const Words& given : {Words{}, {"a b", "", "*", "\"", "'", "\\", "two\nlines\n", "-UI"}}) {
     ExpectLauncher(kLauncher, "{media}", {given});
   }
 }
 
-TEST_F(StartScript, EndsWithTheStatusOfTheLauncherWhichItBecomes) {
+TEST_F(StartScript, BecomesTheLauncherAndEndsWithItsStatus) {
   MediaWithFakeLauncher();
   const Call call = {{"{media}/StartTUI.sh"}, "{}", {{"FAKE_PRINT", "said\n"}, {"FAKE_EXIT", "9"}}};
   EXPECT_EQ(ReportOf(call, {9, "said\n"}).facts["parent"], std::to_string(::getpid()));
 }
 
-TEST_F(StartScript, OfSeveralVolumesBecomesACopyInAFreeDescriptor) {
+TEST_F(StartScript, BecomesACopyOfTheLauncherForSeveralVolumes) {
   MediaWithFakeLauncher("media", 2);
   const std::vector<std::pair<std::vector<int>, std::string>> rows = {
       {{}, "/proc/self/fd/3"},
@@ -190,7 +192,7 @@ TEST_F(StartScript, OfSeveralVolumesBecomesACopyInAFreeDescriptor) {
   }
 }
 
-/// The shells of this machine, as words of a command.
+/// Returns the shells of this machine, each as the words of a command.
 std::vector<Words> Shells() {
   std::vector<Words> shells = {{"/bin/sh"},       {"/bin/dash"}, {"/bin/bash"},
                                {"/bin/ksh93"},    {"/bin/mksh"}, {"/bin/busybox", "sh"},
@@ -199,7 +201,7 @@ std::vector<Words> Shells() {
   return shells;
 }
 
-/// A call with the real launcher, and that program as the installer.
+/// Starts the real launcher with another program as the installer.
 class StartedInstaller : public StartScript, public testing::WithParamInterface<int> {
  protected:
   void MakeMedia(const std::string& program) {
@@ -231,14 +233,14 @@ TEST_P(StartedInstaller, HasTheDescriptorsOfTheCallerOnly) {
   }
 }
 
-TEST_P(StartedInstaller, HasAnArgumentThatAShellOpened) {
+TEST_P(StartedInstaller, CanReadAnArgumentThatAShellOpened) {
   const std::string bash = "/bin/bash";
   if (!fs::exists(bash)) GTEST_SKIP() << "no shell with process substitution";
   MakeMedia(Directory().Write("reader", "#!/bin/sh\ncat \"$4\"\n"));
   ReportOf({{bash, "-c", "\"$0\" --answers <(echo yes)", script_}}, {0, said_ + "yes\n"});
 }
 
-TEST_F(StartScript, BecomesTheLauncherOfAMediaThatCannotBeCopied) {
+TEST_F(StartScript, BecomesTheLauncherItselfIfItCannotMakeACopy) {
   MediaWithFakeLauncher("media", 2);
   const std::string number = "media/1/inst/volumes.txt";
   const auto expect_original = [&](const Environment& env) {
@@ -252,8 +254,8 @@ TEST_F(StartScript, BecomesTheLauncherOfAMediaThatCannotBeCopied) {
   expect_original({});
 }
 
-/// A single line of NUL bytes behind the number would take hours to read.
-TEST_F(StartScript, ReadsTheNumberOfVolumesOnlyUpToABound) {
+/// A shell would need hours to read an endless line of NUL bytes behind the number.
+TEST_F(StartScript, ReadsTheNumberOfVolumesOnlyUpToALimit) {
   struct Row {
     std::string what, text;
     bool is_endless = false, is_copied = true;
@@ -282,7 +284,7 @@ TEST_F(StartScript, ReadsTheNumberOfVolumesOnlyUpToABound) {
   }
 }
 
-TEST_F(StartScript, BecomesTheLauncherOfTheMediaWhereACopyIsOfNoUse) {
+TEST_F(StartScript, BecomesTheLauncherItselfIfACopyIsOfNoUse) {
   if (const std::string why = WhyNoOwnMounts(); !why.empty()) GTEST_SKIP() << why;
   MediaWithFakeLauncher("media", 2);
   RunWithOwnMounts([&] {
@@ -294,7 +296,7 @@ TEST_F(StartScript, BecomesTheLauncherOfTheMediaWhereACopyIsOfNoUse) {
   });
 }
 
-TEST_F(StartScript, WithoutALauncherSaysSoAndEndsWithStatusOne) {
+TEST_F(StartScript, EndsWithStatusOneIfTheLauncherIsMissing) {
   MediaWithFakeLauncher("a media");
   const fs::path launcher = Path("a media/inst/linux/code/bin/kvl-launcher");
   const std::vector<std::function<void()>> damages = {

@@ -1,4 +1,4 @@
-// examples/wrapped-installer: an installer with options of its own, behind the launcher.
+// examples/wrapped-installer: starts an installer with options of its own.
 
 #include "tests/examples/sample_world.h"
 
@@ -23,6 +23,7 @@ class WrappedInstaller : public testing::Test, protected SampleWorld {
           Path("needs/common/setup.run"), "A suite", "./setup"});
   }
 
+  /// Runs a command that must succeed.
   void Done(const Words& command) const {
     const Outcome outcome = RunProgram({command, {{"PATH", "/usr/bin:/bin"}}, Path(".")});
     ASSERT_EQ(outcome.status, 0) << outcome.out << outcome.err;
@@ -46,7 +47,7 @@ TEST_F(WrappedInstaller, IsNeededForAnArchiveWithOptionsOfItsOwn) {
   EXPECT_NE(seen.status, 7);
 }
 
-TEST_F(WrappedInstaller, HandsTheUsersArgumentsOnAndTheStatusBack) {
+TEST_F(WrappedInstaller, PassesTheUsersArgumentsOnAndReturnsTheStatus) {
   MediaWith(SourceFile("examples/wrapped-installer"));
   const Outcome seen = Run({"--target", "a b", "--quiet"});
   EXPECT_THAT(seen.out, testing::EndsWith(kArguments + Text("media: {media/1}\n")));
@@ -61,14 +62,15 @@ TEST_F(WrappedInstaller, NamesTheMediaItselfWhenItIsStaged) {
   EXPECT_EQ(seen.status, 7);
 }
 
-TEST_F(WrappedInstaller, RefusesACallOfAnotherKind) {
+TEST_F(WrappedInstaller, RefusesACallWithoutTheMedia) {
   const std::string wrapper = SourceFile("examples/wrapped-installer");
   for (const Words& arguments : {Words{}, {"-CDpath"}, {"--target", "x", "--mgt", "y"}}) {
     Words command = {wrapper};
     command.insert(command.end(), arguments.begin(), arguments.end());
-    EXPECT_EQ(
-        RunProgram({command, {{"PATH", "/usr/bin:/bin"}}}),
-        (Outcome{2, "", "wrapped-installer: only to be started by a launcher that installs\n"}));
+    EXPECT_EQ(RunProgram({command, {{"PATH", "/usr/bin:/bin"}}}),
+              (Outcome{2, "",
+                       "wrapped-installer: -CDpath MEDIA does not come first; start the media "
+                       "without -SoftMgt\n"}));
   }
 }
 
