@@ -21,6 +21,8 @@
 #include "companion/calls/make_text.h"
 #include "companion/calls/own_check.h"
 #include "companion/calls/progress_line.h"
+#include "companion/check/binary_head.h"
+#include "companion/check/disc_access.h"
 #include "companion/make/disc_image.h"
 #include "companion/make/media_maker.h"
 #include "companion/make/planned_files.h"
@@ -87,6 +89,19 @@ std::vector<SystemRequest> SystemsOf(const SystemOptions& given) {
   return systems;
 }
 
+/// Throws CannotMake if a program cannot run on the machine of its system.
+void CheckMachines(const std::vector<SystemRequest>& systems) {
+  constexpr std::size_t kHeader = 64;
+  for (const SystemRequest& system : systems) {
+    for (const auto& [what, path] :
+         {std::pair("installer", system.installer), std::pair("launcher", system.launcher)}) {
+      if (MayRunOn(system.machine, ReadStart(path, kHeader).bytes)) continue;
+      throw CannotMake(std::string("the ") + what + " is not a program for " + system.machine +
+                       ": " + path + "; name one that is, or another --machine");
+    }
+  }
+}
+
 MediaPlan PlanOf(MakeCall& call) {
   if (call.layout) call.request.layout = LayoutNamed(*call.layout);
   if (call.links == kFollow) call.request.links = Links::kFollowed;
@@ -94,6 +109,7 @@ MediaPlan PlanOf(MakeCall& call) {
   if (call.has_images) call.request.images = Images::kBeside;
   if (call.are_images_alone) call.request.images = Images::kAlone;
   call.request.systems = SystemsOf(call.systems);
+  CheckMachines(call.request.systems);
   call.request.time = ParseSourceDate(GetEnv(kSourceDateEpoch));
   return PlanMedia(call.request);
 }

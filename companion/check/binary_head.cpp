@@ -245,6 +245,26 @@ bool IsBinary(std::string_view start) {
   return start.starts_with(ELFMAG);
 }
 
+bool MayRunOn(const std::string& machine, std::string_view start) {
+  struct NamedMachine {
+    std::string_view name;
+    BinaryKind kind;
+  };
+  static constexpr NamedMachine kMachines[] = {
+      {"x86_64", {ELFCLASS64, ELFDATA2LSB, EM_X86_64}},
+      {"arm64", {ELFCLASS64, ELFDATA2LSB, EM_AARCH64}},
+      {"aarch64", {ELFCLASS64, ELFDATA2LSB, EM_AARCH64}},
+      {"ppc64le", {ELFCLASS64, ELFDATA2LSB, EM_PPC64}},
+      {"riscv64", {ELFCLASS64, ELFDATA2LSB, EM_RISCV}},
+      {"s390x", {ELFCLASS64, ELFDATA2MSB, EM_S390}},
+  };
+  const auto* const named =
+      std::find_if(std::begin(kMachines), std::end(kMachines),
+                   [&](const NamedMachine& known) { return known.name == machine; });
+  const std::optional<BinaryKind> kind = KindOf(start);
+  return named == std::end(kMachines) || !IsBinary(start) || !kind || Runs(named->kind, *kind);
+}
+
 BinaryCheck CheckBinary(const std::string& path) {
   const PathState state = StateAt(path);
   if (!state.IsThere()) {

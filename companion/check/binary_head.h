@@ -36,6 +36,10 @@ struct BinaryCheck {
 /// Returns true if `start`, the first bytes of a file, is the start of a binary, whole or cut off.
 bool IsBinary(std::string_view start);
 
+/// Returns false if `start` is the start of a binary that a machine does not run. The machine has its
+/// name for `kvl-media make --machine`. Returns true for any other file, and for an unknown machine.
+bool MayRunOn(const std::string& machine, std::string_view start);
+
 /// Checks a file that begins like a binary, links followed. Without a fault, its headers let the
 /// system start it. The 32-bit predecessor of a machine counts as the same machine.
 BinaryCheck CheckBinary(const std::string& path);

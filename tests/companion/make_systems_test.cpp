@@ -32,6 +32,11 @@ class MediaForSeveralMachines : public testing::Test {
     return world_.Companion(arguments);
   }
 
+  Outcome Plan(Lines systems) const {
+    systems.emplace_back("--dry-run");
+    return Make(systems);
+  }
+
   static Lines System(const std::string& name, const std::string& machine,
                       const std::string& installer, const std::string& launcher) {
     return {"--system",    name,      "--machine",  machine,
@@ -148,6 +153,43 @@ TEST_F(MediaForSeveralMachines, IsRefusedWithInvalidOptions) {
                  "with neither . nor -");
   expect_refused(with(System("two", "arm64", "own", "missing")),
                  "the launcher is missing or not a regular file: missing; name it with --launcher");
+}
+
+TEST_F(MediaForSeveralMachines, TakesNoProgramForAnotherMachine) {
+  struct Machine {
+    std::string name;
+    char byte_order, number;
+  };
+  const std::vector<Machine> machines = {{"x86_64", 1, 62},
+                                         {"arm64", 1, char(183)},
+                                         {"ppc64le", 1, 21},
+                                         {"riscv64", 1, char(243)},
+                                         {"s390x", 2, 22}};
+  for (const Machine& machine : machines) {
+    const bool is_large_first = machine.byte_order == 2;
+    const std::string number = {is_large_first ? '\0' : machine.number,
+                                is_large_first ? machine.number : '\0'};
+    const std::string head =
+        "\x7f"
+        "ELF\2" +
+        std::string(1, machine.byte_order) + std::string(12, '\0') + number + std::string(44, '\0');
+    world_.Directory().Write("binary", head);
+    for (const std::string name : {"x86_64", "arm64", "aarch64", "ppc64le", "riscv64", "s390x"}) {
+      SCOPED_TRACE(machine.name + " as " + name);
+      const bool is_same = name == machine.name || (name == "aarch64" && machine.name == "arm64");
+      const std::string why =
+          " is not a program for " + name + ": binary; name one that is, or another --machine";
+      const Outcome launcher = Plan(System("one", name, "own", "binary"));
+      const Outcome installer = Plan(System("one", name, "binary", "own"));
+      if (is_same) {
+        EXPECT_EQ(launcher.err + installer.err, "");
+      } else {
+        world_.ExpectRefused(launcher, "the launcher" + why);
+        world_.ExpectRefused(installer, "the installer" + why);
+      }
+    }
+  }
+  EXPECT_EQ(Plan(System("one", "vax", "own", "binary")).err, "");
 }
 
 }  // namespace
