@@ -114,6 +114,8 @@ struct Catalogue {
       // The start script and the launcher
       {kStartScriptMissing, "start-script-missing", kError, "the start script is missing",
        "copy the start script again"},
+      {kMediaUnfinished, "media-unfinished", kError, "make did not finish this media",
+       "wait for make, or remove the media and run make again"},
       {kStartScriptNotExecutable, "start-script-not-executable", kError,
        "the start script has no execute permission",
        "give the start script execute permission (chmod a+x)"},

@@ -44,6 +44,7 @@ enum class FindingKind {
   kInterpreterMissing,
   // The start script and the launcher.
   kStartScriptMissing,
+  kMediaUnfinished,
   kStartScriptNotExecutable,
   kStartScriptWithoutInstaller,
   kLauncherMissing,

@@ -54,12 +54,26 @@ class StartCheck {
 
   void LookAtStartTui() {
     const std::string script = PathBelow(media_dir_, names::kStartTui);
-    if (findings_.Has(FindingKind::kStagingSourceMissing, script)) {
+    if (const std::string sign = SignOfMake(); !sign.empty() && !StateAt(script).IsThere()) {
+      findings_.Add(FindingKind::kMediaUnfinished, sign);
+    } else if (findings_.Has(FindingKind::kStagingSourceMissing, script)) {
       findings_.Add(FindingKind::kStagingSourceMissing, script);
     } else {
       LookAtScript(script, StateAt(script), [this] { return ProgramHead(text_); });
       LookAtInstallerOf(script);
     }
+  }
+
+  /// Returns the path of the sign that make leaves until a media is whole, in the directory of volume 1
+  /// or up to three directories above, as its layouts have it. Returns an empty text without one.
+  std::string SignOfMake() const {
+    InsPath place(media_dir_);
+    for (int above = 0; above <= 3 && !place.IsEmpty(); ++above) {
+      const std::string sign = PathBelow(place.Str(), names::kUnfinished);
+      if (StateOfEntry(sign).IsThere()) return sign;
+      place = place.Parent();
+    }
+    return {};
   }
 
   /// Checks the installer if only the script names it; any other one has been checked before.

@@ -115,6 +115,11 @@ error: a pipe cannot be copied: {1}/StartTUI.sh; put a file in place of the pipe
 Start      staged in {tmp}/<identifier>: 8 files, <n> bytes; <n> bytes free
 error: staging needs a file or directory that is missing: {1}/StartTUI.sh; put the file or directory there
 2 problems: StartTUI.sh will fail; without it, the launcher will end with status 1
+# MediaThatMakeDidNotFinish: remove 1/StartTUI.sh; file StartTUI.sh.unfinished
+Start      staged in {tmp}/<identifier>: 8 files, <n> bytes; <n> bytes free
+error: staging needs a file or directory that is missing: {1}/StartTUI.sh; put the file or directory there
+error: make did not finish this media: {}/StartTUI.sh.unfinished; wait for make, or remove the media and run make again
+3 problems: StartTUI.sh will fail; without it, the launcher will end with status 1
 # DescriptionFileMissing: remove 1/media.db
 Start      staged in {tmp}/<identifier>: 8 files, <n> bytes; <n> bytes free
 error: staging needs a file or directory that is missing: {1}/media.db; put the file or directory there

@@ -105,7 +105,9 @@ TEST_F(MakeAtEveryMoment, LeavesNoPartialMediaThatCheckCallsFine) {
       return is_last_step ? Step::kKill : Step::kGoOn;
     });
     EXPECT_EQ(made.status, -SIGKILL);
-    EXPECT_NE(CheckWorld::CompanionHere({"check", first}).status, 0);
+    const Outcome seen = CheckWorld::CompanionHere({"check", first});
+    EXPECT_EQ(seen.status, 1);
+    EXPECT_THAT(seen.out, testing::HasSubstr("\nerror: make did not finish this media: "));
     world_.ExpectRefused(CheckWorld::CompanionHere(MakeArguments(layout)), kInterrupted);
     fs::remove_all("media");
   }
