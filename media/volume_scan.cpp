@@ -101,8 +101,9 @@ LayoutAnswer Judge(Tally tally, Layout layout, const MediaSet& media, Report& re
   if (tally.found == 1) return std::nullopt;
   // Message: WARN: Missing volumes. Please make sure you copied everything correctly.
   // Cause: Some volumes are there, others are not. The lines before this one name those that
-  // were found.
-  // Remedy: Copy the others beside them.
+  // were found; in the flat layout, none.
+  // Remedy: Copy the others beside them, in the flat layout into the same directory;
+  // `kvl-media check` names them.
   report.Warning("Missing volumes. Please make sure you copied everything correctly.");
   return answer;
 }
