@@ -69,7 +69,7 @@ class StartCheck {
   std::string SignOfMake() const {
     InsPath place(media_dir_);
     for (int above = 0; above <= 3 && !place.IsEmpty(); ++above) {
-      const std::string sign = PathBelow(place.Str(), names::kUnfinished);
+      std::string sign = PathBelow(place.Str(), names::kUnfinished);
       if (StateOfEntry(sign).IsThere()) return sign;
       place = place.Parent();
     }
