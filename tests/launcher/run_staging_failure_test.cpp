@@ -51,18 +51,25 @@ TEST(RunStagingFailure, ADanglingLinkInInstEndsTheRun) {
 }
 
 TEST(RunStagingFailure, MoreLinksThanTheSystemFollowsEndTheRun) {
-  LaunchWorld world;
-  world.VolumeMissing().Volume("outside/50").File("lost", "text");
-  for (int step = 0; step < 50; ++step) {
-    world.Volume("outside/" + std::to_string(step)).Link("next", "../" + std::to_string(step + 1));
+  // The system follows fewer links while somebody mounts a file system. The launcher then meets the
+  // limit at another call, so the test runs again.
+  for (int left = 5; left > 0; --left) {
+    LaunchWorld world;
+    world.VolumeMissing().Volume("outside/50").File("lost", "text");
+    for (int step = 0; step < 50; ++step) {
+      world.Volume("outside/" + std::to_string(step))
+          .Link("next", "../" + std::to_string(step + 1));
+    }
+    world.Volume("1").Link("inst/common/next", "../../../outside/0");
+    std::string link = world.Path("1/inst/common/next");
+    for (std::error_code ignored; fs::exists(link, ignored);) link += "/next";
+    LaunchSeen seen = world.Run();
+    if (left > 1 && seen.err.find("Cannot stat " + link) == std::string::npos) continue;
+    seen.staged = {};
+    ExpectRun(world, seen,
+              Failed(Staged(), "Cannot stat " + link + " - Too many levels of symbolic links"));
+    return;
   }
-  world.Volume("1").Link("inst/common/next", "../../../outside/0");
-  std::string link = world.Path("1/inst/common/next");
-  for (std::error_code ignored; fs::exists(link, ignored);) link += "/next";
-  LaunchSeen seen = world.Run();
-  seen.staged = {};
-  ExpectRun(world, seen,
-            Failed(Staged(), "Cannot stat " + link + " - Too many levels of symbolic links"));
 }
 
 TEST(RunStagingFailure, AnExternalMediaWithoutCommonEndsTheRun) {
