@@ -41,6 +41,13 @@ TEST_F(MakeIso, NamesEachImageThatItWrites) {
       << seen.err;
 }
 
+TEST_F(MakeIso, RefusesADirectoryBesideWhichItMayNotWrite) {
+  world_.Change("dir closed/media; mode 777 closed/media; mode 555 closed");
+  world_.ExpectRefused(Make("single", {"--iso"}, "closed/media", {}, GiveUpPermissions),
+                       "you have no permission to write the disc image there: {closed}/; name "
+                       "another DIR");
+}
+
 TEST_F(MakeIso, RefusesPathsAndFilesBeyondTheLimitsOfAnImage) {
   // A path in "{media}/payload/1" is six bytes longer than the same path in "{payload/2}".
   std::string deep = world_.Path("payload/2");
