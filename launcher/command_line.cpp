@@ -57,6 +57,12 @@ void ApplyEnvSetting(std::string_view setting) {
 constexpr bool kAlone = false;
 constexpr bool kWithValue = true;
 
+struct CommandLineOption {
+  std::string_view name;  ///< as it is given, compared exactly
+  bool takes_value;       ///< the next argument, whatever it looks like
+  void (*apply)(LauncherState& state, std::string_view value);
+};
+
 using Value = std::string_view;
 constexpr CommandLineOption kOptions[] = {
     // Options
@@ -154,10 +160,6 @@ std::string CheckSoftwareManagement(LauncherState& state) {
 }
 
 }  // namespace
-
-std::span<const CommandLineOption> CommandLineOptions() {
-  return kOptions;
-}
 
 std::string ReadCommandLine(int argc, const char* const* argv, LauncherState& state) {
   state.MediaDir = CurrentMediaDir();

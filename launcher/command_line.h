@@ -1,22 +1,11 @@
 // The command line.
 #pragma once
 
-#include <span>
 #include <string>
-#include <string_view>
 
 #include "launcher/launcher_state.h"
 
 namespace kvl {
-
-struct CommandLineOption {
-  std::string_view name;  ///< as it is given, compared exactly
-  bool takes_value;       ///< the next argument, whatever it looks like
-  void (*apply)(LauncherState& state, std::string_view value);
-};
-
-/// All options of the launcher. Every other argument is the installer's.
-std::span<const CommandLineOption> CommandLineOptions();
 
 /// Reads CurrentMediaDir, then the arguments behind the first one, into `state`. "-env" takes effect
 /// at once. `argv` may be null: then there are no arguments. Returns the error message that the

@@ -11,10 +11,10 @@ namespace {
 constexpr std::string_view kDigits = "0123456789abcdef";
 constexpr unsigned kBase = 16;
 
+constexpr char kNoDigest[] = "libcrypto cannot compute SHA-256; check the library's installation";
+
 void ThrowUnless(bool is_done) {
-  if (!is_done) {
-    throw std::runtime_error("libcrypto cannot compute SHA-256; check the library's installation");
-  }
+  if (!is_done) throw std::runtime_error(kNoDigest);
 }
 
 }  // namespace

@@ -22,11 +22,10 @@ constexpr std::size_t kSignatureSize = 64;
 
 constexpr char kNoSignature[] = "it is not a signature of minisign";
 
+constexpr char kNoCrypto[] = "libcrypto cannot verify signatures; check the library's installation";
+
 void RequireCrypto(bool is_done) {
-  if (!is_done) {
-    throw std::runtime_error(
-        "libcrypto cannot verify signatures; check the library's installation");
-  }
+  if (!is_done) throw std::runtime_error(kNoCrypto);
 }
 
 const unsigned char* Unsigned(std::string_view text) {
