@@ -39,6 +39,9 @@ def rows_below(path: str, heading: str) -> list[tuple[str, str]]:
             comment += " " + said[1]
         else:
             code += line.strip() + "\n"
+    for comment, code in rows:
+        if len(re.findall(r'^(?:inline constexpr char |\{"|\w+\["\w+"\] = )', code, re.M)) > 1:
+            sys.exit(f"{path}: a row lacks its comment, behind: {comment}")
     return [row for row in rows if row[0]]
 
 
@@ -115,6 +118,11 @@ def messages(path: str, heading: str) -> list[str]:
     found = []
     for file in [file for folder in MESSAGES for file in sorted((TOP / folder).glob("*.cpp"))]:
         source = file.read_text()
+        told = "\n".join(re.findall(r"// *(.*)", source))
+        for call in re.findall(r"\b(?:Message|Warning|Information|More|WrongVolume)\(([^;]*);", source):
+            for part in literals(call.replace(r"\n", '", "')):
+                if re.search("[a-z]", part) and part.strip() not in told:
+                    sys.exit(f"{file}: no comment tells of this message: {part}")
         for block in re.findall(rf"((?: *// .*\n)*? *// Message: *{heading}: (?:.*\n *// )*.*\n)", source):
             text = re.sub(r"^ *// ?", "", block, flags=re.M)
             message, cause, remedy = re.fullmatch(
